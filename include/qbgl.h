@@ -1,0 +1,838 @@
+/* qbgl.h: locales, character sets and codeset conversion without the host system's locale support.
+ *
+ * Link with -lqbgl (pkg-config: qbgl). The library needs libc and nothing else, starts no threads, takes no locks, and has no
+ * initialisation call. The header is C99 and C++.
+ *
+ * How to read it
+ *   1. Error numbers, types and constants that everything shares
+ *   2. Codeset conversion                        <- read this far and convert text
+ *   3. Codeset names and numbers
+ *   4. Locale specifications and file names
+ *   5. The locale handle
+ *   6. Replacing memory, file, clock and error functions
+ *   7. Messages, memory, file search, object-file tokens, lists
+ *   8. The byte-sequence table
+ *   9. The Unicode extension library
+ *
+ * Conventions that hold for every function
+ *   - Errors. The first argument `ctx` (a gl_locale, or any record whose first field is an int32_t error number, such as gl_cv)
+ *     receives the number of a failure; gl_errno() reads it. A success leaves an older number alone: look at the result first.
+ *     Where a null context is allowed, the function says so; the failure is then told by the result alone.
+ *   - Text. `char *` text is a sequence of bytes in some codeset and ends with a NUL byte, unless a length is given with it.
+ *     Lengths and sizes are bytes.
+ *   - Ownership. The caller keeps what it passes in; nothing is retained after a call returns, unless stated. A record handed
+ *     out is released by the one function named with it.
+ *   - Threads. A record is used by one thread at a time. The process-wide settings (sections 3, 6 and 9) are made before threads
+ *     share the library.
+ */
+#ifndef QBGL_H
+#define QBGL_H
+
+#include <stdint.h> /* int32_t and its relatives */
+#include <stdio.h>  /* FILE */
+
+#if defined(__GNUC__)
+#define QBGL_API __attribute__((visibility("default")))
+#else
+#define QBGL_API
+#endif
+
+#define QBGL_VERSION_MAJOR 1
+#define QBGL_VERSION_MINOR 0
+#define QBGL_VERSION_PATCH 0
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 1. Shared types and constants
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* Error numbers. They are stored and exchanged, so a number never changes its meaning. */
+enum gl_error {
+    GL_EILSEQ = 1,     /* invalid or unmappable byte sequence, or a value that cannot be encoded */
+    GL_ENULLPTR = 2,   /* null string pointer */
+    GL_ENOMEM = 3,     /* out of memory */
+    GL_ENEGCOUNT = 4,  /* negative count */
+    GL_EENDBEFORE = 5, /* end pointer before start pointer */
+    GL_ERANGE = 6,     /* empty multibyte number, or value out of range */
+    GL_EINVAL = 7,     /* malformed specification, unknown codeset, text too long, character running past the given length */
+    GL_ENOFILE = 8,    /* file not found or unreadable, or a name of bad length */
+    GL_EBADARG = 9,    /* bad slot or category, or a negative length other than -1 */
+    GL_EBADFILE = 11,  /* malformed object file or registry */
+    GL_EMIXEDCS = 12,  /* the categories of a locale are in different codesets */
+    GL_EIO = 13,       /* a stream reported an error, or a write failed */
+    GL_E2BIG = 14,     /* output buffer too small */
+    GL_ENODATA = 15,   /* required data file not found */
+    GL_EEOF = 16,      /* end of input */
+    GL_EREAD = 17,     /* a read failed without an end-of-file or error indication */
+    GL_ENOCAT = 18,    /* the copy source lacks the category */
+    GL_EHASCAT = 19,   /* the copy target already holds the category */
+    GL_ETABLELEN = 21, /* a byte-sequence table declares sequences longer than allowed */
+    GL_ENOCONV = 46,   /* a real-number conversion consumed nothing */
+    GL_EBADERA = 49,   /* malformed era string */
+    GL_EBADCAL = 50,   /* unknown calendar name */
+    GL_EVERSION = 51,  /* object file built by another compiler version */
+    GL_ENOSYM = 53,    /* character without a symbolic name */
+    GL_ELOADCAT = 55,  /* a category failed to load without a more specific error */
+    GL_EMIXEDLEN = 56, /* one length argument is -1 and the other is not */
+    GL_ENOCODESET = 57, /* a category is set up on a locale whose codeset table declares no character length */
+    GL_ECTYPECS = 58   /* a category read alone is in a codeset other than that of LC_CTYPE */
+};
+
+/* Category numbers; per-category arrays of the handle are indexed by them. */
+enum gl_category {
+    GL_CAT_ALL = 1,
+    GL_CAT_CTYPE = 2,
+    GL_CAT_COLLATE = 3,
+    GL_CAT_NUMERIC = 4,
+    GL_CAT_MONETARY = 5,
+    GL_CAT_TIME = 6,
+    GL_CAT_MESSAGES = 7
+};
+
+/* Class masks, 16 bits a character. A class that a locale defines itself has the mask 2048 shifted left by the class's bit. */
+enum gl_class {
+    GL_CLASS_UPPER = 1,
+    GL_CLASS_LOWER = 2,
+    GL_CLASS_ALPHA = 4,
+    GL_CLASS_DIGIT = 8,
+    GL_CLASS_ALNUM = 12,
+    GL_CLASS_SPACE = 16,
+    GL_CLASS_CNTRL = 32,
+    GL_CLASS_PUNCT = 64,
+    GL_CLASS_GRAPH = 128,
+    GL_CLASS_PRINT = 256,
+    GL_CLASS_XDIGIT = 512,
+    GL_CLASS_BLANK = 1024
+};
+
+/* The codeset number that stands for "no such codeset". Numbers below it are CCSID numbers, numbers above it are private. */
+#define GL_NO_CODESET 0xE000
+
+/* A wide character: the character's byte sequence read as a big-endian number (one to four bytes), 0 for the NUL character. Under
+ * a locale that the extension library serves it is a Unicode scalar value. */
+typedef uint32_t gl_wchar;
+
+/* A byte descriptor: the first `count` of `bytes` are a big-endian byte sequence. */
+typedef struct gl_desc {
+    uint32_t count; /* 1 to 4 */
+    uint8_t bytes[4];
+} gl_desc;
+
+typedef struct gl_multi gl_multi;   /* a byte-sequence table, section 8 */
+typedef struct gl_locale gl_locale; /* a locale handle, section 5 */
+typedef struct gl_cv gl_cv;         /* an open codeset conversion, section 2 */
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 2. Codeset conversion
+ *
+ *     gl_cv *cd;
+ *     int subst, inleft = ..., outleft = ...;
+ *     if (gl_cv_load(&cd, "utf8", "sjis", NULL, NULL) < 0) fail(cd->error);
+ *     if (cd == NULL) { ... same codeset, nothing to convert ... }
+ *     else if (gl_miconv(cd, &in, &inleft, &out, &outleft, &subst) < 0) ... cd->error, and `in` is on the culprit ...
+ *     gl_cv_unload(cd);
+ *
+ * The buffer contract of every conversion call
+ *   - Input is consumed character by character; output is never cut inside a character. On return, pointers and counts stand behind
+ *     the last character that was converted, whether the call succeeded or not: to go on, mend the cause and call again.
+ *   - GL_E2BIG: the next character does not fit; empty or enlarge the output and call again with the same state.
+ *   - GL_EILSEQ: the character at `*in` is a character of the source codeset, but the target codeset cannot express it.
+ *   - A result of -1 that leaves the error number as it was: the bytes at `*in` are no character of the source codeset, or the input
+ *     ends inside a character. Set the number to 0 before the call to tell this from the others; when fewer bytes remain than the
+ *     longest character of the source has, the missing ones may be still to come.
+ *   - `subst` is set to 1 when at least one character of this call had an approximate mapping only, otherwise to 0.
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* The shift states of a stateful conversion, owned by the caller and carried from one call to the next. Set all fields to 0 before
+ * the first call. Conversions between stateless codesets ignore it. */
+typedef struct gl_cv_state {
+    int32_t reset;        /* nonzero: both sides start each call in their initial state */
+    int32_t flush;        /* nonzero: the input of this call is the last; the target returns to its initial state behind it */
+    int32_t source_shift; /* 0 initial, 1 shifted */
+    int32_t target_shift;
+} gl_cv_state;
+
+typedef int (*gl_cv_function)(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
+
+/* An open conversion. Read `error` freely; the other fields are the loader's and are not to be changed. */
+struct gl_cv {
+    int32_t error;              /* number of the last failure, 0 for none */
+    uint8_t *single_byte_table; /* 256 target bytes indexed by source byte, or null */
+    int32_t source_stateful, target_stateful;
+    int32_t sequence_length[4]; /* bytes used of each of `sequence`, 0 to 4 */
+    int32_t target_min_len, target_max_len; /* bytes an output character */
+    int32_t further[2];                     /* kept for the object file's sake */
+    int32_t source_min_len, source_max_len; /* bytes an input character */
+    int32_t single_byte_table_flag;         /* 0: the loader builds single_byte_table where the conversion allows it */
+    float expansion;                        /* output bytes an input byte, at most */
+    uint8_t sequence[4][4]; /* [0] enters the target's shifted state, [1] leaves it; [2] and [3] are unused */
+    gl_multi *main_table;
+    gl_multi *shifted_table; /* the source's shifted state, or null */
+    int32_t conversion_state;
+    gl_cv_function convert;
+    void *glu_handle; /* the extension library's converter */
+    int32_t glu_flag; /* 1: the extension library converts */
+    void *lane;       /* lookup arrays derived from main_table while loading, or null */
+};
+
+/* Canned descriptors, handed out by an open that failed before it had a record: read `error`, and never free or change them
+ * (gl_cv_unload accepts them and does nothing). Their errors are GL_ENOMEM, GL_ENOFILE and GL_EINVAL. */
+extern QBGL_API const gl_cv cd_enomem, cd_fileerr, cd_einval;
+
+/* Opens the conversion from one codeset to another, by codeset number: reads SSSSTTTT.cvo, the numbers in hexadecimal.
+ *   cd             receives the descriptor; release it with gl_cv_unload, also after a failure
+ *   target_spec,   a codeset name ("sjis", "819") or a locale specification ("ja_jp.sjis")
+ *   source_spec
+ *   registry_path  registry file for the names, or null: the cached registry, or the one of the installation directory
+ *   directory      directory of the conversion object, or null: searched as section 7 tells, in "cv9"
+ * Returns 1 when a conversion was loaded, 0 when both name one codeset (*cd is null then), -1 on failure: *cd is never null and its
+ * error is GL_EINVAL (unknown codeset), GL_ENOFILE (not found, not a conversion object, or of another version), GL_EBADFILE (damaged
+ * parameters), GL_ETABLELEN (a table with keys too long), or GL_ENOMEM (memory is out, or a table is damaged). */
+QBGL_API int gl_cv_load(gl_cv **cd, const char *target_spec, const char *source_spec, const char *registry_path,
+                        const char *directory);
+
+/* Opens by codeset names: what follows the first "." of each specification, up to a space or "@", names the file
+ * SOURCE_TARGET.cvo, searched in "cv9". Results as gl_cv_load; a specification without a "." is GL_ENOFILE. */
+QBGL_API int gl_cv_open(gl_cv **cd, const char *target_spec, const char *source_spec);
+
+/* Opens SOURCE_TARGET.cvo by two bare codeset names. Returns 0, or -1 with *cd as for gl_cv_load; two equal names are a failure
+ * here (cd_fileerr). */
+QBGL_API int gl_iconv_open(gl_cv **cd, const char *target_cs_name, const char *source_cs_name);
+
+/* Opens a conversion object by its file name, searched in "cv9" (a name that begins with "/" is opened as it is). Returns 0, or -1
+ * with *cd as for gl_cv_load; a null name is GL_ENOFILE. */
+QBGL_API int gl_iconv_open1(gl_cv **cd, const char *file_name);
+
+/* Releases a descriptor. Returns 0 (a canned one included), -1 for null. */
+QBGL_API int gl_cv_unload(gl_cv *cd);
+
+/* The largest ratio of output bytes to input bytes. */
+QBGL_API double gl_iconv_expansion(gl_cv *cd);
+
+/* The output size that always suffices for `input_length` bytes of input, but for the terminator and closing shift sequence: the
+ * expansion factor, rounded up to a whole number, times the length. */
+QBGL_API int gl_cv_outbuflen(gl_cv *cd, int input_length);
+
+/* Converts text.
+ *   state    shift states of a stateful conversion; null: both sides start and end in their initial state
+ *   in       address of the input pointer, advanced
+ *   inleft   address of the number of input bytes, decreased; null: the input ends with the source codeset's terminator, which is
+ *            converted too
+ *   out      address of the output pointer, advanced; null: nothing is written, the output is only measured
+ *   outleft  address of the number of output bytes that are free, decreased
+ *   subst    address of the substitution flag
+ * Returns 0, or -1 as the buffer contract above tells. A conversion to 4-byte little-endian units asks for 2 bytes of room only
+ * before it writes 4: size its output with gl_cv_outbuflen. */
+QBGL_API int gl_cv_mconv(gl_cv *cd, gl_cv_state *state, const char **in, int *inleft, char **out, int *outleft, int *subst);
+
+/* gl_cv_mconv without a state. */
+QBGL_API int gl_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
+
+/* gl_cv_mconv without an output: *outleft decreases by the bytes that the conversion would write. */
+QBGL_API int gl_mconvlen(gl_cv *cd, gl_cv_state *state, const char **in, int *inleft, int *outleft, int *subst);
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 3. Codeset names and numbers
+ *
+ * A codeset is named by a case-insensitive ASCII name of at most 21 characters (longer ones are cut) and has a 16-bit number. The
+ * map between them is the text file "registry" in the installation directory's cm3: a name, white space, a decimal number (kept
+ * modulo 65536), and whatever else to the line's end; lines that begin with "#" are comments. Every line ends with a newline. The
+ * file is read with libc's functions, and its cache is libc's memory, whatever the host has replaced.
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* The number of a codeset.
+ *   registry_path  registry file to read when nothing is cached; null: the installation's
+ * A name of decimal digits that the registry does not hold is its own number. Returns GL_NO_CODESET on failure: GL_EINVAL (unknown),
+ * GL_ENODATA (no registry file), GL_EBADFILE (malformed registry), GL_ENOMEM. ctx and name may be null; a
+ * null name is the empty one, which is unknown. Without a cache each call reads the file, and the built-in table does not serve. */
+QBGL_API uint16_t gl_cs_name2cs_num(void *ctx, const char *name, const char *registry_path);
+
+/* Reads the registry into memory, for all later lookups of the process. When the file is missing or malformed, the built-in table
+ * serves instead, and the error number (GL_ENODATA, GL_EBADFILE, GL_ENOMEM) tells why. A null or empty path searches the
+ * installation. Returns 0 when the file serves, -1 when the built-in table does. A file without entries
+ * counts as read, and caches nothing. ctx may be null. */
+QBGL_API int gl_cache_registry(void *ctx, const char *registry_path);
+
+/* Forgets the cached registry. */
+QBGL_API void gl_free_registry_cache(void);
+
+/* The CCSID of a codeset number: numbers below GL_NO_CODESET are their own, a private number has the one assigned to it, or 0.
+ * ctx is not used. */
+QBGL_API uint16_t gl_cs_nums2ccsid(void *ctx, uint16_t cs_num);
+
+/* The reverse map is not provided: returns 0. */
+QBGL_API int gl_ccsid2cs_nums(void);
+
+/* Writes the file name of the conversion object between two codesets: the numbers as four hexadecimal digits each and ".cvo", behind
+ * the directory and a separator mark (byte 0xFF) when a directory is given. `buffer` has room for the directory and 14 bytes. */
+QBGL_API void gl_cs_nums2cv_fname(void *ctx, uint16_t from_cs, uint16_t to_cs, char *buffer, const char *directory);
+
+/* Readers of the registry file's tokens. The name reader folds to lower case and returns 1, or 0 at the end of the file, for a name of
+ * `size` characters or more, and for one that nothing follows; the character behind the name is consumed. The number reader returns
+ * GL_NO_CODESET for a malformed number, without setting an error. */
+QBGL_API int _gl_next_cs_name_from_registry(FILE *stream, char *buffer, int size);
+QBGL_API uint16_t _gl_next_cs_number_from_registry(void *ctx, FILE *stream);
+
+/* 1 when the text is non-empty and all decimal digits, otherwise 0. */
+QBGL_API int _gl_all_decimal_digits(const char *text);
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 4. Locale specifications and file names
+ *
+ *   short form    ll_TT.codeset@modifier     language, territory; codeset and modifier where the function allows them to be absent
+ *   long form     GL_CTYPE = S ; GL_COLLATE = S ; GL_NUMERIC = S ; GL_MONETARY = S ; GL_TIME = S ; GL_MESSAGES = S
+ *                 S a short form; " = " and " ; " are exactly these three bytes
+ *   normal form   ja_JP.57350, de_DE.819@euro: case as shown, the codeset by its number
+ *   file name     ja_jp/e006.lco, de_de/0333euro.lco: the codeset as four hexadecimal digits, then the modifier (at most 4)
+ *
+ * A text has at most 284 characters and a codeset name 21; more is GL_EINVAL. The three functions that go between short and long form
+ * take an S of at most 31 characters, and gl_lc_short2lc_long a codeset name of at most 19. Letters and digits are those of ASCII.
+ *
+ * Outputs need the room that is stated with each function, terminator included; 288 bytes are enough for any, but for the directories
+ * in the result of gl_lc_spec2lc_fname. An output may be the input's own buffer.
+ *
+ * Unless stated, results are 0, or -1 with GL_EINVAL (a null text or output included); failures called silent leave the error number
+ * alone. ctx may be null everywhere; registry_path is as for gl_cs_name2cs_num. After a failure the output is undefined.
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* The category whose keyword begins the text: 1 GL_CTYPE, 2 GL_COLLATE, 3 GL_TIME, 4 GL_MONETARY, 5 GL_NUMERIC, 6 GL_MESSAGES (not the
+ * category numbers of section 1), and the keyword's length; 0, with *length left alone, when none does. */
+QBGL_API int _gl_is_category(const char *text, int *length);
+
+/* Parses a short form with a codeset at *input, writes its file name and a terminator at *output (19 bytes), stores the codeset's
+ * number, and advances both positions, the output's onto the terminator. Returns 1, or 0 when there is no such form there, with
+ * nothing changed but the error number when the codeset is not known. */
+QBGL_API int _gl_is_xopen_spec(void *ctx, const char **input, char **output, uint16_t *cs_num, const char *registry_path);
+
+/* The file name of a locale, from either form; the long form gives the same clauses with file names, each behind `directory` and a
+ * separator mark when one is given (a short form has no directory). The clauses must agree in codeset; a category may be absent, none
+ * may stand twice; a separator behind the last is kept. Every failure is GL_EINVAL. Room: 208 bytes, and with a directory six times
+ * its length more. */
+QBGL_API int gl_lc_spec2lc_fname(void *ctx, const char *spec, char *fname_out, const char *registry_path, const char *directory);
+
+/* The message directory: the first ten characters of the file name, for a long form of what stands behind "GL_MESSAGES = " in it (which
+ * begins with the directory when one is given). Room: 11 bytes. */
+QBGL_API int gl_lc_spec2msg_dname(void *ctx, const char *spec, char *dname_out, const char *registry_path, const char *directory);
+
+/* The codeset number of a specification of either form, or of a bare codeset name, whose look-up tells its own errors. GL_NO_CODESET on
+ * failure. */
+QBGL_API uint16_t gl_lc_spec2cs_num(void *ctx, const char *spec, const char *registry_path);
+
+/* The normal form. The long form needs six clauses, each with a " ; " behind it (a missing one fails silently); the result ends with it
+ * too, and what follows the sixth is ignored. The second takes short forms only; a well-formed long one fails silently. Room: 17 bytes
+ * for a short form, 200 for a long one. */
+QBGL_API int gl_lc_spec2lc_norm(void *ctx, const char *spec, char *norm_out, const char *registry_path);
+QBGL_API int _gl_lc_short_spec2lc_short_norm(void *ctx, const char *spec, char *norm_out, const char *registry_path);
+
+/* The long form of a short one, in lower case, without a trailing separator. The codeset may be absent; one that is there must be known
+ * (the look-up tells its own errors). Nothing may follow a codeset; what follows the territory and white space, or a modifier and
+ * " ; ", is ignored. Room: 277 bytes. */
+QBGL_API int gl_lc_short2lc_long(void *ctx, const char *short_spec, char *long_out, const char *registry_path);
+
+/* The short form, in lower case, of a long one whose six clauses agree but for case. They may stand anywhere in the text. Where a letter
+ * is missing in language or territory it fails silently; the look-up of the codeset tells its own errors. Room: 32 bytes. */
+QBGL_API int gl_lc_spec2lc_short(void *ctx, const char *long_spec, char *short_out, const char *registry_path);
+
+/* One category's value in a long form of all six, as written. `selector` is a category number from GL_CAT_CTYPE to GL_CAT_MESSAGES; any
+ * other gives 0 for a well-formed text and writes nothing. When the chosen value has a codeset, all six must name that one (the
+ * look-ups tell their own errors). Room: 32 bytes. */
+QBGL_API int gl_lc_spec2category(void *ctx, const char *long_spec, int selector, char *out, const char *registry_path);
+
+/* Whether a text is a well-formed long form, with any of the categories once; codesets may be absent, are not looked up and may differ.
+ * Where a letter is missing in language or territory it fails silently. */
+QBGL_API int gl_is_lc_spec(void *ctx, const char *spec);
+
+/* The long form that belongs to a long file name, after making sure that its six files exist (GL_ENODATA when one does not): in
+ * `directory`, opened through the table, or without one as found by gl_path_search in "lc11". A modifier must have four characters
+ * here. Room: 187 bytes. */
+QBGL_API int gl_lc_fname2lc_spec(void *ctx, const char *long_fname, char *spec_out, const char *directory);
+
+/* Splits a locale file name into "ll_TT" (6 bytes), the codeset number in decimal (6) and the modifier (5), a missing "/" or "\" being a
+ * silent failure; and joins such pieces, as they are, into a short form (17 bytes). Of the codeset five characters are taken, which
+ * may be hexadecimal digits, of the modifier four; it may be null. */
+QBGL_API int gl_lc_fname2lc_pieces(void *ctx, const char *fname, char *lang_terr_out, char *cs_out, char *modifier_out);
+QBGL_API int gl_lc_pieces2lc_spec(void *ctx, const char *lang_terr, const char *cs, const char *modifier, char *spec_out);
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 5. The locale handle
+ *
+ * A handle holds the records of six categories and, chosen once from its codeset, the functions that compare, transform and convert
+ * text under it. It is built by one thread and then shared read-only, but for the error number.
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+typedef struct gl_class_name {
+    int32_t bit;
+    char *name;
+} gl_class_name;
+
+typedef struct gl_case_pair {
+    gl_wchar upper, lower; /* 0: no mapping in that direction */
+} gl_case_pair;
+
+typedef struct gl_ctype_info {
+    gl_multi *codeset_table; /* every character; the value is its 16-bit class mask */
+    int32_t class_count;
+    gl_class_name *class_list;
+    gl_multi *case_table;     /* a character's 16-bit index into case_pairs; 0: no case */
+    gl_case_pair *case_pairs; /* entry 0 is unused */
+    int32_t pair_count;
+} gl_ctype_info;
+
+typedef struct gl_expansion {
+    int32_t count;
+    gl_wchar *chars;
+} gl_expansion;
+
+typedef struct gl_collating_element {
+    int32_t count;
+    gl_wchar *chars;
+    uint16_t row;
+} gl_collating_element;
+
+typedef struct gl_equivalence {
+    char *member, *representative;
+} gl_equivalence;
+
+#define GL_MAX_PASSES 8
+
+typedef struct gl_collate_info {
+    gl_multi *character_table; /* a character's 16-bit row */
+    int32_t pass_count, row_count, expansion_count, element_count, fifth_count;
+    int32_t directions[GL_MAX_PASSES]; /* 2: the pass runs backward */
+    uint16_t *weights[GL_MAX_PASSES];  /* row_count + 1 entries each */
+    gl_expansion *expansions;
+    gl_collating_element *elements;
+    int32_t direct;                                      /* 1: rows given literally, code-value order */
+    gl_expansion **expansion_candidates[GL_MAX_PASSES];  /* 256 entries each, by one-byte character */
+    int32_t *element_candidates;                         /* 256 flags, or null */
+    int32_t kind;                                        /* 1 as specified, 2 Thai, 3 extension library */
+} gl_collate_info;
+
+/* A text in the locale's codeset, ended by four zero bytes, and the same as wide characters. */
+typedef struct gl_text {
+    char *bytes;
+    gl_wchar *wide;
+} gl_text;
+
+typedef struct gl_grouping {
+    int32_t count; /* 0 to 15 */
+    int32_t sizes[16];
+} gl_grouping;
+
+typedef struct gl_numeric_info {
+    gl_text decimal_point, thousands_sep;
+    gl_grouping grouping;
+    gl_text positive_sign, negative_sign;
+} gl_numeric_info;
+
+#define GL_NOT_AVAILABLE 0x7fffffff
+
+typedef struct gl_monetary_info {
+    gl_text int_curr_symbol, currency_symbol, mon_decimal_point, mon_thousands_sep;
+    gl_grouping mon_grouping;
+    gl_text positive_sign, negative_sign;
+    int32_t int_frac_digits, frac_digits, p_cs_precedes, p_sep_by_space, n_cs_precedes, n_sep_by_space, p_sign_posn,
+        n_sign_posn; /* GL_NOT_AVAILABLE where the locale does not say */
+} gl_monetary_info;
+
+typedef struct gl_messages_info {
+    gl_text yesexpr, noexpr, yesstr, nostr;
+} gl_messages_info;
+
+typedef struct gl_era {
+    int32_t direction, offset, start_day, start_month, start_year, end_day, end_month, end_year;
+    int32_t end_flag; /* 0 the end date counts, 1 open towards the future, -1 towards the past */
+    char *name, *format, *third;
+    gl_wchar *w_third;
+} gl_era;
+
+typedef struct gl_text_list {
+    char **bytes;
+    gl_wchar **wide;
+    int32_t count;
+} gl_text_list;
+
+typedef struct gl_time_info {
+    int32_t calendar; /* 1 Gregorian, 2 Hebrew, 3 Islamic, 4 Arabic */
+    char *abday[7];
+    gl_wchar *w_abday[7];
+    char *day[7];
+    gl_wchar *w_day[7];
+    gl_text_list abmon, mon;
+    char *am, *pm;
+    gl_wchar *w_am, *w_pm;
+    gl_text_list alt_digits;
+    void *era_names, *era_formats, *mon_names, *abmon_names, *day_names, *abday_names, *am_pm_names, *alt_digit_names;
+    char *d_fmt, *d_t_fmt, *t_fmt, *t_fmt_ampm, *era_d_fmt, *era_t_fmt, *era_d_t_fmt;
+    gl_wchar *w_d_fmt, *w_d_t_fmt, *w_t_fmt, *w_t_fmt_ampm, *w_era_d_fmt, *w_era_t_fmt, *w_era_d_t_fmt;
+    char **era_strings;
+    gl_era *eras;
+    int32_t era_count;
+    char *joined_eras;
+    gl_wchar *w_joined_eras;
+    char *joined_alt_digits;
+    gl_wchar *w_joined_alt_digits;
+} gl_time_info;
+
+/* The numeric and monetary conventions, named as in the standard's struct lconv, with the wide forms beside them. A layout number of
+ * 127 is not available. */
+typedef struct gl_lconv {
+    char *decimal_point;
+    gl_wchar *w_decimal_point;
+    char *thousands_sep;
+    gl_wchar *w_thousands_sep;
+    char *grouping;
+    char *int_curr_symbol;
+    gl_wchar *w_int_curr_symbol;
+    char *currency_symbol;
+    gl_wchar *w_currency_symbol;
+    char *mon_decimal_point;
+    gl_wchar *w_mon_decimal_point;
+    char *mon_thousands_sep;
+    gl_wchar *w_mon_thousands_sep;
+    char *mon_grouping;
+    char *positive_sign;
+    gl_wchar *w_positive_sign;
+    char *negative_sign;
+    gl_wchar *w_negative_sign;
+    char *num_positive_sign;
+    gl_wchar *w_num_positive_sign;
+    char *num_negative_sign;
+    gl_wchar *w_num_negative_sign;
+    signed char int_frac_digits, frac_digits, p_cs_precedes, p_sep_by_space, n_cs_precedes, n_sep_by_space, p_sign_posn,
+        n_sign_posn;
+} gl_lconv;
+
+/* The handle. Hosts read `error`; the rest is reached through functions. */
+struct gl_locale {
+    int32_t error; /* number of the last failure, 0 for none */
+    int (*mbscoll)(gl_locale *, const char *, const char *);
+    int (*mbfscoll)(gl_locale *, const char *, int len1, const char *, int len2);
+    int (*mbsxfrm)(gl_locale *, char *out, const char *s, int capacity);
+    int (*mbstowcs)(gl_locale *, gl_wchar *dst, const char *src, int n);
+    int (*mbfstowcfs)(gl_locale *, gl_wchar *dst, const char *src, int len, int n);
+    double case_growth, coll_growth; /* output bytes an input byte, at most */
+    uint8_t *upper, *lower;          /* 256 entries each for a single-byte codeset, or null */
+    uint16_t *classes;
+    int32_t single_byte, coll_extras;
+    char **all_one;              /* characters ignored on every pass, null-terminated list */
+    gl_equivalence *equivalence; /* ended by a pair whose member is null */
+    gl_ctype_info ctype;
+    gl_collate_info collate;
+    gl_numeric_info numeric;
+    gl_monetary_info monetary;
+    gl_messages_info messages;
+    gl_time_info time;
+    gl_lconv conv;
+    char codeset_name[8][21]; /* by category number */
+    char locale_name[8][32];  /* a name of 32 characters has no terminator */
+    void *glu_handle[8];
+    int32_t glu_flag[8];
+};
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 6. Replacing memory, file, clock and error functions
+ *
+ * The library calls libc through a table of twenty slots. A host that has its own memory pools, file layer or per-thread error
+ * variable puts its functions there, before anything else of the library is called and before threads share it.
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+typedef void (*gl_extfunc)(void);
+
+enum gl_ext_slot { /* the function of a slot has the signature of the dispatcher _gl_ext_NAME below */
+    GL_EXT_GETENV = 0,
+    GL_EXT_ERRNO = 1,
+    GL_EXT_FCLOSE = 2,
+    GL_EXT_FEOF = 3,
+    GL_EXT_FERROR = 4,
+    GL_EXT_FGETC = 5,
+    GL_EXT_FGETS = 6,
+    GL_EXT_FOPEN = 7,
+    GL_EXT_FREE = 8,
+    GL_EXT_FSEEK = 9,
+    GL_EXT_FTELL = 10,
+    GL_EXT_FWRITE = 11,
+    GL_EXT_GETC = 12,
+    GL_EXT_MALLOC = 13,
+    GL_EXT_UNGETC = 14,
+    GL_EXT_PUTENV = 15,
+    GL_EXT_CURRDATE = 16,
+    GL_EXT_CURRTIME = 17,
+    GL_EXT_CALLOC = 18,
+    GL_EXT_REALLOC = 19,
+    GL_EXT_SLOTS = 20
+};
+
+/* Puts a function into a slot; null empties it, so that the default serves again. Returns 0, or -1 with GL_EBADARG for an id above 19. */
+QBGL_API int gl_setextfunc(void *ctx, unsigned id, gl_extfunc func);
+
+/* Raw access to a slot, without a range check. Setting raises _gl_ext_func. */
+QBGL_API void _gl_set_ext_funcptr(unsigned id, gl_extfunc func);
+QBGL_API gl_extfunc _gl_get_ext_funcptr(unsigned id);
+
+/* 0 until a slot is set for the first time, then 1. */
+extern QBGL_API int32_t _gl_ext_func;
+
+/* The dispatchers: what the library itself calls. Each calls its slot's function, or the default when the slot is empty. */
+QBGL_API char *_gl_ext_getenv(const char *name);
+QBGL_API int *_gl_ext_errno(void *ctx); /* where the error number of a context lives */
+QBGL_API int _gl_ext_fclose(FILE *stream);
+QBGL_API int _gl_ext_feof(FILE *stream);
+QBGL_API int _gl_ext_ferror(FILE *stream);
+QBGL_API int _gl_ext_fgetc(FILE *stream);
+QBGL_API char *_gl_ext_fgets(char *buffer, uint32_t size, FILE *stream);
+QBGL_API FILE *_gl_ext_fopen(const char *path, const char *mode);
+QBGL_API void _gl_ext_free(void *pointer);
+QBGL_API int _gl_ext_fseek(FILE *stream, int32_t offset, int whence);
+QBGL_API long _gl_ext_ftell(FILE *stream);
+QBGL_API uint32_t _gl_ext_fwrite(const void *buffer, uint32_t size, uint32_t count, FILE *stream);
+QBGL_API int _gl_ext_getc(FILE *stream);
+QBGL_API void *_gl_ext_malloc(uint32_t size);
+QBGL_API int _gl_ext_ungetc(int byte, FILE *stream);
+QBGL_API int _gl_ext_putenv(char *assignment);
+QBGL_API int _gl_ext_currdate(int16_t date[3]); /* month 1 to 12, day, year */
+/* A fraction of a second (0), seconds, minutes, hours, day of the month, month 0 to 11, years since 1900, day of the week, day of the
+ * year, daylight-saving flag, and two words of 0. */
+QBGL_API int _gl_ext_currtime(int32_t time[12]);
+QBGL_API void *_gl_ext_calloc(uint32_t count, uint32_t size);
+QBGL_API void *_gl_ext_realloc(void *pointer, uint32_t size);
+
+/* The defaults, for replacements that chain to them: libc's functions, the context itself as the error's address, and local time. */
+QBGL_API char *gl_ext_getenv(const char *name);
+QBGL_API int *gl_ext_errno(void *ctx);
+QBGL_API int gl_ext_feof(FILE *stream);
+QBGL_API int gl_ext_ferror(FILE *stream);
+QBGL_API int gl_ext_fgetc(FILE *stream);
+QBGL_API char *gl_ext_fgets(char *buffer, uint32_t size, FILE *stream);
+QBGL_API FILE *gl_ext_fopen(const char *path, const char *mode);
+QBGL_API void gl_ext_free(void *pointer);
+QBGL_API int gl_ext_fseek(FILE *stream, int32_t offset, int whence);
+QBGL_API long gl_ext_ftell(FILE *stream);
+QBGL_API uint32_t gl_ext_fwrite(const void *buffer, uint32_t size, uint32_t count, FILE *stream);
+QBGL_API int gl_ext_getc(FILE *stream);
+QBGL_API void *gl_ext_malloc(uint32_t size);
+QBGL_API int gl_ext_ungetc(int byte, FILE *stream);
+QBGL_API int gl_ext_putenv(char *assignment);
+QBGL_API int gl_ext_currdate(int16_t date[3]);
+QBGL_API int gl_ext_currtime(int32_t time[12]);
+QBGL_API void *gl_ext_calloc(uint32_t count, uint32_t size);
+QBGL_API void *gl_ext_realloc(void *pointer, uint32_t size);
+
+/* The error number of a handle or descriptor, through slot 1. */
+static inline int gl_errno(void *ctx) { return *_gl_ext_errno(ctx); }
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 7. Messages, memory, file search, object-file tokens, lists
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* Reads the switches VRNLOG ("on" in any case: messages are appended to vrn.log in the current directory) and VRNDEBUG ("on" or "On":
+ * messages are echoed to standard output). gl_message calls it once by itself. The result has no meaning. */
+QBGL_API int gl_init_debug(void);
+
+/* Reports a message, a line without its newline, to the log and the echo where they are switched on. */
+QBGL_API void gl_message(const char *text);
+
+/* Reports a broken assertion on standard error and ends the process with status 1. */
+QBGL_API void gl_assert_failed(const char *file, long line);
+
+/* Closes pg_debug_file where a host has set it and raised pg_have_debug_file. */
+QBGL_API void _gl_exit_utilities(void);
+extern QBGL_API int32_t pg_have_debug_file;
+extern QBGL_API FILE *pg_debug_file;
+
+/* The allocation pair for all memory of the library (slots 13 and 8). Size 0 gives null; freeing null does nothing.
+ * gl_destroystring frees a string that the library handed out. */
+QBGL_API void *_gl_alloc_ptr(uint32_t size);
+QBGL_API void _gl_free_ptr(void *pointer);
+QBGL_API void gl_destroystring(void *string);
+
+/* The number of digits of a value in a base of 2 or more, at least 1; the sign is not counted. */
+QBGL_API int _gl_digits(int value, int base);
+QBGL_API int _gl_udigits(unsigned value, unsigned base);
+
+/* Adds an offset to the big-endian number in a descriptor; it wraps within `count` bytes. */
+QBGL_API void _gl_desc_offset(const gl_desc *source, int offset, gl_desc *result);
+/* 1 when counts and significant bytes are equal, otherwise 0. */
+QBGL_API int _gl_desc_eq(const gl_desc *a, const gl_desc *b);
+/* The descriptor's bytes as a number; 0 for a count of 0. */
+QBGL_API gl_wchar _gl_desc_to_gl_wchar(const gl_desc *desc);
+
+/* An environment variable through slot 0; null also for an empty value. The string is the environment's. */
+QBGL_API char *_gl_get_env_var(const char *name);
+
+/* File search. A relative name is tried in each directory of GL_PATH (separated by ":") when that is set, and nowhere else then;
+ * otherwise in $QUORBANEDIR/vrn/SUBDIRECTORYVERSION and in $QUORBANEDIR/vrn/SUBDIRECTORY. QUORBANEDIR has at most 256 characters and
+ * is /usr/quorbane/ when unset. A name that holds the separator mark (byte 0xFF) is a path with "/" in the mark's place.
+ *   ctx      receives GL_ENOFILE (not found, or QUORBANEDIR too long) or GL_ENOMEM; may be null
+ *   version  "" or null: only the plain directory is tried
+ * gl_path_search returns an open stream, to be closed with _gl_ext_fclose, or null. The _rpath form returns the directory in which the
+ * file was found, to be freed with gl_destroystring, or null. The _no_ext forms use libc's own memory and file functions instead of the
+ * table: close with fclose, free with free. */
+QBGL_API FILE *gl_path_search(void *ctx, const char *name, const char *subdirectory, const char *version);
+QBGL_API char *gl_path_search_rpath(char *initial_rpath, void *ctx, const char *name, const char *subdirectory, const char *version);
+QBGL_API FILE *gl_path_search_no_ext(void *ctx, const char *name, const char *subdirectory, const char *version);
+QBGL_API char *gl_path_search_no_ext_rpath(char *initial_rpath, void *ctx, const char *name, const char *subdirectory,
+                                           const char *version);
+
+/* The functions that a search works with. */
+typedef struct gl_file_functions {
+    void *(*alloc)(uint32_t size);
+    void (*free)(void *pointer);
+    FILE *(*open)(const char *path, const char *mode);
+    int (*close)(FILE *stream);
+} gl_file_functions;
+extern QBGL_API const gl_file_functions gl_ext_functions; /* the table's */
+extern QBGL_API const gl_file_functions gl_reg_functions; /* libc's */
+
+/* The search itself. *rpath, null or a string of `set`'s, is replaced by the directory tried last; the caller frees it. */
+QBGL_API FILE *gl_path_search1(void *ctx, const char *name, char **rpath, const char *subdirectory, const char *version,
+                               const gl_file_functions *set);
+/* GL_PATH, or null when it is unset or empty. */
+QBGL_API char *gl_get_gl_path(void);
+/* Replaces *rpath by a copy of a directory. Returns 0, or 1 with GL_ENOMEM and *rpath null. */
+QBGL_API int gl_fix_rpath(void *ctx, char **rpath, const char *directory, const gl_file_functions *set);
+/* Opens a path in which the separator mark stands for "/". Null with GL_ENOFILE or GL_ENOMEM. ctx may be null. */
+QBGL_API FILE *gl_open_file(void *ctx, const char *name);
+
+/* Token readers of object files. They set no error; at the end of the file they return what they have. */
+QBGL_API void _gl_skip_whitespace(FILE *stream);
+QBGL_API void _gl_skip_space_if_needed(FILE *stream); /* one blank at most */
+QBGL_API int _gl_skip_nl(FILE *stream);               /* 1 when a newline was consumed, otherwise 0 */
+QBGL_API unsigned _gl_get_hex_digit(FILE *stream);    /* any byte is consumed; one that is no digit counts as 0 */
+QBGL_API unsigned _gl_get_hex_byte(FILE *stream);     /* two digits */
+QBGL_API unsigned _gl_get_hex(FILE *stream, int n);   /* n digits, at most 8 */
+QBGL_API long _gl_get_int(FILE *stream);              /* one optional blank, sign and digits, saturating */
+QBGL_API double _gl_get_dbl(FILE *stream);
+/* A word of at most size - 1 bytes. Returns 0 when white space follows it, otherwise -1; the buffer is always terminated. */
+QBGL_API int _gl_get_str(char *buffer, int size, FILE *stream);
+
+/* Powers: unsigned with wrap-around (1 for an exponent below 1), and real with either sign of the exponent. */
+QBGL_API unsigned _gl_ipow(unsigned base, int exponent);
+QBGL_API double _gl_fpow(double base, int exponent);
+
+/* A doubly linked list; each node owns a copy of its data. */
+typedef struct gl_list_node {
+    struct gl_list_node *next, *prev;
+    void *data;
+} gl_list_node;
+typedef struct gl_list {
+    gl_list_node *first, *last;
+} gl_list;
+QBGL_API void _gl_list_create(gl_list *list);
+/* Deletes every node. The data copies stay: free them first, with _gl_free_ptr, where nobody else will. */
+QBGL_API void _gl_list_dispose(gl_list *list);
+/* Inserts a copy of `size` bytes before a node, or at the end when that is null. Returns the node, or null when memory is out. */
+QBGL_API gl_list_node *_gl_list_insert(const void *data, uint32_t size, gl_list_node *before, gl_list *list);
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 8. The byte-sequence table
+ *
+ * Maps sequences of 1 to 4 bytes, none a prefix of another, to entries of one fixed size. It finds, in one walk, how long the character
+ * at a position is and what its entry is. ctx may be null in the retrieval functions.
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+#define GL_MULTI_COMPRESSED 2 /* flag: equal arrays are shared, and the text form says so */
+
+/* Reads one entry of element_size bytes from an object file: 0, or -1. */
+typedef int (*gl_entry_reader)(FILE *stream, void *destination, uint32_t element_size);
+/* Writes one entry: 0, or -1. */
+typedef int (*gl_entry_writer)(FILE *stream, const void *entry);
+
+/* Creates an empty table. The default entry is copied. Null when memory is out. Release with _gl_free_multi (null is fine). */
+QBGL_API gl_multi *_gl_create_multi(uint32_t element_size, int32_t flags, const void *default_entry);
+QBGL_API void _gl_free_multi(gl_multi *table);
+
+/* Adds a key of 1 to 4 bytes, with a copy of its entry; a null entry leaves the default. A key that is there already gets the new entry.
+ * Returns 0, or -1: the key is a prefix of another or the reverse, memory is out (the call can be repeated), or the table is compressed. */
+QBGL_API int _gl_insert_desc_multi(const gl_desc *key, const void *entry, gl_multi *table);
+
+/* The entry of the character at `bytes`, owned by the table, or null with GL_EILSEQ. *length receives the number of bytes examined. The
+ * _nl form has no length; the _nv form returns the length, 0 for a bad sequence. */
+QBGL_API void *_gl_retrieve_text_multi(const char *bytes, const gl_multi *table, int *length, void *ctx);
+QBGL_API void *_gl_retrieve_text_multi_nl(const char *bytes, const gl_multi *table, void *ctx);
+QBGL_API int _gl_retrieve_text_multi_nv(const char *bytes, const gl_multi *table, void *ctx);
+/* The same with at most `limit` bytes: GL_EINVAL when the character needs more or the limit is below 1. */
+QBGL_API void *_gl_retrieve_text_multi_limit(const char *bytes, const gl_multi *table, int limit, int *length, void *ctx);
+QBGL_API void *_gl_retrieve_text_multi_limit_nl(const char *bytes, const gl_multi *table, int limit, void *ctx);
+/* The entry of exactly this key, or null. */
+QBGL_API void *_gl_retrieve_desc_multi(const gl_desc *key, const gl_multi *table);
+/* The entry of a little-endian unit of 4 bytes (source lengths of `context` both 4) or 2 bytes; GL_EINVAL when the limit is smaller. */
+QBGL_API void *_gl_retrieve_little_endian_unicode_limit(const char *bytes, const gl_multi *table, int limit, gl_cv *context);
+/* The entry of a wide character, or null with GL_EILSEQ. */
+QBGL_API void *_gl_retrieve_wchar_multi_nl(void *ctx, gl_wchar value, const gl_multi *table);
+
+/* The longest and shortest key (0 and 4 for an empty table), the error of the last read, and the number of nodes. */
+QBGL_API int _gl_multi_max_length(const gl_multi *table);
+QBGL_API int _gl_multi_min_length(const gl_multi *table);
+QBGL_API int _gl_multi_err(const gl_multi *table);
+QBGL_API int _gl_multi_node_count(const gl_multi *table);
+
+/* Lets equal arrays share their memory. Returns 0, or -1 when memory is out (the table is then as it was). */
+QBGL_API int _gl_compress_multi(gl_multi *table);
+
+/* Reads the text form of either kind into a fresh table. Returns 0, or -1 with _gl_multi_err: GL_ETABLELEN when the table declares
+ * keys longer than `longest_key`, otherwise GL_ENOMEM (out of memory or malformed). */
+QBGL_API int _gl_fscanf_multi(FILE *stream, gl_multi *table, int longest_key, gl_entry_reader reader);
+/* Writes the text form. Returns 0, or -1. */
+QBGL_API int _gl_fprintf_multi(FILE *stream, gl_multi *table, gl_entry_writer writer);
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 9. The Unicode extension library
+ *
+ * An optional shared object, listed in vrn/etc/dllregistry, that takes over Unicode locales and conversions. It is used when the host
+ * allows it with gl_useglu and the environment asks for it with GL_USEGLU (1 or 2).
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* 1 allows the extension, 2 also tolerates a library that cannot be loaded (with GL_USEGLU=2), anything else forbids it. */
+QBGL_API void gl_useglu(int value);
+
+/* Loads the extension, its data and its locale map, once; conversions and locales call it by themselves. Returns 0 (also when the
+ * extension is not wanted), or -1: GL_ENOFILE (QUORBANEDIR, registry, library, entry point or data file missing), GL_ENOMEM, or the
+ * extension's own status. The _dll form only loads the libraries and their entry points. ctx may be null. */
+QBGL_API int gl_init_glu(void *ctx);
+QBGL_API int gl_init_glu_dll(void *ctx);
+/* Releases what gl_init_glu acquired. Returns 0, or -1 when a library could not be closed. */
+QBGL_API int gl_unload_glu(void);
+
+/* A library opened with the platform's loader. */
+typedef struct qbnx_library {
+    int32_t error;    /* -1 after an error of the loader, -2 after an internal one */
+    char *error_text; /* owned, or null */
+    void *handle;
+    char *path; /* owned */
+} qbnx_library;
+
+/* Opens a library; flags -99 mean RTLD_NOW | RTLD_GLOBAL. 0, or -1 with the error's text in the record. */
+QBGL_API int qbnx_dlopen(qbnx_library *library, const char *path, int flags);
+/* Stores the address of a symbol, null when it is missing. 0 or -1. */
+QBGL_API int qbnx_dlsym(qbnx_library *library, void **pointer, const char *name);
+/* Takes the loader's error text over into the record. Returns libc's errno. */
+QBGL_API int qbnx_dlerror(qbnx_library *library);
+/* Closes a library and frees its path. 0, or the loader's failure. */
+QBGL_API int qbnx_dlclose(qbnx_library *library);
+
+extern QBGL_API int32_t glu_capable;     /* what gl_useglu set */
+extern QBGL_API int32_t unicode_collate; /* 1 while the extension is active */
+extern QBGL_API void *pMap;              /* the extension's locale map; not null: initialised */
+extern QBGL_API void *glu_cudata_t;      /* the extension's data */
+extern QBGL_API qbnx_library handleglu[4];
+
+/* Forwarding to the extension; call them only while it is active. */
+QBGL_API void *glx_gluMap(void);
+QBGL_API void *glx_gluLoc(gl_locale *locale, int i); /* the handle's extension slot of category i */
+QBGL_API const char *glx_icuErrorName(int code);
+QBGL_API void *glx_getICULocName(void *x); /* null for null */
+QBGL_API void *glx_getICUCvtName(void *x); /* null for null */
+QBGL_API void *glx_lc_open(void *a, void *b, void *c);
+QBGL_API void *glx_lc_close(void *a);
+QBGL_API int glx_ucs32tombs(void *a, void *b, int c, void *d, int e, void *f);
+QBGL_API int glx_ucs32toucs(void *a, void *b, int c, void *d, int e);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* QBGL_H */
