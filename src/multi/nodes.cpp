@@ -1,0 +1,80 @@
+#include "multi/nodes.h"
+
+#include "util/owned.h"
+
+#include <string.h>
+
+namespace qbgl {
+
+MultiNode *new_node(gl_multi &table, bool own_flags) {
+    Owned<MultiNode> node = Owned<MultiNode>::allocate();
+    if (!node) return nullptr;
+    *node = {0, -1, -1, nullptr, nullptr, nullptr, nullptr};
+    if (own_flags) {
+        node->flags = static_cast<uint8_t *>(_gl_alloc_ptr(256));
+        if (node->flags == nullptr) return nullptr;
+        memset(node->flags, FLAG_NONE, 256);
+        ++table.flag_array_count;
+    }
+    return node.release();
+}
+
+void free_node(MultiNode *node) {
+    if (node == nullptr) return;
+    for (int32_t i = 0; node->next != nullptr && i < node->child_count; ++i) free_node(node->next[i]);
+    _gl_free_ptr(node->next);
+    if (node->flag_index < 0) {
+        _gl_free_ptr(node->flags);
+        _gl_free_ptr(node->offsets);
+    }
+    if (node->data_index < 0) _gl_free_ptr(node->data);
+    _gl_free_ptr(node);
+}
+
+void free_nodes(gl_multi &table) {
+    free_node(table.root);
+    table.root = nullptr;
+    for (int32_t i = 0; table.shared_flags != nullptr && i < table.flag_array_count; ++i) {
+        _gl_free_ptr(table.shared_flags[i].flags);
+        _gl_free_ptr(table.shared_flags[i].offsets);
+    }
+    for (int32_t i = 0; table.shared_data != nullptr && i < table.data_array_count; ++i) _gl_free_ptr(table.shared_data[i]);
+    _gl_free_ptr(table.shared_flags);
+    _gl_free_ptr(table.shared_data);
+    table.shared_flags = nullptr;
+    table.shared_data = nullptr;
+    table.flag_array_count = table.data_array_count = table.offset_array_count = 0;
+}
+
+uint8_t *new_data_array(gl_multi &table) {
+    const size_t stride = size_t{1} << table.element_shift;
+    auto *data = static_cast<uint8_t *>(_gl_alloc_ptr(static_cast<uint32_t>(256 * stride)));
+    if (data == nullptr) return nullptr;
+    memset(data, 0, 256 * stride);
+    for (size_t i = 0; i < 256; ++i) memcpy(data + i * stride, table.default_entry, table.element_size);
+    ++table.data_array_count;
+    return data;
+}
+
+bool make_room_for_children(gl_multi &table, MultiNode &node) {
+    if (node.offsets == nullptr) {
+        node.offsets = static_cast<uint8_t *>(_gl_alloc_ptr(256));
+        if (node.offsets == nullptr) return false;
+        memset(node.offsets, 0, 256);
+        ++table.offset_array_count;
+    }
+    if (node.next == nullptr) {
+        node.next = Owned<MultiNode *>::allocate(256).release();
+        if (node.next == nullptr) return false;
+        memset(static_cast<void *>(node.next), 0, 256 * sizeof *node.next);
+    }
+    return true;
+}
+
+int32_t number_children(const uint8_t *flags, uint8_t *offsets) {
+    int32_t count = 0;
+    for (int byte = 0; byte < 256; ++byte) offsets[byte] = flags[byte] == FLAG_CHILD ? static_cast<uint8_t>(count++) : uint8_t{0};
+    return count;
+}
+
+} // namespace qbgl

@@ -1,0 +1,26 @@
+// Making and releasing nodes.
+#pragma once
+
+#include "multi/table.h"
+
+namespace qbgl {
+
+// A node whose 256 flags are FLAG_NONE; `own_flags` false leaves the flag array to be a shared one. Null when memory is out.
+MultiNode *new_node(gl_multi &table, bool own_flags);
+
+// Frees a node, its own arrays and everything below it. Null is fine.
+void free_node(MultiNode *node);
+
+// Frees all nodes and shared arrays; the table has no root then.
+void free_nodes(gl_multi &table);
+
+// 256 default entries for a node to own. Null when memory is out.
+uint8_t *new_data_array(gl_multi &table);
+
+// The arrays that a node needs for its first child. False when memory is out.
+bool make_room_for_children(gl_multi &table, MultiNode &node);
+
+// Numbers the children of a flag array in byte order into `offsets` and returns how many there are.
+int32_t number_children(const uint8_t *flags, uint8_t *offsets);
+
+} // namespace qbgl

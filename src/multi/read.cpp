@@ -1,0 +1,230 @@
+// Reading the text form of a table. Nothing in it is trusted: lengths, flags, runs, indexes and the depth of the tree are checked
+// here, so that walks need no checks.
+//
+//   MAX MIN FLAGS DEFAULT-ENTRY
+//   uncompressed: nodes in pre-order       compressed: F D, then F flag arrays, D data arrays, then nodes in pre-order
+//     HAS-FLAGS HAS-DATA                     HAS-FLAGS HAS-DATA FLAG-INDEX DATA-INDEX
+//     [flag array] [data array]
+//   array: run lines "FFCCCRRR items", C items from index F on, R times in a row; then "0000000"
+#include "multi/read.h"
+
+#include "multi/nodes.h"
+#include "util/owned.h"
+
+#include <string.h>
+
+using namespace qbgl;
+
+namespace {
+
+struct Run {
+    unsigned first, count, repeat;
+};
+
+enum class RunLine { ITEMS, END, BAD };
+
+class TableReader {
+  public:
+    TableReader(ByteReader &in, gl_multi &table, EntryReader reader, void *self)
+        : in_(in), table_(table), reader_(reader), self_(self), stride_(size_t{1} << table.element_shift) {}
+
+    bool read() {
+        in_.skip_one_blank();
+        if (!reader_(in_, table_.default_entry, table_.element_size, self_) || !in_.skip_newline()) return false;
+        return (table_.flags & GL_MULTI_COMPRESSED) != 0 ? read_compressed() : read_uncompressed();
+    }
+
+  private:
+    bool read_uncompressed() {
+        table_.root = new_node(table_, true);
+        return table_.root != nullptr && read_own_node(*table_.root, 1);
+    }
+
+    bool read_compressed() {
+        const long flag_arrays = in_.integer();
+        const long data_arrays = in_.integer();
+        if (!in_.skip_newline() || !read_shared_flags(flag_arrays) || !read_shared_data(data_arrays)) return false;
+        table_.root = new_node(table_, false);
+        return table_.root != nullptr && read_sharing_node(*table_.root, 1);
+    }
+
+    bool read_own_node(MultiNode &node, int depth) {
+        const long has_flags = in_.integer();
+        const long has_data = in_.integer();
+        if (!in_.skip_newline() || !is_bit(has_flags) || !is_bit(has_data)) return false;
+        if (has_flags != 0 && !read_flag_array(node.flags)) return false;
+        if (has_data != 0) {
+            node.data = new_data_array(table_);
+            if (node.data == nullptr || !read_data_array(node.data)) return false;
+        }
+        if (memchr(node.flags, FLAG_CHILD, 256) == nullptr) return true;
+        if (depth >= table_.max_length || !make_room_for_children(table_, node)) return false;
+        return read_children(node, number_children(node.flags, node.offsets), depth, true);
+    }
+
+    bool read_sharing_node(MultiNode &node, int depth) {
+        const long has_flags = in_.integer();
+        const long has_data = in_.integer();
+        const long flag_index = in_.integer();
+        const long data_index = in_.integer();
+        if (!in_.skip_newline() || !is_bit(has_flags) || !is_bit(has_data)) return false;
+        if (has_flags == 0) return false; // every node that a writer makes has its flags
+        if (flag_index < 0 || flag_index >= table_.flag_array_count) return false;
+        const SharedFlags &shared = table_.shared_flags[flag_index];
+        node.flag_index = static_cast<int32_t>(flag_index);
+        node.flags = shared.flags;
+        node.offsets = shared.offsets;
+        if (has_data != 0) {
+            if (data_index < 0 || data_index >= table_.data_array_count) return false;
+            node.data_index = static_cast<int32_t>(data_index);
+            node.data = table_.shared_data[data_index];
+        }
+        if (shared.child_count == 0) return true;
+        if (depth >= table_.max_length || !make_room_for_children(table_, node)) return false;
+        return read_children(node, shared.child_count, depth, false);
+    }
+
+    // child_count grows with the children that are there, so that a failure can free them.
+    bool read_children(MultiNode &node, int32_t count, int depth, bool own) {
+        for (int32_t i = 0; i < count; ++i) {
+            MultiNode *child = new_node(table_, own);
+            if (child == nullptr) return false;
+            node.next[node.child_count++] = child;
+            if (!(own ? read_own_node(*child, depth + 1) : read_sharing_node(*child, depth + 1))) return false;
+        }
+        return true;
+    }
+
+    // The lists grow as arrays are really read, so that a count alone cannot ask for memory.
+    bool read_shared_flags(long count) {
+        int32_t capacity = 0;
+        for (long i = 0; i < count; ++i) {
+            if (table_.flag_array_count == capacity && !grow(table_.shared_flags, capacity)) return false;
+            SharedFlags &shared = table_.shared_flags[table_.flag_array_count];
+            shared.flags = static_cast<uint8_t *>(_gl_alloc_ptr(256));
+            shared.offsets = static_cast<uint8_t *>(_gl_alloc_ptr(256));
+            ++table_.flag_array_count;
+            ++table_.offset_array_count;
+            if (shared.flags == nullptr || shared.offsets == nullptr) return false;
+            memset(shared.flags, FLAG_NONE, 256);
+            if (!read_flag_array(shared.flags)) return false;
+            shared.child_count = number_children(shared.flags, shared.offsets);
+        }
+        return true;
+    }
+
+    bool read_shared_data(long count) {
+        int32_t capacity = 0;
+        for (long i = 0; i < count; ++i) {
+            if (table_.data_array_count == capacity && !grow(table_.shared_data, capacity)) return false;
+            uint8_t **slot = &table_.shared_data[table_.data_array_count];
+            *slot = new_data_array(table_);
+            if (*slot == nullptr || !read_data_array(*slot)) return false;
+        }
+        return true;
+    }
+
+    template <class T> static bool grow(T *&list, int32_t &capacity) {
+        const int32_t larger = capacity == 0 ? 16 : capacity * 2;
+        Owned<T> block = Owned<T>::allocate(static_cast<uint32_t>(larger));
+        if (!block) return false;
+        if (capacity > 0) memcpy(static_cast<void *>(block.get()), list, static_cast<size_t>(capacity) * sizeof(T));
+        _gl_free_ptr(list);
+        list = block.release();
+        capacity = larger;
+        return true;
+    }
+
+    bool read_flag_array(uint8_t *flags) {
+        for (;;) {
+            Run run;
+            const RunLine line = read_run(run);
+            if (line != RunLine::ITEMS) return line == RunLine::END;
+            for (unsigned i = 0; i < run.count; ++i) {
+                const unsigned flag = in_.hex_byte();
+                if (flag != FLAG_NONE && flag != FLAG_CHILD && flag != FLAG_END) return false;
+                flags[run.first + i] = static_cast<uint8_t>(flag);
+            }
+            if (!in_.skip_newline()) return false;
+            repeat(flags + run.first, run, 1);
+        }
+    }
+
+    bool read_data_array(uint8_t *data) {
+        for (;;) {
+            Run run;
+            const RunLine line = read_run(run);
+            if (line != RunLine::ITEMS) return line == RunLine::END;
+            uint8_t *first = data + run.first * stride_;
+            for (unsigned i = 0; i < run.count; ++i)
+                if (!reader_(in_, first + i * stride_, table_.element_size, self_)) return false;
+            if (!in_.skip_newline()) return false;
+            repeat(first, run, stride_);
+        }
+    }
+
+    // The terminator is seven zeros and its newline: the newline stands where the last digit of the repeat count would.
+    RunLine read_run(Run &run) {
+        run.first = in_.hex(2);
+        run.count = in_.hex(3);
+        const unsigned high = in_.hex(2);
+        const int last = in_.fgetc();
+        run.repeat = high << 4 | hex_digit_value(last);
+        if (run.count == 0) return last == '\n' ? RunLine::END : RunLine::BAD;
+        return run.repeat >= 1 && run.first + run.count * run.repeat <= 256 ? RunLine::ITEMS : RunLine::BAD;
+    }
+
+    static void repeat(uint8_t *first, const Run &run, size_t stride) {
+        const size_t size = run.count * stride;
+        for (unsigned copy = 1; copy < run.repeat; ++copy) memcpy(first + copy * size, first, size);
+    }
+
+    static bool is_bit(long value) { return value == 0 || value == 1; }
+
+    ByteReader &in_;
+    gl_multi &table_;
+    EntryReader reader_;
+    void *self_;
+    size_t stride_;
+};
+
+bool call_entry_reader(ByteReader &in, void *destination, uint32_t size, void *self) {
+    return (*static_cast<gl_entry_reader *>(self))(in.stream(), destination, size) == 0;
+}
+
+} // namespace
+
+int qbgl::read_table(ByteReader &in, gl_multi &table, int longest_key, EntryReader reader, void *self) {
+    const long max_length = in.integer();
+    const long min_length = in.integer();
+    const long flags = in.integer();
+    table.error = GL_ENOMEM;
+    MultiNode *empty_root = new_node(table, true); // what a failure leaves behind: a table without keys
+    if (empty_root == nullptr) return -1;
+    free_nodes(table);
+    if (max_length > longest_key || max_length > MAX_KEY)
+        table.error = GL_ETABLELEN;
+    else if (max_length >= 0 && min_length >= 0 && min_length <= MAX_KEY) {
+        table.max_length = static_cast<int32_t>(max_length);
+        table.min_length = static_cast<int32_t>(min_length);
+        table.flags = static_cast<int32_t>(flags) | MULTI_MARKED;
+        TableReader body(in, table, reader, self);
+        if (body.read()) {
+            free_node(empty_root);
+            table.error = 0;
+            return 0;
+        }
+    }
+    free_nodes(table);
+    table.root = empty_root;
+    table.flag_array_count = 1;
+    table.max_length = 0;
+    table.min_length = MAX_KEY;
+    table.flags = MULTI_MARKED;
+    return -1;
+}
+
+int _gl_fscanf_multi(FILE *stream, gl_multi *table, int longest_key, gl_entry_reader reader) {
+    ByteReader in(stream);
+    return read_table(in, *table, longest_key, call_entry_reader, &reader);
+}

@@ -1,0 +1,59 @@
+// The byte-sequence table: a trie with one 256-way level for each byte of a key.
+#pragma once
+
+#include "qbgl.h"
+
+namespace qbgl {
+
+// What a node says of a byte.
+inline constexpr uint8_t FLAG_NONE = 0;  // no key continues with it
+inline constexpr uint8_t FLAG_CHILD = 1; // keys continue in a child node
+inline constexpr uint8_t FLAG_END = 4;   // a key ends with it
+
+inline constexpr int MAX_KEY = 4;
+
+struct MultiNode {
+    int32_t child_count; // bytes with FLAG_CHILD; the next free index of `next`
+    int32_t flag_index;  // place in the table's shared flag arrays, -1 when the node owns its own
+    int32_t data_index;  // the same for the data array
+    uint8_t *flags;      // 256
+    uint8_t *offsets;    // 256: index in `next` of the child of a byte with FLAG_CHILD; null without children
+    uint8_t *data;       // 256 entries of (1 << element_shift) bytes, or null: every key that ends here has the default entry
+    MultiNode **next;
+};
+
+// A flag array that several nodes share, with what follows from it.
+struct SharedFlags {
+    uint8_t *flags;
+    uint8_t *offsets;
+    int32_t child_count;
+};
+
+} // namespace qbgl
+
+struct gl_multi {
+    uint32_t element_size;
+    int32_t max_length; // longest key, 0 when empty
+    int32_t min_length; // shortest key, 4 when empty
+    int32_t flags;      // bit value 1 always, GL_MULTI_COMPRESSED where arrays are shared
+    int32_t data_array_count, flag_array_count, offset_array_count;
+    int32_t error; // of the last read
+    qbgl::MultiNode *root;
+    uint8_t *default_entry;
+    int32_t element_shift;
+    qbgl::SharedFlags *shared_flags; // flag_array_count of them when compressed
+    uint8_t **shared_data;           // data_array_count of them when compressed
+};
+
+namespace qbgl {
+
+inline constexpr int32_t MULTI_MARKED = 1; // leaves are marked, as in every table
+
+// The entry of a key that ends in `node` with `byte`.
+inline const uint8_t *entry_of(const gl_multi &table, const MultiNode &node, uint8_t byte) {
+    return node.data != nullptr ? node.data + (static_cast<size_t>(byte) << table.element_shift) : table.default_entry;
+}
+
+inline MultiNode *child_of(const MultiNode &node, uint8_t byte) { return node.next[node.offsets[byte]]; }
+
+} // namespace qbgl
