@@ -1,0 +1,30 @@
+// Prints, after the ordinary table, how many times as fast as each peer the library is, beside the ratio that is to be reached.
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+struct Goal {
+    std::string work; // benchmarks are named WORK/qbgl, WORK/iconv, WORK/icu
+    double over_iconv, over_icu;
+};
+
+class RatioReporter : public benchmark::ConsoleReporter {
+  public:
+    explicit RatioReporter(std::vector<Goal> goals) : goals_(std::move(goals)) {}
+    void ReportRuns(const std::vector<Run> &runs) override;
+    void Finalize() override;
+
+  private:
+    double median(const std::string &name) const;
+
+    std::vector<Goal> goals_;
+    std::map<std::string, std::vector<double>> rates_; // bytes a second of each repetition
+};
+
+} // namespace bench

@@ -1,0 +1,256 @@
+#include "cvlib/engine.h"
+
+#include "cvlib/lane.h"
+#include "cvlib/record.h"
+#include "ext/error.h"
+#include "multi/table.h"
+#include "qbnxdl/entry_points.h"
+
+#include <algorithm>
+#include <string.h>
+
+namespace qbgl {
+
+namespace {
+
+// The input length that stands for "up to the terminator".
+constexpr int UNLIMITED = 0x7FFFFFFF;
+
+// Where a conversion stands. Loaded from the caller's buffers at the start, stored back at the end, whatever the outcome.
+struct Cursor {
+    const char *in;
+    int remaining;
+    char *out; // null when measuring
+    int room;
+    bool to_terminator;
+
+    void write(const uint8_t *bytes, int count) {
+        if (out != nullptr) {
+            memcpy(out, bytes, static_cast<size_t>(count));
+            out += count;
+        }
+        room -= count;
+    }
+    void consume(int count) {
+        in += count;
+        remaining -= count;
+    }
+};
+
+Cursor load(const Buffers &buffers) {
+    *buffers.subst = 0;
+    return {*buffers.in, buffers.inleft != nullptr ? *buffers.inleft : UNLIMITED, buffers.out != nullptr ? *buffers.out : nullptr,
+            *buffers.outleft, buffers.inleft == nullptr};
+}
+
+int store(const Cursor &at, const Buffers &buffers, int result) {
+    *buffers.in = at.in;
+    if (buffers.inleft != nullptr) *buffers.inleft = at.remaining;
+    if (buffers.out != nullptr) *buffers.out = at.out;
+    *buffers.outleft = at.room;
+    return result;
+}
+
+// A missing record leaves the descriptor's error number alone.
+int fail_without_record() {
+    gl_message("Error in Translation.");
+    return -1;
+}
+
+int fail_unmapped(gl_cv *cd) {
+    gl_message("Error in Translation (GL_EILSEQ)");
+    set_error(cd, GL_EILSEQ);
+    return -1;
+}
+
+int fail_no_room(gl_cv *cd) {
+    gl_message("Error in Translation (GL_E2BIG)");
+    set_error(cd, GL_E2BIG);
+    return -1;
+}
+
+// The steps of the stateless conversions: how a shape finds the record of the character at hand (its bytes, null when there is
+// none, and how many input bytes it is), and what it writes of it.
+struct Found {
+    const uint8_t *record;
+    int key_length;
+};
+
+struct MultibyteStep {
+    const gl_cv &cd;
+
+    Found find(const Cursor &at) const {
+        int length = 0;
+        const void *record = _gl_retrieve_text_multi_limit(at.in, cd.main_table, at.remaining, &length, nullptr);
+        return {static_cast<const uint8_t *>(record), length};
+    }
+    static int room_needed(const Record &record) { return record.length(); }
+    static void write(Cursor &at, const Record &record) { at.write(record.output(), record.length()); }
+};
+
+struct SingleByteStep {
+    const gl_cv &cd;
+
+    Found find(const Cursor &at) const {
+        const MultiNode &root = *cd.main_table->root;
+        const auto byte = static_cast<uint8_t>(*at.in);
+        return {root.flags[byte] == FLAG_END ? entry_of(*cd.main_table, root, byte) : nullptr, 1};
+    }
+    static int room_needed(const Record &) { return 1; }
+    static void write(Cursor &at, const Record &record) { at.write(record.output(), 1); }
+};
+
+struct UnicodeSourceStep {
+    gl_cv &cd;
+
+    Found find(const Cursor &at) const {
+        const int unit = cd.source_min_len == 4 && cd.source_max_len == 4 ? 4 : 2;
+        const int error = get_error(&cd); // the lookup reports into the descriptor, which keeps its number when there is no record
+        const void *record = _gl_retrieve_little_endian_unicode_limit(at.in, cd.main_table, at.remaining, &cd);
+        if (record == nullptr) set_error(&cd, error);
+        return {static_cast<const uint8_t *>(record), unit};
+    }
+    static int room_needed(const Record &record) { return record.length(); }
+    static void write(Cursor &at, const Record &record) { at.write(record.output(), record.length()); }
+};
+
+// Records hold the unit most significant byte first.
+struct UnicodeTargetStep {
+    const gl_cv &cd;
+
+    Found find(const Cursor &at) const { return MultibyteStep{cd}.find(at); }
+    // Two bytes of room are asked for also where four are written: hosts size the output by the expansion factor.
+    static int room_needed(const Record &) { return 2; }
+    void write(Cursor &at, const Record &record) const {
+        const uint8_t *unit = record.output();
+        if (cd.target_min_len == 4 && cd.target_max_len == 4) {
+            const uint8_t reversed[4] = {unit[3], unit[2], unit[1], unit[0]};
+            at.write(reversed, 4);
+        } else {
+            const uint8_t reversed[2] = {unit[1], unit[0]};
+            at.write(reversed, 2);
+        }
+    }
+};
+
+// Lets the descriptor's lane take the plain characters from here on.
+void take_lane(const Lane &lane, Cursor &at, bool single_byte) {
+    const auto *in = reinterpret_cast<const uint8_t *>(at.in);
+    const auto out = reinterpret_cast<uintptr_t>(at.out);
+    // Counts may be larger than what lies between the buffers and the end of the address space.
+    const auto in_size = std::min(static_cast<uintptr_t>(at.remaining), UINTPTR_MAX - reinterpret_cast<uintptr_t>(in));
+    const auto out_size = at.room > 0 ? std::min(static_cast<uintptr_t>(at.room), UINTPTR_MAX - out) : 0;
+    const LaneRange range = {in + in_size, out + out_size, !at.to_terminator};
+    const LanePosition start = {in, out};
+    LanePosition stop;
+    if (single_byte)
+        stop = at.out != nullptr ? run_single_byte_lane<true>(lane, start, range) : run_single_byte_lane<false>(lane, start, range);
+    else
+        stop = at.out != nullptr ? run_lane<true>(lane, start, range) : run_lane<false>(lane, start, range);
+    const auto written = static_cast<int>(stop.out - out);
+    at.consume(static_cast<int>(stop.in - in));
+    at.room -= written;
+    if (at.out != nullptr) at.out += written;
+}
+
+template <class Step> int convert_stateless(gl_cv *cd, const Buffers &buffers, const Step &step, bool single_byte = false) {
+    Cursor at = load(buffers);
+    const auto *lane = static_cast<const Lane *>(cd->lane);
+    if (single_byte && at.to_terminator) lane = nullptr; // that lane looks ahead
+    while (at.remaining >= 1) {
+        if (lane != nullptr) {
+            take_lane(*lane, at, single_byte);
+            if (at.remaining < 1) break;
+        }
+        const Found found = step.find(at);
+        if (found.record == nullptr) return store(at, buffers, fail_without_record());
+        const Record record(found.record);
+        if (record.unmapped()) return store(at, buffers, fail_unmapped(cd));
+        if (record.substituted()) *buffers.subst = 1;
+        if (at.room < step.room_needed(record)) return store(at, buffers, fail_no_room(cd));
+        step.write(at, record);
+        at.consume(found.key_length);
+        if (at.to_terminator && record.terminator()) break;
+    }
+    return store(at, buffers, 0);
+}
+
+} // namespace
+
+int mb_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst) {
+    return convert_stateless(cd, {in, inleft, out, outleft, subst}, MultibyteStep{*cd});
+}
+
+int sb_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst) {
+    return convert_stateless(cd, {in, inleft, out, outleft, subst}, SingleByteStep{*cd}, true);
+}
+
+int little_endian_unicode_source_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst) {
+    return convert_stateless(cd, {in, inleft, out, outleft, subst}, UnicodeSourceStep{*cd});
+}
+
+int little_endian_unicode_target_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst) {
+    return convert_stateless(cd, {in, inleft, out, outleft, subst}, UnicodeTargetStep{*cd});
+}
+
+int mb_smiconv(gl_cv *cd, gl_cv_state *state, const char **in, int *inleft, char **out, int *outleft, int *subst) {
+    const Buffers buffers = {in, inleft, out, outleft, subst};
+    Cursor at = load(buffers);
+    if (state->reset != 0) state->source_shift = state->target_shift = 0;
+    while (at.remaining >= 1) {
+        const gl_multi *table = state->source_shift == 1 && cd->shifted_table != nullptr ? cd->shifted_table : cd->main_table;
+        int key_length = 0;
+        const void *found = _gl_retrieve_text_multi_limit(at.in, table, at.remaining, &key_length, nullptr);
+        if (found == nullptr) return store(at, buffers, fail_without_record());
+        const Record record(static_cast<const uint8_t *>(found));
+        if (record.unmapped()) return store(at, buffers, fail_unmapped(cd));
+        if (record.substituted()) *subst = 1;
+
+        const bool shifts_target = record.target_shift() != (state->target_shift != 0 ? 1 : 0);
+        const int shift = record.target_shift() == 1 ? 0 : 1; // the sequence that enters or leaves the shifted state
+        const bool last = at.remaining - key_length < 1 || (at.to_terminator && record.terminator());
+        const bool closes = state->flush != 0 && record.target_shift() == 1 && last;
+        const int needed =
+            (shifts_target ? cd->sequence_length[shift] : 0) + record.length() + (closes ? cd->sequence_length[1] : 0);
+        // The shift states change only with a character that fits, so that the caller can enlarge the output and go on.
+        if (at.room < needed) return store(at, buffers, fail_no_room(cd));
+
+        if (record.toggles_source()) state->source_shift = state->source_shift == 0 ? 1 : 0;
+        if (shifts_target) {
+            state->target_shift = record.target_shift();
+            at.write(cd->sequence[shift], cd->sequence_length[shift]);
+        }
+        at.write(record.output(), record.length());
+        if (closes) at.write(cd->sequence[1], cd->sequence_length[1]);
+        at.consume(key_length);
+        if (at.to_terminator && record.terminator()) break;
+    }
+    return store(at, buffers, 0);
+}
+
+} // namespace qbgl
+
+int gl_cv_mconv(gl_cv *cd, gl_cv_state *state, const char **in, int *inleft, char **out, int *outleft, int *subst) {
+    using namespace qbgl;
+    if (cd == nullptr || is_canned(cd)) return -1;
+    if (cd->glu_flag == 1) {
+        if (fn_glu_cv_conv == nullptr) return -1; // the extension was unloaded under the descriptor
+        int status = 0;
+        const int result =
+            fn_glu_cv_conv(cd->glu_handle, state != nullptr ? state->reset : 1, in, inleft, out, outleft, subst, &status);
+        if (status > 0) set_error(cd, status);
+        return result;
+    }
+    if (cd->convert == nullptr) return -1; // a descriptor whose file failed to load
+    if (cd->source_stateful == 0 && cd->target_stateful == 0) return cd->convert(cd, in, inleft, out, outleft, subst);
+    gl_cv_state fresh = {1, 1, 0, 0};
+    return mb_smiconv(cd, state != nullptr ? state : &fresh, in, inleft, out, outleft, subst);
+}
+
+int gl_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst) {
+    return gl_cv_mconv(cd, nullptr, in, inleft, out, outleft, subst);
+}
+
+int gl_mconvlen(gl_cv *cd, gl_cv_state *state, const char **in, int *inleft, int *outleft, int *subst) {
+    return gl_cv_mconv(cd, state, in, inleft, nullptr, outleft, subst);
+}

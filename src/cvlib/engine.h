@@ -1,0 +1,29 @@
+// The conversion engine: one function for each shape of conversion, all with the argument list of the C face.
+#pragma once
+
+#include "qbgl.h"
+
+namespace qbgl {
+
+// What a conversion works through: the caller's buffers as plain values, stored back once.
+struct Buffers {
+    const char **in;
+    int *inleft; // null: up to the terminator
+    char **out;  // null: measure only
+    int *outleft;
+    int *subst;
+};
+
+int mb_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
+int sb_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
+int little_endian_unicode_source_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
+int little_endian_unicode_target_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
+int mb_smiconv(gl_cv *cd, gl_cv_state *state, const char **in, int *inleft, char **out, int *outleft, int *subst);
+
+// Whether `cd` is one of the constant records that a failed open hands out.
+bool is_canned(const gl_cv *cd);
+
+// Whether units of this shortest and longest length are little-endian Unicode.
+constexpr bool is_unicode_unit(int32_t min_len, int32_t max_len) { return min_len == max_len && (min_len == 2 || min_len == 4); }
+
+} // namespace qbgl
