@@ -1,0 +1,120 @@
+// Codeset numbers by name: from the cache when there is one, otherwise from the registry file, which each lookup then reads anew.
+// The built-in table serves only after caching the file has failed.
+#include "spec/registry.h"
+#include "ext/error.h"
+#include "util/ascii.h"
+
+#include <algorithm>
+#include <charconv>
+#include <string.h>
+#include <utility>
+
+namespace qbgl {
+
+constinit RegistryEntry *vrn_registry_list_cache = nullptr;
+constinit const CannedCodeset *vrn_registry_array_cache = nullptr;
+
+namespace {
+
+// Opened and closed by libc, not through the table.
+class RegistryFile {
+  public:
+    RegistryFile(void *ctx, const char *path)
+        : stream_(path != nullptr ? gl_reg_functions.open(path, "r") : gl_path_search_no_ext(ctx, "registry", "cm", "3")) {}
+    RegistryFile(const RegistryFile &) = delete;
+    RegistryFile &operator=(const RegistryFile &) = delete;
+    ~RegistryFile() {
+        if (stream_ != nullptr) gl_reg_functions.close(stream_);
+    }
+    FILE *get() const { return stream_; }
+
+  private:
+    FILE *stream_;
+};
+
+class FoldedName {
+  public:
+    explicit FoldedName(std::string_view name) : length_(std::min<size_t>(name.size(), CODESET_NAME_MAX)) {
+        std::transform(name.begin(), name.begin() + length_, text_, ascii::to_lower);
+    }
+    operator std::string_view() const { return {text_, length_}; }
+
+  private:
+    size_t length_;
+    char text_[CODESET_NAME_MAX];
+};
+
+uint16_t find_in_list(const RegistryEntry *entry, std::string_view name) {
+    while (entry != nullptr && entry->name != name) entry = entry->next;
+    return entry != nullptr ? entry->number : static_cast<uint16_t>(GL_NO_CODESET);
+}
+
+uint16_t find_in_array(const CannedCodeset *row, std::string_view name) {
+    while (row->name != nullptr && row->name != name) ++row;
+    return static_cast<uint16_t>(row->name != nullptr ? row->number : GL_NO_CODESET);
+}
+
+// A name that is a decimal number below 65536 stands for itself.
+bool read_decimal(std::string_view name, uint16_t &number) {
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
+    return error == std::errc() && end == name.data() + name.size();
+}
+
+int cache_file(void *ctx, const char *path) {
+    const RegistryFile file(ctx, path);
+    if (file.get() == nullptr) return GL_ENODATA;
+    return read_registry(file.get(), gl_reg_functions, vrn_registry_list_cache);
+}
+
+} // namespace
+
+uint16_t codeset_number(void *ctx, std::string_view name, const char *registry_path) {
+    const FoldedName folded(name);
+    uint16_t number = GL_NO_CODESET;
+    if (vrn_registry_list_cache != nullptr) {
+        number = find_in_list(vrn_registry_list_cache, folded);
+    } else if (vrn_registry_array_cache != nullptr) {
+        number = find_in_array(vrn_registry_array_cache, folded);
+    } else {
+        const RegistryFile file(ctx, registry_path);
+        if (file.get() == nullptr) {
+            if (get_error(ctx) != GL_ENOMEM) set_error(ctx, GL_ENODATA);
+            return GL_NO_CODESET;
+        }
+        if (const int error = find_in_registry(file.get(), folded, number)) {
+            set_error(ctx, error);
+            return GL_NO_CODESET;
+        }
+    }
+    if (number != GL_NO_CODESET || read_decimal(folded, number)) return number;
+    set_error(ctx, GL_EINVAL);
+    return GL_NO_CODESET;
+}
+
+} // namespace qbgl
+
+using namespace qbgl;
+
+uint16_t gl_cs_name2cs_num(void *ctx, const char *name, const char *registry_path) {
+    return codeset_number(ctx, name != nullptr ? name : "", registry_path);
+}
+
+int gl_cache_registry(void *ctx, const char *registry_path) {
+    gl_free_registry_cache();
+    const bool search = registry_path == nullptr || *registry_path == '\0';
+    const int error = cache_file(ctx, search ? nullptr : registry_path);
+    if (error == 0) return 0;
+    set_error(ctx, error);
+    vrn_registry_array_cache = vrn_canned_registry;
+    return -1;
+}
+
+void gl_free_registry_cache(void) {
+    _gl_free_registry_list(std::exchange(vrn_registry_list_cache, nullptr));
+    vrn_registry_array_cache = nullptr;
+}
+
+int _gl_all_decimal_digits(const char *text) {
+    const std::string_view digits = text != nullptr ? text : "";
+    return !digits.empty() && std::all_of(digits.begin(), digits.end(), ascii::is_digit);
+}
