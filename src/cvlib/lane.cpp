@@ -28,14 +28,18 @@ LaneCell plain_cell(const Record &record, LaneOutput output) {
     return static_cast<LaneCell>(value | static_cast<uint32_t>(record.length()) << 24);
 }
 
-// Nodes with a plain character below them, the node itself included; 0 when there is none.
-uint32_t count_useful(const gl_multi &table, const MultiNode &node, LaneOutput output) {
+// Longest character that the lane takes. Four-byte codesets have ten thousand nodes of rare characters.
+constexpr int LANE_DEPTH = 3;
+
+// Nodes with a plain character below them, the node itself, at `depth` from 1 on, included; 0 when there is none.
+uint32_t count_useful(const gl_multi &table, const MultiNode &node, LaneOutput output, int depth) {
+    if (depth > LANE_DEPTH) return 0;
     uint32_t below = 0;
     bool plain = false;
     for (int byte = 0; byte < 256; ++byte) {
         const auto b = static_cast<uint8_t>(byte);
         if (node.flags[b] == FLAG_CHILD)
-            below += count_useful(table, *child_of(node, b), output);
+            below += count_useful(table, *child_of(node, b), output, depth + 1);
         else if (node.flags[b] == FLAG_END && !plain)
             plain = is_plain(Record(entry_of(table, node, b)), output);
     }
@@ -47,7 +51,7 @@ class LaneBuilder {
     LaneBuilder(const gl_multi &table, LaneOutput output, Lane &lane) : table_(table), output_(output), lane_(lane) {}
 
     // Fills the next free node from a table node and returns its first cell.
-    int32_t fill(const MultiNode &node) {
+    int32_t fill(const MultiNode &node, int depth) {
         const uint32_t first = lane_.node_count++ * 256;
         LaneCell *cells = lane_.cells + first;
         memset(cells, 0, 256 * sizeof *cells);
@@ -55,7 +59,7 @@ class LaneBuilder {
             const auto b = static_cast<uint8_t>(byte);
             if (node.flags[b] == FLAG_CHILD) {
                 const MultiNode &child = *child_of(node, b);
-                if (count_useful(table_, child, output_) > 0) cells[b] = ~fill(child);
+                if (count_useful(table_, child, output_, depth + 1) > 0) cells[b] = ~fill(child, depth + 1);
             } else if (node.flags[b] == FLAG_END) {
                 const Record record(entry_of(table_, node, b));
                 if (is_plain(record, output_)) cells[b] = plain_cell(record, output_);
@@ -110,13 +114,13 @@ template <bool WRITE> inline void store(uintptr_t out, LaneCell cell) {
 } // namespace
 
 Lane *build_lane(const gl_multi &table, LaneOutput output) {
-    const uint32_t nodes = count_useful(table, *table.root, output);
+    const uint32_t nodes = count_useful(table, *table.root, output, 1);
     if (nodes == 0 || nodes > MAX_LANE_NODES) return nullptr;
     const auto size = static_cast<uint32_t>(sizeof(Lane) + size_t{nodes} * 256 * sizeof(LaneCell));
     auto *lane = static_cast<Lane *>(_gl_alloc_ptr(size));
     if (lane == nullptr) return nullptr;
     *lane = {};
-    LaneBuilder(table, output, *lane).fill(*table.root);
+    LaneBuilder(table, output, *lane).fill(*table.root, 1);
     find_ascii(*lane);
     return lane;
 }
@@ -130,7 +134,7 @@ template <bool WRITE> LanePosition run_lane(const Lane &lane, LanePosition at, c
     const bool blocks = range.read_ahead && lane.copies_ascii;
     const AsciiBlock ascii(lane);
     bool after_one_byte = true;
-    // A cell is stored whole, so four bytes of room; and no character of the table is longer than four bytes.
+    // A cell is stored whole, so four bytes of room; and that much input for any character.
     while (in_end - in >= MAX_KEY && out_end - out >= sizeof(LaneCell)) {
         if (blocks && after_one_byte && *in < 0x80) {
             while (in_end - in >= BLOCK && out_end - out >= static_cast<uintptr_t>(BLOCK)) {
@@ -154,10 +158,6 @@ template <bool WRITE> LanePosition run_lane(const Lane &lane, LanePosition at, c
             if (cell < 0) {
                 cell = cells[~cell + in[2]];
                 length = 3;
-                if (cell < 0) {
-                    cell = cells[~cell + in[3]];
-                    length = 4;
-                }
             }
         }
         const unsigned written = static_cast<unsigned>(cell) >> 24;

@@ -142,9 +142,10 @@ bool set_iconv_fps(gl_cv *cd) {
         cd->convert = little_endian_unicode_target_miconv;
         if (cd->target_max_len == 2) cd->lane = build_lane(*cd->main_table, LaneOutput::TWO_BYTES_REVERSED);
     } else if (!source_stateful && !target_stateful && cd->source_max_len == 1 && cd->target_max_len == 1) {
-        cd->convert = sb_miconv;
         if (cd->single_byte_table_flag == 0 && !build_single_byte_table(cd)) return false;
-        cd->lane = build_lane(*cd->main_table, LaneOutput::AS_STORED);
+        cd->convert = sb_miconv;
+        // The lane for single bytes knows no children, which a table has when its lengths belie the object's.
+        if (_gl_multi_max_length(cd->main_table) == 1) cd->lane = build_lane(*cd->main_table, LaneOutput::AS_STORED);
     } else {
         cd->convert = mb_miconv;
         if (!source_stateful && !target_stateful) cd->lane = build_lane(*cd->main_table, LaneOutput::AS_STORED);
@@ -188,6 +189,11 @@ int read_cv_file(FILE *file, gl_cv *cd) {
     if (cd->source_stateful != 0) {
         cd->shifted_table = read_conversion_table(in, cd);
         if (cd->shifted_table == nullptr) return -1;
+    }
+    // A byte that could not be read counts as a digit 0: only the stream knows that it was none.
+    if (_gl_ext_ferror(stream.get()) != 0) {
+        set_error(cd, GL_ENOFILE);
+        return -1;
     }
     stream.close();
     if (!set_iconv_fps(cd)) return -1;

@@ -25,6 +25,21 @@ MultiNode *descend(gl_multi &table, MultiNode &node, uint8_t byte) {
     return child;
 }
 
+// Gives a node entries for all 256 bytes, keeping those that it has. False when memory is out.
+bool widen_data(gl_multi &table, MultiNode &node) {
+    if (node.data.count == 256) return true;
+    const DataArray wide = new_data_array(table, 0, 256);
+    if (wide.entries == nullptr) return false;
+    if (node.data.entries != nullptr) {
+        memcpy(wide.entries + (static_cast<size_t>(node.data.first) << table.element_shift), node.data.entries,
+               static_cast<size_t>(node.data.count) << table.element_shift);
+        _gl_free_ptr(node.data.entries);
+        --table.data_array_count;
+    }
+    node.data = wide;
+    return true;
+}
+
 } // namespace
 
 gl_multi *_gl_create_multi(uint32_t element_size, int32_t flags, const void *default_entry) {
@@ -62,9 +77,8 @@ int _gl_insert_desc_multi(const gl_desc *key, const void *entry, gl_multi *table
     const uint8_t last = key->bytes[length - 1];
     if (node->flags[last] == FLAG_CHILD) return -1;
     if (entry != nullptr) {
-        if (node->data == nullptr) node->data = new_data_array(*table);
-        if (node->data == nullptr) return -1;
-        memcpy(node->data + (static_cast<size_t>(last) << table->element_shift), entry, table->element_size);
+        if (!widen_data(*table, *node)) return -1;
+        memcpy(node->data.entries + (static_cast<size_t>(last) << table->element_shift), entry, table->element_size);
     }
     node->flags[last] = FLAG_END;
     if (length > table->max_length) table->max_length = length;

@@ -14,29 +14,30 @@ uint32_t hash_bytes(const uint8_t *bytes, size_t size) { // FNV-1a, 32 bits
     return hash;
 }
 
-// Gives equal byte arrays one number, by open addressing. `places` has a power of two of slots, at least twice the number of
-// arrays, all -1.
+// Gives equal arrays one number, by open addressing. `places` has a power of two of slots, at least twice the number of arrays, all
+// -1.
 class Interner {
   public:
-    Interner(int32_t *places, uint32_t mask, size_t size) : places_(places), mask_(mask), size_(size) {}
+    Interner(int32_t *places, uint32_t mask) : places_(places), mask_(mask) {}
 
-    // The number of `array` among those seen; `array_of(n)` is the array numbered n, `count` the next free number.
-    template <class ArrayOf> int32_t number_of(const uint8_t *array, int32_t count, ArrayOf array_of) {
-        for (uint32_t at = hash_bytes(array, size_) & mask_;; at = (at + 1) & mask_) {
-            if (places_[at] < 0) return places_[at] = count;
-            if (memcmp(array_of(places_[at]), array, size_) == 0) return places_[at];
+    // The number of the array with this hash among those seen, or `next`, which it then has; `equals(n)` compares with the array
+    // numbered n.
+    template <class Equals> int32_t number_of(uint32_t hash, int32_t next, Equals equals) {
+        for (uint32_t at = hash & mask_;; at = (at + 1) & mask_) {
+            if (places_[at] < 0) return places_[at] = next;
+            if (equals(places_[at])) return places_[at];
         }
     }
 
   private:
     int32_t *places_;
     uint32_t mask_;
-    size_t size_;
 };
 
-bool all_default(const gl_multi &table, const uint8_t *data) {
-    for (size_t i = 0; i < 256; ++i)
-        if (memcmp(data + (i << table.element_shift), table.default_entry, table.element_size) != 0) return false;
+bool all_default(const gl_multi &table, const DataArray &data) {
+    for (int32_t i = 0; i < data.count; ++i)
+        if (memcmp(data.entries + (static_cast<size_t>(i) << table.element_shift), table.default_entry, table.element_size) != 0)
+            return false;
     return true;
 }
 
@@ -47,7 +48,7 @@ class Compressor {
 
     void share(MultiNode &node) {
         share_flags(node);
-        if (node.data != nullptr) share_data(node);
+        if (node.data.entries != nullptr) share_data(node);
         for (int32_t i = 0; i < node.child_count; ++i) share(*node.next[i]);
     }
 
@@ -66,8 +67,9 @@ class Compressor {
 
     void share_flags(MultiNode &node) {
         order_children(node);
-        const int32_t number =
-            flags_.number_of(node.flags, table_.flag_array_count, [this](int32_t n) { return table_.shared_flags[n].flags; });
+        const int32_t number = flags_.number_of(hash_bytes(node.flags, 256), table_.flag_array_count, [&](int32_t n) {
+            return memcmp(table_.shared_flags[n].flags, node.flags, 256) == 0;
+        });
         if (number == table_.flag_array_count) {
             table_.shared_flags[table_.flag_array_count++] = {node.flags, node.offsets, node.child_count};
             if (node.offsets != nullptr) ++table_.offset_array_count;
@@ -82,16 +84,20 @@ class Compressor {
 
     void share_data(MultiNode &node) {
         if (all_default(table_, node.data)) {
-            _gl_free_ptr(node.data);
-            node.data = nullptr;
+            _gl_free_ptr(node.data.entries);
+            node.data = {nullptr, 0, 0};
             return;
         }
-        const int32_t number =
-            data_.number_of(node.data, table_.data_array_count, [this](int32_t n) { return table_.shared_data[n]; });
+        const size_t size = static_cast<size_t>(node.data.count) << table_.element_shift;
+        const int32_t number = data_.number_of(hash_bytes(node.data.entries, size), table_.data_array_count, [&](int32_t n) {
+            const DataArray &seen = table_.shared_data[n];
+            return seen.first == node.data.first && seen.count == node.data.count &&
+                   memcmp(seen.entries, node.data.entries, size) == 0;
+        });
         if (number == table_.data_array_count)
             table_.shared_data[table_.data_array_count++] = node.data;
         else
-            _gl_free_ptr(node.data);
+            _gl_free_ptr(node.data.entries);
         node.data_index = number;
         node.data = table_.shared_data[number];
     }
@@ -108,7 +114,7 @@ int _gl_compress_multi(gl_multi *table) {
     uint32_t slots = 4;
     while (slots < nodes * 2) slots *= 2;
     Owned<SharedFlags> shared_flags = Owned<SharedFlags>::allocate(nodes);
-    Owned<uint8_t *> shared_data = Owned<uint8_t *>::allocate(nodes);
+    Owned<DataArray> shared_data = Owned<DataArray>::allocate(nodes);
     Owned<int32_t> places = Owned<int32_t>::allocate(slots * 2);
     if (!shared_flags || !shared_data || !places) return -1;
     memset(places.get(), -1, static_cast<size_t>(slots) * 2 * sizeof(int32_t));
@@ -116,8 +122,6 @@ int _gl_compress_multi(gl_multi *table) {
     table->shared_data = shared_data.release();
     table->flag_array_count = table->data_array_count = table->offset_array_count = 0;
     table->flags |= GL_MULTI_COMPRESSED;
-    Compressor(*table, Interner(places.get(), slots - 1, 256),
-               Interner(places.get() + slots, slots - 1, size_t{256} << table->element_shift))
-        .share(*table->root);
+    Compressor(*table, Interner(places.get(), slots - 1), Interner(places.get() + slots, slots - 1)).share(*table->root);
     return 0;
 }

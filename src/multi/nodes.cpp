@@ -9,7 +9,7 @@ namespace qbgl {
 MultiNode *new_node(gl_multi &table, bool own_flags) {
     Owned<MultiNode> node = Owned<MultiNode>::allocate();
     if (!node) return nullptr;
-    *node = {0, -1, -1, nullptr, nullptr, nullptr, nullptr};
+    *node = {0, -1, -1, nullptr, nullptr, {nullptr, 0, 0}, nullptr};
     if (own_flags) {
         node->flags = static_cast<uint8_t *>(_gl_alloc_ptr(256));
         if (node->flags == nullptr) return nullptr;
@@ -27,7 +27,7 @@ void free_node(MultiNode *node) {
         _gl_free_ptr(node->flags);
         _gl_free_ptr(node->offsets);
     }
-    if (node->data_index < 0) _gl_free_ptr(node->data);
+    if (node->data_index < 0) _gl_free_ptr(node->data.entries);
     _gl_free_ptr(node);
 }
 
@@ -38,7 +38,7 @@ void free_nodes(gl_multi &table) {
         _gl_free_ptr(table.shared_flags[i].flags);
         _gl_free_ptr(table.shared_flags[i].offsets);
     }
-    for (int32_t i = 0; table.shared_data != nullptr && i < table.data_array_count; ++i) _gl_free_ptr(table.shared_data[i]);
+    for (int32_t i = 0; table.shared_data != nullptr && i < table.data_array_count; ++i) _gl_free_ptr(table.shared_data[i].entries);
     _gl_free_ptr(table.shared_flags);
     _gl_free_ptr(table.shared_data);
     table.shared_flags = nullptr;
@@ -46,14 +46,18 @@ void free_nodes(gl_multi &table) {
     table.flag_array_count = table.data_array_count = table.offset_array_count = 0;
 }
 
-uint8_t *new_data_array(gl_multi &table) {
-    const size_t stride = size_t{1} << table.element_shift;
-    auto *data = static_cast<uint8_t *>(_gl_alloc_ptr(static_cast<uint32_t>(256 * stride)));
-    if (data == nullptr) return nullptr;
-    memset(data, 0, 256 * stride);
-    for (size_t i = 0; i < 256; ++i) memcpy(data + i * stride, table.default_entry, table.element_size);
+DataArray new_data_array(gl_multi &table, int32_t first, int32_t count) {
+    auto *entries = static_cast<uint8_t *>(_gl_alloc_ptr(static_cast<uint32_t>(count) << table.element_shift));
+    if (entries == nullptr) return {nullptr, 0, 0};
+    fill_with_default(table, entries, count);
     ++table.data_array_count;
-    return data;
+    return {entries, first, count};
+}
+
+void fill_with_default(const gl_multi &table, uint8_t *entries, int32_t count) {
+    const size_t stride = size_t{1} << table.element_shift;
+    memset(entries, 0, static_cast<size_t>(count) * stride);
+    for (int32_t i = 0; i < count; ++i) memcpy(entries + static_cast<size_t>(i) * stride, table.default_entry, table.element_size);
 }
 
 bool make_room_for_children(gl_multi &table, MultiNode &node) {

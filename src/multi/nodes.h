@@ -14,8 +14,11 @@ void free_node(MultiNode *node);
 // Frees all nodes and shared arrays; the table has no root then.
 void free_nodes(gl_multi &table);
 
-// 256 default entries for a node to own. Null when memory is out.
-uint8_t *new_data_array(gl_multi &table);
+// `count` default entries for the bytes from `first` on. Without entries when memory is out.
+DataArray new_data_array(gl_multi &table, int32_t first, int32_t count);
+
+// Sets `count` entries to the default.
+void fill_with_default(const gl_multi &table, uint8_t *entries, int32_t count);
 
 // The arrays that a node needs for its first child. False when memory is out.
 bool make_room_for_children(gl_multi &table, MultiNode &node);

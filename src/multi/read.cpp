@@ -11,6 +11,7 @@
 #include "multi/nodes.h"
 #include "util/owned.h"
 
+#include <algorithm>
 #include <string.h>
 
 using namespace qbgl;
@@ -53,10 +54,7 @@ class TableReader {
         const long has_data = in_.integer();
         if (!in_.skip_newline() || !is_bit(has_flags) || !is_bit(has_data)) return false;
         if (has_flags != 0 && !read_flag_array(node.flags)) return false;
-        if (has_data != 0) {
-            node.data = new_data_array(table_);
-            if (node.data == nullptr || !read_data_array(node.data)) return false;
-        }
+        if (has_data != 0 && !read_data_array(node.data)) return false;
         if (memchr(node.flags, FLAG_CHILD, 256) == nullptr) return true;
         if (depth >= table_.max_length || !make_room_for_children(table_, node)) return false;
         return read_children(node, number_children(node.flags, node.offsets), depth, true);
@@ -117,9 +115,9 @@ class TableReader {
         int32_t capacity = 0;
         for (long i = 0; i < count; ++i) {
             if (table_.data_array_count == capacity && !grow(table_.shared_data, capacity)) return false;
-            uint8_t **slot = &table_.shared_data[table_.data_array_count];
-            *slot = new_data_array(table_);
-            if (*slot == nullptr || !read_data_array(*slot)) return false;
+            DataArray data;
+            if (!read_data_array(data)) return false;
+            table_.shared_data[table_.data_array_count - 1] = data; // counted when it was made
         }
         return true;
     }
@@ -150,17 +148,37 @@ class TableReader {
         }
     }
 
-    bool read_data_array(uint8_t *data) {
+    // The runs are gathered in the scratch array, of which the node keeps what they cover.
+    bool read_data_array(DataArray &data) {
+        if (!scratch_) {
+            scratch_ = Owned<uint8_t>::allocate(256U << table_.element_shift);
+            if (!scratch_) return false;
+            fill_with_default(table_, scratch_.get(), 256);
+        }
+        unsigned first = 256, end = 0;
         for (;;) {
             Run run;
             const RunLine line = read_run(run);
-            if (line != RunLine::ITEMS) return line == RunLine::END;
-            uint8_t *first = data + run.first * stride_;
+            if (line == RunLine::BAD) return false;
+            if (line == RunLine::END) break;
+            uint8_t *entries = scratch_.get() + run.first * stride_;
             for (unsigned i = 0; i < run.count; ++i)
-                if (!reader_(in_, first + i * stride_, table_.element_size, self_)) return false;
+                if (!reader_(in_, entries + i * stride_, table_.element_size, self_)) return false;
             if (!in_.skip_newline()) return false;
-            repeat(first, run, stride_);
+            repeat(entries, run, stride_);
+            first = std::min(first, run.first);
+            end = std::max(end, run.first + run.count * run.repeat);
         }
+        if (end == 0) { // no runs: one default entry stands for all
+            first = 0;
+            end = 1;
+        }
+        uint8_t *covered = scratch_.get() + first * stride_;
+        data = new_data_array(table_, static_cast<int32_t>(first), static_cast<int32_t>(end - first));
+        if (data.entries == nullptr) return false;
+        memcpy(data.entries, covered, (end - first) * stride_);
+        fill_with_default(table_, covered, static_cast<int32_t>(end - first));
+        return true;
     }
 
     // The terminator is seven zeros and its newline: the newline stands where the last digit of the repeat count would.
@@ -186,6 +204,7 @@ class TableReader {
     EntryReader reader_;
     void *self_;
     size_t stride_;
+    Owned<uint8_t> scratch_; // 256 default entries between two arrays
 };
 
 bool call_entry_reader(ByteReader &in, void *destination, uint32_t size, void *self) {

@@ -12,13 +12,21 @@ inline constexpr uint8_t FLAG_END = 4;   // a key ends with it
 
 inline constexpr int MAX_KEY = 4;
 
+// The entries of a node, (1 << element_shift) bytes apart. A table that is read keeps only those from the first to the last that
+// differ from the default entry: leaves of four-byte codesets have as few as ten, and memory is what loading them costs.
+struct DataArray {
+    uint8_t *entries; // null without any
+    int32_t first;    // the byte that entries[0] belongs to
+    int32_t count;
+};
+
 struct MultiNode {
     int32_t child_count; // bytes with FLAG_CHILD; the next free index of `next`
     int32_t flag_index;  // place in the table's shared flag arrays, -1 when the node owns its own
     int32_t data_index;  // the same for the data array
     uint8_t *flags;      // 256
     uint8_t *offsets;    // 256: index in `next` of the child of a byte with FLAG_CHILD; null without children
-    uint8_t *data;       // 256 entries of (1 << element_shift) bytes, or null: every key that ends here has the default entry
+    DataArray data;
     MultiNode **next;
 };
 
@@ -42,7 +50,7 @@ struct gl_multi {
     uint8_t *default_entry;
     int32_t element_shift;
     qbgl::SharedFlags *shared_flags; // flag_array_count of them when compressed
-    uint8_t **shared_data;           // data_array_count of them when compressed
+    qbgl::DataArray *shared_data;    // data_array_count of them when compressed
 };
 
 namespace qbgl {
@@ -51,7 +59,9 @@ inline constexpr int32_t MULTI_MARKED = 1; // leaves are marked, as in every tab
 
 // The entry of a key that ends in `node` with `byte`.
 inline const uint8_t *entry_of(const gl_multi &table, const MultiNode &node, uint8_t byte) {
-    return node.data != nullptr ? node.data + (static_cast<size_t>(byte) << table.element_shift) : table.default_entry;
+    const auto place = static_cast<uint32_t>(byte - node.data.first);
+    return place < static_cast<uint32_t>(node.data.count) ? node.data.entries + (place << table.element_shift)
+                                                          : table.default_entry;
 }
 
 inline MultiNode *child_of(const MultiNode &node, uint8_t byte) { return node.next[node.offsets[byte]]; }

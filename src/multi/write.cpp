@@ -25,8 +25,8 @@ class TableWriter {
 
   private:
     bool write_own_node(const MultiNode &node) {
-        if (!put(node.data != nullptr ? "1 1\n" : "1 0\n") || !write_flags(node.flags)) return false;
-        if (node.data != nullptr && !write_data(node.data)) return false;
+        if (!put(node.data.entries != nullptr ? "1 1\n" : "1 0\n") || !write_flags(node.flags)) return false;
+        if (node.data.entries != nullptr && !write_data(node.data)) return false;
         for (int byte = 0; byte < 256; ++byte)
             if (node.flags[byte] == FLAG_CHILD && !write_own_node(*child_of(node, static_cast<uint8_t>(byte)))) return false;
         return true;
@@ -45,8 +45,8 @@ class TableWriter {
 
     bool write_sharing_node(const MultiNode &node) {
         char line[64];
-        snprintf(line, sizeof line, "1 %d %d %d\n", node.data != nullptr, node.flag_index,
-                 node.data != nullptr ? node.data_index : 0);
+        snprintf(line, sizeof line, "1 %d %d %d\n", node.data.entries != nullptr, node.flag_index,
+                 node.data.entries != nullptr ? node.data_index : 0);
         if (!put(line)) return false;
         for (int byte = 0; byte < 256; ++byte)
             if (node.flags[byte] == FLAG_CHILD && !write_sharing_node(*child_of(node, static_cast<uint8_t>(byte)))) return false;
@@ -55,29 +55,30 @@ class TableWriter {
 
     bool write_flags(const uint8_t *flags) {
         const uint8_t empty = FLAG_NONE;
-        return write_array(flags, 1, 1, &empty, [this](const uint8_t *flag) {
+        return write_array(flags, 0, 256, 1, 1, &empty, [this](const uint8_t *flag) {
             char item[8];
             snprintf(item, sizeof item, "%02x", unsigned{*flag});
             return put(item);
         });
     }
 
-    bool write_data(const uint8_t *data) {
-        return write_array(data, table_.element_size, stride_, table_.default_entry,
+    bool write_data(const DataArray &data) {
+        return write_array(data.entries, data.first, data.count, table_.element_size, stride_, table_.default_entry,
                            [this](const uint8_t *entry) { return writer_(stream_, entry) == 0; });
     }
 
     // Runs over everything that is not `empty`: equal entries in a row by repeat count, others literally up to the next of either
     // kind.
     template <class PutItem>
-    bool write_array(const uint8_t *items, size_t size, size_t stride, const uint8_t *empty, PutItem put_item) {
+    bool write_array(const uint8_t *items, int first, int count, size_t size, size_t stride, const uint8_t *empty,
+                     PutItem put_item) {
         const auto same = [=](const uint8_t *a, const uint8_t *b) { return memcmp(a, b, size) == 0; };
-        const auto equal_from = [=](int first) {
-            int end = first + 1;
-            while (end < 256 && same(items + first * stride, items + end * stride)) ++end;
-            return end - first;
+        const auto equal_from = [=](int start) {
+            int end = start + 1;
+            while (end < count && same(items + start * stride, items + end * stride)) ++end;
+            return end - start;
         };
-        for (int i = 0; i < 256;) {
+        for (int i = 0; i < count;) {
             if (same(items + i * stride, empty)) {
                 ++i;
                 continue;
@@ -85,11 +86,11 @@ class TableWriter {
             const int repeat = equal_from(i);
             int literal = 1;
             if (repeat < REPEAT_FROM)
-                while (i + literal < 256 && !same(items + (i + literal) * stride, empty) && equal_from(i + literal) < REPEAT_FROM)
+                while (i + literal < count && !same(items + (i + literal) * stride, empty) && equal_from(i + literal) < REPEAT_FROM)
                     ++literal;
             const int copies = repeat < REPEAT_FROM ? 1 : repeat;
             char run[32];
-            snprintf(run, sizeof run, "%02x%03x%03x", static_cast<unsigned>(i), static_cast<unsigned>(literal),
+            snprintf(run, sizeof run, "%02x%03x%03x", static_cast<unsigned>(first + i), static_cast<unsigned>(literal),
                      static_cast<unsigned>(copies));
             if (!put(run)) return false;
             for (int k = 0; k < literal; ++k)

@@ -6,15 +6,21 @@
 
 #include "qbgl.h"
 
+#include <array>
+
 namespace qbgl {
 
 // 0 to 15, or 0 for a byte that is no hexadecimal digit (object files are not validated digit by digit).
-constexpr unsigned hex_digit_value(int byte) {
-    if (byte >= '0' && byte <= '9') return static_cast<unsigned>(byte - '0');
-    if (byte >= 'A' && byte <= 'F') return static_cast<unsigned>(byte - 'A' + 10);
-    if (byte >= 'a' && byte <= 'f') return static_cast<unsigned>(byte - 'a' + 10);
-    return 0;
-}
+// A table, because hexadecimal data makes branches on the kind of digit unpredictable; its index is the byte plus 1, so that EOF is
+// 0.
+inline constexpr auto HEX_DIGIT_VALUES = [] {
+    std::array<uint8_t, 257> values = {};
+    for (int digit = 0; digit < 10; ++digit) values['0' + 1 + digit] = static_cast<uint8_t>(digit);
+    for (int digit = 10; digit < 16; ++digit)
+        values['A' + 1 + digit - 10] = values['a' + 1 + digit - 10] = static_cast<uint8_t>(digit);
+    return values;
+}();
+constexpr unsigned hex_digit_value(int byte) { return HEX_DIGIT_VALUES[static_cast<unsigned>(byte + 1)]; }
 
 class ByteReader {
   public:

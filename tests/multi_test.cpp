@@ -1,0 +1,378 @@
+#include "support/faults.h"
+#include "support/files.h"
+
+#include "multi/table.h"
+
+#include <algorithm>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <map>
+#include <optional>
+#include <random>
+#include <vector>
+
+namespace {
+
+using namespace qbgl_test;
+using namespace std::string_literals;
+using std::string;
+
+// Entries of the tests are three bytes, so that their distance is not their size.
+constexpr uint32_t ENTRY_SIZE = 3;
+constexpr int DEFAULT = 0xD0D0D0;
+
+using Table = std::unique_ptr<gl_multi, decltype(&_gl_free_multi)>;
+using Model = std::map<string, int>;
+
+int value_of(const void *entry) {
+    int value = 0;
+    return entry != nullptr ? (std::memcpy(&value, entry, ENTRY_SIZE), value) : -1;
+}
+int write_entry(FILE *stream, const void *entry) { return std::fprintf(stream, "%06x", unsigned(value_of(entry))) == 6 ? 0 : -1; }
+int read_entry(FILE *stream, void *destination, uint32_t size) {
+    const unsigned value = _gl_get_hex(stream, 6);
+    std::memcpy(destination, &value, size);
+    return 0;
+}
+
+Table new_table(int32_t flags = 0) { return {_gl_create_multi(ENTRY_SIZE, flags, &DEFAULT), _gl_free_multi}; }
+
+gl_desc key_of(const string &bytes) {
+    gl_desc key = {static_cast<uint32_t>(bytes.size()), {}};
+    for (size_t i = 0; i < bytes.size() && i < 4; ++i) key.bytes[i] = static_cast<uint8_t>(bytes[i]);
+    return key;
+}
+int insert(const Table &table, const string &bytes, std::optional<int> value = {}) {
+    const gl_desc key = key_of(bytes);
+    return _gl_insert_desc_multi(&key, value ? &*value : nullptr, table.get());
+}
+int get(const Table &table, const string &bytes) {
+    const gl_desc key = key_of(bytes);
+    return value_of(_gl_retrieve_desc_multi(&key, table.get()));
+}
+// The keys come in no order, so that equal nodes number their children differently.
+Table table_of(const Model &model, int32_t flags = 0) {
+    Table table = new_table(flags);
+    std::vector<std::pair<string, int>> items(model.begin(), model.end());
+    std::shuffle(items.begin(), items.end(), std::minstd_rand(3));
+    for (const auto &[key, value] : items) EXPECT_EQ(insert(table, key, value), 0);
+    return table;
+}
+
+string text_of(const Table &table) {
+    const File file = stream_of("");
+    EXPECT_EQ(_gl_fprintf_multi(file.get(), table.get(), write_entry), 0);
+    std::rewind(file.get());
+    return rest_of(file.get());
+}
+// Reads into a fresh table; its error is 0 exactly when that succeeds.
+Table read(const string &text, int longest = 4) {
+    Table table = new_table();
+    const int result = _gl_fscanf_multi(stream_of(text).get(), table.get(), longest, read_entry);
+    EXPECT_EQ(result, _gl_multi_err(table.get()) == 0 ? 0 : -1);
+    return table;
+}
+
+struct Answer {
+    int value, length, error;
+    bool operator==(const Answer &) const = default;
+    friend void PrintTo(const Answer &a, std::ostream *out) { *out << a.value << ", length " << a.length << ", error " << a.error; }
+};
+// Through a block of exactly the text's size.
+Answer find(const Table &table, const string &text) {
+    const std::vector<char> exact(text.begin(), text.end());
+    int32_t error = 0;
+    int length = -1;
+    const void *entry = _gl_retrieve_text_multi_limit(exact.data(), table.get(), static_cast<int>(exact.size()), &length, &error);
+    return {value_of(entry), length, error};
+}
+Answer find(const Model &model, const string &text) {
+    for (size_t n = 1; n <= text.size(); ++n) {
+        const string head = text.substr(0, n);
+        if (const auto at = model.find(head); at != model.end()) return {at->second, static_cast<int>(n), 0};
+        if (const auto at = model.lower_bound(head); at == model.end() || !at->first.starts_with(head))
+            return {-1, static_cast<int>(n), GL_EILSEQ};
+    }
+    return {-1, static_cast<int>(text.size()), GL_EINVAL};
+}
+
+TEST(Multi, ConflictsAreRefusedBothWaysAndChangeNothing) {
+    const Table table = new_table();
+    EXPECT_EQ(_gl_multi_max_length(table.get()), 0);
+    EXPECT_EQ(_gl_multi_min_length(table.get()), 4);
+    using Case = std::tuple<string, std::optional<int>, int>;
+    for (const auto &[key, value, result] :
+         {Case{"\x8E\xA1", 1, 0}, Case{"\x8E", 2, -1}, Case{"\x8E\xA1\xA1", 3, -1}, Case{"\x8E\xA1", 4, 0}, Case{"", 5, -1},
+          Case{"\x8E\xA2\xA3\xA4", 6, 0}, Case{"\x8E\xA2\xA3\xA4\xA5", 7, -1}, Case{"\x8E\xA2\xA3", 8, -1}, Case{"\x8F\xA1", {}, 0},
+          Case{"\x8E\xA1", {}, 0}}) {
+        EXPECT_EQ(insert(table, key, value), result) << value.value_or(0);
+    }
+    EXPECT_EQ(get(table, "\x8E\xA1"), 4);
+    EXPECT_EQ(get(table, "\x8E\xA2\xA3\xA4"), 6);
+    EXPECT_EQ(get(table, "\x8F\xA1"), DEFAULT);
+    for (const char *absent : {"\x8E", "\x8E\xA1\xA1", "\x8E\xA2\xA3", "\x8F\xA2", ""}) EXPECT_EQ(get(table, absent), -1);
+    EXPECT_EQ(_gl_multi_max_length(table.get()), 4);
+    EXPECT_EQ(_gl_multi_min_length(table.get()), 2);
+    EXPECT_EQ(_gl_multi_node_count(table.get()), 5);
+}
+
+TEST(Multi, RetrievalVariantsAgree) {
+    const Table table = table_of({{"A", 7}, {"\x8E\xA1", 1}, {"\x8F\xA1\xA2", 2}, {"\x90\xA1\xA2\xA3", 3}});
+    EXPECT_EQ(insert(table, "\x8E\xA2"), 0);
+    EXPECT_EQ(insert(table, "\xA0\xA1"), 0); // in a node without a data array
+    using Case = std::pair<string, Answer>;
+    const Case cases[] = {{"AB", {7, 1, 0}},
+                          {"\x8E\xA1", {1, 2, 0}},
+                          {"\x8E\xA2\x8E", {DEFAULT, 2, 0}},
+                          {"\xA0\xA1", {DEFAULT, 2, 0}},
+                          {"\x8F\xA1\xA2", {2, 3, 0}},
+                          {"\x90\xA1\xA2\xA3", {3, 4, 0}},
+                          {"B", {-1, 1, GL_EILSEQ}},
+                          {"\x8E\xA3", {-1, 2, GL_EILSEQ}},
+                          {"\x90\xA1\xA2\xA4", {-1, 4, GL_EILSEQ}},
+                          {"\x8E", {-1, 1, GL_EINVAL}},
+                          {"\x90\xA1\xA2", {-1, 3, GL_EINVAL}},
+                          {"", {-1, 0, GL_EINVAL}}};
+    for (const bool compressed : {false, true}) {
+        ASSERT_EQ(compressed ? _gl_compress_multi(table.get()) : 0, 0);
+        for (const auto &[text, expected] : cases) {
+            SCOPED_TRACE(testing::PrintToString(text));
+            const char *bytes = text.c_str();
+            const int limit = static_cast<int>(text.size());
+            EXPECT_EQ(find(table, text), expected);
+            int32_t error = 0;
+            EXPECT_EQ(value_of(_gl_retrieve_text_multi_limit_nl(bytes, table.get(), limit, &error)), expected.value);
+            EXPECT_EQ(error, expected.error);
+            EXPECT_EQ(value_of(_gl_retrieve_text_multi_limit_nl(bytes, table.get(), limit, nullptr)), expected.value);
+            EXPECT_EQ(get(table, text), expected.length == limit ? expected.value : -1);
+
+            // Without a limit the walk meets the terminator, which is no key.
+            error = 0;
+            int length = -1;
+            EXPECT_EQ(value_of(_gl_retrieve_text_multi(bytes, table.get(), &length, &error)), expected.value);
+            EXPECT_EQ(length, expected.length + (expected.error == GL_EINVAL ? 1 : 0));
+            EXPECT_EQ(error, expected.error == 0 ? 0 : GL_EILSEQ);
+            error = 0;
+            EXPECT_EQ(_gl_retrieve_text_multi_nv(bytes, table.get(), &error), expected.error == 0 ? length : 0);
+            EXPECT_EQ(error, expected.error == 0 ? 0 : GL_EILSEQ);
+            error = 0;
+            EXPECT_EQ(value_of(_gl_retrieve_text_multi_nl(bytes, table.get(), &error)), expected.value);
+            EXPECT_EQ(error, expected.error == 0 ? 0 : GL_EILSEQ);
+            EXPECT_EQ(_gl_retrieve_text_multi_nv(bytes, table.get(), nullptr), expected.error == 0 ? length : 0);
+        }
+    }
+    int length = -1;
+    EXPECT_EQ(_gl_retrieve_text_multi_limit("A", table.get(), -5, &length, nullptr), nullptr);
+    EXPECT_EQ(length, 0);
+}
+
+TEST(Multi, WideValuesAreWalkedFromTheirShortestForm) {
+    const Table one = table_of({{"A", 1}, {"\x8E\xA1", 2}, {"\x8F\xA1\xA2", 3}, {"\x90\xA1\xA2\xA3", 4}});
+    const Table two = table_of({{"\0A"s, 1}, {"\x8E\xA1", 2}});
+    const Table empty = new_table();
+    using Case = std::tuple<const Table &, gl_wchar, int>;
+    for (const auto &[table, value, expected] :
+         {Case{one, 'A', 1}, Case{one, 0x8EA1, 2}, Case{one, 0x8FA1A2, 3}, Case{one, 0x90A1A2A3, 4}, Case{one, 0x8E, -1},
+          Case{one, 0x41A1, -1}, Case{one, 0x8FA1, -1}, Case{one, 0x90A1A2, -1}, Case{one, 0x0090A1A2, -1}, Case{two, 'A', 1},
+          Case{two, 0x8EA1, 2}, Case{two, 0x418EA1, -1}, Case{empty, 'A', -1}}) {
+        int32_t error = 0;
+        EXPECT_EQ(value_of(_gl_retrieve_wchar_multi_nl(&error, value, table.get())), expected) << value;
+        EXPECT_EQ(error, expected < 0 ? GL_EILSEQ : 0) << value;
+        EXPECT_EQ(value_of(_gl_retrieve_wchar_multi_nl(nullptr, value, table.get())), expected) << value;
+    }
+}
+
+TEST(Multi, LittleEndianUnitsAreWalkedFromTheirLastByte) {
+    const Table two = table_of({{"\x30\x42", 1}, {"\x31", 9}, {"\x32\x33\x34", 9}});
+    const Table four = table_of({{"\0\1\xF6\x01"s, 2}});
+    using Case = std::tuple<const Table &, int, int, string, int, int>;
+    for (const auto &[table, min, max, text, value, error] :
+         {Case{two, 2, 2, "\x42\x30", 1, 0}, Case{two, 2, 4, "\x42\x30", 1, 0}, Case{two, 2, 2, "\x30\x42", -1, GL_EILSEQ},
+          Case{two, 2, 2, "\x31\x31", -1, GL_EILSEQ}, Case{two, 2, 2, "\x33\x32", -1, GL_EILSEQ},
+          Case{two, 2, 2, "\x42", -1, GL_EINVAL}, Case{four, 4, 4, "\x01\xF6\1\0"s, 2, 0},
+          Case{four, 4, 4, "\x01\xF6\1"s, -1, GL_EINVAL}}) {
+        gl_cv context = {};
+        context.source_min_len = min;
+        context.source_max_len = max;
+        const std::vector<char> exact(text.begin(), text.end());
+        EXPECT_EQ(value_of(_gl_retrieve_little_endian_unicode_limit(exact.data(), table.get(), int(exact.size()), &context)),
+                  value);
+        EXPECT_EQ(context.error, error);
+    }
+    EXPECT_EQ(value_of(_gl_retrieve_little_endian_unicode_limit("\x42\x30", two.get(), 2, nullptr)), 1);
+}
+
+// Keys of several lengths with runs of neighbours, whose values repeat often.
+Model random_model(std::mt19937 &random) {
+    Model model;
+    for (unsigned runs = 1 + random() % 40; runs > 0; --runs) {
+        string key;
+        for (unsigned n = random() % 4; n > 0; --n) key += static_cast<char>(random() % 3 == 0 ? random() : 0x80 + random() % 4);
+        const int value = random() % 4 == 0 ? DEFAULT : static_cast<int>(random() % 3);
+        const auto first = static_cast<unsigned>(random() % 256),
+                   end = std::min(256U, first + 1 + static_cast<unsigned>(random() % 60));
+        for (unsigned byte = first; byte < end; ++byte) {
+            const string full = key + static_cast<char>(byte);
+            const Answer known = find(model, full);
+            if (known.error == GL_EILSEQ || (known.error == 0 && known.length == int(full.size())))
+                model[full] = random() % 5 == 0 ? static_cast<int>(random() % 0xFFFFFF) : value;
+        }
+    }
+    model["\xFE\xFE"] = 1; // whatever else there is, no single-byte codeset
+    if (const auto single = model.find("\xFE"); single != model.end()) model.erase(single);
+    return model;
+}
+
+TEST(Multi, BothTextFormsReadBackToTheSameMapping) {
+    std::mt19937 random(20240607);
+    for (int round = 0; round < 60; ++round) {
+        SCOPED_TRACE(round);
+        const Model model = random_model(random);
+        std::vector<string> probes;
+        for (int i = 0; i < 100; ++i) probes.push_back(std::next(model.begin(), random() % model.size())->first);
+        for (int i = 0; i < 100; ++i) {
+            string &probe = probes[i];
+            if (random() % 2) probe.pop_back();
+            while (probe.size() < 4) probe += static_cast<char>(random());
+        }
+        const auto expect_same = [&](const Table &table) {
+            for (const auto &[key, value] : model) ASSERT_EQ(find(table, key), (Answer{value, int(key.size()), 0}));
+            for (const string &probe : probes) ASSERT_EQ(find(table, probe), find(model, probe)) << testing::PrintToString(probe);
+        };
+        for (const int32_t form : {0, GL_MULTI_COMPRESSED}) {
+            const Table table = table_of(model, form);
+            const int nodes = _gl_multi_node_count(table.get());
+            const string text = text_of(table);
+            expect_same(table);
+            const Table again = read(text);
+            expect_same(again);
+            EXPECT_EQ(_gl_multi_node_count(again.get()), nodes);
+            EXPECT_EQ(_gl_multi_min_length(again.get()), _gl_multi_min_length(table.get()));
+            EXPECT_EQ(_gl_multi_max_length(again.get()), _gl_multi_max_length(table.get()));
+            EXPECT_EQ(text_of(again), text);
+            for (int twice = 0; twice < 2; ++twice) EXPECT_EQ(_gl_compress_multi(again.get()), 0);
+            expect_same(again);
+            EXPECT_EQ(insert(again, "\xFE\xFE", 2), -1);
+            expect_same(read(text_of(again)));
+        }
+    }
+}
+
+TEST(Multi, RunsAreWrittenAsTheFormatHasThem) {
+    Model model{{"\x8E\x10", 5}, {"\x8E\x11", 6}, {"\x8E\x13", 5}};
+    for (int byte = 0xA0; byte < 0x100; ++byte) model[string("\x8E") + static_cast<char>(byte)] = 9;
+    const string root = "8e00100101\n0000000\n", flags = "100020010404\n1300100104\na000106004\n0000000\n",
+                 data = "10002001000005000006\n13001001000005\na0001060000009\n0000000\n";
+    EXPECT_EQ(text_of(table_of(model)), "2 2 1 d0d0d0\n1 0\n" + root + "1 1\n" + flags + data);
+    EXPECT_EQ(text_of(table_of(model, GL_MULTI_COMPRESSED)), "2 2 3 d0d0d0\n2 1\n" + root + flags + data + "1 0 0 0\n1 1 1 0\n");
+    EXPECT_EQ(text_of(new_table()), "0 4 1 d0d0d0\n1 0\n0000000\n");
+}
+
+TEST(Multi, EveryByteIsACharacterOfAWrittenSingleByteTable) {
+    for (const int32_t form : {0, GL_MULTI_COMPRESSED}) {
+        const Table table = read(text_of(table_of({{"A", 7}, {"B", DEFAULT}}, form)));
+        for (int byte = 0; byte < 256; ++byte) EXPECT_EQ(get(table, string(1, char(byte))), byte == 'A' ? 7 : DEFAULT) << byte;
+    }
+}
+
+TEST(Multi, ReadsAnySplitIntoRuns) {
+    const string all = "1 1 1 000009\n1 1\n0000110004\n0000000\n", end = "0000000\n";
+    using Case = std::tuple<string, string, int>;
+    for (const auto &[text, key, value] :
+         {Case{all + "0000208000000100000f\n" + end, "\xFF", 15}, Case{all + "0000208000000100000f\n" + end, "\xFE", 1},
+          Case{all + "00001100000001\n4100100100000f\n" + end, "A", 15},
+          Case{all + "00001100000001\n4100100100000f\n" + end, "B", 1}, Case{all + end, "A", 9},
+          Case{"1 1 1 000009\n1 0\nFE00200104\x30\x34\n" + end, "\xFF", 9}, Case{"1 1 1 000009\n0 0\n", "A", -1},
+          Case{"0 4 3 000009\n1 0\n" + end + "1 0 0 7\n", "A", -1}}) {
+        EXPECT_EQ(get(read(text), key), value) << text;
+    }
+    const string leaf = "1 1\n4100200104\x30\x34\n0000000\n4100100100002a\n" + end;
+    const Table four = read("2 1 1 000000\n1 0\n0000400101010101\n" + end + leaf + leaf + leaf + leaf);
+    EXPECT_EQ(four->root->child_count, 4);
+    EXPECT_EQ(get(four, "\3A"), 42);
+}
+
+// `longest` 2 throughout: a table of three is one too long.
+void expect_malformed(int error, std::initializer_list<string> texts) {
+    for (const string &text : texts) {
+        SCOPED_TRACE(text.substr(0, 80));
+        const Table table = read(text, 2);
+        EXPECT_EQ(_gl_multi_err(table.get()), error);
+        EXPECT_EQ(text_of(table).substr(0, 6), "0 4 1 ");
+        EXPECT_EQ(_gl_multi_node_count(table.get()), 1);
+        EXPECT_EQ(insert(table, "\x8E\xA1", 5), 0);
+        EXPECT_EQ(get(table, "\x8E\xA1"), 5);
+    }
+}
+
+TEST(Multi, MalformedTextLeavesAnEmptyUsableTable) {
+    const string head = "1 1 1 000009\n", root = "4100100104\n", end = "0000000\n", leaf = "1 0\n" + root + end;
+    const string flags = head + "1 0\n", data = head + "1 1\n" + root + end, shared = "2 1 2 000009\n";
+    const string arrays = shared + "1 1\n" + root + end + end, parent = "1 0\n4100100101\n" + end;
+    expect_malformed(GL_ETABLELEN, {"5 1 1 000009\n" + leaf, "3 1 1 000009\n" + leaf, "99999999999 1 1 000009\n" + leaf});
+    // Header and node lines.
+    expect_malformed(GL_ENOMEM, {"", head, "-1 1 1 000009\n" + leaf, "1 5 1 000009\n" + leaf, "1 -1 1 000009\n" + leaf,
+                                 "1 1 1 000009 \n" + leaf, head + "1 0 " + root + end, head + "2 0\n" + root + end,
+                                 head + "1 2\n" + root + end + end, head + "1 -1\n" + root + end});
+    // Runs: flag values, index 256 and beyond, no repeat, newlines, the terminator.
+    expect_malformed(GL_ENOMEM, {flags + "4100100102\n" + end, flags + "ff0020010404\n" + end, flags + "8000108104\n" + end,
+                                 flags + "01fffFFF" + string(8190, '0') + "\n" + end, flags + "4100100004\n" + end,
+                                 flags + "4100100104" + end, flags + root, flags + root + "00000000\n", flags + root + "0000000",
+                                 data + "41001001000005 \n" + end, data + "ff002001000005000005\n" + end, data});
+    // Children: deeper than declared, or not there.
+    expect_malformed(GL_ENOMEM, {head + parent + leaf, "2 1 1 000009\n" + parent, "2 1 1 000009\n" + parent + parent + leaf,
+                                 shared + parent + "1 0 0 0\n1 0 0 0\n1 0 0 0\n"});
+    // Shared arrays: the counts, and the indexes into them.
+    expect_malformed(GL_ENOMEM,
+                     {shared + "1 1" + root + end + end + "1 0 0 0\n", shared + "2 1\n" + root + end + end + "1 0 0 0\n",
+                      shared + "0 0\n1 0 0 0\n", shared + "-1 -1\n1 0 -1 0\n", arrays + "1 0 1 0\n", arrays + "1 0 -1 0\n",
+                      arrays + "1 1 0 1\n", arrays + "1 1 0 -1\n", arrays + "2 0 0 0\n", arrays + "1 0 0 0"});
+}
+
+// Every character of the basic plane in UTF-8, the entry the same for blocks of 4096.
+Table utf8_table() {
+    Table table = new_table();
+    for (int code = 0x80; code < 0x10000; ++code) {
+        const char tail[] = {static_cast<char>(0x80 | (code >> 6 & 0x3F)), static_cast<char>(0x80 | (code & 0x3F))};
+        const string key = code < 0x800 ? string{static_cast<char>(0xC0 | code >> 6), tail[1]}
+                                        : string{static_cast<char>(0xE0 | code >> 12), tail[0], tail[1]};
+        EXPECT_EQ(insert(table, key, code >> 12), 0);
+    }
+    return table;
+}
+
+TEST(Multi, CompressingSharesTheArraysOfALargeTable) {
+    const Table table = utf8_table();
+    const int nodes = 1 + 30 + 16 + 32 + 15 * 64; // of E0 only half the second bytes lead on
+    EXPECT_EQ(_gl_multi_node_count(table.get()), nodes);
+    EXPECT_EQ(table->flag_array_count, nodes);
+    ASSERT_EQ(_gl_compress_multi(table.get()), 0);
+    EXPECT_EQ(_gl_multi_node_count(table.get()), nodes);
+    EXPECT_EQ(table->flag_array_count, 4);   // root, E0, other leads of three, last bytes
+    EXPECT_EQ(table->offset_array_count, 3); // of those with children
+    EXPECT_EQ(table->data_array_count, 16);  // one a value
+    EXPECT_EQ(get(table, "\xE3\x81\x82"), 3);
+    EXPECT_EQ(get(table, "\xE0\x9F\xBF"), -1);
+}
+
+TEST(Multi, OutOfMemoryLeavesATableThatGoesOn) {
+    for_each_fault(Operation::allocate, Lasting::once, [](const Faults &faults) {
+        const Table table = new_table();
+        if (!table) return;
+        for (const auto &[key, value] : Model{{"\x8E\xA1\xA1", 1}, {"\x8F\xA1", 2}, {"A", 3}}) {
+            if (insert(table, key, value) == 0) continue;
+            EXPECT_TRUE(faults.hit());
+            EXPECT_EQ(get(table, key), -1);
+            EXPECT_EQ(insert(table, key, value), 0);
+        }
+        if (_gl_compress_multi(table.get()) != 0) {
+            EXPECT_TRUE(faults.hit());
+            EXPECT_EQ(insert(table, "B", 4), 0);
+            EXPECT_EQ(_gl_compress_multi(table.get()), 0);
+        }
+        EXPECT_EQ(get(table, "\x8E\xA1\xA1") * 100 + get(table, "\x8F\xA1") * 10 + get(table, "A"), 123);
+    });
+    for (const int32_t form : {0, GL_MULTI_COMPRESSED}) EXPECT_EQ(insert(new_table(form), "A", 1), 0);
+}
+
+} // namespace

@@ -1,0 +1,240 @@
+// The compiler's own parts; that the objects convert as the platform does is the oracle's matter.
+#include "catalogue.h"
+#include "conversion_object.h"
+#include "error.h"
+#include "join.h"
+#include "process.h"
+#include "tree.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+using namespace qbgl::compiler;
+namespace fs = std::filesystem;
+
+namespace {
+
+Charmap charmap(const std::string &body, const std::string &codeset = "T") {
+    return parse_charmap("<code_set_name> " + codeset +
+                             "\n<comment_char> %\n<escape_char> /\n<mb_cur_max> 4\n% comment\nCHARMAP\n" + body + "END CHARMAP\n",
+                         "cm");
+}
+
+CodesetPtr codeset(const std::string &body, const std::string &name = "T") {
+    std::string warning;
+    return codeset_from_charmap(charmap(body, name), name, warning);
+}
+
+template <class Function> std::string message(Function function) {
+    try {
+        function();
+    } catch (const DataError &error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+// key:control:output of every record, in hexadecimal
+std::string dump(const std::vector<ConversionRecord> &records) {
+    std::string text;
+    for (const ConversionRecord &record : records) {
+        const uint8_t control[] = {record.control};
+        text += record.key.hex() + ':' + Sequence(std::string_view(reinterpret_cast<const char *>(control), 1)).hex() + ':' +
+                record.output.hex() + ' ';
+    }
+    return text;
+}
+
+class TreeTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        fs::create_directories(data);
+        write(data / "codesets", "one 1 - charmap ./one\nuno 1 same\ntwo 2 - unicode ucs-2le\nnil 3 - none no reason\n");
+        write(data / "conversions", "one two\n");
+        write(data / "substitutions", "except 41\n");
+        fs::create_directory(data / "charmaps");
+        write(data / "charmaps/one", "CHARMAP\n<U0000> \\x00\n<U0041> \\x41\nEND CHARMAP\n");
+    }
+    void TearDown() override { fs::remove_all(root); }
+    static void write(const fs::path &path, const std::string &text) { std::ofstream(path) << text; }
+    TreeReport build() {
+        Library library(data);
+        return build_tree(library, root / "out", 2, [](size_t, size_t) {});
+    }
+
+    const fs::path root = fs::temp_directory_path() / ("qbglc_test." + std::to_string(getpid()));
+    const fs::path data = root / "data", objects = root / "out/vrn/cv9";
+};
+
+} // namespace
+
+TEST(Charmap, ReadsWhatPosixAllows) {
+    const Charmap map =
+        charmap("<U0041>..<U0043> /x41 A TO C\n<U00E9> /d130/101\n%IRREVERSIBLE%<U00E8> /x7f\n<D//> /x44 <U0110>\n");
+    ASSERT_EQ(map.entries.size(), 3u);
+    std::string stepped;
+    map.for_each(map.entries[0], [&](char32_t, const Sequence &bytes) { stepped += bytes.text(); });
+    EXPECT_EQ(stepped, "ABC");
+    EXPECT_EQ(map.entries[1].bytes.hex(), "8241");
+    EXPECT_TRUE(map.entries[2].decode_only);
+    EXPECT_EQ(map.symbols.at(0).name, "D/");
+    EXPECT_EQ(map.symbols[0].line, 10u);
+
+    const Charmap widths = parse_charmap("CHARMAP\n<U0041> \\x41\nEND CHARMAP\nWIDTH\n<U3000>...<U2593> 2\nEND WIDTH\n", "cm");
+    ASSERT_EQ(widths.widths.size(), 1u);
+    EXPECT_EQ(widths.widths[0].columns, 2u);
+}
+
+TEST(Charmap, StepsUtf8PastALastByteOfBF) {
+    const auto utf8 = codeset("<U00BE>..<U00C1> /xc2/xbe\n<UFFFF>..<U00010000> /xef/xbf/xbf\n", "UTF-8");
+    for (const char32_t code : {0xBEu, 0xC0u, 0xC1u, 0x10000u}) {
+        ASSERT_NE(utf8->find(code), nullptr) << unsigned{code};
+        EXPECT_EQ(utf8->find(code)->bytes, utf8_of(code));
+    }
+}
+
+TEST(Charmap, ErrorsNameFileLineAndConstruct) {
+    const std::pair<const char *, const char *> cases[] = {
+        {"<U0041> /x4\n", "cm:7: malformed byte: <U0041> /x4"},
+        {"<U0041> /x41/x\n", "cm:7: malformed byte: <U0041> /x41/x"},
+        {"<U0041> /d256\n", "cm:7: malformed byte: <U0041> /d256"},
+        {"<U0041> /x41z\n", "cm:7: malformed bytes: <U0041> /x41z"},
+        {"<U0041>\n", "cm:7: bytes expected: <U0041>"},
+        {"<U0041> /x1/x2\n", "cm:7: malformed byte: <U0041> /x1/x2"},
+        {"<U0041> /x01/x02/x03/x04/x05\n", "cm:7: more than four bytes: <U0041> /x01/x02/x03/x04/x05"},
+        {"<U0042>..<U0041> /x41\n", "cm:7: range runs backward: <U0042>..<U0041> /x41"},
+        {"<U0041>..<U0043> /xfe\n", "cm:7: range runs past the last byte: <U0041>..<U0043> /xfe"},
+        {"<a01>..<a03> /xfe\n", "cm:7: range of names that are not <Uxxxx>: <a01>..<a03> /xfe"},
+        {"<UD800> /x41\n", "cm:7: not a character of Unicode: <UD800> /x41"},
+        {"<U0041 /x41\n", "cm:7: name is not closed by >: <U0041 /x41"},
+        {"x\n", "cm:7: <name> expected: x"},
+    };
+    for (const auto &[body, expected] : cases) EXPECT_EQ(message([text = body] { charmap(text); }), expected);
+    EXPECT_EQ(message([] { charmap("<U0041> /x41\n", "UTF-8"), charmap("<U0041> /x42\n", "UTF-8"); }),
+              "cm:7: not the UTF-8 form of the name: <U0041> /x42");
+    EXPECT_EQ(message([] { parse_charmap("CHARMAP\n<U0041> \\x41\n", "cm"); }),
+              "cm:2: CHARMAP section is not closed by END CHARMAP: end of file");
+    EXPECT_EQ(message([] { parse_charmap("<colour> red\n", "cm"); }), "cm:1: unknown declaration: <colour> red");
+    EXPECT_EQ(message([] { codeset("<a> /x41\n"); }), "cm: no character has a name <Uxxxx>");
+}
+
+TEST(Codeset, FirstOfSeveralCounts) {
+    const auto set = codeset("<U0041> /x41\n<U0391> /x41\n<U0041> /x61\n%IRREVERSIBLE%<U0042> /x62\n");
+    EXPECT_EQ(set->find(Sequence("A"))->code, U'A');
+    EXPECT_EQ(set->find(Sequence("a"))->code, U'A');
+    EXPECT_EQ(set->find(Sequence("b"))->code, U'B');
+    EXPECT_EQ(set->find(U'B'), nullptr);
+    EXPECT_EQ(set->find(U'A')->bytes.hex(), "41");
+    EXPECT_FALSE(set->find(U'A')->one_way);
+    EXPECT_TRUE(set->find(U'\u0391')->one_way);
+}
+
+TEST(Join, MarksTerminatorSubstitutionAndHoles) {
+    Substitutions substitutions;
+    substitutions.add_locale_text(
+        "translit_start\n<U00E9> \"<U0065><U0301>\";\"<U0065>\" % e\n<U00E6> \"<U0061><U0065>\"\n<UFF21> <U0041>\n"
+        "translit_end\n<U0042> <U0041>\n",
+        "loc", false);
+    const auto source = codeset("<U0000> /x00\n<U0041> /x41\n<U0042> /x42\n<U00E6> /xe6\n<U00E9> /xe9\n<UFF21> /xff/x01\n");
+    const auto target = codeset("<U0000> /x80\n<U0041> /x81\n<U0391> /x81\n<U0065> /x82/x01/x02\n");
+    const Conversion conversion = join(*source, *target, substitutions);
+    EXPECT_EQ(dump(conversion.main), "00:19:80 41:11:81 42:00: e6:00: e9:33:820102 ff01:31:81 ");
+    EXPECT_EQ(conversion.growth, 3 * conversion.per);
+    EXPECT_EQ(conversion.source.min, 1);
+    EXPECT_EQ(conversion.source.max, 2);
+    EXPECT_EQ(conversion.target.max, 3);
+    EXPECT_EQ(dump(join(*codeset("<U0391> /x01\n"), *target, {}).main), "01:31:81 ") << "a mapping that does not come back";
+    EXPECT_NE(message([&] { substitutions.add_locale_text("translit_start\n<U00E9> \"<U0065>\n", "loc", false); }).find("loc:2"),
+              std::string::npos);
+}
+
+TEST(Join, KeepsLittleEndianFunctionsForUnicode) {
+    const auto pairs = codeset("<U0041> /x41/x42\n");
+    const Conversion to_unicode = join(*pairs, *unicode_codeset("ucs-2le", "u"), {});
+    EXPECT_EQ(dump(to_unicode.main), "4142:12:0041 ");
+    EXPECT_EQ(to_unicode.source.min, 1) << "two bytes at least and at most would mean little-endian units";
+    EXPECT_EQ(to_unicode.target.min, 2);
+    EXPECT_EQ(join(*unicode_codeset("ucs-4le", "u"), *pairs, {}).source.min, 4);
+}
+
+TEST(Join, ShiftsBothSides) {
+    Codeset stateful("s", Codeset::Form::BYTES, true);
+    stateful.add(U'A', Sequence("\xC1"));
+    stateful.add(U'\u3042', Sequence("\x44\x45"), true);
+    stateful.finish();
+    const auto plain = codeset("<U0041> /x41\n<U3042> /x83\n");
+    const Conversion out = join(*plain, stateful, {});
+    EXPECT_EQ(dump(out.main), "41:11:c1 83:52:4445 ");
+    EXPECT_EQ(out.growth, 3) << "the shift byte and two more for one";
+    const Conversion in = join(stateful, *plain, {});
+    EXPECT_EQ(dump(in.main), "c1:11:41 0e:90: 0f:10: ");
+    EXPECT_EQ(dump(in.shifted), "4445:11:83 0f:90: 0e:10: ");
+    const auto unicode = unicode_codeset("ucs-2le", "u");
+    EXPECT_EQ(dump(join(stateful, *unicode, {}).shifted).substr(0, 13), "4445:12:4230 ")
+        << "the stateful conversion copies bytes as they are";
+    const std::string text = conversion_object(join(*plain, stateful, {}), conversion_header({"X=1"}));
+    EXPECT_NE(text.find("HEADER_LINES=4\nX=1\n0 1\n10e10f00\n1 2 0 0 1 1\n0\n3.0\n1 1 3 00\n"), std::string::npos) << text;
+}
+
+TEST(ConversionObject, RefusesWhatNoReaderCouldTake) {
+    EXPECT_EQ(message([] {
+                  const auto set = codeset("<U0041> /x41\n<U0042> /x41/x42\n");
+                  conversion_object(join(*set, *set, {}), "");
+              }),
+              "4142: a character that begins another one, or that another one begins");
+    EXPECT_THROW(conversion_header({std::string(127, 'x')}), DataError);
+}
+
+TEST(Catalogue, RefusesContradictions) {
+    const std::pair<const char *, const char *> cases[] = {
+        {"a 1 - charmap A\na 2 - charmap B\n", "f:2: a: has another number above"},
+        {"a 1 same\n", "f:1: no codeset of this number stands above"},
+        {"a 1 - charmap A\nb 1 - charmap B\n", "f:2: this number has its source above: say \"same\""},
+        {"a 57344 - charmap A\n", "f:1: this number means that there is no codeset"},
+        {"a 65536 - charmap A\n", "f:1: 65536: not a number up to 65535"},
+        {"a 1 - magic A\n", "f:1: magic: unknown kind of source"},
+        {"abcdefghijklmnopqrstuv 1 - charmap A\n", "f:1: abcdefghijklmnopqrstuv: longer than 21 characters"},
+        {"Abc 1 - charmap A\n", "f:1: Abc: not a codeset name"},
+        {"", "f: no codesets"},
+    };
+    for (const auto &[text, expected] : cases) EXPECT_EQ(message([recipe = text] { Catalogue::parse(recipe, "f"); }), expected);
+    const Catalogue catalogue = Catalogue::parse("a 1 - charmap A\nb 2 - none why\nc 3 - charmap C\n", "f");
+    EXPECT_EQ(catalogue.parse_conversions("a *\nc a\n", "g").size(), 2u);
+    EXPECT_EQ(message([&] { catalogue.parse_conversions("a b\n", "g"); }), "g:1: b: has no source");
+    EXPECT_EQ(message([&] { catalogue.parse_conversions("\na d\n", "g"); }), "g:2: d: unknown codeset");
+}
+
+TEST(Process, FeedsCollectsAndReports) {
+    const std::string big(1 << 20, 'x');
+    EXPECT_EQ(run_process({"cat"}, big).output, big);
+    const ProcessResult failed = run_process({"cat", "/nonexistent/file"});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_NE(failed.errors.find("/nonexistent/file"), std::string::npos);
+    EXPECT_THROW(run_process({"/nonexistent/program"}), SystemError);
+}
+
+TEST_F(TreeTest, BuildsOnceSkipsAndCleansUp) {
+    TreeReport report = build();
+    EXPECT_EQ(report.written, 2u);
+    EXPECT_EQ(fs::read_symlink(objects / "uno_two.cvo"), "00010002.cvo");
+    EXPECT_EQ(read_file(root / "out/vrn/cm3/registry").substr(0, 1), "#");
+    const std::string first = read_file(objects / "00020001.cvo");
+
+    write(objects / "00050006.cvo", "stale");
+    write(objects / "00010002.cvo.9.new", "left over");
+    write(objects / "notes", "the user's");
+    report = build();
+    EXPECT_EQ(report.written, 0u);
+    EXPECT_EQ(report.removed, 2u);
+    EXPECT_TRUE(fs::exists(objects / "notes"));
+
+    fs::remove(objects / "00020001.cvo");
+    EXPECT_EQ(build().written, 1u);
+    EXPECT_EQ(read_file(objects / "00020001.cvo"), first);
+
+    write(data / "charmaps/one", "CHARMAP\n<U0041> \\x41\n<U0042> \\x41\\x42\nEND CHARMAP\n");
+    EXPECT_THROW(build(), DataError);
+    EXPECT_EQ(read_file(objects / "00020001.cvo"), first) << "a failed run leaves the old object";
+    for (const auto &entry : fs::directory_iterator(objects)) EXPECT_FALSE(entry.path().string().ends_with(".new")) << entry.path();
+}

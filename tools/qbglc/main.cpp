@@ -1,0 +1,144 @@
+// qbglc: compiles the platform's charmaps into the objects that the library reads.
+#include "conversion_object.h"
+#include "error.h"
+#include "tree.h"
+
+#include <CLI/CLI.hpp>
+#include <qbgl.h>
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <new>
+#include <thread>
+#include <unistd.h>
+
+using namespace qbgl::compiler;
+namespace fs = std::filesystem;
+
+namespace {
+
+enum ExitStatus { EXIT_OK = 0, EXIT_DATA = 1, EXIT_CALL = 2, EXIT_SYSTEM = 3 };
+
+// The recipes that belong to this program: installed beside it, or those of the source tree in whose build directory it stands.
+fs::path default_data_directory() {
+    const fs::path here = fs::read_symlink("/proc/self/exe").parent_path();
+    for (const char *candidate : {"../share/qbgl/data", "../data", "../../data", "../../../data"})
+        if (fs::is_regular_file(here / candidate / "codesets")) return (here / candidate).lexically_normal();
+    throw SystemError("no recipes found beside the program: name their directory with --data");
+}
+
+struct Options {
+    std::string data;
+    std::string source, target, output, directory;
+    unsigned threads = std::max(1u, std::thread::hardware_concurrency());
+
+    fs::path data_directory() const { return data.empty() ? default_data_directory() : fs::path(data); }
+};
+
+void warn(const std::string &text) { fmt::print(stderr, "qbglc: warning: {}\n", text); }
+
+void write_output(const std::string &file, const std::string &content) {
+    if (file != "-") return replace_file(file, content);
+    if (std::fwrite(content.data(), 1, content.size(), stdout) != content.size() || std::fflush(stdout) != 0)
+        throw SystemError("standard output: cannot be written");
+}
+
+// A side of `qbglc conv`: a codeset of the recipes, or a charmap file.
+struct Side {
+    CodesetPtr codeset;
+    std::string description, name;
+};
+Side side_of(Library &library, const std::string &argument) {
+    if (const auto index = library.catalogue().find(argument)) {
+        const auto &codeset = library.catalogue().codesets()[*index];
+        return {library.codeset(*index), fmt::format("{} {} {}", codeset.name, codeset.number, codeset.source.text()), argument};
+    }
+    if (!fs::is_regular_file(argument)) throw DataError(argument + ": neither a codeset of the recipes nor a charmap file");
+    std::string warning;
+    CodesetPtr codeset = load_own_codeset(argument, warning);
+    if (!warning.empty()) warn(warning);
+    return {codeset, codeset->name() + " charmap", fs::path(argument).stem().string()};
+}
+
+void conv(const Options &options) {
+    Library library(options.data_directory());
+    const Side source = side_of(library, options.source), target = side_of(library, options.target);
+    for (const std::string &warning : library.take_warnings()) warn(warning);
+    const std::string header = conversion_header({"SOURCE=" + source.description, "TARGET=" + target.description});
+    const std::string object = conversion_object(join(*source.codeset, *target.codeset, library.substitutions()), header);
+    write_output(options.output.empty() ? fmt::format("{}_{}.cvo", source.name, target.name) : options.output, object);
+}
+
+void tree(const Options &options) {
+    Library library(options.data_directory());
+    const bool terminal = isatty(STDERR_FILENO) == 1;
+    const auto progress = [&](size_t done, size_t all) {
+        if (terminal) fmt::print(stderr, "\rqbglc: {} of {} objects{}", done, all, done == all ? "\n" : "");
+    };
+    const TreeReport report = build_tree(library, options.directory, options.threads, progress);
+    for (const std::string &warning : library.take_warnings()) warn(warning);
+    fmt::print("{}: {} conversion objects ({} written, {} old files removed), {} names for them\n", options.directory,
+               report.objects, report.written, report.removed, report.links);
+}
+
+void list(const Options &options) {
+    const Catalogue catalogue = Catalogue::load(options.data_directory());
+    for (const Catalogue::Name &name : catalogue.names()) {
+        const Catalogue::Codeset &codeset = catalogue.codesets()[name.codeset];
+        fmt::print("{:<21} {:>5}  {:<16} {} {}\n", name.name, name.number, codeset.iconv.empty() ? "-" : codeset.iconv,
+                   codeset.source.text(), codeset.reason);
+    }
+}
+
+int run(int argc, char **argv) {
+    CLI::App app("Compiles charmaps into conversion objects and whole installation trees.", "qbglc");
+    app.set_version_flag("--version", fmt::format("qbglc {}.{}.{}", QBGL_VERSION_MAJOR, QBGL_VERSION_MINOR, QBGL_VERSION_PATCH));
+    app.require_subcommand(1);
+    app.footer("Exit status: 0 done, 1 wrong data, 2 wrong call, 3 the system refused something.");
+    Options options;
+
+    const auto command = [&](const char *name, const char *what, void (*action)(const Options &)) {
+        CLI::App *sub = app.add_subcommand(name, what);
+        sub->add_option("--data", options.data, "directory of the recipes (default: the one that belongs to this program)");
+        sub->callback([action, &options] { action(options); });
+        return sub;
+    };
+    CLI::App *sub = command("conv", "write the object of one conversion", conv);
+    sub->add_option("SOURCE", options.source, "codeset name or number, or a charmap file")->required();
+    sub->add_option("TARGET", options.target, "codeset name or number, or a charmap file")->required();
+    sub->add_option("-o,--output", options.output, "file to write, - for standard output (default: SOURCE_TARGET.cvo)");
+    sub = command("registry", "write the registry of codeset names and numbers", [](const Options &o) {
+        write_output(o.output.empty() ? "-" : o.output, Catalogue::load(o.data_directory()).registry());
+    });
+    sub->add_option("-o,--output", options.output, "file to write (default: standard output)");
+    sub = command("tree", "bring an installation tree up to date", tree);
+    sub->add_option("DIRECTORY", options.directory, "what QUORBANEDIR will point to")->required();
+    sub->add_option("-j,--jobs", options.threads, "number of threads (default: one for each processor)")->check(CLI::Range(1, 256));
+    command("list", "list codeset names, numbers, the platform's names and sources", list);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? EXIT_OK : EXIT_CALL;
+    }
+    return EXIT_OK;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const auto complain = [](const char *what, ExitStatus status) {
+        fmt::print(stderr, "qbglc: {}\n", what);
+        return static_cast<int>(status);
+    };
+    try {
+        return run(argc, argv);
+    } catch (const DataError &error) {
+        return complain(error.what(), EXIT_DATA);
+    } catch (const std::bad_alloc &) {
+        return complain("out of memory", EXIT_SYSTEM);
+    } catch (const std::exception &error) {
+        return complain(error.what(), EXIT_SYSTEM);
+    }
+}

@@ -1,0 +1,25 @@
+// The installation tree.
+#pragma once
+
+#include "library.h"
+
+#include <filesystem>
+#include <functional>
+
+namespace qbgl::compiler {
+
+struct TreeReport {
+    size_t objects = 0, written = 0, removed = 0, links = 0;
+};
+
+// Brings DIRECTORY up to date with the recipes: vrn/cm3/registry, vrn/cv9 with an object for every pair of the conversions recipe
+// and links to it for every pair of names, and the other directories of an installation. Objects that are up to date are left
+// alone; objects and links that the recipes do not name are removed. `progress` is called with the number done and to do, by one
+// thread at a time.
+TreeReport build_tree(Library &library, const std::filesystem::path &directory, unsigned threads,
+                      const std::function<void(size_t, size_t)> &progress);
+
+// The name of the object of a pair: the numbers in hexadecimal.
+std::string object_name(const Catalogue &catalogue, Catalogue::Pair pair);
+
+} // namespace qbgl::compiler
