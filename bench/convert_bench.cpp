@@ -134,8 +134,27 @@ void convert_with_icu(benchmark::State &state, const Work &work, const Input &in
 }
 #endif
 
+size_t allocated = 0;
+
+void *counting_malloc(uint32_t size) {
+    allocated += size;
+    return malloc(size);
+}
+
+// What an open conversion asks of the allocator.
+size_t memory_of(const char *target, const char *source) {
+    allocated = 0;
+    gl_setextfunc(nullptr, GL_EXT_MALLOC, reinterpret_cast<gl_extfunc>(counting_malloc));
+    gl_cv *cd;
+    gl_cv_load(&cd, target, source, nullptr, nullptr);
+    gl_cv_unload(cd);
+    gl_setextfunc(nullptr, GL_EXT_MALLOC, nullptr);
+    return allocated;
+}
+
 // Opening from a warm file cache.
 void open_conversion(benchmark::State &state, const char *target, const char *source) {
+    state.counters["kib"] = static_cast<double>(memory_of(target, source)) / 1024;
     for (auto _ : state) {
         gl_cv *cd;
         if (gl_cv_load(&cd, target, source, nullptr, nullptr) != 1) state.SkipWithError("the conversion does not load");
@@ -162,8 +181,21 @@ int main(int argc, char **argv) {
         benchmark::RegisterBenchmark((name + "/icu").c_str(), [&](benchmark::State &s) { convert_with_icu(s, work, input); });
 #endif
     }
-    for (const auto &[target, source] :
-         {std::pair{"utf8", "8859-1"}, {"utf8", "sjis"}, {"sjis", "utf8"}, {"unicode", "utf8"}, {"ucs4", "utf8"}})
+    for (const auto &[target, source] : {std::pair{"8859-1", "cp1252"},
+                                         {"utf8", "8859-1"},
+                                         {"8859-1", "utf8"},
+                                         {"utf8", "sjis"},
+                                         {"sjis", "utf8"},
+                                         {"sjis", "ujis"},
+                                         {"utf8", "korhstmxexsbcs"},
+                                         {"korhstmxexsbcs", "utf8"},
+                                         {"unicode", "utf8"},
+                                         {"utf8", "unicode"},
+                                         {"ucs4", "utf8"},
+                                         {"utf8", "ucs4"},
+                                         {"utf8", "gb18030"},
+                                         {"gb18030", "utf8"},
+                                         {"ucs4", "gb18030"}})
         benchmark::RegisterBenchmark((std::string("open/") + source + "_" + target).c_str(), [target = target, source = source](
                                                                                                  benchmark::State &s) {
             open_conversion(s, target, source);

@@ -169,12 +169,12 @@ TEST(Multi, RetrievalVariantsAgree) {
 TEST(Multi, WideValuesAreWalkedFromTheirShortestForm) {
     const Table one = table_of({{"A", 1}, {"\x8E\xA1", 2}, {"\x8F\xA1\xA2", 3}, {"\x90\xA1\xA2\xA3", 4}});
     const Table two = table_of({{"\0A"s, 1}, {"\x8E\xA1", 2}});
-    const Table empty = new_table();
+    const Table four = table_of({{"\0\x8F\xA1\xA2"s, 5}, {"\0\0\x8E\xA1"s, 6}}), empty = new_table();
     using Case = std::tuple<const Table &, gl_wchar, int>;
     for (const auto &[table, value, expected] :
          {Case{one, 'A', 1}, Case{one, 0x8EA1, 2}, Case{one, 0x8FA1A2, 3}, Case{one, 0x90A1A2A3, 4}, Case{one, 0x8E, -1},
           Case{one, 0x41A1, -1}, Case{one, 0x8FA1, -1}, Case{one, 0x90A1A2, -1}, Case{one, 0x0090A1A2, -1}, Case{two, 'A', 1},
-          Case{two, 0x8EA1, 2}, Case{two, 0x418EA1, -1}, Case{empty, 'A', -1}}) {
+          Case{two, 0x8EA1, 2}, Case{two, 0x418EA1, -1}, Case{four, 0x8FA1A2, 5}, Case{four, 0x8EA1, 6}, Case{empty, 'A', -1}}) {
         int32_t error = 0;
         EXPECT_EQ(value_of(_gl_retrieve_wchar_multi_nl(&error, value, table.get())), expected) << value;
         EXPECT_EQ(error, expected < 0 ? GL_EILSEQ : 0) << value;

@@ -171,7 +171,7 @@ double gl_iconv_expansion(gl_cv *cd) {
 }
 
 int gl_cv_outbuflen(gl_cv *cd, int input_length) {
-    const double factor = cd->expansion;
+    const double factor = gl_iconv_expansion(cd);
     const auto whole = static_cast<long long>(factor);
     const long long per_byte = static_cast<double>(whole) < factor ? whole + 1 : whole;
     const long long size = per_byte * input_length;
