@@ -1,0 +1,126 @@
+// A conversion between two codesets, opened from the installation tree: direct, or by way of UTF-8 where the tree holds only the
+// two halves.
+#pragma once
+
+#include "qbgl.h"
+
+#include <bitset>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qbgl {
+
+// Converted bytes that wait to be written.
+class OutputBuffer {
+  public:
+    std::string_view text() const { return {storage_.data(), used_}; }
+    size_t size() const { return used_; }
+    void clear() { used_ = 0; }
+    void truncate(size_t size) { used_ = size; }
+    void append(std::string_view bytes);
+
+    char *end() { return storage_.data() + used_; }
+    int room() const { return static_cast<int>(storage_.size() - used_ - SLACK); }
+    void commit(size_t bytes) { used_ += bytes; }
+    void grow() { storage_.resize(storage_.size() * 2); }
+
+  private:
+    // A conversion to 4-byte units writes 4 bytes where it found room for 2.
+    static constexpr size_t SLACK = 2;
+    std::vector<char> storage_ = std::vector<char>(4096);
+    size_t used_ = 0;
+};
+
+enum class Outcome {
+    DONE,
+    UNMAPPED,   // the text is on a character that the target lacks
+    UNREADABLE, // the text is on bytes that are no character, or that end inside one
+    BROKEN      // the descriptor failed in a way that a sound one does not
+};
+
+// One open descriptor. Shift states are the caller's, so that a stretch of text can be walked again.
+class Stage {
+  public:
+    // A source codeset of little-endian units has this many bytes a character, any other 0.
+    int unit() const;
+    int longest_character() const;
+    bool stateful_source() const { return cd_->source_stateful != 0; }
+
+    // Opens by specifications; null with the error number when that fails.
+    static std::optional<Stage> open(const char *source, const char *target, int &error);
+
+    // Converts as far as it goes: takes from `text`, appends to `output`.
+    Outcome run(gl_cv_state &state, std::string_view &text, OutputBuffer &output, bool &substituted) const;
+
+    // The bytes of the character at a non-empty text's beginning, 0 when there is none.
+    size_t character_length(const gl_cv_state &state, std::string_view text) const;
+
+    // Whether a byte switches the source's shift state, and so is no character.
+    bool is_shift(const gl_cv_state &state, char byte) const;
+
+    // How many bytes at the text's beginning make plain that no character is there; 0 when the text merely ends too early.
+    size_t unreadable_length(const gl_cv_state &state, std::string_view text) const;
+
+    // What brings the target from this state to its initial one.
+    std::string_view closing_sequence(const gl_cv_state &state) const;
+
+  private:
+    explicit Stage(gl_cv *cd);
+    const gl_multi *table(const gl_cv_state &state) const;
+    // Whether the text, as a whole, can be read in this state; the state moves on.
+    bool reads(gl_cv_state &state, std::string_view text) const;
+
+    std::unique_ptr<gl_cv, int (*)(gl_cv *)> cd_;
+    std::bitset<256> shifts_[2]; // by source shift state: the bytes that switch it
+};
+
+struct Shift {
+    gl_cv_state first{}, second{};
+};
+
+// One character of a conversion.
+struct Step {
+    Outcome outcome;
+    size_t length; // bytes of the source character, 0 when there is none
+    bool substituted;
+};
+
+enum class Opened { CONVERSION, SAME_CODESET, UNKNOWN_SOURCE, UNKNOWN_TARGET, MISSING, DAMAGED, NO_MEMORY };
+
+class Conversion {
+  public:
+    // `conversion` receives what was opened, when that is a conversion.
+    static Opened open(const std::string &source, const std::string &target, std::unique_ptr<Conversion> &conversion);
+
+    const Stage &source() const { return first_; }
+    bool chained() const { return second_.has_value(); }
+    // The bytes that end a line of the source: any of these, or the unit 0x000A for little-endian units.
+    std::string_view newlines() const { return newlines_; }
+
+    // As Stage::run.
+    Outcome run(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted);
+    // Converts the one character at the text's beginning; without success neither shift nor output change.
+    Step step(Shift &shift, std::string_view text, OutputBuffer &output) const;
+    // Ends a text: appends what returns the target to its initial state.
+    void close(Shift &shift, OutputBuffer &output) const;
+
+  private:
+    Conversion(Stage first, std::optional<Stage> second, std::string_view newlines)
+        : first_(std::move(first)), second_(std::move(second)), newlines_(newlines) {}
+    Outcome run_chained(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted);
+    Outcome walk(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted);
+
+    Stage first_;
+    std::optional<Stage> second_;
+    std::string_view newlines_;
+    // Of a piece whose second half met a character that the target lacks, the bytes that are still to be taken one character at a
+    // time: only so its place in the source is known.
+    size_t to_walk_ = 0;
+    mutable OutputBuffer middle_;
+};
+
+} // namespace qbgl

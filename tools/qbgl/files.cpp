@@ -1,0 +1,81 @@
+#include "files.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qbgl {
+
+namespace {
+
+bool same_file(const struct stat &a, const struct stat &b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+
+} // namespace
+
+SystemFailure file_failure(std::string_view doing, const std::string &name) {
+    const std::string reason = std::strerror(errno);
+    return {ExitStatus::SYSTEM, fmt::format("cannot {} {}: {}", doing, printable(name), reason),
+            JsonObject().text("file", name).text("reason", reason)};
+}
+
+InputFile::InputFile(const std::string &name) : name_(name == STANDARD_STREAM ? "standard input" : name) {
+    if (name != STANDARD_STREAM && (descriptor_ = ::open(name.c_str(), O_RDONLY | O_CLOEXEC)) < 0)
+        throw file_failure("open", name_);
+    struct stat status {};
+    if (fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode)) size_ = static_cast<uint64_t>(status.st_size);
+}
+
+InputFile::~InputFile() {
+    if (descriptor_ > 0) ::close(descriptor_);
+}
+
+size_t InputFile::read(char *buffer, size_t size) {
+    for (;;) {
+        const ssize_t count = ::read(descriptor_, buffer, size);
+        if (count >= 0) return static_cast<size_t>(count);
+        if (errno != EINTR) throw file_failure("read", name_);
+    }
+}
+
+OutputFile::OutputFile(std::string name, const std::vector<std::string> &inputs) : name_(std::move(name)) {
+    if (name_ == STANDARD_STREAM) {
+        name_ = "standard output";
+        return;
+    }
+    struct stat output {
+    }, input{};
+    const bool exists = stat(name_.c_str(), &output) == 0 && S_ISREG(output.st_mode);
+    for (const std::string &other : inputs) {
+        const bool known = other == STANDARD_STREAM ? fstat(0, &input) == 0 : stat(other.c_str(), &input) == 0;
+        if (exists && known && same_file(output, input)) {
+            throw SystemFailure{ExitStatus::CALL,
+                                fmt::format("{} is input and output: choose another output file", printable(name_)),
+                                JsonObject().text("file", name_)};
+        }
+    }
+    descriptor_ = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (descriptor_ < 0) throw file_failure("write", name_);
+}
+
+OutputFile::~OutputFile() {
+    if (descriptor_ > 1) ::close(descriptor_);
+}
+
+void OutputFile::write(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(descriptor_, bytes.data(), bytes.size());
+        if (count < 0 && errno != EINTR) throw file_failure("write", name_);
+        if (count > 0) bytes.remove_prefix(static_cast<size_t>(count));
+    }
+}
+
+void OutputFile::close() {
+    const int descriptor = descriptor_;
+    descriptor_ = -1;
+    if (descriptor >= 0 && ::close(descriptor) != 0) throw file_failure("write", name_);
+}
+
+} // namespace qbgl

@@ -1,0 +1,55 @@
+// Input and output by file descriptor, so that a block goes on as soon as it is there.
+#pragma once
+
+#include "messages.h"
+
+#include <vector>
+
+namespace qbgl {
+
+// The file name that stands for standard input or output.
+inline constexpr const char *STANDARD_STREAM = "-";
+
+struct SystemFailure {
+    ExitStatus status;
+    std::string sentence;
+    JsonObject details;
+};
+
+// A failure of the system at a file; `doing` completes "cannot ...".
+SystemFailure file_failure(std::string_view doing, const std::string &name);
+
+class InputFile {
+  public:
+    explicit InputFile(const std::string &name); // throws SystemFailure
+    InputFile(const InputFile &) = delete;
+    InputFile &operator=(const InputFile &) = delete;
+    ~InputFile();
+
+    // Reads what is there, at most `size` bytes; 0 at the end. Throws SystemFailure.
+    size_t read(char *buffer, size_t size);
+    uint64_t size() const { return size_; } // 0 when it is not known
+
+  private:
+    std::string name_;
+    int descriptor_ = 0;
+    uint64_t size_ = 0;
+};
+
+// Opened, and so emptied, only when the conversion is sure to begin.
+class OutputFile {
+  public:
+    OutputFile(std::string name, const std::vector<std::string> &inputs); // throws SystemFailure
+    OutputFile(const OutputFile &) = delete;
+    OutputFile &operator=(const OutputFile &) = delete;
+    ~OutputFile();
+
+    void write(std::string_view bytes); // throws SystemFailure
+    void close();                       // throws SystemFailure
+
+  private:
+    std::string name_;
+    int descriptor_ = 1;
+};
+
+} // namespace qbgl
