@@ -5,6 +5,7 @@
 #include <array>
 #include <compare>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -22,7 +23,7 @@ struct Sequence {
 
     Sequence() = default;
     explicit Sequence(std::string_view text) : length(static_cast<uint8_t>(std::min(text.size(), MAX))) {
-        for (size_t i = 0; i < length; ++i) bytes[i] = static_cast<uint8_t>(text[i]);
+        std::memcpy(bytes.data(), text.data(), length);
     }
     // The low `count` bytes of a value, most significant first.
     static constexpr Sequence big_endian(uint32_t value, unsigned count) {
