@@ -5,7 +5,6 @@
 #include "util/ascii.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string.h>
 #include <utility>
 
@@ -56,8 +55,14 @@ uint16_t find_in_array(const CannedCodeset *row, std::string_view name) {
 
 // A name that is a decimal number below 65536 stands for itself.
 bool read_decimal(std::string_view name, uint16_t &number) {
-    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
-    return error == std::errc() && end == name.data() + name.size();
+    uint32_t value = 0;
+    for (const char c : name) {
+        if (!ascii::is_digit(c)) return false;
+        value = value * 10 + static_cast<uint32_t>(c - '0');
+        if (value > UINT16_MAX) return false;
+    }
+    number = static_cast<uint16_t>(value);
+    return !name.empty();
 }
 
 int cache_file(void *ctx, const char *path) {
