@@ -51,34 +51,34 @@ extern "C" {
 
 /* Error numbers. They are stored and exchanged, so a number never changes its meaning. */
 enum gl_error {
-    GL_EILSEQ = 1,     /* invalid or unmappable byte sequence, or a value that cannot be encoded */
-    GL_ENULLPTR = 2,   /* null string pointer */
-    GL_ENOMEM = 3,     /* out of memory */
-    GL_ENEGCOUNT = 4,  /* negative count */
-    GL_EENDBEFORE = 5, /* end pointer before start pointer */
-    GL_ERANGE = 6,     /* empty multibyte number, or value out of range */
-    GL_EINVAL = 7,     /* malformed specification, unknown codeset, text too long, character running past the given length */
-    GL_ENOFILE = 8,    /* file not found or unreadable, or a name of bad length */
-    GL_EBADARG = 9,    /* bad slot or category, or a negative length other than -1 */
-    GL_EBADFILE = 11,  /* malformed object file or registry */
-    GL_EMIXEDCS = 12,  /* the categories of a locale are in different codesets */
-    GL_EIO = 13,       /* a stream reported an error, or a write failed */
-    GL_E2BIG = 14,     /* output buffer too small */
-    GL_ENODATA = 15,   /* required data file not found */
-    GL_EEOF = 16,      /* end of input */
-    GL_EREAD = 17,     /* a read failed without an end-of-file or error indication */
-    GL_ENOCAT = 18,    /* the copy source lacks the category */
-    GL_EHASCAT = 19,   /* the copy target already holds the category */
-    GL_ETABLELEN = 21, /* a byte-sequence table declares sequences longer than allowed */
-    GL_ENOCONV = 46,   /* a real-number conversion consumed nothing */
-    GL_EBADERA = 49,   /* malformed era string */
-    GL_EBADCAL = 50,   /* unknown calendar name */
-    GL_EVERSION = 51,  /* object file built by another compiler version */
-    GL_ENOSYM = 53,    /* character without a symbolic name */
-    GL_ELOADCAT = 55,  /* a category failed to load without a more specific error */
-    GL_EMIXEDLEN = 56, /* one length argument is -1 and the other is not */
+    GL_EILSEQ = 1,      /* invalid or unmappable byte sequence, or a value that cannot be encoded */
+    GL_ENULLPTR = 2,    /* null string pointer */
+    GL_ENOMEM = 3,      /* out of memory */
+    GL_ENEGCOUNT = 4,   /* negative count */
+    GL_EENDBEFORE = 5,  /* end pointer before start pointer */
+    GL_ERANGE = 6,      /* empty multibyte number, or value out of range */
+    GL_EINVAL = 7,      /* malformed specification, unknown codeset, text too long, character running past the given length */
+    GL_ENOFILE = 8,     /* file not found or unreadable, or a name of bad length */
+    GL_EBADARG = 9,     /* bad slot or category, or a negative length other than -1 */
+    GL_EBADFILE = 11,   /* malformed object file or registry */
+    GL_EMIXEDCS = 12,   /* the categories of a locale are in different codesets */
+    GL_EIO = 13,        /* a stream reported an error, or a write failed */
+    GL_E2BIG = 14,      /* output buffer too small */
+    GL_ENODATA = 15,    /* required data file not found */
+    GL_EEOF = 16,       /* end of input */
+    GL_EREAD = 17,      /* a read failed without an end-of-file or error indication */
+    GL_ENOCAT = 18,     /* the copy source lacks the category */
+    GL_EHASCAT = 19,    /* the copy target already holds the category */
+    GL_ETABLELEN = 21,  /* a byte-sequence table declares sequences longer than allowed */
+    GL_ENOCONV = 46,    /* a real-number conversion consumed nothing */
+    GL_EBADERA = 49,    /* malformed era string */
+    GL_EBADCAL = 50,    /* unknown calendar name */
+    GL_EVERSION = 51,   /* object file built by another compiler version */
+    GL_ENOSYM = 53,     /* character without a symbolic name */
+    GL_ELOADCAT = 55,   /* a category failed to load without a more specific error */
+    GL_EMIXEDLEN = 56,  /* one length argument is -1 and the other is not */
     GL_ENOCODESET = 57, /* a category is set up on a locale whose codeset table declares no character length */
-    GL_ECTYPECS = 58   /* a category read alone is in a codeset other than that of LC_CTYPE */
+    GL_ECTYPECS = 58    /* a category read alone is in a codeset other than that of LC_CTYPE */
 };
 
 /* Category numbers; per-category arrays of the handle are indexed by them. */
@@ -140,8 +140,8 @@ typedef struct gl_cv gl_cv;         /* an open codeset conversion, section 2 */
  *     the last character that was converted, whether the call succeeded or not: to go on, mend the cause and call again.
  *   - GL_E2BIG: the next character does not fit; empty or enlarge the output and call again with the same state.
  *   - GL_EILSEQ: the character at `*in` is a character of the source codeset, but the target codeset cannot express it.
- *   - A result of -1 that leaves the error number as it was: the bytes at `*in` are no character of the source codeset, or the input
- *     ends inside a character. Set the number to 0 before the call to tell this from the others; when fewer bytes remain than the
+ *   - A result of -1 that leaves the error number as it was: the bytes at `*in` are no character of the source codeset, or the
+ * input ends inside a character. Set the number to 0 before the call to tell this from the others; when fewer bytes remain than the
  *     longest character of the source has, the missing ones may be still to come.
  *   - `subst` is set to 1 when at least one character of this call had an approximate mapping only, otherwise to 0.
  * ------------------------------------------------------------------------------------------------------------------------------ */
@@ -162,13 +162,13 @@ struct gl_cv {
     int32_t error;              /* number of the last failure, 0 for none */
     uint8_t *single_byte_table; /* 256 target bytes indexed by source byte, or null */
     int32_t source_stateful, target_stateful;
-    int32_t sequence_length[4]; /* bytes used of each of `sequence`, 0 to 4 */
+    int32_t sequence_length[4];             /* bytes used of each of `sequence`, 0 to 4 */
     int32_t target_min_len, target_max_len; /* bytes an output character */
     int32_t further[2];                     /* kept for the object file's sake */
     int32_t source_min_len, source_max_len; /* bytes an input character */
     int32_t single_byte_table_flag;         /* 0: the loader builds single_byte_table where the conversion allows it */
     float expansion;                        /* output bytes an input byte, at most */
-    uint8_t sequence[4][4]; /* [0] enters the target's shifted state, [1] leaves it; [2] and [3] are unused */
+    uint8_t sequence[4][4];                 /* [0] enters the target's shifted state, [1] leaves it; [2] and [3] are unused */
     gl_multi *main_table;
     gl_multi *shifted_table; /* the source's shifted state, or null */
     int32_t conversion_state;
@@ -189,8 +189,8 @@ extern QBGL_API const gl_cv cd_enomem, cd_fileerr, cd_einval;
  *   registry_path  registry file for the names, or null: the cached registry, or the one of the installation directory
  *   directory      directory of the conversion object, or null: searched as section 7 tells, in "cv9"
  * Returns 1 when a conversion was loaded, 0 when both name one codeset (*cd is null then), -1 on failure: *cd is never null and its
- * error is GL_EINVAL (unknown codeset), GL_ENOFILE (not found, not a conversion object, or of another version), GL_EBADFILE (damaged
- * parameters), GL_ETABLELEN (a table with keys too long), or GL_ENOMEM (memory is out, or a table is damaged). */
+ * error is GL_EINVAL (unknown codeset), GL_ENOFILE (not found, not a conversion object, or of another version), GL_EBADFILE
+ * (damaged parameters), GL_ETABLELEN (a table with keys too long), or GL_ENOMEM (memory is out, or a table is damaged). */
 QBGL_API int gl_cv_load(gl_cv **cd, const char *target_spec, const char *source_spec, const char *registry_path,
                         const char *directory);
 
@@ -245,9 +245,9 @@ QBGL_API int gl_mconvlen(gl_cv *cd, gl_cv_state *state, const char **in, int *in
 
 /* The number of a codeset.
  *   registry_path  registry file to read when nothing is cached; null: the installation's
- * A name of decimal digits that the registry does not hold is its own number. Returns GL_NO_CODESET on failure: GL_EINVAL (unknown),
- * GL_ENODATA (no registry file), GL_EBADFILE (malformed registry), GL_ENOMEM. ctx and name may be null; a
- * null name is the empty one, which is unknown. Without a cache each call reads the file, and the built-in table does not serve. */
+ * A name of decimal digits that the registry does not hold is its own number. Returns GL_NO_CODESET on failure: GL_EINVAL
+ * (unknown), GL_ENODATA (no registry file), GL_EBADFILE (malformed registry), GL_ENOMEM. ctx and name may be null; a null name is
+ * the empty one, which is unknown. Without a cache each call reads the file, and the built-in table does not serve. */
 QBGL_API uint16_t gl_cs_name2cs_num(void *ctx, const char *name, const char *registry_path);
 
 /* Reads the registry into memory, for all later lookups of the process. When the file is missing or malformed, the built-in table
@@ -266,13 +266,14 @@ QBGL_API uint16_t gl_cs_nums2ccsid(void *ctx, uint16_t cs_num);
 /* The reverse map is not provided: returns 0. */
 QBGL_API int gl_ccsid2cs_nums(void);
 
-/* Writes the file name of the conversion object between two codesets: the numbers as four hexadecimal digits each and ".cvo", behind
- * the directory and a separator mark (byte 0xFF) when a directory is given. `buffer` has room for the directory and 14 bytes. */
+/* Writes the file name of the conversion object between two codesets: the numbers as four hexadecimal digits each and ".cvo",
+ * behind the directory and a separator mark (byte 0xFF) when a directory is given. `buffer` has room for the directory and 14
+ * bytes. */
 QBGL_API void gl_cs_nums2cv_fname(void *ctx, uint16_t from_cs, uint16_t to_cs, char *buffer, const char *directory);
 
-/* Readers of the registry file's tokens. The name reader folds to lower case and returns 1, or 0 at the end of the file, for a name of
- * `size` characters or more, and for one that nothing follows; the character behind the name is consumed. The number reader returns
- * GL_NO_CODESET for a malformed number, without setting an error. */
+/* Readers of the registry file's tokens. The name reader folds to lower case and returns 1, or 0 at the end of the file, for a name
+ * of `size` characters or more, and for one that nothing follows; the character behind the name is consumed. The number reader
+ * returns GL_NO_CODESET for a malformed number, without setting an error. */
 QBGL_API int _gl_next_cs_name_from_registry(FILE *stream, char *buffer, int size);
 QBGL_API uint16_t _gl_next_cs_number_from_registry(void *ctx, FILE *stream);
 
@@ -288,18 +289,19 @@ QBGL_API int _gl_all_decimal_digits(const char *text);
  *   normal form   ja_JP.57350, de_DE.819@euro: case as shown, the codeset by its number
  *   file name     ja_jp/e006.lco, de_de/0333euro.lco: the codeset as four hexadecimal digits, then the modifier (at most 4)
  *
- * A text has at most 284 characters and a codeset name 21; more is GL_EINVAL. The three functions that go between short and long form
- * take an S of at most 31 characters, and gl_lc_short2lc_long a codeset name of at most 19. Letters and digits are those of ASCII.
+ * A text has at most 284 characters and a codeset name 21; more is GL_EINVAL. The three functions that go between short and long
+ * form take an S of at most 31 characters, and gl_lc_short2lc_long a codeset name of at most 19. Letters and digits are those of
+ * ASCII.
  *
- * Outputs need the room that is stated with each function, terminator included; 288 bytes are enough for any, but for the directories
- * in the result of gl_lc_spec2lc_fname. An output may be the input's own buffer.
+ * Outputs need the room that is stated with each function, terminator included; 288 bytes are enough for any, but for the
+ * directories in the result of gl_lc_spec2lc_fname. An output may be the input's own buffer.
  *
- * Unless stated, results are 0, or -1 with GL_EINVAL (a null text or output included); failures called silent leave the error number
- * alone. ctx may be null everywhere; registry_path is as for gl_cs_name2cs_num. After a failure the output is undefined.
+ * Unless stated, results are 0, or -1 with GL_EINVAL (a null text or output included); failures called silent leave the error
+ * number alone. ctx may be null everywhere; registry_path is as for gl_cs_name2cs_num. After a failure the output is undefined.
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
-/* The category whose keyword begins the text: 1 GL_CTYPE, 2 GL_COLLATE, 3 GL_TIME, 4 GL_MONETARY, 5 GL_NUMERIC, 6 GL_MESSAGES (not the
- * category numbers of section 1), and the keyword's length; 0, with *length left alone, when none does. */
+/* The category whose keyword begins the text: 1 GL_CTYPE, 2 GL_COLLATE, 3 GL_TIME, 4 GL_MONETARY, 5 GL_NUMERIC, 6 GL_MESSAGES (not
+ * the category numbers of section 1), and the keyword's length; 0, with *length left alone, when none does. */
 QBGL_API int _gl_is_category(const char *text, int *length);
 
 /* Parses a short form with a codeset at *input, writes its file name and a terminator at *output (19 bytes), stores the codeset's
@@ -308,41 +310,41 @@ QBGL_API int _gl_is_category(const char *text, int *length);
 QBGL_API int _gl_is_xopen_spec(void *ctx, const char **input, char **output, uint16_t *cs_num, const char *registry_path);
 
 /* The file name of a locale, from either form; the long form gives the same clauses with file names, each behind `directory` and a
- * separator mark when one is given (a short form has no directory). The clauses must agree in codeset; a category may be absent, none
- * may stand twice; a separator behind the last is kept. Every failure is GL_EINVAL. Room: 208 bytes, and with a directory six times
- * its length more. */
+ * separator mark when one is given (a short form has no directory). The clauses must agree in codeset; a category may be absent,
+ * none may stand twice; a separator behind the last is kept. Every failure is GL_EINVAL. Room: 208 bytes, and with a directory six
+ * times its length more. */
 QBGL_API int gl_lc_spec2lc_fname(void *ctx, const char *spec, char *fname_out, const char *registry_path, const char *directory);
 
-/* The message directory: the first ten characters of the file name, for a long form of what stands behind "GL_MESSAGES = " in it (which
- * begins with the directory when one is given). Room: 11 bytes. */
+/* The message directory: the first ten characters of the file name, for a long form of what stands behind "GL_MESSAGES = " in it
+ * (which begins with the directory when one is given). Room: 11 bytes. */
 QBGL_API int gl_lc_spec2msg_dname(void *ctx, const char *spec, char *dname_out, const char *registry_path, const char *directory);
 
-/* The codeset number of a specification of either form, or of a bare codeset name, whose look-up tells its own errors. GL_NO_CODESET on
- * failure. */
+/* The codeset number of a specification of either form, or of a bare codeset name, whose look-up tells its own errors.
+ * GL_NO_CODESET on failure. */
 QBGL_API uint16_t gl_lc_spec2cs_num(void *ctx, const char *spec, const char *registry_path);
 
-/* The normal form. The long form needs six clauses, each with a " ; " behind it (a missing one fails silently); the result ends with it
- * too, and what follows the sixth is ignored. The second takes short forms only; a well-formed long one fails silently. Room: 17 bytes
- * for a short form, 200 for a long one. */
+/* The normal form. The long form needs six clauses, each with a " ; " behind it (a missing one fails silently); the result ends
+ * with it too, and what follows the sixth is ignored. The second takes short forms only; a well-formed long one fails silently.
+ * Room: 17 bytes for a short form, 200 for a long one. */
 QBGL_API int gl_lc_spec2lc_norm(void *ctx, const char *spec, char *norm_out, const char *registry_path);
 QBGL_API int _gl_lc_short_spec2lc_short_norm(void *ctx, const char *spec, char *norm_out, const char *registry_path);
 
-/* The long form of a short one, in lower case, without a trailing separator. The codeset may be absent; one that is there must be known
- * (the look-up tells its own errors). Nothing may follow a codeset; what follows the territory and white space, or a modifier and
- * " ; ", is ignored. Room: 277 bytes. */
+/* The long form of a short one, in lower case, without a trailing separator. The codeset may be absent; one that is there must be
+ * known (the look-up tells its own errors). Nothing may follow a codeset; what follows the territory and white space, or a modifier
+ * and " ; ", is ignored. Room: 277 bytes. */
 QBGL_API int gl_lc_short2lc_long(void *ctx, const char *short_spec, char *long_out, const char *registry_path);
 
-/* The short form, in lower case, of a long one whose six clauses agree but for case. They may stand anywhere in the text. Where a letter
- * is missing in language or territory it fails silently; the look-up of the codeset tells its own errors. Room: 32 bytes. */
+/* The short form, in lower case, of a long one whose six clauses agree but for case. They may stand anywhere in the text. Where a
+ * letter is missing in language or territory it fails silently; the look-up of the codeset tells its own errors. Room: 32 bytes. */
 QBGL_API int gl_lc_spec2lc_short(void *ctx, const char *long_spec, char *short_out, const char *registry_path);
 
-/* One category's value in a long form of all six, as written. `selector` is a category number from GL_CAT_CTYPE to GL_CAT_MESSAGES; any
- * other gives 0 for a well-formed text and writes nothing. When the chosen value has a codeset, all six must name that one (the
+/* One category's value in a long form of all six, as written. `selector` is a category number from GL_CAT_CTYPE to GL_CAT_MESSAGES;
+ * any other gives 0 for a well-formed text and writes nothing. When the chosen value has a codeset, all six must name that one (the
  * look-ups tell their own errors). Room: 32 bytes. */
 QBGL_API int gl_lc_spec2category(void *ctx, const char *long_spec, int selector, char *out, const char *registry_path);
 
-/* Whether a text is a well-formed long form, with any of the categories once; codesets may be absent, are not looked up and may differ.
- * Where a letter is missing in language or territory it fails silently. */
+/* Whether a text is a well-formed long form, with any of the categories once; codesets may be absent, are not looked up and may
+ * differ. Where a letter is missing in language or territory it fails silently. */
 QBGL_API int gl_is_lc_spec(void *ctx, const char *spec);
 
 /* The long form that belongs to a long file name, after making sure that its six files exist (GL_ENODATA when one does not): in
@@ -350,9 +352,9 @@ QBGL_API int gl_is_lc_spec(void *ctx, const char *spec);
  * here. Room: 187 bytes. */
 QBGL_API int gl_lc_fname2lc_spec(void *ctx, const char *long_fname, char *spec_out, const char *directory);
 
-/* Splits a locale file name into "ll_TT" (6 bytes), the codeset number in decimal (6) and the modifier (5), a missing "/" or "\" being a
- * silent failure; and joins such pieces, as they are, into a short form (17 bytes). Of the codeset five characters are taken, which
- * may be hexadecimal digits, of the modifier four; it may be null. */
+/* Splits a locale file name into "ll_TT" (6 bytes), the codeset number in decimal (6) and the modifier (5), a missing "/" or "\"
+ * being a silent failure; and joins such pieces, as they are, into a short form (17 bytes). Of the codeset five characters are
+ * taken, which may be hexadecimal digits, of the modifier four; it may be null. */
 QBGL_API int gl_lc_fname2lc_pieces(void *ctx, const char *fname, char *lang_terr_out, char *cs_out, char *modifier_out);
 QBGL_API int gl_lc_pieces2lc_spec(void *ctx, const char *lang_terr, const char *cs, const char *modifier, char *spec_out);
 
@@ -405,10 +407,10 @@ typedef struct gl_collate_info {
     uint16_t *weights[GL_MAX_PASSES];  /* row_count + 1 entries each */
     gl_expansion *expansions;
     gl_collating_element *elements;
-    int32_t direct;                                      /* 1: rows given literally, code-value order */
-    gl_expansion **expansion_candidates[GL_MAX_PASSES];  /* 256 entries each, by one-byte character */
-    int32_t *element_candidates;                         /* 256 flags, or null */
-    int32_t kind;                                        /* 1 as specified, 2 Thai, 3 extension library */
+    int32_t direct;                                     /* 1: rows given literally, code-value order */
+    gl_expansion **expansion_candidates[GL_MAX_PASSES]; /* 256 entries each, by one-byte character */
+    int32_t *element_candidates;                        /* 256 flags, or null */
+    int32_t kind;                                       /* 1 as specified, 2 Thai, 3 extension library */
 } gl_collate_info;
 
 /* A text in the locale's codeset, ended by four zero bytes, and the same as wide characters. */
@@ -477,8 +479,8 @@ typedef struct gl_time_info {
     gl_wchar *w_joined_alt_digits;
 } gl_time_info;
 
-/* The numeric and monetary conventions, named as in the standard's struct lconv, with the wide forms beside them. A layout number of
- * 127 is not available. */
+/* The numeric and monetary conventions, named as in the standard's struct lconv, with the wide forms beside them. A layout number
+ * of 127 is not available. */
 typedef struct gl_lconv {
     char *decimal_point;
     gl_wchar *w_decimal_point;
@@ -543,30 +545,31 @@ struct gl_locale {
 typedef void (*gl_extfunc)(void);
 
 enum gl_ext_slot { /* the function of a slot has the signature of the dispatcher _gl_ext_NAME below */
-    GL_EXT_GETENV = 0,
-    GL_EXT_ERRNO = 1,
-    GL_EXT_FCLOSE = 2,
-    GL_EXT_FEOF = 3,
-    GL_EXT_FERROR = 4,
-    GL_EXT_FGETC = 5,
-    GL_EXT_FGETS = 6,
-    GL_EXT_FOPEN = 7,
-    GL_EXT_FREE = 8,
-    GL_EXT_FSEEK = 9,
-    GL_EXT_FTELL = 10,
-    GL_EXT_FWRITE = 11,
-    GL_EXT_GETC = 12,
-    GL_EXT_MALLOC = 13,
-    GL_EXT_UNGETC = 14,
-    GL_EXT_PUTENV = 15,
-    GL_EXT_CURRDATE = 16,
-    GL_EXT_CURRTIME = 17,
-    GL_EXT_CALLOC = 18,
-    GL_EXT_REALLOC = 19,
-    GL_EXT_SLOTS = 20
+                   GL_EXT_GETENV = 0,
+                   GL_EXT_ERRNO = 1,
+                   GL_EXT_FCLOSE = 2,
+                   GL_EXT_FEOF = 3,
+                   GL_EXT_FERROR = 4,
+                   GL_EXT_FGETC = 5,
+                   GL_EXT_FGETS = 6,
+                   GL_EXT_FOPEN = 7,
+                   GL_EXT_FREE = 8,
+                   GL_EXT_FSEEK = 9,
+                   GL_EXT_FTELL = 10,
+                   GL_EXT_FWRITE = 11,
+                   GL_EXT_GETC = 12,
+                   GL_EXT_MALLOC = 13,
+                   GL_EXT_UNGETC = 14,
+                   GL_EXT_PUTENV = 15,
+                   GL_EXT_CURRDATE = 16,
+                   GL_EXT_CURRTIME = 17,
+                   GL_EXT_CALLOC = 18,
+                   GL_EXT_REALLOC = 19,
+                   GL_EXT_SLOTS = 20
 };
 
-/* Puts a function into a slot; null empties it, so that the default serves again. Returns 0, or -1 with GL_EBADARG for an id above 19. */
+/* Puts a function into a slot; null empties it, so that the default serves again. Returns 0, or -1 with GL_EBADARG for an id
+ * above 19. */
 QBGL_API int gl_setextfunc(void *ctx, unsigned id, gl_extfunc func);
 
 /* Raw access to a slot, without a range check. Setting raises _gl_ext_func. */
@@ -594,13 +597,14 @@ QBGL_API void *_gl_ext_malloc(uint32_t size);
 QBGL_API int _gl_ext_ungetc(int byte, FILE *stream);
 QBGL_API int _gl_ext_putenv(char *assignment);
 QBGL_API int _gl_ext_currdate(int16_t date[3]); /* month 1 to 12, day, year */
-/* A fraction of a second (0), seconds, minutes, hours, day of the month, month 0 to 11, years since 1900, day of the week, day of the
- * year, daylight-saving flag, and two words of 0. */
+/* A fraction of a second (0), seconds, minutes, hours, day of the month, month 0 to 11, years since 1900, day of the week, day of
+ * the year, daylight-saving flag, and two words of 0. */
 QBGL_API int _gl_ext_currtime(int32_t time[12]);
 QBGL_API void *_gl_ext_calloc(uint32_t count, uint32_t size);
 QBGL_API void *_gl_ext_realloc(void *pointer, uint32_t size);
 
-/* The defaults, for replacements that chain to them: libc's functions, the context itself as the error's address, and local time. */
+/* The defaults, for replacements that chain to them: libc's functions, the context itself as the error's address, and local time.
+ */
 QBGL_API char *gl_ext_getenv(const char *name);
 QBGL_API int *gl_ext_errno(void *ctx);
 QBGL_API int gl_ext_feof(FILE *stream);
@@ -628,8 +632,8 @@ static inline int gl_errno(void *ctx) { return *_gl_ext_errno(ctx); }
  * 7. Messages, memory, file search, object-file tokens, lists
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
-/* Reads the switches VRNLOG ("on" in any case: messages are appended to vrn.log in the current directory) and VRNDEBUG ("on" or "On":
- * messages are echoed to standard output). gl_message calls it once by itself. The result has no meaning. */
+/* Reads the switches VRNLOG ("on" in any case: messages are appended to vrn.log in the current directory) and VRNDEBUG ("on" or
+ * "On": messages are echoed to standard output). gl_message calls it once by itself. The result has no meaning. */
 QBGL_API int gl_init_debug(void);
 
 /* Reports a message, a line without its newline, to the log and the echo where they are switched on. */
@@ -664,15 +668,15 @@ QBGL_API gl_wchar _gl_desc_to_gl_wchar(const gl_desc *desc);
 QBGL_API char *_gl_get_env_var(const char *name);
 
 /* File search. A relative name is tried in each directory of GL_PATH (separated by ":") when that is set, and nowhere else then;
- * otherwise in $QUORBANEDIR/vrn/SUBDIRECTORYVERSION and in $QUORBANEDIR/vrn/SUBDIRECTORY. QUORBANEDIR has at most 256 characters and
- * is /usr/quorbane/ when unset. A name that holds the separator mark (byte 0xFF) is a path with "/" in the mark's place.
- *   ctx      receives GL_ENOFILE (not found, or QUORBANEDIR too long) or GL_ENOMEM; may be null
- *   version  "" or null: only the plain directory is tried
- * gl_path_search returns an open stream, to be closed with _gl_ext_fclose, or null. The _rpath form returns the directory in which the
- * file was found, to be freed with gl_destroystring, or null. The _no_ext forms use libc's own memory and file functions instead of the
- * table: close with fclose, free with free. */
+ * otherwise in $QUORBANEDIR/vrn/SUBDIRECTORYVERSION and in $QUORBANEDIR/vrn/SUBDIRECTORY. QUORBANEDIR has at most 256 characters
+ * and is /usr/quorbane/ when unset. A name that holds the separator mark (byte 0xFF) is a path with "/" in the mark's place. ctx
+ * receives GL_ENOFILE (not found, or QUORBANEDIR too long) or GL_ENOMEM; may be null version  "" or null: only the plain directory
+ * is tried gl_path_search returns an open stream, to be closed with _gl_ext_fclose, or null. The _rpath form returns the directory
+ * in which the file was found, to be freed with gl_destroystring, or null. The _no_ext forms use libc's own memory and file
+ * functions instead of the table: close with fclose, free with free. */
 QBGL_API FILE *gl_path_search(void *ctx, const char *name, const char *subdirectory, const char *version);
-QBGL_API char *gl_path_search_rpath(char *initial_rpath, void *ctx, const char *name, const char *subdirectory, const char *version);
+QBGL_API char *gl_path_search_rpath(char *initial_rpath, void *ctx, const char *name, const char *subdirectory,
+                                    const char *version);
 QBGL_API FILE *gl_path_search_no_ext(void *ctx, const char *name, const char *subdirectory, const char *version);
 QBGL_API char *gl_path_search_no_ext_rpath(char *initial_rpath, void *ctx, const char *name, const char *subdirectory,
                                            const char *version);
@@ -730,8 +734,8 @@ QBGL_API gl_list_node *_gl_list_insert(const void *data, uint32_t size, gl_list_
 /* ------------------------------------------------------------------------------------------------------------------------------
  * 8. The byte-sequence table
  *
- * Maps sequences of 1 to 4 bytes, none a prefix of another, to entries of one fixed size. It finds, in one walk, how long the character
- * at a position is and what its entry is. ctx may be null in the retrieval functions.
+ * Maps sequences of 1 to 4 bytes, none a prefix of another, to entries of one fixed size. It finds, in one walk, how long the
+ * character at a position is and what its entry is. ctx may be null in the retrieval functions.
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 #define GL_MULTI_COMPRESSED 2 /* flag: equal arrays are shared, and the text form says so */
@@ -745,12 +749,13 @@ typedef int (*gl_entry_writer)(FILE *stream, const void *entry);
 QBGL_API gl_multi *_gl_create_multi(uint32_t element_size, int32_t flags, const void *default_entry);
 QBGL_API void _gl_free_multi(gl_multi *table);
 
-/* Adds a key of 1 to 4 bytes, with a copy of its entry; a null entry leaves the default. A key that is there already gets the new entry.
- * Returns 0, or -1: the key is a prefix of another or the reverse, memory is out (the call can be repeated), or the table is compressed. */
+/* Adds a key of 1 to 4 bytes, with a copy of its entry; a null entry leaves the default. A key that is there already gets the new
+ * entry. Returns 0, or -1: the key is a prefix of another or the reverse, memory is out (the call can be repeated), or the table is
+ * compressed. */
 QBGL_API int _gl_insert_desc_multi(const gl_desc *key, const void *entry, gl_multi *table);
 
-/* The entry of the character at `bytes`, owned by the table, or null with GL_EILSEQ. *length receives the number of bytes examined. The
- * _nl form has no length; the _nv form returns the length, 0 for a bad sequence. */
+/* The entry of the character at `bytes`, owned by the table, or null with GL_EILSEQ. *length receives the number of bytes examined.
+ * The _nl form has no length; the _nv form returns the length, 0 for a bad sequence. */
 QBGL_API void *_gl_retrieve_text_multi(const char *bytes, const gl_multi *table, int *length, void *ctx);
 QBGL_API void *_gl_retrieve_text_multi_nl(const char *bytes, const gl_multi *table, void *ctx);
 QBGL_API int _gl_retrieve_text_multi_nv(const char *bytes, const gl_multi *table, void *ctx);
@@ -759,7 +764,8 @@ QBGL_API void *_gl_retrieve_text_multi_limit(const char *bytes, const gl_multi *
 QBGL_API void *_gl_retrieve_text_multi_limit_nl(const char *bytes, const gl_multi *table, int limit, void *ctx);
 /* The entry of exactly this key, or null. */
 QBGL_API void *_gl_retrieve_desc_multi(const gl_desc *key, const gl_multi *table);
-/* The entry of a little-endian unit of 4 bytes (source lengths of `context` both 4) or 2 bytes; GL_EINVAL when the limit is smaller. */
+/* The entry of a little-endian unit of 4 bytes (source lengths of `context` both 4) or 2 bytes; GL_EINVAL when the limit is
+ * smaller. */
 QBGL_API void *_gl_retrieve_little_endian_unicode_limit(const char *bytes, const gl_multi *table, int limit, gl_cv *context);
 /* The entry of a wide character, or null with GL_EILSEQ. */
 QBGL_API void *_gl_retrieve_wchar_multi_nl(void *ctx, gl_wchar value, const gl_multi *table);
@@ -782,8 +788,8 @@ QBGL_API int _gl_fprintf_multi(FILE *stream, gl_multi *table, gl_entry_writer wr
 /* ------------------------------------------------------------------------------------------------------------------------------
  * 9. The Unicode extension library
  *
- * An optional shared object, listed in vrn/etc/dllregistry, that takes over Unicode locales and conversions. It is used when the host
- * allows it with gl_useglu and the environment asks for it with GL_USEGLU (1 or 2).
+ * An optional shared object, listed in vrn/etc/dllregistry, that takes over Unicode locales and conversions. It is used when the
+ * host allows it with gl_useglu and the environment asks for it with GL_USEGLU (1 or 2).
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 /* 1 allows the extension, 2 also tolerates a library that cannot be loaded (with GL_USEGLU=2), anything else forbids it. */
