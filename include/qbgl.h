@@ -147,7 +147,8 @@ typedef struct gl_cv gl_cv;         /* an open codeset conversion, section 2 */
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 /* The shift states of a stateful conversion, owned by the caller and carried from one call to the next. Set all fields to 0 before
- * the first call. Conversions between stateless codesets ignore it. */
+ * the first call. Conversions between stateless codesets ignore it. A flush takes effect behind the last character of its call: a
+ * call without input writes nothing, so keep some of the text for the last one. */
 typedef struct gl_cv_state {
     int32_t reset;        /* nonzero: both sides start each call in their initial state */
     int32_t flush;        /* nonzero: the input of this call is the last; the target returns to its initial state behind it */

@@ -1,0 +1,45 @@
+// The checked-in table of known differences between our conversions and iconv's; see differences.txt for its form.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qbgl_test {
+
+// Where the two differ for one character.
+struct Difference {
+    std::string source, target;
+    std::string codes; // as iconv reads it, U+XXXX; empty when it does not
+    std::string bytes; // the character in hexadecimal
+    std::string kind;
+    std::string ours, iconvs; // what is written, in hexadecimal
+
+    std::string text() const;
+};
+
+class Differences {
+  public:
+    explicit Differences(const std::filesystem::path &file);
+
+    // Counts a difference; false when no line of the table covers it. Safe in several threads.
+    bool covers(const Difference &difference);
+    // The lines that did not meet as many differences as they say, or other ones.
+    std::vector<std::string> mismatched() const;
+
+  private:
+    struct Rule {
+        std::string text, source, target, first, last, kind;
+        size_t count;
+        uint32_t digest; // of the differences, in any order
+        std::atomic<size_t> met{0};
+        std::atomic<uint32_t> met_digest{0};
+    };
+    std::deque<Rule> rules_;
+};
+
+} // namespace qbgl_test
