@@ -5,8 +5,10 @@
 #include "util/log.h"
 #include "util/search.h"
 
+#include <algorithm>
 #include <climits>
 #include <gtest/gtest.h>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -15,29 +17,26 @@ namespace {
 using namespace qbgl_test;
 using std::string;
 
-// What a body writes to standard output.
-template <class Body> string output_of(Body body) {
-    testing::internal::CaptureStdout();
-    body();
-    return testing::internal::GetCapturedStdout();
-}
-
-void set_switches(int32_t initialized, int32_t echo) {
+// What a body writes to standard output, with the log's switches read already or not.
+template <class Body> string output_of(int32_t initialized, int32_t echo, Body body) {
     qbgl::vrn_logging = 0;
     qbgl::vrn_debug_initialized = initialized;
     qbgl::vrn_popups = echo;
+    testing::internal::CaptureStdout();
+    body();
+    qbgl::vrn_logging = qbgl::vrn_popups = 0;
+    return testing::internal::GetCapturedStdout();
 }
 
 TEST(Log, SwitchesFoldCaseDifferently) {
     const TempDir directory;
     const ScopedDirectory inside(directory.path());
     using Case = std::tuple<const char *, bool, bool>;
-    for (const auto &[value, log, echo] : {Case{"on", true, true}, Case{"On", true, true}, Case{"ON", true, false},
-                                           Case{"only", true, true}, Case{"o", false, false}, Case{nullptr, false, false}}) {
+    for (const auto &[value, log, echo] :
+         {Case{"Only", true, true}, Case{"ON", true, false}, Case{"o", false, false}, Case{nullptr, false, false}}) {
         SCOPED_TRACE(value != nullptr ? value : "unset");
-        set_switches(0, 0);
         const ScopedEnv log_switch("VRNLOG", value), echo_switch("VRNDEBUG", value);
-        const string echoed = output_of([] {
+        const string echoed = output_of(0, 0, [] {
             gl_message("first");
             const ScopedEnv too_late("VRNLOG", "on");
             gl_message("100%s");
@@ -49,24 +48,22 @@ TEST(Log, SwitchesFoldCaseDifferently) {
         EXPECT_EQ(text.replace(std::min<size_t>(21, text.size()), 24, "DATE"), "----\nVRN log started DATE\n----\nfirst\n100%s\n");
         std::filesystem::remove("vrn.log");
     }
-    set_switches(0, 0);
     std::filesystem::create_directory("vrn.log"); // which cannot be opened
     const ScopedEnv log_switch("VRNLOG", "on");
-    gl_message("lost");
-    EXPECT_EQ(qbgl::vrn_logging, 1);
-    set_switches(0, 0);
+    output_of(0, 0, [] {
+        gl_message("lost");
+        EXPECT_EQ(qbgl::vrn_logging, 1);
+    });
 }
 
 TEST(Log, NamesOfAnyLengthAreReportedUnlessMemoryIsOut) {
     const string name(3000, 'n');
-    set_switches(1, 1);
     for_each_fault(Operation::allocate, [&](const Faults &faults) {
         bool reported = false;
-        const string echoed = output_of([&] { reported = qbgl::message_about("About: ", name.c_str()); });
+        const string echoed = output_of(1, 1, [&] { reported = qbgl::message_about("About: ", name.c_str()); });
         EXPECT_EQ(reported, !faults.hit());
         EXPECT_EQ(echoed, faults.hit() ? "" : "VRN: About: " + name + "\n");
     });
-    set_switches(0, 0);
 }
 
 TEST(Log, AssertionStopsAndExitClosesADebugStream) {
@@ -78,26 +75,16 @@ TEST(Log, AssertionStopsAndExitClosesADebugStream) {
         _gl_exit_utilities();
         _gl_exit_utilities();
         EXPECT_EQ(faults.count(Operation::close), 1U);
-        EXPECT_EQ(pg_have_debug_file, 0);
+        EXPECT_EQ(pg_debug_file, nullptr);
     }
 }
 
-TEST(Util, AllocationPairSparesTheTableEmptyRequests) {
-    const Faults faults;
+TEST(Util, MemoryDigitsAndPowers) {
     EXPECT_EQ(_gl_alloc_ptr(0), nullptr);
-    EXPECT_EQ(faults.count(Operation::allocate), 0U);
-    _gl_free_ptr(nullptr);
-    gl_destroystring(_gl_alloc_ptr(1));
-    EXPECT_EQ(faults.count(Operation::allocate), 1U);
-    EXPECT_EQ(faults.blocks(), 0U);
-}
-
-TEST(Util, DigitsAndPowers) {
-    using Case = std::tuple<int, int, int>;
-    for (const auto &[value, base, digits] : {Case{0, 10, 1}, Case{-10, 10, 2}, Case{99, 10, 2}, Case{100, 10, 3},
-                                              Case{INT_MIN, 10, 10}, Case{INT_MAX, 2, 31}, Case{-256, 16, 3}}) {
-        EXPECT_EQ(_gl_digits(value, base), digits) << value;
-    }
+    EXPECT_EQ(_gl_digits(0, 10), 1);
+    EXPECT_EQ(_gl_digits(-10, 10), 2);
+    EXPECT_EQ(_gl_digits(99, 10), 2);
+    EXPECT_EQ(_gl_digits(INT_MIN, 10), 10);
     EXPECT_EQ(_gl_udigits(UINT_MAX, 2), 32);
     EXPECT_EQ(_gl_ipow(10, 10), 1410065408U);
     EXPECT_EQ(_gl_ipow(7, -2), 1U);
@@ -112,7 +99,6 @@ TEST(Util, DescriptorOffsetsWrapWithinTheirBytes) {
         return _gl_desc_to_gl_wchar(&result);
     };
     EXPECT_EQ(moved({2, {0x81, 0xFF}}, 1), 0x8200U);
-    EXPECT_EQ(moved({2, {0x82, 0x00}}, -1), 0x81FFU);
     EXPECT_EQ(moved({2, {0xFF, 0xFF}}, 1), 0U);
     EXPECT_EQ(moved({2, {0x00, 0x00}}, -1), 0xFFFFU);
     EXPECT_EQ(moved({2, {0x00, 0xFF}}, 0xFFFF), 0x00FEU);
@@ -120,34 +106,28 @@ TEST(Util, DescriptorOffsetsWrapWithinTheirBytes) {
     EXPECT_EQ(moved({4, {0x80}}, INT_MIN), 0U);
     EXPECT_EQ(moved({2, {0x8E, 0xA1, 7}}, 0), 0x8EA1U);
 
-    const gl_desc none = {0, {1}}, also_none = {0, {2}}, one = {1, {5, 1}}, same = {1, {5, 2}}, two = {2, {5, 1}};
-    EXPECT_EQ(_gl_desc_to_gl_wchar(&none), 0U);
-    EXPECT_EQ(_gl_desc_eq(&none, &also_none), 1);
+    const gl_desc one = {1, {5, 1}}, same = {1, {5, 2}}, two = {2, {5, 1}}, other = {2, {5, 2}};
     EXPECT_EQ(_gl_desc_eq(&one, &same), 1);
     EXPECT_EQ(_gl_desc_eq(&one, &two), 0);
-    EXPECT_EQ(_gl_desc_eq(&none, &one), 0);
+    EXPECT_EQ(_gl_desc_eq(&two, &other), 0);
 }
 
 std::vector<string> tried;
+FILE *open_nothing(const char *path, const char *mode) {
+    tried.emplace_back(mode + string(" ") + path);
+    return nullptr;
+}
 
 class PathSearch : public testing::Test {
   protected:
-    PathSearch() {
-        FILE *(*const open)(const char *, const char *) = [](const char *path, const char *mode) {
-            tried.emplace_back(mode + string(" ") + path);
-            return fopen(path, mode);
-        };
-        gl_setextfunc(nullptr, GL_EXT_FOPEN, reinterpret_cast<gl_extfunc>(open));
-    }
-    ~PathSearch() override { gl_setextfunc(nullptr, GL_EXT_FOPEN, nullptr); }
-
     const TempDir directory;
     const string root = directory.path().string();
-    const ScopedEnv gl_path{"GL_PATH", nullptr}, base{"QUORBANEDIR", nullptr};
-    int32_t error = 0;
+    const ScopedEnv gl_path{"GL_PATH", nullptr}, base{"QUORBANEDIR", root};
+    int32_t error = 42;
 };
 
 TEST_F(PathSearch, TriesThePlacesInOrder) {
+    const gl_file_functions recording = {_gl_ext_malloc, _gl_ext_free, open_nothing, nullptr};
     const struct {
         const char *gl_path, *base, *name, *version;
         std::vector<string> tried;
@@ -156,19 +136,16 @@ TEST_F(PathSearch, TriesThePlacesInOrder) {
         {":/nil/a::/nil/b:", "/nil", "x.lco", "11", {"r /nil/a/x.lco", "r /nil/b/x.lco"}, "/nil/b"},
         {":::", "/nil", "x.lco", "11", {}, nullptr},
         {nullptr, "/nil", "x.lco", "11", {"r /nil/vrn/lc11/x.lco", "r /nil/vrn/lc/x.lco"}, "/nil/vrn/lc"},
-        {"", "/nil", "0/x", "", {"r /nil/vrn/lc/0/x"}, "/nil/vrn/lc"},
-        {"", "", "x", nullptr, {"r /usr/quorbane//vrn/lc/x"}, "/usr/quorbane//vrn/lc"},
+        {"", "", "0/x", nullptr, {"r /usr/quorbane//vrn/lc/0/x"}, "/usr/quorbane//vrn/lc"},
         {"/nil/a", "/nil", "/nil/x", "11", {"r /nil/x"}, "/"},
-        {"/nil/a", "/nil", "\xFFnil\xFFx", "11", {"r /nil/x"}, nullptr},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const ScopedEnv list("GL_PATH", c.gl_path), tree("QUORBANEDIR", c.base);
         tried.clear();
-        error = 0;
         char *rpath = nullptr;
-        EXPECT_EQ(gl_path_search1(&error, c.name, &rpath, "lc", c.version, &gl_ext_functions), nullptr);
-        EXPECT_EQ(error, GL_ENOFILE);
+        EXPECT_EQ(gl_path_search1(&error, c.name, &rpath, "lc", c.version, &recording), nullptr);
+        EXPECT_EQ(std::exchange(error, 0), GL_ENOFILE);
         EXPECT_EQ(tried, c.tried);
         EXPECT_STREQ(rpath, c.rpath);
         gl_destroystring(rpath);
@@ -179,44 +156,35 @@ TEST_F(PathSearch, TriesThePlacesInOrder) {
 TEST_F(PathSearch, ALaterSuccessKeepsTheEarlierErrorNumber) {
     const string plain = root + "/vrn/lc";
     write_file(plain + "/x", "found");
+    string cookie_name = plain + "/x";
+    std::replace(cookie_name.begin(), cookie_name.end(), '/', qbgl::PATH_COOKIE);
     for (const string &list : {"/nil:" + plain, string()}) {
-        const ScopedEnv gl_path_here("GL_PATH", list), tree("QUORBANEDIR", root);
-        error = 42;
+        const ScopedEnv gl_path_here("GL_PATH", list);
         const File file(gl_path_search(&error, "x", "lc", "11"), fclose);
         ASSERT_NE(file, nullptr);
         EXPECT_EQ(rest_of(file.get()), "found");
-        for (const auto search : {gl_path_search_rpath, gl_path_search_no_ext_rpath}) {
+        const Faults faults;
+        // The first uses libc's functions throughout; a name with a cookie is opened, and so closed, through the table by both.
+        for (const auto search : {gl_path_search_no_ext_rpath, gl_path_search_rpath}) {
             char *rpath = search(nullptr, &error, "x", "lc", "11");
-            EXPECT_EQ(string(rpath), plain);
-            free(rpath);
+            EXPECT_STREQ(rpath, plain.c_str());
+            const bool by_table = search == gl_path_search_rpath;
+            EXPECT_EQ(faults.blocks(), by_table ? 1U : 0U);
+            (by_table ? _gl_ext_free : free)(rpath);
+            char initial[] = "handed back";
+            EXPECT_EQ(search(initial, &error, cookie_name.c_str(), "lc", "11"), initial);
+            EXPECT_EQ(faults.streams(), 0U);
+            EXPECT_EQ(faults.count(Operation::open), by_table ? 4U : 1U);
             EXPECT_EQ(search(nullptr, nullptr, "y", "lc", "11"), nullptr);
         }
         EXPECT_EQ(error, 42);
     }
 }
 
-TEST_F(PathSearch, WhatOpensAStreamClosesIt) {
-    const ScopedEnv list("GL_PATH", root);
-    write_file(root + "/x", "");
-    string cookie_name = root + "/x";
-    for (char &c : cookie_name) c = c == '/' ? qbgl::PATH_COOKIE : c;
-    const Faults faults;
-    free(gl_path_search_no_ext_rpath(nullptr, &error, "x", "lc", "11")); // libc's functions throughout
-    EXPECT_EQ(faults.count(Operation::allocate) + faults.count(Operation::open) + faults.count(Operation::close), 0U);
-    for (const auto search : {gl_path_search_rpath, gl_path_search_no_ext_rpath}) {
-        char initial[] = "handed back";
-        EXPECT_EQ(search(initial, &error, cookie_name.c_str(), "lc", "11"), initial);
-        EXPECT_EQ(faults.streams(), 0U);
-    }
-    EXPECT_EQ(faults.count(Operation::open), 2U);
-}
-
 TEST_F(PathSearch, TheBaseHasAtMost256Characters) {
     for (const size_t length : {256, 257}) {
         const ScopedEnv tree("QUORBANEDIR", "/" + string(length - 1, 'd'));
-        set_switches(1, 1);
-        const string echoed = output_of([&] { EXPECT_EQ(gl_path_search(&error, "x", "lc", ""), nullptr); });
-        set_switches(0, 0);
+        const string echoed = output_of(1, 1, [&] { EXPECT_EQ(gl_path_search(&error, "x", "lc", ""), nullptr); });
         EXPECT_EQ(echoed, length == 256 ? "VRN: Could not open: /" + string(255, 'd') + "/vrn/lc/x\n"
                                         : "VRN: Environment variable QUORBANEDIR cannot be greater than 256 characters\n");
         EXPECT_EQ(std::exchange(error, 0), GL_ENOFILE);
@@ -239,36 +207,19 @@ TEST_F(PathSearch, LongPathsFailCleanlyWithoutMemory) {
     });
 }
 
-TEST_F(PathSearch, AFailedOpenGoesOnToTheNextPlace) {
-    const ScopedEnv tree("QUORBANEDIR", root);
-    for (const char *name : {"/vrn/lc11/x", "/vrn/lc/x"}) write_file(root + name, "");
-    for (const Lasting lasting : {Lasting::once, Lasting::on}) {
-        for_each_fault(Operation::open, lasting, [&](const Faults &faults) {
-            error = 42;
-            FILE *stream = gl_path_search(&error, "x", "lc", "11");
-            if (stream != nullptr) _gl_ext_fclose(stream);
-            const bool lost = lasting == Lasting::on && faults.hit();
-            EXPECT_EQ(stream == nullptr, lost);
-            EXPECT_EQ(error, lost ? GL_ENOFILE : 42);
-        });
-    }
-}
-
 // Reads from a text, from libc directly and through replaced slots.
 template <class Read, class Value> void expect_read(const string &text, Read read, Value value, const string &rest) {
     SCOPED_TRACE(text);
-    const auto check = [&] {
+    std::optional<Faults> replaced;
+    for (int round = 0; round < 2; ++round) {
         const File file = stream_of(text);
         EXPECT_EQ(read(file.get()), value);
         EXPECT_EQ(rest_of(file.get()), rest);
-    };
-    check();
-    const Faults replaced;
-    check();
+        if (round == 0) replaced.emplace();
+    }
 }
 
 TEST(Tokens, Numbers) {
-    expect_read(" 123x", _gl_get_int, 123, "x");
     expect_read("  7;", _gl_get_int, 7, ";"); // the second blank is lost as the first character
     expect_read("x89.", _gl_get_int, 89, ".");
     expect_read("-45 6", _gl_get_int, -45, " 6");
@@ -276,51 +227,42 @@ TEST(Tokens, Numbers) {
     expect_read("-", _gl_get_int, 0, "");
     expect_read("", _gl_get_int, 0, "");
     expect_read(string(39, '0') + "123,", _gl_get_int, 1, ","); // 40 characters count
-    expect_read(string(25, '9') + " ", _gl_get_int, LONG_MAX, " ");
     expect_read("-" + string(60, '9'), _gl_get_int, LONG_MIN, "");
-    expect_read("1.5e3,", _gl_get_dbl, 1500.0, ",");
     expect_read("-2.25E-1\n", _gl_get_dbl, -0.225, "\n");
     expect_read(" 1", _gl_get_dbl, 0.0, " 1");
     expect_read(string(79, '0') + "789", _gl_get_dbl, 7.0, "789"); // the 80th character is read twice
-    expect_read(
-        "afgAF\xFF", [](FILE *f) { return _gl_get_hex(f, 6); }, 0xAF0AF0U, "");
-    expect_read(
-        "123456789a", [](FILE *f) { return _gl_get_hex(f, 10); }, 0x12345678U, "9a");
-    expect_read(
-        "1", [](FILE *f) { return _gl_get_hex(f, -1); }, 0U, "1");
-    expect_read(
-        "1f", [](FILE *f) { return _gl_get_hex(f, 3); }, 0x1F0U, "");
+    const auto hex = [](int digits) { return [digits](FILE *file) { return _gl_get_hex(file, digits); }; };
+    expect_read("afgAF\xFF", hex(6), 0xAF0AF0U, "");
+    expect_read("123456789a", hex(10), 0x12345678U, "9a");
+    expect_read("1", hex(-1), 0U, "1");
+    expect_read("1f", hex(3), 0x1F0U, "");
     expect_read("5Cx", _gl_get_hex_byte, 0x5CU, "x");
     expect_read("x5", _gl_get_hex_digit, 0U, "5");
 }
 
 TEST(Tokens, WordsAndSkips) {
+    using Word = std::pair<int, string>;
     const auto word = [](int size) {
         return [size](FILE *file) {
-            char buffer[10] = "unset";
-            const int result = _gl_get_str(buffer, size, file);
-            return std::pair<int, string>(result, buffer);
+            std::vector<char> buffer(static_cast<size_t>(size));
+            const int result = _gl_get_str(buffer.data(), size, file);
+            return Word(result, size > 0 ? buffer.data() : "");
         };
     };
-    using Word = std::pair<int, string>;
-    expect_read("word next", word(10), Word(0, "word"), " next");
     expect_read("word\n", word(5), Word(0, "word"), "\n"); // ends where the room ends
     expect_read("word next", word(4), Word(-1, "wor"), "d next");
     expect_read("word", word(10), Word(-1, "word"), "");
     expect_read("word", word(1), Word(-1, ""), "word");
-    expect_read("word", word(0), Word(-1, "unset"), "word");
-    expect_read(
-        " \t\n\v\f\rx ", [](FILE *f) { return _gl_skip_whitespace(f), 0; }, 0, "x ");
-    expect_read(
-        "  x", [](FILE *f) { return _gl_skip_space_if_needed(f), 0; }, 0, " x");
-    expect_read(
-        "\tx", [](FILE *f) { return _gl_skip_space_if_needed(f), 0; }, 0, "\tx");
+    expect_read("word", word(0), Word(-1, ""), "word");
+    const auto skip = [](void (*skipper)(FILE *)) { return [skipper](FILE *file) { return skipper(file), true; }; };
+    expect_read(" \t\n\v\f\rx ", skip(_gl_skip_whitespace), true, "x ");
+    expect_read("  x", skip(_gl_skip_space_if_needed), true, " x");
+    expect_read("\tx", skip(_gl_skip_space_if_needed), true, "\tx");
     expect_read("\n\n", _gl_skip_nl, 1, "\n");
     expect_read("x\n", _gl_skip_nl, 0, "x\n");
     expect_read("", _gl_skip_nl, 0, "");
 
     char whole[] = "text\n";
-    EXPECT_EQ(qbgl::check_nl(whole), 0);
     EXPECT_EQ(qbgl::replace_nl(whole), 0);
     EXPECT_EQ(qbgl::replace_nl(whole), 1);
     EXPECT_STREQ(whole, "text");
@@ -343,34 +285,31 @@ string contents(const gl_list &list) {
     return forward;
 }
 
-TEST(List, InsertsCopiesAndLeavesThemToTheirOwner) {
-    const Faults faults;
-    gl_list list;
-    _gl_list_create(&list);
-    gl_list_node *c = _gl_list_insert("c", 2, nullptr, &list);
-    gl_list_node *a = _gl_list_insert("a", 2, c, &list), *b = _gl_list_insert("b", 2, c, &list);
-    gl_list_node *d = _gl_list_insert("d", 2, nullptr, &list);
-    EXPECT_EQ(contents(list), "abcd");
-    const std::vector<void *> data = {a->data, b->data, c->data, d->data};
-    EXPECT_EQ(qbgl::list_delete(b, &list), c);
-    EXPECT_EQ(qbgl::list_delete(a, &list), c);
-    EXPECT_EQ(qbgl::list_delete(d, &list), nullptr);
-    EXPECT_EQ(contents(list), "c");
-    _gl_list_dispose(&list);
-    EXPECT_EQ(contents(list), "");
-    EXPECT_EQ(faults.blocks(), data.size());
-    for (void *block : data) _gl_free_ptr(block);
-}
-
-TEST(List, AnInsertionWithoutMemoryLeavesTheList) {
+// Nodes hold copies, which stay when they go.
+TEST(List, InsertsAndDeletesUnlessMemoryIsOut) {
     for_each_fault(Operation::allocate, [](const Faults &faults) {
         gl_list list;
         _gl_list_create(&list);
-        gl_list_node *node = _gl_list_insert("a", 2, nullptr, &list);
-        EXPECT_EQ(node == nullptr, faults.hit());
-        EXPECT_EQ(contents(list), faults.hit() ? "" : "a");
-        if (node != nullptr) _gl_free_ptr(node->data);
+        std::vector<void *> copies;
+        const auto insert = [&](const char *data, gl_list_node *before) {
+            gl_list_node *const node = _gl_list_insert(data, 2, before, &list);
+            if (node != nullptr) copies.push_back(node->data);
+            return node;
+        };
+        gl_list_node *const c = insert("c", nullptr), *const a = insert("a", c), *const b = insert("b", c),
+                            *const d = insert("d", nullptr);
+        EXPECT_EQ(contents(list), string(a ? "a" : "") + (b ? "b" : "") + (c ? "c" : "") + (d ? "d" : ""));
+        EXPECT_EQ(copies.size() < 4, faults.hit());
+        if (!faults.hit()) {
+            EXPECT_EQ(qbgl::list_delete(b, &list), c);
+            EXPECT_EQ(qbgl::list_delete(a, &list), c);
+            EXPECT_EQ(qbgl::list_delete(d, &list), nullptr);
+            EXPECT_EQ(contents(list), "c");
+        }
         _gl_list_dispose(&list);
+        EXPECT_EQ(contents(list), "");
+        EXPECT_EQ(faults.blocks(), copies.size());
+        for (void *copy : copies) _gl_free_ptr(copy);
     });
 }
 

@@ -6,8 +6,7 @@
 #include <cstdio>
 
 struct ExtensionRecord {
-    char calls[1024];      // the names of the calls, and paths, each with a blank behind it
-    intptr_t arguments[6]; // of the last forwarded call
+    char calls[1024]; // the names of the calls, and paths, each with a blank behind it
 
     void *(*malloc)(uint32_t);
     void *(*calloc)(uint32_t, uint32_t);
@@ -20,7 +19,4 @@ struct ExtensionRecord {
     int (*feof)(FILE *);
     void (*print)(const char *);
     int message_level, message_sublevel;
-
-    // Set by a test: the only pair of codesets that the extension handles, and the statuses of its calls.
-    int source_number, target_number, open_status, conversion_status;
 };

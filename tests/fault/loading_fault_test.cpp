@@ -1,11 +1,11 @@
-// Loading under every fault: allocations, opens, reads and closes that fail in turn, files that are cut short or damaged. Whatever
-// happens, there is a clear error, nothing is left behind, and what is loaded serves. The sanitizers watch the bounds.
+// Loading conversions under every fault: allocations, opens, reads and closes that fail in turn, files that are cut short or
+// damaged. Whatever happens, there is a clear error, nothing is left behind, and what is loaded serves. The sanitizers watch the
+// bounds.
 #include "support/faults.h"
 #include "support/files.h"
 
 #include "cvlib/object.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
 #include <random>
 #include <vector>
@@ -120,82 +120,6 @@ TEST(LoadingConversions, CutAtEveryByteOrDamaged) {
         EXPECT_EQ(faults.blocks() + faults.streams(), 0U);
     }
     EXPECT_GT(serves, 100); // damage that is not noticed is used
-}
-
-using Table = std::unique_ptr<gl_multi, decltype(&_gl_free_multi)>;
-
-int read_entry(FILE *stream, void *destination, uint32_t) {
-    const auto value = static_cast<uint16_t>(_gl_get_hex(stream, 4));
-    std::memcpy(destination, &value, sizeof value);
-    return 0;
-}
-int write_entry(FILE *stream, const void *entry) {
-    uint16_t value = 0;
-    std::memcpy(&value, entry, sizeof value);
-    return std::fprintf(stream, "%04x", unsigned{value}) == 4 ? 0 : -1;
-}
-Table new_table(int32_t flags = 0) { return {_gl_create_multi(2, flags, "\1\2"), _gl_free_multi}; }
-string text_of(gl_multi *table) {
-    const File file = stream_of("");
-    EXPECT_EQ(_gl_fprintf_multi(file.get(), table, write_entry), 0);
-    std::rewind(file.get());
-    return rest_of(file.get());
-}
-
-// The text of a table with keys of one to four bytes.
-string table_text(int32_t flags) {
-    const Table table = new_table(flags);
-    const gl_desc keys[] = {
-        {1, {'A'}}, {1, {'B'}}, {2, {0x8E, 0xA1}}, {2, {0x8E, 0xA2}}, {3, {0x8F, 0xA1, 0xA1}}, {4, {0x90, 0xA1, 0xA1, 0xA1}}};
-    for (uint16_t value = 7; const gl_desc &key : keys) EXPECT_EQ(_gl_insert_desc_multi(&key, &++value, table.get()), 0);
-    return text_of(table.get());
-}
-
-// Reads, and puts the table to use: a good one writes itself again, a failed one is empty and takes keys.
-bool read(const string &text) {
-    const Table table = new_table();
-    if (!table) return false;
-    const bool good = _gl_fscanf_multi(stream_of(text).get(), table.get(), 4, read_entry) == 0;
-    int length = 0;
-    for (const char *probe : {"A", "\x8E\xA1", "\x8F\xA1\xA1", "\x90\xA1\xA1\xA1"}) {
-        const void *entry = _gl_retrieve_text_multi(probe, table.get(), &length, nullptr);
-        EXPECT_TRUE(good || entry == nullptr);
-    }
-    if (good) return true;
-    EXPECT_TRUE(_gl_multi_err(table.get()) == GL_ENOMEM || _gl_multi_err(table.get()) == GL_ETABLELEN);
-    EXPECT_EQ(_gl_multi_max_length(table.get()), 0);
-    return false;
-}
-
-TEST(LoadingTables, SurvivesEveryFault) {
-    std::mt19937 random(13);
-    for (const int32_t flags : {0, GL_MULTI_COMPRESSED}) {
-        const string text = table_text(flags);
-        const auto fails = [&](const Faults &faults) {
-            const bool good = read(text);
-            EXPECT_EQ(good, !faults.hit());
-        };
-        for_each_fault(Operation::allocate, fails);
-        for_each_fault(Operation::read, Lasting::on, fails);
-        for_each_fault(Operation::read, Lasting::once, [&](const Faults &faults) {
-            const bool good = read(text); // a byte that is not there counts as a digit 0, and the stream's owner has to look
-            EXPECT_TRUE(good || faults.hit());
-        });
-        const Faults faults;
-        for (size_t size = 0; size < text.size(); ++size) EXPECT_FALSE(read(text.substr(0, size))) << size;
-        for (int round = 0; round < 2000; ++round) {
-            string damaged = text;
-            for (int changes = 1 + round % 3; changes > 0; --changes)
-                damaged[random() % damaged.size()] = "0123456789abf \n-\x80"[random() % 17];
-            const Table table = new_table();
-            if (_gl_fscanf_multi(stream_of(damaged).get(), table.get(), 4, read_entry) != 0) continue;
-            const string again = text_of(table.get());
-            EXPECT_TRUE(read(again)) << damaged;
-            EXPECT_EQ(_gl_compress_multi(table.get()), 0);
-            EXPECT_TRUE(read(text_of(table.get()))) << damaged;
-        }
-        EXPECT_EQ(faults.blocks(), 0U);
-    }
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "oracle/differences.h"
 #include "oracle/reference.h"
 #include "oracle/repertoire.h"
+#include "support/conversion_object.h"
 
 #include "parallel.h"
 
@@ -38,11 +39,10 @@ Transliterations read_transliterations() {
         for (std::string line; std::getline(file, line);) {
             if (!line.starts_with("<U")) continue;
             line.erase(std::min(line.find('%'), line.size()));
-            const auto code = static_cast<char32_t>(std::stoul(line.substr(2), nullptr, 16));
-            for (size_t at = line.find("<U", 1); at != std::string::npos; at = line.find("<U", at + 1)) {
-                const auto other = static_cast<char32_t>(std::stoul(line.substr(at + 2), nullptr, 16));
-                pairs.emplace(code, other);
-                pairs.emplace(other, code);
+            const auto code_at = [&](size_t at) { return static_cast<char32_t>(std::stoul(line.substr(at + 2), nullptr, 16)); };
+            for (size_t at = 0; (at = line.find("<U", at + 1)) != std::string::npos;) {
+                pairs.emplace(code_at(0), code_at(at));
+                pairs.emplace(code_at(at), code_at(0));
             }
         }
     }
@@ -50,7 +50,7 @@ Transliterations read_transliterations() {
 }
 
 struct Reply {
-    bool converted = false, substituted = false;
+    bool converted, substituted;
     std::string bytes;
 };
 
@@ -67,33 +67,35 @@ Reply convert(gl_cv &cd, const Sequence &character) {
 // What the conversions of the tree share: each codeset is asked once.
 class Oracle {
   public:
-    Oracle() : catalogue_(Catalogue::load(QBGL_SOURCE_DIR "/data")), known_(QBGL_SOURCE_DIR "/tests/oracle/differences.txt") {
-        for (const Catalogue::Codeset &codeset : catalogue_.codesets()) codesets_[codeset.number].codeset = &codeset;
+    Oracle() {
+        const Catalogue catalogue = Catalogue::load(QBGL_SOURCE_DIR "/data");
+        for (const Catalogue::Codeset &codeset : catalogue.codesets())
+            if (codeset.available()) codesets_.try_emplace(codeset.number, codeset);
     }
 
     // Compares one object of the tree.
     void compare(const fs::path &object) {
         const std::string name = object.stem().string();
-        const auto number = [&](size_t at) { return static_cast<uint16_t>(std::stoul(name.substr(at, 4), nullptr, 16)); };
-        Codeset &source = codesets_.at(number(0)), &target = codesets_.at(number(4));
+        const auto codeset_at = [&](size_t at) -> Codeset & {
+            return codesets_.at(static_cast<uint16_t>(std::stoul(name.substr(at, 4), nullptr, 16)));
+        };
         gl_cv *cd = nullptr;
         ASSERT_EQ(gl_iconv_open1(&cd, object.filename().c_str()), 0) << object;
+        Codeset &source = codeset_at(0);
         const std::vector<Sequence> table = table_characters(*cd);
-        const Repertoire &repertoire = repertoire_at(source, table);
-        const Comparison comparison = {*cd, source, target, reference_of(source), reference_of(target), repertoire};
-        size_t unknown = 0;
-        comparison.run(transliterations_, [&](const Difference &difference) {
-            if (!known_.covers(difference) && unknown++ < REPORTED) ADD_FAILURE() << difference.text();
+        std::call_once(source.collected, [&] {
+            source.table = table;
+            source.repertoire = repertoire_of(source.reference, source.table);
         });
-        EXPECT_EQ(unknown, 0u) << source.codeset->name << " to " << target.codeset->name;
-        gl_cv_unload(cd);
         // The repertoire is that of the first conversion from this codeset: all have to agree.
         EXPECT_TRUE(table == source.table) << name << ": its characters are not those of other conversions";
+        compare(*cd, source, codeset_at(4));
+        gl_cv_unload(cd);
         ++conversions_;
-        characters_ += repertoire.items.size();
+        characters_ += source.repertoire.size();
     }
 
-    void conclude() {
+    void conclude() const {
         if (SAMPLE == 1)
             for (const std::string &line : known_.mismatched()) ADD_FAILURE() << "not the differences of this line: " << line;
         fmt::print("{} conversions, {} characters\n", conversions_.load(), characters_.load());
@@ -101,89 +103,69 @@ class Oracle {
 
   private:
     struct Codeset {
-        const Catalogue::Codeset *codeset;
-        std::once_flag referred, collected;
-        std::unique_ptr<const Reference> reference;
+        explicit Codeset(const Catalogue::Codeset &codeset) : name(codeset.name), reference(codeset) {}
+        const std::string name;
+        const Reference reference;
+        std::once_flag collected;
         std::vector<Sequence> table;
         Repertoire repertoire;
     };
 
-    struct Comparison {
-        gl_cv &cd;
-        const Codeset &source, &target;
-        const Reference &from, &to;
-        const Repertoire &repertoire;
-
-        Difference difference(const Repertoire::Item &item, const char *kind, const Reply &ours, std::string_view iconvs) const {
+    void compare(gl_cv &cd, const Codeset &source, const Codeset &target) {
+        size_t unknown = 0;
+        const auto report = [&](const Repertoire::value_type &item, const char *kind, const Reply &ours,
+                                const std::string &iconvs) {
             std::string codes;
-            for (const char32_t code : item.codes) codes += fmt::format("U+{:06X}", uint32_t{code});
-            const auto hex = [](std::string_view bytes) {
-                std::string text;
-                for (const char byte : bytes) text += fmt::format("{:02x}", static_cast<uint8_t>(byte));
-                return text;
-            };
-            return {
-                source.codeset->name, target.codeset->name, codes, item.bytes.hex(), kind, ours.converted ? hex(ours.bytes) : "",
-                hex(iconvs)};
-        }
-
-        template <class Report> void run(const Transliterations &transliterations, Report report) const {
-            struct Substituted {
-                const Repertoire::Item *item;
-                Reply reply;
-                std::string iconvs;
-            };
-            std::vector<Substituted> substituted;
-            std::string question; // what do the substitutes read as?
-            const std::vector<std::string> answers = from.ask(to, repertoire.question, repertoire.question_count);
-            size_t next = 0;
-            for (const Repertoire::Item &item : repertoire.items) {
-                const Reply ours = convert(cd, item.bytes);
-                if (item.codes.empty()) {
-                    if (ours.converted) report(difference(item, "not-read", ours, ""));
-                    continue;
-                }
-                const std::string &iconvs = answers[next++];
-                if (!ours.converted) {
-                    if (!iconvs.empty()) report(difference(item, "not-converted", ours, iconvs));
-                } else if (!iconvs.empty() && ours.bytes != iconvs) {
-                    report(difference(item, ours.substituted ? "other-substituted" : "other", ours, iconvs));
-                } else if (ours.substituted) {
-                    question += to.frame(ours.bytes);
-                    substituted.push_back({&item, ours, iconvs});
-                } else if (iconvs.empty()) {
-                    report(difference(item, "converted", ours, iconvs));
-                }
-            }
-            // The flag is right where iconv reads the bytes back as another character. Where iconv does not write them itself, that
-            // has to be one that the platform holds for a stand-in.
-            const std::vector<std::string> readings = to.ask(Reference::utf32(), question, substituted.size());
-            for (size_t i = 0; i < substituted.size(); ++i) {
-                const auto &[item, reply, iconvs] = substituted[i];
-                const std::u32string codes = codes_of(readings[i]);
-                const bool justified = codes.size() == 1 && item->codes.size() == 1 && codes != item->codes &&
-                                       (!iconvs.empty() || transliterations.contains({item->codes[0], codes[0]}));
-                if (!justified) report(difference(*item, "substituted", reply, iconvs));
+            for (const char32_t code : item.second) codes += fmt::format("U+{:06X}", uint32_t{code});
+            const Difference difference = {source.name,        target.name, codes,
+                                           item.first.hex(),   kind,        ours.converted ? hexadecimal(ours.bytes) : "",
+                                           hexadecimal(iconvs)};
+            if (!known_.covers(difference) && unknown++ < REPORTED) ADD_FAILURE() << difference.text();
+        };
+        struct Substitute {
+            const Repertoire::value_type &item;
+            Reply ours;
+            std::string iconvs;
+        };
+        std::vector<Substitute> substitutes;
+        std::vector<std::string> read, written; // by iconv; for a character, by us
+        for (const auto &[bytes, codes] : source.repertoire)
+            if (!codes.empty()) read.push_back(bytes.text());
+        const std::vector<std::string> answers = source.reference.ask(target.reference, read);
+        auto answer = answers.begin();
+        for (const auto &item : source.repertoire) {
+            const Reply ours = convert(cd, item.first);
+            const bool is_read = !item.second.empty();
+            const std::string iconvs = is_read ? *answer++ : "";
+            if (!ours.converted) {
+                if (!iconvs.empty()) report(item, "not-converted", ours, iconvs);
+            } else if (!is_read) {
+                report(item, "not-read", ours, iconvs);
+            } else if (!iconvs.empty() && ours.bytes != iconvs) {
+                report(item, ours.substituted ? "other-substituted" : "other", ours, iconvs);
+            } else if (ours.substituted) {
+                written.push_back(ours.bytes);
+                substitutes.push_back({item, ours, iconvs});
+            } else if (iconvs.empty()) {
+                report(item, "converted", ours, iconvs);
             }
         }
-    };
-
-    const Reference &reference_of(Codeset &codeset) {
-        std::call_once(codeset.referred, [&] { codeset.reference = std::make_unique<Reference>(*codeset.codeset); });
-        return *codeset.reference;
+        // The flag is right where iconv reads the bytes back as another character. Where iconv does not write them itself, that has
+        // to be one that the platform holds for a stand-in.
+        const std::vector<std::string> readings = target.reference.ask(Reference::utf32(), written);
+        for (size_t i = 0; i < substitutes.size(); ++i) {
+            const auto &[item, ours, iconvs] = substitutes[i];
+            const std::u32string codes = codes_of(readings[i]);
+            const bool justified = codes.size() == 1 && item.second.size() == 1 && codes != item.second &&
+                                   (!iconvs.empty() || transliterations_.contains({item.second[0], codes[0]}));
+            if (!justified) report(item, "substituted", ours, iconvs);
+        }
+        EXPECT_EQ(unknown, 0u) << source.name << " to " << target.name;
     }
-    const Repertoire &repertoire_at(Codeset &codeset, const std::vector<Sequence> &table) {
-        std::call_once(codeset.collected, [&] {
-            codeset.table = table;
-            codeset.repertoire = repertoire_of(reference_of(codeset), codeset.table);
-        });
-        return codeset.repertoire;
-    }
 
-    Catalogue catalogue_;
-    Differences known_;
-    std::map<uint16_t, Codeset> codesets_;
+    Differences known_{QBGL_SOURCE_DIR "/tests/oracle/differences.txt"};
     const Transliterations transliterations_ = read_transliterations();
+    std::map<uint16_t, Codeset> codesets_;
     std::atomic<uint64_t> conversions_{0}, characters_{0};
 };
 

@@ -1,12 +1,10 @@
 // The checked-in table of known differences between our conversions and iconv's; see differences.txt for its form.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
-#include <deque>
 #include <filesystem>
+#include <mutex>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace qbgl_test {
@@ -14,7 +12,7 @@ namespace qbgl_test {
 // Where the two differ for one character.
 struct Difference {
     std::string source, target;
-    std::string codes; // as iconv reads it, U+XXXX; empty when it does not
+    std::string codes; // as iconv reads it, U+XXXXXX; empty when it does not
     std::string bytes; // the character in hexadecimal
     std::string kind;
     std::string ours, iconvs; // what is written, in hexadecimal
@@ -34,12 +32,11 @@ class Differences {
   private:
     struct Rule {
         std::string text, source, target, first, last, kind;
-        size_t count;
-        uint32_t digest; // of the differences, in any order
-        std::atomic<size_t> met{0};
-        std::atomic<uint32_t> met_digest{0};
+        size_t count = 0, met = 0;
+        uint32_t digest = 0, met_digest = 0; // of the differences, in any order
     };
-    std::deque<Rule> rules_;
+    std::vector<Rule> rules_;
+    std::mutex mutex_;
 };
 
 } // namespace qbgl_test

@@ -9,6 +9,7 @@
 namespace qbgl_test {
 
 using qbgl::compiler::CodesetSource;
+using qbgl::compiler::run_process;
 
 namespace {
 
@@ -43,7 +44,7 @@ Reference::Reference(const Catalogue::Codeset &codeset) : name_(codeset.iconv) {
         part_ = codeset.source.kind == Kind::ICONV_SINGLE ? Part::singles : Part::doubles;
     }
     const auto write = [this](char32_t code) {
-        return qbgl::compiler::run_process({"iconv", "-c", "-f", "UTF-32LE", "-t", name_}, utf32_of(code)).output;
+        return run_process({"iconv", "-c", "-f", "UTF-32LE", "-t", name_}, utf32_of(code)).output;
     };
     zero_ = write('0');
     line_end_ = write('\n');
@@ -52,12 +53,11 @@ Reference::Reference(const Catalogue::Codeset &codeset) : name_(codeset.iconv) {
         throw std::runtime_error(fmt::format("iconv {}: not a codeset that can be asked", name_));
 }
 
-std::string Reference::frame(std::string_view character) const {
-    std::string text = zero_;
-    if (doubles_only()) text += SHIFT_OUT;
-    text += character;
-    if (doubles_only()) text += SHIFT_IN;
-    for (size_t i = 0; i < LINE_ENDS; ++i) text += line_end_;
+std::string Reference::question(const std::vector<std::string> &characters) const {
+    const std::string before = zero_ + (doubles_only() ? std::string(1, SHIFT_OUT) : "");
+    std::string after = doubles_only() ? std::string(1, SHIFT_IN) : "", text;
+    for (size_t i = 0; i < LINE_ENDS; ++i) after += line_end_;
+    for (const std::string &character : characters) text.append(before).append(character).append(after);
     return text;
 }
 
@@ -67,8 +67,8 @@ std::string_view Reference::own(std::string_view character) const {
     return part_ == Part::singles && shifted ? std::string_view() : character;
 }
 
-std::vector<std::string> Reference::ask(const Reference &target, std::string_view question, size_t count) const {
-    qbgl::compiler::ProcessResult result = qbgl::compiler::run_process({"iconv", "-c", "-f", name_, "-t", target.name_}, question);
+std::vector<std::string> Reference::ask(const Reference &target, const std::vector<std::string> &characters) const {
+    auto result = run_process({"iconv", "-c", "-f", name_, "-t", target.name_}, question(characters));
     const auto fail = [&](std::string_view what) {
         throw std::runtime_error(
             fmt::format("iconv {} to {}: {}, status {} {}", name_, target.name_, what, result.status, result.errors));
@@ -80,7 +80,7 @@ std::vector<std::string> Reference::ask(const Reference &target, std::string_vie
     const size_t unit = target.unit();
     const std::string_view answer = result.output;
     std::vector<std::string> answers;
-    answers.reserve(count);
+    answers.reserve(characters.size());
     if (!answer.starts_with(target.zero_)) fail("no answer");
     for (size_t at = unit; at < answer.size();) {
         size_t end = answer.find(mark, at);
@@ -92,12 +92,12 @@ std::vector<std::string> Reference::ask(const Reference &target, std::string_vie
         answers.emplace_back(target.own(is_line_end && character.empty() ? target.line_end_ : character));
         at = end + mark.size();
     }
-    if (answers.size() != count) fail(fmt::format("{} answers to {} questions", answers.size(), count));
+    if (answers.size() != characters.size()) fail(fmt::format("{} answers to {} questions", answers.size(), characters.size()));
     return answers;
 }
 
-bool Reference::accepts(std::string_view text) const {
-    return qbgl::compiler::run_process({"iconv", "-f", name_, "-t", "UTF-32LE"}, text).status == 0;
+bool Reference::accepts(const std::vector<std::string> &characters) const {
+    return run_process({"iconv", "-f", name_, "-t", "UTF-32LE"}, question(characters)).status == 0;
 }
 
 } // namespace qbgl_test

@@ -24,18 +24,18 @@ class Reference {
     bool doubles_only() const { return part_ == Part::doubles; }
     size_t unit() const { return line_end_.size(); } // bytes of the shortest character
 
-    // A line of a question: a zero, a character, and several ends of line, some of which iconv may leave out together with what it
-    // cannot convert. Neither shift states nor combining marks reach from one frame to the next.
-    std::string frame(std::string_view character) const;
-    // iconv's answers to a question of `count` frames: empty where it cannot convert the character. Throws std::runtime_error when
-    // it fails or answers anything else.
-    std::vector<std::string> ask(const Reference &target, std::string_view question, size_t count) const;
-    // Whether iconv reads a text without complaint.
-    bool accepts(std::string_view text) const;
+    // What iconv writes for each character, empty where it cannot convert it. Throws std::runtime_error when it fails or its
+    // answers cannot be told apart.
+    std::vector<std::string> ask(const Reference &target, const std::vector<std::string> &characters) const;
+    // Whether iconv reads them all without complaint.
+    bool accepts(const std::vector<std::string> &characters) const;
 
   private:
     enum class Part { all, singles, doubles };
     explicit Reference(std::string name);
+    // A line for each character: a zero, the character, and several ends of line, some of which iconv may leave out together with
+    // what it cannot convert. Neither shift states nor combining marks reach from one line to the next.
+    std::string question(const std::vector<std::string> &characters) const;
     // A character of iconv's codeset as one of ours: empty when it stands in the wrong state.
     std::string_view own(std::string_view character) const;
 

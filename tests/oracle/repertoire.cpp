@@ -4,9 +4,9 @@
 #include "multi/table.h"
 
 #include <algorithm>
-#include <bitset>
 #include <map>
 #include <set>
+#include <span>
 
 namespace qbgl_test {
 
@@ -15,8 +15,7 @@ using qbgl::compiler::CODE_LIMIT;
 namespace {
 
 constexpr char SHIFT_OUT = 0x0E, SHIFT_IN = 0x0F;
-constexpr size_t CODE_COUNT = CODE_LIMIT - 0x800; // without surrogates
-constexpr size_t FEW_LEADS = 4;                   // of sequences of three bytes; more have UTF-8 (which iconv writes whole) only
+constexpr size_t FEW_LEADS = 4; // of sequences of three bytes; more have UTF-8 (which iconv writes whole) only
 
 bool is_shift(const Sequence &bytes) { return bytes == Sequence({&SHIFT_OUT, 1}) || bytes == Sequence({&SHIFT_IN, 1}); }
 Sequence in_shifts(const Sequence &bytes) { return Sequence(SHIFT_OUT + bytes.text() + SHIFT_IN); }
@@ -40,128 +39,111 @@ class Collector {
             for (unsigned byte = 0; byte < 256; ++byte) singles.push_back(Sequence::big_endian(byte, 1));
             add(singles, true);
         }
-        const std::vector<Sequence> written = ask_written();
+        const std::vector<Sequence> written = written_by_iconv();
         if (source_.unit() == 1) {
-            add_pairs();
-            add_triples(written);
+            add(pairs(), true);
+            add(triples(written), true);
         }
         add(written, false);
         add(own_, false);
-        return build();
+        for (const Sequence &bytes : own_) items_.try_emplace(bytes);
+        return {items_.begin(), items_.end()};
     }
 
   private:
-    bool is_own(const Sequence &bytes) const { return std::binary_search(own_.begin(), own_.end(), bytes); }
+    using Item = Repertoire::value_type;
+
+    bool is_single(unsigned byte) const { return items_.contains(Sequence::big_endian(byte, 1)); }
 
     // How iconv writes every code, as far as that is one character: none that begins with another, as a base before a mark does.
-    std::vector<Sequence> ask_written() const {
-        static const std::string question = [] {
-            std::string text;
+    std::vector<Sequence> written_by_iconv() const {
+        static const std::vector<std::string> codes = [] {
+            std::vector<std::string> all;
             for (char32_t code = 0; code < CODE_LIMIT; ++code)
-                if (qbgl::compiler::is_scalar_value(code)) text += Reference::utf32().frame(utf32_of(code));
-            return text;
+                if (qbgl::compiler::is_scalar_value(code)) all.push_back(utf32_of(code));
+            return all;
         }();
-        std::vector<Sequence> result;
-        for (const std::string &answer : Reference::utf32().ask(source_, question, CODE_COUNT))
+        std::set<Sequence> result;
+        for (const std::string &answer : Reference::utf32().ask(source_, codes))
             if (!answer.empty() && answer.size() <= Sequence::MAX &&
-                (answer.size() == 1 || !single_[static_cast<uint8_t>(answer[0])]))
-                result.emplace_back(answer);
-        std::sort(result.begin(), result.end());
-        result.erase(std::unique(result.begin(), result.end()), result.end());
+                (answer.size() == 1 || !is_single(static_cast<uint8_t>(answer[0]))))
+                result.emplace(answer);
+        return {result.begin(), result.end()};
+    }
+
+    std::vector<Sequence> pairs() const {
+        std::vector<Sequence> result;
+        for (unsigned lead = 0x20; lead < 256; ++lead)
+            for (unsigned trail = 0x20; trail < 256; ++trail) {
+                const Sequence pair = Sequence::big_endian(lead << 8 | trail, 2);
+                if (source_.stateful())
+                    result.push_back(in_shifts(pair));
+                else if (!is_single(lead))
+                    result.push_back(pair);
+            }
         return result;
     }
 
-    void add_pairs() {
-        std::vector<Sequence> pairs;
-        for (unsigned lead = 0; lead < 256; ++lead) {
-            if (single_[lead] && !source_.stateful()) continue;
-            for (unsigned trail = 0x20; trail < 256; ++trail) {
-                const Sequence pair = Sequence::big_endian(lead << 8 | trail, 2);
-                if (lead >= 0x20) pairs.push_back(source_.stateful() ? in_shifts(pair) : pair);
-            }
-        }
-        add(pairs, true);
-    }
-
-    void add_triples(const std::vector<Sequence> &written) {
+    std::vector<Sequence> triples(const std::vector<Sequence> &written) const {
         std::set<unsigned> leads;
         for (const auto &list : {written, own_})
             for (const Sequence &bytes : list)
                 if (bytes.length == 3) leads.insert(bytes.bytes[0]);
-        if (leads.size() > FEW_LEADS) return;
-        std::vector<Sequence> triples;
+        std::vector<Sequence> result;
         for (const unsigned lead : leads)
-            for (unsigned rest = 0x2000; rest < 0x10000; ++rest)
-                if ((rest & 0xFF) >= 0x20) triples.push_back(Sequence::big_endian(lead << 16 | rest, 3));
-        add(triples, true);
+            for (unsigned rest = 0x2000; rest < 0x10000 && leads.size() <= FEW_LEADS; ++rest)
+                if ((rest & 0xFF) >= 0x20) result.push_back(Sequence::big_endian(lead << 16 | rest, 3));
+        return result;
     }
 
     // What iconv would answer for an invalid sequence whose first bytes it leaves out.
     std::u32string codes_of_rest(const Sequence &bytes, size_t skip) const {
-        const auto known = known_.find(Sequence(bytes.text().substr(skip)));
-        if (known != known_.end()) return known->second;
-        std::u32string codes;
-        for (size_t i = skip; i < bytes.length; ++i)
-            if (const auto single = known_.find(Sequence::big_endian(bytes.bytes[i], 1)); single != known_.end())
-                codes += single->second;
+        const auto codes_at = [&](size_t at, size_t count) {
+            const auto found = items_.find(Sequence(bytes.text().substr(at, count)));
+            return found != items_.end() ? found->second : std::u32string();
+        };
+        std::u32string codes = codes_at(skip, Sequence::MAX);
+        for (size_t i = codes.empty() ? skip : bytes.length; i < bytes.length; ++i) codes += codes_at(i, 1);
         return codes;
     }
 
     // Asks for candidates; guesses only count when the answer is their own.
     void add(const std::vector<Sequence> &candidates, bool guessed) {
-        std::vector<Sequence> asked;
-        std::string question;
-        for (const Sequence &bytes : candidates) {
-            if (items_.contains(bytes) || (source_.has_shifts() && is_shift(bytes))) continue;
-            asked.push_back(bytes);
-            question += source_.frame(bytes.text());
-        }
-        const auto answers = source_.ask(Reference::utf32(), question, asked.size());
-        std::vector<std::pair<Sequence, std::u32string>> found;
+        std::vector<Item> asked;
+        for (const Sequence &bytes : candidates)
+            if (!items_.contains(bytes) && !(source_.has_shifts() && is_shift(bytes))) asked.emplace_back(bytes, U"");
+        const std::vector<std::string> answers = source_.ask(Reference::utf32(), texts_of(asked));
         for (size_t i = 0; i < asked.size(); ++i) {
-            std::u32string codes = codes_of(answers[i]);
-            for (size_t skip = 1; guessed && skip < asked[i].length && !is_own(asked[i]); ++skip)
-                if (codes == codes_of_rest(asked[i], skip)) codes.clear();
-            if (!codes.empty()) found.emplace_back(asked[i], std::move(codes));
+            auto &[bytes, codes] = asked[i];
+            codes = codes_of(answers[i]);
+            const bool in_doubt = guessed && !std::binary_search(own_.begin(), own_.end(), bytes);
+            for (size_t skip = 1; in_doubt && skip < bytes.length; ++skip)
+                if (codes == codes_of_rest(bytes, skip)) codes.clear();
         }
-        verify(found, 0, found.size());
-        for (auto &[bytes, codes] : found) {
-            if (codes.empty()) continue;
-            if (bytes.length == 1) single_.set(bytes.bytes[0]);
-            if (bytes.length <= 2) known_.emplace(bytes, codes);
-            items_.emplace(bytes, std::move(codes));
+        std::erase_if(asked, [](const Item &item) { return item.second.empty(); });
+        take_accepted(asked);
+    }
+
+    // Leaves those out that iconv does not take without complaint.
+    void take_accepted(std::span<const Item> found) {
+        if (found.empty()) return;
+        if (source_.accepts(texts_of(found))) {
+            items_.insert(found.begin(), found.end());
+        } else if (found.size() > 1) {
+            take_accepted(found.first(found.size() / 2));
+            take_accepted(found.subspan(found.size() / 2));
         }
     }
 
-    // Drops the codes of those that iconv does not take without complaint.
-    void verify(std::vector<std::pair<Sequence, std::u32string>> &found, size_t begin, size_t end) const {
-        std::string text;
-        for (size_t i = begin; i < end; ++i) text += source_.frame(found[i].first.text());
-        if (begin == end || source_.accepts(text)) return;
-        if (end - begin == 1) return found[begin].second.clear();
-        const size_t middle = begin + (end - begin) / 2;
-        verify(found, begin, middle);
-        verify(found, middle, end);
-    }
-
-    Repertoire build() {
-        for (const Sequence &bytes : own_) items_.try_emplace(bytes);
-        Repertoire result;
-        result.items.reserve(items_.size());
-        for (auto &[bytes, codes] : items_) {
-            if (!codes.empty()) {
-                result.question += source_.frame(bytes.text());
-                ++result.question_count;
-            }
-            result.items.push_back({bytes, std::move(codes)});
-        }
-        return result;
+    static std::vector<std::string> texts_of(std::span<const Item> items) {
+        std::vector<std::string> texts;
+        for (const auto &[bytes, codes] : items) texts.push_back(bytes.text());
+        return texts;
     }
 
     const Reference &source_;
     const std::vector<Sequence> &own_;
-    std::map<Sequence, std::u32string> items_, known_;
-    std::bitset<256> single_;
+    std::map<Sequence, std::u32string> items_;
 };
 
 } // namespace

@@ -5,19 +5,15 @@
 
 #include <qbgl.h>
 
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace qbgl_test {
 
-struct Repertoire {
-    struct Item {
-        Sequence bytes;       // as our conversions read it; with its shifts where the codeset has them
-        std::u32string codes; // what iconv reads; empty: iconv knows no such character
-    };
-    std::vector<Item> items; // in byte order
-    std::string question;    // frames of those that iconv reads
-    size_t question_count = 0;
-};
+// In byte order, as our conversions read them, with their shifts where the codeset has them; and what iconv reads, empty where it
+// knows no such character.
+using Repertoire = std::vector<std::pair<Sequence, std::u32string>>;
 
 // The characters that a loaded conversion has records for, in byte order.
 std::vector<Sequence> table_characters(const gl_cv &cd);

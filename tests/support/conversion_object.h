@@ -3,16 +3,15 @@
 
 #include <algorithm>
 #include <map>
+#include <sstream>
 #include <string>
 #include <string_view>
 
 namespace qbgl_test {
 
-// What one source character maps to. The control byte's low three bits, the number of bytes, are filled in while writing.
-struct Mapped {
-    unsigned control;
-    std::string bytes;
-};
+// What one source character maps to: control byte and target bytes. The control byte's low three bits, the number of bytes, are
+// filled in while writing.
+using Mapped = std::pair<unsigned, std::string>;
 using Mapping = std::map<std::string, Mapped>;
 
 inline std::string hexadecimal(std::string_view bytes) {
@@ -32,9 +31,8 @@ inline std::string node_text(const Mapping &mapping, const std::string &prefix) 
         const std::string run = hexadecimal(key.substr(prefix.size())) + "001001";
         if (found->first == key) {
             const auto &[control, bytes] = found->second;
-            const char filled = static_cast<char>(control | bytes.size());
             flags += run + "04\n";
-            data += run + hexadecimal({&filled, 1}) + hexadecimal(bytes) + "\n";
+            data += run + hexadecimal(std::string(1, static_cast<char>(control | bytes.size())) + bytes) + "\n";
         } else {
             flags += run + "01\n";
             children += node_text(mapping, key);
@@ -44,12 +42,9 @@ inline std::string node_text(const Mapping &mapping, const std::string &prefix) 
 }
 
 inline std::string table_text(const Mapping &mapping) {
-    size_t longest = 0, shortest = 4;
-    for (const auto &[key, mapped] : mapping) {
-        longest = std::max(longest, key.size());
-        shortest = std::min(shortest, key.size());
-    }
-    return std::to_string(longest) + " " + std::to_string(shortest) + " 1 00\n" + node_text(mapping, "");
+    size_t longest = 0;
+    for (const auto &[key, mapped] : mapping) longest = std::max(longest, key.size());
+    return std::to_string(longest) + " 1 1 00\n" + node_text(mapping, "");
 }
 
 struct ConversionObject {
@@ -62,20 +57,16 @@ struct ConversionObject {
     Mapping shifted{};
     bool source_stateful = false, target_stateful = false;
     std::string sequences = "0000"; // as written: digit and bytes, four times
-    std::string expansion = "1.5";
     int single_byte_table_flag = 1;
 
-    static constexpr char HEADER[] = "FILE_TYPE=codeset_conversion_object\nCOMPILER_VERSION=9\nHEADER_LINES=3\n";
-
-    // Between header and tables.
-    std::string parameters() const {
-        const auto number = [](int value) { return std::to_string(value) + " "; };
-        return number(source_stateful) + std::to_string(target_stateful) + "\n" + sequences + "\n" + number(lengths.target_min) +
-               number(lengths.target_max) + "0 0 " + number(lengths.source_min) + std::to_string(lengths.source_max) + "\n" +
-               std::to_string(single_byte_table_flag) + "\n" + expansion + "\n";
+    std::string text() const {
+        std::ostringstream lines;
+        lines << "FILE_TYPE=codeset_conversion_object\nCOMPILER_VERSION=9\nHEADER_LINES=3\n" << source_stateful << " ";
+        lines << target_stateful << "\n" << sequences << "\n" << lengths.target_min << " " << lengths.target_max << " 0 0 ";
+        lines << lengths.source_min << " " << lengths.source_max << "\n" << single_byte_table_flag << "\n1.5\n";
+        lines << table_text(main) << (source_stateful ? table_text(shifted) : "");
+        return lines.str();
     }
-    std::string tables() const { return table_text(main) + (source_stateful ? table_text(shifted) : ""); }
-    std::string text() const { return HEADER + parameters() + tables(); }
 };
 
 } // namespace qbgl_test

@@ -2,27 +2,28 @@
 
 #include "qbgl.h"
 
-#include <array>
 #include <gtest/gtest.h>
+#include <optional>
 #include <set>
 #include <stdexcept>
+#include <utility>
 
 namespace qbgl_test {
 
 namespace {
 
 struct State {
-    std::array<unsigned, 4> counts{};
     Operation operation{};
     unsigned nth = 0; // 0: nothing fails
     Lasting lasting{};
     bool hit = false;
-    std::set<void *> blocks;
-    std::set<FILE *> streams;
+    unsigned counts[4] = {};
+    std::set<void *> blocks{};
+    std::set<FILE *> streams{};
 };
 
 // The table's functions carry no context.
-State *state = nullptr;
+std::optional<State> state;
 
 bool fails(Operation operation) {
     const unsigned count = ++state->counts[static_cast<unsigned>(operation)];
@@ -32,12 +33,12 @@ bool fails(Operation operation) {
     return now;
 }
 
-void *allocate(uint32_t size) {
-    if (fails(Operation::allocate)) return nullptr;
-    void *block = gl_ext_malloc(size);
-    if (block != nullptr) state->blocks.insert(block);
-    return block;
+template <class T> T *kept(std::set<T *> &those_there, T *pointer) {
+    if (pointer != nullptr) those_there.insert(pointer);
+    return pointer;
 }
+
+void *allocate(uint32_t size) { return fails(Operation::allocate) ? nullptr : kept(state->blocks, gl_ext_malloc(size)); }
 
 void release(void *block) {
     state->blocks.erase(block);
@@ -45,10 +46,7 @@ void release(void *block) {
 }
 
 FILE *open(const char *path, const char *mode) {
-    if (fails(Operation::open)) return nullptr;
-    FILE *stream = gl_ext_fopen(path, mode);
-    if (stream != nullptr) state->streams.insert(stream);
-    return stream;
+    return fails(Operation::open) ? nullptr : kept(state->streams, gl_ext_fopen(path, mode));
 }
 
 // A failing close closes nevertheless, as libc's does.
@@ -64,41 +62,28 @@ char *get_line(char *buffer, uint32_t size, FILE *stream) {
     return fails(Operation::read) ? nullptr : gl_ext_fgets(buffer, size, stream);
 }
 
-template <class Function> void fill(unsigned slot, Function *function) {
-    gl_setextfunc(nullptr, slot, reinterpret_cast<gl_extfunc>(function));
-}
+template <class Function> gl_extfunc entry(Function *function) { return reinterpret_cast<gl_extfunc>(function); }
+
+const std::pair<unsigned, gl_extfunc> TABLE[] = {
+    {GL_EXT_MALLOC, entry(allocate)}, {GL_EXT_FREE, entry(release)},  {GL_EXT_FOPEN, entry(open)},    {GL_EXT_FCLOSE, entry(close)},
+    {GL_EXT_FGETC, entry(get_byte)},  {GL_EXT_GETC, entry(get_byte)}, {GL_EXT_FGETS, entry(get_line)}};
 
 } // namespace
 
 Faults::Faults() {
-    if (state != nullptr) throw std::logic_error("one Faults at a time");
-    state = new State;
-    fill(GL_EXT_MALLOC, allocate);
-    fill(GL_EXT_FREE, release);
-    fill(GL_EXT_FOPEN, open);
-    fill(GL_EXT_FCLOSE, close);
-    fill(GL_EXT_FGETC, get_byte);
-    fill(GL_EXT_GETC, get_byte);
-    fill(GL_EXT_FGETS, get_line);
+    if (state) throw std::logic_error("one Faults at a time");
+    state.emplace();
+    for (const auto &[slot, function] : TABLE) gl_setextfunc(nullptr, slot, function);
 }
 
 Faults::~Faults() {
-    for (const unsigned slot : {GL_EXT_MALLOC, GL_EXT_FREE, GL_EXT_FOPEN, GL_EXT_FCLOSE, GL_EXT_FGETC, GL_EXT_GETC, GL_EXT_FGETS}) {
-        gl_setextfunc(nullptr, slot, nullptr);
-    }
-    delete state;
-    state = nullptr;
+    for (const auto &[slot, function] : TABLE) gl_setextfunc(nullptr, slot, nullptr);
+    state.reset();
 }
 
 void Faults::arm(Operation operation, unsigned nth, Lasting lasting) {
-    state->counts = {};
-    state->operation = operation;
-    state->nth = nth;
-    state->lasting = lasting;
-    state->hit = false;
+    state = State{operation, nth, lasting, false, {}, std::move(state->blocks), std::move(state->streams)};
 }
-
-void Faults::disarm() { state->nth = 0; }
 
 bool Faults::hit() const { return state->hit; }
 unsigned Faults::count(Operation operation) const { return state->counts[static_cast<unsigned>(operation)]; }

@@ -14,13 +14,11 @@ enum class Lasting { once, on };
 class Faults {
   public:
     Faults();
-    Faults(const Faults &) = delete;
-    Faults &operator=(const Faults &) = delete;
+    Faults &operator=(Faults &&) = delete;
     ~Faults();
 
     // Starts counting anew and makes the n-th operation (from 1) fail.
     void arm(Operation operation, unsigned nth, Lasting lasting = Lasting::once);
-    void disarm();
 
     // Whether the fault has happened since arm().
     bool hit() const;

@@ -45,8 +45,8 @@ std::string read_file(const std::filesystem::path &path) {
 
 File stream_of(std::string_view content) {
     File file(std::tmpfile(), std::fclose);
-    if (file == nullptr) throw std::system_error(errno, std::generic_category(), "tmpfile");
-    if (std::fwrite(content.data(), 1, content.size(), file.get()) != content.size()) throw std::runtime_error("tmpfile is full");
+    if (file == nullptr || std::fwrite(content.data(), 1, content.size(), file.get()) != content.size())
+        throw std::system_error(errno, std::generic_category(), "tmpfile");
     std::rewind(file.get());
     return file;
 }
@@ -63,10 +63,5 @@ ScopedEnv::ScopedEnv(const char *name, const char *value) : name_(name) {
 }
 
 ScopedEnv::~ScopedEnv() { set_variable(name_, before_ ? before_->c_str() : nullptr); }
-
-ScopedDirectory::~ScopedDirectory() {
-    std::error_code ignored;
-    std::filesystem::current_path(before_, ignored);
-}
 
 } // namespace qbgl_test

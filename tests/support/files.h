@@ -14,8 +14,7 @@ namespace qbgl_test {
 class TempDir {
   public:
     TempDir();
-    TempDir(const TempDir &) = delete;
-    TempDir &operator=(const TempDir &) = delete;
+    TempDir &operator=(TempDir &&) = delete;
     ~TempDir();
 
     const std::filesystem::path &path() const { return path_; }
@@ -41,8 +40,7 @@ class ScopedEnv {
   public:
     ScopedEnv(const char *name, const char *value);
     ScopedEnv(const char *name, const std::string &value) : ScopedEnv(name, value.c_str()) {}
-    ScopedEnv(const ScopedEnv &) = delete;
-    ScopedEnv &operator=(const ScopedEnv &) = delete;
+    ScopedEnv &operator=(ScopedEnv &&) = delete;
     ~ScopedEnv();
 
   private:
@@ -53,15 +51,12 @@ class ScopedEnv {
 // The process's current directory until the end of the scope.
 class ScopedDirectory {
   public:
-    explicit ScopedDirectory(const std::filesystem::path &directory) : before_(std::filesystem::current_path()) {
-        std::filesystem::current_path(directory);
-    }
-    ScopedDirectory(const ScopedDirectory &) = delete;
-    ScopedDirectory &operator=(const ScopedDirectory &) = delete;
-    ~ScopedDirectory();
+    explicit ScopedDirectory(const std::filesystem::path &directory) { std::filesystem::current_path(directory); }
+    ScopedDirectory &operator=(ScopedDirectory &&) = delete;
+    ~ScopedDirectory() { std::filesystem::current_path(before_); }
 
   private:
-    std::filesystem::path before_;
+    const std::filesystem::path before_ = std::filesystem::current_path();
 };
 
 } // namespace qbgl_test
