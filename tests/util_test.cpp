@@ -56,16 +56,6 @@ TEST(Log, SwitchesFoldCaseDifferently) {
     });
 }
 
-TEST(Log, NamesOfAnyLengthAreReportedUnlessMemoryIsOut) {
-    const string name(3000, 'n');
-    for_each_fault(Operation::allocate, [&](const Faults &faults) {
-        bool reported = false;
-        const string echoed = output_of(1, 1, [&] { reported = qbgl::message_about("About: ", name.c_str()); });
-        EXPECT_EQ(reported, !faults.hit());
-        EXPECT_EQ(echoed, faults.hit() ? "" : "VRN: About: " + name + "\n");
-    });
-}
-
 TEST(Log, AssertionStopsAndExitClosesADebugStream) {
     EXPECT_EXIT(gl_assert_failed("a.cpp", 12), testing::ExitedWithCode(1), "^Assert in a.cpp at line 12 failed.\n$");
     const Faults faults;

@@ -16,6 +16,15 @@ namespace {
 // The input length that stands for "up to the terminator".
 constexpr int UNLIMITED = 0x7FFFFFFF;
 
+// What a conversion works through: the caller's buffers as plain values, stored back once.
+struct Buffers {
+    const char **in;
+    int *inleft; // null: up to the terminator
+    char **out;  // null: measure only
+    int *outleft;
+    int *subst;
+};
+
 // Where a conversion stands. Loaded from the caller's buffers at the start, stored back at the end, whatever the outcome.
 struct Cursor {
     const char *in;

@@ -5,15 +5,6 @@
 
 namespace qbgl {
 
-// What a conversion works through: the caller's buffers as plain values, stored back once.
-struct Buffers {
-    const char **in;
-    int *inleft; // null: up to the terminator
-    char **out;  // null: measure only
-    int *outleft;
-    int *subst;
-};
-
 int mb_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
 int sb_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
 int little_endian_unicode_source_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);

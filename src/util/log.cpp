@@ -2,11 +2,9 @@
 #include "util/log.h"
 
 #include "util/ascii.h"
-#include "util/scratch.h"
 
 #include <atomic>
 #include <stdlib.h>
-#include <string.h>
 #include <time.h>
 
 int32_t pg_have_debug_file = 0;
@@ -76,18 +74,3 @@ void _gl_exit_utilities(void) {
     pg_debug_file = nullptr;
     pg_have_debug_file = 0;
 }
-
-namespace qbgl {
-
-bool message_about(const char *lead, const char *text) {
-    const size_t lead_length = strlen(lead);
-    const size_t text_length = strlen(text);
-    const Scratch message(gl_ext_functions, uint64_t{lead_length} + text_length + 1);
-    if (message.text() == nullptr) return false;
-    memcpy(message.text(), lead, lead_length);
-    memcpy(message.text() + lead_length, text, text_length + 1);
-    gl_message(message.text());
-    return true;
-}
-
-} // namespace qbgl
