@@ -22,8 +22,8 @@
  *     Lengths and sizes are bytes.
  *   - Ownership. The caller keeps what it passes in; nothing is retained after a call returns, unless stated. A record handed
  *     out is released by the one function named with it.
- *   - Threads. A record is used by one thread at a time. The process-wide settings (sections 3, 6 and 9) are made before threads
- *     share the library.
+ *   - Threads. A record is used by one thread at a time, but a complete locale handle by any number (section 5). The process-wide
+ *     settings (sections 3, 6 and 9) are made before threads share the library.
  */
 #ifndef QBGL_H
 #define QBGL_H
@@ -363,7 +363,8 @@ QBGL_API int gl_lc_pieces2lc_spec(void *ctx, const char *lang_terr, const char *
  * 5. The locale handle
  *
  * A handle holds the records of six categories and, chosen once from its codeset, the functions that compare, transform and convert
- * text under it. It is built by one thread and then shared read-only, but for the error number.
+ * text under it. It is built by one thread and then shared read-only, but for the error number: a host with threads that share a
+ * handle puts its own errno function into slot 1 (section 6), which gives each thread a number of its own.
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 typedef struct gl_class_name {
@@ -380,8 +381,9 @@ typedef struct gl_ctype_info {
     int32_t class_count;
     gl_class_name *class_list;
     gl_multi *case_table;     /* a character's 16-bit index into case_pairs; 0: no case */
-    gl_case_pair *case_pairs; /* entry 0 is unused */
+    gl_case_pair *case_pairs; /* entry 0 is unused, and zero */
     int32_t pair_count;
+    void *maps; /* lookup arrays derived from the tables while loading, or null */
 } gl_ctype_info;
 
 typedef struct gl_expansion {
@@ -534,7 +536,247 @@ struct gl_locale {
     char locale_name[8][32];  /* a name of 32 characters has no terminator */
     void *glu_handle[8];
     int32_t glu_flag[8];
+    int32_t shared[8]; /* 1: the category's data belongs to the source of gl_copy_cat */
 };
+
+/* Creating, loading and selecting
+ *
+ *     gl_locale *loc;
+ *     if (gl_lc_load(&loc, "ja_JP.sjis", NULL, NULL) < 0) fail(gl_errno(loc));
+ *     ...
+ *     gl_lc_unload(loc);
+ *
+ * A category's name is the name of its object file ("ja_jp/e006.lco", "default.lco"), at most 32 characters, or "native", which is
+ * the default object. Objects are searched as section 7 tells, in "lc11" and "lc", or in a directory that the call names.
+ *
+ * A handle is never null after a creating call. When there was no memory or no default object, it is one of the canned handles,
+ * which are read for their error and never freed or changed (gl_lc_unload accepts them and does nothing). Any other handle that
+ * failed keeps what it has loaded so far; unload it. */
+extern QBGL_API const gl_locale loc_nomem, loc_filer; /* GL_ENOMEM, GL_ENOFILE */
+
+/* Creates a handle without any locale data. Returns 0, or -1 with *out = loc_nomem. Its functions serve once a locale is loaded. */
+QBGL_API int gl_create_null_locale_4(gl_locale **out);
+
+/* Creates a handle from the default object, "default.lco". The second form looks in `directory`, which ends in "/", first. Returns
+ * 0, or -1: *out is a canned handle, or carries GL_EBADFILE, GL_EVERSION, GL_ENOMEM or a category's own error. A directory of more
+ * than 116 characters is GL_ENOFILE, and the error's context is then `out` itself: with the default errno function the number
+ * stands in *out, which is no handle. */
+QBGL_API int gl_createlocale_4(gl_locale **out);
+QBGL_API int gl_createlocale2_4(gl_locale **out, const char *directory);
+
+/* Creates a handle and loads all categories.
+ *   spec           a locale specification of section 4, or what gl_setlocale_4 takes
+ *   registry_path  registry file for the codeset's name; null: the cached registry, or the installation's
+ *   directory      where the objects are; null: searched
+ * Returns 0, or -1 with the handle's error: GL_ENOFILE (an object not found, a name of bad length), GL_EVERSION or GL_EBADFILE (not
+ * an object of this library, damaged), GL_EMIXEDCS, GL_ECTYPECS, GL_ENOMEM, a category's own error. */
+QBGL_API int gl_lc_load(gl_locale **out, const char *spec, const char *registry_path, const char *directory);
+
+/* Selects one category, or all (GL_CAT_ALL).
+ *   spec  a name; or "GL_CTYPE = NAME GL_TIME = NAME ...", of which each category takes its own name; "" takes GL_ALL, the
+ *         category's own variable (GL_CTYPE, GL_COLLATE, GL_NUMERIC, GL_MONETARY, GL_TIME, GL_MESSAGES) or GL_LANG from the
+ *         environment, the first that is set and not empty, and "default.lco" when none is; null only asks
+ * Returns the names in force, to be freed with gl_destroystring: one category's name, or a list of all six, each followed by " ; ";
+ * or null with the error: those of gl_lc_load, GL_EBADARG (no such category, more than 311 characters), GL_ELOADCAT. What was
+ * loaded before a failure stays loaded. The categories must share LC_CTYPE's codeset, LC_MESSAGES excepted: selecting LC_CTYPE
+ * alone in another codeset returns its name with GL_EMIXEDCS set, until the others follow. */
+QBGL_API char *gl_setlocale_4(gl_locale *locale, int category, const char *spec);
+
+/* Lets `target` share one category of `source`, or all of them. Returns 0, or -1: GL_ENOCAT (the source lacks a category),
+ * GL_EHASCAT (the target has it already), GL_EMIXEDCS, GL_ENOMEM. The target is freed with gl_free_nonshared_loc, before the
+ * source. What is later selected over a shared category is the target's own. */
+QBGL_API int gl_copy_cat(gl_locale *target, gl_locale *source, int category);
+
+/* Frees a handle with all that it loaded; the second form frees a target of gl_copy_cat with what it does not share. Null is fine.
+ */
+QBGL_API void gl_lc_unload(gl_locale *locale);
+QBGL_API void gl_free_nonshared_loc(gl_locale *locale);
+
+/* Puts one category back into its empty state without freeing what it held; frees what one category holds. */
+QBGL_API void gl_make_null_category(gl_locale *locale, int category);
+QBGL_API void gl_free_category(gl_locale *locale, int category);
+
+/* The numeric and monetary conventions, the handle's own record: valid until a category is selected or the handle is freed. */
+QBGL_API const gl_lconv *gl_localeconv(gl_locale *locale);
+
+/* Parts of loading: the empty state of a record; the section of an object, behind its marker line, into a record (0, or -1 with
+ * *error, an address that monetary sections insist on); and sharing a record's pointers. */
+QBGL_API void _gl_init_numeric(gl_numeric_info *info);
+QBGL_API void _gl_init_monetary(gl_monetary_info *info);
+QBGL_API void _gl_init_messages(gl_messages_info *info);
+QBGL_API void _gl_init_ltime(gl_time_info *info);
+QBGL_API int _gl_read_numeric(FILE *stream, gl_numeric_info *info, int32_t *error);
+QBGL_API int _gl_read_monetary(FILE *stream, gl_monetary_info *info, int32_t *error);
+QBGL_API int _gl_read_messages(FILE *stream, gl_messages_info *info, int32_t *error);
+QBGL_API int _gl_read_time(FILE *stream, gl_time_info *info, int32_t *error);
+QBGL_API void _gl_copy_numeric(gl_locale *target, gl_locale *source);
+QBGL_API void _gl_copy_monetary(gl_locale *target, gl_locale *source);
+QBGL_API void _gl_copy_messages(gl_locale *target, gl_locale *source);
+QBGL_API int _gl_read_gl_wchar(FILE *stream, gl_wchar *value); /* eight hexadecimal digits; 0 */
+
+/* Multibyte and wide characters
+ *
+ * `n` is the room in the output: wide characters, or bytes. `len` is the length of the input: bytes, or wide characters; -1 means
+ * that it ends with its terminator. Failures are -1 with GL_EILSEQ (bytes that are no character, or a value that is none) or
+ * GL_EINVAL (a character that runs past its given length, or a length below 1); what was written before one stays. A terminator is
+ * the NUL character: one zero byte, or as many as the codeset's shortest character has.
+ *
+ * A locale that the extension library serves forwards each call to it. */
+
+/* One character: the bytes it has, 0 for the NUL character or a null s. At most n bytes are read; the second form also takes n = -1
+ * for text with a terminator, and pwc is not null. */
+QBGL_API int gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n);
+QBGL_API int _qbx_gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n);
+/* One wide character: the bytes written, 1 to 4. After a failure some bytes may have been written. */
+QBGL_API int gl_full_wctomb(gl_locale *locale, char *s, gl_wchar wc);
+
+/* Text to wide characters; `is` for single-byte codesets, where nothing can fail, `im` for the others. Hosts call gl_mbstowcs and
+ * gl_mbfstowcfs below. Terminated text: the number of characters before the terminator, which is stored but not counted; n when
+ * there was no room for it. Text with a length: single-byte, the number stored; otherwise that number when the input ended first,
+ * n + 1 when the room did, 1 without storing anything when n is below 1. With a length of 0 one character is read all the same. */
+QBGL_API int _gl_is_mbstowcs(gl_locale *locale, gl_wchar *dst, const char *src, int n);
+QBGL_API int _gl_im_mbstowcs(gl_locale *locale, gl_wchar *dst, const char *src, int n);
+QBGL_API int _qbx_gl_is_mbfstowcfs(gl_locale *locale, gl_wchar *dst, const char *src, int len, int n);
+QBGL_API int _qbx_gl_im_mbfstowcfs(gl_locale *locale, gl_wchar *dst, const char *src, int len, int n);
+
+/* Wide characters to text: the bytes written, without the terminator. A character that does not fit ends the call quietly, and no
+ * terminator is written then. `is` refuses values above 255; `full` serves every codeset, and in a single-byte one stores the low
+ * byte. With a length of 0 one value is taken all the same. */
+QBGL_API int _gl_is_wcstombs(gl_locale *locale, char *dst, const gl_wchar *src, int n);
+QBGL_API int _qbx_gl_is_wcstombs(gl_locale *locale, char *dst, const gl_wchar *src, int len, int n);
+QBGL_API int gl_full_wcstombs(gl_locale *locale, char *dst, const gl_wchar *src, int n);
+QBGL_API int _qbx_gl_full_wcstombs(gl_locale *locale, char *dst, const gl_wchar *src, int len, int n);
+
+/* Lengths of characters: bytes. The first gives 0 for the NUL character and a null s; the second has no such rule for NUL. gl_wclen
+ * asks what a value would need, 1 in any single-byte codeset. */
+QBGL_API int gl_full_mblen(gl_locale *locale, const char *s, int n);
+QBGL_API int _qbx_gl_full_mblen(gl_locale *locale, const char *s, int n);
+QBGL_API int gl_wclen(gl_locale *locale, gl_wchar wc);
+
+/* Lengths of texts. gl_wcslen and _gl_im_mbslen count the characters before the terminator; _qbx_gl_im_mbfslen those in `len`
+ * bytes, NUL characters included, and reads up to 4 bytes from where the last one begins; gl_wcsbytes and gl_mbsbytes give the
+ * bytes with the terminator, gl_mbsbytes 0 for a null s or a bad sequence. */
+QBGL_API int gl_wcslen(const gl_wchar *ws);
+QBGL_API int gl_wcsbytes(const gl_wchar *ws);
+QBGL_API int _gl_im_mbslen(gl_locale *locale, const char *s);
+QBGL_API int _qbx_gl_im_mbfslen(gl_locale *locale, const char *s, int len);
+QBGL_API int gl_mbsbytes(gl_locale *locale, const char *s);
+
+/* Classes and case */
+
+/* The mask of a class by name: the twelve standard names of POSIX, then the locale's own; 0 for an unknown one. */
+QBGL_API unsigned gl_ctype(gl_locale *locale, const char *class_name);
+/* The character's mask and `mask`: nonzero when it is in one of the classes. Bytes that are no character are in none; the third
+ * form reads at most `len` bytes. */
+QBGL_API unsigned _gl_im_iswctype(gl_locale *locale, gl_wchar wc, unsigned mask);
+QBGL_API unsigned _gl_im_ismctype(gl_locale *locale, const char *s, unsigned mask);
+QBGL_API unsigned _qbx_gl_im_ismctype(gl_locale *locale, const char *s, int len, unsigned mask);
+
+/* The character in the other case, or itself. No error is set. */
+QBGL_API gl_wchar _gl_im_towupper(gl_locale *locale, gl_wchar wc);
+QBGL_API gl_wchar _gl_im_towlower(gl_locale *locale, gl_wchar wc);
+
+/* Writes one character in the other case (at most 4 bytes) and returns the bytes read times 256 plus the bytes written. The counted
+ * form reads at most `len` bytes and returns 0, writing nothing, for what is no character. */
+QBGL_API uint16_t _gl_im_tomupper(gl_locale *locale, char *dst, const char *src);
+QBGL_API uint16_t _gl_im_tomlower(gl_locale *locale, char *dst, const char *src);
+QBGL_API uint16_t _qbx_gl_im_tomupper(gl_locale *locale, char *dst, const char *src, int len);
+QBGL_API uint16_t _qbx_gl_im_tomlower(gl_locale *locale, char *dst, const char *src, int len);
+
+/* Terminated text in the other case, terminator included. Room for the multibyte forms: gl_case_conv_outbuflen, and the terminator;
+ * they return the bytes written before it. The wide forms write as many characters as they read, and return 0. -1 with GL_EILSEQ
+ * for what is no character. dst and src may be the same for the wide forms and in single-byte codesets. */
+QBGL_API int gl_tombsupper(gl_locale *locale, char *dst, const char *src);
+QBGL_API int gl_tombslower(gl_locale *locale, char *dst, const char *src);
+QBGL_API int gl_towcsupper(gl_locale *locale, gl_wchar *dst, const gl_wchar *src);
+QBGL_API int gl_towcslower(gl_locale *locale, gl_wchar *dst, const gl_wchar *src);
+/* The bytes that text of n bytes may need in the other case. */
+QBGL_API int gl_case_conv_outbuflen(gl_locale *locale, int n);
+
+/* Order by code value: negative, 0 or positive. Where the one text begins the other, the shorter comes first. Multibyte characters
+ * of fewer bytes come before those of more. Counted texts may hold NUL characters; where one runs out, the result of the counted
+ * wide form, and of the counted multibyte one, is the difference of what is left of both. With both lengths -1 the multibyte form
+ * takes terminated texts; the wide form has counts only, and 0 for two of -1. */
+QBGL_API int gl_wcscmp(gl_locale *locale, const gl_wchar *s1, const gl_wchar *s2);
+QBGL_API int gl_wcsncmp(gl_locale *locale, const gl_wchar *s1, const gl_wchar *s2, int n);
+QBGL_API int _qbx_gl_wcfscmp(gl_locale *locale, const gl_wchar *s1, int len1, const gl_wchar *s2, int len2);
+QBGL_API int gl_full_mbscmp(gl_locale *locale, const char *s1, const char *s2);
+QBGL_API int gl_full_mbsncmp(gl_locale *locale, const char *s1, const char *s2, int n); /* n bytes of each */
+QBGL_API int _qbx_gl_mbscmp(gl_locale *locale, const char *s1, int len1, const char *s2, int len2);
+
+/* What a handle's mbscoll, mbfscoll and mbsxfrm can be; hosts call gl_mbscoll, gl_mbfscoll and gl_mbsxfrm below. */
+QBGL_API int _gl_im_mbscoll(gl_locale *locale, const char *s1, const char *s2);
+QBGL_API int _gl_is_mbscoll_exp(gl_locale *locale, const char *s1, const char *s2);
+QBGL_API int _gl_is_mbscoll_elem(gl_locale *locale, const char *s1, const char *s2);
+QBGL_API int _gl_is_mbscoll_back(gl_locale *locale, const char *s1, const char *s2);
+QBGL_API int _gl_is_mbscoll_exp_elem(gl_locale *locale, const char *s1, const char *s2);
+QBGL_API int _gl_thaismocoll(gl_locale *locale, const char *s1, const char *s2);
+QBGL_API int _glu_mbscoll(gl_locale *locale, const char *s1, const char *s2);
+QBGL_API int _qbx_gl_im_mbfscoll(gl_locale *locale, const char *s1, int len1, const char *s2, int len2);
+QBGL_API int _qbx_gl_is_mbfscoll_exp(gl_locale *locale, const char *s1, int len1, const char *s2, int len2);
+QBGL_API int _qbx_gl_is_mbfscoll_elem(gl_locale *locale, const char *s1, int len1, const char *s2, int len2);
+QBGL_API int _qbx_gl_is_mbfscoll_back(gl_locale *locale, const char *s1, int len1, const char *s2, int len2);
+QBGL_API int _qbx_gl_is_mbfscoll_exp_elem(gl_locale *locale, const char *s1, int len1, const char *s2, int len2);
+QBGL_API int _qbx_gl_thaismoncoll(gl_locale *locale, const char *s1, int len1, const char *s2, int len2);
+QBGL_API int _glu_mbfscoll(gl_locale *locale, const char *s1, int len1, const char *s2, int len2);
+QBGL_API int gl_full_mbsxfrm(gl_locale *locale, char *out, const char *s, int capacity);
+QBGL_API int _gl_thaismoxfrm(gl_locale *locale, char *out, const char *s, int capacity);
+QBGL_API int _glu_mbsxfrm(gl_locale *locale, char *out, const char *s, int capacity);
+
+/* Encodes a wide character by the collation table of the locale, as gl_full_wctomb does by the codeset's. */
+QBGL_API int _gl_sl_wctomb(gl_locale *locale, char *buffer, gl_wchar wc);
+
+/* Words by the text they begin
+ *
+ * A cache maps words, case folded, to values, and finds which of them the text at a position begins with; the shortest counts.
+ * *root is null before the first word; free the cache with the function of its kind. The first form of each is keyed by multibyte
+ * characters, the second by wide ones. */
+
+/* Adds a word (multibyte in both); one that is there gets the new value. 0, or -1 (null, cannot be folded, or GL_ENOMEM; the words
+ * before stay). */
+QBGL_API int _gl_cache_mb_string(gl_locale *locale, void **root, const char *s, int value);
+QBGL_API int _gl_cache_wc_string(gl_locale *locale, void **root, const char *s, int value);
+/* 0 with the word's value and the length it has in the input (bytes, or wide characters), or -1. An empty word matches, with length
+ * 0, what no other does. */
+QBGL_API int _gl_validate_mb_string(gl_locale *locale, void *root, const char *input, int *length, int *value);
+QBGL_API int _gl_validate_wc_string(gl_locale *locale, void *root, const gl_wchar *input, int *length, int *value);
+QBGL_API void _gl_free_mb_cache(gl_locale *locale, void *root);
+QBGL_API void _gl_free_wc_cache(gl_locale *locale, void *root);
+
+/* Short forms over the functions above, and over those that a complete handle has chosen for its codeset and rules. */
+static inline int gl_mbscoll(gl_locale *locale, const char *s1, const char *s2) { return locale->mbscoll(locale, s1, s2); }
+static inline int gl_mbfscoll(gl_locale *locale, const char *s1, int len1, const char *s2, int len2) {
+    return locale->mbfscoll(locale, s1, len1, s2, len2);
+}
+/* Writes the sort key of a text and returns its length without the terminating zero byte, or -1; nothing is written beyond
+ * `capacity` bytes. */
+static inline int gl_mbsxfrm(gl_locale *locale, char *out, const char *s, int capacity) {
+    return locale->mbsxfrm(locale, out, s, capacity);
+}
+static inline int gl_mbstowcs(gl_locale *locale, gl_wchar *dst, const char *src, int n) {
+    return locale->mbstowcs(locale, dst, src, n);
+}
+static inline int gl_mbfstowcfs(gl_locale *locale, gl_wchar *dst, const char *src, int len, int n) {
+    return locale->mbfstowcfs(locale, dst, src, len, n);
+}
+static inline int gl_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) { return gl_full_mbtowc(locale, pwc, s, n); }
+static inline int gl_wctomb(gl_locale *locale, char *s, gl_wchar wc) { return gl_full_wctomb(locale, s, wc); }
+static inline int gl_mblen(gl_locale *locale, const char *s, int n) { return gl_full_mblen(locale, s, n); }
+static inline gl_wchar gl_towupper(gl_locale *locale, gl_wchar wc) { return _gl_im_towupper(locale, wc); }
+static inline gl_wchar gl_towlower(gl_locale *locale, gl_wchar wc) { return _gl_im_towlower(locale, wc); }
+static inline unsigned gl_iswctype(gl_locale *locale, gl_wchar wc, unsigned mask) { return _gl_im_iswctype(locale, wc, mask); }
+static inline unsigned gl_iswalpha(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_ALPHA); }
+static inline unsigned gl_iswupper(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_UPPER); }
+static inline unsigned gl_iswlower(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_LOWER); }
+static inline unsigned gl_iswdigit(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_DIGIT); }
+static inline unsigned gl_iswspace(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_SPACE); }
+static inline unsigned gl_iswcntrl(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_CNTRL); }
+static inline unsigned gl_iswpunct(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_PUNCT); }
+static inline unsigned gl_iswgraph(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_GRAPH); }
+static inline unsigned gl_iswprint(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_PRINT); }
+static inline unsigned gl_iswxdigit(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_XDIGIT); }
+static inline unsigned gl_iswblank(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_BLANK); }
+static inline unsigned gl_iswalnum(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_ALNUM); }
 
 /* ------------------------------------------------------------------------------------------------------------------------------
  * 6. Replacing memory, file, clock and error functions
@@ -670,11 +912,12 @@ QBGL_API char *_gl_get_env_var(const char *name);
 
 /* File search. A relative name is tried in each directory of GL_PATH (separated by ":") when that is set, and nowhere else then;
  * otherwise in $QUORBANEDIR/vrn/SUBDIRECTORYVERSION and in $QUORBANEDIR/vrn/SUBDIRECTORY. QUORBANEDIR has at most 256 characters
- * and is /usr/quorbane/ when unset. A name that holds the separator mark (byte 0xFF) is a path with "/" in the mark's place. ctx
- * receives GL_ENOFILE (not found, or QUORBANEDIR too long) or GL_ENOMEM; may be null version  "" or null: only the plain directory
- * is tried gl_path_search returns an open stream, to be closed with _gl_ext_fclose, or null. The _rpath form returns the directory
- * in which the file was found, to be freed with gl_destroystring, or null. The _no_ext forms use libc's own memory and file
- * functions instead of the table: close with fclose, free with free. */
+ * and is /usr/quorbane/ when unset. A name that holds the separator mark (byte 0xFF) is a path with "/" in the mark's place.
+ *   ctx      receives GL_ENOFILE (not found, or QUORBANEDIR too long) or GL_ENOMEM; may be null
+ *   version  "" or null: only the plain directory is tried
+ * gl_path_search returns an open stream, to be closed with _gl_ext_fclose, or null. The _rpath form returns the directory in which
+ * the file was found, to be freed with gl_destroystring, or null. The _no_ext forms use libc's own memory and file functions
+ * instead of the table: close with fclose, free with free. */
 QBGL_API FILE *gl_path_search(void *ctx, const char *name, const char *subdirectory, const char *version);
 QBGL_API char *gl_path_search_rpath(char *initial_rpath, void *ctx, const char *name, const char *subdirectory,
                                     const char *version);
