@@ -1,0 +1,127 @@
+// One character at a time: decoding, encoding, lengths.
+#include "ext/error.h"
+#include "mbwc/decode_plain.h"
+#include "qbnxdl/entry_points.h"
+#include "qbnxdl/served.h"
+
+using namespace qbgl;
+
+namespace {
+
+// Apart from the fast ways, so that they stay leaves without a stack frame.
+[[gnu::noinline, gnu::cold]] int fail(gl_locale *locale, int error) {
+    set_error(locale, error);
+    return -1;
+}
+
+bool served(const gl_locale *locale) { return served_by_extension(locale, GL_CAT_CTYPE); }
+
+const MultiNode *root_of(const gl_locale *locale) { return locale->ctype.codeset_table->root; }
+
+const uint8_t *bytes_of(const char *s) { return reinterpret_cast<const uint8_t *>(s); }
+
+// The length of the character at s, at most n bytes, or -1. Bytes are left to the caller to sum up.
+int walk_length(gl_locale *locale, const char *s, int n, Decoded &character) {
+    if (n < 1) return fail(locale, GL_EINVAL);
+    character = decode(root_of(locale), bytes_of(s), n);
+    if (character.length > 0) return character.length;
+    return fail(locale, character.length == CUT ? GL_EINVAL : GL_EILSEQ);
+}
+
+int decode_served(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
+    return ask_extension(locale, fn_glu_mbtouc32, -1, locale->glu_handle[GL_CAT_CTYPE], pwc, s, n);
+}
+
+// The bytes before the terminator, or -1.
+int length_of_text(gl_locale *locale, const char *s) {
+    const int bytes = gl_mbsbytes(locale, s);
+    return bytes <= 0 ? -1 : bytes - locale->ctype.codeset_table->min_length;
+}
+
+int ask_for_length(gl_locale *locale, const char *s, int n) {
+    return ask_extension(locale, fn_glu_mblen, -1, locale->glu_handle[GL_CAT_CTYPE], s, n);
+}
+
+} // namespace
+
+// What gl_full_mbtowc goes on with. Not static: their arguments are passed as its own are then, in 32-bit code on the stack, and
+// the way of one byte need not have them in registers.
+namespace qbgl {
+
+[[gnu::noinline]] int decode_by_walk(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
+    if (served(locale)) return decode_served(locale, pwc, s, n);
+    Decoded character;
+    if (walk_length(locale, s, n, character) < 0) return -1;
+    *pwc = character.value;
+    return character.value != 0 ? character.length : 0;
+}
+
+template <TextShape SHAPE> [[gnu::noinline]] int decode_of_shape(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
+    int taken;
+    const auto take = [&](gl_wchar value, int length) {
+        *pwc = value;
+        taken = length;
+    };
+    return take_plain<SHAPE>(maps_of(locale)->plain, bytes_of(s), n, take) ? taken : decode_by_walk(locale, pwc, s, n);
+}
+
+// Decodes what is not one byte.
+[[gnu::noinline]] int decode_longer(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
+    const TextShape shape = maps_of(locale)->shape;
+    if (shape == TextShape::CONTINUATION) return decode_of_shape<TextShape::CONTINUATION>(locale, pwc, s, n);
+    if (shape == TextShape::ONE_OR_TWO) return decode_of_shape<TextShape::ONE_OR_TWO>(locale, pwc, s, n);
+    return decode_by_walk(locale, pwc, s, n);
+}
+
+} // namespace qbgl
+
+int gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
+    if (s == nullptr) return 0;
+    if (n < 1) return fail(locale, GL_EINVAL);
+    const CodesetMaps *maps = maps_of(locale);
+    if (maps == nullptr || served(locale)) return decode_by_walk(locale, pwc, s, n);
+    const uint8_t first = *bytes_of(s);
+    if (maps->single[first] == 0) return decode_longer(locale, pwc, s, n);
+    *pwc = first;
+    if (first != 0) return 1;
+    asm(""); // keeps this a branch: a result computed from the byte would make the caller's next character wait for it
+    return 0;
+}
+
+int _qbx_gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
+    if (s == nullptr) return 0;
+    if (served(locale)) return decode_served(locale, pwc, s, n);
+    if (n == -1) {
+        n = length_of_text(locale, s);
+        if (n == -1) return -1;
+    }
+    return gl_full_mbtowc(locale, pwc, s, n);
+}
+
+int gl_full_wctomb(gl_locale *locale, char *s, gl_wchar wc) {
+    if (served(locale)) return ask_extension(locale, fn_glu_uc32tomb, -1, locale->glu_handle[GL_CAT_CTYPE], s, wc);
+    const gl_multi &table = *locale->ctype.codeset_table;
+    const int length = encoded_length(table.min_length, wc);
+    return encode(table.root, reinterpret_cast<uint8_t *>(s), wc, length) ? length : fail(locale, GL_EILSEQ);
+}
+
+int gl_full_mblen(gl_locale *locale, const char *s, int n) {
+    if (s == nullptr) return 0;
+    if (served(locale)) return ask_for_length(locale, s, n);
+    Decoded character;
+    const int length = walk_length(locale, s, n, character);
+    return length > 0 && character.value == 0 ? 0 : length;
+}
+
+int _qbx_gl_full_mblen(gl_locale *locale, const char *s, int n) {
+    if (s == nullptr) return 0;
+    if (served(locale)) return ask_for_length(locale, s, n);
+    Decoded character;
+    return walk_length(locale, s, n, character);
+}
+
+int gl_wclen(gl_locale *locale, gl_wchar wc) {
+    if (locale->single_byte != 0) return 1;
+    char scratch[MAX_KEY];
+    return gl_full_wctomb(locale, scratch, wc);
+}

@@ -1,0 +1,61 @@
+// Lookup arrays derived from a codeset's tables while loading: what spares the hot loops the walk through nodes.
+//
+// A wide character's low byte is its place in a page, the bytes above it are the page's number. Pages of characters of one to three
+// bytes are numbered from 0 to page_count - 1; longer characters, and values that no byte sequence of the codeset has, are not in
+// the arrays: they take the general way through the tables.
+#pragma once
+
+#include "qbgl.h"
+
+namespace qbgl {
+
+// Everything that is known of one wide character, in two words that stand together.
+struct CharacterCell {
+    uint16_t classes; // class mask
+    uint16_t pair;    // index in the case pairs, 0 for none
+};
+
+// What tells, in a block of bytes, where characters begin.
+enum class TextShape : uint8_t {
+    OTHER,        // the walk through the nodes alone
+    ONE_OR_TWO,   // a byte of the lead ranges has one byte behind it, any other byte stands alone
+    CONTINUATION, // the bytes 80 to BF continue a character, and none else: one behind C0 to DF, two behind E0 to EF
+};
+
+// The bytes from `first` on, `last` included; empty when first > last.
+struct LeadRange {
+    uint8_t first, last;
+};
+
+struct CodesetMaps {
+    uint32_t page_count;
+    const uint16_t *page_blocks; // page -> block; block 0 has no character at all. All 65536 there are for CONTINUATION
+    const uint32_t *valid;       // block * 8 + place / 32: a bit for each value that is a character
+    const CharacterCell *cells;  // block * 256 + place
+    uint32_t case_pages;     // page_count where the cells tell all of case: the case table has the characters of the codeset and no
+                             // others, and the codeset all that the pairs map to; otherwise 0, and case takes the general way
+    uint8_t upper_byte[256]; // a one-byte character whose upper case is one byte; 0 for any other byte, and for NUL
+    uint8_t lower_byte[256];
+    TextShape shape;
+    LeadRange leads[2];  // ONE_OR_TWO: the second may be empty
+    bool ascii_plain;    // the bytes 0 to 127 are characters of their own
+    uint8_t single[256]; // 1 for each byte that is a character
+    // Null for OTHER. 65536 bytes, 1 for each character of the lengths that the shape tells: by its value for ONE_OR_TWO, for
+    // CONTINUATION by the bits behind those that tell its length.
+    const uint8_t *plain;
+
+    bool has(gl_wchar wc) const {
+        const uint32_t page = wc >> 8;
+        if (page >= page_count) return false;
+        return (valid[page_blocks[page] * 8u + (wc >> 5 & 7)] >> (wc & 31) & 1) != 0;
+    }
+};
+
+// Builds the arrays of a record whose tables are read: one block of memory, freed with free_codeset_maps. Null when memory is out
+// or the codeset has more of anything than the arrays can number: then the tables alone serve.
+CodesetMaps *build_codeset_maps(const gl_ctype_info &info);
+void free_codeset_maps(CodesetMaps *maps);
+
+inline const CodesetMaps *maps_of(const gl_locale *locale) { return static_cast<const CodesetMaps *>(locale->ctype.maps); }
+
+} // namespace qbgl
