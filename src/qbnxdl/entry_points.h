@@ -40,47 +40,47 @@ inline int (*fn_glu_cv_conv)(void *converter, int reset, const char **in, int *i
 inline double (*fn_glu_iconv_expansion)(void *converter) = nullptr;
 inline void *(*fn_glu_getICUCvtName)(void *converter) = nullptr;
 
-// Locales.
-inline EntryPoint fn_glu_useIcuLocCall = nullptr;
-inline void *(*fn_glu_lc_open)(void *, void *, void *) = nullptr;
-inline void *(*fn_glu_lc_close)(void *) = nullptr;
+// Locales. A locale is opened by its name with the extension's map; a positive number in the error cell (int16_t) is an error.
+inline int (*fn_glu_useIcuLocCall)(const char *name, int category) = nullptr; // 1: the extension serves the category
+inline void *(*fn_glu_lc_open)(void *name, void *map, void *error) = nullptr;
+inline void *(*fn_glu_lc_close)(void *locale) = nullptr;
 inline EntryPoint fn_glu_lc_clone = nullptr;
 inline void *(*fn_glu_getICULocName)(void *locale) = nullptr;
 inline EntryPoint fn_glu_mb_loc_max = nullptr;
 inline EntryPoint fn_glu_mb_loc_min = nullptr;
 
-// Characters.
-inline EntryPoint fn_glu_case_conv_outbuflen = nullptr;
-inline EntryPoint fn_glu_ismctype = nullptr;
-inline EntryPoint fn_glu_isuc32type = nullptr;
+// Characters. `converter` is the handle of LC_CTYPE; a positive number in the error cell becomes the error number.
+inline int (*fn_glu_case_conv_outbuflen)(void *converter, int n) = nullptr;
+inline unsigned (*fn_glu_ismctype)(void *converter, const char *s, int len, unsigned mask, int16_t *error) = nullptr;
+inline unsigned (*fn_glu_isuc32type)(gl_wchar wc, unsigned mask) = nullptr;
 inline EntryPoint fn_glu_mbtouc = nullptr;
 inline EntryPoint fn_glu_uctomb = nullptr;
-inline EntryPoint fn_glu_mbtouc32 = nullptr;
-inline EntryPoint fn_glu_uc32tomb = nullptr;
-inline EntryPoint fn_glu_mblen = nullptr;
+inline int (*fn_glu_mbtouc32)(void *converter, gl_wchar *wc, const char *s, int n, int16_t *error) = nullptr;
+inline int (*fn_glu_uc32tomb)(void *converter, char *s, gl_wchar wc, int16_t *error) = nullptr;
+inline int (*fn_glu_mblen)(void *converter, const char *s, int n, int16_t *error) = nullptr;
 inline EntryPoint fn_glu_mbwidth = nullptr;
 inline EntryPoint fn_glu_uc32width = nullptr;
-inline EntryPoint fn_glu_mbtoupper = nullptr;
-inline EntryPoint fn_glu_mbtolower = nullptr;
-inline EntryPoint fn_glu_uc32toupper = nullptr;
-inline EntryPoint fn_glu_uc32tolower = nullptr;
+inline int (*fn_glu_mbtoupper)(void *converter, char *dst, const char *src, int len, int16_t *error) = nullptr;
+inline int (*fn_glu_mbtolower)(void *converter, char *dst, const char *src, int len, int16_t *error) = nullptr;
+inline gl_wchar (*fn_glu_uc32toupper)(void *converter, gl_wchar wc, int16_t *error) = nullptr;
+inline gl_wchar (*fn_glu_uc32tolower)(void *converter, gl_wchar wc, int16_t *error) = nullptr;
 inline EntryPoint fn_glu_fgetuc32 = nullptr;
 inline EntryPoint fn_glu_getmb = nullptr;
 
 // Strings.
 inline EntryPoint fn_glu_mbstoucs = nullptr;
 inline EntryPoint fn_glu_ucstombs = nullptr;
-inline EntryPoint fn_glu_mbstoucs32 = nullptr;
-inline int (*fn_glu_ucs32tombs)(void *, void *, int, void *, int, void *) = nullptr;
+inline int (*fn_glu_mbstoucs32)(void *converter, gl_wchar *dst, int n, const char *src, int len, int16_t *error) = nullptr;
+inline int (*fn_glu_ucs32tombs)(void *converter, void *dst, int n, const void *src, int len, void *error) = nullptr;
 inline EntryPoint fn_glu_ucstoucs32 = nullptr;
 inline int (*fn_glu_ucs32toucs)(void *, void *, int, void *, int) = nullptr;
 inline EntryPoint fn_glu_mbsprev = nullptr;
 inline EntryPoint fn_glu_mbsnext = nullptr;
 inline EntryPoint fn_glu_mbsntsbytes = nullptr;
-inline EntryPoint fn_glu_mbstoupper = nullptr;
-inline EntryPoint fn_glu_mbstolower = nullptr;
-inline EntryPoint fn_glu_ucs32toupper = nullptr;
-inline EntryPoint fn_glu_ucs32tolower = nullptr;
+inline int (*fn_glu_mbstoupper)(void *converter, char *dst, const char *src, int16_t *error) = nullptr;
+inline int (*fn_glu_mbstolower)(void *converter, char *dst, const char *src, int16_t *error) = nullptr;
+inline int (*fn_glu_ucs32toupper)(void *converter, gl_wchar *dst, const gl_wchar *src, int16_t *error) = nullptr;
+inline int (*fn_glu_ucs32tolower)(void *converter, gl_wchar *dst, const gl_wchar *src, int16_t *error) = nullptr;
 inline EntryPoint fn_glu_mbslen = nullptr;
 inline EntryPoint fn_glu_mbsbytes = nullptr;
 inline EntryPoint fn_glu_ucs32len = nullptr;
@@ -98,8 +98,8 @@ inline EntryPoint fn_glu_ucscoll = nullptr;
 inline EntryPoint fn_glu_ucsxfrm = nullptr;
 inline EntryPoint fn_glu_ucs32coll = nullptr;
 inline EntryPoint fn_glu_ucs32xfrm = nullptr;
-inline EntryPoint fn_glu_mbscoll = nullptr;
-inline EntryPoint fn_glu_mbsxfrm = nullptr;
+inline int (*fn_glu_mbscoll)(void *locale, const char *s1, int len1, const char *s2, int len2, int16_t *error) = nullptr;
+inline int (*fn_glu_mbsxfrm)(void *locale, char *out, const char *s, int capacity, int16_t *error) = nullptr;
 inline EntryPoint fn_glu_mbsCollBound = nullptr;
 inline EntryPoint fn_glu_mbsSortKeyCollBound = nullptr;
 

@@ -1,0 +1,11 @@
+// The case mapping's share of the look-up arrays.
+#pragma once
+
+#include "mbwc/maps.h"
+
+namespace qbgl {
+
+// Fills case_pages, upper_byte and lower_byte. The last step of building the arrays.
+void build_case_maps(const gl_ctype_info &info, CodesetMaps &maps);
+
+} // namespace qbgl
