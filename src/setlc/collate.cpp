@@ -1,0 +1,229 @@
+// The section of LC_COLLATE:
+//
+//   as_specified, or thai_smo        nothing else stands in a section of the latter
+//   character table: a row for each character
+//   DIRECT
+//   ROWS PASSES ELEMENTS EXPANSIONS FIFTH
+//   DIRECTIONS                       four hexadecimal digits for each pass
+//   elements                         lines KRRRRCCCCCCCC...: K characters of eight digits sort as row R
+//   expansions                       lines KCCCCCCCC...
+//   rows 0 to ROWS                   lines of a weight for each pass, four digits; where DIRECT is 1, white space stands where it
+//   likes
+#include "setlc/collate.h"
+
+#include "ext/error.h"
+#include "setlc/categories.h"
+#include "setlc/ctype_table.h"
+
+#include <algorithm>
+
+using namespace qbgl;
+
+namespace {
+
+constexpr int MODE_LINE_SIZE = 128;
+constexpr int KIND_AS_SPECIFIED = 1, KIND_THAI = 2;
+constexpr long MOST_ROWS = 0xFFFF; // rows and elements are numbered with 16 bits, expansions with 14
+constexpr long MOST_ELEMENTS = 0xFFFF;
+constexpr long MOST_EXPANSIONS = WEIGHT_VALUE + 1;
+
+bool fails(gl_locale *locale, int number) {
+    set_error(locale, number);
+    return false;
+}
+
+bool end_line(gl_locale *locale, ByteReader &in) { return in.skip_newline() || fails(locale, GL_EBADFILE); }
+
+enum class Mode { AS_SPECIFIED, THAI, FAILED };
+
+Mode read_mode(FILE *file, gl_locale *locale) {
+    char line[MODE_LINE_SIZE];
+    if (_gl_ext_fgets(line, sizeof line, file) == nullptr || strchr(line, '\n') == nullptr) {
+        set_error(locale, GL_EBADFILE);
+        return Mode::FAILED;
+    }
+    if (strcmp(line, "as_specified\n") == 0) {
+        locale->collate.kind = KIND_AS_SPECIFIED;
+        return Mode::AS_SPECIFIED;
+    }
+    if (strcmp(line, "thai_smo\n") == 0) {
+        locale->collate.kind = KIND_THAI;
+        return Mode::THAI;
+    }
+    locale->collate.kind = 0; // an unknown kind of collation has no error number
+    return Mode::FAILED;
+}
+
+// A list with all items empty; null for no items.
+template <class T> bool allocate_items(gl_locale *locale, T *&list, int32_t count) {
+    list = nullptr;
+    if (count == 0) return true;
+    list = Owned<T>::allocate(static_cast<uint32_t>(count)).release();
+    if (list == nullptr) return fails(locale, GL_ENOMEM);
+    std::fill_n(list, count, T{});
+    return true;
+}
+
+bool read_weight_counts(gl_locale *locale, ByteReader &in, int32_t &element_count, int32_t &expansion_count) {
+    gl_collate_info &info = locale->collate;
+    long counts[5];
+    for (long &count : counts) {
+        in.skip_whitespace();
+        count = in.integer();
+    }
+    const auto [rows, passes, elements, expansions, fifth] = counts;
+    if (!end_line(locale, in)) return false;
+    if (rows < 0 || rows > MOST_ROWS || passes < 0 || passes > GL_MAX_PASSES) return fails(locale, GL_EBADFILE);
+    if (elements < 0 || elements > MOST_ELEMENTS || expansions < 0 || expansions > MOST_EXPANSIONS)
+        return fails(locale, GL_EBADFILE);
+    info.row_count = static_cast<int32_t>(rows);
+    info.pass_count = static_cast<int32_t>(passes);
+    info.fifth_count = static_cast<int32_t>(fifth);
+    element_count = static_cast<int32_t>(elements);
+    expansion_count = static_cast<int32_t>(expansions);
+    return values_within(*info.character_table, static_cast<unsigned>(rows)) || fails(locale, GL_EBADFILE);
+}
+
+bool read_directions(gl_locale *locale, ByteReader &in) {
+    gl_collate_info &info = locale->collate;
+    std::fill_n(info.weights, GL_MAX_PASSES, nullptr);
+    if (info.pass_count == 0) return true;
+    for (int pass = 0; pass < info.pass_count; ++pass) info.directions[pass] = static_cast<int32_t>(in.hex(4));
+    for (int pass = 0; pass < info.pass_count; ++pass) {
+        info.weights[pass] = Owned<uint16_t>::allocate(static_cast<uint32_t>(info.row_count) + 1).release();
+        if (info.weights[pass] == nullptr) return fails(locale, GL_ENOMEM);
+    }
+    return end_line(locale, in);
+}
+
+// The characters of an element or an expansion, and their line's end. One without characters would never be left.
+bool read_characters(gl_locale *locale, ByteReader &in, int32_t count, gl_wchar *&characters) {
+    if (count == 0) return fails(locale, GL_EBADFILE);
+    characters = Owned<gl_wchar>::allocate(static_cast<uint32_t>(count)).release();
+    if (characters == nullptr) return fails(locale, GL_ENOMEM);
+    for (int32_t i = 0; i < count; ++i) characters[i] = in.hex(8);
+    locale->coll_growth = std::max(locale->coll_growth, static_cast<double>(count));
+    return end_line(locale, in);
+}
+
+bool read_coll_elem(gl_locale *locale, ByteReader &in, gl_collating_element &element) {
+    element.count = static_cast<int32_t>(in.hex(1));
+    element.row = static_cast<uint16_t>(in.hex(4));
+    if (element.row > locale->collate.row_count) return fails(locale, GL_EBADFILE);
+    return read_characters(locale, in, element.count, element.chars);
+}
+
+bool read_expansion(gl_locale *locale, ByteReader &in, gl_expansion &expansion) {
+    expansion.count = static_cast<int32_t>(in.hex(1));
+    return read_characters(locale, in, expansion.count, expansion.chars);
+}
+
+// The counts in the record are those of the lists: a failure may come before there are any.
+bool read_elements(gl_locale *locale, ByteReader &in, int32_t count) {
+    gl_collate_info &info = locale->collate;
+    if (!allocate_items(locale, info.elements, count)) return false;
+    info.element_count = count;
+    for (int32_t i = 0; i < count; ++i)
+        if (!read_coll_elem(locale, in, info.elements[i])) return false;
+    return true;
+}
+
+bool read_expansions(gl_locale *locale, ByteReader &in, int32_t count) {
+    gl_collate_info &info = locale->collate;
+    if (!allocate_items(locale, info.expansions, count)) return false;
+    info.expansion_count = count;
+    for (int32_t i = 0; i < count; ++i)
+        if (!read_expansion(locale, in, info.expansions[i])) return false;
+    return true;
+}
+
+// Four hexadecimal digits. False at the end of the file.
+bool read_weight(ByteReader &in, uint16_t &weight) {
+    unsigned value = 0;
+    for (int i = 0; i < 4; ++i) {
+        const int digit = in.fgetc();
+        if (digit == EOF) return false;
+        value = value << 4 | hex_digit_value(digit);
+    }
+    weight = static_cast<uint16_t>(value);
+    return true;
+}
+
+bool read_row(gl_locale *locale, ByteReader &in, int32_t row) {
+    gl_collate_info &info = locale->collate;
+    const bool direct = info.direct == 1;
+    for (int pass = 0; pass < info.pass_count; ++pass) {
+        if (direct) in.skip_whitespace();
+        uint16_t weight;
+        if (!read_weight(in, weight)) return !direct ? false : fails(locale, GL_EBADFILE);
+        if (is_expansion(weight) && (weight & WEIGHT_VALUE) >= info.expansion_count) return fails(locale, GL_EBADFILE);
+        info.weights[pass][row] = weight;
+    }
+    return direct || info.pass_count == 0 || in.skip_newline(); // a row that does not end has no error number
+}
+
+bool read_rows(gl_locale *locale, ByteReader &in) {
+    for (int32_t row = 0; row <= locale->collate.row_count; ++row)
+        if (!read_row(locale, in, row)) return false;
+    return true;
+}
+
+bool build_lists(gl_locale *locale) {
+    const gl_collate_info &info = locale->collate;
+    if (info.direct == 1 || info.pass_count == 0) return true;
+    RowGroups groups;
+    if (!classify_rows(info, groups)) return fails(locale, GL_ENOMEM);
+    return !groups.any() || gather_characters(locale, groups) == 0;
+}
+
+bool build_candidates(gl_locale *locale) {
+    gl_collate_info &info = locale->collate;
+    set_exp_candidates(locale); // a locale without them only sorts more slowly
+    if (info.element_count == 0) return true;
+    if (!allocate_items(locale, info.element_candidates, 256)) return false;
+    set_elem_candidates(locale);
+    return true;
+}
+
+bool read_body(gl_locale *locale, ByteReader &in) {
+    int32_t element_count = 0, expansion_count = 0;
+    locale->collate.direct = static_cast<int32_t>(in.integer());
+    return end_line(locale, in) && read_weight_counts(locale, in, element_count, expansion_count) && read_directions(locale, in) &&
+           read_elements(locale, in, element_count) && read_expansions(locale, in, expansion_count) && read_rows(locale, in) &&
+           build_lists(locale) && build_candidates(locale);
+}
+
+} // namespace
+
+int qbgl::read_collate(FILE *file, gl_locale *locale) {
+    switch (read_mode(file, locale)) {
+    case Mode::THAI: return 0;
+    case Mode::FAILED: return -1;
+    case Mode::AS_SPECIFIED: break;
+    }
+    ByteReader in(file);
+    if (const int result = read_character_table(in, locale, locale->collate.character_table); result != 0) return result;
+    return read_body(locale, in) ? 0 : -1;
+}
+
+void qbgl::free_collate(gl_locale *locale) {
+    gl_collate_info &info = locale->collate;
+    _gl_free_multi(info.character_table);
+    for (uint16_t *weights : info.weights) _gl_free_ptr(weights);
+    for (int32_t i = 0; i < info.element_count; ++i) _gl_free_ptr(info.elements[i].chars);
+    _gl_free_ptr(info.elements);
+    for (int32_t i = 0; i < info.expansion_count; ++i) _gl_free_ptr(info.expansions[i].chars);
+    _gl_free_ptr(info.expansions);
+    for (gl_expansion **candidates : info.expansion_candidates) _gl_free_ptr(candidates);
+    _gl_free_ptr(info.element_candidates);
+    info = {};
+    _gl_free_ptr(std::exchange(locale->all_one, nullptr));
+    _gl_free_ptr(std::exchange(locale->equivalence, nullptr));
+}
+
+int _gl_sl_wctomb(gl_locale *locale, char *buffer, gl_wchar wc) {
+    const int length = encode(*locale->collate.character_table, wc, buffer);
+    if (length != 0) return length;
+    set_error(locale, GL_EILSEQ);
+    return -1;
+}

@@ -1,0 +1,70 @@
+// What the reader of the collation category derives from its rows.
+#pragma once
+
+#include "util/owned.h"
+
+#include <string.h>
+
+namespace qbgl {
+
+inline constexpr uint16_t WEIGHT_SPECIAL = 0x8000;   // the code value of the character decides
+inline constexpr uint16_t WEIGHT_EXPANSION = 0x4000; // without WEIGHT_SPECIAL: the other bits are an index of the expansions
+inline constexpr uint16_t WEIGHT_VALUE = 0x3FFF;
+
+constexpr bool is_expansion(uint16_t weight) { return (weight & (WEIGHT_SPECIAL | WEIGHT_EXPANSION)) == WEIGHT_EXPANSION; }
+
+// A list that grows as items are found. Its items need no destructor.
+template <class T> class Growing {
+  public:
+    // False when memory is out.
+    bool append(const T *items, uint32_t count) {
+        if (count > capacity_ - size_ && !reserve(count)) return false;
+        memcpy(static_cast<void *>(items_.get() + size_), items, count * sizeof(T));
+        size_ += count;
+        return true;
+    }
+    bool append(const T &item) { return append(&item, 1); }
+
+    uint32_t size() const { return size_; }
+    T &operator[](uint32_t i) const { return items_[i]; }
+
+  private:
+    bool reserve(uint32_t count) {
+        const uint64_t capacity = uint64_t{size_} + count < 64 ? 64 : (uint64_t{size_} + count) * 2;
+        if (capacity > UINT32_MAX) return false;
+        Owned<T> larger = Owned<T>::allocate(static_cast<uint32_t>(capacity));
+        if (!larger) return false;
+        if (size_ > 0) memcpy(static_cast<void *>(larger.get()), items_.get(), size_ * sizeof(T));
+        items_ = std::move(larger);
+        capacity_ = static_cast<uint32_t>(capacity);
+        return true;
+    }
+
+    Owned<T> items_;
+    uint32_t size_ = 0, capacity_ = 0;
+};
+
+// What has equal weights, by row. A row is in one group at most.
+struct RowGroups {
+    static constexpr int32_t NONE = -1, ALL_ONE = -2;
+
+    Owned<int32_t> group;            // for each row a class from 0 on, ALL_ONE or NONE
+    int32_t class_count = 0;         // in the order of their first members' second ones
+    bool has_all_one = false;        // rows whose weight is 1 on every pass
+    Growing<int32_t> expansion_rows; // rows that stand for one expansion, and which: row, index, row, index, ...
+
+    bool any() const { return class_count > 0 || has_all_one; }
+};
+
+// False when memory is out.
+bool classify_rows(const gl_collate_info &info, RowGroups &groups);
+
+// Gathers the characters of the groups into the handle's all-1 list and equivalence pairs, each one block of memory. 0, or -1 with
+// the handle's error.
+int gather_characters(gl_locale *locale, const RowGroups &groups);
+
+// Lookup tables by one-byte characters. 0, or -1 with GL_ENOMEM. The table of the elements is there already.
+int set_exp_candidates(gl_locale *locale);
+void set_elem_candidates(gl_locale *locale);
+
+} // namespace qbgl

@@ -1,0 +1,112 @@
+// Finding the rows of equal weights.
+#include "setlc/collate.h"
+
+#include <algorithm>
+
+namespace qbgl {
+
+namespace {
+
+constexpr int32_t NOT_ORDINARY = -1; // rows with special weights, and all-1 rows
+
+// The weights of a row on all passes.
+class Rows {
+  public:
+    explicit Rows(const gl_collate_info &info) : info_(info) {}
+
+    template <class Predicate> bool all(int32_t row, Predicate predicate) const {
+        for (int32_t pass = 0; pass < info_.pass_count; ++pass)
+            if (!predicate(info_.weights[pass][row])) return false;
+        return true;
+    }
+    bool all_one(int32_t row) const {
+        return all(row, [](uint16_t weight) { return weight == 1; });
+    }
+    bool special(int32_t row) const {
+        return !all(row, [](uint16_t weight) { return (weight & WEIGHT_SPECIAL) == 0; });
+    }
+    // The expansion that the row stands for on every pass, or -1.
+    int32_t expansion(int32_t row) const {
+        const uint16_t first = info_.weights[0][row];
+        const bool same = is_expansion(first) && all(row, [first](uint16_t weight) { return weight == first; });
+        return same ? first & WEIGHT_VALUE : -1;
+    }
+    // Different for most different rows.
+    uint32_t hash(int32_t row) const {
+        uint32_t hash = 0;
+        for (int32_t pass = 0; pass < info_.pass_count; ++pass) hash = (hash ^ info_.weights[pass][row]) * 0x9E3779B1;
+        return hash;
+    }
+    // Negative, 0 or positive.
+    int compare(int32_t a, int32_t b) const {
+        for (int32_t pass = 0; pass < info_.pass_count; ++pass) {
+            const int difference = info_.weights[pass][a] - info_.weights[pass][b];
+            if (difference != 0) return difference;
+        }
+        return 0;
+    }
+
+  private:
+    const gl_collate_info &info_;
+};
+
+struct HashedRow {
+    uint32_t hash;
+    int32_t row;
+};
+
+// For each of `count` rows the first one with its weights: equal rows stand together once they are sorted. The hashes decide nearly
+// always.
+void find_first_equals(const Rows &rows, HashedRow *list, uint32_t count, int32_t *first) {
+    std::sort(list, list + count, [&rows](const HashedRow &a, const HashedRow &b) {
+        if (a.hash != b.hash) return a.hash < b.hash;
+        const int difference = rows.compare(a.row, b.row);
+        return difference != 0 ? difference < 0 : a.row < b.row;
+    });
+    for (uint32_t i = 0; i < count; ++i) {
+        const bool equal = i > 0 && list[i - 1].hash == list[i].hash && rows.compare(list[i - 1].row, list[i].row) == 0;
+        first[list[i].row] = equal ? first[list[i - 1].row] : list[i].row;
+    }
+}
+
+} // namespace
+
+bool classify_rows(const gl_collate_info &info, RowGroups &groups) {
+    const Rows rows(info);
+    const auto count = static_cast<uint32_t>(info.row_count) + 1;
+    groups.group = Owned<int32_t>::allocate(count);
+    const Owned<HashedRow> ordinary_rows = Owned<HashedRow>::allocate(count);
+    const Owned<int32_t> first_equals = Owned<int32_t>::allocate(count);
+    const Owned<uint8_t> expansions_seen = Owned<uint8_t>::allocate(WEIGHT_VALUE + 1);
+    if (!groups.group || !ordinary_rows || !first_equals || !expansions_seen) return false;
+    int32_t *const group = groups.group.get(), *const first = first_equals.get();
+    HashedRow *const ordinary = ordinary_rows.get();
+    uint8_t *const seen = expansions_seen.get();
+    memset(seen, 0, WEIGHT_VALUE + 1);
+
+    uint32_t ordinary_count = 0;
+    for (int32_t row = 0; row <= info.row_count; ++row) {
+        const bool all_one = rows.all_one(row);
+        group[row] = all_one ? RowGroups::ALL_ONE : RowGroups::NONE;
+        first[row] = NOT_ORDINARY;
+        groups.has_all_one = groups.has_all_one || all_one;
+        if (!all_one && !rows.special(row)) ordinary[ordinary_count++] = {rows.hash(row), row};
+    }
+    find_first_equals(rows, ordinary, ordinary_count, first);
+    for (int32_t row = 0; row <= info.row_count; ++row) {
+        if (first[row] == NOT_ORDINARY) continue;
+        if (first[row] != row) {
+            int32_t &joined = group[first[row]];
+            if (joined == RowGroups::NONE) joined = groups.class_count++;
+            group[row] = joined;
+        }
+        const int32_t expansion = rows.expansion(row);
+        if (expansion < 0 || seen[expansion] != 0) continue;
+        seen[expansion] = 1;
+        if (!groups.expansion_rows.append(row) || !groups.expansion_rows.append(expansion)) return false;
+        if (group[row] == RowGroups::NONE) group[row] = groups.class_count++;
+    }
+    return true;
+}
+
+} // namespace qbgl

@@ -1,0 +1,40 @@
+#include "setlc/ctype_table.h"
+
+#include "ext/error.h"
+#include "multi/read.h"
+
+#include <algorithm>
+
+namespace qbgl {
+
+bool ub2_reader(ByteReader &in, void *value, uint32_t, void *) {
+    const auto read = static_cast<uint16_t>(in.hex(4));
+    memcpy(value, &read, sizeof read);
+    return true;
+}
+
+int read_character_table(ByteReader &in, gl_locale *locale, gl_multi *table) {
+    if (table == nullptr) {
+        set_error(locale, GL_ENOMEM);
+        return -1;
+    }
+    const int result = read_table(in, *table, MAX_KEY, ub2_reader, nullptr);
+    if (result != 0) set_error(locale, _gl_multi_err(table));
+    return result;
+}
+
+bool values_within(const gl_multi &table, unsigned limit) {
+    unsigned largest = value_at(table.default_entry);
+    for_each_value(table, [&largest](int, uint16_t value) { largest = std::max<unsigned>(largest, value); });
+    return largest <= limit;
+}
+
+int encode(const gl_multi &table, gl_wchar wc, char *buffer) {
+    if (_gl_retrieve_wchar_multi_nl(nullptr, wc, &table) == nullptr) return 0;
+    const int significant = wc > 0xFFFFFF ? 4 : wc > 0xFFFF ? 3 : wc > 0xFF ? 2 : 1;
+    const int length = std::max(significant, table.min_length);
+    for (int i = 0; i < length; ++i) buffer[i] = static_cast<char>(wc >> (8 * (length - 1 - i)));
+    return length;
+}
+
+} // namespace qbgl

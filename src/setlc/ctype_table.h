@@ -1,0 +1,37 @@
+// The tables of a locale object: characters with 16-bit values.
+#pragma once
+
+#include "multi/table.h"
+#include "util/tokens.h"
+
+#include <string.h>
+
+namespace qbgl {
+
+// A value is four hexadecimal digits.
+bool ub2_reader(ByteReader &in, void *value, uint32_t size, void *);
+
+// Reads a table into the one that the handle holds for it. Returns 0, or a failure with the handle's error number.
+int read_character_table(ByteReader &in, gl_locale *locale, gl_multi *table);
+
+// Whether all values, that of characters without one of their own included, are at most `limit`.
+bool values_within(const gl_multi &table, unsigned limit);
+
+// Writes the character of a value and returns its length, or 0 when the table has no such character.
+int encode(const gl_multi &table, gl_wchar wc, char *buffer);
+
+inline uint16_t value_at(const uint8_t *entry) {
+    uint16_t value;
+    memcpy(&value, entry, sizeof value);
+    return value;
+}
+
+// Calls visit(length, value) for each character that has a value of its own.
+template <class Visit> void for_each_value(const gl_multi &table, const MultiNode &node, int length, Visit visit) {
+    for (int32_t i = 0; i < node.data.count; ++i)
+        if (node.flags[node.data.first + i] == FLAG_END) visit(length, value_at(node.data.entries + (i << table.element_shift)));
+    for (int32_t i = 0; i < node.child_count; ++i) for_each_value(table, *node.next[i], length + 1, visit);
+}
+template <class Visit> void for_each_value(const gl_multi &table, Visit visit) { for_each_value(table, *table.root, 1, visit); }
+
+} // namespace qbgl

@@ -1,0 +1,15 @@
+// The eras of the time category.
+#pragma once
+
+#include "qbgl.h"
+
+namespace qbgl {
+
+// Makes the era records from the era strings, and the joined texts of eras and alternative digits. 0, or -1 with the handle's error
+// and no records.
+int init_era_info(gl_locale *locale);
+
+// Frees the era records.
+void era_cleanup(gl_locale *locale);
+
+} // namespace qbgl

@@ -1,0 +1,59 @@
+// Categories that the extension library serves.
+#include "ext/error.h"
+#include "qbnxdl/entry_points.h"
+#include "setlc/handle.h"
+
+#include <string.h>
+
+namespace qbgl {
+
+namespace {
+
+constexpr int COLLATION_BY_EXTENSION = 3;
+
+// The handle of another category of the same name; one that belongs to the source of a copy is not ours to share.
+void *handle_of_name(const gl_locale *locale, const char *name) {
+    for (int other = FIRST_CATEGORY; other <= LAST_CATEGORY; ++other) {
+        if (locale->glu_flag[other] != 0 && locale->shared[other] == 0 &&
+            strncmp(locale->locale_name[other], name, LONGEST_LOCALE_NAME) == 0)
+            return locale->glu_handle[other];
+    }
+    return nullptr;
+}
+
+void *open_handle(gl_locale *locale, const char *name) {
+    int16_t error = 0;
+    void *handle = glx_lc_open(const_cast<char *>(name), pMap, &error);
+    if (handle != nullptr && error <= 0) return handle;
+    set_error(locale, error > 0 ? int{error} : int{GL_ELOADCAT});
+    return nullptr;
+}
+
+void let_go(gl_locale *locale, int category) {
+    void *handle = locale->glu_handle[category];
+    locale->glu_handle[category] = nullptr;
+    if (handle == nullptr || locale->shared[category] != 0) return;
+    for (const void *other : locale->glu_handle)
+        if (other == handle) return;
+    glx_lc_close(handle);
+}
+
+} // namespace
+
+int set_categories_glu(gl_locale *locale, int category, const char *name) {
+    if (unicode_collate != 1 || fn_glu_useIcuLocCall == nullptr || fn_glu_useIcuLocCall(name, category) != 1) return 0;
+    void *handle = handle_of_name(locale, name);
+    if (handle == nullptr) handle = open_handle(locale, name);
+    if (handle == nullptr) return -1;
+    locale->glu_handle[category] = handle;
+    locale->glu_flag[category] = 1;
+    if (category == GL_CAT_COLLATE) locale->collate.kind = COLLATION_BY_EXTENSION;
+    return 0;
+}
+
+void set_categories_glu_null(gl_locale *locale, int category) {
+    if (category != GL_CAT_ALL) return let_go(locale, category);
+    for (int each = FIRST_CATEGORY; each <= LAST_CATEGORY; ++each) let_go(locale, each);
+}
+
+} // namespace qbgl

@@ -1,0 +1,132 @@
+#include "setlc/object.h"
+
+#include "ext/error.h"
+#include "setlc/categories.h"
+#include "util/log.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+namespace qbgl {
+
+const char *const category_markers[8] = {
+    "", "", "### LC_CTYPE\n", "### LC_COLLATE\n", "### LC_NUMERIC\n", "### LC_MONETARY\n", "### LC_TIME\n", "### LC_MESSAGES\n"};
+const char *const category_params[8] = {"", "", "GL_CTYPE", "GL_COLLATE", "GL_NUMERIC", "GL_MONETARY", "GL_TIME", "GL_MESSAGES"};
+
+namespace {
+
+constexpr int LINE_SIZE = 128;
+constexpr int HEADER_LINES_READ = 3; // file type, version and line count
+
+bool read_line(FILE *file, char *line, uint32_t size) {
+    return _gl_ext_fgets(line, size, file) != nullptr && replace_nl(line) == 0;
+}
+
+bool skip_compiler_lines(FILE *file, long count) {
+    char line[LINE_SIZE];
+    for (long i = HEADER_LINES_READ; i < count; ++i)
+        if (!read_line(file, line, sizeof line)) return false;
+    return true;
+}
+
+// Skips lines up to the category's marker. A marker is a whole line, not the end of a long one.
+bool find_marker(FILE *file, int category) {
+    char line[LINE_SIZE];
+    for (bool at_start = true; _gl_ext_fgets(line, sizeof line, file) != nullptr; at_start = check_nl(line) == 0)
+        if (at_start && strcmp(line, category_markers[category]) == 0) return true;
+    return false;
+}
+
+int fail(gl_locale *locale, int error) {
+    if (error != 0) set_error(locale, error);
+    return 1;
+}
+
+int fail_with_message(gl_locale *locale, int error, const char *message) {
+    gl_message(message);
+    return fail(locale, error);
+}
+
+template <class Info>
+int read_texts(FILE *file, gl_locale *locale, Info &info, int (*read)(FILE *, Info *, int32_t *), int (*init)(gl_locale *),
+               const char *read_failed, const char *init_failed) {
+    int32_t error = 0;
+    if (read(file, &info, &error) != 0) return fail_with_message(locale, error, read_failed);
+    return init(locale) < 1 ? fail_with_message(locale, 0, init_failed) : 0;
+}
+
+// The section behind the marker.
+int read_section(FILE *file, gl_locale *locale, int category, const char *messages_failed) {
+    switch (category) {
+    case GL_CAT_CTYPE: return read_ctype(file, locale) != 0;
+    case GL_CAT_COLLATE: return read_collate(file, locale) != 0;
+    case GL_CAT_NUMERIC:
+        return read_texts(file, locale, locale->numeric, _gl_read_numeric, init_numeric_info,
+                          "Failed to read numeric information\n", "Failed to initialize numeric information\n");
+    case GL_CAT_MONETARY:
+        return read_texts(file, locale, locale->monetary, _gl_read_monetary, init_monetary_info,
+                          "Failed to read monetary information\n", "Failed to initialize monetary information\n");
+    case GL_CAT_TIME:
+        return read_texts(file, locale, locale->time, _gl_read_time, init_time_info, "Failed to read time information\n",
+                          "Failed to initialize time information\n");
+    default:
+        return read_texts(file, locale, locale->messages, _gl_read_messages, init_message_info, messages_failed,
+                          "Failed to initialize messages information\n");
+    }
+}
+
+// A byte that could not be read counts as a digit 0: only the stream knows that it was none.
+int check_stream(FILE *file, gl_locale *locale) { return _gl_ext_ferror(file) != 0 ? fail(locale, GL_ENOFILE) : 0; }
+
+} // namespace
+
+int read_file_header(FILE *file, CodesetName &codeset, int32_t *error) {
+    *error = GL_EBADFILE;
+    char line[LINE_SIZE];
+    if (!read_line(file, line, sizeof line) || strcmp(line, "FILE_TYPE=locale_object") != 0) return 0;
+    if (!read_line(file, line, sizeof line)) return 0;
+    if (strcmp(line, "COMPILER_VERSION=11") != 0) {
+        *error = GL_EVERSION;
+        return 0;
+    }
+    if (!read_line(file, line, sizeof line)) return 0;
+    const char *equals = strchr(line, '=');
+    const long count = equals != nullptr ? strtol(equals + 1, nullptr, 10) : 0;
+    if (count < HEADER_LINES_READ || !skip_compiler_lines(file, count)) return 0;
+    if (!read_line(file, codeset, sizeof codeset)) return 0;
+    *error = 0;
+    return 1;
+}
+
+int verify_codesets(const gl_locale *locale, int category) {
+    return same_codeset(nullptr, locale->codeset_name[category], locale->codeset_name[GL_CAT_CTYPE]) ? 0 : 1;
+}
+
+int read_locale_file(FILE *file, gl_locale *locale) {
+    CodesetName codeset = {};
+    int32_t error = 0;
+    if (read_file_header(file, codeset, &error) == 0) return fail(locale, error);
+    for (int category = FIRST_CATEGORY; category <= LAST_CATEGORY; ++category)
+        memcpy(locale->codeset_name[category], codeset, sizeof codeset);
+    for (int category = FIRST_CATEGORY; category <= LAST_CATEGORY; ++category) {
+        if (!find_marker(file, category)) return fail(locale, GL_EBADFILE);
+        if (read_section(file, locale, category, "Failed to read messages information\n") != 0) return 1;
+    }
+    return check_stream(file, locale);
+}
+
+int read_one_category(gl_locale *locale, int category, ObjectFile &object) {
+    FILE *file = object.stream->get();
+    int32_t error = 0;
+    if (!object.header_read && read_file_header(file, object.codeset, &error) == 0) return fail(locale, error);
+    object.header_read = true;
+    memcpy(locale->codeset_name[category], object.codeset, sizeof object.codeset);
+    if (verify_codesets(locale, category) != 0) return fail(locale, GL_ECTYPECS);
+    object.at_end = !find_marker(file, category);
+    if (object.at_end) return fail(locale, GL_EBADFILE);
+    // A failed reader of messages reports a failed initialisation here: hosts know the text.
+    if (read_section(file, locale, category, "Failed to initialize messages information\n") != 0) return 1;
+    return check_stream(file, locale);
+}
+
+} // namespace qbgl
