@@ -1,0 +1,337 @@
+// Locale definitions as the platform has them and as users write them.
+#include "definition.h"
+#include "parallel.h"
+#include "sequence.h"
+#include "support/files.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+
+using namespace qbgl::compiler;
+namespace fs = std::filesystem;
+using Kind = CollationStatement::Kind;
+
+namespace {
+
+const fs::path PLATFORM = "/usr/share/i18n/locales";
+
+std::string utf8(std::u32string_view text) {
+    std::string result;
+    for (const char32_t code : text) result += utf8_of(code).text();
+    return result;
+}
+
+// Definitions of all six categories, which are empty unless a test fills them.
+class Definitions : public testing::Test {
+  protected:
+    using Bodies = std::map<std::string, std::string>;
+
+    std::string write(const std::string &name, Bodies bodies, const std::string &head = "comment_char %\nescape_char /\n") {
+        std::string text = head;
+        for (const char *category : {"LC_CTYPE", "LC_COLLATE", "LC_NUMERIC", "LC_MONETARY", "LC_TIME", "LC_MESSAGES"})
+            text += fmt::format("{}\n{}END {}\n", category, bodies[category], category);
+        qbgl_test::write_file(directory_ / name, text);
+        return directory_ / name;
+    }
+    std::shared_ptr<const Definition> read(const Bodies &bodies) { return DefinitionReader().read(write("d", bodies)); }
+
+    // The message behind "directory/", or "no error".
+    std::string error_of(const std::string &file) {
+        try {
+            DefinitionReader().read(file);
+        } catch (const DataError &error) {
+            return std::string(error.what()).substr(directory_.path().string().size() + 1);
+        }
+        return "no error";
+    }
+
+    qbgl_test::TempDir directory_;
+};
+
+std::string dump(const std::vector<CodeRange> &ranges) {
+    std::string text;
+    for (const CodeRange &range : ranges)
+        text += range.first == range.last ? fmt::format("{:X} ", static_cast<unsigned>(range.first))
+                                          : fmt::format("{:X}-{:X}/{} ", static_cast<unsigned>(range.first),
+                                                        static_cast<unsigned>(range.last), static_cast<unsigned>(range.step));
+    return text;
+}
+
+std::string dump(const CollationItem &item) {
+    switch (item.kind) {
+    case CollationItem::Kind::CHARACTER: return utf8(item.text);
+    case CollationItem::Kind::TEXT: return '"' + utf8(item.text) + '"';
+    case CollationItem::Kind::NAME: return fmt::format("<{}>", item.name);
+    case CollationItem::Kind::IGNORE: return "IGNORE";
+    case CollationItem::Kind::UNDEFINED: return "UNDEFINED";
+    case CollationItem::Kind::ELLIPSIS: return "...";
+    }
+    return {};
+}
+
+std::string dump(const CollationRules &rules) {
+    std::string text;
+    rules.for_each([&](const CollationStatement &statement) {
+        text += fmt::format("{}{}", text.empty() ? "" : "|", static_cast<int>(statement.kind));
+        if (!statement.name.empty()) text += fmt::format(" <{}>", statement.name);
+        for (const CollationItem &item : statement.operands) text += " " + dump(item);
+        for (const auto &weight : statement.weights) {
+            text += ";";
+            for (const CollationItem &item : weight) text += dump(item);
+        }
+        for (const std::string &direction : statement.directions) text += ":" + direction;
+    });
+    return text;
+}
+
+std::string dump(const TranslitRule &rule) {
+    std::string text = utf8(rule.from) + "=";
+    for (const std::u32string &alternative : rule.alternatives) text += utf8(alternative) + ";";
+    return text;
+}
+
+} // namespace
+
+// Every locale of the platform is one that a user may name; files without a category of their own are parts of others.
+TEST(PlatformDefinitions, AllAreRead) {
+    DefinitionReader reader;
+    size_t locales = 0;
+    for (const fs::directory_entry &entry : fs::directory_iterator(PLATFORM)) {
+        if (qbgl_test::read_file(entry.path()).find("\nLC_TIME") == std::string::npos) continue;
+        ++locales;
+        EXPECT_NO_THROW(reader.read(entry.path())) << entry.path();
+    }
+    EXPECT_GT(locales, 300u);
+}
+
+TEST(PlatformDefinitions, AgreeWithWhatTheFilesSay) {
+    DefinitionReader reader;
+    const auto fr_ca = reader.read(reader.find("fr_CA")), ja_jp = reader.read(reader.find("ja_JP")),
+               de_de = reader.read(PLATFORM / "de_DE");
+
+    std::map<Kind, size_t> statements;
+    std::map<std::string, std::string> second_direction;
+    size_t symbols = 0;
+    fr_ca->collate->for_each([&](const CollationStatement &statement) {
+        ++statements[statement.kind];
+        if (statement.kind == Kind::COLLATING_SYMBOL) symbols += names_of(statement).size();
+        if (statement.kind == Kind::ORDER_START) second_direction[std::string(statement.name)] = statement.directions.at(1);
+    });
+    const std::string common = qbgl_test::read_file(PLATFORM / "iso14651_t1_common");
+    size_t elements = 0;
+    for (size_t at = 0; (at = common.find("\ncollating-element ", at)) != std::string::npos; ++at) ++elements;
+    EXPECT_EQ(statements[Kind::COLLATING_ELEMENT], elements);
+    EXPECT_GT(statements[Kind::ENTRY], 80000u);
+    EXPECT_GT(symbols, 80000u); // most of them in ranges
+    EXPECT_EQ(second_direction["LATIN"], "backward") << "what fr_CA defines must reach what it copies from en_CA";
+    EXPECT_EQ(second_direction["CYRIL"], "forward");
+    EXPECT_EQ(fr_ca->sources.at(0), PLATFORM / "fr_CA");
+    EXPECT_NE(std::find(fr_ca->sources.begin(), fr_ca->sources.end(), PLATFORM / "iso14651_t1_common"), fr_ca->sources.end());
+    EXPECT_EQ(utf8(fr_ca->monetary.at("int_curr_symbol").text()), "CAD ");
+    EXPECT_EQ(fr_ca->monetary.at("mon_grouping").numbers(), (std::vector{3, 3}));
+
+    EXPECT_EQ(ja_jp->time.at("alt_digits").operands.size(), 100u);
+    const auto eras = ja_jp->time.at("era").texts();
+    ASSERT_EQ(eras.size(), 11u);
+    EXPECT_EQ(utf8(eras.back()), "+:1:-0001/12/31:-*:\u7D00\u5143\u524D:%EC%Ey\u5E74");
+    EXPECT_EQ(dump(de_de->ctype.translit.at(0)), "\u00C4=A\u0308;AE;");
+    EXPECT_EQ(ja_jp->ctype.own_classes.front(), "combining");
+    EXPECT_EQ(ja_jp->ctype.classes.at("jdigit").size(), 10u);
+    EXPECT_GT(ja_jp->ctype.maps.at("tojkata").size(), 80u);
+    EXPECT_EQ(utf8(de_de->ctype.default_missing.at(0)), "?");
+}
+
+TEST(PlatformDefinitions, AreSharedByWhoCopiesThem) {
+    DefinitionReader reader;
+    std::vector<std::shared_ptr<const Definition>> read(4);
+    parallel_for(read.size(), 4, [&](size_t i) { read[i] = reader.read(reader.find(i % 2 ? "de_AT" : "de_DE")); });
+    const auto copied = [](const Definition &definition) { return std::get<CollationRulesPtr>(definition.collate->items.at(0)); };
+    EXPECT_EQ(read[0]->collate, read[2]->collate);
+    EXPECT_EQ(copied(*read[0]), copied(*read[1]));
+}
+
+TEST_F(Definitions, Members) {
+    const struct {
+        const char *list, *ranges;
+    } cases[] = {
+        {"<A>;<left-square-bracket>;<U00E9>;<U0001F600>", "41 5B E9 1F600 "},
+        {"a;\u00E9;/;;/,;/%", "61 E9 3B 2C 25 "},
+        {"/x2c;/d044;/054;<space>;/</x41", nullptr},
+        {"/x2c;/d044;/054;<space>", "2C 2C 2C 20 "},
+        {"<U0041>..<U005A>;a...z;<a>;...;<c>;<U0041>;..(2)..;<U0047>", "41-5A/1 61-7A/1 61-63/1 41-47/2 "},
+        {"<U0041>..(2)..<U0047>", "41-47/2 "},
+        {"<U0009>....<U0011>", "9 10 11 "},
+        {"/\n  <U0041>; /\n% <U0042>;/\n<U0043>; % three /\n<U0044>;  % a ; ends", "41 43 44 "},
+    };
+    for (const auto &test : cases) {
+        const std::string file = write("d", {{"LC_CTYPE", fmt::format("upper {}\n", test.list)}});
+        if (!test.ranges) {
+            EXPECT_NE(error_of(file), "no error") << test.list;
+            continue;
+        }
+        EXPECT_EQ(dump(DefinitionReader().read(file)->ctype.classes.at("upper")), test.ranges) << test.list;
+    }
+}
+
+TEST_F(Definitions, ClassesMapsAndTransliteration) {
+    write("part", {{"LC_CTYPE", "translit_start\n<U00E6> \"part\"\ntranslit_end\n"}});
+    write("base", {{"LC_CTYPE", "upper A\nclass \"vowel\"; a;e\ncharclass consonant\nconsonant b\nmap \"totitle\"; (a,A)\n"
+                                "translit_start\n<U00E6> \"base\"\ndefault_missing <U003F>\ntranslit_end\n"}});
+    const auto read_types = read({{"LC_CTYPE", "copy \"base\"\nupper B\nvowel i\ncharconv tolow\ntolow (A,a);(B,<U0062>);\n"
+                                               "map \"totitle\"; (b,B)\n"
+                                               "translit_start\ninclude \"part\";\"\"\n<U00E6> \"ae\";<U0065>;e<U0301>\n"
+                                               "<U0041><U0042> \"\"\ntranslit_ignore <U0300>..<U0301>\ntranslit_end\n"}});
+    const CharacterTypes &types = read_types->ctype;
+    EXPECT_EQ(dump(types.classes.at("upper")), "41 42 ");
+    EXPECT_EQ(dump(types.classes.at("vowel")), "61 65 69 ");
+    EXPECT_EQ(types.own_classes, (std::vector<std::string>{"vowel", "consonant"}));
+    EXPECT_EQ(types.maps.at("totitle").size(), 2u);
+    EXPECT_EQ(types.maps.at("tolow").at(1).to, U'b');
+    std::string rules;
+    for (const TranslitRule &rule : types.translit) rules += dump(rule) + " ";
+    EXPECT_EQ(rules, "\u00E6=ae;e;e\u0301; AB=; \u0300=; \u0301=; \u00E6=part; \u00E6=base; ");
+    EXPECT_EQ(types.default_missing, std::vector<std::u32string>{U"?"});
+    EXPECT_EQ(read_types->sources.size(), 3u);
+    EXPECT_EQ(read_types->ctype_place.line, 3u);
+}
+
+TEST_F(Definitions, Keywords) {
+    write("base", {{"LC_TIME", "d_fmt \"base\"\nt_fmt \"base\"\n"}});
+    const auto definition =
+        read({{"LC_NUMERIC", "decimal_point \"<comma>\"\ngrouping 3;2;-1\n"},
+              {"LC_TIME", "copy \"base\"\nam_pm \"a/\"/<<U00E9>/\n/x42\";\"\"\nt_fmt \"%H//%M\" % now\nweek 7;19971130;4\n"}});
+    EXPECT_EQ(definition->numeric.at("grouping").numbers(), (std::vector{3, 2, -1}));
+    EXPECT_EQ(utf8(definition->numeric.at("decimal_point").text()), ",");
+    EXPECT_EQ(definition->time.at("am_pm").texts(), (std::vector<std::u32string>{U"a\"<\u00E9B", U""}));
+    EXPECT_EQ(utf8(definition->time.at("t_fmt").text()), "%H/%M");
+    EXPECT_EQ(utf8(definition->time.at("d_fmt").text()), "base");
+    EXPECT_EQ(definition->time.at("week").place.line - definition->time_place.line, 5u);
+    EXPECT_THROW(definition->time.at("week").number(), DataError);
+    EXPECT_THROW(definition->time.at("t_fmt").numbers(), DataError);
+}
+
+TEST_F(Definitions, CollationStatements) {
+    const struct {
+        const char *body, *statements;
+    } cases[] = {
+        {"script <S>\nsection-symbol <A>;<B>\ncoll_weight_max 4\ncodepoint_collation\n", "1 <S>|0 <A> <B>|5|14"},
+        {"collating-symbol <a>\ncollating-symbol <S0009>..<S327F> % many\n", "2 <a>|2 <S0009> <S327F>"},
+        {"collating-symbol <j8>....(2)....<j12>\n", "2 <j8>|2 <j10>|2 <j12>"},
+        {"collating-element <c-h> from \"c<U0068>\"\nsymbol-equivalence <X> <Y/>>\n", "3 <c-h> \"ch\"|4 <X> <Y>>"},
+        {"order_start <S>;forward;backward;forward, position\nUNDEFINED IGNORE\norder_end\n",
+         "6 <S>:forward:backward:forward,position|7 UNDEFINED;IGNORE|8"},
+        {"<U0041> <A>;\"<BASE>x<U0301>\";;..\n<A>\n.. ..;IGNORE\nz \"\"\n",
+         "7 A;<A>;<BASE>x\u0301;;...|7 <A>|7 ...;...;IGNORE|7 z;IGNORE"},
+        {"<U4E00>..<U9FFF> <H>\n<U0041>..(2)..<U0043>\n<U0009>....<U0010> <D>\n<S1>..<S3>\n",
+         "7 \u4E00 \u9FFF;<H>|7 A|7 C|7 \t;<D>|7 \x10;<D>|7 <S1> <S3>"},
+        {"reorder-after <A>\n<B>\nreorder-after b\nreorder-end\n", "9 <A>|7 <B>|9 b|10"},
+        {"reorder-sections-after <A>\n<B>;forward;backward\n<C>\nreorder-sections-end\n",
+         "11 <A>|12 <B>:forward:backward|12 <C>|13"},
+    };
+    for (const auto &test : cases) EXPECT_EQ(dump(*read({{"LC_COLLATE", test.body}})->collate), test.statements) << test.body;
+
+    const auto ranges =
+        read({{"LC_COLLATE", "collating-symbol <R0FF>..<R101>\ncollating-symbol <rfe>..<r101>\ncollating-symbol <d9>....<d10>\n"}});
+    std::string names;
+    ranges->collate->for_each([&](const CollationStatement &statement) {
+        for (const std::string &name : names_of(statement)) names += name + " ";
+    });
+    EXPECT_EQ(names, "R0FF R100 R101 rfe rff r100 r101 d9 d10 ");
+}
+
+TEST_F(Definitions, Conditions) {
+    const std::string branches = "ifdef A\n<a>\nelif B\n<b>\nelse\n<c>\nendif\nifndef A\nifdef B\n<nb>\nelse\n<n>\nendif\nendif\n";
+    write("base", {{"LC_COLLATE", branches + "define C\n"}});
+    const struct {
+        const char *before, *entries;
+    } cases[] = {{"", "7 <c>|7 <n>|7 <after>"},
+                 {"define B\n", "7 <b>|7 <nb>|7 <after>"},
+                 {"define A\ndefine B\n", "7 <a>|7 <after>"},
+                 {"define A\nundef A\n", "7 <c>|7 <n>|7 <after>"},
+                 {"ifdef A\nno such keyword\nendif\n", "7 <c>|7 <n>|7 <after>"}};
+    DefinitionReader reader;
+    for (const auto &test : cases) {
+        const std::string body = std::string(test.before) + "copy \"base\"\nifdef C\n<after>\nendif\n";
+        const std::string name = fmt::format("d{}", &test - cases);
+        EXPECT_EQ(dump(*reader.read(write(name, {{"LC_COLLATE", body}}))->collate), test.entries) << test.before;
+    }
+}
+
+TEST_F(Definitions, ErrorsTellWhere) {
+    write("loop", {{"LC_CTYPE", "copy \"d\"\n"}});
+    qbgl_test::write_file(directory_ / "none", "LC_TIME\nEND LC_TIME\n");
+    const struct {
+        const char *category, *body, *message; // behind "d:" and the line in the body
+    } cases[] = {
+        {"LC_CTYPE", "\nvowel a\n", "2: vowel: unknown keyword of LC_CTYPE"},
+        {"LC_CTYPE", "upper <U0041>;\n\nlower <nonsense>\n", "3: <nonsense>: unknown character"},
+        {"LC_CTYPE", "upper A B\n", "1: end of line expected: B"},
+        {"LC_CTYPE", "upper <U0042>..<U0041>\n", "1: range runs backward"},
+        {"LC_CTYPE", "upper ...;b\n", "1: ellipsis without a first character: ..."},
+        {"LC_CTYPE", "upper <UD800>\n", "1: <UD800> is not a character of Unicode"},
+        {"LC_CTYPE", "upper /xc4\n", "1: c4: a byte beyond ASCII is no character, write <Uxxxx>"},
+        {"LC_CTYPE", "upper \xC0\x80\n", "1: not UTF-8: \xC0\x80"},
+        {"LC_CTYPE", "upper ab\n", "1: character expected: ab"},
+        {"LC_CTYPE", "upper <U0041\n", "1: symbol is not closed by >"},
+        {"LC_CTYPE", "toupper (a,A);(b)\n", "1: , expected: )"},
+        {"LC_CTYPE", "translit_start\nae \"x\"\ntranslit_end\n", "2: character expected: ae"},
+        {"LC_CTYPE", "\ntranslit_start\n", "2: translit_start is not closed by translit_end"},
+        {"LC_CTYPE", "copy \"loop\"\n", nullptr},
+        {"LC_CTYPE", "copy \"nowhere\"\n", "1: nowhere: no such definition"},
+        {"LC_CTYPE", "copy \"none\"\n", nullptr},
+        {"LC_COLLATE", "order_begin\n", "1: order_begin: unknown keyword of LC_COLLATE"},
+        {"LC_COLLATE", "\norder_start forward,backward\n", "2: both forward and backward"},
+        {"LC_COLLATE", "order_start sideways\n", "1: sideways: unknown direction"},
+        {"LC_COLLATE", "order_start\n<a>\n", "1: order_start is not closed by order_end"},
+        {"LC_COLLATE", "reorder-end\n", "1: reorder-end without reorder-after"},
+        {"LC_COLLATE", "\nifdef A\n", "2: condition is not closed by endif"},
+        {"LC_COLLATE", "endif\n", "1: endif without a condition"},
+        {"LC_COLLATE", "collating-symbol <A1>..<B2>\n", "1: <A1> to <B2>: no range of names"},
+        {"LC_COLLATE", "<U0041> <a>..<b>\n", "1: end of line expected: .."},
+        {"LC_COLLATE", "<U0041> <a> <b>\n", "1: end of line expected: <b>"},
+        {"LC_TIME", "am_pm \"a\"\n", "1: am_pm: 1 operands, not 2"},
+        {"LC_TIME", "d_fmt 3\n", "1: text in quotes expected: 3"},
+        {"LC_TIME", "d_fmt \"a\n\"\n", "1: text is not closed by \""},
+        {"LC_TIME", "d_fmt \"a\"\nd_fmt \"b\"\n", "2: d_fmt: stands twice"},
+        {"LC_NUMERIC", "d_fmt \"a\"\n", "1: d_fmt: unknown keyword of LC_NUMERIC"},
+        {"LC_NUMERIC", "grouping three\n", "1: number expected: three"},
+    };
+    for (const auto &test : cases) {
+        const std::string file = write("d", {{test.category, test.body}}), error = error_of(file);
+        if (!test.message) { // the copied file is the one to blame
+            EXPECT_TRUE(error == "loop:4: copies itself, by way of other definitions or at once" ||
+                        error == fmt::format("d:4: {}: has no LC_CTYPE", directory_ / "none"))
+                << error;
+            continue;
+        }
+        const std::string text = qbgl_test::read_file(file);
+        const auto start = text.begin() + static_cast<long>(text.find(std::string("\n") + test.category + "\n") + 1);
+        const auto line = std::count(text.begin(), start, '\n') + 1 + std::atoi(test.message);
+        EXPECT_EQ(error, fmt::format("d:{}{}", line, std::strchr(test.message, ':'))) << test.body;
+    }
+}
+
+TEST_F(Definitions, CategoriesStandOneBehindTheOther) {
+    const struct {
+        const char *text, *message;
+    } cases[] = {
+        {"LC_CTYPE\nupper a\n", "d:1: LC_CTYPE is not closed by END LC_CTYPE"},
+        {"\nLC_CTYPE\nLC_TIME\nEND LC_TIME\n", "d:2: LC_CTYPE is not closed by END LC_CTYPE"},
+        {"LC_CTYPE\nEND LC_TIME\n", "d:2: END LC_TIME in LC_CTYPE"},
+        {"LC_NAME\nanything (at all\nEND LC_NAME\nLC_NAME\nEND LC_NAME\n", "d:4: LC_NAME: stands twice"},
+        {"LC_CTYPE\nEND LC_CTYPE\n", "d: no LC_COLLATE"},
+        {"# comment\nescape_char //\n", "d:2: single ASCII character expected"},
+        {"comment_char /\nescape_char /\nLC_CTYPE\n", "d:3: / begins comments and escapes"},
+        {"repertoiremap x\n", "d:1: repertoiremap: unknown outside a category"},
+    };
+    for (const auto &test : cases) {
+        qbgl_test::write_file(directory_ / "d", test.text);
+        EXPECT_EQ(error_of(directory_ / "d"), test.message) << test.text;
+    }
+    EXPECT_THROW(DefinitionReader().read(directory_ / "missing"), SystemError);
+    EXPECT_THROW(DefinitionReader().find("no_WHERE"), DataError);
+}
