@@ -19,6 +19,8 @@ std::filesystem::path Library::charmap_path(const std::string &name) const {
 
 namespace {
 
+constexpr const char *WIDTH_CHARMAP = "UTF-8"; // has the widths of all characters
+
 // The platform's charmap of UTF-8 lists assigned characters; text of a later Unicode than its own must not be refused. Beyond the
 // first plane the unassigned codes are too many to be worth their memory.
 void add_unassigned(Codeset &utf8) {
@@ -29,23 +31,40 @@ void add_unassigned(Codeset &utf8) {
 
 } // namespace
 
-CodesetPtr Library::load(const Catalogue::Codeset &codeset) {
+namespace {
+
+// The charmap of a codeset whose characters iconv tells.
+std::optional<std::filesystem::path> width_charmap(const Catalogue::Codeset &codeset) {
+    if (codeset.source.kind != CodesetSource::Kind::ICONV) return std::nullopt;
+    try {
+        return find_charmap(codeset.source.argument);
+    } catch (const DataError &) {
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+CodesetPtr Library::load_charmap_codeset(Item &item, const Catalogue::Codeset &codeset) {
+    std::string warning;
+    const Charmap charmap = load_charmap(charmap_path(codeset.source.argument));
+    const auto result = codeset_from_charmap(charmap, codeset.name, warning, codeset.source.below);
+    if (charmap.steps_in_utf8()) add_unassigned(*result);
+    if (codeset.source.kind == CodesetSource::Kind::CHARMAP_ICONV) add_composed_from_iconv(codeset.iconv, *result);
+    if (!warning.empty()) {
+        const std::lock_guard lock(warnings_mutex_);
+        warnings_.push_back(warning);
+    }
+    item.widths = width_section(charmap);
+    return result;
+}
+
+CodesetPtr Library::load(Item &item, const Catalogue::Codeset &codeset) {
     using Kind = CodesetSource::Kind;
     const CodesetSource &source = codeset.source;
     switch (source.kind) {
     case Kind::CHARMAP:
-    case Kind::CHARMAP_ICONV: {
-        std::string warning;
-        const Charmap charmap = load_charmap(charmap_path(source.argument));
-        const auto result = codeset_from_charmap(charmap, codeset.name, warning, source.below);
-        if (charmap.steps_in_utf8()) add_unassigned(*result);
-        if (source.kind == Kind::CHARMAP_ICONV) add_composed_from_iconv(codeset.iconv, *result);
-        if (!warning.empty()) {
-            const std::lock_guard lock(warnings_mutex_);
-            warnings_.push_back(warning);
-        }
-        return result;
-    }
+    case Kind::CHARMAP_ICONV: return load_charmap_codeset(item, codeset);
     case Kind::ICONV: return codeset_from_iconv(source.argument, IconvPart::ALL, codeset.name);
     case Kind::ICONV_SINGLE: return codeset_from_iconv(source.argument, IconvPart::SINGLE, codeset.name);
     case Kind::ICONV_DOUBLE: return codeset_from_iconv(source.argument, IconvPart::DOUBLE, codeset.name);
@@ -57,8 +76,35 @@ CodesetPtr Library::load(const Catalogue::Codeset &codeset) {
 
 CodesetPtr Library::codeset(size_t index) {
     Item &item = items_[index];
-    std::call_once(item.loaded, [&] { item.codeset = load(catalogue_.codesets()[index]); });
+    std::call_once(item.loaded, [&] { item.codeset = load(item, catalogue_.codesets()[index]); });
     return item.codeset;
+}
+
+std::vector<bool> Library::full_width(const Codeset &codeset, const WidthSection &own) {
+    if (!own.widths.empty()) return compiler::full_width(codeset, own);
+    std::call_once(widths_loaded_, [&] { utf8_widths_ = width_section(load_charmap(find_charmap(WIDTH_CHARMAP))); });
+    return compiler::full_width(codeset, utf8_widths_);
+}
+
+const std::vector<bool> &Library::full_width(size_t index) {
+    const CodesetPtr codeset = this->codeset(index);
+    Item &item = items_[index];
+    std::call_once(item.measured, [&] {
+        if (const auto charmap = width_charmap(catalogue_.codesets()[index])) item.widths = width_section(load_charmap(*charmap));
+        item.full_width = full_width(*codeset, item.widths);
+    });
+    return item.full_width;
+}
+
+std::string Library::width_mark(size_t index) {
+    std::call_once(widths_marked_, [&] { utf8_width_mark_ = Fingerprint().add(read_file(find_charmap(WIDTH_CHARMAP))).hex(); });
+    const auto own = width_charmap(catalogue_.codesets()[index]);
+    return own ? Fingerprint().add(utf8_width_mark_).add(read_file(*own)).hex() : utf8_width_mark_;
+}
+
+std::string Library::description(size_t index) const {
+    const Catalogue::Codeset &codeset = catalogue_.codesets()[index];
+    return fmt::format("{} {} {}", codeset.name, codeset.number, codeset.source.text());
 }
 
 const std::string &Library::mark(size_t index) {
@@ -80,13 +126,9 @@ const std::string &Library::mark(size_t index) {
 }
 
 std::vector<std::string> Library::header_lines(Catalogue::Pair pair) {
-    const auto describe = [&](const char *side, size_t index) {
-        const Catalogue::Codeset &codeset = catalogue_.codesets()[index];
-        return fmt::format("{}={} {} {}", side, codeset.name, codeset.number, codeset.source.text());
-    };
     const std::string content =
         Fingerprint().add(mark(pair.first)).add(mark(pair.second)).add(substitutions_.fingerprint()).add(compiler_digest()).hex();
-    return {describe("SOURCE", pair.first), describe("TARGET", pair.second), "CONTENT=" + content};
+    return {"SOURCE=" + description(pair.first), "TARGET=" + description(pair.second), "CONTENT=" + content};
 }
 
 std::vector<std::string> Library::take_warnings() {

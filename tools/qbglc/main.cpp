@@ -1,6 +1,7 @@
-// qbglc: compiles the platform's charmaps into the objects that the library reads.
+// qbglc: compiles the platform's charmaps and locale definitions into the objects that the library reads.
 #include "conversion_object.h"
 #include "error.h"
+#include "locale_compiler.h"
 #include "tree.h"
 
 #include <CLI/CLI.hpp>
@@ -30,7 +31,7 @@ fs::path default_data_directory() {
 
 struct Options {
     std::string data;
-    std::string source, target, output, directory;
+    std::string source, target, output, directory, calendar = "gregorian";
     unsigned threads = std::max(1u, std::thread::hardware_concurrency());
 
     fs::path data_directory() const { return data.empty() ? default_data_directory() : fs::path(data); }
@@ -70,6 +71,23 @@ void conv(const Options &options) {
     write_output(options.output.empty() ? fmt::format("{}_{}.cvo", source.name, target.name) : options.output, object);
 }
 
+void locale(const Options &options) {
+    Library library(options.data_directory());
+    LocaleCompiler compiler(library);
+    std::string codeset = options.target, warning;
+    const auto index = library.catalogue().find(codeset);
+    if (!index && !fs::is_regular_file(codeset)) throw DataError(codeset + ": neither a codeset of the recipes nor a charmap file");
+    const LocaleCompiler::Target target = index ? compiler.target(*index) : compiler.own_target(codeset, warning);
+    if (!index) codeset = target.codeset->name();
+    if (!warning.empty()) warn(warning);
+    if (!library.catalogue().find(codeset)) warn(codeset + ": not in the registry, where the library will look for it");
+    for (const std::string &text : library.take_warnings()) warn(text);
+    const std::string header = compiler.header(options.source, target.mark, options.calendar);
+    const std::string name = fmt::format("{}.{}.lco", fs::path(options.source).filename().string(), codeset);
+    write_output(options.output.empty() ? name : options.output,
+                 compiler.object(options.source, target, codeset, options.calendar, header));
+}
+
 void tree(const Options &options) {
     Library library(options.data_directory());
     const bool terminal = isatty(STDERR_FILENO) == 1;
@@ -78,8 +96,9 @@ void tree(const Options &options) {
     };
     const TreeReport report = build_tree(library, options.directory, options.threads, progress);
     for (const std::string &warning : library.take_warnings()) warn(warning);
-    fmt::print("{}: {} conversion objects ({} written, {} old files removed), {} names for them\n", options.directory,
-               report.objects, report.written, report.removed, report.links);
+    for (const std::string &text : report.left_out) warn("locale left out: " + text);
+    fmt::print("{}: {} locales, {} conversions with {} names: {} objects written, {} old files removed\n", options.directory,
+               report.locales - report.left_out.size(), report.conversions, report.links, report.written, report.removed);
 }
 
 void list(const Options &options) {
@@ -92,7 +111,7 @@ void list(const Options &options) {
 }
 
 int run(int argc, char **argv) {
-    CLI::App app("Compiles charmaps into conversion objects and whole installation trees.", "qbglc");
+    CLI::App app("Compiles charmaps and locale definitions into objects and whole installation trees.", "qbglc");
     app.set_version_flag("--version", fmt::format("qbglc {}.{}.{}", QBGL_VERSION_MAJOR, QBGL_VERSION_MINOR, QBGL_VERSION_PATCH));
     app.require_subcommand(1);
     app.footer("Exit status: 0 done, 1 wrong data, 2 wrong call, 3 the system refused something.");
@@ -108,6 +127,12 @@ int run(int argc, char **argv) {
     sub->add_option("SOURCE", options.source, "codeset name or number, or a charmap file")->required();
     sub->add_option("TARGET", options.target, "codeset name or number, or a charmap file")->required();
     sub->add_option("-o,--output", options.output, "file to write, - for standard output (default: SOURCE_TARGET.cvo)");
+    sub = command("locale", "write a locale object", locale);
+    sub->add_option("DEFINITION", options.source, "a locale definition file, or the name of one of the platform's")->required();
+    sub->add_option("CODESET", options.target, "codeset name or number, or a charmap file")->required();
+    sub->add_option("-o,--output", options.output, "file to write, - for standard output (default: DEFINITION.CODESET.lco)");
+    sub->add_option("--calendar", options.calendar, "calendar of dates (default: gregorian)")
+        ->check(CLI::IsMember({"gregorian", "hebrew", "islamic", "arabic"}));
     sub = command("registry", "write the registry of codeset names and numbers", [](const Options &o) {
         write_output(o.output.empty() ? "-" : o.output, Catalogue::load(o.data_directory()).registry());
     });

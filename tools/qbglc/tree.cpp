@@ -3,6 +3,9 @@
 #include "conversion_object.h"
 #include "error.h"
 #include "join.h"
+#include "locale_compiler.h"
+#include "locale_encoder.h"
+#include "locale_recipe.h"
 #include "parallel.h"
 
 #include <qbgl.h>
@@ -13,6 +16,8 @@
 #include <array>
 #include <fstream>
 #include <map>
+#include <mutex>
+#include <set>
 
 namespace qbgl::compiler {
 
@@ -21,9 +26,10 @@ namespace fs = std::filesystem;
 namespace {
 
 struct Task {
-    Catalogue::Pair pair;
     fs::path path;
     std::string header;
+    std::vector<size_t> codesets;
+    std::function<std::string()> object;
 };
 
 bool begins_with(const fs::path &path, const std::string &header) {
@@ -63,18 +69,123 @@ std::map<std::string, std::string> links_of(const Catalogue &catalogue, const st
 
 // Removes objects and links that are not wanted, and what an interrupted run left.
 size_t remove_others(const fs::path &directory, const std::map<std::string, std::string> &links,
-                     const std::map<std::string, bool> &objects) {
-    size_t removed = 0;
-    for (const fs::directory_entry &entry : fs::directory_iterator(directory)) {
+                     const std::set<fs::path> &objects) {
+    std::vector<fs::path> others;
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(directory)) {
         const std::string name = entry.path().filename().string();
-        const bool ours = name.ends_with(".cvo") || name.ends_with(TEMPORARY_SUFFIX);
-        const bool wanted = entry.is_symlink() ? links.contains(name) : objects.contains(name);
-        if (!ours || wanted) continue;
-        fs::remove(entry.path());
-        ++removed;
+        const bool ours = name.ends_with(".cvo") || name.ends_with(".lco") || name.ends_with(TEMPORARY_SUFFIX);
+        const bool wanted = entry.is_symlink() ? links.contains(name) : objects.contains(entry.path());
+        if (ours && !wanted) others.push_back(entry.path());
     }
-    return removed;
+    for (const fs::path &other : others) {
+        fs::remove(other);
+        if (other.parent_path() != directory && fs::is_empty(other.parent_path())) fs::remove(other.parent_path());
+    }
+    return others.size();
 }
+
+// The steps of one run.
+class TreeBuilder {
+  public:
+    TreeBuilder(Library &library, const fs::path &directory, unsigned threads)
+        : library_(library), locales_(library), root_(directory / "vrn"), threads_(threads) {}
+
+    TreeReport build(const std::function<void(size_t, size_t)> &progress) {
+        for (const char *name : {"lc11", "cm3", "cv9", "etc", "dll"}) fs::create_directories(root_ / name);
+        plan_conversions();
+        plan_locales();
+        update_file(root_ / "cm3" / "registry", library_.catalogue().registry());
+        report_.removed = remove_others(root_ / "cv9", links_, wanted_) + remove_others(root_ / "lc11", {}, wanted_);
+        std::erase_if(tasks_, [](const Task &task) { return begins_with(task.path, task.header); });
+        load_codesets();
+        make_objects(progress);
+        for (const auto &[name, object] : links_) update_link(root_ / "cv9" / name, object);
+        return std::move(report_);
+    }
+
+  private:
+    void plan(Task task) {
+        wanted_.insert(task.path);
+        tasks_.push_back(std::move(task));
+    }
+
+    void plan_conversions() {
+        const Catalogue &catalogue = library_.catalogue();
+        const fs::path recipe = library_.directory() / "conversions";
+        const std::vector<Catalogue::Pair> pairs = catalogue.parse_conversions(read_file(recipe), recipe.string());
+        links_ = links_of(catalogue, pairs);
+        report_.conversions = pairs.size();
+        report_.links = links_.size();
+        for (const Catalogue::Pair &pair : pairs) {
+            const std::string header = conversion_header(library_.header_lines(pair));
+            plan({root_ / "cv9" / object_name(catalogue, pair), header, {pair.first, pair.second}, [this, pair, header] {
+                      const Codeset &source = *library_.codeset(pair.first), &target = *library_.codeset(pair.second);
+                      try {
+                          return conversion_object(join(source, target, library_.substitutions()), header);
+                      } catch (const DataError &error) {
+                          throw DataError(fmt::format("{} to {}: {}", source.name(), target.name(), error.what()));
+                      }
+                  }});
+        }
+    }
+
+    void plan_locales() {
+        const fs::path recipe = library_.directory() / "locales";
+        if (!fs::exists(recipe)) return;
+        const std::vector<LocaleTask> wanted = parse_locales(library_.catalogue(), read_file(recipe), recipe.string());
+        report_.locales = wanted.size();
+        parallel_for(wanted.size(), threads_, [&](size_t i) { locales_.definition(wanted[i].definition); });
+        for (const LocaleTask &locale : wanted) {
+            const std::string header = locales_.header(locale.definition, locale.codeset, locale.calendar);
+            plan({root_ / "lc11" / locale.file, header, {locale.codeset}, [this, locale, header] {
+                      return locales_.object(locale.definition, locales_.target(locale.codeset), locale.codeset_name,
+                                             locale.calendar, header);
+                  }});
+        }
+    }
+
+    void load_codesets() {
+        std::set<size_t> needed;
+        for (const Task &task : tasks_) needed.insert(task.codesets.begin(), task.codesets.end());
+        const std::vector<size_t> codesets(needed.begin(), needed.end());
+        parallel_for(codesets.size(), threads_, [&](size_t i) { library_.codeset(codesets[i]); });
+    }
+
+    // The big ones first, so that the threads end together.
+    void make_objects(const std::function<void(size_t, size_t)> &progress) {
+        const auto size = [&](const Task &task) { return library_.codeset(task.codesets[0])->read().size(); };
+        std::stable_sort(tasks_.begin(), tasks_.end(), [&](const Task &a, const Task &b) { return size(a) > size(b); });
+        std::mutex mutex;
+        size_t done = 0;
+        parallel_for(tasks_.size(), threads_, [&](size_t i) {
+            std::string left_out;
+            try {
+                const std::string object = tasks_[i].object();
+                fs::create_directories(tasks_[i].path.parent_path());
+                replace_file(tasks_[i].path, object);
+            } catch (const EncodingError &error) {
+                left_out = error.what();
+                fs::remove(tasks_[i].path);
+            }
+            const std::lock_guard lock(mutex);
+            if (left_out.empty())
+                ++report_.written;
+            else
+                report_.left_out.push_back(left_out);
+            progress(++done, tasks_.size());
+        });
+        std::sort(report_.left_out.begin(), report_.left_out.end());
+    }
+
+    Library &library_;
+    LocaleCompiler locales_;
+    fs::path root_;
+    unsigned threads_;
+    std::vector<Task> tasks_;
+    std::set<fs::path> wanted_;
+    std::map<std::string, std::string> links_;
+    TreeReport report_;
+};
 
 } // namespace
 
@@ -87,53 +198,7 @@ std::string object_name(const Catalogue &catalogue, Catalogue::Pair pair) {
 
 TreeReport build_tree(Library &library, const fs::path &directory, unsigned threads,
                       const std::function<void(size_t, size_t)> &progress) {
-    const fs::path root = directory / "vrn", objects_directory = root / "cv9";
-    for (const char *name : {"lc11", "cm3", "cv9", "etc", "dll"}) fs::create_directories(root / name);
-
-    const Catalogue &catalogue = library.catalogue();
-    const fs::path recipe = library.directory() / "conversions";
-    const std::vector<Catalogue::Pair> pairs = catalogue.parse_conversions(read_file(recipe), recipe.string());
-    const auto links = links_of(catalogue, pairs);
-    update_file(root / "cm3" / "registry", catalogue.registry());
-
-    TreeReport report;
-    std::map<std::string, bool> objects;
-    std::vector<Task> tasks;
-    std::vector<size_t> needed;
-    for (const Catalogue::Pair &pair : pairs) {
-        const std::string name = object_name(catalogue, pair);
-        objects[name] = true;
-        Task task{pair, objects_directory / name, conversion_header(library.header_lines(pair))};
-        if (begins_with(task.path, task.header)) continue;
-        needed.push_back(pair.first);
-        needed.push_back(pair.second);
-        tasks.push_back(std::move(task));
-    }
-    report.objects = objects.size();
-    report.links = links.size();
-    report.removed = remove_others(objects_directory, links, objects);
-
-    std::sort(needed.begin(), needed.end());
-    needed.erase(std::unique(needed.begin(), needed.end()), needed.end());
-    parallel_for(needed.size(), threads, [&](size_t i) { library.codeset(needed[i]); });
-
-    // The big ones first, so that the threads end together.
-    const auto size = [&](const Task &task) { return library.codeset(task.pair.first)->read().size(); };
-    std::stable_sort(tasks.begin(), tasks.end(), [&](const Task &a, const Task &b) { return size(a) > size(b); });
-    std::mutex mutex;
-    parallel_for(tasks.size(), threads, [&](size_t i) {
-        const Task &task = tasks[i];
-        const Codeset &source = *library.codeset(task.pair.first), &target = *library.codeset(task.pair.second);
-        try {
-            replace_file(task.path, conversion_object(join(source, target, library.substitutions()), task.header));
-        } catch (const DataError &error) {
-            throw DataError(fmt::format("{} to {}: {}", source.name(), target.name(), error.what()));
-        }
-        const std::lock_guard lock(mutex);
-        progress(++report.written, tasks.size());
-    });
-    for (const auto &[name, object] : links) update_link(objects_directory / name, object);
-    return report;
+    return TreeBuilder(library, directory, threads).build(progress);
 }
 
 } // namespace qbgl::compiler

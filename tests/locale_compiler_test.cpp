@@ -1,0 +1,248 @@
+// Locale objects from definitions; that they agree with the platform's locales is the oracle's matter.
+#include "error.h"
+#include "locale_compiler.h"
+#include "locale_encoder.h"
+#include "locale_recipe.h"
+#include "support/files.h"
+#include "tree.h"
+
+#include <qbgl.h>
+
+#include <gtest/gtest.h>
+
+using namespace qbgl::compiler;
+namespace fs = std::filesystem;
+
+namespace {
+
+// A locale of its own, in which every line can be replaced.
+constexpr std::string_view DEFINITION = R"(comment_char %
+escape_char /
+LC_CTYPE
+upper <U0041>..<U005A>;<U0178>
+lower <U0061>..<U007A>;<U00FF>
+digit <U0030>..<U0039>
+punct <U0021>;<U20AC>
+class "vowel"; <U0061>;<U0065>
+class "greek"; <U03B1>
+class "c1"; <U0061>
+class "c2"; <U0061>
+class "c3"; <U0062>
+class "c4"; <U0063>
+toupper (<U0061>,<U0041>);(<U00FF>,<U0178>);(<U0250>,<U2C6F>)
+translit_start
+<U20AC> <U0152>;"<U0045><U0055><U0052>"
+translit_end
+END LC_CTYPE
+LC_COLLATE
+order_start forward
+UNDEFINED
+order_end
+END LC_COLLATE
+LC_NUMERIC
+decimal_point ","
+thousands_sep "."
+grouping 3;-1
+END LC_NUMERIC
+LC_MONETARY
+int_curr_symbol "EUR "
+currency_symbol "<U20AC>"
+mon_grouping -1
+frac_digits 2
+p_sign_posn -1
+END LC_MONETARY
+LC_TIME
+abday "S";"M";"T";"W";"T";"F";"S"
+day "Sun";"Mon";"Tue";"Wed";"Thu";"Fri";"S<U00E4>t"
+abmon "1";"2";"3";"4";"5";"6";"7";"8";"9";"10";"11";"12"
+mon "I";"II";"III";"IV";"V";"VI";"VII";"VIII";"IX";"X";"XI";"XII"
+am_pm "vm";"nm"
+d_t_fmt "%c"
+d_fmt "%x"
+t_fmt "%X"
+era "+:1:2019//05//01:+*:R<U00EA>iwa:%EC%Ey";"+:1:-0001//12//31:-*:BC:%Ey"
+END LC_TIME
+LC_MESSAGES
+yesexpr "^y"
+noexpr "^n"
+END LC_MESSAGES
+)";
+
+class LocaleCompilerTest : public testing::Test {
+  protected:
+    // The file of the definition with one text put in the place of another.
+    fs::path definition(const std::string &old_text = {}, const std::string &new_text = {}) {
+        std::string text(DEFINITION);
+        if (!old_text.empty()) text.replace(text.find(old_text), old_text.size(), new_text);
+        qbgl_test::write_file(directory_ / "he_XX", text);
+        return directory_ / "he_XX";
+    }
+    std::string compile(const fs::path &file, const std::string &codeset, const std::string &calendar = "gregorian") {
+        LocaleCompiler compiler(library_);
+        const auto &target = compiler.target(library_.catalogue().find(codeset).value());
+        return compiler.object(file, target, codeset, calendar, compiler.header(file, target.mark, calendar));
+    }
+    std::string message(const fs::path &file, const std::string &codeset = "utf8", const std::string &calendar = "gregorian") {
+        try {
+            compile(file, codeset, calendar);
+        } catch (const DataError &error) {
+            return std::string(error.what()).substr(file.string().size());
+        }
+        return "no error";
+    }
+
+    using Locale = std::unique_ptr<gl_locale, decltype(&gl_lc_unload)>;
+    Locale load(const std::string &object, const std::string &name) {
+        qbgl_test::write_file(directory_ / name, object);
+        gl_locale *locale = nullptr;
+        const int result = gl_lc_load(&locale, name.c_str(), nullptr, directory_.path().c_str());
+        EXPECT_EQ(result, 0) << name << ": error " << locale->error;
+        return {locale, gl_lc_unload};
+    }
+
+    qbgl_test::ScopedEnv installation_{"QUORBANEDIR", QBGL_TREE};
+    qbgl_test::TempDir directory_;
+    Library library_{fs::path(QBGL_SOURCE_DIR) / "data"};
+};
+
+} // namespace
+
+TEST_F(LocaleCompilerTest, ClassesAndCasesFollowTheDefinitionAndPosix) {
+    const Locale locale = load(compile(definition(), "8859-15"), "a.lco");
+    gl_locale *l = locale.get();
+    const std::tuple<gl_wchar, const char *, bool> cases[] = {
+        {'A', "alpha", true},  {'1', "alpha", false}, {'1', "graph", true},      {' ', "print", true},  {' ', "graph", false},
+        {0xA4, "punct", true}, {0xA4, "graph", true}, {'F', "xdigit", true},     {'\t', "blank", true}, {'a', "vowel", true},
+        {'b', "vowel", false}, {'a', "c1", true},     {'a', "c2", true},         {'b', "c3", true},     {'c', "c4", false},
+        {'a', "greek", false}, {'a', "none", false},  {'a', "full_width", false}};
+    for (const auto &[character, name, expected] : cases)
+        EXPECT_EQ(_gl_im_iswctype(l, character, gl_ctype(l, name)) != 0, expected) << character << ' ' << name;
+    EXPECT_NE(gl_ctype(l, "c4"), 0u) << "known, but without a bit";
+    EXPECT_EQ(_gl_im_towupper(l, 'a'), gl_wchar{'A'});
+    EXPECT_EQ(_gl_im_towlower(l, 'A'), gl_wchar{'a'}) << "the inverse of toupper";
+    EXPECT_EQ(_gl_im_towupper(l, 0xFF), 0xBEu);
+    EXPECT_EQ(_gl_im_towupper(load(compile(definition(), "8859-1"), "b.lco").get(), 0xFF), 0xFFu) << "8859-1 lacks the capital";
+    EXPECT_EQ(l->case_growth, 1.0);
+    EXPECT_EQ(load(compile(definition(), "utf8"), "c.lco")->case_growth, 1.5);
+}
+
+TEST_F(LocaleCompilerTest, CategoriesReachTheHandle) {
+    const Locale locale = load(compile(definition(), "8859-1"), "a.lco");
+    const gl_lconv *conv = gl_localeconv(locale.get());
+    EXPECT_STREQ(conv->thousands_sep, ".");
+    EXPECT_STREQ(conv->grouping, "\3\x7f");
+    EXPECT_STREQ(conv->mon_grouping, "");
+    EXPECT_STREQ(conv->currency_symbol, "EUR") << "the first alternative is no character of the codeset either";
+    EXPECT_STREQ(conv->num_negative_sign, "-");
+    EXPECT_STREQ(conv->mon_decimal_point, "");
+    EXPECT_EQ(conv->frac_digits, 2);
+    EXPECT_EQ(conv->p_sign_posn, 127);
+    EXPECT_EQ(conv->n_sign_posn, 127) << "not in the definition";
+    const gl_time_info &time = locale->time;
+    EXPECT_STREQ(time.day[6], "S\xE4t");
+    EXPECT_STREQ(time.mon.bytes[11], "XII");
+    EXPECT_STREQ(time.pm, "nm");
+    EXPECT_STREQ(time.d_t_fmt, "%c");
+    EXPECT_STREQ(time.t_fmt_ampm, "%I:%M:%S %p");
+    ASSERT_EQ(time.era_count, 2);
+    EXPECT_STREQ(time.era_strings[0], "+:1:2019/05/01:+*:R\xEAiwa:%EC%Ey:");
+    EXPECT_STREQ(locale->messages.yesexpr.bytes, "^y");
+    EXPECT_STREQ(locale->messages.nostr.bytes, "");
+}
+
+TEST_F(LocaleCompilerTest, CalendarsBringTheirMonthsAndErasTheirLetters) {
+    const std::string object =
+        compile(definition("R<U00EA>iwa", "<U4EE4><U548C>"), "utf8", "hebrew"); // the language is in the file's name
+    const Locale locale = load(object, "a.lco");
+    EXPECT_EQ(locale->time.calendar, 2);
+    ASSERT_EQ(locale->time.mon.count, 14);
+    EXPECT_EQ(locale->time.abmon.count, 14);
+    EXPECT_STREQ(locale->time.mon.bytes[0], "תשרי");
+    EXPECT_STREQ(locale->time.mon.bytes[13], "אדר ב'");
+    EXPECT_STREQ(locale->time.eras[0].third, "R");
+    EXPECT_STREQ(locale->time.eras[1].third, "");
+}
+
+TEST_F(LocaleCompilerTest, AnOwnCharmapOfTwoBytesServes) {
+    const std::string charmap = directory_ / "wide";
+    std::string text = "<code_set_name> UNICODE\n<mb_cur_min> 2\n<mb_cur_max> 2\nCHARMAP\n<U0000>..<U007F> \\x00\\x00\n";
+    text += "<U00A0>..<U00FF> \\x00\\xa0\n<U3042>..<U3044> \\x30\\x42\nEND CHARMAP\n";
+    qbgl_test::write_file(charmap, text + "WIDTH\n<U3042>...<U3043> 2\nEND WIDTH\n");
+    LocaleCompiler compiler(library_);
+    std::string warning;
+    const auto target = compiler.own_target(charmap, warning);
+    const std::string header = compiler.header(definition(), target.mark, "gregorian");
+    const Locale locale = load(compiler.object(definition(), target, "unicode", "gregorian", header), "a.lco");
+    const unsigned full_width = gl_ctype(locale.get(), "full_width");
+    EXPECT_NE(_gl_im_iswctype(locale.get(), 0x3043, full_width), 0u);
+    EXPECT_EQ(_gl_im_iswctype(locale.get(), 0x3044, full_width), 0u);
+    EXPECT_EQ(_gl_im_towupper(locale.get(), 'a'), gl_wchar{'A'});
+}
+
+TEST_F(LocaleCompilerTest, ErrorsNameFileAndLine) {
+    EXPECT_EQ(message(definition("sep \".\"", "sep \"<U4E00>\""), "8859-1"),
+              ":26: U+4E00: 8859-1 has no such character, and no rule says what to write instead");
+    EXPECT_EQ(message(definition("d_fmt \"%x\"\n", "d_fmt 3\n")).substr(0, 5), ":43: ");
+    EXPECT_EQ(message(definition(":BC:", ":")), ":45: an era of six fields expected");
+    EXPECT_EQ(message(definition("grouping 3;-1", "grouping 3;-2")), ":27: grouping: -2 is no group size");
+    EXPECT_EQ(message(definition("frac_digits 2", "frac_digits 128")), ":33: frac_digits: 128 is out of range");
+    EXPECT_EQ(message(definition("mon \"I\"", "alt_mon \"I\"")), ":36: no mon in this category");
+    EXPECT_EQ(message(definition(), "8859-1", "islamic"), ":36: no month names of the islamic calendar in he");
+    EXPECT_THROW(compile(definition(), "schmxexsbcs"), DataError) << "shift states";
+    EXPECT_THROW(compile(definition(), "korhstdbcs"), DataError) << "no terminator";
+}
+
+TEST(LocaleRecipe, NamesFilesAndRefusesWhatNoSpecificationSays) {
+    EXPECT_EQ(locale_file("ja_jp", 57350), "ja_jp/e006.lco");
+    EXPECT_EQ(locale_file("de_de@euro", 819), "de_de/0333euro.lco");
+    EXPECT_EQ(locale_file("default", 819), "default.lco");
+    for (const char *name : {"", "de", "de_DE", "de_de@latin", "de_dee", "@euro"})
+        EXPECT_THROW(locale_file(name, 1), DataError) << name;
+
+    const Catalogue catalogue = Catalogue::parse("a 1 - charmap A\nb 2 - none why\n", "c");
+    const std::pair<const char *, const char *> cases[] = {
+        {"de_de de_DE\n", "f:1: NAME DEFINITION CODESETS expected"},
+        {"\nde_de de_DE b\n", "f:2: b: no such codeset, or one without a source"},
+        {"de_de de_DE a\nde_de de_AT 1\n", "f:2: de_de/0001.lco: made twice"},
+        {"de_de de_DE a calendar=roman\n", "f:1: roman: unknown calendar"},
+    };
+    for (const auto &[text, expected] : cases) {
+        try {
+            parse_locales(catalogue, text, "f");
+            ADD_FAILURE() << text;
+        } catch (const DataError &error) {
+            EXPECT_STREQ(error.what(), expected);
+        }
+    }
+    EXPECT_EQ(parse_locales(catalogue, "he_il he_IL a calendar=hebrew\n", "f").at(0).calendar, "hebrew");
+    EXPECT_THROW(Calendars::parse("months hebrew he A B\n", "f"), DataError);
+    EXPECT_THROW(Calendars::parse("era \xFF R\n", "f"), DataError);
+}
+
+TEST_F(LocaleCompilerTest, TreeHoldsWhatTheRecipeNamesAndTheCodesetCarries) {
+    const fs::path data = directory_ / "data", out = directory_ / "out", locales = out / "vrn/lc11";
+    qbgl_test::write_file(data / "codesets", "ascii 364 - charmap ANSI_X3.4-1968\n8859-1 819 - charmap ISO-8859-1\n");
+    qbgl_test::write_file(data / "conversions", "");
+    qbgl_test::write_file(data / "substitutions", "except 41\n");
+    const auto recipe = [&](const std::string &text) { qbgl_test::write_file(data / "locales", text); };
+    const auto build = [&](const fs::path &directory, unsigned threads) {
+        Library library(data);
+        return build_tree(library, directory, threads, [](size_t, size_t) {});
+    };
+    const std::string own = definition().string();
+    recipe("de_de " + own + " ascii 8859-1\nde_at " + own + " 8859-1\n");
+    const TreeReport first = build(out, 3);
+    EXPECT_EQ(first.written, 2u);
+    ASSERT_EQ(first.left_out.size(), 1u) << "day has a letter that ASCII lacks";
+    EXPECT_NE(first.left_out[0].find("he_XX:38: U+00E4"), std::string::npos) << first.left_out[0];
+    EXPECT_EQ(build(out, 1).written, 0u);
+    build(directory_ / "again", 1);
+    EXPECT_EQ(read_file(locales / "de_de/0333.lco"), read_file(fs::path(directory_ / "again") / "vrn/lc11/de_de/0333.lco"));
+
+    definition("sep \".\"", "sep \"'\"");
+    recipe("de_de " + own + " 8859-1\n");
+    const TreeReport second = build(out, 1);
+    EXPECT_EQ(second.written, 1u) << "the definition has changed";
+    EXPECT_EQ(second.removed, 1u);
+    EXPECT_FALSE(fs::exists(locales / "de_at"));
+}

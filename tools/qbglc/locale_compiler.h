@@ -1,0 +1,72 @@
+// Locale objects: a definition written in a codeset.
+#pragma once
+
+#include "definition.h"
+#include "library.h"
+#include "locale_calendars.h"
+#include "locale_ctype.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace qbgl::compiler {
+
+class LocaleCompiler {
+  public:
+    // The codeset of a locale.
+    struct Target {
+        CodesetPtr codeset;
+        std::vector<bool> full_width;
+        std::string mark; // a fingerprint of the above
+    };
+
+    // The library must outlive the compiler.
+    explicit LocaleCompiler(Library &library, std::vector<std::filesystem::path> directories = {"/usr/share/i18n/locales"});
+
+    // A definition by its name or file, a codeset of the catalogue, one of a charmap file of the user's own.
+    std::shared_ptr<const Definition> definition(const std::string &name);
+    const Target &target(size_t codeset);
+    Target own_target(const std::filesystem::path &charmap, std::string &warning);
+
+    // The header: it changes whenever a source, a recipe or the compiler does.
+    std::string header(const std::string &name, const std::string &codeset_mark, const std::string &calendar);
+    std::string header(const std::string &name, size_t codeset, const std::string &calendar);
+    // Header and body. Throws DataError; EncodingError when nothing but the codeset is in the way.
+    std::string object(const std::string &name, const Target &target, const std::string &codeset_name, const std::string &calendar,
+                       const std::string &header);
+
+  private:
+    template <class Value> struct Cache {
+        struct Item {
+            std::once_flag made;
+            Value value;
+        };
+        std::mutex mutex;
+        std::map<std::string, Item> items;
+
+        template <class Make> const Value &get(const std::string &key, Make make) {
+            std::unique_lock lock(mutex);
+            Item &item = items[key];
+            lock.unlock();
+            std::call_once(item.made, [&] { item.value = make(); });
+            return item.value;
+        }
+    };
+
+    const std::string &ctype(const Definition &definition, const Target &target);
+    const std::string &file_mark(const std::filesystem::path &path);
+
+    Library &library_;
+    DefinitionReader reader_;
+    std::string calendars_mark_;
+    Calendars calendars_;
+    Cache<std::shared_ptr<const Definition>> definitions_;
+    Cache<std::shared_ptr<const CharacterProperties>> properties_;
+    Cache<std::string> ctypes_, file_marks_;
+    Cache<Target> targets_;
+};
+
+} // namespace qbgl::compiler
