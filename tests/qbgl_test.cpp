@@ -1,5 +1,6 @@
 // The client as its users see it: the built program is run, and its output, messages and exit status are looked at.
 #include "support/files.h"
+#include "support/locale_object.h"
 
 #include <gtest/gtest.h>
 
@@ -48,7 +49,7 @@ Result run(std::vector<std::string> words, std::string_view input = "", size_t c
     if (child == 0) {
         dup2(ends[0], 0), dup2(fileno(out.get()), 1), dup2(fileno(err.get()), 2);
         close(ends[0]), close(ends[1]);
-        unsetenv("QUORBANEDIR"), unsetenv("GL_PATH");
+        for (const char *name : {"QUORBANEDIR", "GL_PATH", "GL_ALL", "GL_LANG", "GL_TIME"}) unsetenv(name);
         std::vector<char *> pointers;
         for (std::string &word : words) pointers.push_back(word.data());
         pointers.push_back(nullptr);
@@ -229,6 +230,169 @@ TEST(Client, EightMebibytesSufficeForAnyText) {
     EXPECT_EQ(result.status, 0) << result.err;
     const auto two_byte_characters = std::count_if(text.begin(), text.end(), [](char c) { return c == '\xC2' || c == '\xC3'; });
     EXPECT_EQ(result.out.size(), text.size() - static_cast<size_t>(two_byte_characters));
+}
+
+// A tree with the built registry and conversions, and with locales of its own.
+class LocaleClient : public testing::Test {
+  protected:
+    LocaleClient() {
+        std::filesystem::create_directories(tree_.path() / "vrn/lc11");
+        for (const char *name : {"vrn/cm3", "vrn/cv9"})
+            std::filesystem::create_directory_symlink(std::string(QBGL_TREE "/") + name, tree_.path() / name);
+        Codeset sjis = sjis_codeset();
+        sjis.classes = {{0, "full_width"}};
+        for (Character &character : sjis.characters) character.classes |= character.bytes.size() == 2 ? 2048 : 0;
+        LocaleObject japanese(sjis);
+        japanese.numeric =
+            string_line("\x82\x9F") + string_line("\t\x5C") + "2 3 -1\n" + string_line("\x1B") + string_line("\x82\xA0");
+        add("ja_jp/e006.lco", japanese);
+        add("de_de/0333euro.lco", LocaleObject(single_byte_codeset()));
+        add("fr_fr/e01c.lco", LocaleObject(utf8_codeset()));
+        add("default.lco", LocaleObject(sjis_codeset()));
+    }
+
+    void add(const std::string &file, const LocaleObject &object) { write_file(tree_ / ("vrn/lc11/" + file), object.text()); }
+
+    Result client(const std::string &arguments, std::string_view input = "", size_t chunk = WHOLE, const std::string &set = "X=") {
+        std::istringstream stream(arguments);
+        std::vector<std::string> words{"env", "QUORBANEDIR=" + tree_.path().string(), set, QBGL};
+        for (std::string word; stream >> word;) words.push_back(word);
+        return run(words, input, chunk);
+    }
+
+    TempDir tree_;
+};
+
+const std::string OTHER_LOCALE = "; is the text in another codeset than the locale (-l)?\n";
+
+TEST_F(LocaleClient, CaseChangesWhereverBlocksAreCut) {
+    const std::string at = "qbgl: standard input: ";
+    const struct {
+        std::string arguments, input;
+        int status;
+        std::string out, err;
+    } CASES[] = {
+        {"upper -l ja_JP.sjis", "aZ\x82\x81\n\0z\n\x82\x9F"s, 0, "AZ\x82\x60\n\0Z\n\x82\x9F"s, ""},
+        {"lower -l fr_FR.utf8", "\xC3\x84\n\xE2\xB1\xAF\xF0\x90\x90\x80", 0, "\xC3\xA4\n\xC9\x90\xF0\x90\x90\xA8", ""},
+        {"upper -l fr_FR.utf8", "\xC9\x90\n\xC4\xB1", 0, "\xE2\xB1\xAF\nI", ""},
+        {"upper -l de_DE.8859-1@euro", "\xE4\xDF\nb\x80", 0, "\xC4\xDF\nB\x80", ""},
+        {"upper", "", 0, "", ""},
+        {"upper -l ja_JP.sjis", "a\nb\x82\x41\nz\n", 1, "A\nB", at + "offset 3, bytes 82 41: no character of sjis" + OTHER_LOCALE},
+        {"upper -l ja_JP.sjis", "a\x82", 1, "A",
+         at + "offset 1, byte 82: the text ends inside a character of sjis; was it cut short?\n"},
+        {"upper --json -l ja_JP.sjis", "\xFF", 1, "",
+         R"({"kind":"error","message":"standard input: offset 0, byte FF: no character of sjis; is the text in another codeset )"
+         R"(than the locale (-l)?","finding":"invalid","file":"-","offset":0,"bytes":"FF","codeset":"sjis","status":1})"
+         "\n"},
+    };
+    for (const auto &row : CASES) {
+        SCOPED_TRACE(row.arguments);
+        for (const size_t chunk : {WHOLE, size_t{1}}) {
+            const Result result = client(row.arguments, row.input, chunk);
+            EXPECT_EQ(result.status, row.status);
+            EXPECT_EQ(result.out, row.out);
+            EXPECT_EQ(result.err, row.err);
+        }
+    }
+}
+
+TEST_F(LocaleClient, CaseOfLargeTextsChangesEverywhere) {
+    std::string text, upper;
+    for (int i = 0; i < 40000; ++i) text += "a\x82\x81", upper += "A\x82\x60"; // no line end: no block ends with a character
+    for (int i = 0; i < 40000; ++i) text += "b\n\x82\x82", upper += "B\n\x82\x61";
+    const Result result = client("upper -l ja_JP.sjis", text + "\xFF");
+    EXPECT_TRUE(result.out == upper);
+    EXPECT_TRUE(result.err.starts_with("qbgl: standard input: offset 280000, byte FF: ")) << result.err;
+}
+
+TEST_F(LocaleClient, ClassTellsAllOfEachCharacter) {
+    const std::string input = "A\xFF\x82\x81\n\x82";
+    const Result text = client("class -l ja_JP.sjis", input, 1);
+    EXPECT_EQ(text.status, 1);
+    EXPECT_EQ(text.out, "  offset bytes    code     char   width upper  lower  classes\n"
+                        "       0 41       U+0041   A          1 -      a      upper alpha graph print xdigit\n"
+                        "       2 8281     U+FF41   ａ         2 Ａ     -      lower alpha graph print full_width\n"
+                        "       4 0A       U+000A   \\n         0 -      -      space cntrl\n");
+    EXPECT_EQ(text.err, "qbgl: standard input: offset 1, byte FF: no character of sjis\n"
+                        "qbgl: standard input: offset 5, byte 82: the text ends inside a character of sjis\n"
+                        "qbgl: 2 sequences are no character of sjis" +
+                            OTHER_LOCALE);
+    EXPECT_EQ(client("class --json -l ja_JP.sjis", "\x82\x81").out,
+              R"({"file":"-","offset":0,"bytes":"8281","value":33409,"code":"U+FF41","character":"ａ","width":2,)"
+              R"("classes":["lower","alpha","graph","print","full_width"],"upper":"Ａ","lower":null})"
+              "\n");
+}
+
+TEST_F(LocaleClient, LocaleShowsWhatTheHandleHolds) {
+    const std::string text = client("locale ja_JP.sjis").out;
+    for (const char *line :
+         {"\nLC_NUMERIC\n  locale                ja_jp/e006.lco\n  codeset               sjis\n",
+          "  decimal_point         \"ぁ\"\n  thousands_sep         \"\\t¥\"\n  grouping              3;-1\n"
+          "  positive_sign         \"\\u001b\"\n  negative_sign         \"あ\"\n",
+          "  longest_character     2\n  characters            420\n  classes               upper        52\n",
+          "  own_classes           full_width      229\n", "  passes                forward\n  rows                  420\n",
+          "  compare               _gl_im_mbscoll\n", "  n_sign_posn           n/a\n",
+          "  mon                   \"January\" \"February\" ",
+          "  eras                  \"Heisei\" \"H\", 1989-01-08 to future, \"%EC %Ey\", year 0 counted up\n"})
+        EXPECT_NE(text.find(line), std::string::npos) << line << text;
+    const std::string json = client("locale --json -l ja_JP.sjis").out;
+    for (const char *member :
+         {R"({"LC_CTYPE":{"locale":"ja_jp/e006.lco","codeset":"sjis","shortest_character":1,)",
+          R"("own_classes":{"full_width":229})",
+          R"("decimal_point":"ぁ","thousands_sep":"\u0009¥","grouping":[3,-1],"positive_sign":"\u001b","negative_sign":"あ"})",
+          R"("p_sign_posn":1,"n_sign_posn":null},"LC_TIME":{)", R"("start":"1989-01-08","end":"future","name":"Heisei",)"})
+        EXPECT_NE(json.find(member), std::string::npos) << member << json;
+    EXPECT_NE(client("locale", "", WHOLE, "GL_LANG=fr_fr/e01c.lco").out.find("fr_fr/e01c.lco"), std::string::npos);
+    EXPECT_NE(client("locale").out.find("default.lco"), std::string::npos);
+}
+
+TEST_F(LocaleClient, LocalesAreListed) {
+    EXPECT_EQ(client("list locales").out, "de_DE.8859-1@euro 8859-1       de_de/0333euro.lco\n"
+                                          "default.lco       sjis         default.lco\n"
+                                          "fr_FR.utf8        utf8         fr_fr/e01c.lco\n"
+                                          "ja_JP.sjis        sjis         ja_jp/e006.lco\n");
+    EXPECT_TRUE(client("list locales --json")
+                    .out.starts_with(
+                        R"({"locales":[{"specification":"de_DE.8859-1@euro","codeset":"8859-1","file":"de_de/0333euro.lco"},)"));
+}
+
+TEST_F(LocaleClient, LocalesThatCannotBeHadAreExplained) {
+    write_file(tree_ / "vrn/lc11/ko_kr/0333.lco", "FILE_TYPE=locale_object\nCOMPILER_VERSION=10\n");
+    write_file(tree_ / "vrn/lc11/ko_kr/e01c.lco", "FILE_TYPE=locale_object\nCOMPILER_VERSION=11\nx=3\n");
+    const std::string tree = tree_.path().string();
+    const std::string places = tree + "/vrn/lc11 and " + tree + "/vrn/lc";
+    const auto nearest = [](const std::string &names) {
+        return "; the nearest are " + names + "; `qbgl list locales` lists all\n";
+    };
+    const std::string anew = "; `qbglc tree " + tree + "` makes the objects anew\n";
+    const struct {
+        std::string arguments, set;
+        int status;
+        std::string message;
+    } CASES[] = {
+        {"-l ja_JP.utf8", "X=", 2,
+         "unknown locale ja_JP.utf8: ja_jp/e01c.lco is not in " + places + "; `qbglc locale ja_JP utf8 -o " + tree +
+             "/vrn/lc11/ja_jp/e01c.lco` makes it" + nearest("ja_JP.sjis, fr_FR.utf8, default.lco")},
+        {"-l fr", "X=", 2,
+         "unknown locale fr: it names no known codeset after \".\", and no file in " + places +
+             nearest("fr_FR.utf8, ja_JP.sjis, default.lco")},
+        {"", "GL_TIME=ja_JP.sjis", 2,
+         "the locale that GL_TIME names, ja_JP.sjis, is not in " + places +
+             "; the variable takes the name of an object file, here ja_jp/e006.lco" +
+             nearest("ja_JP.sjis, fr_FR.utf8, default.lco")},
+        {"", "GL_TIME=fr_fr/e01c.lco", 2, "cannot load the locale of the environment: its categories are in different codesets\n"},
+        {"-l ko_KR.8859-1", "X=", 3,
+         "cannot load the locale ko_KR.8859-1: its object " + tree + "/vrn/lc11/ko_kr/0333.lco is of another version" + anew},
+        {"-l ko_KR.utf8", "X=", 3,
+         "cannot load the locale ko_KR.utf8: its object " + tree + "/vrn/lc11/ko_kr/e01c.lco is damaged (error 11)" + anew},
+        {"", "GL_PATH=/nosuch", 3,
+         "there are no locales in /nosuch: set QUORBANEDIR to an installation tree, or make one with `qbglc tree DIR`\n"},
+    };
+    for (const auto &row : CASES) {
+        const Result result = client("upper " + row.arguments, "", WHOLE, row.set);
+        EXPECT_EQ(result.status, row.status);
+        EXPECT_EQ(result.err, "qbgl: " + row.message);
+    }
 }
 
 } // namespace

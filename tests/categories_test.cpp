@@ -1,0 +1,501 @@
+#include "support/faults.h"
+#include "support/locale_object.h"
+
+#include "setlc/categories.h"
+#include "setlc/collate.h"
+#include "setlc/ctype_table.h"
+
+#include <chrono>
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+using namespace qbgl;
+using namespace qbgl_test;
+using namespace std::string_literals;
+using std::string;
+
+Locale null_locale() {
+    gl_locale *locale = nullptr;
+    gl_create_null_locale_4(&locale);
+    return {locale, gl_lc_unload};
+}
+
+// The category's section and what follows it, as loading does: 1, or what failed.
+int read_section(gl_locale *locale, int category, const string &body) {
+    const File file = stream_of(body);
+    int32_t error = 0;
+    int result = 0;
+    switch (category) {
+    case GL_CAT_CTYPE: result = read_ctype(file.get(), locale); break;
+    case GL_CAT_COLLATE: result = read_collate(file.get(), locale); break;
+    case GL_CAT_NUMERIC: result = _gl_read_numeric(file.get(), &locale->numeric, &error); break;
+    case GL_CAT_MONETARY: result = _gl_read_monetary(file.get(), &locale->monetary, &error); break;
+    case GL_CAT_TIME: result = _gl_read_time(file.get(), &locale->time, &error); break;
+    default: result = _gl_read_messages(file.get(), &locale->messages, &error); break;
+    }
+    if (error != 0) locale->error = error;
+    if (result != 0) return result;
+    switch (category) {
+    case GL_CAT_NUMERIC: return init_numeric_info(locale);
+    case GL_CAT_MONETARY: return init_monetary_info(locale);
+    case GL_CAT_TIME: return init_time_info(locale);
+    case GL_CAT_MESSAGES: return init_message_info(locale);
+    default: return 1;
+    }
+}
+
+// Edits of a good section by the error that they give: what goes, "=>", what stands there instead.
+using Edits = std::vector<std::pair<int, std::vector<string>>>;
+
+void expect_errors(int category, const Codeset &codeset, const string &good, const Edits &edits_by_error) {
+    for (const auto &[error, edits] : edits_by_error) {
+        for (const string &edit : edits) {
+            SCOPED_TRACE(edit);
+            const Locale locale = null_locale();
+            if (category != GL_CAT_CTYPE) read_section(locale.get(), GL_CAT_CTYPE, ctype_text(codeset));
+            const string part = edit.substr(0, edit.find("=>")), instead = edit.substr(part.size() + 2);
+            ASSERT_NE(good.find(part), string::npos);
+            const int result = read_section(locale.get(), category, string(good).replace(good.find(part), part.size(), instead));
+            EXPECT_EQ(locale->error, error);
+            EXPECT_EQ(result > 0, error == 0);
+        }
+    }
+}
+
+Codeset small_codeset(string growth = "1.25") {
+    return {"small",
+            {{"\0"s, 0}, {"\n", 0}, {"A", 1, "", "a"}, {"a", 2, "A", ""}, {"\x81\x40", 4, "", "\x82\x40\x41"}, {"\x82\x40\x41", 8}},
+            {{3, "own"}, {5, "other"}},
+            std::move(growth)};
+}
+
+TEST(CharacterTypes, AreReadWithTheirChecks) {
+    const string good = ctype_text(small_codeset());
+    expect_errors(GL_CAT_CTYPE, small_codeset(), good,
+                  {{0, {"=>", "own=>" + string(127, 'x')}},
+                   {21, {"3 1 1=>5 1 1"}},
+                   {3, {"3 1 1=>2 1 1", "own=>" + string(128, 'x')}},
+                   {11,
+                    {"3 1 1=>3 0 1", "3 1 1=>3 2 1", "\n2\n3 own=>\n2 \n3 own", "3 own=>3 own ", "\n2\n3 own=>\n5000\n3 own",
+                     "\n3\n0000=>\n2\n0000", "\n3\n0000=>\n-1\n0000", "\n3\n0000=>\n99999\n0000", " 1.25=> one", " 1.25\n=> 1.25",
+                     " 1.25=> -1", " 1.25=> nan", " 1.25=>" + string(127, ' ') + "1"}}});
+    // The characters with case are the codeset's: one that runs over the terminator would lead a walk over a text's end.
+    Codeset foreign = small_codeset();
+    foreign.characters = {{"\0"s, 0}, {"A", 1}, {"\x81\x40", 4}};
+    const string table = ctype_text(foreign).substr(0, ctype_text(foreign).find("2\n3 own"));
+    expect_errors(GL_CAT_CTYPE, small_codeset(), table + good.substr(good.find("2\n3 own")), {{11, {"=>"}}});
+}
+
+TEST(CharacterTypes, AreKept) {
+    const Locale locale = null_locale();
+    ASSERT_EQ(read_section(locale.get(), GL_CAT_CTYPE, ctype_text(small_codeset("1"))), 1);
+    const gl_ctype_info &info = locale->ctype;
+    EXPECT_EQ(info.class_count, 2);
+    EXPECT_EQ(info.class_list[1].bit, 5);
+    EXPECT_STREQ(info.class_list[0].name, "own");
+    EXPECT_EQ(value_at(static_cast<uint8_t *>(_gl_retrieve_wchar_multi_nl(nullptr, 0x824041, info.codeset_table))), 8);
+    const auto pair = value_at(static_cast<uint8_t *>(_gl_retrieve_wchar_multi_nl(nullptr, 0x8140, info.case_table)));
+    EXPECT_EQ(info.case_pairs[pair].upper, 0U);
+    EXPECT_EQ(info.case_pairs[pair].lower, 0x824041U);
+    EXPECT_EQ(locale->case_growth, 1.5); // two bytes become three, whatever the file says
+    for (const auto &[growth, factor] : {std::pair{"2.25", 2.25}, {"1.1 comment", 1.1}, {"0.5", 1.5}}) {
+        const Locale other = null_locale();
+        read_section(other.get(), GL_CAT_CTYPE, ctype_text(small_codeset(growth)));
+        EXPECT_EQ(other->case_growth, factor);
+    }
+    const string empty = "1 1 1 0000\n0 0\n0\n1 1 1 0000\n0 0\n0\n";
+    const Locale none = null_locale();
+    EXPECT_EQ(read_section(none.get(), GL_CAT_CTYPE, empty), 1);
+    EXPECT_EQ(none->case_growth, 4.0);
+    EXPECT_EQ(none->ctype.class_list, nullptr);
+    gl_wchar wc = 0;
+    EXPECT_EQ(_gl_read_gl_wchar(stream_of("8FA1b2c3f").get(), &wc), 0);
+    EXPECT_EQ(wc, 0x8FA1B2C3);
+}
+
+// --- LC_COLLATE
+
+Collation some_rules(bool direct = false) {
+    return {{1, 2},
+            {{0, 0}, {1, 1}, {5, 6}, {0x4001, 0x4001}, {5, 6}, {0x8007, 1}},
+            {{"A", 2}, {"a", 4}, {"\x81\x40", 3}, {"\n", 1}, {"\0"s, 0}},
+            {{{'A', 'a', '\n'}, 2}, {{'a'}, 5}},
+            {{'a'}, {'A', 'A'}},
+            direct};
+}
+
+TEST(Collation, IsReadWithItsChecks) {
+    const string good = some_rules().text(), tail = "\n000000000\n";
+    expect_errors(GL_CAT_COLLATE, small_codeset(), good,
+                  {{0, {"=>"}},
+                   {11,
+                    {"as_specified=>as_specified" + string(1, '\0'), good + "=>", good + "=>as_specified",
+                     "\n0\n5 2 2 2=>\n0 \n5 2 2 2", "\n5 2 2 2=>\n3 2 2 2", "\n5 2 2 2=>\n65536 2 2 2", "\n5 2 2 2=>\n5 9 2 2",
+                     "\n5 2 2 2=>\n5 -1 2 2", "\n5 2 2 2=>\n5 2 -2 2", "\n5 2 2 2=>\n5 2 2 16385", "00010002=>000100020",
+                     "30002=>30006", "30002=>00002", "\n20000=>\n00000", "40014001=>40024001", "\n00010002\n=>\n00010002 \n"}},
+                   {21, {"as_specified\n2=>as_specified\n5"}},
+                   {1, {"30002" + hex('A', 8) + "=>30002" + hex('B', 8)}}});
+}
+
+TEST(Collation, OtherKinds) {
+    const auto read = [](const string &body) {
+        const Locale locale = null_locale();
+        locale->error = 77;
+        const int result = read_section(locale.get(), GL_CAT_COLLATE, body);
+        return std::array<int, 3>{result, locale->collate.kind, locale->error};
+    };
+    EXPECT_EQ(read("thai_smo\nnothing"), (std::array{1, 2, 77}));
+    EXPECT_EQ(read("unknown\n"), (std::array{-1, 0, 77}));
+    string unended = some_rules().text();
+    unended.pop_back();
+    EXPECT_EQ(read(unended), (std::array{-1, 1, 77}));
+    const Locale direct = null_locale();
+    ASSERT_EQ(read_section(direct.get(), GL_CAT_COLLATE, some_rules(true).text()), 1);
+    EXPECT_EQ(direct->all_one, nullptr);
+    EXPECT_EQ(direct->equivalence, nullptr);
+    string cut = some_rules(true).text();
+    cut.resize(cut.size() - 2);
+    EXPECT_EQ(read(cut), (std::array{-1, 1, 11}));
+}
+
+TEST(Collation, IsKept) {
+    const Locale locale = null_locale();
+    ASSERT_EQ(read_section(locale.get(), GL_CAT_COLLATE, some_rules().text()), 1);
+    const gl_collate_info &info = locale->collate;
+    EXPECT_EQ(locale->coll_growth, 3.0);
+    EXPECT_EQ((std::array{info.row_count, info.pass_count, info.element_count, info.expansion_count, info.fifth_count}),
+              (std::array{5, 2, 2, 2, 0x8007}));
+    EXPECT_EQ((std::array{info.directions[0], info.directions[1]}), (std::array{1, 2}));
+    EXPECT_EQ(info.weights[1][2], 6);
+    EXPECT_EQ(info.elements[0].row, 2);
+    EXPECT_EQ(info.elements[0].chars[2], gl_wchar{'\n'});
+    EXPECT_EQ(info.expansions[1].count, 2);
+    EXPECT_EQ(info.expansion_candidates[1]['A'], nullptr);
+    EXPECT_EQ(info.expansion_candidates[2], nullptr);
+    EXPECT_EQ(info.element_candidates['a'] + info.element_candidates['A'] + info.element_candidates['\n'], 2);
+    char bytes[4];
+    EXPECT_EQ(_gl_sl_wctomb(locale.get(), bytes, 0x8140), 2);
+    EXPECT_EQ(_gl_sl_wctomb(locale.get(), bytes, 'B'), -1);
+    EXPECT_EQ(locale->error, GL_EILSEQ);
+
+    Collation rules = some_rules();
+    rules.places[0].second = 3;
+    const Locale expanding = null_locale();
+    ASSERT_EQ(read_section(expanding.get(), GL_CAT_COLLATE, rules.text()), 1);
+    EXPECT_EQ(expanding->collate.expansion_candidates[0]['A'], expanding->collate.expansions + 1);
+}
+
+// The lists as their rules say it, row by row and without any short cut.
+struct ReferenceLists {
+    std::vector<string> all_one;
+    std::vector<std::pair<string, string>> pairs;
+
+    explicit ReferenceLists(const Collation &rules) {
+        struct Class {
+            std::vector<size_t> rows;
+            std::vector<string> texts{};
+        };
+        std::vector<Class> classes;
+        std::vector<std::pair<unsigned, size_t>> expansion_rows;
+        const auto every = [](const auto &row, auto test) { return std::all_of(row.begin(), row.end(), test); };
+        const auto is_all_one = [&](size_t r) { return every(rules.rows[r], [](unsigned w) { return w == 1; }); };
+        const auto with = [&](size_t r) {
+            return std::find_if(classes.begin(), classes.end(), [r](const Class &c) { return std::ranges::count(c.rows, r) > 0; });
+        };
+        for (size_t r = 0; r < rules.rows.size(); ++r) {
+            const auto &row = rules.rows[r];
+            if (is_all_one(r) || !every(row, [](unsigned w) { return w < 0x8000; })) continue;
+            const size_t q = static_cast<size_t>(std::find(rules.rows.begin(), rules.rows.end(), row) - rules.rows.begin());
+            if (q < r) {
+                const auto found = std::find_if(classes.begin(), classes.end(), [q](const Class &c) { return c.rows[0] == q; });
+                if (found != classes.end())
+                    found->rows.push_back(r);
+                else
+                    classes.push_back({{q, r}});
+            }
+            if (!every(row, [&row](unsigned w) { return w == row[0] && w >= 0x4000; })) continue;
+            const unsigned index = row[0] & 0x3FFF;
+            if (std::ranges::count(expansion_rows, index, &std::pair<unsigned, size_t>::first) == 0)
+                expansion_rows.emplace_back(index, r);
+            if (with(r) == classes.end()) classes.push_back({{r}});
+        }
+        const auto save = [&](const string &text, size_t r) {
+            if (is_all_one(r)) all_one.push_back(text);
+            if (const auto found = with(r); found != classes.end()) found->texts.push_back(text);
+        };
+        const auto encoded = [](const std::vector<gl_wchar> &chars) {
+            string text;
+            for (const gl_wchar wc : chars) text += wc < 256 ? string(1, char(wc)) : string{char(wc >> 8), char(wc)};
+            return text;
+        };
+        for (const auto &element : rules.elements) save(encoded(element.chars), element.row);
+        for (const auto &[index, r] : expansion_rows) save(encoded(rules.expansions[index]), r);
+        auto characters = rules.places;
+        std::ranges::sort(characters, [](const auto &a, const auto &b) {
+            return std::ranges::lexicographical_compare(
+                a.first, b.first, {}, [](char c) { return uint8_t(c); }, [](char c) { return uint8_t(c); });
+        });
+        for (const auto &[text, r] : characters) save(text, r);
+        for (const Class &c : classes)
+            for (size_t i = 0; i + 1 < c.texts.size(); ++i) pairs.emplace_back(c.texts[i], c.texts.back());
+    }
+};
+
+TEST(Collation, ListsAreThoseOfTheRules) {
+    std::mt19937 random(7);
+    const auto below = [&random](unsigned n) { return static_cast<unsigned>(random() % n); };
+    const unsigned weights[] = {1, 1, 1, 2, 3, 0x4000, 0x4000, 0x4001, 0x8001, 0xC001};
+    for (int round = 0; round < 200; ++round) {
+        Collation rules{std::vector<unsigned>(1 + below(3), 1), {}};
+        for (unsigned row = 0; row < 30; ++row) {
+            rules.rows.emplace_back(rules.directions.size(), weights[below(10)]);
+            if (below(3) == 0) rules.rows.back().back() = weights[below(10)];
+        }
+        for (int byte = 1; byte < 100; ++byte) rules.places.emplace_back(string(1, char(byte)), below(30));
+        for (int byte = 1; byte < 20; ++byte) rules.places.emplace_back("\xF0"s + char(byte * 13), below(30));
+        rules.elements = {{{9, 8}, below(30)}, {{0xF00D, 1, 2}, below(30)}};
+        rules.expansions = {{7, 7}, {0xF01A}};
+        const ReferenceLists expected(rules);
+        const Locale locale = null_locale();
+        ASSERT_EQ(read_section(locale.get(), GL_CAT_COLLATE, rules.text()), 1);
+        ReferenceLists lists(Collation{});
+        for (char **text = locale->all_one; text != nullptr && *text != nullptr; ++text) lists.all_one.emplace_back(*text);
+        for (auto *pair = locale->equivalence; pair != nullptr && pair->member != nullptr; ++pair)
+            lists.pairs.emplace_back(pair->member, pair->representative);
+        EXPECT_EQ(lists.all_one, expected.all_one);
+        ASSERT_EQ(lists.pairs, expected.pairs);
+    }
+}
+
+TEST(Collation, ManyRowsTakeNoTime) {
+    Collation rules{std::vector<unsigned>(8, 1), {}};
+    for (unsigned row = 0; row < 65536; ++row) rules.rows.push_back({2, 2, 2, 2, 2, 2, 2, row / 2 % 0x4000});
+    const string text = rules.text();
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(read_section(null_locale().get(), GL_CAT_COLLATE, text), 1);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1)); // row by row it is a minute
+}
+
+// --- the categories with texts
+
+TEST(Texts, AreReadWithTheirChecks) {
+    const Codeset codeset = sjis_codeset();
+    const LocaleObject object(codeset);
+    expect_errors(GL_CAT_NUMERIC, codeset, object.numeric,
+                  {{0, {"=>", "2 3 3\n=>0\n", "2 3 3\n=>15 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1\n"}},
+                   {4, {"2 3 3\n=>16 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1\n"}},
+                   {11, {"2 3 3\n=>2 3 3 x\n", "1 2e=>-1 2e"}},
+                   {8, {"1 2e=>2 2e", "1 2e=>1 2e ", "1 2e=>1999999999 2e"}},
+                   {1, {"1 2e=>1 80"}}}); // no character
+    expect_errors(
+        GL_CAT_MONETARY, codeset, object.monetary,
+        {{0, {"=>"}}, {8, {"1 45\n=>1 45 \n"}}, {11, {"1 3\n=>2 3\n", "\n2\n2\n1=>\n2\n2 \n1", "2147483647\n=>2147483647"}}});
+    expect_errors(GL_CAT_MESSAGES, codeset, object.messages, {{0, {"=>"}}, {8, {"\n2 6e6f=>\n1 6e6f"}}, {1, {"796573=>838383"}}});
+    for (const int category : {GL_CAT_NUMERIC, GL_CAT_MONETARY, GL_CAT_TIME, GL_CAT_MESSAGES}) { // without a codeset
+        const Locale locale = null_locale();
+        const LocaleObject plain(single_byte_codeset());
+        const string sections[] = {plain.numeric, plain.monetary, plain.time, plain.messages};
+        EXPECT_EQ(read_section(locale.get(), category, sections[category - GL_CAT_NUMERIC]), 0);
+        EXPECT_EQ(locale->error, GL_ENOCODESET);
+    }
+    EXPECT_EQ(_gl_read_monetary(stream_of(object.monetary).get(), &null_locale()->monetary, nullptr), -1);
+}
+
+std::u32string wide_text(const gl_wchar *wide) { return wide != nullptr ? std::u32string(wide, wide + gl_wcslen(wide)) : U"null"; }
+
+TEST(Texts, HaveWideFormsAndTheConversionRecord) {
+    for (const Codeset &codeset : {sjis_codeset(), single_byte_codeset(), two_byte_codeset()}) {
+        const Locale locale = null_locale();
+        ASSERT_EQ(read_section(locale.get(), GL_CAT_CTYPE, ctype_text(codeset)), 1);
+        const auto texts = [&](const std::vector<string> &ascii) { return string_lines(codeset, ascii); };
+        ASSERT_EQ(read_section(locale.get(), GL_CAT_NUMERIC,
+                               texts({string(255, '.'), string(256, ',')}) + "3 3 258 -1\n" + texts({"+", ""})),
+                  1);
+        ASSERT_EQ(read_section(locale.get(), GL_CAT_MONETARY,
+                               texts({"EUR ", "E", ".", ""}) + "0\n" + texts({"", "-"}) + "2\n2147483647\n1\n300\n-1\n0\n1\n4\n"),
+                  1);
+        ASSERT_EQ(read_section(locale.get(), GL_CAT_MESSAGES, texts({"y", "n", "yes", "no"})), 1);
+        EXPECT_EQ(wide_text(locale->numeric.decimal_point.wide), std::u32string(255, '.'));
+        EXPECT_EQ(wide_text(locale->messages.yesstr.wide), U"yes");
+        EXPECT_EQ(string(locale->messages.nostr.bytes, codeset.encode("no").size() + 4), codeset.encode("no") + "\0\0\0\0"s);
+        const gl_lconv &conv = *gl_localeconv(locale.get());
+        EXPECT_EQ(wide_text(conv.w_decimal_point), std::u32string(255, '.'));
+        EXPECT_NE(conv.decimal_point, locale->numeric.decimal_point.bytes);
+        EXPECT_EQ(conv.thousands_sep, nullptr);
+        EXPECT_EQ(conv.w_thousands_sep, nullptr);
+        EXPECT_EQ(wide_text(conv.w_num_positive_sign) + wide_text(conv.w_negative_sign) + wide_text(conv.w_positive_sign), U"+-");
+        EXPECT_STREQ(conv.grouping, "\3\2\xFF");
+        EXPECT_EQ(conv.mon_grouping, nullptr);
+        EXPECT_EQ(wide_text(conv.w_int_curr_symbol) + wide_text(conv.w_currency_symbol), U"EUR E");
+        EXPECT_EQ((std::array<int, 8>{conv.int_frac_digits, conv.frac_digits, conv.p_cs_precedes, conv.p_sep_by_space,
+                                      conv.n_cs_precedes, conv.n_sep_by_space, conv.p_sign_posn, conv.n_sign_posn}),
+                  (std::array<int, 8>{2, 127, 1, 44, -1, 0, 1, 4}));
+        // A copy shares the texts and nothing beside its own category.
+        const std::unique_ptr<gl_locale> copy = std::make_unique<gl_locale>();
+        _gl_copy_monetary(copy.get(), locale.get());
+        _gl_copy_messages(copy.get(), locale.get());
+        EXPECT_EQ(copy->monetary.currency_symbol.wide, locale->monetary.currency_symbol.wide);
+        EXPECT_EQ(copy->monetary.n_sign_posn, 4);
+        EXPECT_EQ(copy->messages.noexpr.bytes, locale->messages.noexpr.bytes);
+        EXPECT_EQ(copy->numeric.positive_sign.bytes, nullptr);
+        _gl_copy_numeric(copy.get(), locale.get());
+        EXPECT_EQ(copy->numeric.grouping.sizes[1], 258);
+        free_glconv_monetary(&locale->conv);
+        EXPECT_EQ(conv.n_sign_posn, 127);
+        EXPECT_NE(conv.decimal_point, nullptr);
+    }
+}
+
+// --- LC_TIME
+
+const string ERA = "+:0:1989/01/08:+*:Heisei:%EC %Ey:H";
+
+TEST(Time, IsReadWithItsChecks) {
+    const Codeset codeset = sjis_codeset();
+    const string good = LocaleObject(codeset).time, eras = "\n1\n" + string_line(ERA);
+    ASSERT_NE(good.find(eras), string::npos);
+    expect_errors(GL_CAT_TIME, codeset, good,
+                  {{0, {"=>", "gregorian=>arabic", eras + "=>\n0\n", eras + "=>\n-1\n"}},
+                   {50, {"gregorian=>julian", "gregorian=>Gregorian"}},
+                   {11,
+                    {"gregorian=>" + string(32, 'g'), "3 53756e=>-3 53756e", "\n12\n=>\n12 \n", "\n12\n=>\n5000\n",
+                     "\n12\n" + string_line("Jan") + "=>\n11\n"}},
+                   {3, {string_line("Sunday") + "=>", "3 53756e=>2 53756e", string_line("one") + "=>"}},
+                   {1, {string_line("Mon") + "=>" + string_line("\x80")}}});
+}
+
+TEST(Time, ErasFollowTheirGrammar) {
+    const Codeset codeset = sjis_codeset();
+    const string good = LocaleObject(codeset).time;
+    const auto with = [&](const string &era) { return string_line(ERA) + "=>" + string_line(era); };
+    expect_errors(GL_CAT_TIME, codeset, good,
+                  {{49,
+                    {with(""), with("*:0:1989/01/08:+*:a:b:c"), with("+0:1989/01/08:+*:a:b:c"), with("+:0,1989/01/08:+*:a:b:c"),
+                     with("+:0:1989-01/08:+*:a:b:c"), with("+:0:1989/01:+*:a:b:c"), with("+:0:1989/01/08:+:a:b:c"),
+                     with("+:0:1989/01/08:*:a:b:c"), with("+:0:1989/01/08:+*"), with("+:0:1989/01/08:+*:\x80:b:c")}},
+                   {3, {with("+:0:1989/01/08:+*:a"), with("+:0:1989/01/08:+*:a:b")}}});
+
+    const Locale locale = null_locale();
+    ASSERT_EQ(read_section(locale.get(), GL_CAT_CTYPE, ctype_text(codeset)), 1);
+    string time = good;
+    const string eras = string_line("-:-2:-1/12/31:99999999999/2/3:\x82\xA0:b:") + string_line("+:://:-*:::a:b");
+    time.replace(time.find("\n1\n" + string_line(ERA)), string_line(ERA).size() + 3, "\n2\n" + eras);
+    ASSERT_EQ(read_section(locale.get(), GL_CAT_TIME, time), 1);
+    const gl_time_info &info = locale->time;
+    const auto fields = [](const gl_era &e) {
+        return std::array{e.direction, e.offset,   e.start_year, e.start_month, e.start_day,
+                          e.end_flag,  e.end_year, e.end_month,  e.end_day};
+    };
+    EXPECT_EQ(fields(info.eras[0]), (std::array{-1, -2, -1, 12, 31, 0, 0x7FFFFFFF, 2, 3}));
+    EXPECT_EQ(fields(info.eras[1]), (std::array{1, 0, 0, 0, 0, -1, 0, 0, 0}));
+    EXPECT_EQ(string(info.eras[0].name, 6), "\x82\xA0\0\0\0\0"s);
+    EXPECT_STREQ(info.eras[0].format, "b");
+    EXPECT_STREQ(info.eras[1].third, "a:b");
+    EXPECT_EQ(wide_text(info.eras[1].w_third), U"a:b");
+    EXPECT_EQ(wide_text(info.eras[0].w_third), U"");
+    EXPECT_STREQ(info.joined_alt_digits, "zero\none");
+    EXPECT_STREQ(info.joined_eras, "-:-2:-1/12/31:99999999999/2/3:\x82\xA0:b:\n+:://:-*:::a:b");
+}
+
+TEST(Time, NamesAreKeptWidenedAndFound) {
+    for (const Codeset &codeset : {sjis_codeset(), single_byte_codeset(), two_byte_codeset(), utf8_codeset()}) {
+        const Locale locale = null_locale();
+        ASSERT_EQ(read_section(locale.get(), GL_CAT_CTYPE, ctype_text(codeset)), 1);
+        ASSERT_EQ(read_section(locale.get(), GL_CAT_TIME, LocaleObject(codeset).time), 1);
+        const gl_time_info &info = locale->time;
+        EXPECT_EQ(info.calendar, 1);
+        EXPECT_EQ((std::array{info.abmon.count, info.mon.count, info.alt_digits.count, info.era_count}),
+                  (std::array{12, 12, 2, 1}));
+        EXPECT_EQ(string(info.abday[6], codeset.encode("Sat").size() + 4), codeset.encode("Sat") + "\0\0\0\0"s);
+        EXPECT_EQ(wide_text(info.w_abday[1]) + wide_text(info.w_day[0]), U"MonSunday");
+        EXPECT_EQ(wide_text(info.abmon.wide[11]) + wide_text(info.mon.wide[4]) + wide_text(info.alt_digits.wide[1]), U"DecMayone");
+        EXPECT_EQ(wide_text(info.w_d_t_fmt) + wide_text(info.w_t_fmt_ampm) + wide_text(info.w_am),
+                  U"%a %d %b %Y %H:%M:%S%I:%M %pAM");
+        EXPECT_EQ(wide_text(info.w_d_fmt) + wide_text(info.w_t_fmt) + wide_text(info.w_pm), U"%d/%m/%y%H:%M:%SPM");
+        EXPECT_EQ(wide_text(info.w_era_d_fmt) + wide_text(info.w_era_t_fmt) + wide_text(info.w_era_d_t_fmt), U"%Ey%H%Ey %H");
+        EXPECT_EQ(wide_text(info.w_joined_eras), std::u32string(ERA.begin(), ERA.end()));
+        const auto find = [&](void *cache, std::u32string_view input) {
+            std::vector<gl_wchar> wide(input.begin(), input.end());
+            wide.push_back(0);
+            int length = -1, value = -1;
+            const int result = _gl_validate_wc_string(locale.get(), cache, wide.data(), &length, &value);
+            return std::array{result, length, value};
+        };
+        EXPECT_EQ(find(info.mon_names, U"OCTOBER 3"), (std::array{0, 7, 9}));
+        EXPECT_EQ(find(info.abmon_names, U"october"), (std::array{0, 3, 9}));
+        EXPECT_EQ(find(info.day_names, U"Fri"), (std::array{-1, -1, -1}));
+        EXPECT_EQ(find(info.abday_names, U"Fri"), (std::array{0, 3, 5}));
+        EXPECT_EQ(find(info.am_pm_names, U"pm"), (std::array{0, 2, 1}));
+        EXPECT_EQ(find(info.alt_digit_names, U"one"), (std::array{0, 3, 1}));
+        EXPECT_EQ(find(info.era_names, U"heisei 3"), (std::array{0, 6, 0}));
+        EXPECT_EQ(find(info.era_formats, U"%ec %ey"), (std::array{0, 7, 0}));
+    }
+    const Locale locale = null_locale();
+    ASSERT_EQ(read_section(locale.get(), GL_CAT_CTYPE, ctype_text(sjis_codeset())), 1);
+    string time = LocaleObject(sjis_codeset()).time;
+    time.replace(time.find("\n1\n" + string_line(ERA)), string_line(ERA).size() + 3, "\n0\n");
+    ASSERT_EQ(read_section(locale.get(), GL_CAT_TIME, time), 1);
+    EXPECT_EQ(locale->time.joined_eras, nullptr);
+    EXPECT_EQ(locale->time.joined_alt_digits, nullptr); // only where there are eras
+}
+
+// --- faults
+
+struct Section {
+    const char *name;
+    int category;
+    string body;
+    string codeset = ctype_text(sjis_codeset());
+};
+
+std::vector<Section> sections() {
+    const Codeset codeset = small_codeset();
+    const LocaleObject object(codeset, some_rules().text());
+    string time = LocaleObject(sjis_codeset()).time, direct = some_rules(true).text();
+    direct.pop_back(); // what follows the last weight is nobody's
+    return {{"ctype", GL_CAT_CTYPE, object.ctype},
+            {"collate", GL_CAT_COLLATE, object.collate},
+            {"direct", GL_CAT_COLLATE, direct},
+            {"numeric", GL_CAT_NUMERIC, object.numeric},
+            {"monetary", GL_CAT_MONETARY, object.monetary},
+            {"time", GL_CAT_TIME, time},
+            {"messages", GL_CAT_MESSAGES, object.messages}};
+}
+
+// A handle with the codeset that the section's texts are in.
+Locale locale_for(const Section &section) {
+    Locale locale = null_locale();
+    if (locale->error == 0 && section.category != GL_CAT_CTYPE) read_section(locale.get(), GL_CAT_CTYPE, section.codeset);
+    return locale;
+}
+
+TEST(Sections, OutOfMemory) {
+    for (const Section &section : sections()) {
+        SCOPED_TRACE(section.name);
+        for_each_fault(Operation::allocate, [&section](const Faults &faults) {
+            const Locale locale = locale_for(section);
+            const int result = locale->error == GL_ENOMEM ? -1 : read_section(locale.get(), section.category, section.body);
+            EXPECT_TRUE(result == 1 || (faults.hit() && locale->error == GL_ENOMEM));
+        });
+    }
+}
+
+TEST(Sections, ReadFaultsAndCutsLeaveNothing) {
+    for (const Section &section : sections()) {
+        SCOPED_TRACE(section.name);
+        for_each_fault(Operation::read,
+                       [&section](const Faults &) { read_section(null_locale().get(), section.category, section.body); });
+        const Locale locale = locale_for(section);
+        for (size_t size = 0; size < section.body.size(); ++size) {
+            EXPECT_LT(read_section(locale.get(), section.category, section.body.substr(0, size)), 1) << size;
+            gl_free_category(locale.get(), section.category);
+            gl_make_null_category(locale.get(), section.category);
+        }
+        EXPECT_EQ(read_section(locale.get(), section.category, section.body), 1);
+    }
+}
+
+} // namespace

@@ -1,0 +1,141 @@
+#include "mbwc/maps.h"
+#include "support/locale_object.h"
+
+#include <gtest/gtest.h>
+#include <set>
+
+namespace {
+
+using namespace qbgl_test;
+
+constexpr int UNTOUCHED = 99;
+
+int take_error(gl_locale *l) { return std::exchange(l->error, UNTOUCHED); }
+
+// Under every shape of codeset, with the look-up arrays and by the tables alone.
+void everywhere(auto check) {
+    for (const Codeset &codeset : {single_byte_codeset(), sjis_codeset(), eucjp_codeset(), utf8_codeset(), two_byte_codeset()}) {
+        const Locale locale = load_locale(LocaleObject(codeset));
+        ASSERT_EQ(take_error(locale.get()), 0);
+        for (const bool arrays : {true, false}) {
+            SCOPED_TRACE(codeset.name + (arrays ? ", arrays" : ", tables"));
+            void *const kept = std::exchange(locale->ctype.maps, arrays ? locale->ctype.maps : nullptr);
+            EXPECT_EQ(locale->ctype.maps != nullptr, arrays);
+            check(codeset, locale.get());
+            locale->ctype.maps = kept;
+        }
+    }
+}
+
+const std::string &other(const std::string &mapped, const Character &of) { return mapped.empty() ? of.bytes : mapped; }
+
+TEST(Characters, HaveClassAndCase) {
+    everywhere([](const Codeset &codeset, gl_locale *l) {
+        std::set<gl_wchar> known;
+        for (const Character &character : codeset.characters) {
+            const std::string &bytes = character.bytes, up = other(character.upper, character),
+                              low = other(character.lower, character);
+            const gl_wchar wc = *known.insert(wide(bytes)).first;
+            const auto length = static_cast<int>(bytes.size()), shorter = length - 1, cased = static_cast<int>(low.size());
+            EXPECT_TRUE(_gl_im_towupper(l, wc) == wide(up) && _gl_im_towlower(l, wc) == wide(low));
+            for (const unsigned mask : {0x1FFFFU, unsigned{GL_CLASS_ALPHA}, 0U}) {
+                EXPECT_EQ(_gl_im_iswctype(l, wc, mask), character.classes & mask);
+                EXPECT_EQ(_gl_im_ismctype(l, bytes.c_str(), mask), character.classes & mask);
+                EXPECT_EQ(_qbx_gl_im_ismctype(l, bytes.data(), length, mask), character.classes & mask);
+            }
+            char out[4];
+            EXPECT_EQ(_gl_im_tomupper(l, out, bytes.c_str()), length << 8 | static_cast<int>(up.size()));
+            EXPECT_EQ(std::string(out, up.size()), up);
+            EXPECT_EQ(_qbx_gl_im_tomlower(l, out, bytes.data(), length), length << 8 | cased);
+            EXPECT_EQ(std::string(out, low.size()), low);
+            EXPECT_EQ(take_error(l), UNTOUCHED);
+            EXPECT_TRUE(_qbx_gl_im_ismctype(l, bytes.data(), shorter, 0xFFFF) == 0 && take_error(l) == GL_EINVAL);
+            EXPECT_TRUE(_qbx_gl_im_tomupper(l, out, bytes.data(), shorter) == 0 && take_error(l) == GL_EINVAL);
+        }
+        for (const gl_wchar first : {0x100U, 0x8000U, 0xC000U, 0x8FB000U, 0xE38000U, 0xF09F8000U, 0xFFFFC000U}) // and no others
+            for (gl_wchar wc = first; wc - first < 0x4000; ++wc)
+                ASSERT_TRUE(known.contains(wc) || (_gl_im_towlower(l, wc) == wc && take_error(l) == UNTOUCHED &&
+                                                   _gl_im_iswctype(l, wc, 0xFFFF) == 0 && take_error(l) == GL_EILSEQ));
+    });
+}
+
+TEST(Texts, AreMapped) {
+    everywhere([](const Codeset &codeset, gl_locale *l) {
+        std::string text, upper, lower, end = codeset.encode(std::string(1, '\0'));
+        std::vector<gl_wchar> wides, wide_upper, wide_lower;
+        for (const Character &character : codeset.characters) {
+            if (wide(character.bytes) != 0) text += character.bytes;
+            if (wide(character.bytes) != 0) upper += other(character.upper, character), lower += other(character.lower, character);
+            wides.push_back(wide(character.bytes));
+            wide_upper.push_back(wide(other(character.upper, character)));
+            wide_lower.push_back(wide(other(character.lower, character)));
+        }
+        for (auto *values : {&wides, &wide_upper, &wide_lower}) std::rotate(values->begin(), values->begin() + 1, values->end());
+        for (const auto &[map, source, expected] :
+             {std::tuple(&gl_tombsupper, text, upper), {&gl_tombslower, text, lower}, {&gl_tombslower, "", ""}}) {
+            std::string mapped(expected.size() + end.size(), '?');
+            EXPECT_EQ(map(l, mapped.data(), (source + end).c_str()), static_cast<int>(expected.size()));
+            EXPECT_EQ(mapped, expected + end);
+        }
+        for (const auto &[map, expected] : {std::pair(&gl_towcsupper, wide_upper), {&gl_towcslower, wide_lower}}) {
+            std::vector<gl_wchar> in_place = wides;
+            EXPECT_TRUE(map(l, in_place.data(), in_place.data()) == 0 && in_place == expected);
+        }
+        EXPECT_EQ(take_error(l), UNTOUCHED);
+        wides = {'a', 0xFFFF, 7};
+        EXPECT_TRUE(gl_towcsupper(l, wides.data(), wides.data()) == -1 && take_error(l) == GL_EILSEQ);
+        EXPECT_EQ(wides, (std::vector<gl_wchar>{'A', 0xFFFF, 7}));
+        if (l->single_byte != 0) return;
+        std::string mapped(upper.size() + 4, '?');
+        EXPECT_TRUE(gl_tombsupper(l, mapped.data(), (text + "\xFF\xFF" + end).c_str()) == -1 && take_error(l) == GL_EILSEQ);
+        EXPECT_EQ(mapped, upper + "????");                                                             // and no terminator
+        EXPECT_TRUE(_gl_im_tomupper(l, mapped.data(), "\xFF") == 0x101 && take_error(l) == GL_EILSEQ); // copied
+    });
+}
+
+TEST(Case, FollowsTheCaseTableAlone) {
+    Codeset codeset = sjis_codeset();
+    codeset.characters['b'].upper = "\xFC\xFC"; // no character of the codeset
+    const Locale locale = load_locale(LocaleObject(codeset));
+    char out[8];
+    EXPECT_EQ(_gl_im_tomupper(locale.get(), out, "b"), 0x1FF);
+    EXPECT_EQ(gl_tombsupper(locale.get(), out, "baab"), 1); // each b counts -1, but never to before the beginning
+    EXPECT_STREQ(out, "A");
+    gl_ctype_info &info = locale->ctype, whole = info;
+    const uint16_t first_pair = 1;
+    info.case_table = _gl_create_multi(2, 0, &first_pair);
+    const gl_desc a{1, {'a'}};
+    _gl_insert_desc_multi(&a, &first_pair, info.case_table); // A is a character, but not in the case table
+    info.maps = qbgl::build_codeset_maps(info);
+    gl_wchar wides[] = {'A', 'a', 0};
+    EXPECT_EQ(gl_tombsupper(locale.get(), out, "aA"), -1);
+    EXPECT_EQ(gl_towcsupper(locale.get(), wides, wides), -1);
+    EXPECT_EQ(_gl_im_towlower(locale.get(), 'A'), gl_wchar{'A'});
+    qbgl::free_codeset_maps(static_cast<qbgl::CodesetMaps *>(info.maps));
+    _gl_free_multi(info.case_table);
+    info = whole;
+}
+
+TEST(Class, IsFoundByName) {
+    char kana[] = "kana", alpha[] = "alpha", capital[] = "Alnum";
+    gl_class_name own[] = {{3, kana}, {0, alpha}, {37, capital}, {4, kana}};
+    gl_locale locale = {};
+    EXPECT_EQ(gl_ctype(&locale, "kana"), 0U);
+    locale.ctype.class_list = own;
+    locale.ctype.class_count = 4;
+    unsigned mask = 1;
+    for (const char *name : {"upper", "lower", "alpha", "digit", "space", "cntrl", "punct", "graph", "print", "xdigit", "blank"})
+        EXPECT_EQ(gl_ctype(&locale, name), std::exchange(mask, mask * 2)) << name;
+    for (const auto &[name, own_mask] : {std::pair("alnum", 12U), {"kana", 16384U}, {"Alnum", 65536U}, {"kan", 0U}})
+        EXPECT_EQ(gl_ctype(&locale, name), own_mask) << name;
+}
+
+TEST(Case, GrowsByTheLocalesFactor) {
+    gl_locale locale = {};
+    for (const auto &[factor, size] : {std::pair(4.0, 40), {1.5, 20}, {2.0, 20}, {2.01, 30}, {1e300, INT_MAX}}) {
+        locale.case_growth = factor;
+        EXPECT_EQ(gl_case_conv_outbuflen(&locale, 10), size) << factor;
+    }
+}
+
+} // namespace

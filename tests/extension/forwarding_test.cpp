@@ -1,0 +1,69 @@
+// The calls of a locale that the extension library serves.
+#include "extension.h"
+
+#include "qbgl.h"
+#include "qbnxdl/entry_points.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr int UNTOUCHED = 99;
+
+char *bytes(intptr_t address) { return reinterpret_cast<char *>(address); }
+gl_wchar *wides(intptr_t address) { return reinterpret_cast<gl_wchar *>(address); }
+
+// Makes every call. Its answer is the entry point's own digit and its arguments', 7 and 8 being the handles of the two categories;
+// or the last number while no extension is loaded.
+void call_all(gl_locale *l, auto expect) {
+    expect(gl_full_mbtowc(l, wides(1), bytes(2), 3), 17123, -1);
+    expect(_qbx_gl_full_mbtowc(l, wides(1), bytes(2), -1), 17119, -1);
+    expect(gl_full_wctomb(l, bytes(1), 2), 2712, -1);
+    expect(_gl_im_mbstowcs(l, wides(1), bytes(2), 3), 371319, -1);
+    expect(_qbx_gl_im_mbfstowcfs(l, wides(1), bytes(2), 3, 4), 371423, -1);
+    expect(gl_full_wcstombs(l, bytes(1), wides(2), 3), 571319, -1);
+    expect(_qbx_gl_is_wcstombs(l, bytes(1), wides(2), 3, 4), 571423, -1);
+    expect(gl_full_mblen(l, bytes(1), 2), 4712, -1);
+    expect(_gl_im_ismctype(l, bytes(1), 2), 77142, 0);
+    expect(_qbx_gl_im_ismctype(l, bytes(1), 3, 2), 77132, 0);
+    expect(_gl_im_towupper(l, 5), 875, 5);
+    expect(_gl_im_towlower(l, 5), 975, 5);
+    expect(_gl_im_tomupper(l, bytes(1), bytes(2)), 17124, 0);
+    expect(_gl_im_tomlower(l, bytes(9), bytes(9999)), 127894 & 0xFFFF, 0);
+    expect(gl_tombsupper(l, bytes(1), bytes(2)), 3712, -1);
+    expect(gl_tombslower(l, bytes(1), bytes(2)), 4712, -1);
+    expect(gl_towcsupper(l, wides(1), wides(2)), 5712, -1);
+    expect(gl_towcslower(l, wides(1), wides(2)), 6712, -1);
+    expect(_glu_mbscoll(l, bytes(1), bytes(2)), 880919, 0);
+    expect(_glu_mbfscoll(l, bytes(1), 3, bytes(2), 4), 881324, 0);
+    expect(_glu_mbsxfrm(l, bytes(1), bytes(2), 3), 98123, -1);
+}
+
+TEST(Forwarding, HandsOverArgumentsAnswersAndErrors) {
+    gl_locale locale = {};
+    locale.glu_flag[GL_CAT_CTYPE] = locale.glu_flag[GL_CAT_COLLATE] = 1;
+    locale.glu_handle[GL_CAT_CTYPE] = bytes(7);
+    locale.glu_handle[GL_CAT_COLLATE] = bytes(8);
+    qbnx_library library = {};
+    ASSERT_EQ(qbnx_dlopen(&library, QBGL_BINARY_DIR "/extension/complete.so", -99), 0);
+    ExtensionRecord &record = *reinterpret_cast<ExtensionRecord *(*)()>(dlsym(library.handle, "extension_record"))();
+    ASSERT_EQ(qbgl::resolve_entry_points(&library), 0);
+    for (const int16_t cell : {0, -3, 57}) {
+        locale.error = UNTOUCHED;
+        record.error = cell;
+        call_all(&locale, [&](int64_t result, int answer, int) {
+            EXPECT_EQ(result, answer);
+            EXPECT_EQ(std::exchange(locale.error, UNTOUCHED), cell > 0 ? cell : UNTOUCHED) << answer;
+        });
+    }
+    EXPECT_EQ(_gl_im_iswctype(&locale, 1, 2), 612U); // these two have neither cell nor, the first one, handle
+    EXPECT_EQ(gl_case_conv_outbuflen(&locale, 9), 779);
+    qbgl::clear_entry_points(); // what is left of a locale when the extension is unloaded under it
+    call_all(&locale, [](int64_t result, int, int without) { EXPECT_EQ(result, without); });
+    EXPECT_TRUE(_gl_im_iswctype(&locale, 1, 2) == 0 && gl_case_conv_outbuflen(&locale, 9) == -1);
+    EXPECT_EQ(locale.error, UNTOUCHED);
+    EXPECT_EQ(qbnx_dlclose(&library), 0);
+}
+
+} // namespace

@@ -1,0 +1,116 @@
+// Loading, selecting and sharing under every fault: allocations, opens, reads and closes that fail in turn, objects cut short at
+// every byte. There is a clear error, nothing is left behind, and the next clean call succeeds.
+#include "support/faults.h"
+#include "support/locale_object.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace qbgl_test;
+
+LocaleObject object(const Codeset &codeset) {
+    Collation rules = Collation::in_order(codeset, {1, 2});
+    rules.rows[70] = rules.rows[80];
+    rules.rows[90] = {1, 1};
+    rules.rows[100] = {0x4000, 0x4000};
+    rules.expansions = {{'s', 's'}};
+    rules.elements = {{{'s', 'h'}, 3}};
+    return LocaleObject(codeset, rules.text());
+}
+
+bool select(gl_locale *locale, const char *spec) {
+    char *names = gl_setlocale_4(locale, GL_CAT_ALL, spec);
+    EXPECT_EQ(names == nullptr, locale->error != 0);
+    gl_destroystring(names);
+    return names != nullptr;
+}
+
+class Loading : public testing::Test {
+  protected:
+    Loading() {
+        write_file(first / "default.lco", object(single_byte_codeset()).text());
+        write_file(second / "default.lco", object(sjis_codeset()).text());
+    }
+
+    int create() const {
+        gl_locale *locale = nullptr;
+        const int result = gl_createlocale2_4(&locale, (first.string() + "/").c_str());
+        const int error = locale->error;
+        EXPECT_EQ(result, error == 0 ? 0 : -1);
+        gl_lc_unload(locale);
+        return error;
+    }
+    // Loads one locale, selects another in its place, and shares that.
+    int load_select_share() const {
+        gl_locale *locale = nullptr, *target = nullptr;
+        gl_lc_load(&locale, "default.lco", nullptr, second.c_str());
+        int error = locale->error;
+        if (error == 0 && !select(locale, "")) error = locale->error;
+        if (error == 0) {
+            gl_create_null_locale_4(&target);
+            gl_copy_cat(target, locale, GL_CAT_ALL);
+            error = target->error;
+            gl_free_nonshared_loc(target);
+        }
+        gl_lc_unload(locale);
+        return error;
+    }
+
+    const TempDir tree;
+    const std::filesystem::path first = tree.path() / "first", second = tree.path() / "second";
+    const ScopedEnv all{"GL_ALL", nullptr}, language{"GL_LANG", nullptr}, search{"GL_PATH", first.string()};
+};
+
+const Faults *current = nullptr;
+
+TEST_F(Loading, WithFailingOperations) {
+    int (*const ferror)(FILE *) = [](FILE *) { return current->hit() ? 1 : 0; };
+    for (const auto door : {&Loading_WithFailingOperations_Test::create, &Loading_WithFailingOperations_Test::load_select_share}) {
+        for_each_fault(Operation::allocate, [&](const Faults &faults) {
+            const int error = (this->*door)(); // lookup arrays are done without where there is no memory for them
+            EXPECT_TRUE(error == GL_ENOMEM ? faults.hit() : error == 0) << error;
+        });
+        // The default object is also searched where it is not in the directory.
+        for_each_fault(Operation::open, Lasting::on, [&](const Faults &faults) {
+            const int error = (this->*door)();
+            EXPECT_EQ(error, faults.hit() ? GL_ENOFILE : 0);
+        });
+        for_each_fault(Operation::close, [&](const Faults &) { EXPECT_EQ((this->*door)(), 0); });
+    }
+    gl_setextfunc(nullptr, GL_EXT_FERROR, reinterpret_cast<gl_extfunc>(ferror));
+    for_each_fault(Operation::read, [&](const Faults &faults) {
+        current = &faults;
+        const int error = create();
+        EXPECT_EQ(error != 0, faults.hit());
+    });
+    gl_setextfunc(nullptr, GL_EXT_FERROR, nullptr);
+}
+
+TEST_F(Loading, AfterAFailureAsBefore) {
+    Faults faults;
+    gl_locale *locale = nullptr;
+    ASSERT_EQ(gl_create_null_locale_4(&locale), 0);
+    bool hit = true;
+    for (unsigned nth = 1; hit; ++nth) {
+        faults.arm(Operation::allocate, nth);
+        select(locale, "");
+        hit = faults.hit();
+        faults.arm(Operation::allocate, 0);
+        gl_wchar wide[4];
+        if (locale->mbstowcs != nullptr) gl_mbstowcs(locale, wide, "Ash", 4), gl_mbscoll(locale, "sh", "ss"); // as far as it goes
+        const ScopedEnv other("GL_PATH", second.string());
+        EXPECT_TRUE(select(locale, "default.lco") && gl_mbstowcs(locale, wide, "\x82\xA0", 4) == 1 && wide[0] == 0x82A0) << nth;
+    }
+    gl_lc_unload(locale);
+    EXPECT_EQ(faults.blocks(), 0U);
+}
+
+TEST_F(Loading, CutAtEveryByte) {
+    for (auto size = file_size(first / "default.lco"); size-- > 0;) {
+        resize_file(first / "default.lco", size);
+        EXPECT_NE(create(), 0) << size;
+    }
+}
+
+} // namespace

@@ -1,0 +1,435 @@
+// Multibyte and wide characters, in codesets of every shape, against a model that knows a codeset as the set of its characters.
+#include "mbwc/maps.h"
+#include "qbnxdl/entry_points.h"
+#include "support/faults.h"
+#include "support/locale_object.h"
+
+#include <climits>
+#include <gtest/gtest.h>
+#include <optional>
+#include <random>
+#include <set>
+
+namespace qbgl_test {
+namespace {
+
+constexpr gl_wchar UNTOUCHED = 0x5A5A5A5A;
+constexpr char UNTOUCHED_BYTE = 0x5A;
+enum { INVALID = 0, CUT = -1 };
+
+// What a call returned, stored and reported.
+template <class T> struct Outcome {
+    int result, error;
+    std::vector<T> stored;
+    bool operator==(const Outcome &) const = default;
+};
+
+struct Model {
+    std::set<std::string> characters;
+    size_t shortest;
+
+    // The character at the beginning: its length, INVALID, or CUT when it goes on behind the text.
+    int length(std::string_view text) const {
+        for (size_t taken = 1;; ++taken) {
+            if (taken > text.size()) return CUT;
+            const std::string bytes(text.substr(0, taken));
+            if (characters.contains(bytes)) return static_cast<int>(taken);
+            const auto next = characters.lower_bound(bytes);
+            if (next == characters.end() || !next->starts_with(bytes)) return INVALID;
+        }
+    }
+
+    // The values, until `room` are stored or a NUL character is; -1 stands for bytes that are none. `text` has its terminator.
+    Outcome<gl_wchar> terminated(std::string_view text, int room) const {
+        Outcome<gl_wchar> out{};
+        while (out.result < room) {
+            const int taken = length(text);
+            if (taken <= 0) return {-1, GL_EILSEQ, out.stored};
+            out.stored.push_back(wide(text.substr(0, taken)));
+            text.remove_prefix(taken);
+            if (out.stored.back() == 0) break;
+            ++out.result;
+        }
+        return out;
+    }
+    // `text` is longer than `len`.
+    Outcome<gl_wchar> counted(std::string_view text, size_t len, int room) const {
+        Outcome<gl_wchar> out{1, 0, {}};
+        for (size_t at = 0; out.result <= room; ++out.result) {
+            const int taken = length(text.substr(at, std::max<size_t>(len, 1) - at));
+            if (taken <= 0) return {-1, GL_EILSEQ, out.stored};
+            out.stored.push_back(wide(text.substr(at, taken)));
+            if ((at += taken) >= len) break;
+        }
+        return out;
+    }
+    std::optional<std::string> encoded(gl_wchar wc) const {
+        const size_t own = wc > 0xFFFFFF ? 4 : wc > 0xFFFF ? 3 : wc > 0xFF ? 2 : 1;
+        std::string bytes;
+        for (size_t i = std::max(own, shortest); i-- > 0;) bytes += static_cast<char>(wc >> (8 * i));
+        return characters.contains(bytes) ? std::optional(bytes) : std::nullopt;
+    }
+    size_t encoded_size(gl_wchar wc) const {
+        return std::max<size_t>(shortest, wc > 0xFFFFFF ? 4 : wc > 0xFFFF ? 3 : wc > 0xFF ? 2 : 1);
+    }
+    // A len of -1: a zero ends the text.
+    Outcome<char> wide_text(const std::vector<gl_wchar> &text, int len, size_t room) const {
+        Outcome<char> out{};
+        for (int i = 0; out.stored.size() + encoded_size(text[i]) <= room; ++i) {
+            const auto bytes = encoded(text[i]);
+            if (!bytes) return {-1, GL_EILSEQ, out.stored};
+            out.stored.insert(out.stored.end(), bytes->begin(), bytes->end());
+            if (len == -1 && text[i] == 0) break;
+            out.result = static_cast<int>(out.stored.size());
+            if (len != -1 && i + 1 >= len) break;
+        }
+        return out;
+    }
+};
+
+// A block of memory that ends with the text.
+template <class T, class Text> std::vector<T> exactly(const Text &text, size_t offset) {
+    std::vector<T> block(offset);
+    block.insert(block.end(), text.begin(), text.end());
+    block.shrink_to_fit();
+    return block;
+}
+
+class Room : public testing::TestWithParam<std::tuple<Codeset (*)(), bool>> {
+  protected:
+    Room() {
+        const auto [make, with_maps] = GetParam();
+        const Codeset codeset = make();
+        const uint16_t none = 0;
+        gl_multi *table = locale.ctype.codeset_table = _gl_create_multi(2, 0, &none);
+        locale.ctype.case_table = _gl_create_multi(2, 0, &none);
+        locale.ctype.case_pairs = pairs;
+        for (const Character &character : codeset.characters) {
+            gl_desc key{static_cast<uint32_t>(character.bytes.size()), {}};
+            character.bytes.copy(reinterpret_cast<char *>(key.bytes), sizeof key.bytes);
+            const auto mask = static_cast<uint16_t>(character.classes), pair = static_cast<uint16_t>(mask % std::size(pairs));
+            EXPECT_EQ(_gl_insert_desc_multi(&key, &mask, table), 0);
+            EXPECT_EQ(_gl_insert_desc_multi(&key, &pair, locale.ctype.case_table), 0);
+            model.characters.insert(character.bytes);
+            all.push_back(character.bytes);
+            classes[wide(character.bytes)] = mask;
+        }
+        locale.single_byte = _gl_multi_max_length(table) == 1;
+        model.shortest = static_cast<size_t>(_gl_multi_min_length(table));
+        if (with_maps) locale.ctype.maps = qbgl::build_codeset_maps(locale.ctype);
+        EXPECT_EQ(locale.ctype.maps != nullptr, with_maps);
+    }
+    ~Room() override {
+        qbgl::free_codeset_maps(static_cast<qbgl::CodesetMaps *>(locale.ctype.maps));
+        _gl_free_multi(locale.ctype.codeset_table);
+        _gl_free_multi(locale.ctype.case_table);
+    }
+
+    unsigned below(size_t n) { return std::uniform_int_distribution<unsigned>(0, static_cast<unsigned>(n) - 1)(random); }
+    const std::string &any_character() { return below(3) == 0 ? all['a' + below(26)] : all[below(all.size() - 1) + 1]; }
+
+    // Runs of letters and of anything; most with something bad.
+    std::string text() {
+        static const std::string BAD[] = {"\x80",         "\xC0\x80", "\xC1\xBF", "\xE0\x81\xA1", "\xED\xA0\x80", "\xE3\x81",
+                                          "\xF3\x81\x81", "\xF0\x90", "\xFF",     "\x8F\xB0\xFF", "\x82",         "\xC3\x81\x81"};
+        std::string text;
+        for (size_t size = below(170); text.size() < size;) {
+            if (below(8) == 0) {
+                for (unsigned i = below(70); i > 0; --i) text += all['a' + below(26)];
+            } else {
+                for (unsigned i = below(20); i > 0; --i) text += any_character();
+            }
+            if (below(16) == 0) text += BAD[below(std::size(BAD))];
+        }
+        if (!text.empty() && below(4) == 0) text[below(text.size())] = static_cast<char>(below(256));
+        return text;
+    }
+
+    template <class T, class Call> Outcome<T> call(size_t room, T untouched, Call function) {
+        std::vector<T> out(room, untouched);
+        locale.error = 0;
+        const int result = function(out.data());
+        return {result, locale.error, out};
+    }
+
+    // Stored values first, and behind them nothing else, where the call succeeded.
+    template <class T>
+    static void expect_same(const Outcome<T> &expected, const Outcome<T> &actual, T untouched, const std::string &what) {
+        std::vector<T> stored = expected.stored, got = actual.stored;
+        if (expected.result < 0)
+            got.resize(stored.size());
+        else
+            stored.resize(got.size(), untouched);
+        EXPECT_TRUE(expected.result == actual.result && expected.error == actual.error && stored == got)
+            << what << ": " << actual.result << " instead of " << expected.result << ", error " << actual.error;
+    }
+
+    gl_case_pair pairs[5] = {};
+    gl_locale locale = {};
+    Model model;
+    std::vector<std::string> all;
+    std::map<gl_wchar, uint16_t> classes;
+    std::mt19937 random{20};
+};
+
+TEST_P(Room, DecodesTextLikeTheModel) {
+    for (int round = 0; round < 120; ++round) {
+        const std::string plain = text();
+        const std::string whole = plain + std::string(model.shortest, '\0');
+        const auto check = [&](int len, size_t room, int told_room) {
+            const size_t offset = below(17);
+            auto in = exactly<char>(std::string_view(whole).substr(0, len == -1 ? whole.size() : std::max(len, 1)), offset);
+            const auto expected =
+                len == -1 ? model.terminated(whole, told_room) : model.counted(whole, static_cast<size_t>(len), told_room);
+            const auto actual = call<gl_wchar>(room, UNTOUCHED, [&](gl_wchar *dst) {
+                return _qbx_gl_im_mbfstowcfs(&locale, dst, in.data() + offset, len, told_room);
+            });
+            expect_same(expected, actual, UNTOUCHED, hexadecimal(whole) + " len " + std::to_string(len));
+        };
+        const size_t values = model.terminated(whole, INT_MAX).stored.size();
+        for (size_t room = round % 7; room <= values + 2; room += 1 + below(9)) check(-1, room, static_cast<int>(room));
+        if (model.terminated(whole, INT_MAX).result >= 0) check(-1, values, INT_MAX);
+        for (size_t len = round % 5; len <= plain.size(); len += 1 + below(5)) {
+            check(static_cast<int>(len), plain.size() + 1, static_cast<int>(plain.size() + 1));
+            check(static_cast<int>(len), len / 2, static_cast<int>(len / 2));
+        }
+    }
+}
+
+TEST_P(Room, EncodesTextLikeTheModel) {
+    if (locale.single_byte) GTEST_SKIP() << "values above a byte lose their high bits";
+    for (int round = 0; round < 120; ++round) {
+        std::vector<gl_wchar> plain;
+        for (size_t i = below(90), run = below(60); i > 0; --i)
+            plain.push_back(wide(i < run && run % 2 == 0 ? all['a' + below(26)] : any_character()));
+        if (!plain.empty() && below(3) == 0) plain[below(plain.size())] = below(2) == 0 ? random() : below(0x20000);
+        std::vector<gl_wchar> whole = plain;
+        whole.push_back(0);
+        const auto check = [&](int len, size_t room, int told_room) {
+            const size_t offset = below(5);
+            auto in =
+                exactly<gl_wchar>(std::vector(whole.begin(), len == -1 ? whole.end() : whole.begin() + std::max(len, 1)), offset);
+            const auto expected = model.wide_text(whole, len, told_room);
+            const auto actual = call<char>(room, UNTOUCHED_BYTE, [&](char *dst) {
+                return _qbx_gl_full_wcstombs(&locale, dst, in.data() + offset, len, told_room);
+            });
+            expect_same(expected, actual, UNTOUCHED_BYTE, "room " + std::to_string(room));
+        };
+        size_t bytes = 0;
+        for (const gl_wchar wc : whole) bytes += model.encoded_size(wc);
+        for (size_t room = round % 7; room <= bytes + 2; room += 1 + below(9)) check(-1, room, static_cast<int>(room));
+        if (model.wide_text(whole, -1, bytes).result >= 0) check(-1, bytes, INT_MAX);
+        for (size_t len = 0; len <= plain.size(); len += 1 + below(5)) check(static_cast<int>(len), bytes, static_cast<int>(bytes));
+    }
+}
+
+TEST_P(Room, SingleCharactersAreAsInTheModel) {
+    const auto check = [&](const std::string &bytes) {
+        const auto in = exactly<char>(bytes, 0);
+        for (int n = 0; n <= static_cast<int>(bytes.size()); ++n) {
+            const int length = n < 1 ? CUT : model.length(std::string_view(bytes).substr(0, n));
+            const int error = length > 0 ? 0 : length == CUT ? GL_EINVAL : GL_EILSEQ;
+            const gl_wchar value = length > 0 ? wide(std::string_view(bytes).substr(0, length)) : UNTOUCHED;
+            const int result = length <= 0 ? -1 : value == 0 ? 0 : length;
+            const auto decode = [&](auto function) {
+                return call<gl_wchar>(1, UNTOUCHED, [&](gl_wchar *wc) { return function(&locale, wc, in.data(), n); });
+            };
+            EXPECT_EQ(decode(gl_full_mbtowc), (Outcome<gl_wchar>{result, error, {value}})) << hexadecimal(bytes) << n;
+            EXPECT_EQ(decode(_qbx_gl_full_mbtowc), (Outcome<gl_wchar>{result, error, {value}})) << hexadecimal(bytes) << n;
+            const auto measure = [&](auto function) {
+                return call<char>(0, 0, [&](char *) { return function(&locale, in.data(), n); });
+            };
+            EXPECT_EQ(measure(gl_full_mblen), (Outcome<char>{result, error, {}})) << hexadecimal(bytes) << n;
+            EXPECT_EQ(measure(_qbx_gl_full_mblen), (Outcome<char>{length > 0 ? length : -1, error, {}})) << hexadecimal(bytes) << n;
+        }
+    };
+    for (const std::string &character : all) check(character);
+    for (int i = 0; i < 65536; i += 7)
+        check({static_cast<char>(i), static_cast<char>(i >> 8), static_cast<char>(below(256)), static_cast<char>(below(256))});
+
+    std::vector<gl_wchar> values;
+    for (gl_wchar wc = 0; wc < 0x18000; ++wc) values.push_back(wc);
+    for (const std::string &character : all)
+        values.insert(values.end(), {wide(character), wide(character) + 1, wide(character) | 0x80000000});
+    for (const gl_wchar wc : values) {
+        char bytes[4];
+        locale.error = 0;
+        const int length = gl_full_wctomb(&locale, bytes, wc);
+        const auto expected = model.encoded(wc);
+        ASSERT_EQ(length < 0 ? std::nullopt : std::optional(std::string(bytes, length)), expected) << wc;
+        ASSERT_EQ(locale.error, expected ? 0 : GL_EILSEQ);
+        ASSERT_EQ(gl_wclen(&locale, wc), locale.single_byte ? 1 : length);
+        const auto *maps = qbgl::maps_of(&locale);
+        if (maps == nullptr || length == 4) continue;
+        ASSERT_EQ(maps->has(wc), expected.has_value()) << wc;
+        if (!expected) continue;
+        const auto &cell = maps->cells[maps->page_blocks[wc >> 8] * 256 + (wc & 255)];
+        ASSERT_TRUE(cell.classes == classes[wc] && cell.pair == classes[wc] % std::size(pairs)) << wc;
+    }
+}
+
+TEST_P(Room, MeasuresTextLikeTheModel) {
+    for (int round = 0; round < 120; ++round) {
+        const std::string plain = text();
+        const auto expected = model.terminated(plain + std::string(model.shortest, '\0'), INT_MAX);
+        const auto terminated = exactly<char>(plain + std::string(model.shortest, '\0'), 0);
+        const auto measure = [&](auto function) {
+            return call<char>(0, 0, [&](char *) { return function(&locale, terminated.data()); });
+        };
+        EXPECT_EQ(measure(_gl_im_mbslen), (Outcome<char>{expected.result, expected.error, {}})) << hexadecimal(plain);
+        size_t bytes = 0;
+        for (const gl_wchar wc : expected.stored) bytes += model.encoded_size(wc);
+        const int whole = expected.error != 0 ? 0 : static_cast<int>(bytes);
+        EXPECT_TRUE(locale.single_byte || measure(gl_mbsbytes) == (Outcome<char>{whole, expected.error, {}}));
+
+        const auto padded = exactly<char>(plain + std::string(4, '\0'), 0);
+        int count = 0;
+        for (size_t len = 0, at = 0; len <= plain.size() && count >= 0; ++len) {
+            if (len > at) {
+                const int length = model.length(std::string_view(padded.data() + at, plain.size() + 4 - at));
+                count = length > 0 || locale.single_byte ? count + 1 : -1;
+                at += locale.single_byte ? 1 : std::max(length, 0);
+            }
+            locale.error = 0;
+            EXPECT_EQ(_qbx_gl_im_mbfslen(&locale, padded.data(), static_cast<int>(len)), at > len ? -1 : count)
+                << hexadecimal(plain) << len;
+            EXPECT_EQ(locale.error, at > len || count < 0 ? GL_EILSEQ : 0);
+        }
+    }
+}
+
+TEST_P(Room, NullTextAndBadLengths) {
+    gl_wchar wc = UNTOUCHED;
+    EXPECT_EQ(gl_full_mbtowc(&locale, &wc, nullptr, 0), 0);
+    EXPECT_EQ(_qbx_gl_full_mbtowc(&locale, &wc, nullptr, 0), 0);
+    EXPECT_EQ(gl_full_mblen(&locale, nullptr, 0), 0);
+    EXPECT_EQ(_qbx_gl_full_mblen(&locale, nullptr, 0), 0);
+    EXPECT_EQ(gl_mbsbytes(&locale, nullptr), 0);
+    EXPECT_EQ(locale.error, 0);
+
+    const std::string letter = all['a'], word = letter + letter + std::string(model.shortest, '\0'), none(model.shortest, '\0');
+    EXPECT_EQ(_qbx_gl_full_mbtowc(&locale, &wc, word.data(), -1), static_cast<int>(model.shortest));
+    EXPECT_EQ(wc, wide(letter));
+    EXPECT_EQ(locale.error, 0);
+    EXPECT_EQ(_qbx_gl_full_mbtowc(&locale, &wc, none.data(), -1), -1);
+    EXPECT_EQ(locale.error, GL_EINVAL);
+    EXPECT_EQ(_qbx_gl_im_mbfslen(&locale, word.data(), -1), 2);
+    EXPECT_EQ(_qbx_gl_im_mbfslen(&locale, word.data(), static_cast<int>(word.size())), 3);
+
+    const std::vector<gl_wchar> text = {wide(letter), wide(letter), 0};
+    EXPECT_EQ(gl_wcslen(text.data()), 2);
+    EXPECT_EQ(gl_wcsbytes(text.data()), 12);
+}
+
+TEST_P(Room, MapsDoWithoutMemory) {
+    for_each_fault(Operation::allocate, [&](const Faults &faults) {
+        qbgl::CodesetMaps *maps = qbgl::build_codeset_maps(locale.ctype);
+        EXPECT_EQ(maps == nullptr, faults.hit());
+        qbgl::free_codeset_maps(maps);
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Mbwc, Room,
+                         testing::Combine(testing::Values(single_byte_codeset, sjis_codeset, eucjp_codeset, utf8_codeset,
+                                                          two_byte_codeset),
+                                          testing::Bool()));
+
+std::vector<gl_wchar> widened(std::string_view bytes) {
+    std::vector<gl_wchar> values;
+    for (const unsigned char byte : bytes) values.push_back(byte);
+    return values;
+}
+
+TEST(Mbwc, SingleByteFormsCopyBytes) {
+    gl_multi *table = _gl_create_multi(2, 0, "\0");
+    const gl_desc key{1, {'a'}};
+    _gl_insert_desc_multi(&key, nullptr, table);
+    gl_locale locale = {};
+    locale.ctype.codeset_table = table;
+    locale.single_byte = 1;
+    for (int size = 1; size < 70; ++size) {
+        std::string text;
+        for (int i = 0; i < size; ++i) text += static_cast<char>(0x91 + i);
+        if (size % 3 == 0) text[size / 2] = '\0';
+        const std::string whole = text.c_str() + std::string(1, '\0');
+        for (int room = 0; room <= size + 1; ++room) {
+            const int stored = std::min(room, size), before_zero = std::min<int>(room, whole.size() - 1), offset = room % 16;
+            const std::string bytes = text.substr(0, stored), terminated = whole.substr(0, room);
+            std::vector<gl_wchar> wides(bytes.size()), wides_terminated(terminated.size());
+            EXPECT_EQ(_qbx_gl_is_mbfstowcfs(&locale, wides.data(), exactly<char>(text, offset).data() + offset, size, room),
+                      stored);
+            EXPECT_EQ(wides, widened(bytes));
+            EXPECT_EQ(_gl_is_mbstowcs(&locale, wides_terminated.data(), exactly<char>(whole, offset).data() + offset, room),
+                      before_zero);
+            EXPECT_EQ(wides_terminated, widened(terminated));
+            for (const auto convert : {_qbx_gl_is_wcstombs, _qbx_gl_full_wcstombs}) {
+                std::string out(bytes.size(), '?'), out_terminated(terminated.size(), '?');
+                EXPECT_EQ(convert(&locale, out.data(), exactly<gl_wchar>(widened(text), offset).data() + offset, size, room),
+                          stored);
+                EXPECT_EQ(out, bytes);
+                EXPECT_EQ(
+                    convert(&locale, out_terminated.data(), exactly<gl_wchar>(widened(whole), offset).data() + offset, -1, room),
+                    before_zero);
+                EXPECT_EQ(out_terminated, terminated);
+            }
+        }
+        std::vector<gl_wchar> high = widened(text);
+        high.back() = 0x141;
+        EXPECT_EQ(_qbx_gl_full_wcstombs(&locale, text.data(), high.data(), size, INT_MAX), size);
+        EXPECT_EQ(text.back(), 'A');
+        locale.error = 0;
+        std::string out(size, '?');
+        EXPECT_EQ(_qbx_gl_is_wcstombs(&locale, out.data(), high.data(), size, size), -1);
+        EXPECT_EQ(locale.error, GL_EILSEQ);
+        EXPECT_EQ(out.substr(0, size - 1), text.substr(0, size - 1));
+    }
+    _gl_free_multi(table);
+}
+
+std::string asked;
+
+template <class... Arguments> int answer(const char *name, int16_t *error, Arguments... arguments) {
+    asked = name;
+    ((asked += ' ' + std::to_string((intptr_t)arguments)), ...);
+    *error = 7;
+    return 42;
+}
+
+TEST(Mbwc, LocalesOfTheExtensionForward) {
+    using namespace qbgl;
+    fn_glu_mbtouc32 = [](void *handle, gl_wchar *wc, const char *s, int n, int16_t *error) {
+        return answer("mbtouc32", error, handle, wc, s, n);
+    };
+    fn_glu_uc32tomb = [](void *handle, char *s, gl_wchar wc, int16_t *error) { return answer("uc32tomb", error, handle, s, wc); };
+    fn_glu_mblen = [](void *handle, const char *s, int n, int16_t *error) { return answer("mblen", error, handle, s, n); };
+    fn_glu_mbstoucs32 = [](void *handle, gl_wchar *dst, int n, const char *src, int len, int16_t *error) {
+        return answer("mbstoucs32", error, handle, dst, n, src, len);
+    };
+    fn_glu_ucs32tombs = [](void *handle, void *dst, int n, const void *src, int len, void *error) {
+        return answer("ucs32tombs", static_cast<int16_t *>(error), handle, dst, n, src, len);
+    };
+    gl_locale locale = {};
+    locale.glu_flag[GL_CAT_CTYPE] = 1;
+    locale.glu_handle[GL_CAT_CTYPE] = reinterpret_cast<void *>(1);
+    auto *text = reinterpret_cast<char *>(2);
+    auto *wide_text = reinterpret_cast<gl_wchar *>(3);
+    const auto expect_asked = [&](int result, const char *call) {
+        EXPECT_EQ(result, 42) << call;
+        EXPECT_EQ(asked, call);
+        EXPECT_EQ(locale.error, 7);
+        locale.error = 0;
+    };
+    expect_asked(gl_full_mbtowc(&locale, wide_text, text, 5), "mbtouc32 1 3 2 5");
+    expect_asked(_qbx_gl_full_mbtowc(&locale, wide_text, text, -1), "mbtouc32 1 3 2 -1");
+    expect_asked(gl_full_wctomb(&locale, text, 0x41), "uc32tomb 1 2 65");
+    expect_asked(gl_full_mblen(&locale, text, 5), "mblen 1 2 5");
+    expect_asked(_qbx_gl_full_mblen(&locale, text, 5), "mblen 1 2 5");
+    expect_asked(_gl_im_mbstowcs(&locale, wide_text, text, 6), "mbstoucs32 1 3 6 2 -1");
+    expect_asked(gl_full_wcstombs(&locale, text, wide_text, 6), "ucs32tombs 1 2 6 3 -1");
+    expect_asked(_qbx_gl_is_wcstombs(&locale, text, wide_text, 4, 6), "ucs32tombs 1 2 6 3 4");
+    clear_entry_points();
+    EXPECT_EQ(gl_full_mblen(&locale, text, 5), -1);
+}
+
+} // namespace
+} // namespace qbgl_test

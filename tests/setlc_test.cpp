@@ -1,0 +1,256 @@
+// The handle: creating, loading, choosing functions, selecting, sharing and releasing.
+#include "support/locale_object.h"
+
+#include "qbnxdl/entry_points.h"
+#include "setlc/handle.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace qbgl_test;
+using std::string;
+
+const LocaleObject LATIN(single_byte_codeset()), SJIS(sjis_codeset());
+
+// What a long form or a query holds.
+string six(const string &name) {
+    string text;
+    for (int category = GL_CAT_CTYPE; category <= GL_CAT_MESSAGES; ++category)
+        text += string(qbgl::category_params[category]) + " = " + name + " ; ";
+    return text;
+}
+
+string outcome(gl_locale *locale, char *result) {
+    string text = result != nullptr ? result : "error " + std::to_string(locale->error);
+    gl_destroystring(result);
+    return text;
+}
+string select(const Locale &locale, int category, const char *spec) {
+    return outcome(locale.get(), gl_setlocale_4(locale.get(), category, spec));
+}
+
+Locale empty() {
+    gl_locale *locale = nullptr;
+    EXPECT_EQ(gl_create_null_locale_4(&locale), 0);
+    return {locale, gl_free_nonshared_loc};
+}
+
+// An installation with a registry and objects, and an environment that names none of them.
+class Handle : public testing::Test {
+  protected:
+    Handle() {
+        write_file(tree.path() / "vrn/cm3/registry", "8859-1 819\nlatin 819\nsjis 57350\n");
+        for (const char *name : {"default.lco", "latin.lco"}) put(name, LATIN.text());
+        for (const char *name : {"sjis.lco", "ja_jp/e006.lco"}) put(name, SJIS.text());
+    }
+    void put(const string &name, const string &text) const { write_file(tree.path() / "vrn/lc11" / name, text); }
+
+    static Locale created() {
+        gl_locale *locale = nullptr;
+        gl_createlocale_4(&locale);
+        return {locale, gl_lc_unload};
+    }
+
+    const TempDir tree;
+    const ScopedEnv base{"QUORBANEDIR", tree.path().string()}, path{"GL_PATH", nullptr}, all{"GL_ALL", nullptr},
+        language{"GL_LANG", nullptr}, ctype{"GL_CTYPE", nullptr};
+};
+
+TEST_F(Handle, IsCreatedOrCanned) {
+    const Locale null = empty(), loaded = created();
+    EXPECT_TRUE(null->error == 0 && null->case_growth == 1 && null->mbscoll == nullptr && null->conv.frac_digits == 127);
+    EXPECT_EQ(select(loaded, 1, nullptr), six("default.lco"));
+    EXPECT_TRUE(loaded->upper[0xE0] == 0xC0 && loaded->lower['A'] == 'a' && loaded->upper[0xFF] == 0xFF);
+    EXPECT_TRUE(loaded->classes[0xE0] == (LETTER | GL_CLASS_LOWER) && loaded->classes[0x80] == 0);
+
+    write_file(tree.path() / "own/default.lco", SJIS.text());
+    gl_locale *locale = nullptr;
+    for (const auto &[directory, codeset] :
+         {std::pair{tree / "own/", "sjis"}, {tree / "own", "8859-1"}, {string(116, 'x'), "8859-1"}}) {
+        EXPECT_EQ(gl_createlocale2_4(&locale, directory.c_str()), 0);
+        EXPECT_STREQ(locale->codeset_name[2], codeset);
+        gl_lc_unload(locale);
+    }
+    locale = nullptr;
+    EXPECT_EQ(gl_createlocale2_4(&locale, string(117, 'x').c_str()), -1);
+    EXPECT_EQ(reinterpret_cast<intptr_t>(locale), GL_ENOFILE);
+    std::filesystem::remove(tree / "vrn/lc11/default.lco");
+    EXPECT_EQ(created().get(), &loc_filer);
+    auto *canned = const_cast<gl_locale *>(&loc_nomem);
+    gl_free_nonshared_loc(canned);
+    EXPECT_TRUE(gl_setlocale_4(canned, 1, "") == nullptr && gl_copy_cat(canned, loaded.get(), 1) == -1);
+}
+
+TEST_F(Handle, ComesFromAWholeObject) {
+    using Case = std::tuple<int, string, string>; // error, what goes, what stands there instead
+    for (const auto &[error, part, instead] :
+         {Case{0, "HEADER_LINES=3\n", "=5\n" + string(126, 'x') + "\n\n"}, Case{GL_EBADFILE, "object", "object "},
+          Case{0, "### LC_TIME\n", "### LC_TIME \n" + string(300, '#') + "\n### LC_TIME\n"},
+          Case{GL_EBADFILE, "### LC_TIME\n", string(127, '#') + "### LC_TIME\n"}, // no line of its own
+          Case{GL_EBADFILE, "### LC_MESSAGES\n", "### LC_MESSAGES"}, Case{GL_EVERSION, "=11", "=12"},
+          Case{GL_EBADFILE, "LINES=3", "LINES=2"}, Case{GL_EBADFILE, "LINES=3", "LINES 3"},
+          Case{GL_EBADFILE, "=3", "=4\n" + string(127, 'x')}, Case{GL_EBADFILE, "8859-1", string(20, 'x')},
+          Case{0, "8859-1", string(19, 'x')}, Case{GL_ELOADCAT, "as_specified", "as_it_comes"}, Case{GL_EBADCAL, "greg", "g"}}) {
+        string text = LATIN.text();
+        text.replace(text.find(part), part.size(), instead);
+        const Locale locale = load_locale(text);
+        EXPECT_EQ(locale->error, error) << part << " => " << instead;
+        EXPECT_EQ(locale->locale_name[2][0] != '\0', error == 0);
+        EXPECT_EQ(locale->conv.decimal_point != nullptr,
+                  error == 0 || error == GL_EBADCAL || instead[0] == '#'); // what was read stays
+    }
+    const string text = LATIN.text();
+    const size_t numeric = text.find("### LC_NUMERIC"), time = text.find("### LC_TIME");
+    put("turned.lco", text.substr(0, numeric) + text.substr(time) + text.substr(numeric, time - numeric));
+    const Locale locale = created();
+    EXPECT_EQ(select(locale, 1, "turned.lco"), six("turned.lco")); // one by one in any order
+    EXPECT_STREQ(locale->time.day[0], "Sunday");
+}
+
+TEST(Dispatch, FollowsCodesetAndRules) {
+    using Functions = std::pair<decltype(gl_locale::mbscoll), decltype(gl_locale::mbfscoll)>;
+    const Functions multibyte{_gl_im_mbscoll, _qbx_gl_im_mbfscoll}, back{_gl_is_mbscoll_back, _qbx_gl_is_mbfscoll_back},
+        exp{_gl_is_mbscoll_exp, _qbx_gl_is_mbfscoll_exp}, elem{_gl_is_mbscoll_elem, _qbx_gl_is_mbfscoll_elem},
+        exp_elem{_gl_is_mbscoll_exp_elem, _qbx_gl_is_mbfscoll_exp_elem};
+    const Codeset one = single_byte_codeset(), two = sjis_codeset();
+    using Case = std::tuple<bool, std::vector<unsigned>, bool, bool, Functions>;
+    for (const auto &[single, directions, expansions, elements, functions] :
+         {Case{true, {1}, false, false, back}, Case{true, {1, 2}, false, false, back}, Case{true, {1}, true, false, exp},
+          Case{true, {1}, false, true, elem}, Case{true, {1, 1}, true, true, exp_elem}, Case{true, {1, 2}, true, false, multibyte},
+          Case{true, {2}, false, true, multibyte}, Case{false, {1}, false, true, multibyte},
+          Case{false, {1}, false, false, multibyte}}) {
+        Collation rules = Collation::in_order(single ? one : two, directions);
+        if (expansions) rules.expansions = {{'s', 's'}};
+        if (elements) rules.elements = {{{'c', 'h'}, 5}};
+        const Locale locale = load_locale(LocaleObject(single ? one : two, rules.text()));
+        EXPECT_TRUE(Functions(locale->mbscoll, locale->mbfscoll) == functions && locale->mbsxfrm == gl_full_mbsxfrm);
+        EXPECT_TRUE(locale->mbstowcs == (single ? _gl_is_mbstowcs : _gl_im_mbstowcs) && locale->single_byte == int(single));
+        EXPECT_TRUE(locale->mbfstowcfs == (single ? _qbx_gl_is_mbfstowcfs : _qbx_gl_im_mbfstowcfs) && locale->coll_extras == 0);
+    }
+    const Locale thai = load_locale(LocaleObject(one, "thai_smo\n"));
+    EXPECT_TRUE(thai->mbscoll == _gl_thaismocoll && thai->mbfscoll == _qbx_gl_thaismoncoll && thai->mbsxfrm == _gl_thaismoxfrm);
+    Collation literal = Collation::in_order(one);
+    literal.direct = true;
+    EXPECT_EQ(load_locale(LocaleObject(one, literal.text()))->coll_extras, 1);
+}
+
+TEST_F(Handle, SelectsByNameListAndEnvironment) {
+    const Locale locale = created();
+    const string longest = string(28, 'n') + ".lco";
+    for (const string &name : {longest, string("own.lco")}) put(name, LATIN.text());
+    put("bad.lco", "FILE_TYPE=locale_object\nCOMPILER_VERSION=10\n");
+    const auto expect = [&](int category, const string &spec, const string &result) {
+        EXPECT_EQ(select(locale, category, spec.c_str()), result) << spec;
+    };
+    expect(6, "own.lco", "own.lco");
+    EXPECT_EQ(select(locale, 6, nullptr), "own.lco");
+    expect(4, "GL_TIME = own.lco GL_NUMERIC=  latin.lco", "latin.lco");
+    expect(3, longest, longest);
+    expect(1, six(longest) + string(311 - 285, ' '), six(longest));
+    for (const auto &[category, spec] : {std::pair{1, string(312, ' ')}, {0, "own.lco"}, {8, "own.lco"}, {-1, "own.lco"}})
+        expect(category, spec, "error 9");
+    EXPECT_EQ(select(locale, 8, nullptr), "error 9");
+    for (const string &spec : {string("none.lco"), string(33, 'n'), string("GL_TIME"), string("GL_TIME = ")})
+        expect(6, spec, "error 8");
+    EXPECT_EQ(select(locale, 6, nullptr), longest); // stays when there is no file
+    expect(6, "bad.lco", "error 51");
+    EXPECT_TRUE(select(locale, 6, nullptr).empty() && locale->time.day[0] == nullptr && locale->codeset_name[6][0] == '\0');
+    expect(1, "native", six("native"));
+    expect(1, "", six("default.lco"));
+    const ScopedEnv third("GL_LANG", "own.lco"), second("GL_CTYPE", "latin.lco");
+    expect(2, "", "latin.lco");
+    expect(3, "", "own.lco");
+    for (const auto &[value, name] : {std::pair{longest, longest}, {"", "latin.lco"}, {string(33, 'n'), "error 8"}}) {
+        const ScopedEnv first("GL_ALL", value);
+        expect(2, "", name);
+        expect(2, "own.lco", "own.lco");
+    }
+}
+
+TEST_F(Handle, KeepsItsCategoriesInOneCodeset) {
+    const Locale locale = created();
+    LocaleObject alias = LATIN;
+    alias.codeset = "latin";
+    put("alias.lco", alias.text());
+    EXPECT_EQ(select(locale, GL_CAT_TIME, "alias.lco"), "alias.lco"); // another name of the same
+    for (const int category : {GL_CAT_COLLATE, GL_CAT_MESSAGES}) EXPECT_EQ(select(locale, category, "sjis.lco"), "error 58");
+    EXPECT_EQ(select(locale, 1, "sjis.lco"), six("sjis.lco"));
+    EXPECT_TRUE(locale->error == 0 && locale->upper == nullptr && locale->mbstowcs == _gl_im_mbstowcs);
+    EXPECT_EQ(select(locale, GL_CAT_CTYPE, "latin.lco"), "latin.lco"); // on the way from one to the other
+    EXPECT_TRUE(locale->error == GL_EMIXEDCS && locale->upper[0xE0] == 0xC0 && locale->mbscoll == _gl_is_mbscoll_back);
+}
+
+TEST_F(Handle, IsLoadedBySpecification) {
+    write_file(tree.path() / "other/ja_jp/e006.lco", SJIS.text());
+    const string here = tree / "other", form = six("ja_JP.sjis"), names = six("ja_jp/e006.lco");
+    using Case = std::tuple<const char *, const char *, string>;
+    for (const auto &[spec, directory, expected] :
+         {Case{"ja_JP.sjis", nullptr, names}, Case{"ja_jp.57350", here.c_str(), names}, Case{form.c_str(), nullptr, names},
+          Case{"latin.lco", here.c_str(), "error 8"}, Case{nullptr, nullptr, "error 2"}}) {
+        gl_locale *locale = nullptr;
+        const bool done = gl_lc_load(&locale, spec, nullptr, directory) == 0;
+        EXPECT_EQ(outcome(locale, done ? gl_setlocale_4(locale, 1, nullptr) : nullptr), expected);
+        gl_lc_unload(locale);
+    }
+}
+
+TEST_F(Handle, SharesCategories) {
+    Locale source = created();
+    const Locale target = empty(), pieces = empty();
+    EXPECT_TRUE(gl_copy_cat(target.get(), source.get(), 8) == -1 && target->error == GL_EBADARG);
+    EXPECT_TRUE(gl_copy_cat(source.get(), target.get(), 1) == -1 && source->error == GL_ENOCAT);
+    EXPECT_EQ(gl_copy_cat(target.get(), source.get(), 1), 0);
+    EXPECT_TRUE(gl_copy_cat(target.get(), source.get(), 6) == -1 && target->error == GL_EHASCAT);
+    EXPECT_EQ(select(target, 1, nullptr), six("default.lco"));
+    EXPECT_TRUE(target->ctype.maps == source->ctype.maps && target->upper != source->upper && target->upper[0xE0] == 0xC0);
+    EXPECT_TRUE(target->collate.weights[0] == source->collate.weights[0] && target->mbscoll == source->mbscoll);
+    EXPECT_TRUE(target->conv.currency_symbol != source->conv.currency_symbol && target->conv.frac_digits == 2);
+    EXPECT_TRUE(target->time.day[0] == source->time.day[0] && target->time.eras == nullptr && source->time.eras != nullptr);
+    // What takes the place of a shared category is the target's own.
+    EXPECT_EQ(select(target, 1, "sjis.lco"), six("sjis.lco"));
+    EXPECT_TRUE(strcmp(source->time.day[0], "Sunday") == 0 && _gl_im_towupper(source.get(), 0xE0) == 0xC0);
+    for (const int category : {GL_CAT_MONETARY, GL_CAT_CTYPE, GL_CAT_TIME, GL_CAT_COLLATE, GL_CAT_MESSAGES, GL_CAT_NUMERIC}) {
+        EXPECT_EQ(gl_copy_cat(pieces.get(), source.get(), category), category == GL_CAT_NUMERIC ? 0 : -1);
+        EXPECT_EQ(pieces->error, category == GL_CAT_NUMERIC ? 0 : GL_EMIXEDCS);
+    }
+    source.reset(); // what is shared is not touched when the target goes
+    EXPECT_STREQ(pieces->conv.int_curr_symbol, "EUR ");
+}
+
+// An extension that serves locales of one name; its handles are the numbers of their opening.
+int opened, failure;
+string closed;
+void *open_number(void *, void *map, void *error) {
+    *static_cast<int16_t *>(error) = static_cast<int16_t>(failure);
+    return map == &opened && failure == 0 ? reinterpret_cast<void *>(intptr_t{++opened}) : nullptr;
+}
+void *close_number(void *handle) { return closed += std::to_string(reinterpret_cast<intptr_t>(handle)) + " ", nullptr; }
+int serves(const char *name, int category) { return strcmp(name, "latin.lco") == 0 && category != GL_CAT_NUMERIC; }
+
+TEST_F(Handle, LeavesCategoriesToTheExtension) {
+    const Locale source = created();
+    unicode_collate = 1, pMap = &opened;
+    qbgl::fn_glu_useIcuLocCall = serves, qbgl::fn_glu_lc_open = open_number, qbgl::fn_glu_lc_close = close_number;
+    for (const int category : {3, 4, 6}) EXPECT_EQ(select(source, category, "latin.lco"), "latin.lco");
+    EXPECT_TRUE(source->mbscoll == _glu_mbscoll && source->mbfscoll == _glu_mbfscoll && source->mbsxfrm == _glu_mbsxfrm);
+    EXPECT_TRUE(source->glu_flag[3] == 1 && source->glu_flag[4] == 0 && source->glu_handle[3] == source->glu_handle[6]);
+    {
+        const Locale target = empty();
+        EXPECT_EQ(gl_copy_cat(target.get(), source.get(), 1), 0);
+        EXPECT_EQ(target->glu_handle[3], source->glu_handle[3]);
+        EXPECT_EQ(select(target, GL_CAT_MONETARY, "latin.lco"), "latin.lco"); // with a handle of its own
+    }
+    EXPECT_EQ(closed, "2 ");
+    EXPECT_EQ(select(source, GL_CAT_COLLATE, "default.lco"), "default.lco");
+    EXPECT_TRUE(source->glu_flag[3] == 0 && source->mbscoll == _gl_is_mbscoll_back && closed == "2 ");
+    gl_free_category(source.get(), GL_CAT_TIME);
+    EXPECT_EQ(closed, "2 1 ");
+    failure = 77;
+    EXPECT_EQ(select(source, GL_CAT_TIME, "latin.lco"), "error 77");
+    unicode_collate = 0, pMap = nullptr;
+    qbgl::clear_entry_points();
+}
+
+} // namespace

@@ -1,0 +1,286 @@
+// Small locale objects: codesets of every shape, and sections that a test replaces as it needs.
+#pragma once
+
+#include "conversion_object.h"
+#include "files.h"
+
+#include "qbgl.h"
+
+#include <vector>
+
+namespace qbgl_test {
+
+// A character by its bytes, with its class mask and its other case, if it has one.
+struct Character {
+    std::string bytes;
+    unsigned classes;
+    std::string upper{}, lower{};
+};
+
+struct Codeset {
+    std::string name; // as the registry has it
+    std::vector<Character> characters;
+    std::vector<std::pair<int, std::string>> classes{}; // bit and name of the locale's own
+    std::string growth = "1.5";
+
+    // ASCII text, widened with zero bytes where the shortest character has more than one.
+    std::string encode(std::string_view ascii) const {
+        size_t shortest = 4;
+        for (const Character &character : characters) shortest = std::min(shortest, character.bytes.size());
+        std::string text;
+        for (const char byte : ascii) text += std::string(shortest - 1, '\0') + byte;
+        return text;
+    }
+};
+
+inline gl_wchar wide(std::string_view bytes) {
+    gl_wchar value = 0;
+    for (const unsigned char byte : bytes) value = value << 8 | byte;
+    return value;
+}
+
+inline std::string hex(unsigned value, int digits) {
+    char text[16];
+    snprintf(text, sizeof text, "%0*x", digits, value);
+    return text;
+}
+
+// A table of 16-bit values by character, as the library's own writer puts it.
+inline std::string values_text(const std::vector<std::pair<std::string, unsigned>> &values) {
+    const uint16_t none = 0;
+    gl_multi *table = _gl_create_multi(2, 0, &none);
+    for (const auto &[bytes, number] : values) {
+        gl_desc key{static_cast<uint32_t>(bytes.size()), {}};
+        bytes.copy(reinterpret_cast<char *>(key.bytes), sizeof key.bytes);
+        const auto value = static_cast<uint16_t>(number);
+        if (_gl_insert_desc_multi(&key, &value, table) != 0)
+            throw std::logic_error("no place in the table for " + hexadecimal(bytes));
+    }
+    const File file = stream_of("");
+    _gl_fprintf_multi(file.get(), table, [](FILE *out, const void *entry) {
+        return fprintf(out, "%04x", unsigned{*static_cast<const uint16_t *>(entry)}) < 0 ? -1 : 0;
+    });
+    _gl_free_multi(table);
+    std::rewind(file.get());
+    return rest_of(file.get());
+}
+
+inline std::string ctype_text(const Codeset &codeset) {
+    std::vector<std::pair<std::string, unsigned>> masks, cases;
+    std::string pairs;
+    unsigned pair_count = 0;
+    for (const Character &character : codeset.characters) {
+        masks.emplace_back(character.bytes, character.classes);
+        const bool cased = !character.upper.empty() || !character.lower.empty();
+        cases.emplace_back(character.bytes, cased ? ++pair_count : 0);
+        if (!cased) continue;
+        pairs += "\n" + hex(wide(character.upper), 8) + hex(wide(character.lower), 8);
+    }
+    std::string text = values_text(masks) + std::to_string(codeset.classes.size()) + "\n";
+    for (const auto &[bit, name] : codeset.classes) text += std::to_string(bit) + " " + name + "\n";
+    return text + values_text(cases) + std::to_string(pair_count) + pairs + " " + codeset.growth + "\n";
+}
+
+struct Collation {
+    struct Element {
+        std::vector<gl_wchar> chars;
+        unsigned row;
+    };
+
+    std::vector<unsigned> directions = {1};                 // 2 runs backward
+    std::vector<std::vector<unsigned>> rows = {{0}};        // a weight for each pass; row 0 is that of characters without one
+    std::vector<std::pair<std::string, unsigned>> places{}; // character and row
+    std::vector<Element> elements{};
+    std::vector<std::vector<gl_wchar>> expansions{};
+    bool direct = false;
+
+    std::string text() const {
+        unsigned largest = 0;
+        std::string lines;
+        for (const unsigned direction : directions) lines += hex(direction, 4);
+        lines += directions.empty() ? "" : "\n";
+        for (const Element &element : elements) lines += hex(element.chars.size(), 1) + hex(element.row, 4) + wides(element.chars);
+        for (const auto &chars : expansions) lines += hex(chars.size(), 1) + wides(chars);
+        for (const auto &row : rows) {
+            for (const unsigned weight : row) lines += hex(weight, 4), largest = std::max(largest, weight);
+            lines += row.empty() ? "" : "\n";
+        }
+        std::ostringstream head;
+        head << "as_specified\n" << values_text(places) << direct << "\n" << rows.size() - 1 << " " << directions.size() << " ";
+        head << elements.size() << " " << expansions.size() << " " << largest << "\n" << lines;
+        return head.str();
+    }
+
+    // Every character has a row of its own, in the order of the codeset, and the same weight on every pass.
+    static Collation in_order(const Codeset &codeset, const std::vector<unsigned> &directions = {1}) {
+        Collation collation{directions, {std::vector<unsigned>(directions.size(), 0)}};
+        for (const Character &character : codeset.characters) {
+            collation.places.emplace_back(character.bytes, collation.rows.size());
+            collation.rows.emplace_back(directions.size(), collation.rows.size() + 1);
+        }
+        return collation;
+    }
+
+  private:
+    static std::string wides(const std::vector<gl_wchar> &chars) {
+        std::string text;
+        for (const gl_wchar wc : chars) text += hex(wc, 8);
+        return text + "\n";
+    }
+};
+
+// A string's line in the sections behind LC_COLLATE.
+inline std::string string_line(std::string_view bytes) { return std::to_string(bytes.size()) + " " + hexadecimal(bytes) + "\n"; }
+
+inline std::string string_lines(const Codeset &codeset, const std::vector<std::string> &ascii_texts) {
+    std::string lines;
+    for (const std::string &text : ascii_texts) lines += string_line(codeset.encode(text));
+    return lines;
+}
+
+inline std::string counted_lines(const Codeset &codeset, const std::vector<std::string> &ascii_texts) {
+    return std::to_string(ascii_texts.size()) + "\n" + string_lines(codeset, ascii_texts);
+}
+
+// The sections are bodies, without their marker lines.
+struct LocaleObject {
+    std::string codeset, ctype, collate, numeric, monetary, time, messages;
+    std::string header = "FILE_TYPE=locale_object\nCOMPILER_VERSION=11\nHEADER_LINES=3\n";
+
+    explicit LocaleObject(const Codeset &of, const std::string &collation)
+        : codeset(of.name), ctype(ctype_text(of)), collate(collation),
+          numeric(string_lines(of, {".", ","}) + "2 3 3\n" + string_lines(of, {"", "-"})),
+          monetary(string_lines(of, {"EUR ", "E", ".", ","}) + "1 3\n" + string_lines(of, {"", "-"}) +
+                   "2\n2\n1\n0\n1\n0\n1\n2147483647\n"),
+          messages(string_lines(of, {"^[yY]", "^[nN]", "yes", "no"})) {
+        const std::vector<std::string> months = {"January", "February", "March",     "April",   "May",      "June",
+                                                 "July",    "August",   "September", "October", "November", "December"};
+        const std::vector<std::string> days = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
+        const auto cut = [](std::vector<std::string> names) {
+            for (std::string &name : names) name.resize(3);
+            return names;
+        };
+        time = "gregorian\n" + string_lines(of, cut(days)) + string_lines(of, days) + counted_lines(of, cut(months)) +
+               counted_lines(of, months) +
+               string_lines(of, {"%a %d %b %Y %H:%M:%S", "%d/%m/%y", "%H:%M:%S", "AM", "PM", "%I:%M %p"}) +
+               counted_lines(of, {"+:0:1989/01/08:+*:Heisei:%EC %Ey:H"}) + string_lines(of, {"%Ey", "%H", "%Ey %H"}) +
+               counted_lines(of, {"zero", "one"});
+    }
+    explicit LocaleObject(const Codeset &of) : LocaleObject(of, Collation::in_order(of).text()) {}
+
+    std::string text() const {
+        return header + codeset + "\n### LC_CTYPE\n" + ctype + "### LC_COLLATE\n" + collate + "### LC_NUMERIC\n" + numeric +
+               "### LC_MONETARY\n" + monetary + "### LC_TIME\n" + time + "### LC_MESSAGES\n" + messages;
+    }
+};
+
+using Locale = std::unique_ptr<gl_locale, void (*)(gl_locale *)>;
+
+// Loads an object as the default of a temporary directory. A failure is in the handle's error.
+inline Locale load_locale(const std::string &object_text) {
+    const TempDir directory;
+    write_file(directory.path() / "default.lco", object_text);
+    gl_locale *locale = nullptr;
+    gl_createlocale2_4(&locale, (directory / "").c_str());
+    return {locale, gl_lc_unload};
+}
+inline Locale load_locale(const LocaleObject &object) { return load_locale(object.text()); }
+
+// ASCII; `lead` stands before every byte.
+inline std::vector<Character> ascii_characters(const std::string &lead = "") {
+    std::vector<Character> characters;
+    for (int byte = 0; byte < 128; ++byte) {
+        const auto with = [&](int last) { return lead + static_cast<char>(last); };
+        const bool upper = byte >= 'A' && byte <= 'Z', lower = byte >= 'a' && byte <= 'z', digit = byte >= '0' && byte <= '9';
+        const bool graph = byte > ' ' && byte < 127, hexadecimal_digit = digit || ((upper || lower) && (byte & 31) <= 6);
+        unsigned classes = 0;
+        if (upper) classes |= GL_CLASS_UPPER;
+        if (lower) classes |= GL_CLASS_LOWER;
+        if (upper || lower) classes |= GL_CLASS_ALPHA;
+        if (digit) classes |= GL_CLASS_DIGIT;
+        if (byte == ' ' || (byte >= '\t' && byte <= '\r')) classes |= GL_CLASS_SPACE;
+        if (byte < ' ' || byte == 127) classes |= GL_CLASS_CNTRL;
+        if (graph && !upper && !lower && !digit) classes |= GL_CLASS_PUNCT;
+        if (graph) classes |= GL_CLASS_GRAPH | GL_CLASS_PRINT;
+        if (byte == ' ') classes |= GL_CLASS_PRINT | GL_CLASS_BLANK;
+        if (byte == '\t') classes |= GL_CLASS_BLANK;
+        if (hexadecimal_digit) classes |= GL_CLASS_XDIGIT;
+        characters.push_back({with(byte), classes});
+        if (upper) characters.back().lower = with(byte + 32);
+        if (lower) characters.back().upper = with(byte - 32);
+    }
+    return characters;
+}
+
+inline constexpr unsigned LETTER = GL_CLASS_ALPHA | GL_CLASS_GRAPH | GL_CLASS_PRINT;
+
+// `count` capitals from `first` on with their small letters from `small` on, counted in the last byte.
+inline void add_letters(Codeset &codeset, const std::string &first, const std::string &small, int count) {
+    const auto from = [](std::string bytes, int i) {
+        bytes.back() = static_cast<char>(bytes.back() + i);
+        return bytes;
+    };
+    for (int i = 0; i < count; ++i) {
+        codeset.characters.push_back({from(first, i), LETTER | GL_CLASS_UPPER, "", from(small, i)});
+        codeset.characters.push_back({from(small, i), LETTER | GL_CLASS_LOWER, from(first, i), ""});
+    }
+}
+
+inline void add_uncased(Codeset &codeset, const std::string &lead, int first, int last) {
+    for (int byte = first; byte <= last; ++byte) codeset.characters.push_back({lead + static_cast<char>(byte), LETTER});
+}
+
+// One byte: ASCII, the letters of Latin-1 from C0 to DE and E0 to FE (with the two signs among them), DF and FF without case.
+inline Codeset single_byte_codeset() {
+    Codeset codeset{"8859-1", ascii_characters(), {{0, "latin"}}, "1"};
+    add_letters(codeset, "\xC0", "\xE0", 31);
+    for (const char *bytes : {"\xDF", "\xFF"}) codeset.characters.push_back({bytes, LETTER | GL_CLASS_LOWER});
+    return codeset;
+}
+
+// One and two bytes: ASCII, single katakana, wide Latin letters (8260 and 8281), hiragana (829F to 82F1), some kanji (889F to
+// 88FC).
+inline Codeset sjis_codeset() {
+    Codeset codeset{"sjis", ascii_characters(), {{0, "kana"}, {4, "kanji"}}};
+    add_uncased(codeset, "", 0xA1, 0xDF);
+    add_letters(codeset, "\x82\x60", "\x82\x81", 26);
+    add_uncased(codeset, "\x82", 0x9F, 0xF1);
+    add_uncased(codeset, "\x88", 0x9F, 0xFC);
+    return codeset;
+}
+
+// One to three bytes: ASCII, 8EA1 to 8EDF, wide Latin letters (A3C1 and A3E1), A4A1 to A4F3, 8FB0A1 to 8FB0FE.
+inline Codeset eucjp_codeset() {
+    Codeset codeset{"eucjp", ascii_characters()};
+    add_uncased(codeset, "\x8E", 0xA1, 0xDF);
+    add_letters(codeset, "\xA3\xC1", "\xA3\xE1", 26);
+    add_uncased(codeset, "\xA4", 0xA1, 0xF3);
+    add_uncased(codeset, "\x8F\xB0", 0xA1, 0xFE);
+    return codeset;
+}
+
+// One to four bytes: ASCII, U+00C0 to U+00DE and U+00E0 to U+00FE, U+0131 (whose capital has one byte), U+0250 (whose capital
+// U+2C6F has three), U+3041 to U+307F, U+10400 to U+10427 with U+10428 to U+1044F, U+1F600 to U+1F63F.
+inline Codeset utf8_codeset() {
+    Codeset codeset{"utf8", ascii_characters()};
+    add_letters(codeset, "\xC3\x80", "\xC3\xA0", 31);
+    codeset.characters.push_back({"\xC4\xB1", LETTER | GL_CLASS_LOWER, "I"});
+    codeset.characters.push_back({"\xC9\x90", LETTER | GL_CLASS_LOWER, "\xE2\xB1\xAF"});
+    codeset.characters.push_back({"\xE2\xB1\xAF", LETTER | GL_CLASS_UPPER, "", "\xC9\x90"});
+    add_uncased(codeset, "\xE3\x81", 0x81, 0xBF);
+    add_letters(codeset, "\xF0\x90\x90\x80", "\xF0\x90\x90\xA8", 24);
+    add_letters(codeset, "\xF0\x90\x90\x98", "\xF0\x90\x91\x80", 16);
+    add_uncased(codeset, "\xF0\x9F\x98", 0x80, 0xBF);
+    return codeset;
+}
+
+// Two and four bytes, big-endian: U+0000 to U+007F, Latin-1's letters, U+3041 to U+3093, U+1F600 to U+1F63F by surrogates.
+inline Codeset two_byte_codeset() {
+    Codeset codeset{"unicode", ascii_characters(std::string(1, '\0'))};
+    add_letters(codeset, std::string("\0\xC0", 2), std::string("\0\xE0", 2), 31);
+    add_uncased(codeset, "\x30", 0x41, 0x93);
+    add_uncased(codeset, "\xD8\x3D\xDE", 0x00, 0x3F);
+    return codeset;
+}
+
+} // namespace qbgl_test

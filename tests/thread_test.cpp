@@ -1,0 +1,62 @@
+// Many threads under one handle, each with its own error number.
+#include "support/locale_object.h"
+
+#include <gtest/gtest.h>
+#include <latch>
+#include <thread>
+
+namespace {
+
+using namespace qbgl_test;
+
+thread_local int own_error = 0;
+int *error_of_thread(void *) { return &own_error; }
+
+// What a thread does over and over, with the error that it makes before; 0, or the number of the step that went wrong.
+int use(gl_locale *l, int error, const std::string &text, const std::string &upper) {
+    gl_wchar wc, wides[32], capitals[32];
+    char bytes[64];
+    own_error = 0;
+    const int failed = error == GL_EINVAL ? gl_full_mbtowc(l, &wc, "a", 0) : gl_full_wctomb(l, bytes, 0xFFFFFFFF);
+    std::this_thread::yield();
+    if (failed != -1 || std::exchange(own_error, 0) != error) return 1;
+
+    const int count = gl_mbstowcs(l, wides, text.c_str(), 32), length = static_cast<int>(text.size());
+    if (count <= 0 || gl_full_wcstombs(l, bytes, wides, 64) != length || bytes != text) return 2;
+    if (gl_tombsupper(l, bytes, text.c_str()) != static_cast<int>(upper.size()) || bytes != upper) return 3;
+    if (gl_towcsupper(l, capitals, wides) != 0) return 4;
+    for (int i = 0; i < count; ++i)
+        if (gl_towlower(l, capitals[i]) != wides[i] || (gl_iswupper(l, capitals[i]) != 0) != (gl_iswlower(l, wides[i]) != 0))
+            return 5;
+    if (gl_mbscoll(l, text.c_str(), text.c_str()) != 0 || gl_mbscoll(l, upper.c_str(), text.c_str()) >= 0) return 6;
+    if (gl_mbsxfrm(l, bytes, text.c_str(), 64) != length) return 7;
+    return own_error == 0 ? 0 : 8;
+}
+
+TEST(Threads, ShareAHandle) {
+    for (const auto &[codeset, text, upper] :
+         {std::tuple(single_byte_codeset(), "na\xEFve word", "NA\xCFVE WORD"),
+          {sjis_codeset(), "word \x82\x81\x82\xA0", "WORD \x82\x60\x82\xA0"},
+          {utf8_codeset(), "na\xC3\xAFve \xF0\x90\x90\xA8", "NA\xC3\x8FVE \xF0\x90\x90\x80"}}) {
+        SCOPED_TRACE(codeset.name);
+        const Locale locale = load_locale(LocaleObject(codeset));
+        ASSERT_EQ(locale->error, 0);
+        gl_setextfunc(nullptr, GL_EXT_ERRNO, reinterpret_cast<gl_extfunc>(error_of_thread));
+        int results[8] = {};
+        std::latch start(std::ssize(results));
+        std::vector<std::jthread> threads;
+        for (int &result : results) {
+            threads.emplace_back([&start, &result, l = locale.get(), &text = text, &upper = upper] {
+                start.arrive_and_wait();
+                for (int round = 0; round < 300 && result == 0; ++round)
+                    result = use(l, round % 3 == 0 ? GL_EINVAL : GL_EILSEQ, text, upper);
+            });
+        }
+        threads.clear(); // joins them
+        gl_setextfunc(nullptr, GL_EXT_ERRNO, nullptr);
+        for (const int result : results) EXPECT_EQ(result, 0);
+        EXPECT_EQ(locale->error, 0); // all errors went to the threads
+    }
+}
+
+} // namespace
