@@ -2,6 +2,7 @@
 
 #include "converter.h"
 #include "files.h"
+#include "hexadecimal.h"
 #include "nearest.h"
 #include "progress.h"
 #include "registry.h"
@@ -11,19 +12,12 @@
 #include <cstring>
 #include <fmt/format.h>
 #include <set>
-#include <unistd.h>
 
 namespace qbgl {
 
 namespace {
 
 constexpr size_t BLOCK = 64 << 10;
-
-std::string hexadecimal(std::string_view bytes, const char *between) {
-    std::string result;
-    for (const char byte : bytes) result += fmt::format("{}{:02X}", result.empty() ? "" : between, static_cast<uint8_t>(byte));
-    return result;
-}
 
 const char *name_of(Finding finding) {
     switch (finding) {
@@ -38,8 +32,7 @@ const char *name_of(Finding finding) {
 class Run {
   public:
     Run(const ConvRequest &request, const Messages &messages, Conversion *conversion)
-        : request_(request), messages_(messages), files_(request.files) {
-        if (files_.empty()) files_.emplace_back(STANDARD_STREAM);
+        : request_(request), messages_(messages), files_(inputs_of(request.files)) {
         if (conversion == nullptr) return;
         converter_.emplace(*conversion, ConverterOptions{request.leave_out, request.report, [this](const Incident &incident) {
                                                              if (request_.report) report(incident);
@@ -47,7 +40,7 @@ class Run {
     }
 
     ExitStatus run() {
-        for (const std::string &name : files_) check_readable(name);
+        check_readable(files_);
         OutputFile output(request_.output, files_);
         ExitStatus status = ExitStatus::OK;
         for (const std::string &name : files_) {
@@ -60,11 +53,6 @@ class Run {
     }
 
   private:
-    // A missing input is found before the output file is emptied.
-    static void check_readable(const std::string &name) {
-        if (name != STANDARD_STREAM && access(name.c_str(), R_OK) != 0) throw file_failure("open", name);
-    }
-
     ExitStatus convert_file(const std::string &name, OutputFile &output) {
         InputFile input(name);
         Progress progress(input.size(), messages_);
@@ -102,7 +90,7 @@ class Run {
     // FILE:LINE:COLUMN: offset N, bytes XX XX: what is the matter
     std::string sentence(const Incident &incident) const {
         const std::string where =
-            fmt::format("{}:{}:{}: offset {}, byte{} {}: ", shown_name(), incident.place.line, incident.place.column,
+            fmt::format("{}:{}:{}: offset {}, byte{} {}: ", shown_name(*file_), incident.place.line, incident.place.column,
                         incident.place.offset, incident.bytes.size() == 1 ? "" : "s", hexadecimal(incident.bytes, " "));
         switch (incident.finding) {
         case Finding::UNMAPPED: return where + fmt::format("{} has no such character of {}", request_.to, request_.from);
@@ -124,12 +112,10 @@ class Run {
         JsonObject result;
         result.text("finding", name_of(incident.finding)).text("file", *file_).number("line", incident.place.line);
         result.number("column", incident.place.column).number("offset", incident.place.offset);
-        result.text("bytes", hexadecimal(incident.bytes, ""));
-        if (incident.finding == Finding::SUBSTITUTED) result.text("result", hexadecimal(incident.result, ""));
+        result.text("bytes", hexadecimal(incident.bytes));
+        if (incident.finding == Finding::SUBSTITUTED) result.text("result", hexadecimal(incident.result));
         return result.text("from", request_.from).text("to", request_.to);
     }
-
-    std::string shown_name() const { return *file_ == STANDARD_STREAM ? "standard input" : printable(*file_); }
 
     ExitStatus summary(ExitStatus status) const {
         if (!converter_) return status;
@@ -164,14 +150,11 @@ std::vector<std::string> likely_codesets(const std::string &name) {
 
 ExitStatus unknown_codeset(const std::string &name, const Messages &messages) {
     const std::vector<std::string> likely = likely_codesets(name);
-    std::vector<std::string> quoted;
-    quoted.reserve(likely.size());
-    for (const std::string &codeset : likely) quoted.push_back(json_string(codeset));
     const std::string advice = likely.empty()
                                    ? fmt::format("there is no codeset registry in {}: set QUORBANEDIR", printable(tree_directory()))
                                    : fmt::format("the nearest are {}; `qbgl conv -l` lists all", fmt::join(likely, ", "));
     return messages.fail(ExitStatus::CALL, fmt::format("unknown codeset {}: {}", printable(name), advice),
-                         JsonObject().text("codeset", name).raw("nearest", fmt::format("[{}]", fmt::join(quoted, ","))));
+                         JsonObject().text("codeset", name).raw("nearest", json_strings(likely)));
 }
 
 // The command that makes the object of a conversion where the library looks for it.
@@ -208,8 +191,6 @@ ExitStatus run_conv(const ConvRequest &request, const Messages &messages) {
     if (opened != Opened::CONVERSION && opened != Opened::SAME_CODESET) return cannot_open(opened, request, messages);
     try {
         return Run(request, messages, conversion.get()).run();
-    } catch (const SystemFailure &failure) {
-        return messages.fail(failure.status, failure.sentence, failure.details);
     } catch (const Converter::Broken &) {
         return cannot_open(Opened::DAMAGED, request, messages);
     }

@@ -1,6 +1,7 @@
 #include "files.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -19,6 +20,23 @@ SystemFailure file_failure(std::string_view doing, const std::string &name) {
     const std::string reason = std::strerror(errno);
     return {ExitStatus::SYSTEM, fmt::format("cannot {} {}: {}", doing, printable(name), reason),
             JsonObject().text("file", name).text("reason", reason)};
+}
+
+std::vector<std::string> inputs_of(const std::vector<std::string> &files) {
+    return files.empty() ? std::vector<std::string>{STANDARD_STREAM} : files;
+}
+
+void check_readable(const std::vector<std::string> &files) {
+    for (const std::string &name : files) {
+        if (name != STANDARD_STREAM && access(name.c_str(), R_OK) != 0) throw file_failure("open", name);
+    }
+}
+
+std::string shown_name(const std::string &file) { return file == STANDARD_STREAM ? "standard input" : printable(file); }
+
+ExitStatus print(const std::string &text, const Messages &messages) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return ExitStatus::OK;
+    return messages.fail(ExitStatus::SYSTEM, fmt::format("cannot write standard output: {}", std::strerror(errno)));
 }
 
 InputFile::InputFile(const std::string &name) : name_(name == STANDARD_STREAM ? "standard input" : name) {

@@ -19,6 +19,18 @@ struct SystemFailure {
 // A failure of the system at a file; `doing` completes "cannot ...".
 SystemFailure file_failure(std::string_view doing, const std::string &name);
 
+// The input files of a call: standard input when it names none.
+std::vector<std::string> inputs_of(const std::vector<std::string> &files);
+
+// Throws the failure of the first file that cannot be read, so that it is found before anything is written.
+void check_readable(const std::vector<std::string> &files);
+
+// An input file's name as messages show it.
+std::string shown_name(const std::string &file);
+
+// Writes a whole text to standard output; a full disk is not missed.
+ExitStatus print(const std::string &text, const Messages &messages);
+
 class InputFile {
   public:
     explicit InputFile(const std::string &name); // throws SystemFailure

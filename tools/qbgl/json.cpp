@@ -1,30 +1,10 @@
 #include "json.h"
 
+#include "utf8.h"
+
 #include <fmt/format.h>
 
 namespace qbgl {
-
-namespace {
-
-// The length of the UTF-8 character at the beginning of a non-empty text, 0 when there is none (Unicode, table 3-7).
-size_t utf8_length(std::string_view text) {
-    const auto byte = [&](size_t i) -> unsigned { return i < text.size() ? static_cast<uint8_t>(text[i]) : 0U; };
-    const auto continues = [&](size_t i) { return (byte(i) & 0xC0) == 0x80; };
-    const unsigned lead = byte(0), second = byte(1);
-    if (lead < 0x80) return 1;
-    if (lead >= 0xC2 && lead <= 0xDF) return continues(1) ? 2 : 0;
-    if (lead >= 0xE0 && lead <= 0xEF) {
-        const bool excluded = (lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F);
-        return continues(1) && continues(2) && !excluded ? 3 : 0;
-    }
-    if (lead >= 0xF0 && lead <= 0xF4) {
-        const bool excluded = (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F);
-        return continues(1) && continues(2) && continues(3) && !excluded ? 4 : 0;
-    }
-    return 0;
-}
-
-} // namespace
 
 std::string json_string(std::string_view text) {
     std::string result = "\"";
@@ -42,6 +22,15 @@ std::string json_string(std::string_view text) {
         text.remove_prefix(length == 0 ? 1 : length);
     }
     return result + '"';
+}
+
+std::string json_array(const std::vector<std::string> &values) { return fmt::format("[{}]", fmt::join(values, ",")); }
+
+std::string json_strings(const std::vector<std::string> &texts) {
+    std::vector<std::string> quoted;
+    quoted.reserve(texts.size());
+    for (const std::string &text : texts) quoted.push_back(json_string(text));
+    return json_array(quoted);
 }
 
 JsonObject &JsonObject::raw(std::string_view key, std::string_view value) {

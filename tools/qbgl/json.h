@@ -1,14 +1,19 @@
-// As much JSON as the client writes: flat objects, a line each.
+// As much JSON as the client writes.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qbgl {
 
 // A JSON string. Bytes that are no UTF-8 (file names may hold any) become U+FFFD.
 std::string json_string(std::string_view text);
+
+// An array of values that are JSON already, and of strings.
+std::string json_array(const std::vector<std::string> &values);
+std::string json_strings(const std::vector<std::string> &texts);
 
 class JsonObject {
   public:

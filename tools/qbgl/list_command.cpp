@@ -1,11 +1,11 @@
 #include "list_command.h"
 
+#include "files.h"
+#include "installed.h"
 #include "qbgl.h"
 #include "registry.h"
 #include "tree.h"
 
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <fmt/format.h>
 #include <set>
@@ -13,12 +13,6 @@
 namespace qbgl {
 
 namespace {
-
-// Writes to standard output what was gathered; a full disk is not missed.
-ExitStatus print(const std::string &text, const Messages &messages) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return ExitStatus::OK;
-    return messages.fail(ExitStatus::SYSTEM, fmt::format("cannot write standard output: {}", std::strerror(errno)));
-}
 
 ExitStatus no_tree(const Messages &messages) {
     return messages.fail(
@@ -48,14 +42,11 @@ ExitStatus list_codesets(const Messages &messages) {
     std::string text;
     for (const auto &[number, names] : registry.by_number) {
         if (messages.as_json()) {
-            std::vector<std::string> quoted;
-            quoted.reserve(names.size());
-            for (const std::string &name : names) quoted.push_back(json_string(name));
             text += text.empty() ? "{\"codesets\":[" : ",\n";
             text += JsonObject()
                         .number("number", number)
                         .number("ccsid", gl_cs_nums2ccsid(nullptr, number))
-                        .raw("names", fmt::format("[{}]", fmt::join(quoted, ",")))
+                        .raw("names", json_strings(names))
                         .str();
         } else {
             text += fmt::format("{:5} {}\n", number, fmt::join(names, " "));
@@ -86,6 +77,28 @@ ExitStatus list_conversions(const Messages &messages) {
         }
     }
     if (messages.as_json()) text = (text.empty() ? "{\"conversions\":[" : text) + "]}\n";
+    return print(text, messages);
+}
+
+ExitStatus list_locales(const Messages &messages) {
+    if (read_registry().names.empty()) return no_tree(messages);
+    const std::vector<InstalledLocale> locales = installed_locales();
+    size_t longest = 0;
+    for (const InstalledLocale &locale : locales) longest = std::max(longest, locale.specification.size());
+    std::string text;
+    for (const InstalledLocale &locale : locales) {
+        if (messages.as_json()) {
+            text += text.empty() ? "{\"locales\":[" : ",\n";
+            text += JsonObject()
+                        .text("specification", locale.specification)
+                        .text("codeset", locale.codeset)
+                        .text("file", locale.file)
+                        .str();
+        } else {
+            text += fmt::format("{:{}} {:12} {}\n", locale.specification, longest, locale.codeset, locale.file);
+        }
+    }
+    if (messages.as_json()) text = (text.empty() ? "{\"locales\":[" : text) + "]}\n";
     return print(text, messages);
 }
 

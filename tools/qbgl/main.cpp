@@ -1,6 +1,10 @@
 // qbgl: the command-line client. It is a host like any other: everything goes through the public header.
+#include "case_command.h"
+#include "class_command.h"
 #include "conv_command.h"
+#include "files.h"
 #include "list_command.h"
+#include "locale_command.h"
 #include "tree.h"
 
 #include "qbgl.h"
@@ -15,61 +19,126 @@ using namespace qbgl;
 
 namespace {
 
-constexpr const char *EXIT_STATUSES = "Exit status: 0 done, 1 the text could not be converted (or not whole), 2 the call is wrong, "
-                                      "3 the system or the installation failed.";
+constexpr const char *EXIT_STATUSES =
+    "Exit status: 0 done, 1 the text could not be read or converted (or not whole), 2 the call is wrong, "
+    "3 the system or the installation failed.";
 
-int run(int argc, char **argv) {
-    CLI::App app{"Converts text between codesets and tells what the installation offers.", "qbgl"};
-    app.set_version_flag("--version", "qbgl " QBGL_VERSION);
-    app.require_subcommand(1);
-    app.footer(EXIT_STATUSES);
-    bool json = false;
-    std::function<ExitStatus(const Messages &)> command;
-
-    ConvRequest request;
-    bool list = false;
-    CLI::App *conv = app.add_subcommand("conv", "Convert files or standard input from one codeset to another");
-    auto *from = conv->add_option("-f,--from-code", request.from, "Codeset of the input: a name, a number or a locale")
-                     ->capture_default_str();
-    auto *to = conv->add_option("-t,--to-code", request.to, "Codeset of the output")->capture_default_str();
-    conv->add_option("-o,--output", request.output, "Output file; - is standard output")->capture_default_str();
-    conv->add_option("files", request.files, "Input files; none or - is standard input")->type_name("FILE");
-    conv->add_flag("-c", request.leave_out, "Leave out what cannot be converted (exit status 1 if there was any)");
-    conv->add_flag("--report", request.report, "Report each substituted and left-out character, and their numbers");
-    conv->add_flag("-l,--list", list, "List the codesets instead");
-    conv->add_flag("--json", json, "Messages (and lists) as JSON, an object a line");
-    conv->callback([&] {
-        if (!list && from->count() == 0 && to->count() == 0) throw CLI::RequiredError("-f or -t");
-        command = [&](const Messages &messages) { return list ? list_codesets(messages) : run_conv(request, messages); };
-    });
-
-    CLI::App *lists = app.add_subcommand("list", "List what the installation offers");
-    lists->require_subcommand(1);
-    const auto add_list = [&](const char *name, const char *text, ExitStatus (*function)(const Messages &)) {
-        CLI::App *what = lists->add_subcommand(name, text);
-        what->add_flag("--json", json, "Print JSON");
-        what->callback([&command, function] { command = function; });
-    };
-    add_list("codesets", "All codesets, with number and names", list_codesets);
-    add_list("conversions", "The direct conversions that are installed", list_conversions);
-
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError &error) {
-        if (error.get_exit_code() == 0) return app.exit(error); // --help, --version
-        const bool as_json = std::any_of(argv, argv + argc, [](const char *word) { return std::string_view(word) == "--json"; });
-        return static_cast<int>(Messages(as_json).fail(ExitStatus::CALL, fmt::format("{}; see `qbgl --help`", error.what())));
+// What the command line asks for.
+class CommandLine {
+  public:
+    CommandLine() {
+        app_.set_version_flag("--version", "qbgl " QBGL_VERSION);
+        app_.require_subcommand(1);
+        app_.footer(EXIT_STATUSES);
+        add_conv();
+        add_case("upper", "Change text to upper case", upper_);
+        add_case("lower", "Change text to lower case", lower_);
+        add_class();
+        add_locale();
+        add_lists();
     }
-    use_tree_beside_program();
-    gl_cache_registry(nullptr, nullptr);
-    return static_cast<int>(command(Messages(json)));
-}
+
+    int run(int argc, char **argv) {
+        try {
+            app_.parse(argc, argv);
+        } catch (const CLI::ParseError &error) {
+            if (error.get_exit_code() == 0) return app_.exit(error); // --help, --version
+            const bool as_json =
+                std::any_of(argv, argv + argc, [](const char *word) { return std::string_view(word) == "--json"; });
+            return static_cast<int>(Messages(as_json).fail(ExitStatus::CALL, fmt::format("{}; see `qbgl --help`", error.what())));
+        }
+        use_tree_beside_program();
+        gl_cache_registry(nullptr, nullptr);
+        const Messages messages(json_);
+        try {
+            return static_cast<int>(command_(messages));
+        } catch (const SystemFailure &failure) {
+            return static_cast<int>(messages.fail(failure.status, failure.sentence, failure.details));
+        }
+    }
+
+  private:
+    void add_conv() {
+        CLI::App *conv = app_.add_subcommand("conv", "Convert files or standard input from one codeset to another");
+        auto *from = conv->add_option("-f,--from-code", conv_.from, "Codeset of the input: a name, a number or a locale")
+                         ->capture_default_str();
+        auto *to = conv->add_option("-t,--to-code", conv_.to, "Codeset of the output")->capture_default_str();
+        add_output(conv, conv_.output);
+        add_files(conv, conv_.files);
+        conv->add_flag("-c", conv_.leave_out, "Leave out what cannot be converted (exit status 1 if there was any)");
+        conv->add_flag("--report", conv_.report, "Report each substituted and left-out character, and their numbers");
+        conv->add_flag("-l,--list", list_, "List the codesets instead");
+        conv->add_flag("--json", json_, "Messages (and lists) as JSON, an object a line");
+        conv->callback([this, from, to] {
+            if (!list_ && from->count() == 0 && to->count() == 0) throw CLI::RequiredError("-f or -t");
+            command_ = [this](const Messages &messages) { return list_ ? list_codesets(messages) : run_conv(conv_, messages); };
+        });
+    }
+
+    void add_case(const char *name, const char *text, CaseRequest &request) {
+        CLI::App *command = app_.add_subcommand(name, text);
+        add_locale_option(command, "-l,--locale", request.locale);
+        add_output(command, request.output);
+        add_files(command, request.files);
+        command->add_flag("--json", json_, "Messages as JSON, an object a line");
+        command->callback([this, &request] { command_ = [&](const Messages &messages) { return run_case(request, messages); }; });
+    }
+
+    void add_class() {
+        CLI::App *command = app_.add_subcommand("class", "Tell code, width, case and classes of each character of a text");
+        add_locale_option(command, "-l,--locale", class_.locale);
+        add_files(command, class_.files);
+        command->add_flag("--json", json_, "Print JSON, an object a line");
+        command->callback([this] { command_ = [this](const Messages &messages) { return run_class(class_, messages); }; });
+    }
+
+    void add_locale() {
+        CLI::App *command = app_.add_subcommand("locale", "Show what a locale holds");
+        add_locale_option(command, "-l,--locale,locale", locale_)->type_name("LOCALE");
+        command->add_flag("--json", json_, "Print JSON");
+        command->callback([this] { command_ = [this](const Messages &messages) { return run_locale(locale_, messages); }; });
+    }
+
+    void add_lists() {
+        CLI::App *lists = app_.add_subcommand("list", "List what the installation offers");
+        lists->require_subcommand(1);
+        const auto add = [&](const char *name, const char *text, ExitStatus (*function)(const Messages &)) {
+            CLI::App *what = lists->add_subcommand(name, text);
+            what->add_flag("--json", json_, "Print JSON");
+            what->callback([this, function] { command_ = function; });
+        };
+        add("codesets", "All codesets, with number and names", list_codesets);
+        add("conversions", "The direct conversions that are installed", list_conversions);
+        add("locales", "The locales that are installed, with codeset and file", list_locales);
+    }
+
+    static CLI::Option *add_locale_option(CLI::App *command, const char *names, std::string &locale) {
+        return command->add_option(names, locale,
+                                   "Locale such as ja_JP.sjis; without it, that of the environment (GL_ALL, GL_LANG)");
+    }
+
+    static void add_output(CLI::App *command, std::string &output) {
+        command->add_option("-o,--output", output, "Output file; - is standard output")->capture_default_str();
+    }
+
+    static void add_files(CLI::App *command, std::vector<std::string> &files) {
+        command->add_option("files", files, "Input files; none or - is standard input")->type_name("FILE");
+    }
+
+    CLI::App app_{"Converts text between codesets, shows and uses locales, and tells what the installation offers.", "qbgl"};
+    bool json_ = false, list_ = false;
+    ConvRequest conv_;
+    CaseRequest upper_{LetterCase::UPPER, {}}, lower_{LetterCase::LOWER, {}};
+    ClassRequest class_;
+    std::string locale_;
+    std::function<ExitStatus(const Messages &)> command_;
+};
 
 } // namespace
 
 int main(int argc, char **argv) {
     try {
-        return run(argc, argv);
+        return CommandLine().run(argc, argv);
     } catch (const std::exception &error) {
         return static_cast<int>(Messages(false).fail(ExitStatus::SYSTEM, error.what()));
     }

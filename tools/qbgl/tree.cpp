@@ -12,6 +12,21 @@ std::string variable(const char *name) {
     return value != nullptr ? value : "";
 }
 
+std::vector<std::string> directories_of(const char *versioned, const char *plain) {
+    std::vector<std::string> result;
+    const std::string path = variable("GL_PATH");
+    if (path.empty()) {
+        const std::filesystem::path vrn = std::filesystem::path(tree_directory()) / "vrn";
+        return {vrn / versioned, vrn / plain};
+    }
+    for (size_t at = 0; at < path.size();) {
+        const size_t end = std::min(path.find(':', at), path.size());
+        if (end > at) result.push_back(path.substr(at, end - at));
+        at = end + 1;
+    }
+    return result;
+}
+
 } // namespace
 
 void use_tree_beside_program() {
@@ -32,19 +47,8 @@ std::string tree_directory() {
     return tree.empty() ? "/usr/quorbane/" : tree;
 }
 
-std::vector<std::string> conversion_directories() {
-    std::vector<std::string> result;
-    const std::string path = variable("GL_PATH");
-    if (path.empty()) {
-        const std::filesystem::path vrn = std::filesystem::path(tree_directory()) / "vrn";
-        return {vrn / "cv9", vrn / "cv"};
-    }
-    for (size_t at = 0; at < path.size();) {
-        const size_t end = std::min(path.find(':', at), path.size());
-        if (end > at) result.push_back(path.substr(at, end - at));
-        at = end + 1;
-    }
-    return result;
-}
+std::vector<std::string> conversion_directories() { return directories_of("cv9", "cv"); }
+
+std::vector<std::string> locale_directories() { return directories_of("lc11", "lc"); }
 
 } // namespace qbgl

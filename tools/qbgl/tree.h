@@ -14,7 +14,8 @@ void use_tree_beside_program();
 // The installation tree in use, as the library sees it.
 std::string tree_directory();
 
-// The directories in which the library looks for conversion objects, in its order.
+// The directories in which the library looks for conversion objects, and for locale objects, in its order.
 std::vector<std::string> conversion_directories();
+std::vector<std::string> locale_directories();
 
 } // namespace qbgl
