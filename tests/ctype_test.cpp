@@ -1,4 +1,4 @@
-#include "mbwc/maps.h"
+#include "ctype/case_maps.h"
 #include "support/locale_object.h"
 
 #include <gtest/gtest.h>
@@ -106,12 +106,14 @@ TEST(Case, FollowsTheCaseTableAlone) {
     info.case_table = _gl_create_multi(2, 0, &first_pair);
     const gl_desc a{1, {'a'}};
     _gl_insert_desc_multi(&a, &first_pair, info.case_table); // A is a character, but not in the case table
-    info.maps = qbgl::build_codeset_maps(info);
+    auto *maps = qbgl::build_codeset_maps(info);
+    qbgl::build_case_maps(info, *maps);
+    info.maps = maps;
     gl_wchar wides[] = {'A', 'a', 0};
     EXPECT_EQ(gl_tombsupper(locale.get(), out, "aA"), -1);
     EXPECT_EQ(gl_towcsupper(locale.get(), wides, wides), -1);
     EXPECT_EQ(_gl_im_towlower(locale.get(), 'A'), gl_wchar{'A'});
-    qbgl::free_codeset_maps(static_cast<qbgl::CodesetMaps *>(info.maps));
+    qbgl::free_codeset_maps(maps);
     _gl_free_multi(info.case_table);
     info = whole;
 }

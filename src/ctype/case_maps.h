@@ -5,7 +5,7 @@
 
 namespace qbgl {
 
-// Fills case_pages, upper_byte and lower_byte. The last step of building the arrays.
+// Fills case_pages, upper_byte and lower_byte, which build_codeset_maps leaves zero.
 void build_case_maps(const gl_ctype_info &info, CodesetMaps &maps);
 
 } // namespace qbgl

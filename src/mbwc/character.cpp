@@ -56,21 +56,14 @@ namespace qbgl {
     return character.value != 0 ? character.length : 0;
 }
 
-template <TextShape SHAPE> [[gnu::noinline]] int decode_of_shape(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
+inline int decode_continued(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
     int taken;
     const auto take = [&](gl_wchar value, int length) {
         *pwc = value;
         taken = length;
     };
-    return take_plain<SHAPE>(maps_of(locale)->plain, bytes_of(s), n, take) ? taken : decode_by_walk(locale, pwc, s, n);
-}
-
-// Decodes what is not one byte.
-[[gnu::noinline]] int decode_longer(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
-    const TextShape shape = maps_of(locale)->shape;
-    if (shape == TextShape::CONTINUATION) return decode_of_shape<TextShape::CONTINUATION>(locale, pwc, s, n);
-    if (shape == TextShape::ONE_OR_TWO) return decode_of_shape<TextShape::ONE_OR_TWO>(locale, pwc, s, n);
-    return decode_by_walk(locale, pwc, s, n);
+    return take_plain<TextShape::CONTINUATION>(maps_of(locale)->plain, bytes_of(s), n, take) ? taken
+                                                                                             : decode_by_walk(locale, pwc, s, n);
 }
 
 } // namespace qbgl
@@ -80,12 +73,19 @@ int gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
     if (n < 1) return fail(locale, GL_EINVAL);
     const CodesetMaps *maps = maps_of(locale);
     if (maps == nullptr || served(locale)) return decode_by_walk(locale, pwc, s, n);
-    const uint8_t first = *bytes_of(s);
-    if (maps->single[first] == 0) return decode_longer(locale, pwc, s, n);
-    *pwc = first;
-    if (first != 0) return 1;
-    asm(""); // keeps this a branch: a result computed from the byte would make the caller's next character wait for it
-    return 0;
+    const unsigned first = bytes_of(s)[0];
+    if (maps->single[first] != 0) {
+        *pwc = first;
+        if (first != 0) return 1;
+        asm(""); // keeps this a branch: a result computed from the byte would make the caller's next character wait for it
+        return 0;
+    }
+    if (maps->shape == TextShape::CONTINUATION) return decode_continued(locale, pwc, s, n);
+    if (maps->shape != TextShape::ONE_OR_TWO || n < 2) return decode_by_walk(locale, pwc, s, n);
+    const unsigned value = first << 8 | bytes_of(s)[1];
+    if (maps->plain[value] == 0) return decode_by_walk(locale, pwc, s, n);
+    *pwc = value;
+    return 2;
 }
 
 int _qbx_gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {

@@ -1,6 +1,5 @@
 #include "mbwc/maps.h"
 
-#include "ctype/case_maps.h"
 #include "multi/table.h"
 #include "util/owned.h"
 
@@ -242,7 +241,6 @@ CodesetMaps *build_codeset_maps(const gl_ctype_info &info) {
     maps->leads[1] = leads[1];
     std::transform(root.flags, root.flags + 256, maps->single, [](uint8_t flag) -> uint8_t { return flag == FLAG_END; });
     maps->ascii_plain = memchr(maps->single, 0, 0x80) == nullptr;
-    build_case_maps(info, *maps);
     return maps;
 }
 

@@ -32,8 +32,9 @@ struct CodesetMaps {
     const uint16_t *page_blocks; // page -> block; block 0 has no character at all. All 65536 there are for CONTINUATION
     const uint32_t *valid;       // block * 8 + place / 32: a bit for each value that is a character
     const CharacterCell *cells;  // block * 256 + place
+    // These three are filled by ctype; as long as they are zero, case takes the general way.
     uint32_t case_pages;     // page_count where the cells tell all of case: the case table has the characters of the codeset and no
-                             // others, and the codeset all that the pairs map to; otherwise 0, and case takes the general way
+                             // others, and the codeset all that the pairs map to; otherwise 0
     uint8_t upper_byte[256]; // a one-byte character whose upper case is one byte; 0 for any other byte, and for NUL
     uint8_t lower_byte[256];
     TextShape shape;

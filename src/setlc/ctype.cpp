@@ -5,6 +5,7 @@
 //   case table: an index of the case pairs for each character
 //   PAIRS                            then for each pair: UPPERCASELOWERCASE, eight hexadecimal digits each
 //   GROWTH                           behind the last pair, on its line; nothing stands for 4.0
+#include "ctype/case_maps.h"
 #include "ext/error.h"
 #include "mbwc/maps.h"
 #include "setlc/categories.h"
@@ -183,7 +184,10 @@ int qbgl::read_ctype(FILE *file, gl_locale *locale) {
         return -1;
     }
     locale->case_growth = sufficient_growth(info, growth);
-    info.maps = build_codeset_maps(info);
+    if (CodesetMaps *maps = build_codeset_maps(info)) {
+        build_case_maps(info, *maps);
+        info.maps = maps;
+    }
     return 0;
 }
 
