@@ -10,8 +10,8 @@
 namespace qbgl_test {
 
 std::string Difference::text() const {
-    return fmt::format("{} {} {} {} {}: ours {}, iconv {}", source, target, codes.empty() ? "-" : codes, bytes, kind,
-                       ours.empty() ? "none" : ours, iconvs.empty() ? "none" : iconvs);
+    return fmt::format("{} {} {} {} {}: ours {}, {} {}", source, target, codes.empty() ? "-" : codes, bytes, kind,
+                       ours.empty() ? "none" : ours, peer, theirs.empty() ? "none" : theirs);
 }
 
 Differences::Differences(const std::filesystem::path &file) {

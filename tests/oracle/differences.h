@@ -1,21 +1,23 @@
-// The checked-in table of known differences between our conversions and iconv's; see differences.txt for its form.
+// A checked-in table of known differences between us and the platform; see differences.txt and locale_differences.txt for its form.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qbgl_test {
 
-// Where the two differ for one character.
+// Where the two differ for one character of a conversion, or of a locale (its name and its codeset), or for a field of a locale.
 struct Difference {
     std::string source, target;
-    std::string codes; // as iconv reads it, U+XXXXXX; empty when it does not
-    std::string bytes; // the character in hexadecimal
+    std::string codes; // as the platform reads it, U+XXXXXX; empty when it does not
+    std::string bytes; // the character in hexadecimal; or the field's name
     std::string kind;
-    std::string ours, iconvs; // what is written, in hexadecimal
+    std::string ours, theirs; // what is written, in hexadecimal
+    std::string_view peer = "iconv";
 
     std::string text() const;
 };

@@ -20,12 +20,11 @@ constexpr size_t FEW_LEADS = 4; // of sequences of three bytes; more have UTF-8 
 bool is_shift(const Sequence &bytes) { return bytes == Sequence({&SHIFT_OUT, 1}) || bytes == Sequence({&SHIFT_IN, 1}); }
 Sequence in_shifts(const Sequence &bytes) { return Sequence(SHIFT_OUT + bytes.text() + SHIFT_IN); }
 
-template <class Function>
-void walk(const gl_multi &table, const qbgl::MultiNode &node, const std::string &prefix, Function function) {
+void collect(const qbgl::MultiNode &node, const std::string &prefix, std::vector<Sequence> &sequences) {
     for (unsigned byte = 0; byte < 256; ++byte) {
         const auto b = static_cast<uint8_t>(byte);
-        if (node.flags[b] == qbgl::FLAG_CHILD) walk(table, *child_of(node, b), prefix + static_cast<char>(b), function);
-        if (node.flags[b] == qbgl::FLAG_END) function(Sequence(prefix + static_cast<char>(b)));
+        if (node.flags[b] == qbgl::FLAG_CHILD) collect(*child_of(node, b), prefix + static_cast<char>(b), sequences);
+        if (node.flags[b] == qbgl::FLAG_END) sequences.push_back(Sequence(prefix + static_cast<char>(b)));
     }
 }
 
@@ -148,16 +147,20 @@ class Collector {
 
 } // namespace
 
+std::vector<Sequence> sequences_of(const gl_multi &table) {
+    std::vector<Sequence> result;
+    collect(*table.root, "", result);
+    return result;
+}
+
 std::vector<Sequence> table_characters(const gl_cv &cd) {
     const bool little_endian = cd.convert == qbgl::little_endian_unicode_source_miconv;
     std::vector<Sequence> result;
-    walk(*cd.main_table, *cd.main_table->root, "", [&](const Sequence &bytes) {
+    for (const Sequence &bytes : sequences_of(*cd.main_table))
         if (cd.source_stateful == 0 || !is_shift(bytes)) result.push_back(little_endian ? bytes.reversed() : bytes);
-    });
     if (cd.source_stateful != 0)
-        walk(*cd.shifted_table, *cd.shifted_table->root, "", [&](const Sequence &bytes) {
+        for (const Sequence &bytes : sequences_of(*cd.shifted_table))
             if (bytes.length == 2) result.push_back(in_shifts(bytes));
-        });
     std::sort(result.begin(), result.end());
     return result;
 }

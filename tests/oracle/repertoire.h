@@ -15,6 +15,8 @@ namespace qbgl_test {
 // knows no such character.
 using Repertoire = std::vector<std::pair<Sequence, std::u32string>>;
 
+// The keys of a table, in byte order.
+std::vector<Sequence> sequences_of(const gl_multi &table);
 // The characters that a loaded conversion has records for, in byte order.
 std::vector<Sequence> table_characters(const gl_cv &cd);
 
