@@ -174,7 +174,7 @@ int main(int argc, char **argv) {
         const Work &work = WORKS[i];
         Input &input = inputs[i] = input_of(work);
         const std::string name = work.name;
-        goals.push_back({name, work.over_iconv, work.over_icu});
+        goals.push_back({name, {{"iconv", work.over_iconv}, {"icu", work.over_icu}}});
         benchmark::RegisterBenchmark((name + "/qbgl").c_str(), [&](benchmark::State &s) { convert_with_qbgl(s, work, input); });
         benchmark::RegisterBenchmark((name + "/iconv").c_str(), [&](benchmark::State &s) { convert_with_iconv(s, work, input); });
 #ifdef QBGL_BENCH_ICU
@@ -200,6 +200,6 @@ int main(int argc, char **argv) {
                                                                                                  benchmark::State &s) {
             open_conversion(s, target, source);
         })->Unit(benchmark::kMillisecond);
-    bench::RatioReporter reporter(goals);
+    bench::RatioReporter reporter({"iconv", "icu"}, goals);
     benchmark::RunSpecifiedBenchmarks(&reporter);
 }

@@ -23,22 +23,24 @@ double RatioReporter::median(const std::string &name) const {
 }
 
 void RatioReporter::Finalize() {
-    std::printf("\n%d-bit, medians, MB/s of input\n%-34s %8s %8s %8s %16s %16s\n", static_cast<int>(sizeof(void *) * 8), "", "qbgl",
-                "iconv", "ICU", "over iconv", "over ICU");
-    const auto ratio = [](double ours, double peer, double goal) {
-        if (peer == 0)
-            std::printf("%16s", "-");
-        else
-            std::printf("  %5.2f of %5.2f%s", ours / peer, goal, ours / peer >= goal ? " " : "!");
-    };
+    std::printf("\n%d-bit, medians, MB/s of input, and how many times a peer's speed of how many to reach\n%-34s %8s",
+                static_cast<int>(sizeof(void *) * 8), "", "qbgl");
+    for (const std::string &peer : peers_) std::printf(" %8s %15s", peer.c_str(), "");
     for (const Goal &goal : goals_) {
-        const double ours = median(goal.work + "/qbgl"), iconv = median(goal.work + "/iconv"), icu = median(goal.work + "/icu");
+        const double ours = median(goal.work + "/qbgl");
         if (ours == 0) continue;
-        std::printf("%-34s %8.0f %8.0f %8.0f", goal.work.c_str(), ours / 1e6, iconv / 1e6, icu / 1e6);
-        ratio(ours, iconv, goal.over_iconv);
-        ratio(ours, icu, goal.over_icu);
-        std::printf("\n");
+        std::printf("\n%-34s %8.0f", goal.work.c_str(), ours / 1e6);
+        for (const std::string &peer : peers_) {
+            const double rate = median(goal.work + "/" + peer);
+            const auto wanted = goal.over.find(peer);
+            if (rate == 0 || wanted == goal.over.end())
+                std::printf(" %8s %15s", "-", "");
+            else
+                std::printf(" %8.0f %6.2f of %4.2f%c", rate / 1e6, ours / rate, wanted->second,
+                            ours / rate >= wanted->second ? ' ' : '!');
+        }
     }
+    std::printf("\n");
 }
 
 } // namespace bench

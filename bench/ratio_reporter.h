@@ -10,19 +10,20 @@
 namespace bench {
 
 struct Goal {
-    std::string work; // benchmarks are named WORK/qbgl, WORK/iconv, WORK/icu
-    double over_iconv, over_icu;
+    std::string work;                   // benchmarks are named WORK/qbgl and WORK/PEER
+    std::map<std::string, double> over; // by peer
 };
 
 class RatioReporter : public benchmark::ConsoleReporter {
   public:
-    explicit RatioReporter(std::vector<Goal> goals) : goals_(std::move(goals)) {}
+    RatioReporter(std::vector<std::string> peers, std::vector<Goal> goals) : peers_(std::move(peers)), goals_(std::move(goals)) {}
     void ReportRuns(const std::vector<Run> &runs) override;
     void Finalize() override;
 
   private:
     double median(const std::string &name) const;
 
+    std::vector<std::string> peers_;
     std::vector<Goal> goals_;
     std::map<std::string, std::vector<double>> rates_; // bytes a second of each repetition
 };

@@ -44,8 +44,8 @@ int ask_for_length(gl_locale *locale, const char *s, int n) {
 
 } // namespace
 
-// What gl_full_mbtowc goes on with. Not static: their arguments are passed as its own are then, in 32-bit code on the stack, and
-// the way of one byte need not have them in registers.
+// Not static: its arguments are then passed as those of the public functions are, in 32-bit code on the stack, and the fast ways
+// before it need not have them all in registers.
 namespace qbgl {
 
 [[gnu::noinline]] int decode_by_walk(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
@@ -56,7 +56,11 @@ namespace qbgl {
     return character.value != 0 ? character.length : 0;
 }
 
-inline int decode_continued(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
+} // namespace qbgl
+
+namespace {
+
+int decode_continued(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
     int taken;
     const auto take = [&](gl_wchar value, int length) {
         *pwc = value;
@@ -66,7 +70,7 @@ inline int decode_continued(gl_locale *locale, gl_wchar *pwc, const char *s, int
                                                                                              : decode_by_walk(locale, pwc, s, n);
 }
 
-} // namespace qbgl
+} // namespace
 
 int gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
     if (s == nullptr) return 0;

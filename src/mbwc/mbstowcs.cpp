@@ -32,7 +32,8 @@ template <TextShape SHAPE, bool TERMINATED>
     const uint8_t *const plain = SHAPE != TextShape::OTHER ? maps_of(locale)->plain : nullptr;
     const uint8_t *const pause = bounds.pause, *const in_end = bounds.in_end;
     const gl_wchar *const out_end = bounds.out_end;
-    auto [in, out] = position;
+    const uint8_t *in = position.in;
+    gl_wchar *out = position.out;
     gl_wchar last;
     const auto take = [&](gl_wchar value, int length) {
         *out++ = last = value;
@@ -65,15 +66,21 @@ constexpr int SHORT = 48;
 // Decodes text with a length, or with a terminator when `in_end` is null: at least one character, and with room for one. The
 // position is behind the last one then.
 template <TextShape SHAPE> Stop decode_text(gl_locale *locale, TextPosition &at, const uint8_t *in_end, const gl_wchar *out_end) {
+    const bool terminated = in_end == nullptr;
     Bounds bounds = {at.in + SHORT, in_end, out_end};
+    if (SHAPE == TextShape::OTHER) bounds.pause = reinterpret_cast<const uint8_t *>(UINTPTR_MAX);
     for (;;) {
         const Stop stop =
-            in_end != nullptr ? decode_singly<SHAPE, false>(locale, at, bounds) : decode_singly<SHAPE, true>(locale, at, bounds);
+            terminated ? decode_singly<SHAPE, true>(locale, at, bounds) : decode_singly<SHAPE, false>(locale, at, bounds);
         if (stop != Stop::PAUSE) return stop;
-        const uint8_t *bound = in_end != nullptr ? in_end : find_zero(at.in, std::min(out_end - at.out, SCAN / MAX_KEY) * MAX_KEY);
-        if constexpr (SHAPE != TextShape::OTHER) at = decode_blocks<SHAPE>(*maps_of(locale), at, bound, out_end);
-        // Where blocks do not serve, a block's length of characters goes singly before they are tried again.
-        bounds.pause = bound - at.in >= BYTES_FOR_BLOCKS + BLOCK ? at.in + BLOCK : bound;
+        if constexpr (SHAPE != TextShape::OTHER) {
+            const uint8_t *const bound =
+                terminated ? find_zero(at.in, std::min(out_end - at.out, SCAN / MAX_KEY) * MAX_KEY) : in_end;
+            at = decode_blocks<SHAPE>(*maps_of(locale), at, bound, out_end);
+            // Where blocks do not serve, a block's length of characters goes singly before they are tried again; then all the rest,
+            // the terminator included.
+            bounds.pause = bound - at.in >= BYTES_FOR_BLOCKS + BLOCK ? at.in + BLOCK : bound + 1;
+        }
     }
 }
 

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 using std::string;
 
 #if defined(__SANITIZE_ADDRESS__)
-constexpr int ROUNDS = 300;
+constexpr int ROUNDS = 500;
 #else
 constexpr int ROUNDS = 2000;
 #endif
