@@ -16,7 +16,9 @@
 #include <functional>
 #include <locale.h>
 #include <memory>
+#include <span>
 #include <stdexcept>
+#include <string_view>
 #ifdef QBGL_BENCH_ICU
 #include <unicode/utf8.h>
 #endif
@@ -55,25 +57,45 @@ locale_t load_platform(const Codeset &codeset) {
     return locale;
 }
 
-// A piece of text as both sides have it.
+// A piece of text as both sides have it, each form with its terminator.
 struct Text {
-    std::string bytes;
-    std::vector<gl_wchar> wide;
-    std::wstring platform_wide;
+    std::string_view bytes;
+    const gl_wchar *wide;
+    std::wstring_view platform_wide;
+};
+
+// Pieces that stand one behind the other, as those of a host's text do.
+class Texts {
+  public:
+    void add(const std::string &bytes, const std::vector<gl_wchar> &wide, const std::wstring &platform_wide) {
+        places_.push_back({bytes_.size(), wide_.size(), bytes.size(), platform_wide.size()});
+        bytes_.append(bytes.c_str(), bytes.size() + 1);
+        wide_.insert(wide_.end(), wide.begin(), wide.end());
+        platform_wide_.append(platform_wide.c_str(), platform_wide.size() + 1);
+    }
+    size_t count() const { return places_.size(); }
+    size_t size() const { return bytes_.size() - places_.size(); }
+    Text operator[](size_t i) const {
+        const Place &at = places_[i];
+        return {{bytes_.data() + at.byte, at.bytes}, wide_.data() + at.wide, {platform_wide_.data() + at.wide, at.wides}};
+    }
+
+  private:
+    struct Place {
+        size_t byte, wide, bytes, wides;
+    };
+    std::string bytes_;
+    std::vector<gl_wchar> wide_;
+    std::wstring platform_wide_;
+    std::vector<Place> places_;
 };
 
 struct Setup {
     const Codeset *codeset;
     gl_locale *locale;
     locale_t platform;
-    std::vector<Text> pieces, ascii_pieces, words;
+    Texts pieces, ascii_pieces, words;
 };
-
-size_t size_of(const std::vector<Text> &texts) {
-    size_t size = 0;
-    for (const Text &text : texts) size += text.bytes.size();
-    return size;
-}
 
 std::wstring platform_wide(const std::string &bytes) {
     std::wstring wide(bytes.size() + 1, L'\0');
@@ -102,32 +124,34 @@ std::string common_text(const Setup &setup) {
     return common;
 }
 
-Text text_of(const Setup &setup, const std::string &bytes) { return {bytes, wide(setup.locale, bytes), platform_wide(bytes)}; }
+void add(Texts &texts, const Setup &setup, const std::string &bytes) {
+    texts.add(bytes, wide(setup.locale, bytes), platform_wide(bytes));
+}
 
-std::vector<Text> pieces_of(const Setup &setup, const std::string &text) {
-    std::vector<Text> pieces;
+Texts pieces_of(const Setup &setup, const std::string &text) {
+    Texts pieces;
     std::string piece;
     for (const std::string &line : bench::lines_of(text)) {
         piece += line;
         if (piece.size() < PIECE_SIZE) continue;
-        pieces.push_back(text_of(setup, piece));
+        add(pieces, setup, piece);
         piece.clear();
     }
     return pieces;
 }
 
 // Words of 7 to 12 characters, parts of longer ones among them.
-std::vector<Text> words_of(const Setup &setup, const std::string &whole) {
+Texts words_of(const Setup &setup, const std::string &whole) {
     const auto in_word = [&](wchar_t wc) { return setup.codeset->ideographs ? wc >= 0x80 : !iswspace(static_cast<wint_t>(wc)); };
-    std::vector<Text> words;
+    Texts words;
     const std::wstring text = platform_wide(whole);
-    for (size_t at = 0; at < text.size() && words.size() < WORDS;) {
+    for (size_t at = 0; at < text.size() && words.count() < WORDS;) {
         size_t end = at;
         while (end < text.size() && end - at < 12 && in_word(text[end])) ++end;
         if (end - at >= 7) {
             std::string word(64, '\0');
             word.resize(wcstombs(word.data(), text.substr(at, end - at).c_str(), word.size()));
-            words.push_back(text_of(setup, word));
+            add(words, setup, word);
         }
         at = std::max(end, at + 1);
     }
@@ -161,27 +185,27 @@ gl_wchar wides[ROOM];
 wchar_t platform_wides[ROOM];
 char bytes[ROOM];
 
-template <class Function> std::function<void()> for_each(const std::vector<Text> &texts, Function function) {
+template <class Function> std::function<void()> for_each(const Texts &texts, Function function) {
     return [&texts, function] {
-        for (const Text &text : texts) function(text);
+        for (size_t i = 0; i < texts.count(); ++i) function(texts[i]);
     };
 }
 
-Row to_wide(const Setup &s, const char *name, const std::vector<Text> &texts, double goal) {
+Row to_wide(const Setup &s, const char *name, const Texts &texts, double goal) {
     return {name,
-            size_of(texts),
+            texts.size(),
             {{"libc", goal}},
-            {{"qbgl", for_each(texts, [&s](const Text &text) { gl_mbstowcs(s.locale, wides, text.bytes.c_str(), ROOM); })},
-             {"libc", for_each(texts, [](const Text &text) { mbstowcs(platform_wides, text.bytes.c_str(), ROOM); })}}};
+            {{"qbgl", for_each(texts, [&s](const Text &text) { gl_mbstowcs(s.locale, wides, text.bytes.data(), ROOM); })},
+             {"libc", for_each(texts, [](const Text &text) { mbstowcs(platform_wides, text.bytes.data(), ROOM); })}}};
 }
 
-Row to_bytes(const Setup &s, const char *name, const std::vector<Text> &texts, double goal) {
+Row to_bytes(const Setup &s, const char *name, const Texts &texts, double goal) {
     const auto convert = s.locale->single_byte != 0 ? _gl_is_wcstombs : gl_full_wcstombs;
     return {name,
-            size_of(texts),
+            texts.size(),
             {{"libc", goal}},
-            {{"qbgl", for_each(texts, [&s, convert](const Text &text) { convert(s.locale, bytes, text.wide.data(), ROOM); })},
-             {"libc", for_each(texts, [](const Text &text) { wcstombs(bytes, text.platform_wide.c_str(), ROOM); })}}};
+            {{"qbgl", for_each(texts, [&s, convert](const Text &text) { convert(s.locale, bytes, text.wide, ROOM); })},
+             {"libc", for_each(texts, [](const Text &text) { wcstombs(bytes, text.platform_wide.data(), ROOM); })}}};
 }
 
 Row characters_to_wide(const Setup &s) {
@@ -198,7 +222,7 @@ Row characters_to_wide(const Setup &s) {
         while (at < end) at += mbrtowc(&wc, at, static_cast<size_t>(end - at), &state);
         benchmark::DoNotOptimize(wc);
     };
-    return {"mbtowc", size_of(s.pieces), {{"libc", 4.0}}, {{"qbgl", for_each(s.pieces, ours)}, {"libc", for_each(s.pieces, libc)}}};
+    return {"mbtowc", s.pieces.size(), {{"libc", 4.0}}, {{"qbgl", for_each(s.pieces, ours)}, {"libc", for_each(s.pieces, libc)}}};
 }
 
 // A function of one wide character over the whole text: libc's plain function and the one that takes a locale.
@@ -212,12 +236,13 @@ Row each_wide(const Setup &s, const char *name, double goal, Ours ours, Libc lib
     const auto with_locale = [=, &s](gl_wchar wc) { return ours(s.locale, wc); };
     const auto plain = [=](wchar_t wc) { return libc(static_cast<wint_t>(wc)); };
     const auto with_platform = [=, &s](wchar_t wc) { return libc_l(static_cast<wint_t>(wc), s.platform); };
-    return {name,
-            size_of(s.pieces),
-            {{"libc", goal}, {"libc_l", goal}},
-            {{"qbgl", for_each(s.pieces, [=](const Text &text) { sum(text.wide, with_locale); })},
-             {"libc", for_each(s.pieces, [=](const Text &text) { sum(text.platform_wide, plain); })},
-             {"libc_l", for_each(s.pieces, [=](const Text &text) { sum(text.platform_wide, with_platform); })}}};
+    return {
+        name,
+        s.pieces.size(),
+        {{"libc", goal}, {"libc_l", goal}},
+        {{"qbgl", for_each(s.pieces, [=](const Text &text) { sum(std::span(text.wide, text.platform_wide.size()), with_locale); })},
+         {"libc", for_each(s.pieces, [=](const Text &text) { sum(text.platform_wide, plain); })},
+         {"libc_l", for_each(s.pieces, [=](const Text &text) { sum(text.platform_wide, with_platform); })}}};
 }
 
 Row wide_to_upper(const Setup &s) {
@@ -230,9 +255,9 @@ Row wide_to_upper(const Setup &s) {
         for (const wchar_t wc : text.platform_wide) *out++ = static_cast<wchar_t>(towupper_l(static_cast<wint_t>(wc), s.platform));
     };
     return {"towcsupper",
-            size_of(s.pieces),
+            s.pieces.size(),
             {{"libc", 1.5}, {"libc_l", 1.5}},
-            {{"qbgl", for_each(s.pieces, [&s](const Text &text) { gl_towcsupper(s.locale, wides, text.wide.data()); })},
+            {{"qbgl", for_each(s.pieces, [&s](const Text &text) { gl_towcsupper(s.locale, wides, text.wide); })},
              {"libc", for_each(s.pieces, libc)},
              {"libc_l", for_each(s.pieces, libc_l)}}};
 }
@@ -244,9 +269,9 @@ Row bytes_to_upper(const Setup &s) {
         for (const char byte : text.bytes) *out++ = static_cast<char>(toupper(static_cast<unsigned char>(byte)));
     };
     return {"tombsupper",
-            size_of(s.pieces),
+            s.pieces.size(),
             {{"libc", s.locale->single_byte != 0 ? 3.0 : 0.0}},
-            {{"qbgl", for_each(s.pieces, [&s](const Text &text) { gl_tombsupper(s.locale, bytes, text.bytes.c_str()); })},
+            {{"qbgl", for_each(s.pieces, [&s](const Text &text) { gl_tombsupper(s.locale, bytes, text.bytes.data()); })},
              {"libc", for_each(s.pieces, libc)}}};
 }
 

@@ -1,6 +1,6 @@
-// The readers of a locale object's sections and what belongs to them, a group for each category. A reader stands behind the category's
-// marker line, fills the category's record in the handle, and returns 0 or a failure with the number in the handle; what it has
-// read before one is released by the category's free_ function, which is safe on a partly read record and leaves it empty.
+// The readers of a locale object's sections and what belongs to them, a group for each category. A reader stands behind the
+// category's marker line, fills the category's record in the handle, and returns 0 or a failure with the number in the handle; what
+// it has read before one is released by the category's free_ function, which is safe on a partly read record and leaves it empty.
 #pragma once
 
 #include "qbgl.h"

@@ -15,6 +15,11 @@
 #include <tuple>
 #include <unistd.h>
 
+#if defined(__SANITIZE_ADDRESS__)
+// newlocale does not free its list of the directories that LOCPATH names.
+extern "C" const char *__lsan_default_suppressions() { return "leak:argz_add_sep\n"; }
+#endif
+
 namespace qbgl_test {
 
 namespace fs = std::filesystem;
