@@ -186,8 +186,10 @@ wchar_t platform_wides[ROOM];
 char bytes[ROOM];
 
 template <class Function> std::function<void()> for_each(const Texts &texts, Function function) {
-    return [&texts, function] {
-        for (size_t i = 0; i < texts.count(); ++i) function(texts[i]);
+    std::vector<Text> list;
+    for (size_t i = 0; i < texts.count(); ++i) list.push_back(texts[i]);
+    return [list, function] {
+        for (const Text &text : list) function(text);
     };
 }
 
@@ -209,10 +211,10 @@ Row to_bytes(const Setup &s, const char *name, const Texts &texts, double goal) 
 }
 
 Row characters_to_wide(const Setup &s) {
-    const auto ours = [&s](const Text &text) {
+    const auto ours = [locale = s.locale](const Text &text) {
         gl_wchar wc;
         const char *at = text.bytes.data(), *const end = at + text.bytes.size();
-        while (at < end) at += gl_mbtowc(s.locale, &wc, at, static_cast<int>(end - at));
+        while (at < end) at += gl_mbtowc(locale, &wc, at, static_cast<int>(end - at));
         benchmark::DoNotOptimize(wc);
     };
     const auto libc = [](const Text &text) {

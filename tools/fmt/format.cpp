@@ -1,0 +1,17 @@
+// {fmt}'s code, compiled once: the package's own library is for the machine's word size only, and with the headers alone every
+// source would compile all of it.
+#include <fmt/format-inl.h>
+
+FMT_BEGIN_NAMESPACE
+namespace detail {
+
+template FMT_API auto dragonbox::to_decimal(float x) noexcept -> dragonbox::decimal_fp<float>;
+template FMT_API auto dragonbox::to_decimal(double x) noexcept -> dragonbox::decimal_fp<double>;
+template FMT_API locale_ref::locale_ref(const std::locale &locale);
+template FMT_API auto locale_ref::get<std::locale>() const -> std::locale;
+template FMT_API auto thousands_sep_impl(locale_ref) -> thousands_sep_result<char>;
+template FMT_API auto decimal_point_impl(locale_ref) -> char;
+template FMT_API void buffer<char>::append(const char *, const char *);
+
+} // namespace detail
+FMT_END_NAMESPACE
