@@ -27,7 +27,7 @@ std::string codeset_of_object(const std::string &path) {
     return std::getline(object, line) ? line : "";
 }
 
-// The specification that leads to a file by a codeset's name, empty where none does.
+// The locale specification that leads to a file by a codeset's name, empty where none does.
 std::string specification_of(const std::string &file, const std::string &codeset) {
     char language_territory[6], number[6], modifier[5];
     if (gl_lc_fname2lc_pieces(nullptr, file.c_str(), language_territory, number, modifier) != 0) return "";
