@@ -42,7 +42,7 @@ class CharacterReader {
     const gl_multi *table_;
     static constexpr size_t BLOCK = 64 << 10, LONGEST_CHARACTER = 4;
     std::vector<char> buffer_ = std::vector<char>(BLOCK + LONGEST_CHARACTER);
-    std::string_view rest_{buffer_.data(), 0};
+    std::string_view rest_{buffer_.data(), buffer_.data()};
     uint64_t offset_ = 0;
     bool at_end_ = false;
 };

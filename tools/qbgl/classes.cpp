@@ -41,6 +41,7 @@ class Enumeration {
 
 std::vector<CharacterClass> classes_of(gl_locale &locale) {
     std::vector<CharacterClass> result;
+    result.reserve(std::size(STANDARD) + static_cast<size_t>(std::max(locale.ctype.class_count, 0)));
     for (const char *name : STANDARD) result.push_back({name, gl_ctype(&locale, name), false});
     for (int i = 0; i < locale.ctype.class_count; ++i) {
         const char *name = locale.ctype.class_list[i].name;

@@ -25,7 +25,7 @@ class TextView {
     std::vector<Piece> pieces_of_utf8(std::string_view text) const;
 
     std::unique_ptr<Conversion> conversion_; // null for UTF-8 itself
-    bool readable_;
+    bool readable_ = false;
 };
 
 } // namespace qbgl
