@@ -56,6 +56,7 @@ class CategorySection {
 
     void grouping(const char *name, const gl_grouping &grouping) {
         std::vector<std::string> sizes;
+        sizes.reserve(std::size(grouping.sizes));
         for (int i = 0; i < grouping.count; ++i) sizes.push_back(std::to_string(grouping.sizes[i]));
         section.rows.push_back({name, {sizes.empty() ? "none" : fmt::format("{}", fmt::join(sizes, ";"))}, json_array(sizes)});
     }
@@ -122,6 +123,7 @@ Section collation(gl_locale &locale) {
     const gl_collate_info &collate = locale.collate;
     section.word("kind", kind_of_collation(collate));
     std::vector<std::string> directions;
+    directions.reserve(GL_MAX_PASSES);
     for (int pass = 0; pass < collate.pass_count; ++pass)
         directions.emplace_back(collate.directions[pass] == BACKWARD ? "backward" : "forward");
     section.rows.push_back(
@@ -161,11 +163,11 @@ Section monetary(gl_locale &locale) {
     category.grouping("mon_grouping", info.mon_grouping);
     category.text("positive_sign", info.positive_sign);
     category.text("negative_sign", info.negative_sign);
-    const std::pair<const char *, int32_t> LAYOUT[] = {
+    const std::pair<const char *, int32_t> layout[] = {
         {"int_frac_digits", info.int_frac_digits}, {"frac_digits", info.frac_digits},     {"p_cs_precedes", info.p_cs_precedes},
         {"p_sep_by_space", info.p_sep_by_space},   {"n_cs_precedes", info.n_cs_precedes}, {"n_sep_by_space", info.n_sep_by_space},
         {"p_sign_posn", info.p_sign_posn},         {"n_sign_posn", info.n_sign_posn}};
-    for (const auto &[name, value] : LAYOUT) {
+    for (const auto &[name, value] : layout) {
         if (value == GL_NOT_AVAILABLE)
             category.section.none(name, "n/a");
         else
