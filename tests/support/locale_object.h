@@ -74,7 +74,9 @@ inline std::string ctype_text(const Codeset &codeset) {
         const bool cased = !character.upper.empty() || !character.lower.empty();
         cases.emplace_back(character.bytes, cased ? ++pair_count : 0);
         if (!cased) continue;
-        pairs += "\n" + hex(wide(character.upper), 8) + hex(wide(character.lower), 8);
+        pairs += '\n';
+        pairs += hex(wide(character.upper), 8);
+        pairs += hex(wide(character.lower), 8);
     }
     std::string text = values_text(masks) + std::to_string(codeset.classes.size()) + "\n";
     for (const auto &[bit, name] : codeset.classes) text += std::to_string(bit) + " " + name + "\n";

@@ -105,7 +105,7 @@ struct DefinitionReader::Cache final : CopiedCategories {
     }
 
     fs::path copied_file(const std::string &name, const Place &place, std::string_view category) {
-        const fs::path path = search(name, place);
+        fs::path path = search(name, place);
         if (!source(path).categories.contains(category)) throw place.error(fmt::format("{}: has no {}", path.string(), category));
         return path;
     }

@@ -49,9 +49,9 @@ constexpr std::array<StandardClass, 11> STANDARD_CLASSES{{
 }};
 
 const std::vector<CodePair> &map_of(const CharacterTypes &types, const char *name) {
-    static const std::vector<CodePair> NONE;
+    static const std::vector<CodePair> none;
     const auto place = types.maps.find(name);
-    return place == types.maps.end() ? NONE : place->second;
+    return place == types.maps.end() ? none : place->second;
 }
 
 template <class Function> void for_each(const std::vector<CodeRange> &ranges, Function function) {
