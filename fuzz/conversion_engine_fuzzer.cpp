@@ -3,8 +3,7 @@
 //
 //   byte 0   conversion      byte 1, 2   seed of the pieces and rooms      rest   text
 #include "../tests/support/conversion_shapes.h"
-
-#include "qbgl.h"
+#include "support.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -15,10 +14,6 @@
 namespace {
 
 using namespace qbgl_test;
-
-void require(bool condition) {
-    if (!condition) std::abort();
-}
 
 using Descriptor = std::unique_ptr<gl_cv, int (*)(gl_cv *)>;
 

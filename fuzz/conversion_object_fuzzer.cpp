@@ -1,7 +1,7 @@
 // Bytes as a conversion object. What loads converts the last bytes of the input, with little room, in every mode.
-#include "cvlib/record.h"
+#include "support.h"
 
-#include "qbgl.h"
+#include "cvlib/record.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -9,15 +9,6 @@
 #include <vector>
 
 namespace {
-
-const uint8_t *object = nullptr;
-size_t object_size = 0;
-
-FILE *open_object(const char *, const char *) { return fmemopen(const_cast<uint8_t *>(object), object_size, "r"); }
-
-void require(bool condition) {
-    if (!condition) std::abort();
-}
 
 constexpr size_t TEXT_SIZE = 48;
 constexpr int ZEROS = 16; // more than a character's last bytes and a whole one
@@ -57,9 +48,7 @@ bool stops_at_zeros(const gl_multi *table) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size == 0) return 0;
-    object = data;
-    object_size = size;
-    gl_setextfunc(nullptr, GL_EXT_FOPEN, reinterpret_cast<gl_extfunc>(open_object));
+    serve_object(data, size);
     gl_cv *cd = nullptr;
     if (gl_iconv_open1(&cd, "/object.cvo") != 0) {
         require(cd->error == GL_ENOFILE || cd->error == GL_EBADFILE || cd->error == GL_ENOMEM || cd->error == GL_ETABLELEN);

@@ -1,6 +1,6 @@
 // Bytes as a locale object. What loads runs every operation of a handle over the last bytes of the input and over the object's own
 // texts, through blocks of exactly the sizes that the operations ask for.
-#include "qbgl.h"
+#include "support.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -10,15 +10,6 @@
 #include <vector>
 
 namespace {
-
-const uint8_t *object = nullptr;
-size_t object_size = 0;
-
-FILE *open_object(const char *, const char *) { return fmemopen(const_cast<uint8_t *>(object), object_size, "r"); }
-
-void require(bool condition) {
-    if (!condition) std::abort();
-}
 
 constexpr size_t TEXT_SIZE = 32;
 constexpr size_t ZEROS = 8; // a last character may take some of them with it
@@ -205,9 +196,7 @@ void share(gl_locale *locale, const Bytes &text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size == 0) return 0;
-    object = data;
-    object_size = size;
-    gl_setextfunc(nullptr, GL_EXT_FOPEN, reinterpret_cast<gl_extfunc>(open_object));
+    serve_object(data, size);
     gl_locale *locale = nullptr;
     if (gl_createlocale2_4(&locale, "/") != 0) {
         require(locale->error != 0);

@@ -1,6 +1,6 @@
 // Bytes as the text of a byte-sequence table. What reads is walked whole, and what is written of it, in both forms, reads back to
 // the same mapping.
-#include "qbgl.h"
+#include "support.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -14,10 +14,6 @@ constexpr uint32_t ENTRY_SIZE = 3;
 
 using Table = std::unique_ptr<gl_multi, decltype(&_gl_free_multi)>;
 using File = std::unique_ptr<FILE, decltype(&std::fclose)>;
-
-void require(bool condition) {
-    if (!condition) std::abort();
-}
 
 int read_entry(FILE *stream, void *destination, uint32_t size) {
     const unsigned value = _gl_get_hex(stream, 6);

@@ -14,9 +14,8 @@ uint16_t packed(int consumed, int written) { return static_cast<uint16_t>(consum
 
 // Encodes a character in the locale's own codeset: the bytes written, or -1 with the error number.
 int put(gl_locale *locale, uint8_t *out, gl_wchar wc) {
-    const gl_multi &table = *locale->ctype.codeset_table;
-    const int length = encoded_length(table.min_length, wc);
-    if (encode(table.root, out, wc, length)) return length;
+    const int length = encode(*locale->ctype.codeset_table, out, wc);
+    if (length != 0) return length;
     set_error(locale, GL_EILSEQ);
     return -1;
 }

@@ -1,6 +1,5 @@
 #include "mbwc/bytes.h"
 
-#include <emmintrin.h>
 #include <string.h>
 
 namespace qbgl {
@@ -18,14 +17,7 @@ template <class Bits> __m128i load_bits(const uint8_t *in) {
 
 void store_wide(gl_wchar *out, __m128i lanes) { _mm_storeu_si128(reinterpret_cast<__m128i *>(out), lanes); }
 
-void widen_16(gl_wchar *out, const uint8_t *in) {
-    const __m128i zero = _mm_setzero_si128(), block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(in));
-    const __m128i low = _mm_unpacklo_epi8(block, zero), high = _mm_unpackhi_epi8(block, zero);
-    store_wide(out, _mm_unpacklo_epi16(low, zero));
-    store_wide(out + 4, _mm_unpackhi_epi16(low, zero));
-    store_wide(out + 8, _mm_unpacklo_epi16(high, zero));
-    store_wide(out + 12, _mm_unpackhi_epi16(high, zero));
-}
+void widen_16(gl_wchar *out, const uint8_t *in) { widen_block(out, _mm_loadu_si128(reinterpret_cast<const __m128i *>(in))); }
 
 void widen_8(gl_wchar *out, const uint8_t *in) {
     const __m128i zero = _mm_setzero_si128(), low = _mm_unpacklo_epi8(load_bits<uint64_t>(in), zero);

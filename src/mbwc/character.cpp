@@ -104,9 +104,8 @@ int _qbx_gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) 
 
 int gl_full_wctomb(gl_locale *locale, char *s, gl_wchar wc) {
     if (served(locale)) return ask_extension(locale, fn_glu_uc32tomb, -1, locale->glu_handle[GL_CAT_CTYPE], s, wc);
-    const gl_multi &table = *locale->ctype.codeset_table;
-    const int length = encoded_length(table.min_length, wc);
-    return encode(table.root, reinterpret_cast<uint8_t *>(s), wc, length) ? length : fail(locale, GL_EILSEQ);
+    const int length = encode(*locale->ctype.codeset_table, reinterpret_cast<uint8_t *>(s), wc);
+    return length != 0 ? length : fail(locale, GL_EILSEQ);
 }
 
 int gl_full_mblen(gl_locale *locale, const char *s, int n) {

@@ -1,5 +1,6 @@
 #include "mbwc/decode_blocks.h"
 
+#include "mbwc/bytes.h"
 #include "mbwc/ranges.h"
 
 #include <array>
@@ -58,16 +59,6 @@ unsigned mask_of(__m128i bytes) { return static_cast<unsigned>(_mm_movemask_epi8
 
 template <class T> void store_lanes(T *out, __m128i lanes) { _mm_storeu_si128(reinterpret_cast<__m128i *>(out), lanes); }
 
-// Widens a block of bytes that are a character each.
-void store_widened(__m128i block, gl_wchar *out) {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i low = _mm_unpacklo_epi8(block, zero), high = _mm_unpackhi_epi8(block, zero);
-    store_lanes(out, _mm_unpacklo_epi16(low, zero));
-    store_lanes(out + 4, _mm_unpackhi_epi16(low, zero));
-    store_lanes(out + 8, _mm_unpacklo_epi16(high, zero));
-    store_lanes(out + 12, _mm_unpackhi_epi16(high, zero));
-}
-
 // A set of bytes as a range: those from `first` on, `span` of them behind it.
 struct ByteRange {
     __m128i first, span;
@@ -88,7 +79,6 @@ unsigned trails_of(unsigned leads) {
     return ((leads << 1 | ODD) - leads) ^ ODD ^ leads;
 }
 
-// Copies bytes below 0x80, a block at a time, until a block has another byte.
 bool has_work(TextPosition at, const uint8_t *in_end, const gl_wchar *out_end) {
     return in_end - at.in >= BYTES_FOR_BLOCKS && out_end - at.out >= ROOM_FOR_BLOCKS;
 }
@@ -99,7 +89,7 @@ TextPosition copy_ascii(TextPosition at, const uint8_t *in_end, const gl_wchar *
     while (has_work(at, in_end, out_end)) {
         const __m128i block = load(at.in);
         if (mask_of(block) != 0) break;
-        store_widened(block, at.out);
+        widen_block(at.out, block);
         at.in += BLOCK;
         at.out += BLOCK;
     }

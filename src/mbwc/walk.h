@@ -51,4 +51,10 @@ inline bool encode(const MultiNode *node, uint8_t *s, gl_wchar wc, int length) {
     return true;
 }
 
+// The same for a value of which the length is not known yet: the length, or 0 when it is no character.
+inline int encode(const gl_multi &table, uint8_t *s, gl_wchar wc) {
+    const int length = encoded_length(table.min_length, wc);
+    return encode(table.root, s, wc, length) ? length : 0;
+}
+
 } // namespace qbgl

@@ -7,11 +7,11 @@
 //   DIRECTIONS                       four hexadecimal digits for each pass
 //   elements                         lines KRRRRCCCCCCCC...: K characters of eight digits sort as row R
 //   expansions                       lines KCCCCCCCC...
-//   rows 0 to ROWS                   lines of a weight for each pass, four digits; where DIRECT is 1, white space stands where it
-//   likes
+//   rows 0 to ROWS                   lines of a weight for each pass, four digits; white space is free where DIRECT is 1
 #include "setlc/collate.h"
 
 #include "ext/error.h"
+#include "mbwc/walk.h"
 #include "setlc/categories.h"
 #include "setlc/ctype_table.h"
 
@@ -222,7 +222,7 @@ void qbgl::free_collate(gl_locale *locale) {
 }
 
 int _gl_sl_wctomb(gl_locale *locale, char *buffer, gl_wchar wc) {
-    const int length = encode(*locale->collate.character_table, wc, buffer);
+    const int length = encode(*locale->collate.character_table, reinterpret_cast<uint8_t *>(buffer), wc);
     if (length != 0) return length;
     set_error(locale, GL_EILSEQ);
     return -1;

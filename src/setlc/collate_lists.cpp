@@ -1,5 +1,6 @@
 // The characters that all passes ignore, and those that no pass tells apart.
 #include "ext/error.h"
+#include "mbwc/walk.h"
 #include "setlc/collate.h"
 #include "setlc/ctype_table.h"
 
@@ -97,7 +98,7 @@ class Gatherer {
         char text[LONGEST_ELEMENT * MAX_KEY];
         uint32_t length = 0;
         for (const gl_wchar wc : characters) {
-            const int bytes = encode(*info_.character_table, wc, text + length);
+            const int bytes = encode(*info_.character_table, reinterpret_cast<uint8_t *>(text + length), wc);
             if (bytes == 0) return GL_EILSEQ;
             length += static_cast<uint32_t>(bytes);
         }

@@ -8,6 +8,7 @@
 #include "ctype/case_maps.h"
 #include "ext/error.h"
 #include "mbwc/maps.h"
+#include "mbwc/walk.h"
 #include "setlc/categories.h"
 #include "setlc/ctype_table.h"
 #include "setlc/handle.h"
@@ -157,8 +158,8 @@ double sufficient_growth(const gl_ctype_info &info, double declared) {
     const auto consider = [&info, &codeset, &growth](int length, uint16_t pair) {
         for (const gl_wchar wc : {info.case_pairs[pair].upper, info.case_pairs[pair].lower}) {
             if (pair == 0 || wc == 0) continue;
-            char bytes[MAX_KEY];
-            const int mapped = encode(codeset, wc, bytes);
+            uint8_t bytes[MAX_KEY];
+            const int mapped = encode(codeset, bytes, wc);
             // Part of what cannot be encoded is written all the same.
             const double needed = static_cast<double>(mapped != 0 ? mapped : MAX_KEY) / length;
             if (needed > ceil(growth)) growth = needed;

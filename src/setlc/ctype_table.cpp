@@ -29,12 +29,4 @@ bool values_within(const gl_multi &table, unsigned limit) {
     return largest <= limit;
 }
 
-int encode(const gl_multi &table, gl_wchar wc, char *buffer) {
-    if (_gl_retrieve_wchar_multi_nl(nullptr, wc, &table) == nullptr) return 0;
-    const int significant = wc > 0xFFFFFF ? 4 : wc > 0xFFFF ? 3 : wc > 0xFF ? 2 : 1;
-    const int length = std::max(significant, table.min_length);
-    for (int i = 0; i < length; ++i) buffer[i] = static_cast<char>(wc >> (8 * (length - 1 - i)));
-    return length;
-}
-
 } // namespace qbgl

@@ -17,9 +17,6 @@ int read_character_table(ByteReader &in, gl_locale *locale, gl_multi *table);
 // Whether all values, that of characters without one of their own included, are at most `limit`.
 bool values_within(const gl_multi &table, unsigned limit);
 
-// Writes the character of a value and returns its length, or 0 when the table has no such character.
-int encode(const gl_multi &table, gl_wchar wc, char *buffer);
-
 inline uint16_t value_at(const uint8_t *entry) {
     uint16_t value;
     memcpy(&value, entry, sizeof value);

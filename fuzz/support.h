@@ -1,0 +1,24 @@
+// What the fuzzers share.
+#pragma once
+
+#include "qbgl.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+// A broken promise is a finding.
+inline void require(bool condition) {
+    if (!condition) std::abort();
+}
+
+// Whatever file the library opens from now on holds these bytes.
+inline const uint8_t *object = nullptr;
+inline size_t object_size = 0;
+inline void serve_object(const uint8_t *bytes, size_t size) {
+    object = bytes;
+    object_size = size;
+    FILE *(*const open)(const char *, const char *) = [](const char *, const char *) {
+        return fmemopen(const_cast<uint8_t *>(object), object_size, "r");
+    };
+    gl_setextfunc(nullptr, GL_EXT_FOPEN, reinterpret_cast<gl_extfunc>(open));
+}
