@@ -376,6 +376,23 @@ typedef struct gl_case_pair {
     gl_wchar upper, lower; /* 0: no mapping in that direction */
 } gl_case_pair;
 
+/* What loading derives from the tables so that the short forms below answer for most characters without a call. A wide character's
+ * low byte is its place in a page, the bytes above it are the page's number; the longest characters are in no page. */
+typedef struct gl_character_cell {
+    uint16_t classes;   /* class mask */
+    uint16_t case_pair; /* index into case_pairs; 0: no case */
+} gl_character_cell;
+
+typedef struct gl_codeset_maps {
+    uint32_t page_count;
+    const uint16_t *page_blocks;    /* of each page the number of its 256 cells */
+    const gl_character_cell *cells; /* those of a value that is no character are zero */
+    uint8_t single[256];            /* 1 for each byte that is a character */
+    /* Either may be null. 65536 bytes, 1 for each character: of two bytes, by its value; of three, the first E0 to EF and the
+     * others 80 to BF, by the 4, 6 and 6 bits behind those. */
+    const uint8_t *pairs, *triples;
+} gl_codeset_maps;
+
 typedef struct gl_ctype_info {
     gl_multi *codeset_table; /* every character; the value is its 16-bit class mask */
     int32_t class_count;
@@ -383,7 +400,7 @@ typedef struct gl_ctype_info {
     gl_multi *case_table;     /* a character's 16-bit index into case_pairs; 0: no case */
     gl_case_pair *case_pairs; /* entry 0 is unused, and zero */
     int32_t pair_count;
-    void *maps; /* lookup arrays derived from the tables while loading, or null */
+    const gl_codeset_maps *maps; /* or null: the tables alone serve */
 } gl_ctype_info;
 
 typedef struct gl_expansion {
@@ -414,6 +431,7 @@ typedef struct gl_collate_info {
     gl_expansion **expansion_candidates[GL_MAX_PASSES]; /* 256 entries each, by one-byte character */
     int32_t *element_candidates;                        /* 256 flags, or null */
     int32_t kind;                                       /* 1 as specified, 2 Thai, 3 extension library */
+    const struct gl_collation_maps *maps;               /* lookup arrays derived while loading, or null */
 } gl_collate_info;
 
 /* A text in the locale's codeset, ended by four zero bytes, and the same as wide characters. */
@@ -704,6 +722,19 @@ QBGL_API int gl_full_mbscmp(gl_locale *locale, const char *s1, const char *s2);
 QBGL_API int gl_full_mbsncmp(gl_locale *locale, const char *s1, const char *s2, int n); /* n bytes of each */
 QBGL_API int _qbx_gl_mbscmp(gl_locale *locale, const char *s1, int len1, const char *s2, int len2);
 
+/* Order by the rules of LC_COLLATE: negative, 0 or positive. The lengths count characters of wide text and bytes of multibyte text,
+ * or are both -1 for terminated texts. Each pass of the rules compares the weights of all characters; the first that finds a
+ * difference decides. A character that the rules do not know ends its text for the comparison. A failure gives 0 with an error
+ * number: GL_EILSEQ for multibyte text that does not convert, GL_ENULLPTR, GL_ENOMEM, GL_EMIXEDLEN for one length of -1; so a host
+ * that needs to tell equality from failure sets the number to 0 before. */
+QBGL_API int _qbx_gl_full_wcscoll(gl_locale *locale, const gl_wchar *s1, int len1, const gl_wchar *s2, int len2);
+QBGL_API int gl_full_wcscoll(gl_locale *locale, const gl_wchar *s1, const gl_wchar *s2);
+
+/* Writes the sort key of a text: bytes that compare, as unsigned bytes, as the texts do. The result is the length of the whole key
+ * without the zero byte behind it, or -1 with an error number as above. Nothing is written beyond `capacity` bytes, which may be 0;
+ * a result of `capacity` or more says that the key was cut. The key of a shorter capacity begins the key of a longer one. */
+QBGL_API int gl_wcsxfrm(gl_locale *locale, char *out, const gl_wchar *s, int capacity);
+
 /* What a handle's mbscoll, mbfscoll and mbsxfrm can be; hosts call gl_mbscoll, gl_mbfscoll and gl_mbsxfrm below. */
 QBGL_API int _gl_im_mbscoll(gl_locale *locale, const char *s1, const char *s2);
 QBGL_API int _gl_is_mbscoll_exp(gl_locale *locale, const char *s1, const char *s2);
@@ -748,35 +779,66 @@ static inline int gl_mbscoll(gl_locale *locale, const char *s1, const char *s2) 
 static inline int gl_mbfscoll(gl_locale *locale, const char *s1, int len1, const char *s2, int len2) {
     return locale->mbfscoll(locale, s1, len1, s2, len2);
 }
-/* Writes the sort key of a text and returns its length without the terminating zero byte, or -1; nothing is written beyond
- * `capacity` bytes. */
+/* As gl_wcsxfrm, of multibyte text. */
 static inline int gl_mbsxfrm(gl_locale *locale, char *out, const char *s, int capacity) {
     return locale->mbsxfrm(locale, out, s, capacity);
 }
+static inline int gl_wcscoll(gl_locale *locale, const gl_wchar *s1, const gl_wchar *s2) { return gl_full_wcscoll(locale, s1, s2); }
 static inline int gl_mbstowcs(gl_locale *locale, gl_wchar *dst, const char *src, int n) {
     return locale->mbstowcs(locale, dst, src, n);
 }
 static inline int gl_mbfstowcfs(gl_locale *locale, gl_wchar *dst, const char *src, int len, int n) {
     return locale->mbfstowcfs(locale, dst, src, len, n);
 }
-static inline int gl_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) { return gl_full_mbtowc(locale, pwc, s, n); }
+static inline int gl_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
+    const gl_codeset_maps *maps = locale->ctype.maps;
+    if (maps && locale->glu_flag[GL_CAT_CTYPE] == 0 && s && n > 0) {
+        const unsigned char byte = (unsigned char)*s;
+        if (byte != 0 && maps->single[byte]) {
+            *pwc = byte;
+            return 1;
+        }
+        if (n > 1 && maps->pairs) {
+            const unsigned pair = (unsigned)byte << 8 | (unsigned char)s[1];
+            if (maps->pairs[pair]) {
+                *pwc = pair;
+                return 2;
+            }
+        }
+        if (n > 2 && maps->triples && byte > 0xE0 && byte < 0xF0) {
+            const unsigned second = (unsigned char)s[1] ^ 0x80u, third = (unsigned char)s[2] ^ 0x80u;
+            if ((second | third) < 0x40 && maps->triples[(byte & 0xFu) << 12 | second << 6 | third]) {
+                *pwc = (unsigned)byte << 16 | (second | 0x80) << 8 | third | 0x80;
+                return 3;
+            }
+        }
+    }
+    return gl_full_mbtowc(locale, pwc, s, n);
+}
 static inline int gl_wctomb(gl_locale *locale, char *s, gl_wchar wc) { return gl_full_wctomb(locale, s, wc); }
 static inline int gl_mblen(gl_locale *locale, const char *s, int n) { return gl_full_mblen(locale, s, n); }
 static inline gl_wchar gl_towupper(gl_locale *locale, gl_wchar wc) { return _gl_im_towupper(locale, wc); }
 static inline gl_wchar gl_towlower(gl_locale *locale, gl_wchar wc) { return _gl_im_towlower(locale, wc); }
-static inline unsigned gl_iswctype(gl_locale *locale, gl_wchar wc, unsigned mask) { return _gl_im_iswctype(locale, wc, mask); }
-static inline unsigned gl_iswalpha(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_ALPHA); }
-static inline unsigned gl_iswupper(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_UPPER); }
-static inline unsigned gl_iswlower(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_LOWER); }
-static inline unsigned gl_iswdigit(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_DIGIT); }
-static inline unsigned gl_iswspace(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_SPACE); }
-static inline unsigned gl_iswcntrl(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_CNTRL); }
-static inline unsigned gl_iswpunct(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_PUNCT); }
-static inline unsigned gl_iswgraph(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_GRAPH); }
-static inline unsigned gl_iswprint(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_PRINT); }
-static inline unsigned gl_iswxdigit(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_XDIGIT); }
-static inline unsigned gl_iswblank(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_BLANK); }
-static inline unsigned gl_iswalnum(gl_locale *locale, gl_wchar wc) { return _gl_im_iswctype(locale, wc, GL_CLASS_ALNUM); }
+static inline unsigned gl_iswctype(gl_locale *locale, gl_wchar wc, unsigned mask) {
+    const gl_codeset_maps *maps = locale->ctype.maps;
+    if (maps && locale->glu_flag[GL_CAT_CTYPE] == 0 && wc >> 8 < maps->page_count) {
+        const unsigned classes = maps->cells[maps->page_blocks[wc >> 8] * 256u + (wc & 0xFF)].classes;
+        if (classes != 0) return classes & mask;
+    }
+    return _gl_im_iswctype(locale, wc, mask);
+}
+static inline unsigned gl_iswalpha(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_ALPHA); }
+static inline unsigned gl_iswupper(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_UPPER); }
+static inline unsigned gl_iswlower(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_LOWER); }
+static inline unsigned gl_iswdigit(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_DIGIT); }
+static inline unsigned gl_iswspace(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_SPACE); }
+static inline unsigned gl_iswcntrl(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_CNTRL); }
+static inline unsigned gl_iswpunct(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_PUNCT); }
+static inline unsigned gl_iswgraph(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_GRAPH); }
+static inline unsigned gl_iswprint(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_PRINT); }
+static inline unsigned gl_iswxdigit(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_XDIGIT); }
+static inline unsigned gl_iswblank(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_BLANK); }
+static inline unsigned gl_iswalnum(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_ALNUM); }
 
 /* ------------------------------------------------------------------------------------------------------------------------------
  * 6. Replacing memory, file, clock and error functions

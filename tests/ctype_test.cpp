@@ -19,7 +19,7 @@ void everywhere(auto check) {
         ASSERT_EQ(take_error(locale.get()), 0);
         for (const bool arrays : {true, false}) {
             SCOPED_TRACE(codeset.name + (arrays ? ", arrays" : ", tables"));
-            void *const kept = std::exchange(locale->ctype.maps, arrays ? locale->ctype.maps : nullptr);
+            const gl_codeset_maps *const kept = std::exchange(locale->ctype.maps, arrays ? locale->ctype.maps : nullptr);
             EXPECT_EQ(locale->ctype.maps != nullptr, arrays);
             check(codeset, locale.get());
             locale->ctype.maps = kept;
@@ -40,6 +40,7 @@ TEST(Characters, HaveClassAndCase) {
             EXPECT_TRUE(_gl_im_towupper(l, wc) == wide(up) && _gl_im_towlower(l, wc) == wide(low));
             for (const unsigned mask : {0x1FFFFU, unsigned{GL_CLASS_ALPHA}, 0U}) {
                 EXPECT_EQ(_gl_im_iswctype(l, wc, mask), character.classes & mask);
+                EXPECT_EQ(gl_iswctype(l, wc, mask), character.classes & mask);
                 EXPECT_EQ(_gl_im_ismctype(l, bytes.c_str(), mask), character.classes & mask);
                 EXPECT_EQ(_qbx_gl_im_ismctype(l, bytes.data(), length, mask), character.classes & mask);
             }

@@ -29,7 +29,7 @@ inline uint16_t entry_value(const void *entry) {
 // Arrays without a character, for handles that have none.
 inline constexpr uint16_t NO_PAGES[1] = {};
 inline constexpr uint32_t NO_VALUES[8] = {};
-inline constexpr CharacterCell NO_CELLS[1] = {};
+inline constexpr gl_character_cell NO_CELLS[1] = {};
 inline constexpr CodesetMaps NO_MAPS = [] {
     CodesetMaps maps = {};
     maps.page_blocks = NO_PAGES;

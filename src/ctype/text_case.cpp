@@ -117,7 +117,7 @@ template <Case TO> int multibyte_text(gl_locale *locale, char *dst, const char *
         }
         int length = 0;
         if (const uint32_t place = find_place(maps, in, length)) {
-            const gl_wchar mapped = in_case<TO>(info.case_pairs[maps.cells[place].pair]);
+            const gl_wchar mapped = in_case<TO>(info.case_pairs[maps.cells[place].case_pair]);
             if (mapped != 0) {
                 out = put_known(out, mapped);
             } else {

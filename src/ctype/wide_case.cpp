@@ -28,7 +28,7 @@ template <Case TO> gl_wchar character(gl_locale *locale, gl_wchar wc) {
     if (maps == nullptr || wc >> 8 >= maps->case_pages || served_by_extension(locale, GL_CAT_CTYPE)) {
         return look_up_case<TO>(locale, wc);
     }
-    const uint16_t pair = maps->cells[place_of(maps->page_blocks, wc)].pair;
+    const uint16_t pair = maps->cells[place_of(maps->page_blocks, wc)].case_pair;
     const gl_wchar mapped = in_case<TO>(locale->ctype.case_pairs[pair]);
     return mapped != 0 ? mapped : wc;
 }
@@ -54,13 +54,13 @@ template <Case TO> int multibyte_text(gl_locale *locale, gl_wchar *dst, const gl
     const uint32_t page_count = maps.case_pages;
     const uint16_t *const page_blocks = maps.page_blocks;
     const uint32_t *const valid = maps.valid;
-    const CharacterCell *const cells = maps.cells;
+    const gl_character_cell *const cells = maps.cells;
     const gl_case_pair *const pairs = info.case_pairs;
     gl_wchar wc;
     for (; (wc = *src) != 0; ++src) {
         uint32_t place;
         if (wc >> 8 < page_count && is_valid(valid, place = place_of(page_blocks, wc))) {
-            const gl_wchar mapped = in_case<TO>(pairs[cells[place].pair]);
+            const gl_wchar mapped = in_case<TO>(pairs[cells[place].case_pair]);
             *dst++ = mapped != 0 ? mapped : wc;
         } else {
             const void *entry = _gl_retrieve_wchar_multi_nl(locale, wc, info.case_table);

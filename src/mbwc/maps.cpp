@@ -24,12 +24,12 @@ class BlockPool {
     // Makes an empty block. False when memory is out or there are too many.
     bool add_empty() {
         if (count_ == capacity_ && !grow()) return false;
-        memset(cells_.get() + count_ * 256, 0, 256 * sizeof(CharacterCell));
+        memset(cells_.get() + count_ * 256, 0, 256 * sizeof(gl_character_cell));
         memset(valid_.get() + count_ * 8, 0, 8 * sizeof(uint32_t));
         return true;
     }
 
-    CharacterCell *new_cells() { return cells_.get() + count_ * 256; }
+    gl_character_cell *new_cells() { return cells_.get() + count_ * 256; }
     uint32_t *new_valid() { return valid_.get() + count_ * 8; }
 
     // The number of the block made last: of one like it, when there is one.
@@ -43,7 +43,7 @@ class BlockPool {
     }
 
     uint32_t count() const { return count_; }
-    const CharacterCell *cells() const { return cells_.get(); }
+    const gl_character_cell *cells() const { return cells_.get(); }
     const uint32_t *valid() const { return valid_.get(); }
 
   private:
@@ -69,11 +69,11 @@ class BlockPool {
     }
 
     bool same(uint32_t a, uint32_t b) const {
-        return memcmp(cells_.get() + a * 256, cells_.get() + b * 256, 256 * sizeof(CharacterCell)) == 0 &&
+        return memcmp(cells_.get() + a * 256, cells_.get() + b * 256, 256 * sizeof(gl_character_cell)) == 0 &&
                memcmp(valid_.get() + a * 8, valid_.get() + b * 8, 8 * sizeof(uint32_t)) == 0;
     }
 
-    Owned<CharacterCell> cells_;
+    Owned<gl_character_cell> cells_;
     Owned<uint32_t> valid_, hashes_;
     uint32_t count_ = 0, capacity_ = 0;
 };
@@ -110,11 +110,11 @@ class MapsBuilder {
 
     CodesetMaps *assemble(TextShape shape) const {
         const uint32_t blocks = pool_.count(), pages = pages_of(shape, page_count_);
-        const size_t size = sizeof(CodesetMaps) + blocks * (256 * sizeof(CharacterCell) + 8 * sizeof(uint32_t)) +
+        const size_t size = sizeof(CodesetMaps) + blocks * (256 * sizeof(gl_character_cell) + 8 * sizeof(uint32_t)) +
                             pages * sizeof(uint16_t) + plain_values(shape);
         Owned<uint8_t> block = Owned<uint8_t>::allocate(static_cast<uint32_t>(size));
         if (!block) return nullptr;
-        auto *cells = reinterpret_cast<CharacterCell *>(block.get() + sizeof(CodesetMaps));
+        auto *cells = reinterpret_cast<gl_character_cell *>(block.get() + sizeof(CodesetMaps));
         auto *valid = reinterpret_cast<uint32_t *>(cells + blocks * 256);
         auto *page_blocks = reinterpret_cast<uint16_t *>(valid + blocks * 8);
         auto *plain = reinterpret_cast<uint8_t *>(page_blocks + pages);
@@ -130,6 +130,7 @@ class MapsBuilder {
         maps->shape = shape;
         if (shape != TextShape::OTHER) {
             maps->plain = plain;
+            (shape == TextShape::ONE_OR_TWO ? maps->pairs : maps->triples) = plain;
             find_plain(*maps, plain);
         }
         return maps;
@@ -159,14 +160,14 @@ class MapsBuilder {
 
     bool add_page(const MultiNode &node, const MultiNode *cases, uint32_t page) {
         if (!pool_.add_empty()) return false;
-        CharacterCell *const cells = pool_.new_cells();
+        gl_character_cell *const cells = pool_.new_cells();
         uint32_t *const valid = pool_.new_valid();
         for (uint32_t byte = 0; byte < 256; ++byte) {
             const auto at = static_cast<uint8_t>(byte);
             if (node.flags[at] != FLAG_END) continue;
             valid[byte / 32] |= 1U << (byte % 32);
             cells[byte].classes = entry_value_of(codeset_, node, at);
-            if (cases != nullptr && cases->flags[at] == FLAG_END) cells[byte].pair = entry_value_of(cases_, *cases, at);
+            if (cases != nullptr && cases->flags[at] == FLAG_END) cells[byte].case_pair = entry_value_of(cases_, *cases, at);
         }
         pages_[page] = static_cast<uint16_t>(pool_.number());
         page_count_ = std::max(page_count_, page + 1);
@@ -244,6 +245,6 @@ CodesetMaps *build_codeset_maps(const gl_ctype_info &info) {
     return maps;
 }
 
-void free_codeset_maps(CodesetMaps *maps) { _gl_free_ptr(maps); }
+void free_codeset_maps(const gl_codeset_maps *maps) { _gl_free_ptr(const_cast<gl_codeset_maps *>(maps)); }
 
 } // namespace qbgl

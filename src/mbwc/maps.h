@@ -9,12 +9,6 @@
 
 namespace qbgl {
 
-// Everything that is known of one wide character, in two words that stand together.
-struct CharacterCell {
-    uint16_t classes; // class mask
-    uint16_t pair;    // index in the case pairs, 0 for none
-};
-
 // What tells, in a block of bytes, where characters begin.
 enum class TextShape : uint8_t {
     OTHER,        // the walk through the nodes alone
@@ -27,20 +21,17 @@ struct LeadRange {
     uint8_t first, last;
 };
 
-struct CodesetMaps {
-    uint32_t page_count;
-    const uint16_t *page_blocks; // page -> block; block 0 has no character at all. All 65536 there are for CONTINUATION
-    const uint32_t *valid;       // block * 8 + place / 32: a bit for each value that is a character
-    const CharacterCell *cells;  // block * 256 + place
+// Block 0 has no character at all. For CONTINUATION all 65536 pages are there.
+struct CodesetMaps : gl_codeset_maps {
+    const uint32_t *valid; // block * 8 + place / 32: a bit for each value that is a character
     // These three are filled by ctype; as long as they are zero, case takes the general way.
     uint32_t case_pages;     // page_count where the cells tell all of case: the case table has the characters of the codeset and no
                              // others, and the codeset all that the pairs map to; otherwise 0
     uint8_t upper_byte[256]; // a one-byte character whose upper case is one byte; 0 for any other byte, and for NUL
     uint8_t lower_byte[256];
     TextShape shape;
-    LeadRange leads[2];  // ONE_OR_TWO: the second may be empty
-    bool ascii_plain;    // the bytes 0 to 127 are characters of their own
-    uint8_t single[256]; // 1 for each byte that is a character
+    LeadRange leads[2]; // ONE_OR_TWO: the second may be empty
+    bool ascii_plain;   // the bytes 0 to 127 are characters of their own
     // Null for OTHER. 65536 bytes, 1 for each character of the lengths that the shape tells: by its value for ONE_OR_TWO, for
     // CONTINUATION by the bits behind those that tell its length.
     const uint8_t *plain;
@@ -55,7 +46,7 @@ struct CodesetMaps {
 // Builds the arrays of a record whose tables are read: one block of memory, freed with free_codeset_maps. Null when memory is out
 // or the codeset has more of anything than the arrays can number: then the tables alone serve.
 CodesetMaps *build_codeset_maps(const gl_ctype_info &info);
-void free_codeset_maps(CodesetMaps *maps);
+void free_codeset_maps(const gl_codeset_maps *maps);
 
 inline const CodesetMaps *maps_of(const gl_locale *locale) { return static_cast<const CodesetMaps *>(locale->ctype.maps); }
 

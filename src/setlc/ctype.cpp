@@ -199,7 +199,7 @@ void qbgl::free_ctype(gl_locale *locale) {
     _gl_free_ptr(info.class_list);
     _gl_free_multi(info.case_table);
     _gl_free_ptr(info.case_pairs);
-    free_codeset_maps(static_cast<CodesetMaps *>(info.maps));
+    free_codeset_maps(info.maps);
     info = {};
     free_byte_tables(locale);
 }
