@@ -794,18 +794,18 @@ static inline int gl_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int
     const gl_codeset_maps *maps = locale->ctype.maps;
     if (maps && locale->glu_flag[GL_CAT_CTYPE] == 0 && s && n > 0) {
         const unsigned char byte = (unsigned char)*s;
-        if (byte != 0 && maps->single[byte]) {
-            *pwc = byte;
-            return 1;
-        }
-        if (n > 1 && maps->pairs) {
+        if (maps->single[byte]) {
+            if (byte != 0) {
+                *pwc = byte;
+                return 1;
+            }
+        } else if (maps->pairs && n > 1) {
             const unsigned pair = (unsigned)byte << 8 | (unsigned char)s[1];
             if (maps->pairs[pair]) {
                 *pwc = pair;
                 return 2;
             }
-        }
-        if (n > 2 && maps->triples && byte > 0xE0 && byte < 0xF0) {
+        } else if (maps->triples && n > 2 && byte > 0xE0 && byte < 0xF0) {
             const unsigned second = (unsigned char)s[1] ^ 0x80u, third = (unsigned char)s[2] ^ 0x80u;
             if ((second | third) < 0x40 && maps->triples[(byte & 0xFu) << 12 | second << 6 | third]) {
                 *pwc = (unsigned)byte << 16 | (second | 0x80) << 8 | third | 0x80;
