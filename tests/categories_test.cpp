@@ -183,6 +183,7 @@ TEST(Collation, IsKept) {
 
     Collation rules = some_rules();
     rules.places[0].second = 3;
+    rules.expansions[1] = {'a', 'a'};
     const Locale expanding = null_locale();
     ASSERT_EQ(read_section(expanding.get(), GL_CAT_COLLATE, rules.text()), 1);
     EXPECT_EQ(expanding->collate.expansion_candidates[0]['A'], expanding->collate.expansions + 1);
@@ -254,8 +255,9 @@ TEST(Collation, ListsAreThoseOfTheRules) {
             rules.rows.emplace_back(rules.directions.size(), weights[below(10)]);
             if (below(3) == 0) rules.rows.back().back() = weights[below(10)];
         }
-        for (int byte = 1; byte < 100; ++byte) rules.places.emplace_back(string(1, char(byte)), below(30));
-        for (int byte = 1; byte < 20; ++byte) rules.places.emplace_back("\xF0"s + char(byte * 13), below(30));
+        rules.rows[0].assign(rules.directions.size(), 3); // of characters in expansions, which would not end otherwise
+        for (int byte = 1; byte < 100; ++byte) rules.places.emplace_back(string(1, char(byte)), byte == 7 ? 0 : below(30));
+        for (int byte = 1; byte < 20; ++byte) rules.places.emplace_back("\xF0"s + char(byte * 13), byte == 2 ? 0 : below(30));
         rules.elements = {{{9, 8}, below(30)}, {{0xF00D, 1, 2}, below(30)}};
         rules.expansions = {{7, 7}, {0xF01A}};
         const ReferenceLists expected(rules);

@@ -1,5 +1,6 @@
 #include "coll/wide_text.h"
 
+#include "coll/reader.h"
 #include "ext/error.h"
 
 namespace qbgl {
@@ -15,10 +16,35 @@ int count_characters(gl_locale *locale, const char *s, int bytes) {
     return locale->single_byte != 0 || bytes < 0 ? bytes : _qbx_gl_im_mbfslen(locale, s, bytes);
 }
 
+constexpr int TOO_LONG = -1, NO_TEXT = -2;
+
+// Converts a text of at most `room` characters and returns how many they are.
+template <TextShape SHAPE> int convert_short(const gl_locale *locale, gl_wchar *out, int room, const char *s, int len) {
+    Reader<SHAPE> in(locale, reinterpret_cast<const uint8_t *>(s), len < 0 ? byte_length(s) : static_cast<size_t>(len));
+    int count = 0;
+    for (; !in.ended(); ++count) {
+        if (count == room) return TOO_LONG;
+        if (!in.next(out[count])) return NO_TEXT;
+    }
+    return count;
+}
+
 } // namespace
 
 bool WideText::convert(gl_locale *locale, const char *s, int len) {
     if (s == nullptr) return fail(locale, GL_ENULLPTR);
+    if (len < -1) return fail(locale, GL_EILSEQ);
+    const TextShape shape = readable_shape(locale);
+    length_ = shape == TextShape::ONE_OR_TWO     ? convert_short<TextShape::ONE_OR_TWO>(locale, stack_, ON_STACK, s, len)
+              : shape == TextShape::CONTINUATION ? convert_short<TextShape::CONTINUATION>(locale, stack_, ON_STACK, s, len)
+                                                 : TOO_LONG;
+    if (length_ == NO_TEXT) return fail(locale, GL_EILSEQ);
+    if (length_ == TOO_LONG) return convert_any(locale, s, len);
+    stack_[length_] = 0;
+    return true;
+}
+
+bool WideText::convert_any(gl_locale *locale, const char *s, int len) {
     const int bytes = len == -1 ? gl_mbsbytes(locale, s) - _gl_multi_min_length(locale->ctype.codeset_table) : len;
     length_ = count_characters(locale, s, bytes);
     if (length_ < 0) return fail(locale, GL_EILSEQ);

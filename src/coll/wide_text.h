@@ -1,7 +1,7 @@
 // Multibyte text as wide characters, for the time of one call.
 #pragma once
 
-#include "util/owned.h"
+#include "coll/table_walk.h"
 
 namespace qbgl {
 
@@ -15,11 +15,13 @@ class WideText {
     // fails.
     bool convert(gl_locale *locale, const char *s, int len);
 
-    const gl_wchar *get() const { return heap_ ? heap_.get() : stack_; }
-    int length() const { return length_; }
+    WideSpan span() const { return {heap_ ? heap_.get() : stack_, length_}; }
 
   private:
     static constexpr int ON_STACK = 127; // words and short lines: what is longer is rare enough to be allocated
+
+    // Text of any length, in any codeset.
+    bool convert_any(gl_locale *locale, const char *s, int len);
 
     gl_wchar stack_[ON_STACK + 1];
     Owned<gl_wchar> heap_;

@@ -96,8 +96,8 @@ inline EntryPoint fn_glu_putmbsi = nullptr;
 // Collation.
 inline EntryPoint fn_glu_ucscoll = nullptr;
 inline EntryPoint fn_glu_ucsxfrm = nullptr;
-inline EntryPoint fn_glu_ucs32coll = nullptr;
-inline EntryPoint fn_glu_ucs32xfrm = nullptr;
+inline int (*fn_glu_ucs32coll)(void *locale, const gl_wchar *s1, int len1, const gl_wchar *s2, int len2, int16_t *error) = nullptr;
+inline int (*fn_glu_ucs32xfrm)(void *locale, char *out, const gl_wchar *s, int capacity, int16_t *error) = nullptr;
 inline int (*fn_glu_mbscoll)(void *locale, const char *s1, int len1, const char *s2, int len2, int16_t *error) = nullptr;
 inline int (*fn_glu_mbsxfrm)(void *locale, char *out, const char *s, int capacity, int16_t *error) = nullptr;
 inline EntryPoint fn_glu_mbsCollBound = nullptr;

@@ -13,6 +13,7 @@
 #include "ext/error.h"
 #include "mbwc/walk.h"
 #include "setlc/categories.h"
+#include "setlc/collate_maps.h"
 #include "setlc/ctype_table.h"
 
 #include <algorithm>
@@ -22,7 +23,6 @@ using namespace qbgl;
 namespace {
 
 constexpr int MODE_LINE_SIZE = 128;
-constexpr int KIND_AS_SPECIFIED = 1, KIND_THAI = 2;
 constexpr long MOST_ROWS = 0xFFFF; // rows and elements are numbered with 16 bits, expansions with 14
 constexpr long MOST_ELEMENTS = 0xFFFF;
 constexpr long MOST_EXPANSIONS = WEIGHT_VALUE + 1;
@@ -185,12 +185,19 @@ bool build_candidates(gl_locale *locale) {
     return true;
 }
 
+// Without them only comparisons take longer.
+bool build_maps(gl_locale *locale) {
+    gl_collate_info &info = locale->collate;
+    if (info.direct == 0 && info.pass_count > 0) info.maps = build_collation_maps(info);
+    return true;
+}
+
 bool read_body(gl_locale *locale, ByteReader &in) {
     int32_t element_count = 0, expansion_count = 0;
     locale->collate.direct = static_cast<int32_t>(in.integer());
     return end_line(locale, in) && read_weight_counts(locale, in, element_count, expansion_count) && read_directions(locale, in) &&
            read_elements(locale, in, element_count) && read_expansions(locale, in, expansion_count) && read_rows(locale, in) &&
-           build_lists(locale) && build_candidates(locale);
+           expansions_end(locale) && build_lists(locale) && build_candidates(locale) && build_maps(locale);
 }
 
 } // namespace
@@ -216,6 +223,7 @@ void qbgl::free_collate(gl_locale *locale) {
     _gl_free_ptr(info.expansions);
     for (gl_expansion **candidates : info.expansion_candidates) _gl_free_ptr(candidates);
     _gl_free_ptr(info.element_candidates);
+    _gl_free_ptr(const_cast<gl_collation_maps *>(info.maps));
     info = {};
     _gl_free_ptr(std::exchange(locale->all_one, nullptr));
     _gl_free_ptr(std::exchange(locale->equivalence, nullptr));

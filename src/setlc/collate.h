@@ -7,6 +7,9 @@
 
 namespace qbgl {
 
+inline constexpr int KIND_AS_SPECIFIED = 1, KIND_THAI = 2; // gl_collate_info.kind
+
+inline constexpr uint16_t WEIGHT_IGNORED = 1;
 inline constexpr uint16_t WEIGHT_SPECIAL = 0x8000;   // the code value of the character decides
 inline constexpr uint16_t WEIGHT_EXPANSION = 0x4000; // without WEIGHT_SPECIAL: the other bits are an index of the expansions
 inline constexpr uint16_t WEIGHT_VALUE = 0x3FFF;
@@ -26,6 +29,7 @@ template <class T> class Growing {
     bool append(const T &item) { return append(&item, 1); }
 
     uint32_t size() const { return size_; }
+    const T *begin() const { return items_.get(); }
     T &operator[](uint32_t i) const { return items_[i]; }
 
   private:

@@ -114,6 +114,8 @@ int glu_case_conv_outbuflen(void *a, int b) { return digits(7, a, b); }
 
 int glu_mbscoll(void *a, void *b, int c, void *d, int e, int16_t *error) { return answer(error, 8, a, b, c, d, e); }
 int glu_mbsxfrm(void *a, void *b, void *c, int d, int16_t *error) { return answer(error, 9, a, b, c, d); }
+int glu_ucs32coll(void *a, void *b, int c, void *d, int e, int16_t *error) { return answer(error, 1, a, b, c, d, e); }
+int glu_ucs32xfrm(void *a, void *b, void *c, int d, int16_t *error) { return answer(error, 2, a, b, c, d); }
 
 void glu_useIcuCvtCall() { abort(); }
 void glu_cv_open() { abort(); }

@@ -38,6 +38,9 @@ void call_all(gl_locale *l, auto expect) {
     expect(_glu_mbscoll(l, bytes(1), bytes(2)), 880919, 0);
     expect(_glu_mbfscoll(l, bytes(1), 3, bytes(2), 4), 881324, 0);
     expect(_glu_mbsxfrm(l, bytes(1), bytes(2), 3), 98123, -1);
+    expect(gl_full_wcscoll(l, wides(1), wides(2)), 180919, 0);
+    expect(_qbx_gl_full_wcscoll(l, wides(1), 3, wides(2), 4), 181324, 0);
+    expect(gl_wcsxfrm(l, bytes(1), wides(2), 3), 28123, -1);
 }
 
 TEST(Forwarding, HandsOverArgumentsAnswersAndErrors) {

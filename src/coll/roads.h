@@ -1,0 +1,12 @@
+// The roads that locales take to the order of a wide text: by rules, by code values, or as Thai.
+#pragma once
+
+#include "coll/table_walk.h"
+
+namespace qbgl {
+
+int compare_wide(gl_locale *locale, WideSpan a, WideSpan b);
+// Of a text with a 0 behind it.
+int key_of_wide(gl_locale *locale, char *out, WideSpan span, int capacity);
+
+} // namespace qbgl

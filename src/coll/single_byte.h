@@ -1,0 +1,17 @@
+// Comparison and sort keys of single-byte text, straight from its bytes.
+#pragma once
+
+#include "qbgl.h"
+
+namespace qbgl {
+
+// Whether the text is single-byte and the rules have their lookup arrays.
+inline bool walks_bytes(const gl_locale *locale) { return locale->single_byte != 0 && locale->collate.maps != nullptr; }
+
+// For rules of any features.
+int compare_single_byte(gl_locale *locale, const char *s1, int len1, const char *s2, int len2);
+int compare_single_byte(gl_locale *locale, const char *s1, const char *s2);
+
+int key_of_single_byte(gl_locale *locale, char *out, const char *s, int capacity);
+
+} // namespace qbgl

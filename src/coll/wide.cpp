@@ -1,0 +1,83 @@
+// Comparison and sort keys of wide text: the entry points, and the roads that locales take.
+#include "coll/by_maps.h"
+#include "coll/by_tables.h"
+#include "coll/code_values.h"
+#include "coll/multibyte_text.h"
+#include "coll/roads.h"
+#include "ext/error.h"
+#include "qbnxdl/entry_points.h"
+#include "qbnxdl/served.h"
+
+using namespace qbgl;
+
+namespace {
+
+bool is_thai(const gl_locale *locale) { return locale->collate.kind == KIND_THAI; }
+
+int compare_as_thai(gl_locale *locale, WideSpan a, WideSpan b) {
+    MultibyteText text_a, text_b;
+    if (!text_a.convert(locale, a) || !text_b.convert(locale, b)) return 0;
+    return _qbx_gl_thaismoncoll(locale, text_a.get(), text_a.length(), text_b.get(), text_b.length());
+}
+
+int key_as_thai(gl_locale *locale, char *out, WideSpan span, int capacity) {
+    MultibyteText text;
+    return text.convert(locale, span) ? _gl_thaismoxfrm(locale, out, text.get(), capacity) : -1;
+}
+
+// The key of an order by code values is the text itself. Returns its whole length, however much of it there was room for.
+int key_of_code_values(gl_locale *locale, char *out, const gl_wchar *text, int capacity) {
+    int64_t length = 0;
+    for (const gl_wchar *wc = text; *wc != 0; ++wc) {
+        const int bytes = gl_wclen(locale, *wc);
+        if (bytes < 0) return -1;
+        length += bytes;
+    }
+    if (gl_full_wcstombs(locale, out, text, capacity) < 0) return -1;
+    return static_cast<int>(std::min<int64_t>(length, INT32_MAX));
+}
+
+int fail(gl_locale *locale, int error, int result) {
+    set_error(locale, error);
+    return result;
+}
+
+} // namespace
+
+int qbgl::compare_wide(gl_locale *locale, WideSpan a, WideSpan b) {
+    if (is_thai(locale)) return compare_as_thai(locale, a, b);
+    if (locale->coll_extras != 0) return _qbx_gl_wcfscmp(locale, a.text, a.length, b.text, b.length);
+    return locale->collate.maps != nullptr ? compare_by_maps(locale, a, b) : compare_by_tables(locale, a, b);
+}
+
+int qbgl::key_of_wide(gl_locale *locale, char *out, WideSpan span, int capacity) {
+    if (is_thai(locale)) return key_as_thai(locale, out, span, capacity);
+    if (locale->coll_extras != 0) return key_of_code_values(locale, out, span.text, capacity);
+    return locale->collate.maps != nullptr ? key_by_maps(locale, out, span, capacity) : key_by_tables(locale, out, span, capacity);
+}
+
+int _qbx_gl_full_wcscoll(gl_locale *locale, const gl_wchar *s1, int len1, const gl_wchar *s2, int len2) {
+    if (locale == nullptr) return 0;
+    if (served_by_extension(locale, GL_CAT_COLLATE))
+        return ask_extension(locale, fn_glu_ucs32coll, 0, locale->glu_handle[GL_CAT_COLLATE], s1, len1, s2, len2);
+    if (s1 == nullptr || s2 == nullptr) return fail(locale, GL_ENULLPTR, 0);
+    if (!lengths_agree(len1, len2)) return fail(locale, GL_EMIXEDLEN, 0);
+    if (len1 == -1) {
+        len1 = gl_wcslen(s1);
+        len2 = gl_wcslen(s2);
+    }
+    if (len1 < 0 || len2 < 0) return fail(locale, GL_EILSEQ, 0);
+    return compare_wide(locale, {s1, len1}, {s2, len2});
+}
+
+int gl_full_wcscoll(gl_locale *locale, const gl_wchar *s1, const gl_wchar *s2) {
+    return _qbx_gl_full_wcscoll(locale, s1, -1, s2, -1);
+}
+
+int gl_wcsxfrm(gl_locale *locale, char *out, const gl_wchar *s, int capacity) {
+    if (locale == nullptr) return -1;
+    if (served_by_extension(locale, GL_CAT_COLLATE))
+        return ask_extension(locale, fn_glu_ucs32xfrm, -1, locale->glu_handle[GL_CAT_COLLATE], out, s, capacity);
+    if (s == nullptr) return fail(locale, GL_ENULLPTR, -1);
+    return key_of_wide(locale, out, {s, gl_wcslen(s)}, capacity);
+}

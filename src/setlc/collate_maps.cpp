@@ -1,0 +1,313 @@
+#include "setlc/collate_maps.h"
+
+#include "ext/error.h"
+#include "mbwc/walk.h"
+#include "setlc/ctype_table.h"
+
+namespace qbgl {
+
+namespace {
+
+constexpr uint32_t MOST_ROWS = 0xFFFF;
+constexpr uint32_t MOST_STARTS = WEIGHT_VALUE; // one less than there are numbers: the last one is CODE_UNKNOWN
+constexpr uint32_t MIDS = 1024, ROWS = 64;
+
+bool is_forward(const gl_collate_info &info, int pass) { return (info.directions[pass] & 1) != 0; }
+
+// The row of a character in the tables, or -1.
+int32_t row_in(const gl_multi &table, gl_wchar wc) {
+    const void *entry = _gl_retrieve_wchar_multi_nl(nullptr, wc, &table);
+    return entry != nullptr ? value_at(static_cast<const uint8_t *>(entry)) : -1;
+}
+
+// Visits the weights of an expansion's characters in the order of the pass, until one ends it: a character without a row, or
+// another expansion. Returns that one's index, or -1.
+template <class Visit> int32_t walk_expansion(const gl_collate_info &info, int pass, int32_t expansion, Visit visit) {
+    const gl_expansion &characters = info.expansions[expansion];
+    for (int32_t i = 0; i < characters.count; ++i) {
+        const gl_wchar wc = characters.chars[is_forward(info, pass) ? i : characters.count - 1 - i];
+        const int32_t row = row_in(*info.character_table, wc);
+        const uint16_t weight = row < 0 ? CODE_UNKNOWN : info.weights[pass][row];
+        visit(weight, wc, row < 0);
+        if (row < 0) return -1;
+        if (is_expansion(weight)) return weight & WEIGHT_VALUE;
+    }
+    return -1;
+}
+
+class MapsBuilder {
+  public:
+    explicit MapsBuilder(const gl_collate_info &info)
+        : info_(info), table_(*info.character_table), unknown_(static_cast<uint32_t>(info.row_count) + 1) {}
+
+    // False when memory is out, or for rules that the arrays cannot hold.
+    bool collect() {
+        used_ = Owned<uint8_t>::allocate(unknown_);
+        if (!used_) return false;
+        memset(used_.get(), 0, unknown_);
+        return add_mids() && add_rows() && collect_node(*table_.root, 0, 1) && collect_elements() && weights_fit() &&
+               collect_items() && unknown_ + 1 + starts_.size() <= MOST_ROWS;
+    }
+
+    gl_collation_maps *assemble() const;
+
+  private:
+    bool add_mids() {
+        const uint16_t none[MIDS] = {};
+        return mids_.append(none, MIDS);
+    }
+    bool add_rows() {
+        uint16_t none[ROWS];
+        std::fill_n(none, ROWS, static_cast<uint16_t>(unknown_));
+        return rows_.append(none, ROWS);
+    }
+
+    // Sets the row of a character of at most three bytes.
+    bool put(gl_wchar wc, uint32_t row) {
+        uint16_t &top = tops_[wc >> 16];
+        if (top == 0) {
+            top = static_cast<uint16_t>(mids_.size() / MIDS);
+            if (!add_mids()) return false;
+        }
+        uint16_t &mid = mids_[top * MIDS + (wc >> 6 & (MIDS - 1))];
+        if (mid == 0) {
+            const uint32_t number = rows_.size() / ROWS;
+            if (number > UINT16_MAX || !add_rows()) return false;
+            mid = static_cast<uint16_t>(number);
+        }
+        rows_[mid * ROWS + (wc & (ROWS - 1))] = static_cast<uint16_t>(row);
+        return true;
+    }
+
+    // `prefix` are the bytes that lead to the node.
+    bool collect_node(const MultiNode &node, gl_wchar prefix, int length) {
+        for (int byte = 0; byte < 256; ++byte) {
+            const auto at = static_cast<uint8_t>(byte);
+            const gl_wchar wc = prefix << 8 | at;
+            if (node.flags[at] == FLAG_CHILD) {
+                if (!collect_node(*child_of(node, at), wc, length + 1)) return false;
+            } else if (node.flags[at] == FLAG_END && encoded_length(table_.min_length, wc) == length) {
+                const uint16_t row = value_at(entry_of(table_, node, at));
+                used_[row] = 1;
+                if (length < MAX_KEY && !put(wc, row)) return false;
+            }
+        }
+        return true;
+    }
+
+    // Numbers the characters that begin elements, and orders the elements by them.
+    bool collect_elements() {
+        const auto count = static_cast<uint32_t>(info_.element_count);
+        candidates_ = Owned<uint16_t>::allocate(count + 1);
+        if (!candidates_) return false;
+        for (uint32_t i = 0; i < count; ++i) candidates_[i] = static_cast<uint16_t>(i);
+        const auto first_of = [this](uint16_t element) { return info_.elements[element].chars[0]; };
+        std::sort(candidates_.get(), candidates_.get() + count,
+                  [&](uint16_t a, uint16_t b) { return first_of(a) != first_of(b) ? first_of(a) < first_of(b) : a < b; });
+        for (uint32_t i = 0, end; i < count; i = end) {
+            const gl_wchar first = first_of(candidates_[i]);
+            for (end = i; end < count && first_of(candidates_[end]) == first; ++end)
+                collect_element(info_.elements[candidates_[end]]);
+            const int32_t row = row_in(table_, first);
+            const uint32_t number = unknown_ + 1 + starts_.size();
+            if (row < 0 || starts_.size() == MOST_STARTS || number > MOST_ROWS) return false;
+            if (!starts_.append({first, static_cast<uint16_t>(row), i, end})) return false;
+            if (first <= 0xFFFFFF && !put(first, number)) return false;
+        }
+        return true;
+    }
+
+    void collect_element(const gl_collating_element &element) {
+        used_[element.row] = 1;
+        for (int32_t i = 0; i < element.count; ++i) {
+            const gl_wchar wc = element.chars[i];
+            if (wc < 256) byte_parts_[wc] |= (i + 1 < element.count ? PART_CONTINUED : 0) | (i > 0 ? PART_FOLLOWING : 0);
+            if (i + 1 == element.count) break;
+            const uint32_t hash = element.chars[i] * 0x9E3779B1U;
+            parts_[hash >> 26] |= 1U << (hash >> 21 & 31);
+        }
+    }
+
+    // Whether no weight that a text can have is 0, and none both special and ordinary.
+    bool weights_fit() const {
+        for (int pass = 0; pass < info_.pass_count; ++pass) {
+            uint32_t found[2][(WEIGHT_VALUE + 1) / 32] = {};
+            for (uint32_t row = 0; row < unknown_; ++row) {
+                const uint16_t weight = info_.weights[pass][row], value = weight & WEIGHT_VALUE;
+                if (used_[row] == 0 || is_expansion(weight)) continue;
+                if (value == 0) return false;
+                const bool special = (weight & WEIGHT_SPECIAL) != 0;
+                if (weight == WEIGHT_IGNORED) continue;
+                found[special ? 1 : 0][value / 32] |= 1U << (value % 32);
+                if ((found[special ? 0 : 1][value / 32] >> (value % 32) & 1) != 0) return false;
+            }
+        }
+        return true;
+    }
+
+    bool collect_items() {
+        for (int pass = 0; pass < info_.pass_count; ++pass) {
+            for (int32_t expansion = 0; expansion < info_.expansion_count; ++expansion) {
+                if (!lists_.append(items_.size())) return false;
+                bool fits = true;
+                const int32_t successor = walk_expansion(info_, pass, expansion, [&](uint16_t weight, gl_wchar wc, bool unknown) {
+                    if (weight != WEIGHT_IGNORED) fits = fits && !unknown && items_.append({code_of(weight), wc});
+                });
+                if (!fits || (successor < 0 && !items_.append({CODE_END, 0}))) return false;
+            }
+        }
+        return true;
+    }
+
+    static uint16_t code_of(uint16_t weight) {
+        return (weight & WEIGHT_SPECIAL) != 0 ? WEIGHT_SPECIAL | (weight & WEIGHT_VALUE) : weight;
+    }
+
+    uint16_t code_of(uint32_t row, int pass) const {
+        if (row < unknown_) return code_of(info_.weights[pass][row]);
+        return row == unknown_ ? CODE_UNKNOWN : static_cast<uint16_t>(CODE_ELEMENT | (row - unknown_ - 1));
+    }
+
+    const gl_collate_info &info_;
+    const gl_multi &table_;
+    const uint32_t unknown_;
+    uint16_t tops_[256] = {};
+    Growing<uint16_t> mids_, rows_;
+    Owned<uint8_t> used_; // for each row whether a text can come to it
+    Growing<ElementStart> starts_;
+    Owned<uint16_t> candidates_;
+    uint32_t parts_[64] = {};
+    uint8_t byte_parts_[256] = {};
+    Growing<ExpansionItem> items_;
+    Growing<uint32_t> lists_;
+};
+
+// Lays arrays out behind the record: first to know their size, then to fill them.
+class Layout {
+  public:
+    explicit Layout(uint8_t *block) : block_(block) {}
+
+    template <class T> T *place(size_t count) {
+        at_ = (at_ + alignof(T) - 1) / alignof(T) * alignof(T);
+        T *const array = block_ != nullptr ? reinterpret_cast<T *>(block_ + at_) : nullptr;
+        at_ += count * sizeof(T);
+        return array;
+    }
+    template <class T> const T *copy(const T *from, size_t count) {
+        T *const to = place<T>(count);
+        if (to != nullptr && count > 0) memcpy(static_cast<void *>(to), from, count * sizeof(T));
+        return to;
+    }
+    size_t size() const { return at_; }
+
+  private:
+    uint8_t *block_;
+    size_t at_ = 0;
+};
+
+gl_collation_maps *MapsBuilder::assemble() const {
+    const auto passes = static_cast<uint32_t>(info_.pass_count);
+    const uint32_t row_count = unknown_ + 1 + starts_.size();
+    uint32_t shift = 0;
+    while (1U << shift < passes) ++shift;
+    uint16_t *codes = nullptr, *byte_codes = nullptr, *byte_keys = nullptr;
+    const auto lay_out = [&](Layout &layout) {
+        auto *maps = layout.place<gl_collation_maps>(1);
+        gl_collation_maps unused;
+        gl_collation_maps &record = maps != nullptr ? *maps : unused;
+        record.items = layout.copy(items_.begin(), items_.size());
+        record.item_lists = layout.copy(lists_.begin(), lists_.size());
+        record.starts = layout.copy(starts_.begin(), starts_.size());
+        record.mids = layout.copy(mids_.begin(), mids_.size());
+        record.rows = layout.copy(rows_.begin(), rows_.size());
+        record.candidates = layout.copy(candidates_.get(), static_cast<size_t>(info_.element_count));
+        record.codes = codes = layout.place<uint16_t>(size_t{row_count} << shift);
+        record.byte_codes = byte_codes = layout.place<uint16_t>(size_t{passes} << 9);
+        record.byte_keys = byte_keys = layout.place<uint16_t>(size_t{passes} << 9);
+        return maps;
+    };
+    Layout measured(nullptr);
+    lay_out(measured);
+    if (measured.size() > UINT32_MAX) return nullptr;
+    auto *block = static_cast<uint8_t *>(_gl_alloc_ptr(static_cast<uint32_t>(measured.size())));
+    if (block == nullptr) return nullptr;
+    Layout layout(block);
+    gl_collation_maps &maps = *lay_out(layout);
+
+    maps.shift = shift;
+    maps.unknown = unknown_;
+    memcpy(maps.tops, tops_, sizeof tops_);
+    memcpy(maps.parts, parts_, sizeof parts_);
+    maps.table = &table_;
+    maps.elements = info_.elements;
+    maps.expansion_count = static_cast<uint32_t>(info_.expansion_count);
+    maps.start_count = starts_.size();
+    maps.key_digits = key_digits(static_cast<uint32_t>(std::max(info_.fifth_count, 0)));
+    memcpy(maps.byte_parts, byte_parts_, sizeof byte_parts_);
+    maps.first_decides = is_forward(info_, 0);
+    maps.backward = false;
+    for (int pass = 0; pass < info_.pass_count; ++pass) {
+        maps.backward = maps.backward || !is_forward(info_, pass);
+        for (uint32_t row = 0; row < row_count; ++row) codes[row << shift | static_cast<uint32_t>(pass)] = code_of(row, pass);
+    }
+    maps.bytes_known = true;
+    maps.bytes_with_elements = passes << 8;
+    for (uint32_t at = 0; at < passes << 8; ++at) {
+        const auto pass = static_cast<int>(at >> 8);
+        const uint32_t row = maps.row_of(at & 0xFF), own = row > unknown_ ? starts_[row - unknown_ - 1].row : row;
+        byte_codes[at] = code_of(own, pass);
+        byte_codes[at + (passes << 8)] = code_of(row, pass);
+        if (row == unknown_) maps.bytes_known = false;
+    }
+    for (uint32_t at = 0; at < passes << 9; ++at) byte_keys[at] = key_bytes(byte_codes[at], maps.key_digits);
+    for (uint32_t byte = 0; byte < 256; ++byte) {
+        const uint16_t code = byte_codes[maps.bytes_with_elements + byte];
+        maps.first_codes[byte] = is_ordinary(code) ? code : code == WEIGHT_IGNORED ? FIRST_IGNORED : 0;
+    }
+    maps.first_codes[0] = FIRST_END;
+    return &maps;
+}
+
+} // namespace
+
+bool expansions_end(gl_locale *locale) {
+    const gl_collate_info &info = locale->collate;
+    if (info.expansion_count == 0) return true;
+    const auto count = static_cast<uint32_t>(info.expansion_count);
+    const Owned<uint32_t> seen = Owned<uint32_t>::allocate(count); // by the walk that began with this expansion, counted from 1
+    if (!seen) {
+        set_error(locale, GL_ENOMEM);
+        return false;
+    }
+    for (int pass = 0; pass < info.pass_count; ++pass) {
+        std::fill_n(seen.get(), count, 0);
+        for (uint32_t first = 0; first < count; ++first) {
+            auto at = static_cast<int32_t>(first);
+            while (at >= 0 && seen[static_cast<uint32_t>(at)] == 0) {
+                seen[static_cast<uint32_t>(at)] = first + 1;
+                at = walk_expansion(info, pass, at, [](uint16_t, gl_wchar, bool) {});
+            }
+            if (at < 0 || seen[static_cast<uint32_t>(at)] != first + 1) continue;
+            set_error(locale, GL_EBADFILE);
+            return false;
+        }
+    }
+    return true;
+}
+
+gl_collation_maps *build_collation_maps(const gl_collate_info &info) {
+    MapsBuilder builder(info);
+    return builder.collect() ? builder.assemble() : nullptr;
+}
+
+} // namespace qbgl
+
+uint32_t gl_collation_maps::row_of_longest(gl_wchar wc) const {
+    using namespace qbgl;
+    const ElementStart *const end = starts + start_count;
+    const ElementStart *const start =
+        std::lower_bound(starts, end, wc, [](const ElementStart &a, gl_wchar character) { return a.character < character; });
+    if (start != end && start->character == wc) return unknown + 1 + static_cast<uint32_t>(start - starts);
+    const int32_t row = row_in(*table, wc);
+    return row < 0 ? unknown : static_cast<uint32_t>(row);
+}

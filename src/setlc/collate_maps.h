@@ -1,0 +1,116 @@
+// Lookup arrays derived from the tables of collation rules while loading: what spares the walks through texts the nodes of the
+// character table, the search among the elements, and the distinction of cases that the tables could have and do not.
+#pragma once
+
+#include "coll/key_writer.h"
+#include "setlc/collate.h"
+
+namespace qbgl {
+
+// What a row says in a pass. The weight as the tables have it, WEIGHT_IGNORED, WEIGHT_EXPANSION with its index and WEIGHT_SPECIAL
+// (never with bit 14) among them; an ordinary one is 2 to 0x3FFF. Besides:
+inline constexpr uint16_t CODE_END = 0;          // of a list of expansion items
+inline constexpr uint16_t CODE_ELEMENT = 0xC000; // the character begins collating elements; the other bits number it
+inline constexpr uint16_t CODE_UNKNOWN = 0xFFFF; // no character: the walk ends
+
+constexpr bool is_special(uint16_t code) { return (code & (WEIGHT_SPECIAL | WEIGHT_EXPANSION)) == WEIGHT_SPECIAL; }
+constexpr bool is_ordinary(uint16_t code) { return static_cast<uint16_t>(code - 2) <= WEIGHT_VALUE - 2; }
+
+// The bytes of an ordinary weight in a key of one or two digits, the first one below; 1 for an ignored weight, 0 for any other
+// code.
+constexpr uint16_t key_bytes(uint16_t code, int digits) {
+    if (!is_ordinary(code)) return code == WEIGHT_IGNORED ? 1 : 0;
+    return packed_digits(code, digits);
+}
+
+// A character of an expansion, in the order of the pass, without those that are ignored. The last item of a list is CODE_END, or an
+// expansion that takes the list's place.
+struct ExpansionItem {
+    uint16_t code;
+    gl_wchar character;
+};
+
+inline constexpr uint16_t FIRST_END = 1, FIRST_IGNORED = 0x4000;
+
+// The places that a character has in elements: before the last one, and behind the first one.
+inline constexpr uint8_t PART_CONTINUED = 1, PART_FOLLOWING = 2;
+
+// A character that begins collating elements.
+struct ElementStart {
+    gl_wchar character;
+    uint16_t row;                       // its own, where the text has none of the elements
+    uint32_t candidates, candidate_end; // its elements, in the order of the list
+};
+
+} // namespace qbgl
+
+struct gl_collation_maps {
+    // Row numbers are those of the tables, then `unknown`, then one for each character that begins elements: all its codes are
+    // CODE_ELEMENT. A character of up to three bytes has its row by way of arrays; longer ones are in the table alone.
+    const uint16_t *codes; // row << shift | pass
+    uint32_t shift;
+    uint32_t unknown;
+    uint16_t tops[256];   // by the third byte: number of 1024 mids
+    const uint16_t *mids; // by the next ten bits: number of 64 rows
+    const uint16_t *rows;
+    const gl_multi *table;
+
+    // Of one-byte characters: pass << 8 | byte, and behind those of all passes the same once more. The first ones take no notice of
+    // elements, in the second ones the characters that begin elements have CODE_ELEMENT.
+    const uint16_t *byte_codes;
+    const uint16_t *byte_keys;    // what key_bytes says of them
+    uint32_t bytes_with_elements; // where the second ones begin
+    uint16_t first_codes[256];    // the first pass once more: ordinary codes that nothing can change, FIRST_END for NUL,
+                                  // FIRST_IGNORED, or 0
+    uint8_t byte_parts[256];      // PART_CONTINUED, PART_FOLLOWING
+    bool bytes_known;             // none of the bytes is unknown
+    bool first_decides;           // the first pass is forward
+    bool backward;                // some pass is
+    int key_digits;               // of a weight
+
+    const qbgl::ExpansionItem *items;
+    const uint32_t *item_lists; // pass * expansion_count + expansion: its first item
+    uint32_t expansion_count;
+
+    const qbgl::ElementStart *starts;
+    uint32_t start_count;
+    const uint16_t *candidates;
+    const gl_collating_element *elements;
+    uint32_t parts[64]; // a bit for each hash of a character with PART_CONTINUED
+
+    uint32_t row_of(gl_wchar wc) const {
+        if (wc > 0xFFFFFF) return row_of_longest(wc);
+        return rows[mids[tops[wc >> 16] << 10 | (wc >> 6 & 0x3FF)] << 6 | (wc & 63)];
+    }
+    uint16_t code_of(uint32_t row, int pass) const { return codes[row << shift | static_cast<uint32_t>(pass)]; }
+    // Whether an element may go on behind a character.
+    bool may_continue(gl_wchar wc) const {
+        const uint32_t hash = wc * 0x9E3779B1U;
+        return (parts[hash >> 26] >> (hash >> 21 & 31) & 1) != 0;
+    }
+
+    // The element that a text has at a place, or null; `left` characters stand there.
+    template <class Unit>
+    const gl_collating_element *element_at(const qbgl::ElementStart &start, const Unit *place, ptrdiff_t left) const {
+        for (uint32_t i = start.candidates; i < start.candidate_end; ++i) {
+            const gl_collating_element &element = elements[candidates[i]];
+            if (element.count <= left && std::equal(element.chars + 1, element.chars + element.count, place + 1)) return &element;
+        }
+        return nullptr;
+    }
+
+    uint32_t row_of_longest(gl_wchar wc) const;
+};
+
+namespace qbgl {
+
+// Whether every expansion comes to its end on every pass: one that is met inside another takes its place. False with the handle's
+// error.
+bool expansions_end(gl_locale *locale);
+
+// Builds the arrays of rules whose tables are read: one block of memory. Null when memory is out, or for rules that no compiler
+// writes: more of anything than the arrays can number, weights of 0, special weights that ordinary ones share, unknown characters
+// in expansions or at the beginning of elements. Then the tables alone serve.
+gl_collation_maps *build_collation_maps(const gl_collate_info &info);
+
+} // namespace qbgl
