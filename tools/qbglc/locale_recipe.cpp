@@ -13,10 +13,19 @@ namespace qbgl::compiler {
 namespace {
 
 constexpr size_t LONGEST_MODIFIER = 4;
-constexpr std::string_view CALENDAR = "calendar=";
+constexpr std::string_view THAI_COLLATION = "thai_smo"; // the library knows it without tables
+constexpr std::string_view CALENDAR = "calendar=", COLLATION = "collation=";
 
 bool is_lower(char c) { return c >= 'a' && c <= 'z'; }
 bool is_lower_or_digit(char c) { return is_lower(c) || (c >= '0' && c <= '9'); }
+
+bool is_choice(const std::string &word) { return word.starts_with(CALENDAR) || word.starts_with(COLLATION); }
+
+std::string choice(const std::vector<std::string> &words, std::string_view what, std::string usual) {
+    for (const std::string &word : words)
+        if (word.starts_with(what)) usual = word.substr(what.size());
+    return usual;
+}
 
 } // namespace
 
@@ -37,16 +46,15 @@ std::vector<LocaleTask> parse_locales(const Catalogue &catalogue, std::string_vi
     for (const RecipeLine &line : parse_recipe(text, file)) {
         const auto &words = line.words;
         if (words.size() < 3) throw line.error("NAME DEFINITION CODESETS expected");
-        std::string calendar = "gregorian";
-        for (const std::string &word : words)
-            if (word.starts_with(CALENDAR)) calendar = word.substr(CALENDAR.size());
+        const std::string calendar = choice(words, CALENDAR, "gregorian"), collation = choice(words, COLLATION, "");
         if (!Calendars::is_calendar(calendar)) throw line.error(calendar + ": unknown calendar");
+        if (!collation.empty() && collation != THAI_COLLATION) throw line.error(collation + ": unknown collation");
         for (size_t i = 2; i < words.size(); ++i) {
-            if (words[i].starts_with(CALENDAR)) continue;
+            if (is_choice(words[i])) continue;
             const auto codeset = catalogue.find(words[i]);
             if (!codeset || !catalogue.codesets()[*codeset].available())
                 throw line.error(words[i] + ": no such codeset, or one without a source");
-            LocaleTask task{{}, words[1], *codeset, words[i], calendar};
+            LocaleTask task{{}, words[1], *codeset, words[i], calendar, collation};
             try {
                 task.file = locale_file(words[0], catalogue.codesets()[*codeset].number);
             } catch (const DataError &error) {

@@ -17,6 +17,7 @@ struct LocaleTask {
     size_t codeset;
     std::string codeset_name; // as the recipe calls it
     std::string calendar;
+    std::string collation; // in place of the definition's rules; empty for those
 };
 
 // The name of an object's file: "ll_tt" or "ll_tt@mod" and the codeset's number, or "default". Throws DataError for a name that no
