@@ -105,6 +105,15 @@ class LocaleCompilerTest : public testing::Test {
     Library library_{fs::path(QBGL_SOURCE_DIR) / "data"};
 };
 
+std::string latin1(std::string_view utf8) {
+    std::string bytes;
+    for (size_t i = 0; i < utf8.size(); ++i) {
+        const auto byte = static_cast<uint8_t>(utf8[i]);
+        bytes += byte < 0x80 ? utf8[i] : static_cast<char>(byte << 6 | (utf8[++i] & 0x3F));
+    }
+    return bytes;
+}
+
 } // namespace
 
 TEST_F(LocaleCompilerTest, ClassesAndCasesFollowTheDefinitionAndPosix) {
@@ -192,6 +201,110 @@ TEST_F(LocaleCompilerTest, ErrorsNameFileAndLine) {
     EXPECT_THROW(compile(definition(), "korhstdbcs"), DataError) << "no terminator";
 }
 
+TEST_F(LocaleCompilerTest, TextsSortAsTheRulesSay) {
+    // An alphabet of three letters with an accent, case and a ligature, as the platform's definitions write it.
+    const std::string letters = R"(collating-symbol <BASE>
+collating-symbol <ACUTE>
+collating-symbol <LIG>
+collating-symbol <MIN>
+collating-symbol <CAP>
+<BASE>
+<ACUTE>
+<LIG>
+<MIN>
+<CAP>
+order_start forward;DIRECTION;forward;forward,position
+<U002D> IGNORE;IGNORE;IGNORE;<U002D>
+<U0301> IGNORE;<ACUTE>;<MIN>;<U0301>
+<U0061> <U0061>;<BASE>;<MIN>;<U0061>
+<U0041> <U0061>;<BASE>;<CAP>;<U0041>
+<U00E1> <U0061>;"<BASE><ACUTE>";"<MIN><MIN>";<U00E1>
+<U00E6> "<U0061><U0065>";"<BASE><LIG><BASE>";"<MIN><MIN><MIN>";<U00E6>
+<U0065> <U0065>;<BASE>;<MIN>;<U0065>
+<U00E9> <U0065>;"<BASE><ACUTE>";"<MIN><MIN>";<U00E9>
+<U0068> <U0068>;<BASE>;<MIN>;IGNORE
+<U00BD> "<U0065><U0068>";"<BASE><BASE>";"<CAP><CAP>";<U00BD>
+order_end
+)";
+    const auto directed = [&](const std::string &direction) {
+        std::string text = letters;
+        return text.replace(text.find("DIRECTION"), 9, direction);
+    };
+    const std::string forward = directed("forward"), backward = directed("backward");
+    struct Case {
+        const char *name;
+        std::string rules, codeset, sorted; // UTF-8, with < or = between texts
+    };
+    const Case cases[] = {
+        {"order of entries", "order_start forward\n<b>\n<a>\n<d>\n<c>\norder_end\n", "8859-1", "<b<ba<bd<a<aa<d<c"},
+        {"a level after the other", forward, "8859-1", "a<A<aa<aA<Aa<aá<áa<áA<aæ<ae"},
+        {"a forward level", forward, "8859-1", "eaea<eaéa<éaea<éaéa"},
+        {"a backward level", backward, "8859-1", "eaea<éaea<eaéa<éaéa"},
+        {"strings of weights, cut, whole and by marks", forward, "8859-1", "ae<Ae<aé<áe<æ<æa<æe"},
+        {"the same with a mark", forward, "utf8", "ae<Ae<aé=aé<áe=áe<æ<æa"},
+        {"the same backward", backward, "utf8", "ae<Ae<áe=áe<aé=aé<æ"},
+        {"two letters in one", forward, "8859-1", "eha<½a<éha<½e"},
+        {"positions of what is ignored", forward, "8859-1", "-a<a<a-<-aa<a-a<aa<ae<h<-h<h-<hh<-hh<h-h"},
+        {"reordering", forward + "reorder-after <U0068>\n<U0061>\n<U00E1> <U0068>;<BASE>;<CAP>;<U00E1>\nreorder-end\n", "8859-1",
+         "e<h<á<a"},
+        {"reordering in a row",
+         "order_start forward\n<a>\n<b>\n<c>\norder_end\nreorder-after <c>\n<a>\n<d>\nreorder-after <b>\n<e>\n"
+         "reorder-end\n",
+         "8859-1", "b<e<c<a<d"},
+        {"sections",
+         "script <X>\nscript <Y>\norder_start <X>;forward\n<a>\norder_end\norder_start <Y>;forward\n<b>\norder_end\n"
+         "reorder-sections-after <Y>\n<X>\nreorder-sections-end\n",
+         "8859-1", "b<a"},
+        {"ellipses and ranges", "order_start forward;forward\n<z>\n<b> <b>;<z>\n.. ..;<b>\n<e>\n<U0031>..<U0033>\norder_end\n",
+         "8859-1", "z<b<bz<c<cb<d<e<1<2<3"},
+        {"collating elements, the longest first",
+         "collating-element <ch> from \"ch\"\ncollating-element <chh> from \"chh\"\ncollating-element <x> from \"c<U4E00>\"\n"
+         "order_start forward\n<c>\n<h>\n<ch>\n<chh>\n<i>\norder_end\n",
+         "8859-1", "c<cc<ci<h<ch<chc<chi<chh<i"},
+        {"weights that no character has alone",
+         "collating-symbol <s>\ncollating-element <cs> from \"cs\"\ncollating-element <ccs> from \"ccs\"\norder_start "
+         "forward;forward\n"
+         "<c> <c>;<c>\n<s>\n<cs> <s>;<c>\n<ccs> \"<s><s>\";\"<c><s>\"\n<U0073>\norder_end\n",
+         "8859-1", "cc<cscr<cscs<ccs<ccsd<s"},
+        {"other names", "collating-symbol <m>\nsymbol-equivalence <n> <m>\norder_start forward\n<n>\n<b> <m>\n<a>\norder_end\n",
+         "8859-1", "b<a"},
+        {"characters that the rules have not", "order_start forward\n<c>\nUNDEFINED\n<a>\norder_end\n", "8859-1", "c<b<d<db<é<a"},
+        {"and those behind all others", "order_start forward;forward\n<U00E9>\n<a>\norder_end\n", "utf8", "é<a<b<z<一<丁<丁a<丁b"},
+        {"what a rule says of them", "order_start forward\n<c>\nUNDEFINED IGNORE\n<a>\norder_end\n", "8859-1", "c=cb=dc=ce<ca=cda"},
+        {"a run of codes", "order_start forward;forward\n<z>\n<U4E00>..<U5200> <U4E00>;<U4E00>\n<U5201>..<U9000>\n<a>\norder_end\n",
+         "utf8", "z<一=丁<刁<刂<刂z<刃<a"},
+        {"codes alone", "codepoint_collation\n", "utf8", "A<B<a<é<一"},
+    };
+    for (const Case &test : cases) {
+        const Locale locale =
+            load(compile(definition("order_start forward\nUNDEFINED\norder_end\n", test.rules), test.codeset), "a.lco");
+        const auto encoded = [&](std::string_view utf8) { return test.codeset == "utf8" ? std::string(utf8) : latin1(utf8); };
+        const std::string &sorted = test.sorted;
+        for (size_t at = 0, end; (end = sorted.find_first_of("<=", at)) != std::string::npos; at = end + 1) {
+            const size_t next_end = std::min(sorted.find_first_of("<=", end + 1), sorted.size());
+            const std::string a = encoded(sorted.substr(at, end - at)), b = encoded(sorted.substr(end + 1, next_end - end - 1));
+            const int result = gl_mbscoll(locale.get(), a.c_str(), b.c_str()),
+                      back = gl_mbscoll(locale.get(), b.c_str(), a.c_str());
+            EXPECT_TRUE(sorted[end] == '<' ? result < 0 && back > 0 : result == 0 && back == 0)
+                << test.name << ": " << sorted.substr(at, next_end - at) << " gives " << result << " and " << back;
+        }
+    }
+}
+
+TEST_F(LocaleCompilerTest, WrongRulesOfOrderAreReportedWithTheirPlace) {
+    const auto error = [&](const std::string &rules) {
+        return message(definition("order_start forward\nUNDEFINED\norder_end\n", rules), "8859-1");
+    };
+    EXPECT_EQ(error("order_start forward\n<a> <X>\norder_end\n"), ":21: <X> is not in the order");
+    EXPECT_EQ(error("<a>\n"), ":20: an entry outside of order_start and reorder-after");
+    EXPECT_EQ(error("order_start <X>;forward\n<a>\norder_end\n"), ":20: <X>: no such section");
+    EXPECT_EQ(error("order_start forward\n..\n<a>\norder_end\n"), ":21: an ellipsis needs a character before it");
+    EXPECT_EQ(error("order_start forward\n<b>\n..\n<a>\norder_end\n"), ":22: the ellipsis runs backward");
+    EXPECT_EQ(error("order_start forward\n<a>\n..\norder_end\n"), ":22: an ellipsis needs a character behind it");
+    EXPECT_EQ(error("order_start forward\n<a>\norder_end\nreorder-after <b>\n<a>\nreorder-end\n"), ":23: <b> is not in the order");
+    EXPECT_EQ(error("collating-element <e> from \"ab\"\ncollating-symbol <e>\n"), ":21: <e> has a meaning already");
+}
+
 TEST(LocaleRecipe, NamesFilesAndRefusesWhatNoSpecificationSays) {
     EXPECT_EQ(locale_file("ja_jp", 57350), "ja_jp/e006.lco");
     EXPECT_EQ(locale_file("de_de@euro", 819), "de_de/0333euro.lco");
@@ -205,6 +318,7 @@ TEST(LocaleRecipe, NamesFilesAndRefusesWhatNoSpecificationSays) {
         {"\nde_de de_DE b\n", "f:2: b: no such codeset, or one without a source"},
         {"de_de de_DE a\nde_de de_AT 1\n", "f:2: de_de/0001.lco: made twice"},
         {"de_de de_DE a calendar=roman\n", "f:1: roman: unknown calendar"},
+        {"de_de de_DE a collation=none\n", "f:1: none: unknown collation"},
     };
     for (const auto &[text, expected] : cases) {
         try {

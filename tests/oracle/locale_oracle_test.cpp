@@ -3,10 +3,10 @@
 #include "oracle/differences.h"
 #include "oracle/platform_locale.h"
 #include "oracle/repertoire.h"
+#include "oracle/tree_locales.h"
 #include "support/conversion_object.h"
 #include "support/files.h"
 
-#include "locale_recipe.h"
 #include "parallel.h"
 
 #include <qbgl.h>
@@ -120,27 +120,6 @@ std::optional<Sequence> platform_writes(wchar_t wc) {
         text.pop_back();
     }
     return text.empty() || text.size() > Sequence::MAX ? std::nullopt : std::optional(Sequence(text)); // it leaves out tags
-}
-
-// A locale of the tree, and what it is made from.
-struct TreeLocale {
-    std::string name, codeset; // as the table of differences has them
-    std::string spec, definition, charmap;
-};
-
-std::vector<TreeLocale> tree_locales() {
-    const auto catalogue = Catalogue::load(QBGL_SOURCE_DIR "/data");
-    const std::string recipe = QBGL_SOURCE_DIR "/data/locales";
-    std::vector<TreeLocale> locales;
-    for (const auto &task : qbgl::compiler::parse_locales(catalogue, read_file(recipe), recipe)) {
-        const Catalogue::Codeset &codeset = catalogue.codesets()[task.codeset];
-        const std::string place = task.file.parent_path().string(), modifier = task.file.stem().string().substr(4);
-        const std::string at = modifier.empty() || place.empty() ? "" : "@" + modifier;
-        locales.push_back({place.empty() ? "default" : place + at, codeset.name,
-                           place.empty() ? task.file.string() : place + "." + codeset.name + at, task.definition,
-                           codeset.source.argument});
-    }
-    return locales;
 }
 
 class Comparison {

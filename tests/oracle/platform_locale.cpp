@@ -66,17 +66,20 @@ std::string version_of_sources() {
     return fmt::format("{}-{}", gnu_get_libc_version(), fingerprint.hex());
 }
 
-// The definition with an order that costs nothing.
-std::string with_plain_order(const std::string &text) {
+// The definition with an order that costs nothing, or with nothing else that costs something.
+std::string reduced(const std::string &text, PlatformOrder order) {
     constexpr std::string_view BEGIN = "\nLC_COLLATE", END = "\nEND LC_COLLATE";
     const size_t begin = text.find(BEGIN), end = text.find(END);
     if (begin == std::string::npos || end == std::string::npos) throw std::runtime_error("a definition without LC_COLLATE");
-    return text.substr(0, begin) + "\nLC_COLLATE\ncopy \"POSIX\"" + text.substr(end);
+    if (order == PlatformOrder::PLAIN) return text.substr(0, begin) + "\nLC_COLLATE\ncopy \"POSIX\"" + text.substr(end);
+    return text.substr(0, text.find("\nLC_")) + "\nLC_CTYPE\ncopy \"POSIX\"\nEND LC_CTYPE" + text.substr(begin, end - begin) +
+           std::string(END) + '\n';
 }
 
 } // namespace
 
-PlatformLocales::PlatformLocales(const fs::path &root) : directory_(root / version_of_sources()) {
+PlatformLocales::PlatformLocales(const fs::path &root, PlatformOrder order)
+    : directory_(root / version_of_sources()), order_(order) {
     fs::create_directories(directory_);
     setenv("LOCPATH", directory_.c_str(), 1);
 }
@@ -92,7 +95,7 @@ std::string PlatformLocales::compile(const fs::path &definition, const std::stri
     if (fs::exists(place)) return name;
     const TempDir work;
     write_file(work.path() / "definition",
-               with_plain_order(read_file(definition.is_absolute() ? definition : DEFINITIONS / definition)));
+               reduced(read_file(definition.is_absolute() ? definition : DEFINITIONS / definition), order_));
     const auto result = run_process({"localedef", "--quiet", "--force", "--no-archive", "--no-hard-links", "-i",
                                      work / "definition", "-f", charmap, work / "locale"});
     if (!fs::exists(work.path() / "locale" / "LC_CTYPE"))
@@ -132,6 +135,26 @@ LocaleTexts PlatformLocale::texts() const {
     for (const auto &[name, field] : CONVENTION_TEXTS) texts[name] = {conv.*field};
     for (const auto &[name, field] : CONVENTION_NUMBERS) texts[name] = {std::to_string(conv.*field)};
     return texts;
+}
+
+namespace {
+
+int sign(int value) { return (value > 0) - (value < 0); }
+
+std::string key_of(const std::string &text, locale_t locale) {
+    std::string key(text.size() * 16 + 64, '\0');
+    const size_t length = strxfrm_l(key.data(), text.c_str(), key.size(), locale);
+    const bool is_cut = length >= key.size();
+    key.resize(is_cut ? length + 1 : length);
+    if (is_cut) key.resize(strxfrm_l(key.data(), text.c_str(), key.size(), locale));
+    return key;
+}
+
+} // namespace
+
+std::optional<int> PlatformLocale::compare(const std::string &a, const std::string &b) const {
+    const int result = sign(strcoll_l(a.c_str(), b.c_str(), locale_));
+    return result == sign(key_of(a, locale_).compare(key_of(b, locale_))) ? std::optional(result) : std::nullopt;
 }
 
 } // namespace qbgl_test

@@ -2,12 +2,18 @@
 #pragma once
 
 #include "codeset.h"
-#include "definition.h"
+#include "collation_order.h"
 
 #include <string>
+#include <vector>
 
 namespace qbgl::compiler {
 
-std::string collate_section(const Definition &definition, const Codeset &codeset);
+struct CollateSection {
+    std::string text;
+    std::vector<std::string> warnings; // where the order is not exactly that of the rules, and for which characters
+};
+
+CollateSection collate_section(const CollationOrder &order, const Codeset &codeset);
 
 } // namespace qbgl::compiler
