@@ -17,8 +17,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Languages without an example take one in the same script.
 const std::map<std::string, std::string> EXAMPLES = {
-    {"ja", "japanese"}, {"zh_TW", "chinese-traditional"}, {"de", "german"}, {"ru", "russian"}, {"en", "german"}};
+    {"ja", "japanese"}, {"zh_TW", "chinese_traditional"}, {"de", "german"}, {"ru", "russian"}, {"en", "german"}, {"fr", "german"},
+    {"cs", "german"}};
 
 std::string unpack(const fs::path &page) {
     FILE *pipe = popen(("gzip -dc '" + page.string() + "'").c_str(), "r");
@@ -69,7 +71,8 @@ std::string manual_pages(const std::string &language, size_t size) {
 
 std::string text_of(const std::string &language, size_t size) {
     std::string text = manual_pages(language, size);
-    if (text.size() < size / 4) {
+    constexpr size_t FEW = 128 << 10;
+    if (text.size() < FEW) {
         std::cerr << "few manual pages in " << language << " (package manpages-" << language.substr(0, 2)
                   << "): a short example text is repeated instead, which flatters everybody's branch prediction\n";
         std::ifstream file(fs::path(QBGL_TEXTS) / (EXAMPLES.at(language) + ".txt"));
