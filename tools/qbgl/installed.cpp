@@ -14,19 +14,6 @@ namespace {
 
 constexpr size_t LONGEST_FILE_NAME = 32;
 
-// The codeset line stands behind as many header lines as the third one says.
-std::string codeset_of_object(const std::string &path) {
-    std::ifstream object(path);
-    std::string line;
-    for (int i = 0; i < 3; ++i) std::getline(object, line);
-    const size_t equals = line.find('=');
-    if (!object || equals == std::string::npos) return "";
-    int further = std::atoi(line.c_str() + equals + 1) - 3;
-    while (further-- > 0 && std::getline(object, line)) {
-    }
-    return std::getline(object, line) ? line : "";
-}
-
 // The locale specification that leads to a file by a codeset's name, empty where none does.
 std::string specification_of(const std::string &file, const std::string &codeset) {
     char language_territory[6], number[6], modifier[5];
@@ -56,11 +43,26 @@ std::vector<InstalledLocale> installed_locales() {
     for (const std::string &directory : locale_directories()) add(files, directory);
     std::vector<InstalledLocale> result;
     for (const std::string &file : files) {
-        const std::string codeset = codeset_of_object(locale_object(file)), specification = specification_of(file, codeset);
+        const std::string codeset = header_of_object(locale_object(file)).codeset, specification = specification_of(file, codeset);
         result.push_back({specification.empty() ? file : specification, codeset, file});
     }
     std::sort(result.begin(), result.end(), [](const auto &a, const auto &b) { return a.specification < b.specification; });
     return result;
+}
+
+// The codeset line stands behind as many header lines as the third one says.
+ObjectHeader header_of_object(const std::string &path) {
+    constexpr std::string_view ORDER_LINE = "ORDER=";
+    ObjectHeader result;
+    std::ifstream object(path);
+    std::string line;
+    for (int i = 0; i < 3; ++i) std::getline(object, line);
+    const size_t equals = line.find('=');
+    if (!object || equals == std::string::npos) return {};
+    for (int further = std::atoi(line.c_str() + equals + 1) - 3; further > 0 && std::getline(object, line); --further)
+        if (line.starts_with(ORDER_LINE)) result.order = line.substr(ORDER_LINE.size());
+    std::getline(object, result.codeset);
+    return object ? result : ObjectHeader{};
 }
 
 std::string locale_object(const std::string &file) {

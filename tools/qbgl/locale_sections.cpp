@@ -1,6 +1,7 @@
 #include "locale_sections.h"
 
 #include "classes.h"
+#include "installed.h"
 #include "locale_handle.h"
 #include "shown_text.h"
 #include "utf8.h"
@@ -121,6 +122,13 @@ Section collation(gl_locale &locale) {
     constexpr int BACKWARD = 2;
     Section section = CategorySection(locale, GL_CAT_COLLATE, "LC_COLLATE").section;
     const gl_collate_info &collate = locale.collate;
+    // Orders of equal fingerprints are the same; the handle does not keep it.
+    const std::string name = category_name(locale, GL_CAT_COLLATE);
+    const std::string order = header_of_object(locale_object(name == "native" ? "default.lco" : name)).order;
+    if (order.empty())
+        section.none("order_fingerprint", "not told");
+    else
+        section.word("order_fingerprint", order);
     section.word("kind", kind_of_collation(collate));
     std::vector<std::string> directions;
     directions.reserve(GL_MAX_PASSES);

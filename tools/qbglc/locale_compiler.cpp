@@ -6,9 +6,11 @@
 #include "locale_encoder.h"
 #include "locale_time.h"
 #include "object_text.h"
+#include "order_fingerprint.h"
 
 #include <algorithm>
 #include <cctype>
+#include <utility>
 
 namespace qbgl::compiler {
 
@@ -49,9 +51,11 @@ std::shared_ptr<const Definition> LocaleCompiler::definition(const std::string &
 
 const LocaleCompiler::Target &LocaleCompiler::target(size_t codeset) {
     return targets_.get(std::to_string(codeset), [&] {
-        check_terminator(*library_.codeset(codeset));
-        return Target{library_.codeset(codeset), library_.full_width(codeset),
-                      Fingerprint().add(library_.mark(codeset)).add(library_.width_mark(codeset)).hex()};
+        const CodesetPtr characters = library_.codeset(codeset);
+        check_terminator(*characters);
+        return Target{characters, library_.full_width(codeset),
+                      Fingerprint().add(library_.mark(codeset)).add(library_.width_mark(codeset)).hex(),
+                      characters_fingerprint(*characters)};
     });
 }
 
@@ -61,23 +65,25 @@ LocaleCompiler::Target LocaleCompiler::own_target(const fs::path &path, std::str
     std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     const CodesetPtr codeset = codeset_from_charmap(charmap, name, warning);
     check_terminator(*codeset);
-    return {codeset, library_.full_width(*codeset, width_section(charmap)), file_mark(path)};
+    return {codeset, library_.full_width(*codeset, width_section(charmap)), file_mark(path), characters_fingerprint(*codeset)};
 }
 
 const std::string &LocaleCompiler::file_mark(const fs::path &path) {
     return file_marks_.get(path.string(), [&] { return Fingerprint().add(read_file(path)).hex(); });
 }
 
-std::string LocaleCompiler::header(const std::string &name, const std::string &codeset_mark, const std::string &calendar) {
+std::string LocaleCompiler::header(const std::string &name, const std::string &codeset_mark, const std::string &calendar,
+                                   const std::string &collation) {
     Fingerprint content;
     for (const fs::path &source : definition(name)->sources) content.add(file_mark(source));
-    content.add(codeset_mark).add(calendar).add(calendars_mark_).add(compiler_digest());
+    content.add(codeset_mark).add(calendar).add(collation).add(calendars_mark_).add(compiler_digest());
     return object_header("locale_object", OBJECT_VERSION,
-                         {"DEFINITION=" + fs::path(name).filename().string(), "CONTENT=" + content.hex()});
+                         {"DEFINITION=" + fs::path(name).filename().string(), "CONTENT=" + content.hex()}, 1);
 }
 
-std::string LocaleCompiler::header(const std::string &name, size_t codeset, const std::string &calendar) {
-    return header(name, Fingerprint().add(library_.mark(codeset)).add(library_.width_mark(codeset)).hex(), calendar);
+std::string LocaleCompiler::header(const std::string &name, size_t codeset, const std::string &calendar,
+                                   const std::string &collation) {
+    return header(name, Fingerprint().add(library_.mark(codeset)).add(library_.width_mark(codeset)).hex(), calendar, collation);
 }
 
 const std::string &LocaleCompiler::ctype(const Definition &definition, const Target &target) {
@@ -87,14 +93,46 @@ const std::string &LocaleCompiler::ctype(const Definition &definition, const Tar
                        [&] { return ctype_section(*properties_.get(key, make_properties), *target.codeset, target.full_width); });
 }
 
+// Most definitions copy the rules of another one and add nothing: they share the order, and the section.
+const std::string &LocaleCompiler::collate(const Definition &definition, const Target &target) {
+    const CollationRules &rules = without_copying(*definition.collate);
+    const std::string key = std::to_string(reinterpret_cast<uintptr_t>(&rules));
+    const CollationOrderPtr &order = orders_.get(key, [&] {
+        const auto made = std::make_shared<const CollationOrder>(rules);
+        add_warnings({}, made->warnings());
+        return made;
+    });
+    return collates_.get(key + ' ' + target.mark, [&] {
+        try {
+            CollateSection section = collate_section(*order, *target.codeset);
+            add_warnings(definition.collate_place.text() + ": in " + target.codeset->name() + ": ", section.warnings);
+            return std::move(section.text);
+        } catch (const DataError &error) {
+            throw definition.collate_place.error(error.what());
+        }
+    });
+}
+
+void LocaleCompiler::add_warnings(const std::string &before, const std::vector<std::string> &warnings) {
+    const std::lock_guard lock(warnings_mutex_);
+    for (const std::string &warning : warnings) warnings_.push_back(before + warning);
+}
+
+std::vector<std::string> LocaleCompiler::take_warnings() {
+    const std::lock_guard lock(warnings_mutex_);
+    return std::exchange(warnings_, {});
+}
+
 std::string LocaleCompiler::object(const std::string &name, const Target &target, const std::string &codeset_name,
-                                   const std::string &calendar, const std::string &header) {
+                                   const std::string &calendar, const std::string &header, const std::string &collation) {
     if (codeset_name.size() > LONGEST_CODESET_NAME) throw DataError(codeset_name + ": too long for the codeset line of an object");
     const auto source = definition(name);
     const LocaleEncoder encoder(source->ctype, *target.codeset, codeset_name);
-    std::string text = header + codeset_name + '\n';
+    const std::string order = collation.empty() ? collate(*source, target) : collation + '\n';
+    std::string text = header;
+    text.append(ORDER_LINE) += order_fingerprint(target.characters, order) + '\n' + codeset_name + '\n';
     text += "### LC_CTYPE\n" + ctype(*source, target);
-    text += "### LC_COLLATE\n" + collate_section(*source, *target.codeset);
+    text += "### LC_COLLATE\n" + order;
     text += "### LC_NUMERIC\n" + numeric_section(*source, encoder);
     text += "### LC_MONETARY\n" + monetary_section(*source, encoder);
     text += "### LC_TIME\n" + time_section(*source, encoder, calendars_, calendar, language_of(name));

@@ -1,6 +1,7 @@
 // Locale objects: a definition written in a codeset.
 #pragma once
 
+#include "collation_order.h"
 #include "definition.h"
 #include "library.h"
 #include "locale_calendars.h"
@@ -20,7 +21,8 @@ class LocaleCompiler {
     struct Target {
         CodesetPtr codeset;
         std::vector<bool> full_width;
-        std::string mark; // a fingerprint of the above
+        std::string mark;       // a fingerprint of what the above is made from
+        std::string characters; // a fingerprint of the characters
     };
 
     // The library must outlive the compiler.
@@ -31,12 +33,17 @@ class LocaleCompiler {
     const Target &target(size_t codeset);
     Target own_target(const std::filesystem::path &charmap, std::string &warning);
 
-    // The header: it changes whenever a source, a recipe or the compiler does.
-    std::string header(const std::string &name, const std::string &codeset_mark, const std::string &calendar);
-    std::string header(const std::string &name, size_t codeset, const std::string &calendar);
-    // Header and body. Throws DataError; EncodingError when nothing but the codeset is in the way.
+    // The header, but for the fingerprint of the order: it changes whenever a source, a recipe or the compiler does.
+    // A collation that is given stands in place of the definition's rules.
+    std::string header(const std::string &name, const std::string &codeset_mark, const std::string &calendar,
+                       const std::string &collation = "");
+    std::string header(const std::string &name, size_t codeset, const std::string &calendar, const std::string &collation = "");
+    // Whole header and body. Throws DataError; EncodingError when nothing but the codeset is in the way.
     std::string object(const std::string &name, const Target &target, const std::string &codeset_name, const std::string &calendar,
-                       const std::string &header);
+                       const std::string &header, const std::string &collation = "");
+
+    // Where an order is not exactly what its definition says. Each is told once.
+    std::vector<std::string> take_warnings();
 
   private:
     template <class Value> struct Cache {
@@ -57,6 +64,8 @@ class LocaleCompiler {
     };
 
     const std::string &ctype(const Definition &definition, const Target &target);
+    const std::string &collate(const Definition &definition, const Target &target);
+    void add_warnings(const std::string &before, const std::vector<std::string> &warnings);
     const std::string &file_mark(const std::filesystem::path &path);
 
     Library &library_;
@@ -65,8 +74,11 @@ class LocaleCompiler {
     Calendars calendars_;
     Cache<std::shared_ptr<const Definition>> definitions_;
     Cache<std::shared_ptr<const CharacterProperties>> properties_;
-    Cache<std::string> ctypes_, file_marks_;
+    Cache<CollationOrderPtr> orders_;
+    Cache<std::string> ctypes_, collates_, file_marks_;
     Cache<Target> targets_;
+    std::mutex warnings_mutex_;
+    std::vector<std::string> warnings_;
 };
 
 } // namespace qbgl::compiler

@@ -2,6 +2,7 @@
 #include "conversion_object.h"
 #include "error.h"
 #include "locale_compiler.h"
+#include "order_report.h"
 #include "tree.h"
 
 #include <CLI/CLI.hpp>
@@ -31,7 +32,8 @@ fs::path default_data_directory() {
 
 struct Options {
     std::string data;
-    std::string source, target, output, directory, calendar = "gregorian";
+    std::string source, target, output, directory, calendar = "gregorian", strings;
+    size_t shown = 10;
     unsigned threads = std::max(1u, std::thread::hardware_concurrency());
 
     fs::path data_directory() const { return data.empty() ? default_data_directory() : fs::path(data); }
@@ -84,8 +86,9 @@ void locale(const Options &options) {
     for (const std::string &text : library.take_warnings()) warn(text);
     const std::string header = compiler.header(options.source, target.mark, options.calendar);
     const std::string name = fmt::format("{}.{}.lco", fs::path(options.source).filename().string(), codeset);
-    write_output(options.output.empty() ? name : options.output,
-                 compiler.object(options.source, target, codeset, options.calendar, header));
+    const std::string object = compiler.object(options.source, target, codeset, options.calendar, header);
+    for (const std::string &text : compiler.take_warnings()) warn(text);
+    write_output(options.output.empty() ? name : options.output, object);
 }
 
 void tree(const Options &options) {
@@ -97,8 +100,32 @@ void tree(const Options &options) {
     const TreeReport report = build_tree(library, options.directory, options.threads, progress);
     for (const std::string &warning : library.take_warnings()) warn(warning);
     for (const std::string &text : report.left_out) warn("locale left out: " + text);
+    if (report.inexact > 0)
+        warn(fmt::format("{} remarks on the order of texts, which `qbglc locale` makes in full", report.inexact));
     fmt::print("{}: {} locales, {} conversions with {} names: {} objects written, {} old files removed\n", options.directory,
                report.locales - report.left_out.size(), report.conversions, report.links, report.written, report.removed);
+}
+
+// For a script, "they differ" must not look like "they could not be compared": what is wrong with the objects counts as a wrong
+// call.
+ExitStatus diff(const Options &options) {
+    const auto codeset_of = [&](const std::string &name) -> CodesetPtr {
+        try {
+            Library library(options.data_directory());
+            const auto index = library.catalogue().find(name);
+            return index ? library.codeset(*index) : nullptr;
+        } catch (const std::runtime_error &) {
+            return nullptr; // no recipes: the bytes are shown, and that is enough
+        }
+    };
+    try {
+        const OrderReport report = report_order({options.source, options.target, options.strings, options.shown}, codeset_of);
+        write_output("-", report.text);
+        return report.same ? EXIT_OK : EXIT_DATA;
+    } catch (const DataError &error) {
+        fmt::print(stderr, "qbglc: {}\n", error.what());
+        return EXIT_CALL;
+    }
 }
 
 void list(const Options &options) {
@@ -116,6 +143,7 @@ int run(int argc, char **argv) {
     app.require_subcommand(1);
     app.footer("Exit status: 0 done, 1 wrong data, 2 wrong call, 3 the system refused something.");
     Options options;
+    ExitStatus status = EXIT_OK;
 
     const auto command = [&](const char *name, const char *what, void (*action)(const Options &)) {
         CLI::App *sub = app.add_subcommand(name, what);
@@ -140,6 +168,13 @@ int run(int argc, char **argv) {
     sub = command("tree", "bring an installation tree up to date", tree);
     sub->add_option("DIRECTORY", options.directory, "what QUORBANEDIR will point to")->required();
     sub->add_option("-j,--jobs", options.threads, "number of threads (default: one for each processor)")->check(CLI::Range(1, 256));
+    sub = command("diff", "tell whether two locale objects order texts differently (exit status 1: they do)", nullptr);
+    sub->add_option("OLD", options.source, "a locale object")->required();
+    sub->add_option("NEW", options.target, "another one of the same codeset")->required();
+    sub->add_option("-s,--strings", options.strings,
+                    "compare the order of this file's lines, in the locales' codeset, instead of that of characters");
+    sub->add_option("-n,--number", options.shown, "how many differences to show (default: 10)");
+    sub->callback([&] { status = diff(options); });
     command("list", "list codeset names, numbers, the platform's names and sources", list);
 
     try {
@@ -147,7 +182,7 @@ int run(int argc, char **argv) {
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? EXIT_OK : EXIT_CALL;
     }
-    return EXIT_OK;
+    return status;
 }
 
 } // namespace

@@ -41,8 +41,9 @@ class MemoryStream {
 
 } // namespace
 
-std::string object_header(std::string_view file_type, unsigned version, const std::vector<std::string> &lines) {
-    std::string text = fmt::format("FILE_TYPE={}\nCOMPILER_VERSION={}\nHEADER_LINES={}\n", file_type, version, lines.size() + 3);
+std::string object_header(std::string_view file_type, unsigned version, const std::vector<std::string> &lines, size_t further) {
+    const size_t count = 3 + lines.size() + further;
+    std::string text = fmt::format("FILE_TYPE={}\nCOMPILER_VERSION={}\nHEADER_LINES={}\n", file_type, version, count);
     for (const std::string &line : lines) {
         if (line.size() > LONGEST_HEADER_LINE) throw DataError(line + ": header line too long");
         text += line + '\n';

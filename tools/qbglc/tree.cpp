@@ -100,6 +100,7 @@ class TreeBuilder {
         load_codesets();
         make_objects(progress);
         for (const auto &[name, object] : links_) update_link(root_ / "cv9" / name, object);
+        report_.inexact = locales_.take_warnings().size();
         return std::move(report_);
     }
 
@@ -136,10 +137,10 @@ class TreeBuilder {
         report_.locales = wanted.size();
         parallel_for(wanted.size(), threads_, [&](size_t i) { locales_.definition(wanted[i].definition); });
         for (const LocaleTask &locale : wanted) {
-            const std::string header = locales_.header(locale.definition, locale.codeset, locale.calendar);
+            const std::string header = locales_.header(locale.definition, locale.codeset, locale.calendar, locale.collation);
             plan({root_ / "lc11" / locale.file, header, {locale.codeset}, [this, locale, header] {
                       return locales_.object(locale.definition, locales_.target(locale.codeset), locale.codeset_name,
-                                             locale.calendar, header);
+                                             locale.calendar, header, locale.collation);
                   }});
         }
     }

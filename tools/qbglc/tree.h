@@ -13,6 +13,7 @@ namespace qbgl::compiler {
 struct TreeReport {
     size_t conversions = 0, links = 0, locales = 0; // wanted
     size_t written = 0, removed = 0;
+    size_t inexact = 0;                // warnings of orders that were made
     std::vector<std::string> left_out; // locales that their codeset cannot carry, and why
 };
 
