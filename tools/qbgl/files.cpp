@@ -32,6 +32,13 @@ void check_readable(const std::vector<std::string> &files) {
     }
 }
 
+void check_writable(const std::string &name) {
+    if (name == STANDARD_STREAM || access(name.c_str(), W_OK) == 0) return;
+    const size_t slash = name.rfind('/');
+    const std::string directory = slash == std::string::npos ? "." : name.substr(0, slash + 1);
+    if (errno != ENOENT || access(directory.c_str(), W_OK) != 0) throw file_failure("write", name);
+}
+
 std::string shown_name(const std::string &file) { return file == STANDARD_STREAM ? "standard input" : printable(file); }
 
 ExitStatus print(const std::string &text, const Messages &messages) {

@@ -25,6 +25,9 @@ std::vector<std::string> inputs_of(const std::vector<std::string> &files);
 // Throws the failure of the first file that cannot be read, so that it is found before anything is written.
 void check_readable(const std::vector<std::string> &files);
 
+// Throws what is in the way of writing a file later on, where that can be known before.
+void check_writable(const std::string &name);
+
 // An input file's name as messages show it.
 std::string shown_name(const std::string &file);
 

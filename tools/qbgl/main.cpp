@@ -2,9 +2,12 @@
 #include "case_command.h"
 #include "class_command.h"
 #include "conv_command.h"
+#include "explain_command.h"
 #include "files.h"
+#include "key_command.h"
 #include "list_command.h"
 #include "locale_command.h"
+#include "sort_command.h"
 #include "tree.h"
 
 #include "qbgl.h"
@@ -34,6 +37,9 @@ class CommandLine {
         add_case("upper", "Change text to upper case", upper_);
         add_case("lower", "Change text to lower case", lower_);
         add_class();
+        add_sort();
+        add_key();
+        add_explain();
         add_locale();
         add_lists();
     }
@@ -92,6 +98,47 @@ class CommandLine {
         command->callback([this] { command_ = [this](const Messages &messages) { return run_class(class_, messages); }; });
     }
 
+    void add_sort() {
+        CLI::App *command = app_.add_subcommand("sort", "Sort the lines of texts in the order of a locale");
+        add_locale_option(command, "-l,--locale", sort_.locale);
+        add_output(command, sort_.output);
+        add_files(command, sort_.files);
+        command->add_option("-k,--key", sort_.parts, "Part to sort by, as in sort: FIELD[.CHARACTER][br][,FIELD[.CHARACTER][br]]")
+            ->allow_extra_args(false)
+            ->type_name("PART");
+        command->add_option("-t,--field-separator", sort_.separator, "Character that separates fields, instead of blanks");
+        command->add_flag("-b,--ignore-leading-blanks", sort_.skip_blanks, "Parts begin behind blanks");
+        command->add_flag("-r,--reverse", sort_.reverse, "The greatest first");
+        command->add_flag("-s,--stable", sort_.stable, "Lines that sort alike stay in their order");
+        command->add_flag("-u,--unique", sort_.unique, "Of lines that sort alike only the first");
+        command->add_flag("-m,--merge", sort_.merge, "The files are sorted, merge them");
+        command->add_flag("-c,--check", sort_.check, "Tell the first line that is out of order (exit status 1), and do not sort");
+        command->add_flag("-C", sort_.check_quietly, "As -c, but without a message");
+        command->add_flag("-z,--zero-terminated", sort_.zero_terminated, "Lines end with NUL characters");
+        command->add_option("-S,--buffer-size", sort_.memory, "Memory for lines, as in 64M (K, M, G); 256M by default");
+        command->add_option("-T,--temporary-directory", sort_.temporary_directory, "For what exceeds it, instead of TMPDIR");
+        command->add_flag("--json", json_, "Messages as JSON, an object a line");
+        command->callback([this] { command_ = [this](const Messages &messages) { return run_sort(sort_, messages); }; });
+    }
+
+    void add_key() {
+        CLI::App *command = app_.add_subcommand("key", "Write the sort key of each line in hexadecimal");
+        add_locale_option(command, "-l,--locale", key_.locale);
+        add_files(command, key_.files);
+        command->add_flag("-v,--text", key_.with_text, "The line itself, too, behind a tab");
+        command->add_flag("--json", json_, "Messages as JSON, an object a line");
+        command->callback([this] { command_ = [this](const Messages &messages) { return run_key(key_, messages); }; });
+    }
+
+    void add_explain() {
+        CLI::App *command = app_.add_subcommand("explain", "Tell why one text sorts before another");
+        add_locale_option(command, "-l,--locale", explain_.locale);
+        command->add_option("a", explain_.a, "A text, in UTF-8")->required()->type_name("A");
+        command->add_option("b", explain_.b, "Another one")->required()->type_name("B");
+        command->add_flag("--json", json_, "Print JSON");
+        command->callback([this] { command_ = [this](const Messages &messages) { return run_explain(explain_, messages); }; });
+    }
+
     void add_locale() {
         CLI::App *command = app_.add_subcommand("locale", "Show what a locale holds");
         add_locale_option(command, "-l,--locale,locale", locale_)->type_name("LOCALE");
@@ -130,6 +177,9 @@ class CommandLine {
     ConvRequest conv_;
     CaseRequest upper_{LetterCase::UPPER, {}}, lower_{LetterCase::LOWER, {}};
     ClassRequest class_;
+    SortRequest sort_;
+    KeyRequest key_;
+    ExplainRequest explain_;
     std::string locale_;
     std::function<ExitStatus(const Messages &)> command_;
 };

@@ -1,0 +1,46 @@
+// The lines of a text, however long they are and wherever blocks of input cut them.
+#pragma once
+
+#include "qbgl.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qbgl {
+
+// What ends a line of a locale's text: its line feed, or its NUL character.
+std::string line_end(const gl_locale &locale, bool zero_terminated);
+
+struct Line {
+    std::string_view text; // without what ends it; valid until the next line is read
+    uint64_t number;       // from 1 on
+    uint64_t offset;       // bytes before it
+};
+
+class LineReader {
+  public:
+    // Reads at most so many bytes to a place, and returns how many there were; 0 at the end.
+    using Source = std::function<size_t(char *, size_t)>;
+
+    LineReader(Source source, std::string end, size_t block = 64 << 10)
+        : source_(std::move(source)), end_(std::move(end)), buffer_(block) {}
+
+    // False at the end of the text. The last line may lack its end.
+    bool next(Line &line);
+
+  private:
+    size_t find_end(size_t from) const;
+    bool fill();
+
+    Source source_;
+    std::string end_;
+    std::vector<char> buffer_;
+    size_t begin_ = 0, filled_ = 0; // what of the buffer is not handed out yet
+    uint64_t number_ = 0, offset_ = 0;
+    bool at_end_ = false;
+};
+
+} // namespace qbgl
