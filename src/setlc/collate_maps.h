@@ -2,8 +2,11 @@
 // character table, the search among the elements, and the distinction of cases that the tables could have and do not.
 #pragma once
 
-#include "coll/key_writer.h"
 #include "setlc/collate.h"
+#include "setlc/key_digits.h"
+
+#include <algorithm>
+#include <stddef.h>
 
 namespace qbgl {
 
