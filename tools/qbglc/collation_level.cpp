@@ -139,11 +139,12 @@ class LevelNumbering {
         return runs;
     }
 
-    // The runs that share one weight: the long ones, and as many as are needed to make room. Where controls can make the room that
-    // lets all others have keys of one byte a weight, theirs may be longer.
+    // The runs that share one weight: none where all have room, because the code value behind it makes keys longer; else the long
+    // ones, and as many as are needed to make room. Where controls can make the room that lets all others have keys of one byte a
+    // weight, theirs may be longer.
     std::vector<Run> shared_runs(const std::vector<Segment *> &sorted) const {
         std::vector<Run> shared = fewest_of_controls(sorted);
-        if (!shared.empty()) return shared;
+        if (!shared.empty() || sorted.size() <= room(CollationLevel::LAST)) return shared;
         size_t left = sorted.size();
         for (const Run &run : runs(sorted, [](const Segment &) { return true; })) {
             if (run.size() < LONG_RUN && left <= room(CollationLevel::LAST)) break;
