@@ -253,7 +253,7 @@ struct RandomRules {
         for (const std::string &character : characters)
             if (below(12) != 0) collation.places.emplace_back(character, add_row(false));
         for (size_t i = below(5); elements && i > 0; --i)
-            collation.elements.push_back({some(2, 4), static_cast<unsigned>(add_row(true))});
+            collation.elements.push_back({some(1, 4), static_cast<unsigned>(add_row(true))});
     }
 
     Text text(Random &random, size_t length) const {
@@ -283,6 +283,14 @@ std::string key_of(auto transform, int length) {
         EXPECT_EQ(cut, key.substr(0, kept) + std::string(cut.size() - kept, '?'));
     }
     return key;
+}
+
+TEST(Rules, OrderCharactersOfFourBytes) {
+    const Codeset codeset{"ucs4", ascii_characters(std::string(3, '\0'))};
+    const Locale owner = load(codeset, Collation::in_order(codeset));
+    const std::string a = codeset.encode("a"), b = codeset.encode("b");
+    EXPECT_LT(gl_mbfscoll(owner.get(), a.data(), 4, b.data(), 4), 0);
+    EXPECT_EQ(gl_mbsxfrm(owner.get(), nullptr, (a + b + codeset.encode("\0"s)).data(), 0), 2);
 }
 
 TEST(Rules, AreFollowedByEveryEngine) {

@@ -6,7 +6,7 @@
 
 namespace qbgl {
 
-inline constexpr uint8_t SEPARATOR = 1;
+inline constexpr uint8_t PASS_SEPARATOR = 1;
 
 // Puts a value's digits at `out`, and returns where they end.
 inline uint8_t *put_digits(uint8_t *out, uint32_t value, int digits) {
@@ -32,7 +32,7 @@ class KeyWriter {
     KeyWriter(char *out, int capacity)
         : begin_(reinterpret_cast<uint8_t *>(out)), at_(begin_), end_(end_of(begin_, std::max(capacity, 0))) {}
 
-    void separate() { write_bytes(&SEPARATOR, 1); }
+    void separate() { write_bytes(&PASS_SEPARATOR, 1); }
 
     void write(uint32_t value, int digits) {
         uint8_t bytes[MOST_DIGITS];

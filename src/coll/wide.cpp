@@ -37,6 +37,14 @@ int key_of_code_values(gl_locale *locale, char *out, const gl_wchar *text, int c
     return static_cast<int>(std::min<int64_t>(length, INT32_MAX));
 }
 
+int ask_to_compare(gl_locale *locale, const gl_wchar *s1, int len1, const gl_wchar *s2, int len2) {
+    return ask_extension(locale, fn_glu_ucs32coll, 0, locale->glu_handle[GL_CAT_COLLATE], s1, len1, s2, len2);
+}
+
+int ask_for_key(gl_locale *locale, char *out, const gl_wchar *s, int capacity) {
+    return ask_extension(locale, fn_glu_ucs32xfrm, -1, locale->glu_handle[GL_CAT_COLLATE], out, s, capacity);
+}
+
 int fail(gl_locale *locale, int error, int result) {
     set_error(locale, error);
     return result;
@@ -45,12 +53,14 @@ int fail(gl_locale *locale, int error, int result) {
 } // namespace
 
 int qbgl::compare_wide(gl_locale *locale, WideSpan a, WideSpan b) {
+    if (served_by_extension(locale, GL_CAT_COLLATE)) return ask_to_compare(locale, a.text, a.length, b.text, b.length);
     if (is_thai(locale)) return compare_as_thai(locale, a, b);
     if (locale->coll_extras != 0) return _qbx_gl_wcfscmp(locale, a.text, a.length, b.text, b.length);
     return locale->collate.maps != nullptr ? compare_by_maps(locale, a, b) : compare_by_tables(locale, a, b);
 }
 
 int qbgl::key_of_wide(gl_locale *locale, char *out, WideSpan span, int capacity) {
+    if (served_by_extension(locale, GL_CAT_COLLATE)) return ask_for_key(locale, out, span.text, capacity);
     if (is_thai(locale)) return key_as_thai(locale, out, span, capacity);
     if (locale->coll_extras != 0) return key_of_code_values(locale, out, span.text, capacity);
     return locale->collate.maps != nullptr ? key_by_maps(locale, out, span, capacity) : key_by_tables(locale, out, span, capacity);
@@ -58,8 +68,7 @@ int qbgl::key_of_wide(gl_locale *locale, char *out, WideSpan span, int capacity)
 
 int _qbx_gl_full_wcscoll(gl_locale *locale, const gl_wchar *s1, int len1, const gl_wchar *s2, int len2) {
     if (locale == nullptr) return 0;
-    if (served_by_extension(locale, GL_CAT_COLLATE))
-        return ask_extension(locale, fn_glu_ucs32coll, 0, locale->glu_handle[GL_CAT_COLLATE], s1, len1, s2, len2);
+    if (served_by_extension(locale, GL_CAT_COLLATE)) return ask_to_compare(locale, s1, len1, s2, len2);
     if (s1 == nullptr || s2 == nullptr) return fail(locale, GL_ENULLPTR, 0);
     if (!lengths_agree(len1, len2)) return fail(locale, GL_EMIXEDLEN, 0);
     if (len1 == -1) {
@@ -76,8 +85,7 @@ int gl_full_wcscoll(gl_locale *locale, const gl_wchar *s1, const gl_wchar *s2) {
 
 int gl_wcsxfrm(gl_locale *locale, char *out, const gl_wchar *s, int capacity) {
     if (locale == nullptr) return -1;
-    if (served_by_extension(locale, GL_CAT_COLLATE))
-        return ask_extension(locale, fn_glu_ucs32xfrm, -1, locale->glu_handle[GL_CAT_COLLATE], out, s, capacity);
+    if (served_by_extension(locale, GL_CAT_COLLATE)) return ask_for_key(locale, out, s, capacity);
     if (s == nullptr) return fail(locale, GL_ENULLPTR, -1);
     return key_of_wide(locale, out, {s, gl_wcslen(s)}, capacity);
 }

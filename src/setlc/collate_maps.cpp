@@ -89,7 +89,7 @@ class MapsBuilder {
             } else if (node.flags[at] == FLAG_END && encoded_length(table_.min_length, wc) == length) {
                 const uint16_t row = value_at(entry_of(table_, node, at));
                 used_[row] = 1;
-                if (length < MAX_KEY && !put(wc, row)) return false;
+                if (wc <= LARGEST_IN_ARRAYS && !put(wc, row)) return false;
             }
         }
         return true;
@@ -100,7 +100,11 @@ class MapsBuilder {
         const auto count = static_cast<uint32_t>(info_.element_count);
         candidates_ = Owned<uint16_t>::allocate(count + 1);
         if (!candidates_) return false;
-        for (uint32_t i = 0; i < count; ++i) candidates_[i] = static_cast<uint16_t>(i);
+        const bool single_byte = table_.max_length == 1;
+        for (uint32_t i = 0; i < count; ++i) {
+            if (single_byte && info_.elements[i].count == 1) return false;
+            candidates_[i] = static_cast<uint16_t>(i);
+        }
         const auto first_of = [this](uint16_t element) { return info_.elements[element].chars[0]; };
         std::sort(candidates_.get(), candidates_.get() + count,
                   [&](uint16_t a, uint16_t b) { return first_of(a) != first_of(b) ? first_of(a) < first_of(b) : a < b; });
@@ -112,7 +116,7 @@ class MapsBuilder {
             const uint32_t number = unknown_ + 1 + starts_.size();
             if (row < 0 || starts_.size() == MOST_STARTS || number > MOST_ROWS) return false;
             if (!starts_.append({first, static_cast<uint16_t>(row), i, end})) return false;
-            if (first <= 0xFFFFFF && !put(first, number)) return false;
+            if (first <= LARGEST_IN_ARRAYS && !put(first, number)) return false;
         }
         return true;
     }

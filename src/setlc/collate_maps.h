@@ -33,6 +33,8 @@ struct ExpansionItem {
     gl_wchar character;
 };
 
+inline constexpr gl_wchar LARGEST_IN_ARRAYS = 0xFFFFFF; // greater ones are in the character table alone
+
 inline constexpr uint16_t FIRST_END = 1, FIRST_IGNORED = 0x4000;
 
 // The places that a character has in elements: before the last one, and behind the first one.
@@ -82,7 +84,7 @@ struct gl_collation_maps {
     uint32_t parts[64]; // a bit for each hash of a character with PART_CONTINUED
 
     uint32_t row_of(gl_wchar wc) const {
-        if (wc > 0xFFFFFF) return row_of_longest(wc);
+        if (wc > qbgl::LARGEST_IN_ARRAYS) return row_of_longest(wc);
         return rows[mids[tops[wc >> 16] << 10 | (wc >> 6 & 0x3FF)] << 6 | (wc & 63)];
     }
     uint16_t code_of(uint32_t row, int pass) const { return codes[row << shift | static_cast<uint32_t>(pass)]; }
@@ -113,7 +115,7 @@ bool expansions_end(gl_locale *locale);
 
 // Builds the arrays of rules whose tables are read: one block of memory. Null when memory is out, or for rules that no compiler
 // writes: more of anything than the arrays can number, weights of 0, special weights that ordinary ones share, unknown characters
-// in expansions or at the beginning of elements. Then the tables alone serve.
+// in expansions or at the beginning of elements, single bytes as elements. Then the tables alone serve.
 gl_collation_maps *build_collation_maps(const gl_collate_info &info);
 
 } // namespace qbgl

@@ -8,11 +8,6 @@ namespace qbgl {
 
 std::string_view CollationKeys::key(std::string_view text) {
     constexpr size_t TERMINATOR = 4;
-    constexpr size_t LONGEST = 1 << 27; // the length of a key is an int, and a byte of text may need 15 of it
-    if (text.size() > LONGEST) {
-        throw SystemFailure{ExitStatus::DATA, fmt::format("{} bytes of text are too many for one sort key", text.size()),
-                            JsonObject().number("bytes", text.size())};
-    }
     text_.assign(text).append(TERMINATOR, '\0');
     for (;;) {
         locale_.error = 0;

@@ -11,9 +11,11 @@ namespace qbgl {
 
 class CollationKeys {
   public:
+    static constexpr size_t LONGEST = 1 << 27; // the length of a key is an int, and a byte of text may need 15 of it
+
     explicit CollationKeys(gl_locale &locale) : locale_(locale) {}
 
-    // The sort key of a text without NUL characters; valid until the next call. Throws SystemFailure.
+    // The sort key of a text of at most LONGEST bytes, without NUL characters; valid until the next call. Throws SystemFailure.
     std::string_view key(std::string_view text);
 
   private:

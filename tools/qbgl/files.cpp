@@ -66,13 +66,11 @@ size_t InputFile::read(char *buffer, size_t size) {
 }
 
 OutputFile::OutputFile(std::string name, const std::vector<std::string> &inputs) : name_(std::move(name)) {
-    if (name_ == STANDARD_STREAM) {
-        name_ = "standard output";
-        return;
-    }
+    const bool is_standard = name_ == STANDARD_STREAM;
+    if (is_standard) name_ = "standard output";
     struct stat output {
     }, input{};
-    const bool exists = stat(name_.c_str(), &output) == 0 && S_ISREG(output.st_mode);
+    const bool exists = (is_standard ? fstat(1, &output) : stat(name_.c_str(), &output)) == 0 && S_ISREG(output.st_mode);
     for (const std::string &other : inputs) {
         const bool known = other == STANDARD_STREAM ? fstat(0, &input) == 0 : stat(other.c_str(), &input) == 0;
         if (exists && known && same_file(output, input)) {
@@ -81,6 +79,7 @@ OutputFile::OutputFile(std::string name, const std::vector<std::string> &inputs)
                                 JsonObject().text("file", name_)};
         }
     }
+    if (is_standard) return;
     descriptor_ = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (descriptor_ < 0) throw file_failure("write", name_);
 }

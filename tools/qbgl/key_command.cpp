@@ -36,7 +36,12 @@ ExitStatus run_key(const KeyRequest &request, const Messages &messages) {
         Progress progress(input.size(), messages);
         LineReader reader([&](char *buffer, size_t size) { return write(), input.read(buffer, size); }, line_end(*locale, false));
         for (Line line{}; reader.next(line);) {
-            check(line, file);
+            try {
+                check(line, file);
+            } catch (const SystemFailure &) {
+                write(); // the lines before it
+                throw;
+            }
             append_digits(lines, keys.key(line.text));
             if (request.with_text) lines.append("\t").append(line.text);
             lines += '\n';

@@ -150,7 +150,7 @@ SystemFailure explain(int error, const std::string &specification) {
     const std::string object = locale_object(file_name_of(specification).value_or(specification));
     const std::string its_object = object.empty() ? "an object of it" : fmt::format("its object {}", printable(object));
     switch (error) {
-    case GL_ENOMEM: return failure(ExitStatus::SYSTEM, "out of memory");
+    case GL_ENOMEM: return in_tree(its_object + " is damaged, or too large for the memory"); // a damaged table can ask for any
     case GL_EVERSION: return in_tree(its_object + " is of another version");
     case GL_EMIXEDCS:
     case GL_ECTYPECS: return failure(ExitStatus::CALL, "its categories are in different codesets");

@@ -42,15 +42,18 @@ size_t memory_size(const std::string &text) {
 SortRules rules_of(const SortRequest &request, const gl_locale &locale) {
     SortRules rules;
     for (const std::string &part : request.parts) rules.parts.push_back(sort_part(part, request.skip_blanks, request.reverse));
-    if (rules.parts.empty()) rules.parts.push_back({{0, 0, request.skip_blanks}, {}, request.reverse});
     rules.reverse = request.reverse;
     rules.by_bytes = !request.stable && !request.unique;
-    if (request.separator.empty()) return rules;
-    rules.separator = encoded(request.separator, category_codeset(locale, GL_CAT_CTYPE));
+    if (rules.parts.empty())
+        rules.parts.push_back({{0, 0, request.skip_blanks}, {}, request.reverse});
+    else if (rules.by_bytes) // lines whose parts sort alike are put in order by all that they have
+        rules.parts.push_back({{}, {}, request.reverse});
+    if (!request.separator) return rules;
+    rules.separator = encoded(*request.separator, category_codeset(locale, GL_CAT_CTYPE));
     const auto size = static_cast<int>(rules.separator.size());
     if (_gl_retrieve_text_multi_nv(rules.separator.c_str(), locale.ctype.codeset_table, nullptr) != size) {
-        throw SystemFailure{ExitStatus::CALL, fmt::format("-t {}: a separator is one character", printable(request.separator)),
-                            JsonObject().text("separator", request.separator)};
+        throw SystemFailure{ExitStatus::CALL, fmt::format("-t {}: a separator is one character", printable(*request.separator)),
+                            JsonObject().text("separator", *request.separator)};
     }
     return rules;
 }
@@ -93,6 +96,9 @@ class Run {
           order_(locale, rules_), check_(locale) {}
 
     ExitStatus check() {
+        if (request_.output != STANDARD_STREAM)
+            return messages_.fail(ExitStatus::CALL, "-c writes no lines: it goes without -o",
+                                  JsonObject().text("file", request_.output));
         if (files_.size() > 1) {
             return messages_.fail(ExitStatus::CALL, fmt::format("-c checks one file; {} is one more", printable(files_[1])),
                                   JsonObject().text("file", files_[1]));

@@ -3,17 +3,18 @@
 
 #include "messages.h"
 
+#include <optional>
 #include <vector>
 
 namespace qbgl {
 
 struct SortRequest {
     std::string locale;
-    std::vector<std::string> files = {}; // none: standard input
-    std::string output = "-";            // may be an input
-    std::vector<std::string> parts = {}; // none: the whole line
-    std::string separator = {};          // UTF-8; empty: blanks
-    std::string memory = {};             // empty: the default
+    std::vector<std::string> files = {};       // none: standard input
+    std::string output = "-";                  // may be an input
+    std::vector<std::string> parts = {};       // none: the whole line
+    std::optional<std::string> separator = {}; // UTF-8; without one, blanks
+    std::string memory = {};                   // empty: the default
     std::string temporary_directory = {};
     bool stable = false, reverse = false, unique = false, skip_blanks = false, zero_terminated = false;
     bool merge = false, check = false, check_quietly = false;

@@ -1,5 +1,6 @@
 #include "text_check.h"
 
+#include "collation_key.h"
 #include "hexadecimal.h"
 #include "locale_handle.h"
 #include "shown_text.h"
@@ -19,6 +20,12 @@ TextCheck::TextCheck(gl_locale &locale) : locale_(locale) {
 }
 
 void TextCheck::operator()(const Line &line, const std::string &file) {
+    if (line.text.size() > CollationKeys::LONGEST) {
+        throw SystemFailure{
+            ExitStatus::DATA,
+            fmt::format("{}:{}: a line of {} bytes is too long for a sort key", shown_name(file), line.number, line.text.size()),
+            JsonObject().text("finding", "long").text("file", file).number("line", line.number)};
+    }
     if (!is_sound(line.text)) throw failure(line, file);
 }
 

@@ -34,8 +34,9 @@ gl_locale *load(const std::filesystem::path &object) {
     if (result == 0) return locale;
     const int error = locale->error;
     gl_lc_unload(locale);
-    if (error == GL_ENOMEM) throw std::bad_alloc();
-    throw DataError(fmt::format("{}: damaged, or no locale object of this version (error {})", object.string(), error));
+    // A damaged table can ask for more memory than there is.
+    const char *const otherwise = error == GL_ENOMEM ? "too large for the memory" : "no locale object of this version";
+    throw DataError(fmt::format("{}: damaged, or {} (error {})", object.string(), otherwise, error));
 }
 
 void sort_unique(std::vector<std::string> &texts) {
