@@ -173,7 +173,7 @@ int run(int argc, char **argv) {
     sub->add_option("NEW", options.target, "another one of the same codeset")->required();
     sub->add_option("-s,--strings", options.strings,
                     "compare the order of this file's lines, in the locales' codeset, instead of that of characters");
-    sub->add_option("-n,--number", options.shown, "how many differences to show (default: 10)")->check(CLI::NonNegativeNumber);
+    sub->add_option("-n,--number", options.shown, "how many differences to show (default: 10)")->check(CLI::Range(0, 1000000000));
     sub->callback([&] { status = diff(options); });
     command("list", "list codeset names, numbers, the platform's names and sources", list);
 
