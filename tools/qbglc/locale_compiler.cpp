@@ -98,7 +98,7 @@ const std::string &LocaleCompiler::collate(const Definition &definition, const T
     const CollationRules &rules = without_copying(*definition.collate);
     const std::string key = std::to_string(reinterpret_cast<uintptr_t>(&rules));
     const CollationOrderPtr &order = orders_.get(key, [&] {
-        const auto made = std::make_shared<const CollationOrder>(rules);
+        auto made = std::make_shared<const CollationOrder>(rules);
         add_warnings({}, made->warnings());
         return made;
     });
