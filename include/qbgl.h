@@ -732,7 +732,10 @@ QBGL_API int gl_full_wcscoll(gl_locale *locale, const gl_wchar *s1, const gl_wch
 
 /* Writes the sort key of a text: bytes that compare, as unsigned bytes, as the texts do. The result is the length of the whole key
  * without the zero byte behind it, or -1 with an error number as above. Nothing is written beyond `capacity` bytes, which may be 0;
- * a result of `capacity` or more says that the key was cut. The key of a shorter capacity begins the key of a longer one. */
+ * a result of `capacity` or more says that the key was cut. The key of a shorter capacity begins the key of a longer one.
+ *
+ * Where the order is that of code values, the key is the text itself. Its bytes then order as the comparison does, but for one-byte
+ * characters above the lead bytes of longer ones (half-width katakana in Shift-JIS), which keys put among those. */
 QBGL_API int gl_wcsxfrm(gl_locale *locale, char *out, const gl_wchar *s, int capacity);
 
 /* What a handle's mbscoll, mbfscoll and mbsxfrm can be; hosts call gl_mbscoll, gl_mbfscoll and gl_mbsxfrm below. */

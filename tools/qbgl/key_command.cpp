@@ -10,7 +10,7 @@ namespace qbgl {
 
 namespace {
 
-// Lower case, in which digits of greater value are greater characters, too.
+// Without formatting them: of a key there are many.
 void append_digits(std::string &text, std::string_view bytes) {
     constexpr const char *DIGITS = "0123456789abcdef";
     for (const char byte : bytes) text += {DIGITS[static_cast<uint8_t>(byte) >> 4], DIGITS[static_cast<uint8_t>(byte) & 0xF]};

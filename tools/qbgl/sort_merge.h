@@ -4,7 +4,8 @@
 #include "lines.h"
 #include "sort_order.h"
 
-#include <memory>
+#include <functional>
+#include <vector>
 
 namespace qbgl {
 

@@ -1,5 +1,7 @@
 #include "sort_order.h"
 
+#include <algorithm>
+
 namespace qbgl {
 
 // Appends a key in such a way that no other one begins with it: a zero byte becomes 00 FF, and 00 00 ends the key. With all bits
