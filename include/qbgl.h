@@ -12,7 +12,8 @@
  *   6. Replacing memory, file, clock and error functions
  *   7. Messages, memory, file search, object-file tokens, lists
  *   8. The byte-sequence table
- *   9. The Unicode extension library
+ *   9. Charmaps: characters and their symbolic names
+ *  10. The Unicode extension library
  *
  * Conventions that hold for every function
  *   - Errors. The first argument `ctx` (a gl_locale, or any record whose first field is an int32_t error number, such as gl_cv)
@@ -23,7 +24,7 @@
  *   - Ownership. The caller keeps what it passes in; nothing is retained after a call returns, unless stated. A record handed
  *     out is released by the one function named with it.
  *   - Threads. A record is used by one thread at a time, but a complete locale handle by any number (section 5). The process-wide
- *     settings (sections 3, 6 and 9) are made before threads share the library.
+ *     settings (sections 3, 6 and 10) are made before threads share the library.
  */
 #ifndef QBGL_H
 #define QBGL_H
@@ -121,9 +122,10 @@ typedef struct gl_desc {
     uint8_t bytes[4];
 } gl_desc;
 
-typedef struct gl_multi gl_multi;   /* a byte-sequence table, section 8 */
-typedef struct gl_locale gl_locale; /* a locale handle, section 5 */
-typedef struct gl_cv gl_cv;         /* an open codeset conversion, section 2 */
+typedef struct gl_multi gl_multi;     /* a byte-sequence table, section 8 */
+typedef struct gl_locale gl_locale;   /* a locale handle, section 5 */
+typedef struct gl_cv gl_cv;           /* an open codeset conversion, section 2 */
+typedef struct gl_charmap gl_charmap; /* a loaded charmap, section 9; begins with an int32_t error number */
 
 /* ------------------------------------------------------------------------------------------------------------------------------
  * 2. Codeset conversion
@@ -387,8 +389,8 @@ typedef struct gl_codeset_maps {
     uint32_t page_count;
     const uint16_t *page_blocks;    /* of each page the number of its 256 cells */
     const gl_character_cell *cells; /* those of a value that is no character are zero */
-    uint8_t single[256];            /* 1 for each byte that is a character */
-    /* Either may be null. 65536 bytes, 1 for each character: of two bytes, by its value; of three, the first E0 to EF and the
+    uint8_t single[256];            /* not 0 for each byte that is a character */
+    /* Either may be null. 65536 bytes, not 0 for each character: of two bytes, by its value; of three, the first E0 to EF and the
      * others 80 to BF, by the 4, 6 and 6 bits behind those. */
     const uint8_t *pairs, *triples;
 } gl_codeset_maps;
@@ -760,6 +762,190 @@ QBGL_API int _glu_mbsxfrm(gl_locale *locale, char *out, const char *s, int capac
 /* Encodes a wide character by the collation table of the locale, as gl_full_wctomb does by the codeset's. */
 QBGL_API int _gl_sl_wctomb(gl_locale *locale, char *buffer, gl_wchar wc);
 
+/* Stepping through multibyte text
+ *
+ * A terminator is as many zero bytes as the codeset's shortest character has. Where a character begins is known from the start of
+ * the text only. Unless stated, a failure is -1 or null with GL_EILSEQ (bytes that are no character), GL_ENULLPTR (a null text) or
+ * what is named with the function. Pointers that are returned point into the caller's text. */
+
+/* The bytes of the codeset's longest and shortest character. */
+QBGL_API int gl_mb_loc_max(gl_locale *locale);
+QBGL_API int gl_mb_loc_min(gl_locale *locale);
+
+/* Writes a terminator; its length. The length of the terminator at s, or 0 when none stands there. */
+QBGL_API int gl_mbsterm(gl_locale *locale, char *dst);
+QBGL_API int gl_ismbsterm(gl_locale *locale, const char *s);
+
+/* The place behind the character at s, a NUL character included. The second form reads at most n bytes: GL_EINVAL when the
+ * character needs more, or n is below 1. */
+QBGL_API char *gl_full_mbsnext(gl_locale *locale, const char *s);
+QBGL_API char *_qbx_gl_full_mbsnext(gl_locale *locale, const char *s, int n);
+
+/* The character before `pos` in the text that begins at `start`, found from there: time proportional to the distance.
+ * GL_EENDBEFORE when pos is not behind start; GL_EINVAL when it is inside a character. */
+QBGL_API char *gl_full_mbsprev(gl_locale *locale, const char *start, const char *pos);
+
+/* The i-th character, counted from 0; GL_ENEGCOUNT for i below 0. The first form does not look for the terminator; the second
+ * stops at it. */
+QBGL_API char *gl_full_getmbsi(gl_locale *locale, const char *s, int i);
+QBGL_API char *gl_getmbsinull(gl_locale *locale, const char *s, int i);
+
+/* Puts a character into the place of the one at `pos`, or of the i-th, and moves the rest of the text, for which the caller
+ * provides the room. Returns pos, or s. The text is unchanged after a failure; GL_ENOMEM is one. */
+QBGL_API char *gl_mbcreplace(gl_locale *locale, char *pos, const char *new_char);
+QBGL_API char *gl_full_putmbsi(gl_locale *locale, char *s, int i, const char *new_char);
+
+/* Lengths without trailing white space: of wide text the characters of class space, of multibyte text those of class blank, both
+ * without control characters. The counts are characters, or bytes for the ...bytes functions. `len` counts characters of wide text
+ * or bytes, or is -1 for terminated text; GL_EBADARG for any other negative one. A wide value that is no character is not white
+ * space: the length counts it, and GL_EILSEQ tells of it. */
+QBGL_API int gl_wcsntslen(gl_locale *locale, const gl_wchar *ws);
+QBGL_API int _qbx_gl_wcsntslen(gl_locale *locale, const gl_wchar *ws, int len);
+QBGL_API int gl_mbsntslen(gl_locale *locale, const char *s);
+QBGL_API int gl_mbsntsbytes(gl_locale *locale, const char *s);
+QBGL_API int _qbx_gl_mbsntsbytes(gl_locale *locale, const char *s, int len);
+/* Where the trailing blanks begin; null, without an error, when there are none. */
+QBGL_API char *gl_mbsp(gl_locale *locale, const char *s);
+/* Cut the trailing white space off; the place of the new terminator, or null when there was none to cut. The wide form cuts control
+ * characters of class space, too. */
+QBGL_API gl_wchar *gl_wcsntstrunc(gl_locale *locale, gl_wchar *ws);
+QBGL_API char *gl_mbsntstrunc(gl_locale *locale, char *s);
+
+/* The bytes before the terminator. Under a locale that the extension serves one byte is taken for it, however long it is. */
+QBGL_API int gl_mbsbytes_nt(gl_locale *locale, const char *s);
+
+/* Width in columns of a terminal: 0 for the NUL character, 2 for a character of the locale's class "full_width", 1 for any other of
+ * class print. What is not printable has none: -1 with GL_EINVAL; but gl_mbwidth gives 1 for any one-byte character. */
+QBGL_API int gl_wcwidth(gl_locale *locale, gl_wchar wc);
+QBGL_API int gl_mbwidth(gl_locale *locale, const char *s);
+/* The width of at most n characters, or of those that begin before `end`, as far as the terminator. -1 with GL_ENEGCOUNT (n),
+ * GL_EENDBEFORE, or GL_EINVAL (a character that is not printable, bytes that are none). gl_mbspwidth sets the number to 0 before it
+ * measures, and tells bytes that are no character by GL_EILSEQ. */
+QBGL_API int gl_wcswidth(gl_locale *locale, const gl_wchar *ws, int n);
+QBGL_API int gl_mbswidth(gl_locale *locale, const char *s, int n);
+QBGL_API int gl_wcspwidth(gl_locale *locale, const gl_wchar *start, const gl_wchar *end);
+QBGL_API int gl_mbspwidth(gl_locale *locale, const char *start, const char *end);
+
+/* Characters and lines on streams
+ *
+ * A character is never cut. Every byte goes through the fgetc and fwrite slots of section 6, or through the reader or writer that
+ * a host passes. The newline is byte 0A, behind as many zero bytes as the codeset's shortest character is longer than one; the wide
+ * one is 10. Failures: GL_EEOF at the end of input, GL_EILSEQ for bytes that are no character, GL_EINVAL when the input ends
+ * inside one, GL_EIO for an error of the stream or a failed write, GL_EREAD for a read that failed with no reason given. What was
+ * read before a failure is not put back. */
+typedef int (*gl_byte_reader)(void *stream);           /* the next byte, or -1 */
+typedef int (*gl_byte_writer)(int byte, void *stream); /* 0, or -1 */
+
+/* Reads one character into `buffer`, which has room for the codeset's longest. 0 or -1; *length is the number of bytes read either
+ * way. */
+QBGL_API int gl_getmb(gl_locale *locale, char *buffer, gl_byte_reader reader, void *stream, int *length);
+/* The same from a FILE: the character's length, or -1. The end of the file is GL_EEOF within a character, too. */
+QBGL_API int gl_full_fgetmb(gl_locale *locale, char *buffer, FILE *stream);
+/* One character as a wide one, or (gl_wchar)-1. */
+QBGL_API gl_wchar gl_full_fgetwc(gl_locale *locale, FILE *stream);
+
+/* Reads a line with its newline, and terminates it. Returns the buffer, or null: GL_E2BIG when line and terminator need more than
+ * `size` bytes, or `count` wide characters. A last line without a newline is not returned: GL_EEOF (of wide characters, GL_EINVAL
+ * when it ends within one). In a single-byte codeset every byte is a character. */
+QBGL_API char *gl_fgetmbs(gl_locale *locale, char *buffer, int size, FILE *stream);
+QBGL_API gl_wchar *gl_fgetwcs(gl_locale *locale, gl_wchar *buffer, int count, FILE *stream);
+
+/* Writes the character at `mb`, of at most max_length bytes (negative: as many as any character has). 0 or -1, without an error
+ * number for a null mb; *count is the number of bytes written, but 0 when a NUL character could not be written whole. The second
+ * form wants a length of 1 or more. */
+QBGL_API int gl_putmb(gl_locale *locale, const char *mb, int max_length, gl_byte_writer writer, void *stream, int *count);
+QBGL_API int _qbx_gl_putmb(gl_locale *locale, const char *mb, int length, gl_byte_writer writer, void *stream, int *count);
+/* The same to a FILE: mb, or null; the value, or (gl_wchar)-1. */
+QBGL_API char *gl_fputmb(gl_locale *locale, const char *mb, FILE *stream);
+QBGL_API gl_wchar gl_fputwc(gl_locale *locale, gl_wchar wc, FILE *stream);
+/* Write terminated text without its terminator. 0 or -1; GL_ENULLPTR for a null text. Of multibyte text that is not well formed
+ * nothing is written. */
+QBGL_API int gl_fputmbs(gl_locale *locale, const char *s, FILE *stream);
+QBGL_API int gl_fputwcs(gl_locale *locale, const gl_wchar *ws, FILE *stream);
+
+/* Numbers
+ *
+ * `base` is 2 to 36; for input also 0, which takes 0x and 0 in front of the digits for bases 16 and 8. Digits are the ASCII ones
+ * and letters. With `grouping` not 0, text is read and written with the thousands separator of LC_NUMERIC between its groups: input
+ * must have it at each of their borders, and nothing behind the digits of an integer. Text behind a number is otherwise no error:
+ * `end`, which may be null, receives the place where reading stopped. An integer and what stands behind it have at most 254
+ * characters; of a real number 256 digits are read before the point, and 255 characters from it on. More is GL_E2BIG, and what fits
+ * is read. */
+
+/* Integers of wide text. Out of range: the nearest value and errno = ERANGE, as the standard's strtol, strtoul and strtoull have
+ * it. Text that breaks the rules of grouping or has, with grouping, more than 255 characters, and for the unsigned functions text
+ * of more than 254 characters, is GL_EINVAL with the result 0x7fffffff (gl_wcstol, gl_wcstoul) or 0x7fffffffffffffff; `end` is left
+ * alone then. Only gl_wcstol knows the locale's signs; one of several characters counts as one in `end`. */
+QBGL_API long gl_wcstol(gl_locale *locale, const gl_wchar *s, gl_wchar **end, int base, int grouping);
+QBGL_API unsigned long gl_wcstoul(gl_locale *locale, const gl_wchar *s, gl_wchar **end, int base, int grouping);
+QBGL_API unsigned long long gl_wcstoull(gl_locale *locale, const gl_wchar *s, gl_wchar **end, int base, int grouping);
+
+/* The same of multibyte text, of which 256 characters are read: 0x7fffffff, or 0xffffffff of gl_mbstoul, with GL_ERANGE for text
+ * that is empty or a number out of range, and without an error number for text that does not convert to anything. -1 when the place
+ * of `end` cannot be told. `end` receives null for text that is GL_EINVAL, and is left alone by the other failures. */
+QBGL_API long gl_mbstol(gl_locale *locale, const char *s, char **end, int base, int grouping);
+QBGL_API unsigned long gl_mbstoul(gl_locale *locale, const char *s, char **end, int base, int grouping);
+
+/* Real numbers, with signs and decimal point of LC_NUMERIC, or of LC_MONETARY where `monetary` is 1; out of range as strtod has it.
+ * 0 with `end` at the beginning for text that is no number, with GL_EINVAL where it breaks the rules of grouping or more than 254
+ * digits and separators follow one another in it; 0 with GL_ENOCONV for a point alone, and with grouping for a minus sign alone.
+ * What the host's setlocale says has no influence. */
+QBGL_API double gl_wcstod(gl_locale *locale, const gl_wchar *s, gl_wchar **end, int grouping);
+QBGL_API double gl_wcstod_num_mon(gl_locale *locale, const gl_wchar *s, gl_wchar **end, int grouping, int monetary);
+/* Of multibyte text: 2147483647 in the cases in which gl_mbstol gives 0x7fffffff for its own part, -1 for a place that cannot be
+ * told. */
+QBGL_API double gl_mbstod(gl_locale *locale, const char *s, char **end, int grouping);
+
+/* Write a number into `size` characters, terminator included, with capital letters for digits above 9. Text that does not fit is
+ * cut, and with grouping empty; it is empty for any other base. The multibyte forms return what the conversion of the wide text to
+ * `size` bytes gives. */
+QBGL_API void gl_ltowcs(gl_locale *locale, gl_wchar *out, int size, long value, int base, int grouping);
+QBGL_API void gl_ultowcs(gl_locale *locale, gl_wchar *out, int size, unsigned long value, int base, int grouping);
+QBGL_API int gl_ltombs(gl_locale *locale, char *out, int size, long value, int base, int grouping);
+QBGL_API int gl_ultombs(gl_locale *locale, char *out, int size, unsigned long value, int base, int grouping);
+
+/* The length of the thousands separator, or decimal point, that begins at `pos` (direction 0) or ends at it (1); 0 when none does.
+ * monetary: 0 for that of LC_NUMERIC, 1 of LC_MONETARY. A search backwards reads as far before pos as the symbol is long. */
+QBGL_API int gl_iswgrpsymb(gl_locale *locale, const gl_wchar *pos, int direction, int monetary);
+QBGL_API int gl_iswcdecml(gl_locale *locale, const gl_wchar *pos, int direction, int monetary);
+/* 1 for "E" or "e", 2 when a sign follows it, otherwise 0. */
+QBGL_API int gl_iswcexponent(const gl_wchar *pos);
+/* The index of the "." or "," behind spaces, a sign and digits of ASCII text, or -1. */
+QBGL_API int gl_getDecimalCharIndex(const char *text);
+
+/* Calendars
+ *
+ * Gregorian, and by the arithmetic rules of each, Hebrew (months of 29 and 30 days from the molad and its four postponements) and
+ * Islamic (30-year cycle with leap years 2, 5, 7, 10, 13, 16, 18, 21, 24, 26, 29; the first day is 18 July 622 of the proleptic
+ * Gregorian calendar). Days begin at midnight in all three. */
+typedef struct gl_tm {
+    int32_t sec, min, hour, extra; /* carried along by the conversions, as are the last three */
+    int32_t mday;                  /* from 1 */
+    int32_t mon;                   /* from 0; a Hebrew leap year has 13. -1 for a date that names its month by the next field */
+    int32_t monname;               /* index of the month's name; 12 and 13 are Adar I and II of a Hebrew leap year */
+    int32_t year;                  /* minus 1900, in any calendar */
+    int32_t wday;                  /* from 0, Sunday */
+    int32_t yday;                  /* from 0 */
+    int32_t isdst, gmtoff, zone;
+} gl_tm;
+
+/* The day of the year from 0, and the day of the week from 0 (Sunday), of a Gregorian date; `mon` is 0 to 11, `year` is in full. */
+QBGL_API int _gl_gregorian_yearday(int mday, int mon, int year);
+QBGL_API int _gl_gregorian_weekday(int mday, int mon, int year);
+
+/* Convert a date; *out may be *in. -1 with zeros out of range: Hebrew dates go from 1 January 1 to 23 February 10000, and back to
+ * 14213; Islamic ones from 18 July 622 to 20 October 10323, the years 1 to 9999. A day beyond its month counts on. There, monname
+ * tells the month where mon is -1; a name that the year lacks is out of range, both -1 give -1 and no date. No error number. */
+QBGL_API int gl_cal_gregorian_to_hebrew(const gl_tm *in, gl_tm *out);
+QBGL_API int gl_cal_hebrew_to_gregorian(const gl_tm *in, gl_tm *out);
+QBGL_API int gl_cal_gregorian_to_islamic(const gl_tm *in, gl_tm *out);
+QBGL_API int gl_cal_islamic_to_gregorian(const gl_tm *in, gl_tm *out);
+/* From and to the calendar of LC_TIME. -1, with the output left alone, where it has none that can be converted. */
+QBGL_API int gl_cal_gregorian_to_local(gl_locale *locale, const gl_tm *in, gl_tm *out);
+QBGL_API int gl_cal_local_to_gregorian(gl_locale *locale, const gl_tm *in, gl_tm *out);
+/* The century of a two-digit year: 57 for a Hebrew calendar, 14 for an Islamic one, otherwise 0. */
+QBGL_API int gl_alt_getcentury(gl_locale *locale);
+
 /* Words by the text they begin
  *
  * A cache maps words, case folded, to values, and finds which of them the text at a position begins with; the shortest counts.
@@ -820,6 +1006,23 @@ static inline int gl_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int
 }
 static inline int gl_wctomb(gl_locale *locale, char *s, gl_wchar wc) { return gl_full_wctomb(locale, s, wc); }
 static inline int gl_mblen(gl_locale *locale, const char *s, int n) { return gl_full_mblen(locale, s, n); }
+static inline char *gl_mbsnext(gl_locale *locale, const char *s) {
+    const gl_codeset_maps *maps = locale->ctype.maps;
+    if (maps && locale->glu_flag[GL_CAT_CTYPE] == 0 && s) {
+        const unsigned char byte = (unsigned char)*s;
+        if (maps->single[byte]) return (char *)s + 1;
+        if (maps->pairs) {
+            if (maps->pairs[(unsigned)byte << 8 | (unsigned char)s[1]]) return (char *)s + 2;
+        } else if (maps->triples && byte > 0xE0 && byte < 0xF0) {
+            const unsigned second = (unsigned char)s[1] ^ 0x80u, third = second < 0x40 ? (unsigned char)s[2] ^ 0x80u : 0x40u;
+            if (third < 0x40 && maps->triples[(byte & 0xFu) << 12 | second << 6 | third]) return (char *)s + 3;
+        }
+    }
+    return gl_full_mbsnext(locale, s);
+}
+static inline char *gl_mbsprev(gl_locale *locale, const char *start, const char *pos) {
+    return gl_full_mbsprev(locale, start, pos);
+}
 static inline gl_wchar gl_towupper(gl_locale *locale, gl_wchar wc) { return _gl_im_towupper(locale, wc); }
 static inline gl_wchar gl_towlower(gl_locale *locale, gl_wchar wc) { return _gl_im_towlower(locale, wc); }
 static inline unsigned gl_iswctype(gl_locale *locale, gl_wchar wc, unsigned mask) {
@@ -1095,7 +1298,61 @@ QBGL_API int _gl_fscanf_multi(FILE *stream, gl_multi *table, int longest_key, gl
 QBGL_API int _gl_fprintf_multi(FILE *stream, gl_multi *table, gl_entry_writer writer);
 
 /* ------------------------------------------------------------------------------------------------------------------------------
- * 9. The Unicode extension library
+ * 9. Charmaps: characters and their symbolic names
+ *
+ * A charmap object lists the characters of one codeset with their names. A symbol is a name between "<" and ">", in which a
+ * backslash takes the "<" or backslash behind it literally; names have at most 127 bytes. Errors go into the record: GL_EBADARG for
+ * an output without room, GL_ENOSYM for bytes that are no character, or a character without a name. A loaded charmap may be shared
+ * by threads, but for the error.
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* Handed out by a load that failed before it had a record: GL_ENOMEM, GL_ENOFILE. Never freed or changed; gl_cm_unload accepts
+ * them. */
+extern QBGL_API const gl_charmap cm_nomem, cm_filer;
+
+/* Loads the charmap of a codeset.
+ *   cm             receives the record; release it with gl_cm_unload, also after a failure
+ *   spec           a codeset name or locale specification; what names no codeset is taken for the file's name itself
+ *   registry_path  registry file for the name, or null
+ *   directory      where the object is, or null: searched as section 7 tells, in "cm3"
+ * Returns 0, or -1: *cm is never null and its error is GL_ENOFILE, GL_EVERSION, GL_EBADFILE or GL_ENOMEM. */
+QBGL_API int gl_cm_load(gl_charmap **cm, const char *spec, const char *registry_path, const char *directory);
+QBGL_API void gl_cm_unload(gl_charmap *cm); /* null is fine */
+
+/* What the object's header says: version of the source, version of the format, name of the codeset (the record's). */
+QBGL_API int gl_cm_srcver(gl_charmap *cm);
+QBGL_API int gl_cm_cmpver(gl_charmap *cm);
+QBGL_API const char *gl_cm_csname(gl_charmap *cm);
+
+/* The bytes of the character at s, of which at most n are read; 0 for a null s, -1 with GL_EILSEQ for none, with GL_EINVAL for one
+ * that n bytes cut. The bytes of the longest and shortest character. */
+QBGL_API int gl_cm_mblen(gl_charmap *cm, const char *s, int n);
+QBGL_API int gl_mb_cm_max(gl_charmap *cm);
+QBGL_API int gl_mb_cm_min(gl_charmap *cm);
+
+/* Text to symbols, one behind the other.
+ *   out      receives the symbols and a zero byte; `outsize` bytes. From the first symbol that does not fit nothing more is written
+ *   in       address of the input pointer, advanced to the end, whether all fitted or not, or to what is no character
+ *   inlen    bytes, or wide characters; below 1: the input ends with a character of zero bytes, or a zero
+ * Returns the bytes written with the zero byte, 0 for empty wide input, or -1. A result tells what fitted: when it may have been
+ * cut, give more room. With an outsize of 0 nothing is written, and the result is 1. */
+QBGL_API int gl_mbstosyms(gl_charmap *cm, char *out, int outsize, const char **in, int inlen);
+QBGL_API int gl_wcstosyms(gl_charmap *cm, char *out, int outsize, const gl_wchar **in, int inlen);
+
+/* Symbols to text, up to the zero byte behind them. Returns the bytes, or wide characters, written with the terminator, which is as
+ * long as the shortest character; or -1: what is no symbol or no name ends the call without an error number. The input pointer is
+ * advanced to the culprit, and the output is terminated. */
+QBGL_API int gl_symstombs(gl_charmap *cm, char *out, int outsize, const char **in);
+QBGL_API int gl_symstowcs(gl_charmap *cm, gl_wchar *out, int outsize, const char **in);
+
+/* All names of the character at s, at most n bytes, as symbols: the first `max` go into slots of GL_SYMBOL_SLOT bytes each. A
+ * symbol that is longer leaves its slot empty. Returns how many there are, or -1; GL_EBADARG for a null list and a positive max,
+ * GL_EILSEQ or GL_EINVAL as gl_cm_mblen. */
+#define GL_SYMBOL_SLOT 143
+QBGL_API int gl_mbtosymlist(gl_charmap *cm, char *out_list, int max, const char *s, int n);
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 10. The Unicode extension library
  *
  * An optional shared object, listed in vrn/etc/dllregistry, that takes over Unicode locales and conversions. It is used when the
  * host allows it with gl_useglu and the environment asks for it with GL_USEGLU (1 or 2).

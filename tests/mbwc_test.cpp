@@ -121,7 +121,7 @@ class Room : public testing::TestWithParam<std::tuple<Codeset (*)(), bool>> {
         }
         locale.single_byte = _gl_multi_max_length(table) == 1;
         model.shortest = static_cast<size_t>(_gl_multi_min_length(table));
-        if (with_maps) locale.ctype.maps = qbgl::build_codeset_maps(locale.ctype);
+        if (with_maps) locale.ctype.maps = qbgl::build_codeset_maps(locale.ctype, 0);
         EXPECT_EQ(locale.ctype.maps != nullptr, with_maps);
     }
     ~Room() override {
@@ -341,7 +341,7 @@ TEST_P(Room, NullTextAndBadLengths) {
 
 TEST_P(Room, MapsDoWithoutMemory) {
     for_each_fault(Operation::allocate, [&](const Faults &faults) {
-        qbgl::CodesetMaps *maps = qbgl::build_codeset_maps(locale.ctype);
+        qbgl::CodesetMaps *maps = qbgl::build_codeset_maps(locale.ctype, 0);
         EXPECT_EQ(maps == nullptr, faults.hit());
         qbgl::free_codeset_maps(maps);
     });

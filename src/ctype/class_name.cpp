@@ -1,5 +1,5 @@
 // Classes by name.
-#include "qbgl.h"
+#include "ctype/class_name.h"
 
 #include <string.h>
 
@@ -20,14 +20,17 @@ constexpr unsigned FIRST_OWN_CLASS = 2048;
 
 } // namespace
 
+unsigned qbgl::own_class(const gl_ctype_info &info, const char *name) {
+    for (int32_t i = 0; i < info.class_count; ++i) {
+        const gl_class_name &own = info.class_list[i];
+        if (strcmp(name, own.name) == 0) return FIRST_OWN_CLASS << (static_cast<uint32_t>(own.bit) % 32);
+    }
+    return 0;
+}
+
 unsigned gl_ctype(gl_locale *locale, const char *class_name) {
     for (const StandardClass &standard : STANDARD_CLASSES) {
         if (strcmp(class_name, standard.name) == 0) return standard.mask;
     }
-    const gl_ctype_info &info = locale->ctype;
-    for (int32_t i = 0; i < info.class_count; ++i) {
-        const gl_class_name &own = info.class_list[i];
-        if (strcmp(class_name, own.name) == 0) return FIRST_OWN_CLASS << (static_cast<uint32_t>(own.bit) % 32);
-    }
-    return 0;
+    return qbgl::own_class(locale->ctype, class_name);
 }

@@ -91,7 +91,7 @@ void find_plain(const CodesetMaps &maps, uint8_t *plain) {
             wc = 0x80 | (value & 0x3F);
             wc |= value < 0x800 ? 0xC000 | (value << 2 & 0x1F00) : 0xE08000 | (value << 2 & 0x3F00) | (value << 4 & 0xF0000);
         }
-        plain[value] = maps.has(wc);
+        plain[value] = maps.traits(wc);
     }
 }
 
@@ -108,7 +108,7 @@ class MapsBuilder {
         return collect_node(*codeset_.root, cases_.root, 0, 1);
     }
 
-    CodesetMaps *assemble(TextShape shape) const {
+    CodesetMaps *assemble(TextShape shape, unsigned full_width) const {
         const uint32_t blocks = pool_.count(), pages = pages_of(shape, page_count_);
         const size_t size = sizeof(CodesetMaps) + blocks * (256 * sizeof(gl_character_cell) + 8 * sizeof(uint32_t)) +
                             pages * sizeof(uint16_t) + plain_values(shape);
@@ -127,6 +127,7 @@ class MapsBuilder {
         maps->page_blocks = page_blocks;
         maps->valid = valid;
         maps->cells = cells;
+        maps->full_width = static_cast<uint16_t>(full_width);
         maps->shape = shape;
         if (shape != TextShape::OTHER) {
             maps->plain = plain;
@@ -224,24 +225,26 @@ bool find_leads(const MultiNode &root, LeadRange (&ranges)[2]) {
 
 } // namespace
 
-CodesetMaps *build_codeset_maps(const gl_ctype_info &info) {
+CodesetMaps *build_codeset_maps(const gl_ctype_info &info, unsigned full_width) {
     MapsBuilder builder(info);
     if (!builder.collect()) return nullptr;
     const MultiNode &root = *info.codeset_table->root;
     LeadRange leads[2] = {};
     TextShape shape = TextShape::OTHER;
-    if (info.codeset_table->max_length > 1 && info.codeset_table->min_length == 1) {
+    // Nothing is read behind a NUL byte, whatever it is.
+    if (info.codeset_table->max_length > 1 && info.codeset_table->min_length == 1 && root.flags[0] == FLAG_END) {
         if (has_continuation_shape(root))
             shape = TextShape::CONTINUATION;
         else if (find_leads(root, leads))
             shape = TextShape::ONE_OR_TWO;
     }
-    CodesetMaps *maps = builder.assemble(shape);
+    CodesetMaps *maps = builder.assemble(shape, full_width);
     if (maps == nullptr) return nullptr;
     maps->leads[0] = leads[0];
     maps->leads[1] = leads[1];
-    std::transform(root.flags, root.flags + 256, maps->single, [](uint8_t flag) -> uint8_t { return flag == FLAG_END; });
+    for (gl_wchar byte = 0; byte < 256; ++byte) maps->single[byte] = root.flags[byte] == FLAG_END ? maps->traits(byte) : 0;
     maps->ascii_plain = memchr(maps->single, 0, 0x80) == nullptr;
+    maps->all_single = memchr(maps->single, 0, 0x100) == nullptr;
     return maps;
 }
 

@@ -21,6 +21,15 @@ struct LeadRange {
     uint8_t first, last;
 };
 
+// What `single` and `plain` tell of a character.
+inline constexpr uint8_t IS_CHARACTER = 1, HAS_WIDTH = 2, HAS_TWO_COLUMNS = 4;
+
+// The same by the classes of a character, one of which may be that of two columns.
+inline uint8_t traits_of(unsigned classes, unsigned full_width) {
+    if ((classes & GL_CLASS_PRINT) == 0) return IS_CHARACTER;
+    return IS_CHARACTER | HAS_WIDTH | ((classes & full_width) != 0 ? HAS_TWO_COLUMNS : 0);
+}
+
 // Block 0 has no character at all. For CONTINUATION all 65536 pages are there.
 struct CodesetMaps : gl_codeset_maps {
     const uint32_t *valid; // block * 8 + place / 32: a bit for each value that is a character
@@ -30,10 +39,12 @@ struct CodesetMaps : gl_codeset_maps {
     uint8_t upper_byte[256]; // a one-byte character whose upper case is one byte; 0 for any other byte, and for NUL
     uint8_t lower_byte[256];
     TextShape shape;
-    LeadRange leads[2]; // ONE_OR_TWO: the second may be empty
-    bool ascii_plain;   // the bytes 0 to 127 are characters of their own
-    // Null for OTHER. 65536 bytes, 1 for each character of the lengths that the shape tells: by its value for ONE_OR_TWO, for
-    // CONTINUATION by the bits behind those that tell its length.
+    LeadRange leads[2];  // ONE_OR_TWO: the second may be empty
+    bool ascii_plain;    // the bytes 0 to 127 are characters of their own
+    bool all_single;     // any byte is a character of its own
+    uint16_t full_width; // mask of the class of characters of two columns, 0 for none
+    // Null for OTHER. 65536 bytes, the traits of each character of the lengths that the shape tells: by its value for ONE_OR_TWO,
+    // for CONTINUATION by the bits behind those that tell its length.
     const uint8_t *plain;
 
     bool has(gl_wchar wc) const {
@@ -41,11 +52,16 @@ struct CodesetMaps : gl_codeset_maps {
         if (page >= page_count) return false;
         return (valid[page_blocks[page] * 8u + (wc >> 5 & 7)] >> (wc & 31) & 1) != 0;
     }
+    // 0 for what the arrays do not have.
+    uint8_t traits(gl_wchar wc) const {
+        return has(wc) ? traits_of(cells[page_blocks[wc >> 8] * 256u + (wc & 255)].classes, full_width) : 0;
+    }
 };
 
 // Builds the arrays of a record whose tables are read: one block of memory, freed with free_codeset_maps. Null when memory is out
-// or the codeset has more of anything than the arrays can number: then the tables alone serve.
-CodesetMaps *build_codeset_maps(const gl_ctype_info &info);
+// or the codeset has more of anything than the arrays can number: then the tables alone serve. `full_width` is the mask of the
+// class of characters of two columns, 0 for none.
+CodesetMaps *build_codeset_maps(const gl_ctype_info &info, unsigned full_width);
 void free_codeset_maps(const gl_codeset_maps *maps);
 
 inline const CodesetMaps *maps_of(const gl_locale *locale) { return static_cast<const CodesetMaps *>(locale->ctype.maps); }

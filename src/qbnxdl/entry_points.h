@@ -46,8 +46,8 @@ inline void *(*fn_glu_lc_open)(void *name, void *map, void *error) = nullptr;
 inline void *(*fn_glu_lc_close)(void *locale) = nullptr;
 inline EntryPoint fn_glu_lc_clone = nullptr;
 inline void *(*fn_glu_getICULocName)(void *locale) = nullptr;
-inline EntryPoint fn_glu_mb_loc_max = nullptr;
-inline EntryPoint fn_glu_mb_loc_min = nullptr;
+inline int (*fn_glu_mb_loc_max)(void *converter) = nullptr;
+inline int (*fn_glu_mb_loc_min)(void *converter) = nullptr;
 
 // Characters. `converter` is the handle of LC_CTYPE; a positive number in the error cell becomes the error number.
 inline int (*fn_glu_case_conv_outbuflen)(void *converter, int n) = nullptr;
@@ -58,14 +58,15 @@ inline EntryPoint fn_glu_uctomb = nullptr;
 inline int (*fn_glu_mbtouc32)(void *converter, gl_wchar *wc, const char *s, int n, int16_t *error) = nullptr;
 inline int (*fn_glu_uc32tomb)(void *converter, char *s, gl_wchar wc, int16_t *error) = nullptr;
 inline int (*fn_glu_mblen)(void *converter, const char *s, int n, int16_t *error) = nullptr;
-inline EntryPoint fn_glu_mbwidth = nullptr;
-inline EntryPoint fn_glu_uc32width = nullptr;
+inline int (*fn_glu_mbwidth)(void *converter, const char *s, int16_t *error) = nullptr;
+inline int (*fn_glu_uc32width)(gl_wchar wc, int16_t *error) = nullptr;
 inline int (*fn_glu_mbtoupper)(void *converter, char *dst, const char *src, int len, int16_t *error) = nullptr;
 inline int (*fn_glu_mbtolower)(void *converter, char *dst, const char *src, int len, int16_t *error) = nullptr;
 inline gl_wchar (*fn_glu_uc32toupper)(void *converter, gl_wchar wc, int16_t *error) = nullptr;
 inline gl_wchar (*fn_glu_uc32tolower)(void *converter, gl_wchar wc, int16_t *error) = nullptr;
-inline EntryPoint fn_glu_fgetuc32 = nullptr;
-inline EntryPoint fn_glu_getmb = nullptr;
+inline gl_wchar (*fn_glu_fgetuc32)(void *converter, FILE *stream, int16_t *error) = nullptr;
+inline int (*fn_glu_getmb)(void *converter, char *buffer, gl_byte_reader reader, void *stream, int *length,
+                           int16_t *error) = nullptr;
 
 // Strings.
 inline EntryPoint fn_glu_mbstoucs = nullptr;
@@ -74,9 +75,9 @@ inline int (*fn_glu_mbstoucs32)(void *converter, gl_wchar *dst, int n, const cha
 inline int (*fn_glu_ucs32tombs)(void *converter, void *dst, int n, const void *src, int len, void *error) = nullptr;
 inline EntryPoint fn_glu_ucstoucs32 = nullptr;
 inline int (*fn_glu_ucs32toucs)(void *, void *, int, void *, int) = nullptr;
-inline EntryPoint fn_glu_mbsprev = nullptr;
-inline EntryPoint fn_glu_mbsnext = nullptr;
-inline EntryPoint fn_glu_mbsntsbytes = nullptr;
+inline char *(*fn_glu_mbsprev)(void *converter, const char *start, const char *pos, int16_t *error) = nullptr;
+inline char *(*fn_glu_mbsnext)(void *converter, const char *s, int n, int16_t *error) = nullptr;
+inline int (*fn_glu_mbsntsbytes)(void *converter, const char *s, int len, int16_t *error) = nullptr;
 inline int (*fn_glu_mbstoupper)(void *converter, char *dst, const char *src, int16_t *error) = nullptr;
 inline int (*fn_glu_mbstolower)(void *converter, char *dst, const char *src, int16_t *error) = nullptr;
 inline int (*fn_glu_ucs32toupper)(void *converter, gl_wchar *dst, const gl_wchar *src, int16_t *error) = nullptr;
@@ -86,12 +87,12 @@ inline EntryPoint fn_glu_mbsbytes = nullptr;
 inline EntryPoint fn_glu_ucs32len = nullptr;
 inline EntryPoint fn_glu_ucs32uc32 = nullptr;
 inline EntryPoint fn_glu_mbschr = nullptr;
-inline EntryPoint fn_glu_mbswidth = nullptr;
-inline EntryPoint fn_glu_ucs32width = nullptr;
-inline EntryPoint fn_glu_mbspwidth = nullptr;
-inline EntryPoint fn_glu_ucs32pwidth = nullptr;
+inline int (*fn_glu_mbswidth)(void *converter, const char *s, int n, int16_t *error) = nullptr;
+inline int (*fn_glu_ucs32width)(const gl_wchar *s, int n, int16_t *error) = nullptr;
+inline int (*fn_glu_mbspwidth)(void *converter, const char *start, const char *end, int16_t *error) = nullptr;
+inline int (*fn_glu_ucs32pwidth)(const gl_wchar *start, const gl_wchar *end, int16_t *error) = nullptr;
 inline EntryPoint fn_glu_getmbsi = nullptr;
-inline EntryPoint fn_glu_putmbsi = nullptr;
+inline char *(*fn_glu_putmbsi)(void *converter, char *s, int i, const char *new_char, int16_t *error) = nullptr;
 
 // Collation.
 inline EntryPoint fn_glu_ucscoll = nullptr;

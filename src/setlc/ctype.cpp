@@ -6,6 +6,7 @@
 //   PAIRS                            then for each pair: UPPERCASELOWERCASE, eight hexadecimal digits each
 //   GROWTH                           behind the last pair, on its line; nothing stands for 4.0
 #include "ctype/case_maps.h"
+#include "ctype/class_name.h"
 #include "ext/error.h"
 #include "mbwc/maps.h"
 #include "mbwc/walk.h"
@@ -185,7 +186,7 @@ int qbgl::read_ctype(FILE *file, gl_locale *locale) {
         return -1;
     }
     locale->case_growth = sufficient_growth(info, growth);
-    if (CodesetMaps *maps = build_codeset_maps(info)) {
+    if (CodesetMaps *maps = build_codeset_maps(info, own_class(info, FULL_WIDTH_CLASS))) {
         build_case_maps(info, *maps);
         info.maps = maps;
     }

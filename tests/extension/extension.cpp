@@ -112,10 +112,26 @@ int glu_ucs32toupper(void *a, void *b, void *c, int16_t *error) { return answer(
 int glu_ucs32tolower(void *a, void *b, void *c, int16_t *error) { return answer(error, 6, a, b, c); }
 int glu_case_conv_outbuflen(void *a, int b) { return digits(7, a, b); }
 
+int glu_mb_loc_max(void *a) { return digits(2, a); }
+int glu_mb_loc_min(void *a) { return digits(3, a); }
+void *glu_mbsnext(void *a, void *b, int c, int16_t *error) { return as_pointer(answer(error, 1, a, b, c)); }
+void *glu_mbsprev(void *a, void *b, void *c, int16_t *error) { return as_pointer(answer(error, 2, a, b, c)); }
+void *glu_putmbsi(void *a, void *b, int c, void *d, int16_t *error) { return as_pointer(answer(error, 3, a, b, c, d)); }
+int glu_mbsntsbytes(void *a, void *b, int c, int16_t *error) { return answer(error, 4, a, b, c); }
+int glu_mbswidth(void *a, void *b, int c, int16_t *error) { return answer(error, 5, a, b, c); }
+int glu_mbspwidth(void *a, void *b, void *c, int16_t *error) { return answer(error, 6, a, b, c); }
+int glu_ucs32pwidth(void *a, void *b, int16_t *error) { return answer(error, 7, a, b); }
+int glu_ucs32width(void *a, int b, int16_t *error) { return answer(error, 8, a, b); }
+int glu_uc32width(uint32_t a, int16_t *error) { return answer(error, 9, a); }
+int glu_mbwidth(void *a, void *b, int16_t *error) { return answer(error, 1, a, b); }
+
 int glu_mbscoll(void *a, void *b, int c, void *d, int e, int16_t *error) { return answer(error, 8, a, b, c, d, e); }
 int glu_mbsxfrm(void *a, void *b, void *c, int d, int16_t *error) { return answer(error, 9, a, b, c, d); }
 int glu_ucs32coll(void *a, void *b, int c, void *d, int e, int16_t *error) { return answer(error, 1, a, b, c, d, e); }
 int glu_ucs32xfrm(void *a, void *b, void *c, int d, int16_t *error) { return answer(error, 2, a, b, c, d); }
+
+int extension_getmb(void *a, void *b, void *c, void *d, void *e, int16_t *error) { return answer(error, 3, a, b, c, d, e); }
+uint32_t glu_fgetuc32(void *a, void *b, int16_t *error) { return static_cast<uint32_t>(answer(error, 4, a, b)); }
 
 void glu_useIcuCvtCall() { abort(); }
 void glu_cv_open() { abort(); }

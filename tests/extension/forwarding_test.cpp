@@ -1,6 +1,7 @@
 // The calls of a locale that the extension library serves.
 #include "extension.h"
 
+#include "multi/table.h"
 #include "qbgl.h"
 #include "qbnxdl/entry_points.h"
 
@@ -13,6 +14,7 @@ constexpr int UNTOUCHED = 99;
 
 char *bytes(intptr_t address) { return reinterpret_cast<char *>(address); }
 gl_wchar *wides(intptr_t address) { return reinterpret_cast<gl_wchar *>(address); }
+intptr_t number(const void *address) { return reinterpret_cast<intptr_t>(address); }
 
 // Makes every call. Its answer is the entry point's own digit and its arguments', 7 and 8 being the handles of the two categories;
 // or the last number while no extension is loaded.
@@ -35,12 +37,23 @@ void call_all(gl_locale *l, auto expect) {
     expect(gl_tombslower(l, bytes(1), bytes(2)), 4712, -1);
     expect(gl_towcsupper(l, wides(1), wides(2)), 5712, -1);
     expect(gl_towcslower(l, wides(1), wides(2)), 6712, -1);
+    expect(number(gl_full_mbsnext(l, bytes(1))), 1709, 0);
+    expect(number(_qbx_gl_full_mbsnext(l, bytes(1), 2)), 1712, 0);
+    expect(number(gl_full_mbsprev(l, bytes(1), bytes(2))), 2712, 0);
+    expect(number(gl_full_putmbsi(l, bytes(1), 2, bytes(3))), 37123, 0);
+    expect(gl_mbsntsbytes(l, bytes(1)), 4709, -1);
+    expect(gl_mbswidth(l, bytes(1), 2), 5712, -1);
+    expect(gl_mbspwidth(l, bytes(1), bytes(2)), 6712, -1);
+    expect(gl_wcspwidth(l, wides(1), wides(2)), 712, -1);
+    expect(gl_wcswidth(l, wides(1), 2), 812, -1);
     expect(_glu_mbscoll(l, bytes(1), bytes(2)), 880919, 0);
     expect(_glu_mbfscoll(l, bytes(1), 3, bytes(2), 4), 881324, 0);
     expect(_glu_mbsxfrm(l, bytes(1), bytes(2), 3), 98123, -1);
     expect(gl_full_wcscoll(l, wides(1), wides(2)), 180919, 0);
     expect(_qbx_gl_full_wcscoll(l, wides(1), 3, wides(2), 4), 181324, 0);
     expect(gl_wcsxfrm(l, bytes(1), wides(2), 3), 28123, -1);
+    expect(gl_getmb(l, bytes(1), reinterpret_cast<gl_byte_reader>(2), bytes(3), reinterpret_cast<int *>(4)), 371234, -1);
+    expect(static_cast<int>(gl_full_fgetwc(l, reinterpret_cast<FILE *>(5))), 475, -1);
 }
 
 TEST(Forwarding, HandsOverArgumentsAnswersAndErrors) {
@@ -62,9 +75,15 @@ TEST(Forwarding, HandsOverArgumentsAnswersAndErrors) {
     }
     EXPECT_EQ(_gl_im_iswctype(&locale, 1, 2), 612U); // these two have neither cell nor, the first one, handle
     EXPECT_EQ(gl_case_conv_outbuflen(&locale, 9), 779);
+    EXPECT_TRUE(gl_mb_loc_max(&locale) == 27 && gl_mb_loc_min(&locale) == 37);
+    gl_multi table = {};
+    locale.ctype.codeset_table = &table;                                               // of the codeset, which has the terminator
+    EXPECT_TRUE(gl_wcwidth(&locale, 5) == 95 && gl_mbwidth(&locale, bytes(1)) == 171); // behind a question for class print
+    locale.error = UNTOUCHED;
     qbgl::clear_entry_points(); // what is left of a locale when the extension is unloaded under it
     call_all(&locale, [](int64_t result, int, int without) { EXPECT_EQ(result, without); });
     EXPECT_TRUE(_gl_im_iswctype(&locale, 1, 2) == 0 && gl_case_conv_outbuflen(&locale, 9) == -1);
+    EXPECT_TRUE(gl_mb_loc_max(&locale) == -1 && gl_mb_loc_min(&locale) == -1);
     EXPECT_EQ(locale.error, UNTOUCHED);
     EXPECT_EQ(qbnx_dlclose(&library), 0);
 }

@@ -1,0 +1,61 @@
+// Widths of characters, and their sums.
+#pragma once
+
+#include "ctype/case.h"
+#include "ctype/class_name.h"
+#include "mbwc/maps.h"
+
+#include <stddef.h>
+
+namespace qbgl {
+
+// Adds up without a branch for each character: what has no width is found at the end.
+class WidthSum {
+  public:
+    void add(unsigned traits) {
+        quarters_ += traits + 1; // 4 for one column, 8 for two
+        all_ &= traits;
+    }
+    void add_four(unsigned a, unsigned b, unsigned c, unsigned d) {
+        quarters_ += a + b + c + d + 4;
+        all_ &= a & b & c & d;
+    }
+    // Columns, or -1.
+    int width() const { return (all_ & HAS_WIDTH) != 0 ? static_cast<int>(quarters_ / 4) : -1; }
+
+  private:
+    static_assert((IS_CHARACTER | HAS_WIDTH) + 1 == 4 && (IS_CHARACTER | HAS_WIDTH | HAS_TWO_COLUMNS) + 1 == 8);
+    size_t quarters_ = 0;
+    unsigned all_ = HAS_WIDTH;
+};
+
+// The traits of any wide character of a codeset; 0 for none.
+class WideTraits {
+  public:
+    explicit WideTraits(gl_locale *locale)
+        : maps_(locale->ctype.maps != nullptr ? *maps_of(locale) : NO_MAPS), table_(locale->ctype.codeset_table),
+          full_width_(locale->ctype.maps != nullptr ? maps_.full_width : gl_ctype(locale, FULL_WIDTH_CLASS)) {}
+
+    uint8_t of(gl_wchar wc) const { return wc >> 8 < maps_.page_count ? maps_.traits(wc) : look_up(wc); }
+    const CodesetMaps &maps() const { return maps_; }
+    // The mask of the class of characters of two columns.
+    unsigned full_width() const { return full_width_; }
+
+  private:
+    [[gnu::noinline]] uint8_t look_up(gl_wchar wc) const {
+        const void *entry = _gl_retrieve_wchar_multi_nl(nullptr, wc, table_);
+        return entry != nullptr ? traits_of(entry_value(entry), full_width_) : 0;
+    }
+
+    const CodesetMaps &maps_;
+    const gl_multi *table_;
+    unsigned full_width_;
+};
+
+// The bits behind those that tell the length of a character of two or three bytes, in a codeset with continuation bytes.
+inline uint32_t continued_bits(gl_wchar wc) { return (wc >> 4 & 0xF000) | (wc >> 2 & 0xFC0) | (wc & 0x3F); }
+
+// The width of wide text; -1, without an error number, when a character has none.
+int wide_width(gl_locale *locale, const gl_wchar *begin, const gl_wchar *end);
+
+} // namespace qbgl

@@ -1,0 +1,115 @@
+// Stepping through multibyte text, in codesets of every shape.
+#include "support/every_codeset.h"
+#include "support/faults.h"
+
+#include <climits>
+#include <random>
+#include <sys/mman.h>
+
+namespace {
+
+using namespace qbgl_test;
+
+// Memory that ends where no page is.
+class Guarded {
+  public:
+    explicit Guarded(std::string_view text) : text_(pages_ + PAGE - text.size()) {
+        EXPECT_EQ(mprotect(pages_ + PAGE, PAGE, PROT_NONE), 0);
+        text.copy(text_, text.size());
+    }
+    Guarded &operator=(Guarded &&) = delete;
+    ~Guarded() { munmap(pages_, 2 * PAGE); }
+    operator char *() const { return text_; }
+
+  private:
+    static constexpr size_t PAGE = 4096;
+    char *const pages_ = static_cast<char *>(mmap(nullptr, 2 * PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    char *const text_;
+};
+
+TEST(Steps, LeadToTheCharactersOfText) {
+    everywhere(std::identity(), [](const Codeset &codeset, gl_locale *l) {
+        std::mt19937 random{7};
+        std::vector<std::string> characters;
+        for (const Character &character : codeset.characters)
+            if (wide(character.bytes) != 0) characters.push_back(character.bytes);
+        std::shuffle(characters.begin(), characters.end(), random);
+        std::string text;
+        for (const std::string &character : characters) text += character;
+        const std::string end = codeset.encode(std::string(1, '\0'));
+        const auto count = static_cast<int>(characters.size()), shortest = static_cast<int>(end.size());
+        const Guarded s(text + end);
+        std::vector<gl_wchar> wides(characters.size() + 1);
+        ASSERT_EQ(gl_mbstowcs(l, wides.data(), s, count + 1), count);
+        char *at = s;
+        for (int i = 0; i < count; ++i) {
+            const auto length = static_cast<int>(characters[i].size());
+            const Guarded cut(characters[i].substr(0, length - 1));
+            ASSERT_EQ(wides[i], wide(characters[i]));
+            ASSERT_TRUE(gl_full_mbsnext(l, at) == at + length && gl_mbsnext(l, at) == at + length) << i;
+            ASSERT_TRUE(_qbx_gl_full_mbsnext(l, at, length) == at + length && _qbx_gl_full_mbsnext(l, at, INT_MAX) == at + length);
+            ASSERT_TRUE(_qbx_gl_full_mbsnext(l, cut, length - 1) == nullptr && take_error(l) == GL_EINVAL);
+            ASSERT_TRUE(gl_full_getmbsi(l, s, i) == at && gl_getmbsinull(l, s, i) == at && gl_ismbsterm(l, at) == 0);
+            ASSERT_EQ(gl_full_mbsprev(l, s, at + length), at) << i;
+            ASSERT_TRUE(length == 1 || (gl_full_mbsprev(l, s, at + 1) == nullptr && take_error(l) == GL_EINVAL));
+            at += length;
+        }
+        EXPECT_TRUE(gl_getmbsinull(l, s, count + 10) == at && gl_full_getmbsi(l, s, count + 1) == at + shortest);
+        EXPECT_EQ(gl_mbsbytes_nt(l, s), at - s);
+        EXPECT_TRUE(gl_ismbsterm(l, at) == shortest && gl_mb_loc_min(l) == shortest);
+        EXPECT_EQ(gl_mb_loc_max(l), _gl_multi_max_length(l->ctype.codeset_table));
+        EXPECT_TRUE(gl_mbsterm(l, s) == shortest && gl_mbsbytes_nt(l, s) == 0);
+        EXPECT_EQ(std::string(s, end.size() + 1), end + text[end.size()]);
+        EXPECT_TRUE(shortest == 1 || gl_ismbsterm(l, Guarded(std::string("\0A", 2))) == 0);
+    });
+}
+
+TEST(Steps, Fail) {
+    everywhere(std::identity(), [](const Codeset &codeset, gl_locale *l) {
+        const std::string text = codeset.encode("ab");
+        char *const s = const_cast<char *>(text.c_str());
+        EXPECT_TRUE(fails(l, gl_full_mbsprev(l, s, s), GL_EENDBEFORE) && fails(l, gl_full_mbsprev(l, s + 1, s), GL_EENDBEFORE));
+        EXPECT_TRUE(fails(l, gl_full_getmbsi(l, nullptr, -1), GL_ENEGCOUNT) &&
+                    fails(l, gl_getmbsinull(l, nullptr, 0), GL_ENULLPTR));
+        EXPECT_TRUE(fails(l, gl_full_putmbsi(l, s, -1, "a"), GL_ENEGCOUNT) &&
+                    fails(l, gl_full_putmbsi(l, nullptr, 1, "a"), GL_ENULLPTR));
+        EXPECT_TRUE(fails(l, gl_mbcreplace(l, nullptr, "a"), GL_ENULLPTR) && fails(l, gl_mbcreplace(l, s, nullptr), GL_ENULLPTR));
+        EXPECT_TRUE(fails(l, gl_mbsbytes_nt(l, nullptr), GL_ENULLPTR) && fails(l, _qbx_gl_full_mbsnext(l, s, 0), GL_EINVAL) &&
+                    fails(l, gl_full_mbsnext(l, nullptr), GL_ENULLPTR));
+        if (l->single_byte != 0) return;
+        const Guarded bad(text + "\xFF\xFF");
+        char *const culprit = bad + text.size();
+        EXPECT_TRUE(fails(l, gl_full_mbsnext(l, culprit), GL_EILSEQ) && fails(l, _qbx_gl_full_mbsnext(l, culprit, 2), GL_EILSEQ));
+        EXPECT_TRUE(fails(l, gl_full_getmbsi(l, bad, 3), GL_EILSEQ) && fails(l, gl_getmbsinull(l, bad, 3), GL_EILSEQ));
+        EXPECT_TRUE(fails(l, gl_full_mbsprev(l, bad, culprit + 1), GL_EILSEQ) && fails(l, gl_mbsbytes_nt(l, bad), GL_EILSEQ));
+    });
+}
+
+TEST(Replacement, MovesTheTail) {
+    everywhere(std::identity(), [](const Codeset &codeset, gl_locale *l) {
+        const std::string short_one = codeset.encode("b"), long_one = codeset.characters.back().bytes,
+                          end = codeset.encode({"\0", 1});
+        const std::string text = short_one + long_one + short_one + end;
+        const std::string grown = long_one + long_one + short_one + end, shrunk = short_one + short_one + short_one + end;
+        std::string room(64, '?');
+        char *const s = room.data();
+        room.replace(0, text.size(), text);
+        EXPECT_TRUE(gl_full_putmbsi(l, s, 0, s + short_one.size()) == s && room.starts_with(grown)); // from the text itself
+        EXPECT_TRUE(gl_full_putmbsi(l, s, 0, short_one.c_str()) == s && room.starts_with(text));
+        EXPECT_EQ(gl_mbcreplace(l, s + short_one.size(), short_one.c_str()), s + short_one.size());
+        EXPECT_TRUE(room.starts_with(shrunk));
+        for_each_fault(Operation::allocate, Lasting::once, [&](const Faults &faults) {
+            room.replace(0, text.size(), text);
+            const bool put = gl_full_putmbsi(l, s, 0, long_one.c_str()) == s;
+            EXPECT_TRUE(put != faults.hit() && room.starts_with(faults.hit() ? text : grown) &&
+                        take_error(l) == (faults.hit() ? GL_ENOMEM : UNTOUCHED));
+        });
+        if (l->single_byte != 0) return;
+        const std::string bad = short_one + long_one + short_one + "\xFF\xFF" + end;
+        room.replace(0, bad.size(), bad);
+        for (const auto &[place, with] : {std::pair(0, "\xFF\xFF"), {0, short_one.c_str()}, {3, short_one.c_str()}})
+            EXPECT_TRUE(gl_full_putmbsi(l, s, place, with) == nullptr && take_error(l) == GL_EILSEQ && room.starts_with(bad));
+    });
+}
+
+} // namespace

@@ -1,0 +1,50 @@
+// A check under locales in codesets of every shape, with the look-up arrays and by the tables alone.
+#pragma once
+
+#include "locale_object.h"
+
+#include <gtest/gtest.h>
+
+namespace qbgl_test {
+
+inline constexpr int UNTOUCHED = 99;
+inline int take_error(gl_locale *l) { return std::exchange(l->error, UNTOUCHED); }
+
+// Whether a call failed, with -1 or null, and told this error.
+template <class Result> bool fails(gl_locale *l, Result result, int error) {
+    return result == (std::is_pointer_v<Result> ? Result(0) : Result(-1)) && take_error(l) == error;
+}
+
+// Characters of four bytes behind a lead of their own.
+inline Codeset euctw_codeset() {
+    Codeset codeset{"euctw", ascii_characters()};
+    for (const char *lead : {"\xC4", "\x8E\xA2\xA1", "\x8E\xA3\xA1"}) add_uncased(codeset, lead, 0xA1, 0xFE);
+    return codeset;
+}
+
+// Characters of four bytes behind leads that pairs have, too.
+inline Codeset gb18030_codeset() {
+    Codeset codeset{"gb18030", ascii_characters()};
+    add_uncased(codeset, "\x81", 0x40, 0x7E);
+    add_uncased(codeset, "\x81\x30\x81", 0x30, 0x39);
+    return codeset;
+}
+
+// `prepare` makes of a codeset what the locale is loaded from. `check` has to take the errors that it causes.
+template <class Prepare, class Check> void everywhere(Prepare prepare, Check check) {
+    for (const Codeset &shape : {single_byte_codeset(), sjis_codeset(), eucjp_codeset(), utf8_codeset(), two_byte_codeset(),
+                                 euctw_codeset(), gb18030_codeset()}) {
+        const Codeset codeset = prepare(shape);
+        const Locale locale = load_locale(LocaleObject(codeset));
+        ASSERT_EQ(take_error(locale.get()), 0);
+        for (const bool arrays : {true, false}) {
+            SCOPED_TRACE(codeset.name + (arrays ? ", arrays" : ", tables"));
+            const gl_codeset_maps *const kept = std::exchange(locale->ctype.maps, arrays ? locale->ctype.maps : nullptr);
+            check(codeset, locale.get());
+            EXPECT_EQ(take_error(locale.get()), UNTOUCHED);
+            locale->ctype.maps = kept;
+        }
+    }
+}
+
+} // namespace qbgl_test
