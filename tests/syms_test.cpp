@@ -1,0 +1,341 @@
+// Charmaps: loading objects, characters to symbols and back, within the room that callers give.
+#include "support/files.h"
+
+#include "qbgl.h"
+#include "syms/charmap.h"
+
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+#include <sstream>
+
+namespace {
+
+using namespace qbgl_test;
+using std::string;
+using namespace std::string_literals;
+
+const string HEADER =
+    "FILE_TYPE=charmap_object\nCOMPILER_VERSION=3\nHEADER_LENGTH=5\nCODESET=test\nSOURCE_VERSION=7\n### CHARMAP\n";
+// One and two bytes; names that need escapes; ranges that carry and outgrow their digits; definitions that hide earlier ones.
+const string RECORDS = "s 3 NUL 1 00\ns 1 A 1 41\ns 5 alpha 1 41\ns 3 a<b 1 42\ns 3 a\\b 1 43\ns 1 D 1 44\ns 1 D 1 45\n"
+                       "r 5 j0101 101 5 2 81fe\nr 2 k8 8 4 2 9040\nr 5 j0103 103 2 2 91ff\nr 5 m0000 0 3 2 8300\nr 2 q1 1 1 2 "
+                       "8200\ns 5 j0999 2 9040\n";
+const string TWO_BYTE_RECORDS = "s 3 NUL 2 0000\ns 1 A 2 0041\nr 2 u0 0 256 2 3000\ns 4 face 4 d83dde00\n";
+
+struct Charmap {
+    explicit Charmap(const string &text, const char *name = "t.cmo") {
+        write_file(directory / name, text);
+        result = gl_cm_load(&cm, name, nullptr, directory.path().c_str());
+    }
+    Charmap &operator=(Charmap &&) = delete;
+    ~Charmap() { gl_cm_unload(cm); }
+
+    string symbols(const string &text, int length) {
+        const char *in = text.data();
+        cm->error = 0;
+        string out(2000, '?');
+        const int size = gl_mbstosyms(cm, out.data(), 2000, &in, length);
+        consumed = static_cast<int>(in - text.data());
+        return size < 0 ? "-1" : out.substr(0, static_cast<size_t>(size) - 1);
+    }
+    string symbols(const string &text) { return symbols(text, static_cast<int>(text.size())); }
+    string text(const string &symbols) {
+        const char *in = symbols.c_str();
+        cm->error = 0;
+        string out(2000, '?');
+        const int size = gl_symstombs(cm, out.data(), 2000, &in);
+        consumed = static_cast<int>(in - symbols.c_str());
+        return size < 0 ? "-1" : out.substr(0, static_cast<size_t>(size - gl_mb_cm_min(cm)));
+    }
+
+    TempDir directory;
+    gl_charmap *cm = nullptr;
+    int result = 0, consumed = 0;
+};
+
+string replaced(string text, const string &from, const string &to) { return text.replace(text.find(from), from.size(), to); }
+
+TEST(LoadCharmap, TellsHeaderAndTakesTheFirst21CharactersOfAName) {
+    const Charmap charmap(replaced(HEADER, "CODESET=test", "CODESET=" + string(30, 'x')) + RECORDS);
+    ASSERT_EQ(charmap.result, 0);
+    EXPECT_EQ(gl_cm_csname(charmap.cm), string(21, 'x'));
+    EXPECT_EQ(gl_cm_srcver(charmap.cm), 7);
+    EXPECT_EQ(gl_cm_cmpver(charmap.cm), 3);
+    EXPECT_EQ(gl_mb_cm_max(charmap.cm), 2);
+    EXPECT_EQ(gl_mb_cm_min(charmap.cm), 1);
+}
+
+TEST(LoadCharmap, RefusesWhatIsMalformed) {
+    const auto header = [](const string &from, const string &to) { return replaced(HEADER, from, to) + RECORDS; };
+    const string longest(127, 'n');
+    const std::pair<string, int> cases[] = {
+        {header("charmap_object", "locale_object"), GL_EBADFILE},
+        {header("VERSION=3", "VERSION=4"), GL_EVERSION},
+        {header("VERSION=3\n", "VERSION=3 \n"), GL_EVERSION},
+        {header("HEADER_LENGTH=5", "HEADER_LINES=5"), GL_EBADFILE},
+        {header("HEADER_LENGTH=5", "HEADER_LENGTH=99"), GL_EBADFILE},
+        {header("SOURCE_VERSION=7", "SOURCE_VERSION=x"), GL_EBADFILE},
+        {header("CODESET=test", "X=" + string(124, 'x')), 0}, // 127 bytes with the newline fit
+        {header("CODESET=test", "X=" + string(125, 'x')), GL_EBADFILE},
+        {replaced(HEADER, "### CHARMAP\n", ""), GL_EBADFILE},
+        {HEADER, 0},
+        {HEADER + "s 127 " + longest + " 1 41\n", 0},
+        {HEADER + "s 128 " + longest + "n 1 41\n", GL_EBADFILE},
+        {HEADER + "s 2 A 1 41\n", GL_EBADFILE},
+        {HEADER + "x 1 A 1 41\n", GL_EBADFILE},
+        {HEADER + "s 1 A 1 41", GL_EBADFILE},
+        {HEADER + "s 1 A 1 41 \n", GL_EBADFILE},
+        {HEADER + "s 1 A 1 4g\n", GL_EBADFILE},
+        {HEADER + "s 1 A 0 \n", GL_EBADFILE},
+        {HEADER + "s 1 A 5 4142434445\n", GL_EBADFILE},
+        {HEADER + "s 1 A 1 41\ns 1 B 2 4142\n", GL_EBADFILE},
+        {HEADER + "s 1 B 2 4142\ns 1 A 1 41\n", GL_EBADFILE},
+        {HEADER + "s 1 A 1 41\ns 1 B 1 41\n", 0},
+        {HEADER + "r 2 a1 1 2 1 fe\n", 0},
+        {HEADER + "r 2 a1 1 3 1 fe\n", GL_EBADFILE},
+        {HEADER + "r 2 a1 1 2 4 ffffffff\n", GL_EBADFILE},
+        {HEADER + "r 2 a1 1 0 1 41\n", GL_EBADFILE},
+        {HEADER + "r 2 a1 -1 2 1 41\n", GL_EBADFILE},
+        {HEADER + "r 2 a1 2147483646 2 1 41\n", GL_EBADFILE},
+        {HEADER + "r 2 a1 1 2097153 3 000000\n", GL_EBADFILE},
+        {HEADER + "r 2 a1 1 2097151 3 000000\ns 1 A 3 f00000\ns 1 A 3 f00001\n", GL_EBADFILE},
+    };
+    for (const auto &[text, error] : cases) {
+        const Charmap charmap(text);
+        EXPECT_EQ(charmap.cm->error, error) << text;
+        EXPECT_EQ(charmap.result, error == 0 ? 0 : -1);
+        if (error == 0) continue;
+        const char *in = "A";
+        char out[8];
+        EXPECT_EQ(gl_mbstosyms(charmap.cm, out, 8, &in, 1), -1);
+        EXPECT_EQ(gl_symstombs(charmap.cm, out, 8, &in), -1);
+        EXPECT_EQ(gl_cm_mblen(charmap.cm, in, 1), -1);
+        EXPECT_EQ(charmap.cm->error, error); // that of the load stays
+    }
+}
+
+TEST(LoadCharmap, FindsTheFileByCodesetOrName) {
+    const TempDir tree;
+    write_file(tree / "vrn/cm3/registry", "sjis 57350\n");
+    write_file(tree / "vrn/cm3/e006.cmo", HEADER + RECORDS);
+    write_file(tree / "vrn/cm3/own.cmo", HEADER + RECORDS);
+    const ScopedEnv base("QUORBANEDIR", tree.path()), path("GL_PATH", nullptr);
+    const string directory = tree / "vrn/cm3";
+    const struct {
+        const char *spec, *directory;
+        int number; // -1: not found
+    } cases[] = {
+        {"sjis", nullptr, 57350},        {"ja_JP.sjis", directory.c_str(), 57350},      {"own.cmo", nullptr, GL_NO_CODESET},
+        {"latin-1", nullptr, -1},        {"own.cmo", directory.c_str(), GL_NO_CODESET}, {"none.cmo", directory.c_str(), -1},
+        {nullptr, directory.c_str(), -1}};
+    for (const auto &one : cases) {
+        gl_charmap *cm = nullptr;
+        EXPECT_EQ(gl_cm_load(&cm, one.spec, nullptr, one.directory), one.number < 0 ? -1 : 0);
+        if (one.number < 0)
+            EXPECT_EQ(cm, &cm_filer);
+        else
+            EXPECT_EQ(cm->codeset_number, one.number);
+        gl_cm_unload(cm);
+    }
+    EXPECT_EQ(cm_filer.error, GL_ENOFILE);
+    EXPECT_EQ(cm_nomem.error, GL_ENOMEM);
+}
+
+TEST(Symbols, NamesAndCharacters) {
+    Charmap charmap(HEADER + RECORDS);
+    const std::pair<string, string> both_ways[] = {{"\x42", "<a\\<b>"},
+                                                   {"\x43", "<a\\\\b>"},
+                                                   {"\x45", "<D>"},
+                                                   {"\x41", "<alpha>"},
+                                                   {"\x81\xFE", "<j0101>"},
+                                                   {"\x83\x00"s, "<m0000>"},
+                                                   {"\x83\x02", "<m0002>"},
+                                                   {"\x90\x41", "<k9>"},
+                                                   {"\x90\x40", "<j0999>"},
+                                                   {"\x91\xFF", "<j0103>"},
+                                                   {"\x42\x83\x01\x41", "<a\\<b><m0001><alpha>"}};
+    for (const auto &[bytes, symbols] : both_ways) {
+        EXPECT_EQ(charmap.symbols(bytes), symbols);
+        EXPECT_EQ(charmap.text(symbols), bytes);
+    }
+    EXPECT_EQ(charmap.text("<\\A><A><k8>"), "AA\x90\x40"); // hidden names stand for their characters
+    EXPECT_EQ(charmap.symbols("\x44"), "<D>");
+    EXPECT_EQ(charmap.symbols("\x90\x42"), "<k10>"); // the digits of the range outgrown, the name leads nowhere
+    for (const char *none : {"<k10>", "<j0100>", "<j0106>", "<j106>", "<j01010>", "<m0003>", "<>", "<A", "<A\\", "A",
+                             "<99999999999>", "<j99999999999999999999>"}) {
+        EXPECT_EQ(charmap.text("<A>"s + none), "-1") << none;
+        EXPECT_EQ(charmap.consumed, 3);
+        EXPECT_EQ(charmap.cm->error, 0);
+    }
+    EXPECT_EQ(charmap.text("<" + string(300, 'A') + ">"), "-1");
+    EXPECT_EQ(charmap.text("<j0102><j0103><j0105>"), "\x81\xFF\x91\xFF\x82\x02"); // of two ranges, the later
+    EXPECT_EQ(charmap.symbols("\x82\x00"s), "<j0103>");                           // the first range of the file
+}
+
+TEST(Symbols, InputEndsWhereItShould) {
+    Charmap charmap(HEADER + RECORDS);
+    EXPECT_EQ(charmap.symbols("A\0B"s, 0), "<alpha>");
+    EXPECT_EQ(charmap.consumed, 1);
+    EXPECT_EQ(charmap.symbols("A\0B"s, 3), "<alpha><NUL><a\\<b>");
+    for (const string bad : {"\xFF", "\x81", "\x81\x41"}) { // no character, a cut one, a wrong second byte
+        EXPECT_EQ(charmap.symbols("A" + bad), "-1");
+        EXPECT_EQ(charmap.cm->error, GL_ENOSYM);
+        EXPECT_EQ(charmap.consumed, 1);
+    }
+    EXPECT_EQ(gl_cm_mblen(charmap.cm, "\x81\xFE", 2), 2);
+    EXPECT_EQ(gl_cm_mblen(charmap.cm, "\x81\xFE", 1), -1);
+    EXPECT_EQ(charmap.cm->error, GL_EINVAL);
+    EXPECT_EQ(gl_cm_mblen(charmap.cm, "", 1), 1);
+    EXPECT_EQ(gl_cm_mblen(charmap.cm, nullptr, 1), 0);
+
+    Charmap two(HEADER + TWO_BYTE_RECORDS);
+    EXPECT_EQ(two.symbols("\0A\x30\0\xD8\x3D\xDE\0\0\0\0A"s, 0), "<A><u0><face>");
+    EXPECT_EQ(two.consumed, 8);
+    EXPECT_EQ(two.text("<A>"), "\0A"s);
+}
+
+TEST(Symbols, WideCharacters) {
+    Charmap charmap(HEADER + RECORDS), two(HEADER + TWO_BYTE_RECORDS);
+    const auto wide_symbols = [](gl_charmap *cm, const std::vector<gl_wchar> &text, int length, long consumed) {
+        const gl_wchar *in = text.data();
+        std::vector<char> out(text.size() * 16 + 1, '?');
+        const int size = gl_wcstosyms(cm, out.data(), static_cast<int>(out.size()), &in, length);
+        EXPECT_EQ(in - text.data(), consumed);
+        return size <= 0 ? std::to_string(size) : string(out.data(), static_cast<size_t>(size) - 1);
+    };
+    EXPECT_EQ(wide_symbols(charmap.cm, {0x41, 0x81FE, 0, 0x42}, 0, 2), "<alpha><j0101>");
+    EXPECT_EQ(wide_symbols(charmap.cm, {0x41, 0, 0x42}, 3, 3), "<alpha><NUL><a\\<b>");
+    EXPECT_EQ(wide_symbols(charmap.cm, {0x41, 0xFF}, 2, 1), "-1");
+    EXPECT_EQ(wide_symbols(charmap.cm, {0x4141}, 1, 1), "<alpha><alpha>"); // behind the input is nothing to advance to
+    EXPECT_EQ(wide_symbols(charmap.cm, {0}, 0, 0), "0");
+    EXPECT_EQ(wide_symbols(two.cm, {0x41, 0xD83DDE00, 0}, 0, 2), "<A><face>");
+    string expected; // more than any block
+    std::vector<gl_wchar> text;
+    for (unsigned i = 0; i < 3000; ++i) {
+        text.push_back(i % 3 == 0 ? 0x41 : 0x9040);
+        expected += i % 3 == 0 ? "<alpha>" : "<j0999>";
+    }
+    EXPECT_EQ(wide_symbols(charmap.cm, text, 3000, 3000), expected);
+
+    const char *in = "<alpha><j0101>";
+    gl_wchar out[3] = {9, 9, 9};
+    EXPECT_EQ(gl_symstowcs(charmap.cm, out, 3, &in), 3);
+    EXPECT_EQ(std::vector<gl_wchar>(out, out + 3), (std::vector<gl_wchar>{0x41, 0x81FE, 0}));
+}
+
+// Every size of the output, with a canary behind.
+TEST(Symbols, RoomOfEverySize) {
+    Charmap charmap(HEADER + RECORDS), two(HEADER + TWO_BYTE_RECORDS);
+    const string text = "AB\x81\xFE", symbols = "<alpha><a\\<b><j0101>";
+    const size_t ends[] = {0, 7, 13, 20};
+    for (int size = -1; size <= 25; ++size) {
+        string out(30, '?');
+        const char *in = text.c_str();
+        const int result = gl_mbstosyms(charmap.cm, out.data(), size, &in, 0);
+        size_t fits = 0;
+        for (const size_t end : ends)
+            if (static_cast<int>(end) < size) fits = end;
+        EXPECT_EQ(result, static_cast<int>(fits) + 1) << size;
+        EXPECT_EQ(in, text.c_str() + text.size());
+        const string expected = size > 0 ? symbols.substr(0, fits) + '\0' : "";
+        EXPECT_EQ(out, expected + string(30 - expected.size(), '?')) << size;
+    }
+    for (int size = -1; size <= 8; ++size) {
+        string out(12, '?');
+        const char *in = "<A><A>";
+        two.cm->error = 0;
+        EXPECT_EQ(gl_symstombs(two.cm, out.data(), size, &in), size < 6 ? -1 : 6);
+        EXPECT_EQ(two.cm->error, size < 6 ? GL_EBADARG : 0);
+        const string expected = size < 2 ? "" : size < 4 ? "\0\0"s : size < 6 ? "\0A\0\0"s : "\0A\0A\0\0"s;
+        EXPECT_EQ(out, expected + string(12 - expected.size(), '?')) << size;
+        gl_wchar wide[4] = {9, 9, 9, 9};
+        in = "<A><A>";
+        EXPECT_EQ(gl_symstowcs(two.cm, wide, size, &in), size < 3 ? -1 : 3);
+        for (int i = std::max(size, 0); i < 4; ++i) EXPECT_EQ(wide[i], 9U);
+    }
+}
+
+TEST(Symbols, ListOfAllNames) {
+    const string escapes(80, '<');
+    Charmap charmap(HEADER + RECORDS + "s 80 " + escapes + " 1 7e\ns 1 t 1 7e\n");
+    const auto names = [&](const string &bytes, int max) {
+        string out(static_cast<size_t>(std::max(max, 0) + 1) * GL_SYMBOL_SLOT, '?');
+        const int count = gl_mbtosymlist(charmap.cm, out.data(), max, bytes.data(), static_cast<int>(bytes.size()));
+        string result = std::to_string(count);
+        for (int i = 0; i < std::min(count, max); ++i) result += " "s + &out[static_cast<size_t>(i) * GL_SYMBOL_SLOT];
+        EXPECT_EQ(out.substr(out.size() - GL_SYMBOL_SLOT), string(GL_SYMBOL_SLOT, '?'));
+        return result;
+    };
+    EXPECT_EQ(names("A", 9), "2 <alpha> <A>");
+    EXPECT_EQ(names("A", 1), "2 <alpha>");
+    EXPECT_EQ(names("A", 0), "2");
+    EXPECT_EQ(names("\x90\x40", 9), "2 <j0999> <k8>");
+    EXPECT_EQ(names("\x82\x00"s, 9), "2 <j0103> <q1>"); // ranges in the order of the file
+    EXPECT_EQ(names("~", 9), "2 <t> ");                 // a symbol longer than its slot
+    EXPECT_EQ(gl_mbtosymlist(charmap.cm, nullptr, 0, "A", 1), 2);
+    EXPECT_EQ(gl_mbtosymlist(charmap.cm, nullptr, 1, "A", 1), -1);
+    EXPECT_EQ(charmap.cm->error, GL_EBADARG);
+    EXPECT_EQ(gl_mbtosymlist(charmap.cm, nullptr, 0, "\xFF", 1), -1);
+    EXPECT_EQ(charmap.cm->error, GL_EILSEQ);
+}
+
+// The objects of the tree, read here a second time: whatever a name or character leads to is a pair that the object lists.
+TEST(Symbols, EveryCharacterOfTheTree) {
+#ifdef __SANITIZE_ADDRESS__
+    constexpr size_t STEP = 17;
+#else
+    constexpr size_t STEP = 1;
+#endif
+    size_t objects = 0, pairs_seen = 0;
+    for (const auto &entry : std::filesystem::directory_iterator(QBGL_TREE "/vrn/cm3")) {
+        if (entry.path().extension() != ".cmo") continue;
+        SCOPED_TRACE(entry.path());
+        std::istringstream file(read_file(entry.path()));
+        string line, name, hexadecimal;
+        while (std::getline(file, line) && line != "### CHARMAP") {
+        }
+        std::set<std::pair<string, string>> pairs;
+        char type;
+        size_t length;
+        while (file >> type >> length >> name) {
+            unsigned long start = 0, count = 1, bytes;
+            if (type == 'r') file >> start >> count;
+            file >> bytes >> hexadecimal;
+            const unsigned long first = std::stoul(hexadecimal, nullptr, 16);
+            const size_t stem = type == 'r' ? name.find_last_not_of("0123456789") + 1 : 0;
+            for (unsigned long i = 0; i < count; ++i) {
+                string number = std::to_string(start + i), character;
+                number.insert(0, name.size() - stem - std::min(name.size() - stem, number.size()), '0');
+                for (unsigned long b = bytes; b-- > 0;) character += static_cast<char>((first + i) >> (8 * b));
+                pairs.emplace(type == 'r' ? name.substr(0, stem) + number : name, character);
+            }
+        }
+        gl_charmap *cm = nullptr;
+        const string stem = entry.path().stem();
+        ASSERT_EQ(gl_cm_load(&cm, (stem + ".cmo").c_str(), nullptr, QBGL_TREE "/vrn/cm3"), 0);
+        size_t i = 0;
+        for (const auto &[symbol, character] : pairs) {
+            if (i++ % STEP != 0) continue;
+            char symbols[GL_SYMBOL_SLOT], bytes[8];
+            const char *in = character.data(), *back = symbols;
+            const int size = gl_mbstosyms(cm, symbols, sizeof symbols, &in, static_cast<int>(character.size()));
+            ASSERT_GT(size, 1) << symbol;
+            const int there = gl_symstombs(cm, bytes, sizeof bytes, &back) - gl_mb_cm_min(cm);
+            const string found(symbols + 1, static_cast<size_t>(size) - 3);
+            ASSERT_TRUE(pairs.contains({found, character})) << symbol << " became " << found;
+            ASSERT_TRUE(there > 0 && pairs.contains({found, string(bytes, static_cast<size_t>(there))})) << found;
+            const string own = "<" + symbol + ">";
+            back = own.c_str();
+            const int size_of_own = gl_symstombs(cm, bytes, sizeof bytes, &back) - gl_mb_cm_min(cm);
+            ASSERT_TRUE(size_of_own > 0 && pairs.contains({symbol, string(bytes, static_cast<size_t>(size_of_own))})) << symbol;
+        }
+        gl_cm_unload(cm);
+        ++objects;
+        pairs_seen += pairs.size();
+    }
+    EXPECT_GE(objects, 70U);
+    EXPECT_GE(pairs_seen, 500000U);
+}
+
+} // namespace
