@@ -1,5 +1,6 @@
 // The compiler's own parts; that the objects convert as the platform does is the oracle's matter.
 #include "catalogue.h"
+#include "charmap_object.h"
 #include "conversion_object.h"
 #include "error.h"
 #include "join.h"
@@ -71,6 +72,9 @@ TEST(Charmap, ErrorsNameFileLineAndConstruct) {
         {"<U0042>..<U0041> /x41\n", "cm:7: range runs backward: <U0042>..<U0041> /x41"},
         {"<U0041>..<U0043> /xfe\n", "cm:7: range runs past the last byte: <U0041>..<U0043> /xfe"},
         {"<a01>..<a03> /xfe\n", "cm:7: range of names that are not <Uxxxx>: <a01>..<a03> /xfe"},
+        {"<a01>...<a03> /xfe\n", "cm:7: range runs past the last byte: <a01>...<a03> /xfe"},
+        {"<a01>...<b03> /x41\n", "cm:7: names of a range that do not count in decimal: <a01>...<b03> /x41"},
+        {"<a02>...<a01> /x41\n", "cm:7: names of a range that do not count in decimal: <a02>...<a01> /x41"},
         {"<UD800> /x41\n", "cm:7: not a character of Unicode: <UD800> /x41"},
         {"<U0041 /x41\n", "cm:7: name is not closed by >: <U0041 /x41"},
         {"x\n", "cm:7: <name> expected: x"},
@@ -146,6 +150,46 @@ TEST(ConversionObject, RefusesWhatNoReaderCouldTake) {
     EXPECT_THROW(conversion_header({std::string(127, 'x')}), DataError);
 }
 
+TEST(CharmapObject, ListsAllNamesSoThatTheFirstOfSeveralCounts) {
+    const auto body = [](const std::string &lines, char32_t below = CODE_LIMIT) {
+        const std::string object = charmap_object(symbolic_names(charmap(lines), below), "");
+        return object.substr(object.find('\n') + 1);
+    };
+    const std::pair<const char *, const char *> cases[] = {
+        {"<j0101>...<j0104> /d129/d254\n<j0105> /d130/d002\n", "r 5 j0101 101 5 2 81fe\n"},
+        // Three at least; names count in decimal, bytes in binary; nothing grows.
+        {"<a1> /x81\n<a2> /x82\n<b3> /x83\n<b4> /x84\n<b5> /x86\n",
+         "s 2 a1 1 81\ns 2 a2 1 82\ns 2 b3 1 83\ns 2 b4 1 84\ns 2 b5 1 86\n"},
+        {"<U00F8>..<U00FB> /xf8\n", "s 5 U00F8 1 f8\ns 5 U00F9 1 f9\ns 5 U00FA 1 fa\ns 5 U00FB 1 fb\n"},
+        {"<x8> /x81\n<x9> /x82\n<x10> /x83\n", "s 2 x8 1 81\ns 2 x9 1 82\ns 3 x10 1 83\n"},
+        {"<U00010100>..<U00010103> /x81\n", "r 9 U00010100 10100 4 1 81\n"},
+        // What is found first stands last: the file's first name of a character, and of a name's characters one that is written.
+        {"<p> /x81\n<q> /x81\n%IRREVERSIBLE%<r> /x82\n<r> /x83\n<r> /x84\n<p> /x81\n<s> /x85\n",
+         "s 1 s 1 85\ns 1 r 1 82\ns 1 r 1 84\ns 1 r 1 83\ns 1 q 1 81\ns 1 p 1 81\n"},
+        // A value that characters of two lengths share stands in no range.
+        {"<a1> /x81\n<a2> /x82\n<a3> /x83\n<b> /x00/x82\n", "s 2 a1 1 81\ns 2 a3 1 83\ns 1 b 2 0082\ns 2 a2 1 82\n"},
+        {"<U003C> /x4c\n<U0041> /xc1\n<U0009> /x05\n<tab> /x06\n",
+         "s 3 tab 1 06\ns 1 A 1 c1\ns 14 less-than-sign 1 4c\ns 2 HT 1 05\ns 5 U0009 1 05\ns 5 U0041 1 c1\ns 5 U003C 1 4c\n"},
+    };
+    for (const auto &[lines, expected] : cases) EXPECT_EQ(body(lines), expected) << lines;
+    EXPECT_EQ(body("<U20000> /x81\n<U00020001> /x82\n", 0x20001), "s 6 U20000 1 81\n"); // the first is no code's name
+    EXPECT_EQ(charmap_header("t", {"X=1"}), "FILE_TYPE=charmap_object\nCOMPILER_VERSION=3\nHEADER_LENGTH=6\nCODESET=t\n"
+                                            "SOURCE_VERSION=1\nX=1\n");
+}
+
+TEST(CharmapObject, RefusesWhatNoReaderCouldKeep) {
+    const auto compiled = [](const std::string &lines) {
+        return message([&] { charmap_object(symbolic_names(charmap(lines)), ""); });
+    };
+    const std::string tail = ", and cannot stand in a charmap object", longest(127, 'n');
+    EXPECT_EQ(compiled("<" + longest + "> /x41\n"), "no error");
+    EXPECT_EQ(compiled("<" + longest + "n> /x41\n"), "cm:7: the name <" + longest + "n> has more than 127 bytes" + tail);
+    EXPECT_EQ(compiled("<U0042> /x42\n<a b> /x41\n"), "cm:8: the name <a b> has white space in it" + tail);
+    EXPECT_EQ(compiled("<> /x41\n"), "cm:7: the name <> is empty" + tail);
+    EXPECT_EQ(compiled("<a> /x41\n<b> /x41/x42\n"), "4142: a character that begins another one, or that another one begins");
+    EXPECT_EQ(compiled(""), "a charmap without characters");
+}
+
 TEST(Catalogue, RefusesContradictions) {
     const std::pair<const char *, const char *> cases[] = {
         {"a 1 - charmap A\na 2 - charmap B\n", "f:2: a: has another number above"},
@@ -189,15 +233,17 @@ TEST(Tree, IsBuiltOnceSkippedAndCleanedUp) {
         Library library(data);
         return build_tree(library, root / "out", 2, [](size_t, size_t) {});
     };
-    EXPECT_EQ(build().written, 2u);
+    EXPECT_EQ(build().written, 3u);
+    EXPECT_TRUE(read_file(objects / "../cm3/0001.cmo").ends_with("\ns 3 NUL 1 00\ns 5 U0000 1 00\ns 5 U0041 1 41\n"));
     EXPECT_EQ(fs::read_symlink(objects / "uno_two.cvo"), "00010002.cvo");
     EXPECT_EQ(read_file(objects / "../cm3/registry").substr(0, 1), "#");
     const std::string first = read_file(objects / "00020001.cvo");
 
-    for (const char *name : {"00050006.cvo", "00010002.cvo.9.new", "notes"}) qbgl_test::write_file(objects / name, "stale");
+    for (const char *name : {"00050006.cvo", "00010002.cvo.9.new", "notes", "../cm3/0007.cmo"})
+        qbgl_test::write_file(objects / name, "stale");
     const TreeReport report = build();
     EXPECT_EQ(report.written, 0u);
-    EXPECT_EQ(report.removed, 2u);
+    EXPECT_EQ(report.removed, 3u);
     EXPECT_TRUE(fs::exists(objects / "notes")) << "the user's";
 
     fs::remove(objects / "00020001.cvo");

@@ -14,6 +14,8 @@ namespace qbgl::compiler {
 namespace {
 
 constexpr std::string_view BLANKS = " \t\r";
+constexpr size_t DECIMAL_ELLIPSIS = 3;
+constexpr uint32_t MOST_OF_RANGE = 1 << 21; // more than any codeset has
 
 std::optional<unsigned> number(std::string_view text, int base) {
     unsigned value = 0;
@@ -142,29 +144,44 @@ class Reader {
         return text[0];
     }
 
-    bool ellipsis() {
+    size_t ellipsis() {
         const size_t dots = std::min(rest_.find_first_not_of('.'), rest_.size());
-        if (dots == 0) return false;
-        if (dots < 2 || dots > 4) fail("malformed range");
+        if (dots == 1 || dots > 4) fail("malformed range");
         rest_.remove_prefix(dots);
-        return true;
+        return dots;
     }
 
-    // <first> or <first>..<last>; the codes when both are <Uxxxx>.
+    // <first> or <first>..<last>; the codes when both are <Uxxxx>. Other names count in decimal, between three dots.
     struct Names {
         std::string first;
         std::optional<char32_t> from, to;
+        uint32_t count = 1;
     };
     Names names() {
         Names result{symbol(), {}, {}};
         result.from = result.to = code_of(result.first);
-        if (ellipsis()) {
-            result.to = code_of(symbol());
-            if (!result.from || !result.to) fail("range of names that are not <Uxxxx>");
+        if (const size_t dots = ellipsis()) {
+            const std::string last = symbol();
+            result.to = code_of(last);
+            if (!result.from && !result.to && dots == DECIMAL_ELLIPSIS)
+                result.count = count_of(result.first, last);
+            else if (!result.from || !result.to)
+                fail("range of names that are not <Uxxxx>");
         }
         if (result.from && (!is_scalar_value(*result.from) || !is_scalar_value(*result.to))) fail("not a character of Unicode");
         skip_blanks();
         return result;
+    }
+
+    // How many names there are from one to the other.
+    uint32_t count_of(const std::string &first, const std::string &last) const {
+        const size_t digits = first.size() - std::min(first.find_last_not_of("0123456789") + 1, first.size());
+        const auto from = number(std::string_view(first).substr(first.size() - digits), 10);
+        const auto to = digits <= last.size() ? number(std::string_view(last).substr(last.size() - digits), 10) : std::nullopt;
+        if (!from || !to || last.size() != first.size() || *to < *from || *to - *from >= MOST_OF_RANGE ||
+            first.compare(0, first.size() - digits, last, 0, last.size() - digits) != 0)
+            fail("names of a range that do not count in decimal");
+        return *to - *from + 1;
     }
 
     // /xhh, /dddd or /ooo, one to four times.
@@ -194,7 +211,9 @@ class Reader {
         const Names name = names();
         const Sequence first = bytes();
         if (!name.from) {
-            charmap_.symbols.push_back({name.first, first, decode_only_, line_});
+            const uint32_t last = Sequence::big_endian(UINT32_MAX, first.length).value();
+            if (name.count - 1 > last - first.value()) fail("range runs past the last byte");
+            charmap_.symbols.push_back({name.first, first, decode_only_, line_, name.count});
             return;
         }
         if (*name.to < *name.from) fail("range runs backward");
@@ -225,6 +244,13 @@ class Reader {
 };
 
 } // namespace
+
+std::string Charmap::numbered(const std::string &name, uint32_t offset) {
+    const size_t stem = name.find_last_not_of("0123456789") + 1;
+    if (offset == 0 || stem == name.size()) return name;
+    const auto first = number(std::string_view(name).substr(stem), 10);
+    return fmt::format("{}{:0{}}", name.substr(0, stem), first.value_or(0) + offset, name.size() - stem);
+}
 
 Charmap parse_charmap(std::string_view text, const std::string &file) { return Reader(text, file).read(); }
 

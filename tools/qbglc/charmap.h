@@ -18,12 +18,14 @@ struct Charmap {
         bool decode_only; // %IRREVERSIBLE%: the bytes stand for the code, but are never written for it
         uint32_t line;
     };
-    // A line whose name is another symbol; the file does not say which code that is.
+    // A line whose name is another symbol; the file does not say which code that is. <j0101>...<j0104> stands for `count` of them:
+    // the decimal number at the end of the name goes up, and so does that of the bytes.
     struct Symbol {
-        std::string name;
+        std::string name; // of the first
         Sequence bytes;
         bool decode_only;
         uint32_t line;
+        uint32_t count = 1;
     };
     // A line of the WIDTH section. A range runs from one name to the other in the order of the CHARMAP section.
     struct Width {
@@ -52,6 +54,14 @@ struct Charmap {
                 ++bytes.bytes[bytes.length - 1u]; // the reader has made sure that the last byte has room
         }
     }
+
+    // Calls with (name, bytes) for every name of a symbol line.
+    template <class Function> void for_each(const Symbol &symbol, Function function) const {
+        for (uint32_t i = 0; i < symbol.count; ++i)
+            function(numbered(symbol.name, i), Sequence::big_endian(symbol.bytes.value() + i, symbol.bytes.length));
+    }
+    // The name whose number is `offset` above that at the end of the given one, with at least as many digits.
+    static std::string numbered(const std::string &name, uint32_t offset);
 
     // The UTF-8 charmap has ranges that run past a last byte of BF: there the next sequence is that of the next code.
     bool steps_in_utf8() const { return codeset == "UTF-8"; }

@@ -17,6 +17,7 @@ namespace qbgl::compiler {
 
 // The character of a name of the portable character set: "A", "space", "left-square-bracket".
 std::optional<char32_t> portable_character(std::string_view name);
+std::vector<std::pair<std::string, char32_t>> portable_names(); // all of them
 
 // Where a line stands. The file name is shared by all places of a file.
 struct Place {

@@ -116,4 +116,15 @@ std::optional<char32_t> portable_character(std::string_view name) {
     return found->code;
 }
 
+std::vector<std::pair<std::string, char32_t>> portable_names() {
+    std::vector<std::pair<std::string, char32_t>> result;
+    for (const Name &entry : NAMES) result.emplace_back(entry.name, entry.code);
+    for (const char first : {'A', 'a'})
+        for (int i = 0; i < 26; ++i) {
+            const auto letter = static_cast<char>(first + i);
+            result.emplace_back(std::string(1, letter), static_cast<char32_t>(letter));
+        }
+    return result;
+}
+
 } // namespace qbgl::compiler

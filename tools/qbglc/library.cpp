@@ -86,6 +86,14 @@ std::vector<bool> Library::full_width(const Codeset &codeset, const WidthSection
     return compiler::full_width(codeset, utf8_widths_);
 }
 
+std::optional<std::filesystem::path> Library::charmap(size_t index) const {
+    using Kind = CodesetSource::Kind;
+    const Catalogue::Codeset &codeset = catalogue_.codesets()[index];
+    if (codeset.source.kind == Kind::CHARMAP || codeset.source.kind == Kind::CHARMAP_ICONV)
+        return charmap_path(codeset.source.argument);
+    return width_charmap(codeset);
+}
+
 const std::vector<bool> &Library::full_width(size_t index) {
     const CodesetPtr codeset = this->codeset(index);
     Item &item = items_[index];

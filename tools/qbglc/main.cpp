@@ -1,4 +1,5 @@
 // qbglc: compiles the platform's charmaps and locale definitions into the objects that the library reads.
+#include "charmap_object.h"
 #include "conversion_object.h"
 #include "error.h"
 #include "locale_compiler.h"
@@ -91,6 +92,22 @@ void locale(const Options &options) {
     write_output(options.output.empty() ? name : options.output, object);
 }
 
+void charmap(const Options &options) {
+    Library library(options.data_directory());
+    std::string name, object;
+    if (const auto index = library.catalogue().find(options.source)) {
+        name = fmt::format("{:04x}", library.catalogue().codesets()[*index].number);
+        object = charmap_object(symbolic_names(library, *index), charmap_header(library, *index));
+    } else {
+        if (!fs::is_regular_file(options.source))
+            throw DataError(options.source + ": neither a codeset of the recipes nor a charmap file");
+        const Charmap own = load_charmap(options.source);
+        name = fs::path(options.source).stem().string();
+        object = charmap_object(symbolic_names(own), charmap_header(own.codeset.empty() ? name : own.codeset, {}));
+    }
+    write_output(options.output.empty() ? name + ".cmo" : options.output, object);
+}
+
 void tree(const Options &options) {
     Library library(options.data_directory());
     const bool terminal = isatty(STDERR_FILENO) == 1;
@@ -102,8 +119,9 @@ void tree(const Options &options) {
     for (const std::string &text : report.left_out) warn("locale left out: " + text);
     if (report.inexact > 0)
         warn(fmt::format("{} remarks on the order of texts, which `qbglc locale` makes in full", report.inexact));
-    fmt::print("{}: {} locales, {} conversions with {} names: {} objects written, {} old files removed\n", options.directory,
-               report.locales - report.left_out.size(), report.conversions, report.links, report.written, report.removed);
+    fmt::print("{}: {} locales, {} conversions with {} names, {} charmaps: {} objects written, {} old files removed\n",
+               options.directory, report.locales - report.left_out.size(), report.conversions, report.links, report.charmaps,
+               report.written, report.removed);
 }
 
 // For a script, "they differ" must not look like "they could not be compared": what is wrong with the objects counts as a wrong
@@ -161,6 +179,10 @@ int run(int argc, char **argv) {
     sub->add_option("-o,--output", options.output, "file to write, - for standard output (default: DEFINITION.CODESET.lco)");
     sub->add_option("--calendar", options.calendar, "calendar of dates (default: gregorian)")
         ->check(CLI::IsMember({"gregorian", "hebrew", "islamic", "arabic"}));
+    sub = command("charmap", "write the object of a codeset's symbolic names", charmap);
+    sub->add_option("CODESET", options.source, "codeset name or number, or a charmap file")->required();
+    sub->add_option("-o,--output", options.output,
+                    "file to write, - for standard output (default: the codeset's number, or the file's name, and .cmo)");
     sub = command("registry", "write the registry of codeset names and numbers", [](const Options &o) {
         write_output(o.output.empty() ? "-" : o.output, Catalogue::load(o.data_directory()).registry());
     });

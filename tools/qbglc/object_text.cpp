@@ -41,9 +41,10 @@ class MemoryStream {
 
 } // namespace
 
-std::string object_header(std::string_view file_type, unsigned version, const std::vector<std::string> &lines, size_t further) {
+std::string object_header(std::string_view file_type, unsigned version, const std::vector<std::string> &lines, size_t further,
+                          std::string_view count_keyword) {
     const size_t count = 3 + lines.size() + further;
-    std::string text = fmt::format("FILE_TYPE={}\nCOMPILER_VERSION={}\nHEADER_LINES={}\n", file_type, version, count);
+    std::string text = fmt::format("FILE_TYPE={}\nCOMPILER_VERSION={}\n{}={}\n", file_type, version, count_keyword, count);
     for (const std::string &line : lines) {
         if (line.size() > LONGEST_HEADER_LINE) throw DataError(line + ": header line too long");
         text += line + '\n';

@@ -33,6 +33,11 @@ struct Sequence {
         return result;
     }
 
+    uint32_t value() const { // most significant byte first
+        uint32_t result = 0;
+        for (size_t i = 0; i < length; ++i) result = result << 8 | bytes[i];
+        return result;
+    }
     std::string text() const { return std::string(reinterpret_cast<const char *>(bytes.data()), length); }
     std::string hex() const {
         constexpr std::string_view DIGITS = "0123456789abcdef";

@@ -1,5 +1,6 @@
 #include "tree.h"
 
+#include "charmap_object.h"
 #include "conversion_object.h"
 #include "error.h"
 #include "join.h"
@@ -73,7 +74,8 @@ size_t remove_others(const fs::path &directory, const std::map<std::string, std:
     std::vector<fs::path> others;
     for (const fs::directory_entry &entry : fs::recursive_directory_iterator(directory)) {
         const std::string name = entry.path().filename().string();
-        const bool ours = name.ends_with(".cvo") || name.ends_with(".lco") || name.ends_with(TEMPORARY_SUFFIX);
+        const bool ours =
+            name.ends_with(".cvo") || name.ends_with(".lco") || name.ends_with(".cmo") || name.ends_with(TEMPORARY_SUFFIX);
         const bool wanted = entry.is_symlink() ? links.contains(name) : objects.contains(entry.path());
         if (ours && !wanted) others.push_back(entry.path());
     }
@@ -94,8 +96,10 @@ class TreeBuilder {
         for (const char *name : {"lc11", "cm3", "cv9", "etc", "dll"}) fs::create_directories(root_ / name);
         plan_conversions();
         plan_locales();
+        plan_charmaps();
         update_file(root_ / "cm3" / "registry", library_.catalogue().registry());
-        report_.removed = remove_others(root_ / "cv9", links_, wanted_) + remove_others(root_ / "lc11", {}, wanted_);
+        report_.removed = remove_others(root_ / "cv9", links_, wanted_) + remove_others(root_ / "lc11", {}, wanted_) +
+                          remove_others(root_ / "cm3", {}, wanted_);
         std::erase_if(tasks_, [](const Task &task) { return begins_with(task.path, task.header); });
         load_codesets();
         make_objects(progress);
@@ -141,6 +145,18 @@ class TreeBuilder {
             plan({root_ / "lc11" / locale.file, header, {locale.codeset}, [this, locale, header] {
                       return locales_.object(locale.definition, locales_.target(locale.codeset), locale.codeset_name,
                                              locale.calendar, header, locale.collation);
+                  }});
+        }
+    }
+
+    void plan_charmaps() {
+        const std::vector<Catalogue::Codeset> &codesets = library_.catalogue().codesets();
+        for (size_t i = 0; i < codesets.size(); ++i) {
+            if (!library_.charmap(i)) continue;
+            const std::string header = charmap_header(library_, i);
+            ++report_.charmaps;
+            plan({root_ / "cm3" / fmt::format("{:04x}.cmo", codesets[i].number), header, {i}, [this, i, header] {
+                      return charmap_object(symbolic_names(library_, i), header);
                   }});
         }
     }
