@@ -81,6 +81,41 @@ TEST(Client, MessagesTellPlaceBytesReasonAndRemedy) {
     }
 }
 
+TEST(Client, NumbersAreReadAndWritten) {
+    const std::string german = "; the locale writes 1.234.567,89\n";
+    const struct {
+        std::string arguments, input;
+        int status;
+        std::string out, err;
+    } CASES[] = {
+        {"-l de_DE.8859-1 1.234.567,89 -5,50 0012 ,5 1,5e-3", "", 0, "1234567.89\n-5.50\n12\n0.5\n1.5e-3\n", ""},
+        {"--from de_DE.utf8 -l en_IN.utf8 12345678901234567890123,10", "", 0, "12,34,56,78,90,12,34,56,78,90,123.10\n", ""},
+        {"-l de_CH.utf8 -g 1\u2019234.50 1234", "", 0, "1\u2019234.50\n1\u2019234\n", ""},
+        {"-l en_US.utf8 -m -g --from de_DE.utf8 -1.234,5", "", 0, "-1,234.5\n", ""},
+        {"-l de_DE.utf8 -b 16 ff -0xF.FFF -0", "", 0, "255\n-65535\n0\n", ""},
+        {"-l de_DE.utf8 --to-base 2 -g 255", "", 0, "11.111.111\n", ""},
+        {"-l de_DE.utf8", "7\r\n 1.23.4\n8", 1, "7\n8\n",
+         "qbgl: line 2: \" 1.23.4\", character 3: the separators do not stand where the locale has them" + german},
+        {"-l de_DE.8859-1 1.234,5x 1\u2019 +-5", "", 1, "",
+         "qbgl: \"1.234,5x\", character 8: the number ends before this" + german +
+             "qbgl: \"1\u2019\", character 2: 8859-1 has no such character" + german +
+             "qbgl: \"+-5\", character 2: no number begins here" + german},
+        {"-l de_DE.utf8 --json -b 10 18446744073709551615 18446744073709551616", "", 1,
+         R"({"text":"18446744073709551615","written":"18446744073709551615","value":18446744073709551615})"
+         "\n",
+         R"({"kind":"error","message":"\"18446744073709551616\": the number is out of range","reason":"range",)"
+         R"("text":"18446744073709551616"})"
+         "\n"},
+        {"-b 1 5", "", 2, "", "qbgl: --base: a base is 2 to 36; see `qbgl --help`\n"}};
+    for (const auto &[arguments, input, status, out, err] : CASES) {
+        SCOPED_TRACE(arguments);
+        const Result result = qbgl("num " + arguments, input);
+        EXPECT_EQ(result.out, out);
+        EXPECT_EQ(result.err, err);
+        EXPECT_EQ(result.status, status);
+    }
+}
+
 TEST(Client, FindingsFarIntoLargeTextsKeepTheirPlace) {
     // Lines of 9 and of 1 byte, far beyond one block, and one line that is longer than a block.
     std::string text;
@@ -245,6 +280,44 @@ TEST_F(LocaleClient, ClassTellsAllOfEachCharacter) {
               "\n");
 }
 
+TEST_F(LocaleClient, WidthMeasuresLines) {
+    write_file(tree_ / "a", "\x82\x9F\xB1\n\x82\x9F\x82\x9F\nabc\n");
+    const std::string a = tree_ / "a", at = "qbgl: standard input:";
+    const std::string none = ": not printable, and so without a width";
+    const struct {
+        std::string arguments, input;
+        int status;
+        std::string out, err;
+    } CASES[] = {
+        {"", "\x82\x9F\tb\n\n\t\t~", 0, "9\t\x82\x9F\tb\n0\t\n17\t\t\t~\n", ""},
+        {"--tabs 0", "1234567\t8", 0, "8\t1234567\t8\n", ""},
+        {"--tabs 3", "12\t34\t\t", 0, "9\t12\t34\t\t\n", ""},
+        {"--max", "\x82\x9F\n\xB1\n", 0, "2\n", ""},
+        {"--max", "", 0, "0\n", ""},
+        {"--max " + a + " -", "abc", 0, "4 " + a + "\n3 -\n", ""},
+        {"--json", "\x82\x9F\xB1", 0, R"({"file":"-","line":1,"width":3,"bytes":3,"characters":2})" + "\n"s, ""},
+        {"--json --max", "a\nbcd\ne", 0, R"({"file":"-","line":2,"width":3})" + "\n"s, ""},
+        {"", "a\n\x82\x9F\x01\nb\0\nc\r\n\x82\n\x82\x41z\nd\n"s, 1, "1\ta\n1\td\n",
+         at + "2:2: offset 4, byte 01" + none + "\n" + at + "3:2: offset 7, byte 00" + none + "\n" + at +
+             "4:2: offset 10, byte 0D" + none + "; do the lines end in CR LF?\n" + at +
+             "5:1: offset 12, byte 82: the line ends inside a character of sjis; was it cut short?\n" + at +
+             "6:1: offset 14, bytes 82 41: no character of sjis" + OTHER_LOCALE + "qbgl: 5 lines could not be measured\n"},
+        {"--json --max", "\x01", 1, R"({"file":"-","line":0,"width":0})" + "\n"s,
+         R"({"kind":"unmeasured","message":"standard input:1:1: offset 0, byte 01)" + none +
+             R"(","finding":"unprintable","file":"-","line":1,"column":1,"offset":0,"bytes":"01"})" + "\n" +
+             R"({"kind":"error","message":"1 line could not be measured","unmeasured":1,"status":1})" + "\n"},
+    };
+    for (const auto &row : CASES) {
+        SCOPED_TRACE(row.arguments + row.input);
+        for (const size_t chunk : {WHOLE, size_t{1}}) {
+            const Result result = client("width -l ja_JP.sjis " + row.arguments, row.input, chunk);
+            EXPECT_EQ(result.status, row.status);
+            EXPECT_EQ(result.out, row.out);
+            EXPECT_EQ(result.err, row.err);
+        }
+    }
+}
+
 TEST_F(LocaleClient, LocaleShowsWhatTheHandleHolds) {
     const std::string text = client("locale ja_JP.sjis").out;
     for (const char *line :
@@ -315,6 +388,120 @@ TEST_F(LocaleClient, LocalesThatCannotBeHadAreExplained) {
         EXPECT_EQ(result.status, row.status);
         EXPECT_EQ(result.err, "qbgl: " + row.message);
     }
+}
+
+TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
+    LocaleObject hebrew(utf8_codeset()), arabic(utf8_codeset());
+    hebrew.time.replace(0, 9, "hebrew");
+    arabic.time.replace(0, 9, "arabic");
+    add("he_il/e01c.lco", hebrew);
+    add("ar_sa/e01c.lco", arabic);
+    const std::string form =
+        "a date is YEAR-MONTH-DAY or YEAR-MONTH, as in 2024-10-03, or DAY MONTH YEAR, as in \"3 October 2024\"";
+    const struct {
+        std::string arguments;
+        int status;
+        std::string said; // output, or message
+    } CASES[] = {
+        {"2024-10-03", 0,
+         "2024-10-03 Thursday\n  gregorian  3 October 2024, day 277\n  hebrew     1 Tishri 5785, day 1\n"
+         "  islamic    30 Rabi al-awwal 1446, day 89\n"},
+        {"--from hebrew --local 5784-ADAR-II-10 -l he_IL.utf8", 0, "2024-03-20 Wednesday\n  hebrew     10 Adar II 5784, day 187\n"},
+        {"--local 5784-january-2 --from hebrew -l he_IL.utf8", 0, "2023-09-17 Sunday\n  hebrew     2 January 5784, day 2\n"},
+        {"--local -l default.lco 1446-DHU-AL-HIJ-29..1447-1-1 --from islamic", 0,
+         "2025-06-25 Wednesday  25 June 2025, day 176\n2025-06-26 Thursday   26 June 2025, day 177\n"},
+        {"0622-07-17..0622-07-17", 0,
+         "0622-07-17 Wednesday  17 July 622, day 198              1 Av 4382, day 296                -\n"},
+        {"2024-2", 0,
+         "       February 2024\nSun Mon Tue Wed Thu Fri Sat\n                  1   2   3\n  4   5   6   7   8   9  10\n"
+         " 11  12  13  14  15  16  17\n 18  19  20  21  22  23  24\n 25  26  27  28  29\n"},
+        {"--json --local -l he_IL.utf8 2024-02-15", 0,
+         R"({"date":"2024-02-15","weekday":4,"weekday_name":"Thursday","hebrew":{"year":5784,"month":6,"month_name":"Adar I",)"
+         R"("day":6,"day_of_year":153}})"
+         "\n"},
+        {"2023-02-30", 1, "2023-02-30: February 2023 has 28 days"},
+        {"10000-1-1", 1, "10000-1-1: gregorian dates go from 0001-01-01 to 9999-12-31"},
+        {"--from hebrew 3761-4-17", 1, "3761-4-17: hebrew dates go from 3761-04-18 to 13760-02-28"},
+        {"--from hebrew 5785-AdarII-1", 1, "5785-AdarII-1: 5785 has no month Adar II"},
+        {"--from hebrew 5785-rab", 2,
+         "5785-rab: the hebrew calendar has no month rab; it has Tishri, Heshvan, Kislev, Tevet, Shevat, Adar, Nisan, Iyar, Sivan, "
+         "Tammuz, Av, Elul, Adar I, Adar II"},
+        {"2024", 2, "2024: " + form},
+        {"--local -l ar_SA.utf8", 2, "the locale's calendar is none that can be converted"},
+    };
+    for (const auto &row : CASES) {
+        const Result result = client("cal " + row.arguments);
+        EXPECT_EQ(result.status, row.status);
+        EXPECT_EQ(result.out, row.status == 0 ? row.said : "");
+        EXPECT_EQ(result.err, row.status == 0 ? "" : "qbgl: " + row.said + "\n");
+    }
+}
+
+// A tree with charmaps.
+class SymbolsClient : public ClientTree {
+  protected:
+    SymbolsClient() {
+        std::filesystem::remove(tree_.path() / "vrn/cm3");
+        write_file(tree_ / "vrn/cm3/registry", read_file(QBGL_TREE "/vrn/cm3/registry"));
+        const std::string header = "FILE_TYPE=charmap_object\nCOMPILER_VERSION=3\nHEADER_LENGTH=3\n\n";
+        write_file(tree_ / "vrn/cm3/0333.cmo", header + "s 2 NL 1 0a\ns 5 U000A 1 0a\ns 1 A 1 41\ns 3 a<b 1 42\nr 3 n07 7 3 1 43\n"
+                                                        "s 4 wide 3 e38182\n");
+        write_file(tree_ / "vrn/cm3/0025.cmo", header + "s 5 U000A 1 25\ns 5 U0085 1 15\ns 1 A 1 c1\n");
+        write_file(tree_ / "vrn/cm3/01b5.cmo", "damaged\n");
+        add("fr_fr/0333.lco", LocaleObject(single_byte_codeset()));
+    }
+};
+
+TEST_F(SymbolsClient, TextsGoThereAndBackWhereverBlocksAreCut) {
+    const std::string text = "AB\nCD\xE3\x81\x82"
+                             "E\n\nA",
+                      symbols = "<A><a\\<b><U000A>\n<n07><n08><wide><n09><U000A>\n<U000A>\n<A>";
+    std::string large, large_symbols;
+    for (int i = 0; i < 20000; ++i) large += text, large_symbols += symbols;
+    for (const char *codeset : {"--codeset 8859-1", "-l fr_FR.8859-1"}) {
+        for (const size_t chunk : {size_t{1}, size_t{3}, WHOLE}) {
+            EXPECT_EQ(client("symbols "s + codeset, text, chunk).out, symbols);
+            EXPECT_EQ(client("symbols -d "s + codeset, symbols, chunk).out, text);
+        }
+        EXPECT_EQ(client("symbols "s + codeset, large).out, large_symbols);
+        EXPECT_EQ(client("symbols -d "s + codeset, large_symbols).out, large);
+    }
+    EXPECT_EQ(client("symbols -a --codeset 819", "A\nB").out, "<A>\n<U000A> <NL>\n<a\\<b>\n");
+    EXPECT_EQ(client("symbols --codeset 37", "\xC1\x15\xC1\x25\xC1").out, "<A><U0085>\n<A><U000A>\n<A>");
+}
+
+TEST_F(SymbolsClient, MessagesTellPlaceAndReason) {
+    const std::string at = "standard input:", tree = tree_.path().string();
+    const struct {
+        std::string arguments, input, out;
+        int status;
+        std::string message;
+    } CASES[] = {
+        {"--codeset 8859-1", "A\nA\xE3\x82", "<A><U000A>\n<A>", 1,
+         at + "2:2: offset 3, bytes E3 82: no character in the charmap of 8859-1; is the text in another codeset?"},
+        {"--codeset 8859-1", "\xE3\x81", "", 1,
+         at + "1:1: offset 0, bytes E3 81: the text ends inside a character of 8859-1; was it cut short?"},
+        {"-d --codeset 8859-1", "<A>\n <n06>", "A", 1, at + "2:2: offset 5, <n06>: the charmap of 8859-1 has no such name"},
+        {"-d --codeset 8859-1", "<A>x", "A", 1, at + "1:4: offset 3, byte 78: no symbol such as <U0041>"},
+        {"-d --codeset 8859-1", "<A><" + std::string(400, 'x'), "A", 1, at + "1:4: offset 3, byte 3C: no symbol such as <U0041>"},
+        {"-d --codeset 8859-1", "<A><n0", "A", 1, at + "1:4: offset 3, the text ends inside a symbol; was it cut short?"},
+        {"--codeset 8859-2", "", "", 3,
+         tree + " has no charmap of 8859-2: `qbglc charmap 8859-2 -o " + tree +
+             "/vrn/cm3/0390.cmo` makes it, if the platform has one"},
+        {"--codeset cp437", "", "", 3,
+         "the charmap of cp437 in " + tree + " is damaged or of another version: `qbglc charmap unitedstates -o " + tree +
+             "/vrn/cm3/01b5.cmo` makes it anew"},
+    };
+    for (const auto &row : CASES) {
+        const Result result = client("symbols " + row.arguments, row.input);
+        EXPECT_EQ(result.status, row.status);
+        EXPECT_EQ(result.out, row.out);
+        EXPECT_EQ(result.err, "qbgl: " + row.message + "\n");
+    }
+    EXPECT_NE(client("symbols -d --json --codeset 819", "<B>")
+                  .err.find("\"finding\":\"unknown\",\"file\":\"-\",\"line\":1,\"column\":1,"
+                            "\"offset\":0,\"bytes\":\"3C423E\",\"symbol\":\"<B>\""),
+              std::string::npos);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 // qbgl: the command-line client. It is a host like any other: everything goes through the public header.
+#include "cal_command.h"
 #include "case_command.h"
 #include "class_command.h"
 #include "conv_command.h"
@@ -7,8 +8,11 @@
 #include "key_command.h"
 #include "list_command.h"
 #include "locale_command.h"
+#include "num_command.h"
 #include "sort_command.h"
+#include "symbols_command.h"
 #include "tree.h"
+#include "width_command.h"
 
 #include "qbgl.h"
 
@@ -37,9 +41,13 @@ class CommandLine {
         add_case("upper", "Change text to upper case", upper_);
         add_case("lower", "Change text to lower case", lower_);
         add_class();
+        add_width();
         add_sort();
         add_key();
         add_explain();
+        add_symbols();
+        add_num();
+        add_cal();
         add_locale();
         add_lists();
     }
@@ -98,6 +106,19 @@ class CommandLine {
         command->callback([this] { command_ = [this](const Messages &messages) { return run_class(class_, messages); }; });
     }
 
+    void add_width() {
+        CLI::App *command = app_.add_subcommand("width", "Measure each line of texts in columns of a terminal");
+        add_locale_option(command, "-l,--locale", width_.locale);
+        add_files(command, width_.files);
+        command->add_flag("--max", width_.widest, "Only the width of the widest line, of each file");
+        command->add_option("--tabs", width_.tab_stops, "Columns from one tab stop to the next; 0: tabs have no width")
+            ->check(CLI::Range(0U, 1000U))
+            ->type_name("COLUMNS")
+            ->capture_default_str();
+        command->add_flag("--json", json_, "Results and messages as JSON, an object a line");
+        command->callback([this] { command_ = [this](const Messages &messages) { return run_width(width_, messages); }; });
+    }
+
     void add_sort() {
         CLI::App *command = app_.add_subcommand("sort", "Sort the lines of texts in the order of a locale");
         add_locale_option(command, "-l,--locale", sort_.locale);
@@ -139,6 +160,57 @@ class CommandLine {
         command->callback([this] { command_ = [this](const Messages &messages) { return run_explain(explain_, messages); }; });
     }
 
+    void add_symbols() {
+        CLI::App *command =
+            app_.add_subcommand("symbols", "Write text as the symbolic names of its characters, or read such names");
+        auto *locale = add_locale_option(command, "-l,--locale", symbols_.locale);
+        command->add_option("--codeset", symbols_.codeset, "Codeset of the text, instead of a locale's")->excludes(locale);
+        add_output(command, symbols_.output);
+        add_files(command, symbols_.files);
+        auto *to_text =
+            command->add_flag("-d,--decode", symbols_.to_text, "Symbols to text; white space between them counts nothing");
+        command->add_flag("-a,--all", symbols_.all, "All names of each character, a character a line")->excludes(to_text);
+        command->add_flag("--json", json_, "Messages as JSON, an object a line");
+        command->callback([this] { command_ = [this](const Messages &messages) { return run_symbols(symbols_, messages); }; });
+    }
+
+    void add_num() {
+        CLI::App *command = app_.add_subcommand("num", "Read numbers as a locale writes them");
+        add_locale_option(command, "-l,--locale", num_.locale);
+        command
+            ->add_option("--from", num_.from, "Locale that the numbers are read under; they are then written under the other one")
+            ->type_name("LOCALE");
+        const auto is_base = [](const std::string &text) {
+            const int base = std::atoi(text.c_str());
+            return base >= 2 && base <= 36 ? "" : "a base is 2 to 36";
+        };
+        const auto is_input_base = [is_base](const std::string &text) { return text == "0" ? "" : is_base(text); };
+        auto *base = command->add_option("-b,--base", num_.base, "Read integers of this base, 2 to 36; 0 looks for 0x and 0");
+        auto *to_base = command->add_option("--to-base", num_.to_base, "Write integers in this base");
+        base->type_name("BASE")->check(CLI::Validator(is_input_base, ""));
+        to_base->type_name("BASE")->check(CLI::Validator(is_base, ""));
+        command->add_flag("-g,--grouping", num_.grouping, "Write as the locale does, with its decimal point and separators");
+        command->add_flag("-m,--monetary", num_.monetary, "Use the conventions of amounts of money")
+            ->excludes(base)
+            ->excludes(to_base);
+        command->add_option("numbers", num_.numbers, "Numbers, in UTF-8; none: the lines of standard input")->type_name("NUMBER");
+        command->add_flag("--json", json_, "Print JSON, an object a line");
+        command->callback([this] { command_ = [this](const Messages &messages) { return run_num(num_, messages); }; });
+    }
+
+    void add_cal() {
+        CLI::App *command = app_.add_subcommand("cal", "Tell dates in the Gregorian, the Hebrew and the Islamic calendar");
+        add_locale_option(command, "-l,--locale", cal_.locale);
+        command->add_option("--from", cal_.from, "Calendar of the dates given: gregorian, hebrew or islamic")
+            ->check(CLI::IsMember({"gregorian", "hebrew", "islamic"}))
+            ->capture_default_str();
+        command->add_flag("--local", cal_.local, "In the locale's own calendar only");
+        command->add_option("dates", cal_.dates, "YEAR-MONTH-DAY, \"DAY MONTH YEAR\", a month, or FIRST..LAST; none is today")
+            ->type_name("DATE");
+        command->add_flag("--json", json_, "Print JSON, an object a day");
+        command->callback([this] { command_ = [this](const Messages &messages) { return run_cal(cal_, messages); }; });
+    }
+
     void add_locale() {
         CLI::App *command = app_.add_subcommand("locale", "Show what a locale holds");
         add_locale_option(command, "-l,--locale,locale", locale_)->type_name("LOCALE");
@@ -177,9 +249,13 @@ class CommandLine {
     ConvRequest conv_;
     CaseRequest upper_{LetterCase::UPPER, {}}, lower_{LetterCase::LOWER, {}};
     ClassRequest class_;
+    WidthRequest width_;
     SortRequest sort_;
     KeyRequest key_;
     ExplainRequest explain_;
+    NumRequest num_;
+    SymbolsRequest symbols_;
+    CalRequest cal_;
     std::string locale_;
     std::function<ExitStatus(const Messages &)> command_;
 };
