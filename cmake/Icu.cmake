@@ -1,0 +1,13 @@
+# ICU 72 of the preset's word size: QBGL_HAVE_ICU, ICU_INCLUDE_DIR and ICU_LIBRARIES.
+include(CheckCXXSourceCompiles)
+find_path(ICU_INCLUDE_DIR unicode/ucnv.h)
+set(ICU_LIBRARIES)
+foreach(library i18n uc data)
+  find_library(ICU_${library}_LIBRARY NAMES icu${library} libicu${library}.so.72 PATH_SUFFIXES ${CMAKE_LIBRARY_ARCHITECTURE})
+  list(APPEND ICU_LIBRARIES ${ICU_${library}_LIBRARY})
+endforeach()
+set(CMAKE_REQUIRED_INCLUDES ${ICU_INCLUDE_DIR})
+set(CMAKE_REQUIRED_LIBRARIES ${ICU_LIBRARIES})
+check_cxx_source_compiles("#include <unicode/ucal.h>\nint main() { ucal_close(nullptr); }" QBGL_HAVE_ICU)
+unset(CMAKE_REQUIRED_INCLUDES)
+unset(CMAKE_REQUIRED_LIBRARIES)
