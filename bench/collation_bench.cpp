@@ -2,7 +2,7 @@
 // collator of the same language over UTF-16, all in one process on the same words and lines.
 //
 //   collation_bench --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true
-#include "ratio_reporter.h"
+#include "rows.h"
 #include "texts.h"
 
 #include "qbgl.h"
@@ -31,6 +31,7 @@ constexpr size_t LINE = 50; // characters
 
 struct Goals {
     double platform, icu;
+    std::map<std::string, double> by_peer() const { return {{"platform", platform}, {"icu", icu}}; }
 };
 
 struct Language {
@@ -201,13 +202,6 @@ std::unique_ptr<Setup> setup_of(const Language &language) {
 }
 
 // Work of one call of each side, `operations` comparisons or keys over `bytes` bytes.
-struct Row {
-    std::string name;
-    Goals goals;
-    size_t operations, bytes;
-    std::map<std::string, std::function<void()>> sides;
-};
-
 using Pairs = std::vector<std::pair<uint32_t, uint32_t>>;
 
 // Every fourth run of the comparisons that std::sort makes: neighbours in time stay together, and so does what the caches hold.
@@ -237,7 +231,8 @@ std::function<void()> for_each_pair(std::vector<std::pair<Text, Text>> texts, Co
     };
 }
 
-Row comparisons(const Setup &setup, const char *name, Goals goals, const Strings &left, const Strings &right, const Pairs &pairs) {
+bench::Row comparisons(const Setup &setup, const char *name, Goals goals, const Strings &left, const Strings &right,
+                       const Pairs &pairs) {
     std::vector<std::pair<const char *, const char *>> texts;
     std::vector<std::pair<const char16_t *, const char16_t *>> utf16_texts;
     size_t size = 0;
@@ -246,7 +241,7 @@ Row comparisons(const Setup &setup, const char *name, Goals goals, const Strings
         utf16_texts.emplace_back(left.utf16(i), right.utf16(j));
         size += strlen(left.bytes(i)) + strlen(right.bytes(j));
     }
-    Row row{name, goals, pairs.size(), size, {}};
+    bench::Row row{name, size, goals.by_peer(), {}, pairs.size()};
     const auto ours = [locale = setup.locale](const char *a, const char *b) { return gl_mbscoll(locale, a, b); };
     const auto platform = [locale = setup.platform](const char *a, const char *b) { return strcoll_l(a, b, locale); };
     row.sides["qbgl"] = for_each_pair(texts, ours);
@@ -284,8 +279,8 @@ const std::map<std::string, MakeKey> KEY_MAKERS = {{"qbgl", our_key},
 #endif
 };
 
-Row keys(const Setup &setup, const char *name, Goals goals, const Strings &strings) {
-    Row row{name, goals, strings.count(), strings.size(), {}};
+bench::Row keys(const Setup &setup, const char *name, Goals goals, const Strings &strings) {
+    bench::Row row{name, strings.size(), goals.by_peer(), {}, strings.count()};
     for (const auto &[side, make_key] : KEY_MAKERS)
         row.sides[side] = [&setup, &strings, make_key = make_key] {
             for (size_t i = 0; i < strings.count(); ++i) benchmark::DoNotOptimize(make_key(setup, strings, i));
@@ -293,10 +288,10 @@ Row keys(const Setup &setup, const char *name, Goals goals, const Strings &strin
     return row;
 }
 
-std::vector<Row> rows_of(const Setup &setup) {
+std::vector<bench::Row> rows_of(const Setup &setup) {
     const bool single_byte = setup.locale->single_byte != 0;
     const bool keys_of_lines_matter = single_byte || setup.language->charmap == std::string("SHIFT_JIS");
-    std::vector<Row> rows = {
+    std::vector<bench::Row> rows = {
         comparisons(setup, "sort", setup.language->sort, *setup.words, *setup.words, pairs_of_sort(setup)),
         comparisons(setup, "equal", PROBE, *setup.words, *setup.copies, pairs_of_same_place(*setup.words)),
         keys(setup, "keys_words", single_byte ? WORD_KEYS : NO_GOAL, *setup.words),
@@ -305,23 +300,6 @@ std::vector<Row> rows_of(const Setup &setup) {
     if (setup.lower != nullptr)
         rows.push_back(comparisons(setup, "case", PROBE, *setup.lower, *setup.upper, pairs_of_same_place(*setup.lower)));
     return rows;
-}
-
-void add_row(const Setup &setup, const Row &row, std::vector<bench::Goal> &goals) {
-    const std::string work = std::string(setup.language->name) + "/" + row.name;
-    goals.push_back({work, {{"platform", row.goals.platform}, {"icu", row.goals.icu}}});
-    for (const auto &[side, function] : row.sides) {
-        const auto run = [function = function, operations = row.operations, size = row.bytes](benchmark::State &state) {
-            for (auto _ : state) {
-                function();
-                benchmark::ClobberMemory();
-            }
-            state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(size));
-            state.counters["each"] = benchmark::Counter(
-                static_cast<double>(operations), benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-        };
-        benchmark::RegisterBenchmark((work + "/" + side).c_str(), run)->Unit(benchmark::kMillisecond);
-    }
 }
 
 void print_key_sizes(const Setup &setup) {
@@ -339,15 +317,13 @@ void print_key_sizes(const Setup &setup) {
 } // namespace
 
 int main(int argc, char **argv) {
-    benchmark::Initialize(&argc, argv);
-    setenv("QUORBANEDIR", QBGL_TREE, 0);
-    setenv("LOCPATH", PLATFORM_LOCALES, 1);
-    gl_cache_registry(nullptr, nullptr);
+    bench::start(argc, argv);
     std::vector<bench::Goal> goals;
     std::vector<std::unique_ptr<Setup>> setups; // live as long as the benchmarks
     for (const Language &language : LANGUAGES) {
         setups.push_back(setup_of(language));
-        for (const Row &row : rows_of(*setups.back())) add_row(*setups.back(), row, goals);
+        for (const bench::Row &row : rows_of(*setups.back()))
+            bench::add_row(std::string(language.name) + "/" + row.name, row, LC_GLOBAL_LOCALE, goals);
     }
     bench::RatioReporter reporter({"platform", "icu"}, goals);
     benchmark::RunSpecifiedBenchmarks(&reporter);

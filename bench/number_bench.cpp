@@ -2,7 +2,7 @@
 // format, all in one process on the same numbers.
 //
 //   number_bench --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true
-#include "ratio_reporter.h"
+#include "rows.h"
 
 #include "qbgl.h"
 
@@ -82,13 +82,6 @@ Setup *setup() {
     return s;
 }
 
-struct Row {
-    std::string name;
-    std::map<std::string, double> goals;
-    size_t size; // bytes of all numbers
-    std::map<std::string, std::function<void()>> sides;
-};
-
 size_t size_of(const std::vector<Number> &numbers) {
     size_t size = 0;
     for (const Number &number : numbers) size += number.bytes.size();
@@ -112,7 +105,7 @@ std::function<void()> read_with_icu(const Setup &s, const std::vector<Number> &n
 #endif
 
 // What both forms of one text do against the same peers.
-void add_reading(std::vector<Row> &rows, const Setup &s, const std::string &name, const std::vector<Number> &numbers,
+void add_reading(std::vector<bench::Row> &rows, const Setup &s, const std::string &name, const std::vector<Number> &numbers,
                  auto read_wide, auto read_bytes, std::map<std::string, std::function<void()>> peers, double over_platform) {
     for (const bool wide : {true, false}) {
         std::map<std::string, double> goals = {{"libc", wide ? over_platform : 0}, {"libc_wide", wide ? over_platform : 0}};
@@ -127,15 +120,15 @@ void add_reading(std::vector<Row> &rows, const Setup &s, const std::string &name
         else
             sides["qbgl"] =
                 for_each(numbers, [&s, read_bytes](const Number &number) { return read_bytes(s.locale, number.bytes.c_str()); });
-        rows.push_back({name + (wide ? "/wide" : "/multibyte"), goals, size_of(numbers), sides});
+        rows.push_back({name + (wide ? "/wide" : "/multibyte"), size_of(numbers), goals, sides, NUMBERS});
     }
 }
 
-std::vector<Row> rows_of(const Setup &s) {
+std::vector<bench::Row> rows_of(const Setup &s) {
     static gl_wchar *wide_end;
     static wchar_t *platform_end;
     static char *end;
-    std::vector<Row> rows;
+    std::vector<bench::Row> rows;
     add_reading(
         rows, s, "integers", s.integers, [](gl_locale *l, const gl_wchar *text) { return gl_wcstol(l, text, &wide_end, 10, 0); },
         [](gl_locale *l, const char *text) { return gl_mbstol(l, text, &end, 10, 0); },
@@ -175,38 +168,21 @@ std::vector<Row> rows_of(const Setup &s) {
             return swprintf(platform_out, 64, format, value);
         };
         rows.push_back({grouping != 0 ? "write_grouped" : "write",
-                        {{"libc_wide", 1.0}},
                         size_of(grouping != 0 ? s.grouped_integers : s.integers),
-                        {{"qbgl", for_each(s.values, ours)}, {"libc_wide", for_each(s.values, libc)}}});
+                        {{"libc_wide", 1.0}},
+                        {{"qbgl", for_each(s.values, ours)}, {"libc_wide", for_each(s.values, libc)}},
+                        NUMBERS});
     }
     return rows;
-}
-
-void add_row(const Setup &s, const Row &row, std::vector<bench::Goal> &goals) {
-    goals.push_back({row.name, row.goals});
-    for (const auto &[side, function] : row.sides) {
-        const auto run = [&s, function = function, size = row.size](benchmark::State &state) {
-            uselocale(s.platform);
-            for (auto _ : state) function();
-            uselocale(LC_GLOBAL_LOCALE);
-            state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(size));
-            state.counters["each"] = benchmark::Counter(
-                static_cast<double>(NUMBERS), benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-        };
-        benchmark::RegisterBenchmark((row.name + "/" + side).c_str(), run);
-    }
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-    benchmark::Initialize(&argc, argv);
-    setenv("QUORBANEDIR", QBGL_TREE, 0);
-    setenv("LOCPATH", PLATFORM_LOCALES, 1);
-    gl_cache_registry(nullptr, nullptr);
+    bench::start(argc, argv);
     const Setup *const s = setup();
     std::vector<bench::Goal> goals;
-    for (const Row &row : rows_of(*s)) add_row(*s, row, goals);
+    for (const bench::Row &row : rows_of(*s)) bench::add_row(row.name, row, s->platform, goals);
     bench::RatioReporter reporter({"libc", "libc_wide", "icu"}, goals);
     benchmark::RunSpecifiedBenchmarks(&reporter);
 }

@@ -1,7 +1,7 @@
 // Stepping through text and measuring it, against the platform's functions in its own locale of the same codeset, on the same text.
 //
 //   string_bench --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true
-#include "ratio_reporter.h"
+#include "rows.h"
 #include "texts.h"
 
 #include "qbgl.h"
@@ -177,36 +177,28 @@ std::vector<Row> rows_of(const Setup &s) {
     };
 }
 
-void add_row(const Setup &setup, const Row &row, std::vector<bench::Goal> &goals) {
-    const std::string work = std::string(setup.codeset->name) + "/" + row.name;
-    goals.push_back({work, {{"libc", row.goal}}});
+bench::Row for_texts(const Setup &setup, const Row &row) {
     const std::vector<Piece> &texts = row.by_line ? setup.lines : setup.pieces;
-    size_t size = 0;
-    for (const Piece &piece : texts) size += piece.bytes.size();
-    for (const auto &[name, function] : row.sides) {
-        const auto run = [&setup, &texts, function = function, size](benchmark::State &state) {
-            uselocale(setup.platform);
-            for (auto _ : state)
-                for (const Piece &piece : texts) function(piece);
-            uselocale(LC_GLOBAL_LOCALE);
-            state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(size));
+    bench::Row result = {row.name, 0, {{"libc", row.goal}}, {}};
+    for (const Piece &piece : texts) result.bytes += piece.bytes.size();
+    for (const auto &[side, function] : row.sides)
+        result.sides[side] = [&texts, function = function] {
+            for (const Piece &piece : texts) function(piece);
         };
-        benchmark::RegisterBenchmark((work + "/" + name).c_str(), run);
-    }
+    return result;
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-    benchmark::Initialize(&argc, argv);
-    setenv("QUORBANEDIR", QBGL_TREE, 0);
-    setenv("LOCPATH", PLATFORM_LOCALES, 1);
-    gl_cache_registry(nullptr, nullptr);
+    bench::start(argc, argv);
     std::vector<bench::Goal> goals;
     std::vector<std::unique_ptr<Setup>> setups; // live as long as the benchmarks
     for (const Codeset &codeset : CODESETS) {
         setups.push_back(setup_of(codeset));
-        for (const Row &row : rows_of(*setups.back())) add_row(*setups.back(), row, goals);
+        for (const Row &row : rows_of(*setups.back()))
+            bench::add_row(std::string(codeset.name) + "/" + row.name, for_texts(*setups.back(), row), setups.back()->platform,
+                           goals);
     }
     bench::RatioReporter reporter({"libc"}, goals);
     benchmark::RunSpecifiedBenchmarks(&reporter);

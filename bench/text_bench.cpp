@@ -2,7 +2,7 @@
 // same text; and what loading a locale costs.
 //
 //   text_bench --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true
-#include "ratio_reporter.h"
+#include "rows.h"
 #include "texts.h"
 
 #include "qbgl.h"
@@ -173,13 +173,6 @@ std::unique_ptr<Setup> setup_of(const Codeset &codeset) {
 }
 
 // Work of one call of each function.
-struct Row {
-    std::string name;
-    size_t bytes;
-    std::map<std::string, double> goals;
-    std::map<std::string, std::function<void()>> sides;
-};
-
 constexpr int ROOM = 4 * PIECE_SIZE; // more than any piece needs, in characters or bytes
 gl_wchar wides[ROOM];
 wchar_t platform_wides[ROOM];
@@ -193,7 +186,7 @@ template <class Function> std::function<void()> for_each(const Texts &texts, Fun
     };
 }
 
-Row to_wide(const Setup &s, const char *name, const Texts &texts, double goal) {
+bench::Row to_wide(const Setup &s, const char *name, const Texts &texts, double goal) {
     return {name,
             texts.size(),
             {{"libc", goal}},
@@ -201,7 +194,7 @@ Row to_wide(const Setup &s, const char *name, const Texts &texts, double goal) {
              {"libc", for_each(texts, [](const Text &text) { mbstowcs(platform_wides, text.bytes.data(), ROOM); })}}};
 }
 
-Row to_bytes(const Setup &s, const char *name, const Texts &texts, double goal) {
+bench::Row to_bytes(const Setup &s, const char *name, const Texts &texts, double goal) {
     const auto convert = s.locale->single_byte != 0 ? _gl_is_wcstombs : gl_full_wcstombs;
     return {name,
             texts.size(),
@@ -210,7 +203,7 @@ Row to_bytes(const Setup &s, const char *name, const Texts &texts, double goal) 
              {"libc", for_each(texts, [](const Text &text) { wcstombs(bytes, text.platform_wide.data(), ROOM); })}}};
 }
 
-Row characters_to_wide(const Setup &s) {
+bench::Row characters_to_wide(const Setup &s) {
     const auto ours = [locale = s.locale](const Text &text) {
         gl_wchar wc;
         const char *at = text.bytes.data(), *const end = at + text.bytes.size();
@@ -229,7 +222,7 @@ Row characters_to_wide(const Setup &s) {
 
 // A function of one wide character over the whole text: libc's plain function and the one that takes a locale.
 template <class Ours, class Libc, class LibcL>
-Row each_wide(const Setup &s, const char *name, double goal, Ours ours, Libc libc, LibcL libc_l) {
+bench::Row each_wide(const Setup &s, const char *name, double goal, Ours ours, Libc libc, LibcL libc_l) {
     const auto sum = [](const auto &text, auto function) {
         unsigned total = 0;
         for (const auto wc : text) total += static_cast<unsigned>(function(wc));
@@ -247,7 +240,7 @@ Row each_wide(const Setup &s, const char *name, double goal, Ours ours, Libc lib
          {"libc_l", for_each(s.pieces, [=](const Text &text) { sum(text.platform_wide, with_platform); })}}};
 }
 
-Row wide_to_upper(const Setup &s) {
+bench::Row wide_to_upper(const Setup &s) {
     const auto libc = [](const Text &text) {
         wchar_t *out = platform_wides;
         for (const wchar_t wc : text.platform_wide) *out++ = static_cast<wchar_t>(towupper(static_cast<wint_t>(wc)));
@@ -265,7 +258,7 @@ Row wide_to_upper(const Setup &s) {
 }
 
 // Against bytes one by one, which only a single-byte codeset allows.
-Row bytes_to_upper(const Setup &s) {
+bench::Row bytes_to_upper(const Setup &s) {
     const auto libc = [](const Text &text) {
         char *out = bytes;
         for (const char byte : text.bytes) *out++ = static_cast<char>(toupper(static_cast<unsigned char>(byte)));
@@ -291,12 +284,12 @@ void utf8_with_icu(const Text &text) {
 }
 #endif
 
-std::vector<Row> rows_of(const Setup &s) {
+std::vector<bench::Row> rows_of(const Setup &s) {
     const bool single_byte = s.locale->single_byte != 0;
     // As a host writes the calls, not through pointers: the short forms are inline.
     const auto to_upper = [](gl_locale *locale, gl_wchar wc) { return gl_towupper(locale, wc); };
     const auto is_alpha = [](gl_locale *locale, gl_wchar wc) { return gl_iswalpha(locale, wc); };
-    std::vector<Row> rows = {
+    std::vector<bench::Row> rows = {
         to_wide(s, "mbstowcs", s.pieces, s.codeset->mbstowcs),
         to_wide(s, "mbstowcs_ascii", s.ascii_pieces, single_byte ? 1.0 : 3.0),
         to_wide(s, "mbstowcs_words", s.words, 2.5),
@@ -359,35 +352,16 @@ void add_loading(const Codeset &codeset) {
     benchmark::RegisterBenchmark((name + "/libc").c_str(), libc)->Unit(benchmark::kMillisecond);
 }
 
-void add_row(const Setup &setup, const Row &row, std::vector<bench::Goal> &goals) {
-    const std::string work = std::string(setup.codeset->name) + "/" + row.name;
-    goals.push_back({work, row.goals});
-    for (const auto &[side, function] : row.sides) {
-        const auto run = [&setup, function = function, size = row.bytes](benchmark::State &state) {
-            uselocale(setup.platform);
-            for (auto _ : state) {
-                function();
-                benchmark::ClobberMemory();
-            }
-            uselocale(LC_GLOBAL_LOCALE);
-            state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(size));
-        };
-        benchmark::RegisterBenchmark((work + "/" + side).c_str(), run);
-    }
-}
-
 } // namespace
 
 int main(int argc, char **argv) {
-    benchmark::Initialize(&argc, argv);
-    setenv("QUORBANEDIR", QBGL_TREE, 0);
-    setenv("LOCPATH", PLATFORM_LOCALES, 1);
-    gl_cache_registry(nullptr, nullptr);
+    bench::start(argc, argv);
     std::vector<bench::Goal> goals;
     std::vector<std::unique_ptr<Setup>> setups; // live as long as the benchmarks
     for (const Codeset &codeset : CODESETS) {
         setups.push_back(setup_of(codeset));
-        for (const Row &row : rows_of(*setups.back())) add_row(*setups.back(), row, goals);
+        for (const bench::Row &row : rows_of(*setups.back()))
+            bench::add_row(std::string(codeset.name) + "/" + row.name, row, setups.back()->platform, goals);
         add_loading(codeset);
     }
     bench::RatioReporter reporter({"libc", "libc_l", "icu"}, goals);
