@@ -11,7 +11,7 @@ namespace {
 
 constexpr size_t TEXT_SIZE = 64;
 
-// Every result within the room, and symbols of characters back to the same symbols.
+// Every result within the room, and what its symbols are read as has the same ones.
 void to_symbols_and_back(gl_charmap *cm, const std::vector<char> &text, int room) {
     std::vector<char> symbols(static_cast<size_t>(room));
     const char *in = text.data();
@@ -21,8 +21,8 @@ void to_symbols_and_back(gl_charmap *cm, const std::vector<char> &text, int room
     require(std::strlen(symbols.data()) == static_cast<size_t>(size) - 1);
     std::vector<char> back(text.size() + 8);
     const char *at = symbols.data();
-    gl_symstombs(cm, back.data(), static_cast<int>(back.size()), &at);
-    require(at >= symbols.data() && at <= symbols.data() + size);
+    const int bytes = gl_symstombs(cm, back.data(), static_cast<int>(back.size()), &at);
+    require(at >= symbols.data() && at <= symbols.data() + size && bytes <= static_cast<int>(back.size()));
 }
 
 void from_symbols(gl_charmap *cm, const std::string &symbols, int room) {

@@ -612,7 +612,8 @@ QBGL_API int gl_copy_cat(gl_locale *target, gl_locale *source, int category);
 QBGL_API void gl_lc_unload(gl_locale *locale);
 QBGL_API void gl_free_nonshared_loc(gl_locale *locale);
 
-/* Puts one category back into its empty state without freeing what it held; frees what one category holds. */
+/* Puts one category back into its empty state without freeing what it held; frees what one category holds. Functions that need the
+ * category, LC_CTYPE above all, are not to be called until it is loaded again. */
 QBGL_API void gl_make_null_category(gl_locale *locale, int category);
 QBGL_API void gl_free_category(gl_locale *locale, int category);
 
@@ -791,7 +792,8 @@ QBGL_API char *gl_full_getmbsi(gl_locale *locale, const char *s, int i);
 QBGL_API char *gl_getmbsinull(gl_locale *locale, const char *s, int i);
 
 /* Puts a character into the place of the one at `pos`, or of the i-th, and moves the rest of the text, for which the caller
- * provides the room. Returns pos, or s. The text is unchanged after a failure; GL_ENOMEM is one. */
+ * provides the room. It must stand before the terminator. Returns pos, or s. The text is unchanged after a failure; GL_ENOMEM is
+ * one. */
 QBGL_API char *gl_mbcreplace(gl_locale *locale, char *pos, const char *new_char);
 QBGL_API char *gl_full_putmbsi(gl_locale *locale, char *s, int i, const char *new_char);
 
@@ -866,14 +868,15 @@ QBGL_API int gl_fputwcs(gl_locale *locale, const gl_wchar *ws, FILE *stream);
 /* Numbers
  *
  * `base` is 2 to 36; for input also 0, which takes 0x and 0 in front of the digits for bases 16 and 8. Digits are the ASCII ones
- * and letters. With `grouping` not 0, text is read and written with the thousands separator of LC_NUMERIC between its groups: input
- * must have it at each of their borders, and nothing behind the digits of an integer. Text behind a number is otherwise no error:
- * `end`, which may be null, receives the place where reading stopped. An integer and what stands behind it have at most 254
- * characters; of a real number 256 digits are read before the point, and 255 characters from it on. More is GL_E2BIG, and what fits
- * is read. */
+ * and letters. With `grouping` not 0, text is read and written with the thousands separator of LC_NUMERIC between its groups. Input
+ * must have it at the border of each full group, counted from the end of an integer's text, or of a real number's digits; within a
+ * group any character is taken, and then ends the number as it would without grouping. Text behind a number is no error: `end`,
+ * which may be null, receives the place where reading stopped, and who wants nothing else there has to look at it. An integer and
+ * what stands behind it have at most 254 characters; of a real number 256 digits are read before the point, and 255 characters from
+ * it on. More is GL_E2BIG, and what fits is read. A null text is GL_ENULLPTR, with the result of text that is refused. */
 
 /* Integers of wide text. Out of range: the nearest value and errno = ERANGE, as the standard's strtol, strtoul and strtoull have
- * it. Text that breaks the rules of grouping or has, with grouping, more than 255 characters, and for the unsigned functions text
+ * it. Text that lacks a separator or has, with grouping, more than 255 characters, and for the unsigned functions text
  * of more than 254 characters, is GL_EINVAL with the result 0x7fffffff (gl_wcstol, gl_wcstoul) or 0x7fffffffffffffff; `end` is left
  * alone then. Only gl_wcstol knows the locale's signs; one of several characters counts as one in `end`. */
 QBGL_API long gl_wcstol(gl_locale *locale, const gl_wchar *s, gl_wchar **end, int base, int grouping);
@@ -887,9 +890,9 @@ QBGL_API long gl_mbstol(gl_locale *locale, const char *s, char **end, int base, 
 QBGL_API unsigned long gl_mbstoul(gl_locale *locale, const char *s, char **end, int base, int grouping);
 
 /* Real numbers, with signs and decimal point of LC_NUMERIC, or of LC_MONETARY where `monetary` is 1; out of range as strtod has it.
- * 0 with `end` at the beginning for text that is no number, with GL_EINVAL where it breaks the rules of grouping or more than 254
- * digits and separators follow one another in it; 0 with GL_ENOCONV for a point alone, and with grouping for a minus sign alone.
- * What the host's setlocale says has no influence. */
+ * 0 with `end` at the beginning for text that is no number (a separator within a group makes it none), with GL_EINVAL where one is
+ * missing or more than 254 digits and separators follow one another; 0 with GL_ENOCONV for a point alone, and with grouping for a
+ * minus sign or an exponent alone. What the host's setlocale says has no influence. */
 QBGL_API double gl_wcstod(gl_locale *locale, const gl_wchar *s, gl_wchar **end, int grouping);
 QBGL_API double gl_wcstod_num_mon(gl_locale *locale, const gl_wchar *s, gl_wchar **end, int grouping, int monetary);
 /* Of multibyte text: 2147483647 in the cases in which gl_mbstol gives 0x7fffffff for its own part, -1 for a place that cannot be
@@ -897,8 +900,9 @@ QBGL_API double gl_wcstod_num_mon(gl_locale *locale, const gl_wchar *s, gl_wchar
 QBGL_API double gl_mbstod(gl_locale *locale, const char *s, char **end, int grouping);
 
 /* Write a number into `size` characters, terminator included, with capital letters for digits above 9. Text that does not fit is
- * cut, and with grouping empty; it is empty for any other base. The multibyte forms return what the conversion of the wide text to
- * `size` bytes gives. */
+ * cut, and with grouping empty; it is empty for any other base. With grouping the sign counts as a digit when the room is reckoned,
+ * so that a negative number may be refused a separator's length too early; beyond 256 characters the digits stand without
+ * separators, with GL_E2BIG. The multibyte forms return what the conversion of the wide text to `size` bytes gives. */
 QBGL_API void gl_ltowcs(gl_locale *locale, gl_wchar *out, int size, long value, int base, int grouping);
 QBGL_API void gl_ultowcs(gl_locale *locale, gl_wchar *out, int size, unsigned long value, int base, int grouping);
 QBGL_API int gl_ltombs(gl_locale *locale, char *out, int size, long value, int base, int grouping);
@@ -929,13 +933,18 @@ typedef struct gl_tm {
     int32_t isdst, gmtoff, zone;
 } gl_tm;
 
-/* The day of the year from 0, and the day of the week from 0 (Sunday), of a Gregorian date; `mon` is 0 to 11, `year` is in full. */
+/* The day of the year from 0, and the day of the week from 0 (Sunday), of a Gregorian date; `mon` is 0 to 11, otherwise the result
+ * is -1; `year` is in full. */
 QBGL_API int _gl_gregorian_yearday(int mday, int mon, int year);
 QBGL_API int _gl_gregorian_weekday(int mday, int mon, int year);
 
-/* Convert a date; *out may be *in. -1 with zeros out of range: Hebrew dates go from 1 January 1 to 23 February 10000, and back to
- * 14213; Islamic ones from 18 July 622 to 20 October 10323, the years 1 to 9999. A day beyond its month counts on. There, monname
- * tells the month where mon is -1; a name that the year lacks is out of range, both -1 give -1 and no date. No error number. */
+/* Convert a date; *out may be *in. 0, or -1 with an output of zeros for a date out of range, without an error number.
+ *   Hebrew   from 1 January 1 to 23 February 10000; back to the Gregorian calendar from 18 Tevet 3761 to the end of 14213
+ *   Islamic  from 18 July 622 to 20 October 10323; back the years 1 to 9999
+ * A month is 0 to 11, in the Hebrew calendar 0 to 12 (12 of a common year is the first of the next one); any other is out of range.
+ * A day beyond its month counts on. To the Gregorian calendar a mon of -1 takes the month that monname tells: 5 in a Hebrew leap
+ * year is Adar I, a name that the year lacks is out of range, and where it is -1, too, the output has no date but what is carried
+ * along. */
 QBGL_API int gl_cal_gregorian_to_hebrew(const gl_tm *in, gl_tm *out);
 QBGL_API int gl_cal_hebrew_to_gregorian(const gl_tm *in, gl_tm *out);
 QBGL_API int gl_cal_gregorian_to_islamic(const gl_tm *in, gl_tm *out);
@@ -1301,9 +1310,9 @@ QBGL_API int _gl_fprintf_multi(FILE *stream, gl_multi *table, gl_entry_writer wr
  * 9. Charmaps: characters and their symbolic names
  *
  * A charmap object lists the characters of one codeset with their names. A symbol is a name between "<" and ">", in which a
- * backslash takes the "<" or backslash behind it literally; names have at most 127 bytes. Errors go into the record: GL_EBADARG for
- * an output without room, GL_ENOSYM for bytes that are no character, or a character without a name. A loaded charmap may be shared
- * by threads, but for the error.
+ * backslash takes the character behind it literally: "<" and the backslash are written so; names have at most 127 bytes. Errors go
+ * into the record: GL_EBADARG for an output without room, GL_ENOSYM for bytes that are no character, or a character without a name.
+ * A loaded charmap may be shared by threads, but for the error.
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 /* Handed out by a load that failed before it had a record: GL_ENOMEM, GL_ENOFILE. Never freed or changed; gl_cm_unload accepts
@@ -1340,8 +1349,9 @@ QBGL_API int gl_mbstosyms(gl_charmap *cm, char *out, int outsize, const char **i
 QBGL_API int gl_wcstosyms(gl_charmap *cm, char *out, int outsize, const gl_wchar **in, int inlen);
 
 /* Symbols to text, up to the zero byte behind them. Returns the bytes, or wide characters, written with the terminator, which is as
- * long as the shortest character; or -1: what is no symbol or no name ends the call without an error number. The input pointer is
- * advanced to the culprit, and the output is terminated. */
+ * long as the shortest character; or -1: with GL_EBADARG for an output without room, and with the older number left alone for what
+ * is no symbol or no name. The input pointer is advanced to the culprit, and the output is terminated, unless it has not even room
+ * for that. */
 QBGL_API int gl_symstombs(gl_charmap *cm, char *out, int outsize, const char **in);
 QBGL_API int gl_symstowcs(gl_charmap *cm, gl_wchar *out, int outsize, const char **in);
 

@@ -133,6 +133,8 @@ TEST(Measures, Fail) {
         EXPECT_TRUE(fails(l, gl_mbsp(l, bad.c_str()), GL_EILSEQ));
         EXPECT_TRUE(fails(l, gl_mbswidth(l, bad.c_str(), 9), GL_EINVAL) && fails(l, gl_mbwidth(l, "\xFF\xFF"), GL_EINVAL));
         EXPECT_TRUE(fails(l, gl_mbspwidth(l, bad.c_str(), bad.c_str() + 9), GL_EILSEQ));
+        const std::string unprintable = codeset.encode("\1") + bad;
+        EXPECT_TRUE(fails(l, gl_mbspwidth(l, unprintable.c_str(), unprintable.c_str() + 12), GL_EINVAL));
         const std::string &longest = codeset.characters.back().bytes;
         const auto cut = static_cast<int>(longest.size()) - 1;
         EXPECT_TRUE(fails(l, _qbx_gl_mbsntsbytes(l, std::vector(longest.begin(), longest.end() - 1).data(), cut), GL_EINVAL));
@@ -146,7 +148,8 @@ TEST(TrailingSpace, IsWhatTheExtensionSays) {
     l->glu_flag[GL_CAT_CTYPE] = 1;
     qbgl::fn_glu_mblen = [](void *, const char *s, int n, int16_t *) { return *s == ' ' ? 1 : n < 2 ? -1 : 2; };
     qbgl::fn_glu_mbsnext = [](void *, const char *s, int, int16_t *) { return const_cast<char *>(s) + (*s == ' ' ? 1 : 2); };
-    qbgl::fn_glu_ismctype = [](void *, const char *s, int, unsigned mask, int16_t *) {
+    qbgl::fn_glu_ismctype = [](void *, const char *s, int n, unsigned mask, int16_t *) {
+        EXPECT_EQ(n, *s == ' ' ? 1 : 2);
         return *s == ' ' && mask == GL_CLASS_BLANK ? 1U : 0U;
     };
     char text[] = "abcd ef   ";

@@ -1,6 +1,8 @@
 // Many threads under one handle, each with its own error number.
 #include "support/locale_object.h"
 
+#include <atomic>
+#include <functional>
 #include <gtest/gtest.h>
 #include <latch>
 #include <thread>
@@ -57,6 +59,28 @@ TEST(Threads, ShareAHandle) {
         for (const int result : results) EXPECT_EQ(result, 0);
         EXPECT_EQ(locale->error, 0); // all errors went to the threads
     }
+}
+
+void in_two_threads(const std::function<void()> &work) { std::jthread one(work), another(work); }
+
+TEST(Threads, DoNotSplitCharactersOfAStream) {
+    constexpr int CHARACTERS = 20000;
+    const Locale locale = load_locale(LocaleObject(sjis_codeset()));
+    gl_setextfunc(nullptr, GL_EXT_ERRNO, reinterpret_cast<gl_extfunc>(error_of_thread));
+    const std::unique_ptr<FILE, int (*)(FILE *)> file(tmpfile(), fclose);
+    in_two_threads([&] {
+        for (int i = 0; i < CHARACTERS; ++i) gl_fputmb(locale.get(), i % 3 == 0 ? "a" : "\x82\xA0", file.get());
+    });
+    rewind(file.get());
+    std::atomic<int> read = 0, split = 0;
+    in_two_threads([&] {
+        char bytes[4];
+        for (int length; (length = gl_full_fgetmb(locale.get(), bytes, file.get())) > 0; ++read)
+            split += std::string_view(bytes, static_cast<size_t>(length)) != (length == 1 ? "a" : "\x82\xA0");
+    });
+    gl_setextfunc(nullptr, GL_EXT_ERRNO, nullptr);
+    EXPECT_EQ(read, 2 * CHARACTERS);
+    EXPECT_EQ(split, 0);
 }
 
 } // namespace

@@ -75,8 +75,10 @@ template <class LengthOf> bool asked_rest(gl_locale *locale, const char *s, int 
     while (end != nullptr ? at < end : gl_ismbsterm(locale, at) == 0) {
         const int length = length_of(at, end != nullptr ? static_cast<int>(end - at) : MAX_KEY);
         if (length < 0) return false;
-        const bool blank = _gl_im_ismctype(locale, at, GL_CLASS_BLANK) != 0 && _gl_im_ismctype(locale, at, GL_CLASS_CNTRL) == 0;
-        at += std::max(length, 1); // it may give none to a NUL character
+        const int bytes = std::max(length, 1); // it may give none to a NUL character
+        const auto is_in = [&](unsigned mask) { return _qbx_gl_im_ismctype(locale, at, bytes, mask) != 0; };
+        const bool blank = is_in(GL_CLASS_BLANK) && !is_in(GL_CLASS_CNTRL);
+        at += bytes;
         finder.take(as_bytes(at), blank);
     }
     rest = finder.rest();

@@ -5,7 +5,8 @@
 #include "ctype/class_name.h"
 #include "mbwc/maps.h"
 
-#include <stddef.h>
+#include <algorithm>
+#include <limits.h>
 
 namespace qbgl {
 
@@ -20,12 +21,12 @@ class WidthSum {
         quarters_ += a + b + c + d + 4;
         all_ &= a & b & c & d;
     }
-    // Columns, or -1.
-    int width() const { return (all_ & HAS_WIDTH) != 0 ? static_cast<int>(quarters_ / 4) : -1; }
+    // Columns, as far as an int can count them, or -1.
+    int width() const { return (all_ & HAS_WIDTH) != 0 ? static_cast<int>(std::min<uint64_t>(quarters_ / 4, INT_MAX)) : -1; }
 
   private:
     static_assert((IS_CHARACTER | HAS_WIDTH) + 1 == 4 && (IS_CHARACTER | HAS_WIDTH | HAS_TWO_COLUMNS) + 1 == 8);
-    size_t quarters_ = 0;
+    uint64_t quarters_ = 0;
     unsigned all_ = HAS_WIDTH;
 };
 

@@ -1,19 +1,10 @@
 // Trailing white space of wide text.
-#include "ext/error.h"
+#include "ctype/wide_class.h"
 #include "mbwc/ranges.h"
 
 using namespace qbgl;
 
 namespace {
-
-// Nothing above the bytes is in a class of a single-byte codeset.
-bool is_in(gl_locale *locale, gl_wchar wc, unsigned mask) {
-    const uint16_t *classes = locale->classes;
-    if (classes == nullptr) return gl_iswctype(locale, wc, mask) != 0;
-    if (wc <= UINT8_MAX) return (classes[wc] & mask) != 0;
-    set_error(locale, GL_EILSEQ);
-    return false;
-}
 
 // Where the characters that `trails` has at the text's end begin. Asks for each character, for the errors.
 template <class Trails> const gl_wchar *begin_of_trail(const gl_wchar *ws, const gl_wchar *end, Trails trails) {
@@ -31,7 +22,9 @@ int _qbx_gl_wcsntslen(gl_locale *locale, const gl_wchar *ws, int len) {
         return -1;
     }
     const gl_wchar *const end = len == -1 ? find_zero(ws, INT32_MAX) : ws + len;
-    const auto trails = [locale](gl_wchar wc) { return is_in(locale, wc, GL_CLASS_SPACE) && !is_in(locale, wc, GL_CLASS_CNTRL); };
+    const auto trails = [locale](gl_wchar wc) {
+        return is_in_class(locale, wc, GL_CLASS_SPACE) && !is_in_class(locale, wc, GL_CLASS_CNTRL);
+    };
     return static_cast<int>(begin_of_trail(ws, end, trails) - ws);
 }
 
@@ -43,7 +36,7 @@ gl_wchar *gl_wcsntstrunc(gl_locale *locale, gl_wchar *ws) {
         return nullptr;
     }
     const gl_wchar *const end = find_zero(ws, INT32_MAX);
-    const gl_wchar *begin = begin_of_trail(ws, end, [locale](gl_wchar wc) { return is_in(locale, wc, GL_CLASS_SPACE); });
+    const gl_wchar *begin = begin_of_trail(ws, end, [locale](gl_wchar wc) { return is_in_class(locale, wc, GL_CLASS_SPACE); });
     if (begin == end) return nullptr;
     gl_wchar *const cut = ws + (begin - ws);
     *cut = 0;

@@ -53,7 +53,9 @@ template <class GoesOn> TextWidth multibyte_width(gl_locale *locale, const uint8
             sum.add(traits_of_taken<SHAPE>(known, wc));
             return true;
         };
-        return text.walk(at, nullptr, before_end, take) > 0 ? result_of(sum) : TextWidth{-1, GL_EILSEQ};
+        const int walked = text.walk(at, nullptr, before_end, take);
+        const TextWidth result = result_of(sum); // a character without a width before bytes that are none is the one to be told
+        return walked > 0 || result.width < 0 ? result : TextWidth{-1, GL_EILSEQ};
     });
 }
 

@@ -12,7 +12,7 @@ using namespace qbgl;
 
 namespace {
 
-// What the three types differ in, apart from the standard's function: who knows signs, and who counts characters. `refused` is the
+// What the three types differ in, apart from the standard's function: who knows signs, and who counts characters. REFUSED is the
 // value for text that is not read at all.
 struct SignedLong {
     using Value = long;
@@ -167,6 +167,10 @@ template <class Rules>
 
 template <class Rules>
 typename Rules::Value read_integer(gl_locale *locale, const gl_wchar *s, gl_wchar **end, int base, int grouping) {
+    if (s == nullptr) {
+        set_error(locale, GL_ENULLPTR);
+        return Rules::REFUSED;
+    }
     const auto reading = read_integer<Rules>(locale, s, base, grouping != 0);
     if (end != nullptr && reading.end != nullptr) *end = const_cast<gl_wchar *>(reading.end);
     return reading.value;

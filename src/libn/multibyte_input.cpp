@@ -23,6 +23,10 @@ char *step(gl_locale *locale, const char *s, ptrdiff_t characters) {
 }
 
 template <class Value, class Read> Value read_multibyte(gl_locale *locale, const char *s, char **end, Value refused, Read read) {
+    if (s == nullptr) {
+        set_error(locale, GL_ENULLPTR);
+        return refused;
+    }
     gl_wchar wide[MOST_MULTIBYTE + 1];
     wide[MOST_MULTIBYTE] = 0;
     const int count = locale->mbstowcs(locale, wide, s, MOST_MULTIBYTE);

@@ -1,7 +1,7 @@
 // What reading a number shares: its ASCII text, the characters that are looked at, what comes of it.
 #pragma once
 
-#include "ext/error.h"
+#include "ctype/wide_class.h"
 #include "qbgl.h"
 
 namespace qbgl {
@@ -50,15 +50,8 @@ template <class Value, class Unit> int read_digits(const Unit *s, int most, Valu
     return count;
 }
 
-inline bool in_class(gl_locale *locale, gl_wchar wc, unsigned mask) {
-    if (locale->classes == nullptr) return gl_iswctype(locale, wc, mask) != 0;
-    if (wc <= 0xFF) return (locale->classes[wc] & mask) != 0;
-    set_error(locale, GL_EILSEQ);
-    return false;
-}
-
 inline const gl_wchar *skip_spaces(gl_locale *locale, const gl_wchar *s) {
-    while (in_class(locale, *s, GL_CLASS_SPACE)) ++s;
+    while (is_in_class(locale, *s, GL_CLASS_SPACE)) ++s;
     return s;
 }
 

@@ -55,7 +55,7 @@ const gl_wchar *take_digits(gl_locale *locale, const gl_wchar *at, int &room, Nu
 const gl_wchar *end_of_run(gl_locale *locale, const gl_wchar *at, const Symbol &separator) {
     const gl_wchar *const begin = at;
     for (;;) {
-        if (in_class(locale, *at, GL_CLASS_DIGIT))
+        if (is_in_class(locale, *at, GL_CLASS_DIGIT))
             ++at;
         else if (const int length = separator.starting_at(at); length > 0)
             at += length;
@@ -154,6 +154,10 @@ Reading<double> qbgl::read_real(gl_locale *locale, const gl_wchar *s, bool group
 }
 
 double gl_wcstod_num_mon(gl_locale *locale, const gl_wchar *s, gl_wchar **end, int grouping, int monetary) {
+    if (s == nullptr) {
+        set_error(locale, GL_ENULLPTR);
+        return 0.0;
+    }
     const Reading<double> reading = read_real(locale, s, grouping != 0, monetary != 0);
     if (end != nullptr) *end = const_cast<gl_wchar *>(reading.end);
     return reading.value;

@@ -129,9 +129,10 @@ class RecordReader {
         const long count = number();
         if (count < 1 || count > static_cast<long>(sizeof character.bytes)) return false;
         character.count = static_cast<uint32_t>(count);
+        in_.skip_whitespace();
         for (long i = 0; i < count; ++i) {
             unsigned high, low;
-            in_.skip_one_blank();
+            if (i > 0) in_.skip_one_blank();
             if (!read_digit(high) || !read_digit(low)) return false;
             character.bytes[i] = static_cast<uint8_t>(high << 4 | low);
         }
