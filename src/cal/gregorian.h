@@ -52,9 +52,14 @@ constexpr int64_t gregorian_day(const CalendarDate &date) {
     return int64_t{date.mday} + before_year + end_of_month_before(date.year, date.mon) + 1;
 }
 
+struct DateInYear {
+    CalendarDate date;
+    int32_t yday; // from 0
+};
+
 // The date of a day that is not negative, by way of years that begin with March: a leap day is then the last one, and the lengths
 // of months come again after five, 31, 30, 31, 30 and 31 days.
-constexpr CalendarDate gregorian_date(int32_t day) {
+constexpr DateInYear gregorian_date(int32_t day) {
     constexpr uint32_t DAYS_IN_5_MONTHS = 31 + 30 + 31 + 30 + 31;
     constexpr uint32_t MARCH_OF_YEAR_0 = DAYS_IN_COMMON_YEAR - DAYS_BEFORE_MONTH[2] - 1; // to day 0, the last one of that year
     uint32_t rest = static_cast<uint32_t>(day) + MARCH_OF_YEAR_0;
@@ -63,10 +68,14 @@ constexpr CalendarDate gregorian_date(int32_t day) {
     const uint32_t years = (4 * rest + 3) / DAYS_IN_4_YEARS;
     rest -= DAYS_IN_4_YEARS * years / 4;
     const uint32_t months = (5 * rest + 2) / DAYS_IN_5_MONTHS;
-    rest -= (DAYS_IN_5_MONTHS * months + 2) / 5;
+    const uint32_t mday = rest - (DAYS_IN_5_MONTHS * months + 2) / 5 + 1;
     const uint32_t next_year = months >= 10 ? 1 : 0; // January and February
-    return {static_cast<int32_t>(100 * centuries + years + next_year), static_cast<int32_t>(months + 2 - 12 * next_year),
-            static_cast<int32_t>(rest + 1)};
+    constexpr uint32_t BEFORE_MARCH = DAYS_BEFORE_MONTH[2], FROM_MARCH = DAYS_IN_COMMON_YEAR - BEFORE_MARCH;
+    const uint32_t leap_day = (years != 0 ? years : centuries) % 4 == 0 ? 1 : 0;
+    const uint32_t yday = next_year != 0 ? rest - FROM_MARCH : rest + BEFORE_MARCH + leap_day;
+    return {{static_cast<int32_t>(100 * centuries + years + next_year), static_cast<int32_t>(months + 2 - 12 * next_year),
+             static_cast<int32_t>(mday)},
+            static_cast<int32_t>(yday)};
 }
 
 } // namespace qbgl

@@ -34,23 +34,38 @@ constexpr CalendarDate FIRST_GREGORIAN = {1, 0, 1}, LAST_GREGORIAN = {10000, 1, 
 constexpr CalendarDate FIRST_HEBREW = {3761, 3, 18};
 constexpr int32_t LAST_HEBREW_YEAR = 14213;
 
-// The day of 1 Tishri of a year, both counted as above. 32 bits suffice until the year 28000.
-constexpr int32_t hebrew_size_in_days(int32_t years) {
-    enum : uint32_t { SATURDAY, SUNDAY, MONDAY, TUESDAY, WEDNESDAY, THURSDAY, FRIDAY };
-    constexpr uint32_t FIRST_LEAP_REST = YEARS_OF_CYCLE - LEAP_YEARS_OF_CYCLE;
-    constexpr uint32_t GATARAD = 9 * PARTS_IN_HOUR + 204 + MOLAD_ZAKEN, BETUTAKPAT = 15 * PARTS_IN_HOUR + 589 + MOLAD_ZAKEN;
+// The months before a year, and the nineteenths of one that are left over: with twelve or more the year has a thirteenth month.
+struct MonthsBefore {
+    static constexpr uint32_t FIRST_LEAP_REST = YEARS_OF_CYCLE - LEAP_YEARS_OF_CYCLE;
+    uint32_t months, rest;
+
+    constexpr bool is_common() const { return rest < FIRST_LEAP_REST; }
+    constexpr bool follows_leap() const { return rest < LEAP_YEARS_OF_CYCLE; }
+    constexpr MonthsBefore next() const {
+        return {months + 13 - is_common(), is_common() ? rest + LEAP_YEARS_OF_CYCLE : rest - FIRST_LEAP_REST};
+    }
+};
+
+constexpr MonthsBefore months_before(int32_t years) {
     const auto number = static_cast<uint32_t>(years);
-    const uint32_t leap_parts = LEAP_YEARS_OF_CYCLE * number + 1; // in nineteenths of a month
-    const uint32_t months = 12 * number + leap_parts / YEARS_OF_CYCLE, rest = leap_parts % YEARS_OF_CYCLE;
-    const bool is_common = rest < FIRST_LEAP_REST, follows_leap = rest < LEAP_YEARS_OF_CYCLE;
-    const uint32_t parts = months * LUNATION_PARTS + FIRST_MOLAD, time = parts % PARTS_IN_DAY;
-    const uint32_t day = months * LUNATION_DAYS + parts / PARTS_IN_DAY, weekday = day % DAYS_IN_WEEK;
+    const uint32_t leap_parts = LEAP_YEARS_OF_CYCLE * number + 1;
+    return {12 * number + leap_parts / YEARS_OF_CYCLE, leap_parts % YEARS_OF_CYCLE};
+}
+
+// The day of 1 Tishri of a year, counted as above. 32 bits suffice until the year 28000.
+constexpr int32_t new_year(const MonthsBefore &before) {
+    enum : uint32_t { SATURDAY, SUNDAY, MONDAY, TUESDAY, WEDNESDAY, THURSDAY, FRIDAY };
+    constexpr uint32_t GATARAD = 9 * PARTS_IN_HOUR + 204 + MOLAD_ZAKEN, BETUTAKPAT = 15 * PARTS_IN_HOUR + 589 + MOLAD_ZAKEN;
+    const uint32_t parts = before.months * LUNATION_PARTS + FIRST_MOLAD, time = parts % PARTS_IN_DAY;
+    const uint32_t day = before.months * LUNATION_DAYS + parts / PARTS_IN_DAY, weekday = day % DAYS_IN_WEEK;
     // Sums, because branches of random outcome would take longer than all the rest.
     constexpr uint32_t LO_ADU_ROSH = 1 << SUNDAY | 1 << WEDNESDAY | 1 << FRIDAY;
-    const uint32_t postponed = (LO_ADU_ROSH >> weekday & 1) + 2U * ((weekday == TUESDAY) & is_common & (time >= GATARAD)) +
-                               1U * ((weekday == MONDAY) & follows_leap & (time >= BETUTAKPAT));
+    const uint32_t postponed = (LO_ADU_ROSH >> weekday & 1) + 2U * ((weekday == TUESDAY) & before.is_common() & (time >= GATARAD)) +
+                               1U * ((weekday == MONDAY) & before.follows_leap() & (time >= BETUTAKPAT));
     return static_cast<int32_t>(day + postponed) - MOLAD_AHEAD;
 }
+
+constexpr int32_t hebrew_size_in_days(int32_t years) { return new_year(months_before(years)); }
 
 // From the count above to that of the Gregorian calendar: 3 October 2024 was 1 Tishri 5785.
 constexpr int32_t DAY_ZERO = static_cast<int32_t>(gregorian_day({2024, 9, 3})) - hebrew_size_in_days(5785 - YEAR_ZERO);
@@ -95,7 +110,7 @@ constexpr std::array<YearSort, 6> YEAR_SORTS = {year_sort(0), year_sort(1), year
 
 class HebrewYear {
   public:
-    explicit HebrewYear(int32_t number) : HebrewYear(hebrew_size_in_days(number), number) {}
+    explicit HebrewYear(int32_t number) : HebrewYear(number, months_before(number)) {}
 
     // The one that a day is in.
     static HebrewYear with_day(int32_t day) {
@@ -104,7 +119,7 @@ class HebrewYear {
         const auto lunations =
             static_cast<uint32_t>(static_cast<uint64_t>(static_cast<uint32_t>(day - 1)) * LUNATIONS_IN_DAY >> 32);
         HebrewYear year(static_cast<int32_t>((YEARS_OF_CYCLE * lunations + YEARS_OF_CYCLE - 2) / MONTHS_OF_CYCLE));
-        if (day >= year.end_) year = HebrewYear(year.end_, year.number_ + 1);
+        if (day >= year.end_) year = HebrewYear(year.number_ + 1);
         return year;
     }
 
@@ -129,9 +144,9 @@ class HebrewYear {
     }
 
   private:
-    HebrewYear(int32_t begin, int32_t number)
-        : number_(number), begin_(begin), end_(hebrew_size_in_days(number + 1)), sort_(&YEAR_SORTS[sort_of_length(end_ - begin_)]) {
-    }
+    HebrewYear(int32_t number, const MonthsBefore &before)
+        : number_(number), begin_(new_year(before)), end_(new_year(before.next())),
+          sort_(&YEAR_SORTS[sort_of_length(end_ - begin_)]) {}
 
     int32_t number_, begin_, end_;
     const YearSort *sort_;

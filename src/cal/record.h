@@ -58,8 +58,8 @@ inline constexpr int32_t NO_MONTH = -1;
 inline bool has_no_month(const gl_tm &record) { return record.mon == NO_MONTH && record.monname == NO_MONTH; }
 
 inline ConvertedDate gregorian_result(int32_t day) {
-    const CalendarDate date = gregorian_date(day);
-    return {date, date.mon, day % DAYS_IN_WEEK, date.mday + end_of_month_before(date.year, date.mon)};
+    const auto [date, yday] = gregorian_date(day);
+    return {date, date.mon, day % DAYS_IN_WEEK, yday};
 }
 
 } // namespace qbgl
