@@ -35,6 +35,8 @@ void RatioReporter::Finalize() {
             const auto wanted = goal.over.find(peer);
             if (rate == 0 || wanted == goal.over.end())
                 std::printf(" %8s %15s", "-", "");
+            else if (wanted->second == 0)
+                std::printf(" %8.0f %6.2f%9s", rate / 1e6, ours / rate, "");
             else
                 std::printf(" %8.0f %6.2f of %4.2f%c", rate / 1e6, ours / rate, wanted->second,
                             ours / rate >= wanted->second ? ' ' : '!');

@@ -11,7 +11,7 @@ namespace bench {
 
 struct Goal {
     std::string work;                   // benchmarks are named WORK/qbgl and WORK/PEER
-    std::map<std::string, double> over; // by peer
+    std::map<std::string, double> over; // by peer; 0 where none is to be reached
 };
 
 class RatioReporter : public benchmark::ConsoleReporter {

@@ -106,6 +106,16 @@ TEST(Client, NumbersAreReadAndWritten) {
          R"({"kind":"error","message":"\"18446744073709551616\": the number is out of range","reason":"range",)"
          R"("text":"18446744073709551616"})"
          "\n"},
+        {"-l de_DE.utf8", "+\n+x5\n-.234", 1, "",
+         "qbgl: line 1: \"+\", character 2: no number begins here" + german +
+             "qbgl: line 2: \"+x5\", character 2: no number begins here" + german +
+             "qbgl: line 3: \"-.234\", character 2: the separators do not stand where the locale has them" + german},
+        {"-l de_DE.utf8 -b 16 0xFF.FFF .234 1.234x 1.23x", "", 1, "1048575\n",
+         "qbgl: \".234\", character 1: the separators do not stand where the locale has them" + german +
+             "qbgl: \"1.234x\", character 6: the number ends before this" + german +
+             "qbgl: \"1.23x\", character 2: the separators do not stand where the locale has them" + german},
+        {"-l ja_JP.sjis -b 16 \u30A2", "", 1, "",
+         "qbgl: \"\u30A2\", character 1: no number begins here; the locale writes 1,234,567.89\n"},
         {"-b 1 5", "", 2, "", "qbgl: --base: a base is 2 to 36; see `qbgl --help`\n"}};
     for (const auto &[arguments, input, status, out, err] : CASES) {
         SCOPED_TRACE(arguments);
@@ -391,7 +401,9 @@ TEST_F(LocaleClient, LocalesThatCannotBeHadAreExplained) {
 }
 
 TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
-    LocaleObject hebrew(utf8_codeset()), arabic(utf8_codeset());
+    LocaleObject finnish(utf8_codeset()), hebrew(utf8_codeset()), arabic(utf8_codeset());
+    finnish.time.replace(finnish.time.find(string_line("June")), string_line("June").size(), string_line("Mar\xC3\x80"));
+    add("fi_fi/e01c.lco", finnish);
     hebrew.time.replace(0, 9, "hebrew");
     arabic.time.replace(0, 9, "arabic");
     add("he_il/e01c.lco", hebrew);
@@ -410,6 +422,10 @@ TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
         {"--local 5784-january-2 --from hebrew -l he_IL.utf8", 0, "2023-09-17 Sunday\n  hebrew     2 January 5784, day 2\n"},
         {"--local -l default.lco 1446-DHU-AL-HIJ-29..1447-1-1 --from islamic", 0,
          "2025-06-25 Wednesday  25 June 2025, day 176\n2025-06-26 Thursday   26 June 2025, day 177\n"},
+        {"-l fi_FI.utf8 --local 2024-mar\xC3\xA0-3..2024-6-3", 0, "2024-06-03 Monday     3 Mar\xC3\x80 2024, day 155\n"},
+        {"--local -l default.lco --from islamic 9666-4", 0,
+         "9999-12-29 Wednesday  29 December 9999, day 363\n9999-12-30 Thursday   30 December 9999, day 364\n"
+         "9999-12-31 Friday     31 December 9999, day 365\n"},
         {"0622-07-17..0622-07-17", 0,
          "0622-07-17 Wednesday  17 July 622, day 198              1 Av 4382, day 296                -\n"},
         {"2024-2", 0,
@@ -422,11 +438,16 @@ TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
         {"2023-02-30", 1, "2023-02-30: February 2023 has 28 days"},
         {"10000-1-1", 1, "10000-1-1: gregorian dates go from 0001-01-01 to 9999-12-31"},
         {"--from hebrew 3761-4-17", 1, "3761-4-17: hebrew dates go from 3761-04-18 to 13760-02-28"},
+        {"--from hebrew 13760-3", 1, "13760-3: hebrew dates go from 3761-04-18 to 13760-02-28"},
+        {"--from hebrew 3761-Tishri-1", 1, "3761-Tishri-1: hebrew dates go from 3761-04-18 to 13760-02-28"},
+        {"--from islamic 9666-5", 1, "9666-5: islamic dates go from 0001-01-01 to 9666-04-03"},
         {"--from hebrew 5785-AdarII-1", 1, "5785-AdarII-1: 5785 has no month Adar II"},
         {"--from hebrew 5785-rab", 2,
          "5785-rab: the hebrew calendar has no month rab; it has Tishri, Heshvan, Kislev, Tevet, Shevat, Adar, Nisan, Iyar, Sivan, "
          "Tammuz, Av, Elul, Adar I, Adar II"},
+        {"-l fi_FI.utf8 2024-mar-3", 2, "2024-mar-3: mar may be March or Mar\xC3\x80"},
         {"2024", 2, "2024: " + form},
+        {"2024-10-03T10:00", 2, "2024-10-03T10:00: " + form},
         {"--local -l ar_SA.utf8", 2, "the locale's calendar is none that can be converted"},
     };
     for (const auto &row : CASES) {
@@ -484,6 +505,8 @@ TEST_F(SymbolsClient, MessagesTellPlaceAndReason) {
         {"-d --codeset 8859-1", "<A>\n <n06>", "A", 1, at + "2:2: offset 5, <n06>: the charmap of 8859-1 has no such name"},
         {"-d --codeset 8859-1", "<A>x", "A", 1, at + "1:4: offset 3, byte 78: no symbol such as <U0041>"},
         {"-d --codeset 8859-1", "<A><" + std::string(400, 'x'), "A", 1, at + "1:4: offset 3, byte 3C: no symbol such as <U0041>"},
+        {"-d --codeset 8859-1", "<A><" + std::string(400, 'x') + ">", "A", 1,
+         at + "1:4: offset 3, byte 3C: no symbol such as <U0041>"},
         {"-d --codeset 8859-1", "<A><n0", "A", 1, at + "1:4: offset 3, the text ends inside a symbol; was it cut short?"},
         {"--codeset 8859-2", "", "", 3,
          tree + " has no charmap of 8859-2: `qbglc charmap 8859-2 -o " + tree +
@@ -493,10 +516,12 @@ TEST_F(SymbolsClient, MessagesTellPlaceAndReason) {
              "/vrn/cm3/01b5.cmo` makes it anew"},
     };
     for (const auto &row : CASES) {
-        const Result result = client("symbols " + row.arguments, row.input);
-        EXPECT_EQ(result.status, row.status);
-        EXPECT_EQ(result.out, row.out);
-        EXPECT_EQ(result.err, "qbgl: " + row.message + "\n");
+        for (const size_t chunk : {size_t{1}, WHOLE}) {
+            const Result result = client("symbols " + row.arguments, row.input, chunk);
+            EXPECT_EQ(result.status, row.status);
+            EXPECT_EQ(result.out, row.out);
+            EXPECT_EQ(result.err, "qbgl: " + row.message + "\n");
+        }
     }
     EXPECT_NE(client("symbols -d --json --codeset 819", "<B>")
                   .err.find("\"finding\":\"unknown\",\"file\":\"-\",\"line\":1,\"column\":1,"

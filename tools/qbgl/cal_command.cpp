@@ -34,7 +34,7 @@ std::string padded(const std::string &text, size_t columns) {
 
 class Run {
   public:
-    Run(const CalRequest &request, const Messages &messages, const gl_locale &locale)
+    Run(const CalRequest &request, const Messages &messages, gl_locale &locale)
         : request_(request), messages_(messages), names_(locale), from_(calendar_named(request.from)),
           shown_(CALENDARS.begin(), CALENDARS.end()) {
         for (int day = 0; day < DAYS_OF_WEEK; ++day) widest_day_ = std::max(widest_day_, utf8_columns(names_.day(day)));
@@ -62,7 +62,8 @@ class Run {
     }
 
     void show(const DateSpan &span) {
-        if (span.sort == DateSpan::Sort::MONTH && !messages_.as_json()) {
+        const bool sheet = span.sort == DateSpan::Sort::MONTH && (!request_.local || shown_.front() == from_);
+        if (sheet && !messages_.as_json()) {
             show_month(span);
             return;
         }

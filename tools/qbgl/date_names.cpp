@@ -1,7 +1,10 @@
 #include "date_names.h"
 
+#include "encoded.h"
+#include "files.h"
 #include "locale_handle.h"
 
+#include <algorithm>
 #include <cctype>
 #include <fmt/format.h>
 #include <span>
@@ -47,24 +50,33 @@ std::vector<std::string> texts_of(const TextView &view, std::span<char *const> o
     return result;
 }
 
-// The name itself, or the only one that begins so.
-std::optional<int> find(const std::vector<std::string> &names, const std::string &wanted) {
-    constexpr size_t SHORTEST_BEGINNING = 3;
-    std::vector<int> like;
-    for (size_t i = 0; i < names.size(); ++i) {
-        const std::string name = essence(names[i]);
-        if (name == wanted) return static_cast<int>(i);
-        if (name.starts_with(wanted) && wanted.size() >= SHORTEST_BEGINNING) like.push_back(static_cast<int>(i));
+// In small letters by the rules of the locale; a text that its codeset does not have stays as it is. By way of capitals: sigma has
+// two small letters.
+std::string folded(gl_locale &locale, const TextView &view, const std::string &text) {
+    try {
+        std::string from = encoded(text, category_codeset(locale, GL_CAT_CTYPE)), to;
+        for (auto *change : {gl_tombsupper, gl_tombslower}) {
+            to.resize(static_cast<size_t>(gl_case_conv_outbuflen(&locale, static_cast<int>(from.size()))) + sizeof(gl_wchar));
+            const int size = change(&locale, to.data(), from.c_str());
+            if (size < 0) return text;
+            to.resize(static_cast<size_t>(size));
+            from.swap(to);
+        }
+        return view.plain(from);
+    } catch (const SystemFailure &) {
+        return text;
     }
-    if (like.size() != 1) return std::nullopt;
-    return like.front();
+}
+
+size_t characters_in(const std::string &text) {
+    return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
 }
 
 } // namespace
 
-DateNames::DateNames(const gl_locale &locale)
-    : calendar_(locale.time.calendar), view_(category_codeset(locale, GL_CAT_TIME)), days_(texts_of(view_, locale.time.day, DAYS)),
-      short_days_(texts_of(view_, locale.time.abday, DAYS)) {
+DateNames::DateNames(gl_locale &locale)
+    : locale_(locale), calendar_(locale.time.calendar), view_(category_codeset(locale, GL_CAT_TIME)),
+      days_(texts_of(view_, locale.time.day, DAYS)), short_days_(texts_of(view_, locale.time.abday, DAYS)) {
     const gl_text_list &own = locale.time.mon;
     if (calendar_ >= static_cast<int>(CALENDARS.front()) && calendar_ <= static_cast<int>(CALENDARS.back()))
         months_ = texts_of(view_, {own.bytes, static_cast<size_t>(own.count)}, english_months(static_cast<Calendar>(calendar_)));
@@ -86,10 +98,19 @@ std::string DateNames::date(Calendar calendar, const gl_tm &date) const {
     return fmt::format("{} {}", date.mday, month_and_year(calendar, date));
 }
 
-std::optional<int> DateNames::find_month(Calendar calendar, const std::string &text) const {
+std::map<int, std::string> DateNames::find_months(Calendar calendar, const std::string &text) const {
+    constexpr size_t SHORTEST_BEGINNING = 3;
     const auto english = english_months(calendar);
-    const std::optional<int> own = find(months(calendar), essence(text));
-    return own ? own : find({english.begin(), english.end()}, essence(text));
+    const std::vector<std::string> own = static_cast<int>(calendar) == calendar_ ? months_ : std::vector<std::string>();
+    const std::string wanted = essence(text), own_wanted = essence(folded(locale_, view_, text));
+    std::map<int, std::string> same, like;
+    const auto compare = [&](size_t month, const std::string &name, const std::string &key, const std::string &with) {
+        if (key == with) same.emplace(month, name);
+        if (key.starts_with(with) && characters_in(with) >= SHORTEST_BEGINNING) like.emplace(month, name);
+    };
+    for (size_t i = 0; i < own.size(); ++i) compare(i, own[i], essence(folded(locale_, view_, own[i])), own_wanted);
+    for (size_t i = 0; i < english.size(); ++i) compare(i, english[i], essence(english[i]), wanted);
+    return same.empty() ? like : same;
 }
 
 } // namespace qbgl

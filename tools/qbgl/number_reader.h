@@ -40,10 +40,9 @@ class NumberReader {
 
     Wide wide_text(std::string_view text);
     std::optional<gl_wchar> wide_character(const std::string &character);
-    bool is_separator(const gl_wchar *at) const;
+    size_t separator_length(const gl_wchar *at) const; // 0 when none begins there
     size_t skip_sign(const Wide &text, bool &negative) const;
-    PlainNumber taken_apart(const Wide &text, bool negative) const;
-    [[noreturn]] void refuse(const Wide &text, size_t at) const;
+    PlainNumber taken_apart(const gl_wchar *at, bool negative) const;
 
     gl_locale &locale_;
     int monetary_;

@@ -88,9 +88,13 @@ void TextToSymbols::append_all(std::string_view character, std::string &output) 
     const int count = std::max(gl_mbtosymlist(&charmap_, nullptr, 0, character.data(), bytes), 0);
     slots_.resize(std::max(slots_.size(), static_cast<size_t>(count) * GL_SYMBOL_SLOT));
     gl_mbtosymlist(&charmap_, slots_.data(), count, character.data(), bytes);
+    const char *separator = "";
     for (int i = 0; i < count; ++i) {
-        if (i > 0) output += ' ';
-        output += slots_.data() + static_cast<size_t>(i) * GL_SYMBOL_SLOT;
+        const char *symbol = slots_.data() + static_cast<size_t>(i) * GL_SYMBOL_SLOT;
+        if (*symbol == '\0') continue; // too long for its slot
+        output += separator;
+        output += symbol;
+        separator = " ";
     }
     output += '\n';
 }
@@ -110,7 +114,7 @@ std::optional<SymbolIncident> SymbolsToText::convert(std::string_view &text, boo
             if (at_end) return stopped(SymbolIncident::INCOMPLETE, text.size());
             return std::nullopt;
         }
-        if (length == 0) return stopped(SymbolIncident::MALFORMED, 1);
+        if (length == 0 || length > SYMBOL_ROOM) return stopped(SymbolIncident::MALFORMED, 1);
         symbol_ = text.substr(0, length);
         const std::string bytes = symbol_.find('\0') == std::string::npos ? bytes_of(charmap_, symbol_) : "";
         if (bytes.empty()) return stopped(SymbolIncident::UNKNOWN, length);

@@ -18,7 +18,7 @@ struct SymbolIncident {
         INVALID,    // bytes that are no character of the charmap
         INCOMPLETE, // the text ends inside a character or a symbol
         UNKNOWN,    // a symbol whose name has no character
-        MALFORMED   // what should be a symbol does not begin with "<", or never ends
+        MALFORMED   // what should be a symbol does not begin with "<", or goes on longer than any name
     } finding;
     Place place;
     std::string bytes;
