@@ -104,10 +104,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             gl_wcstod_num_mon(&locale, begin, &end, grouping, monetary);
             require(begin <= end && end <= last);
         }
+        const auto is_in_text = [&bytes](const char *place) {
+            return bytes.data() <= place && place < bytes.data() + bytes.size();
+        };
         char *byte_end = bytes.data();
         gl_mbstol(&locale, bytes.data(), &byte_end, base, grouping);
+        require(byte_end == nullptr ? grouping == 1 : is_in_text(byte_end)); // null for text that grouping refuses
+        byte_end = bytes.data();
         gl_mbstod(&locale, bytes.data(), &byte_end, grouping);
-        require(bytes.data() <= byte_end && byte_end < bytes.data() + bytes.size());
+        require(is_in_text(byte_end));
     }
     return 0;
 }
