@@ -9,7 +9,6 @@ using namespace qbgl;
 namespace {
 
 int ask_for_bytes(gl_locale *locale, char *buffer, gl_byte_reader reader, void *stream, int *length) {
-    if (fn_glu_getmb == nullptr) *length = 0;
     return ask_extension(locale, fn_glu_getmb, -1, locale->glu_handle[GL_CAT_CTYPE], buffer, reader, stream, length);
 }
 
