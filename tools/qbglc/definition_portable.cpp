@@ -118,6 +118,7 @@ std::optional<char32_t> portable_character(std::string_view name) {
 
 std::vector<std::pair<std::string, char32_t>> portable_names() {
     std::vector<std::pair<std::string, char32_t>> result;
+    result.reserve(NAMES.size() + size_t{2} * 26);
     for (const Name &entry : NAMES) result.emplace_back(entry.name, entry.code);
     for (const char first : {'A', 'a'})
         for (int i = 0; i < 26; ++i) {
