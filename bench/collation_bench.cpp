@@ -180,10 +180,8 @@ void set_cases(Setup &setup, const std::vector<std::string> &words) {
 std::unique_ptr<Setup> setup_of(const Language &language) {
     auto setup = std::make_unique<Setup>();
     setup->language = &language;
-    if (gl_lc_load(&setup->locale, language.spec, nullptr, nullptr) != 0)
-        throw std::runtime_error(std::string("no locale ") + language.spec);
-    setup->platform = newlocale(LC_ALL_MASK, language.platform, nullptr);
-    if (setup->platform == nullptr) throw std::runtime_error(std::string("no platform locale ") + language.platform);
+    setup->locale = bench::load(language.spec);
+    setup->platform = bench::load_platform(language.platform);
 #ifdef QBGL_BENCH_ICU
     UErrorCode status = U_ZERO_ERROR;
     setup->icu = ucol_open(language.icu, &status);

@@ -60,9 +60,8 @@ void add(std::vector<Number> &numbers, const std::string &text) {
 // As many numbers of nine digits as of one.
 Setup *setup() {
     auto *s = new Setup; // lives as long as the benchmarks
-    if (gl_lc_load(&s->locale, "de_de.8859-1", nullptr, nullptr) != 0) throw std::runtime_error("no locale de_de.8859-1");
-    s->platform = newlocale(LC_ALL_MASK, "de_DE.ISO-8859-1", nullptr);
-    if (s->platform == nullptr) throw std::runtime_error("no platform locale de_DE.ISO-8859-1");
+    s->locale = bench::load("de_de.8859-1");
+    s->platform = bench::load_platform("de_DE.ISO-8859-1");
 #ifdef QBGL_BENCH_ICU
     UErrorCode status = U_ZERO_ERROR;
     s->icu = unum_open(UNUM_DECIMAL, nullptr, 0, "de_DE", nullptr, &status);

@@ -1,8 +1,7 @@
 #include "rows.h"
 
-#include "qbgl.h"
-
 #include <cstdlib>
+#include <stdexcept>
 
 namespace bench {
 
@@ -11,6 +10,18 @@ void start(int argc, char **argv) {
     setenv("QUORBANEDIR", QBGL_TREE, 0);
     setenv("LOCPATH", PLATFORM_LOCALES, 1);
     gl_cache_registry(nullptr, nullptr);
+}
+
+gl_locale *load(const char *spec) {
+    gl_locale *locale;
+    if (gl_lc_load(&locale, spec, nullptr, nullptr) != 0) throw std::runtime_error(std::string("no locale ") + spec);
+    return locale;
+}
+
+locale_t load_platform(const char *name) {
+    const locale_t locale = newlocale(LC_ALL_MASK, name, nullptr);
+    if (locale == nullptr) throw std::runtime_error(std::string("no platform locale ") + name);
+    return locale;
 }
 
 void add_row(const std::string &work, const Row &row, locale_t platform, std::vector<Goal> &goals) {

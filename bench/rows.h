@@ -3,6 +3,8 @@
 
 #include "ratio_reporter.h"
 
+#include "qbgl.h"
+
 #include <functional>
 #include <locale.h>
 
@@ -18,6 +20,10 @@ struct Row {
 
 // Reads the command line, and makes the build's locales those of both the library and the platform.
 void start(int argc, char **argv);
+
+// The locale of both. Throw std::runtime_error where there is none.
+gl_locale *load(const char *spec);
+locale_t load_platform(const char *name);
 
 // Registers a row's sides, each run under the platform's locale, as WORK/SIDE.
 void add_row(const std::string &work, const Row &row, locale_t platform, std::vector<Goal> &goals);

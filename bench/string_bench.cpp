@@ -14,7 +14,6 @@
 #include <functional>
 #include <locale.h>
 #include <memory>
-#include <stdexcept>
 
 namespace {
 
@@ -71,10 +70,8 @@ Piece piece_of(const Setup &setup, const std::string &bytes) {
 std::unique_ptr<Setup> setup_of(const Codeset &codeset) {
     auto setup = std::make_unique<Setup>();
     setup->codeset = &codeset;
-    if (gl_lc_load(&setup->locale, codeset.spec, nullptr, nullptr) != 0)
-        throw std::runtime_error(std::string("no locale ") + codeset.spec);
-    setup->platform = newlocale(LC_ALL_MASK, codeset.platform, nullptr);
-    if (setup->platform == nullptr) throw std::runtime_error(std::string("no platform locale ") + codeset.platform);
+    setup->locale = bench::load(codeset.spec);
+    setup->platform = bench::load_platform(codeset.platform);
     uselocale(setup->platform);
     std::string text = bench::text_of(codeset.language, TEXT_SIZE), piece;
     if (codeset.charmap != std::string("UTF-8")) text = bench::converted(text, "UTF-8", codeset.charmap);

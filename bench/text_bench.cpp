@@ -17,7 +17,6 @@
 #include <locale.h>
 #include <memory>
 #include <span>
-#include <stdexcept>
 #include <string_view>
 #ifdef QBGL_BENCH_ICU
 #include <unicode/utf8.h>
@@ -43,19 +42,6 @@ const Codeset CODESETS[] = {
     {"big5", "zh_tw.big5", "zh_TW.BIG5", "BIG5", "zh_TW", 2.0, 1.3, true},
     {"utf8", "ja_jp.utf8", "ja_JP.UTF-8", "UTF-8", "ja", 1.4, 1.3, true},
 };
-
-gl_locale *load(const Codeset &codeset) {
-    gl_locale *locale;
-    if (gl_lc_load(&locale, codeset.spec, nullptr, nullptr) != 0)
-        throw std::runtime_error(std::string("no locale ") + codeset.spec);
-    return locale;
-}
-
-locale_t load_platform(const Codeset &codeset) {
-    const locale_t locale = newlocale(LC_ALL_MASK, codeset.platform, nullptr);
-    if (locale == nullptr) throw std::runtime_error(std::string("no platform locale ") + codeset.platform);
-    return locale;
-}
 
 // A piece of text as both sides have it, each form with its terminator.
 struct Text {
@@ -161,8 +147,8 @@ Texts words_of(const Setup &setup, const std::string &whole) {
 std::unique_ptr<Setup> setup_of(const Codeset &codeset) {
     auto setup = std::make_unique<Setup>();
     setup->codeset = &codeset;
-    setup->locale = load(codeset);
-    setup->platform = load_platform(codeset);
+    setup->locale = bench::load(codeset.spec);
+    setup->platform = bench::load_platform(codeset.platform);
     uselocale(setup->platform);
     const std::string text = common_text(*setup);
     setup->pieces = pieces_of(*setup, text);
@@ -331,7 +317,7 @@ void count_memory(benchmark::State &state, const Codeset &codeset) {
     gl_setextfunc(nullptr, GL_EXT_MALLOC, reinterpret_cast<gl_extfunc>(counting_malloc));
     gl_setextfunc(nullptr, GL_EXT_FREE, reinterpret_cast<gl_extfunc>(counting_free));
     in_use = most = 0;
-    gl_locale *locale = load(codeset);
+    gl_locale *locale = bench::load(codeset.spec);
     state.counters["kib"] = static_cast<double>(in_use) / 1024;
     state.counters["peak_kib"] = static_cast<double>(most) / 1024;
     gl_lc_unload(locale);
@@ -343,10 +329,10 @@ void add_loading(const Codeset &codeset) {
     const std::string name = std::string("load/") + codeset.name;
     const auto ours = [&codeset](benchmark::State &state) {
         count_memory(state, codeset);
-        for (auto _ : state) gl_lc_unload(load(codeset));
+        for (auto _ : state) gl_lc_unload(bench::load(codeset.spec));
     };
     const auto libc = [&codeset](benchmark::State &state) {
-        for (auto _ : state) freelocale(load_platform(codeset));
+        for (auto _ : state) freelocale(bench::load_platform(codeset.platform));
     };
     benchmark::RegisterBenchmark((name + "/qbgl").c_str(), ours)->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark((name + "/libc").c_str(), libc)->Unit(benchmark::kMillisecond);

@@ -15,9 +15,9 @@ namespace qbgl {
 
 namespace {
 
-gl_wchar wide_value(std::string_view bytes) {
+gl_wchar wide_value(gl_locale &locale, const std::string &bytes) {
     gl_wchar value = 0;
-    for (const char byte : bytes) value = value << 8 | static_cast<uint8_t>(byte);
+    _qbx_gl_full_mbtowc(&locale, &value, bytes.data(), static_cast<int>(bytes.size()));
     return value;
 }
 
@@ -26,7 +26,7 @@ class Run {
     Run(const WidthRequest &request, const Messages &messages, gl_locale &locale)
         : request_(request), messages_(messages), locale_(locale), files_(inputs_of(request.files)), check_(locale),
           line_end_(line_end(locale, false)),
-          tab_(line_end_ == "\n" ? '\t' : wide_value(encoded("\t", category_codeset(locale, GL_CAT_CTYPE)))) {}
+          tab_(line_end_ == "\n" ? '\t' : wide_value(locale, encoded("\t", category_codeset(locale, GL_CAT_CTYPE)))) {}
 
     ExitStatus run() {
         check_readable(files_);
