@@ -1,9 +1,10 @@
 #include "support/faults.h"
 #include "support/locale_object.h"
 
+#include "coll/model.h"
+#include "coll/section.h"
+#include "multi/character_table.h"
 #include "setlc/categories.h"
-#include "setlc/collate.h"
-#include "setlc/ctype_table.h"
 
 #include <chrono>
 #include <functional>

@@ -1,8 +1,8 @@
 // Sort keys: for each pass the digits of its weights, with separators between the passes and a terminator behind the last one.
 #pragma once
 
+#include "coll/key_digits.h"
 #include "mbwc/ranges.h"
-#include "setlc/key_digits.h"
 
 namespace qbgl {
 

@@ -1,6 +1,6 @@
 #include "coll/table_walk.h"
 
-#include "setlc/ctype_table.h"
+#include "multi/character_table.h"
 
 namespace qbgl {
 

@@ -2,7 +2,7 @@
 // coll/walkers.h say the same faster.
 #pragma once
 
-#include "setlc/collate.h"
+#include "coll/model.h"
 
 #include <algorithm>
 

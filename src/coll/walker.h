@@ -2,7 +2,7 @@
 #pragma once
 
 #include "coll/key_writer.h"
-#include "setlc/collate_maps.h"
+#include "coll/maps.h"
 
 namespace qbgl {
 

@@ -1,6 +1,6 @@
 // The case of multibyte characters and text.
 #include "ctype/case.h"
-#include "mbwc/walk.h"
+#include "multi/walk.h"
 #include "qbnxdl/entry_points.h"
 #include "qbnxdl/served.h"
 

@@ -3,7 +3,7 @@
 
 #include "mbwc/decode_plain.h"
 #include "mbwc/maps.h"
-#include "mbwc/walk.h"
+#include "multi/walk.h"
 
 #include <string.h>
 

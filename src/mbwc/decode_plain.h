@@ -2,7 +2,7 @@
 #pragma once
 
 #include "mbwc/maps.h"
-#include "mbwc/walk.h"
+#include "multi/walk.h"
 
 #include <string.h>
 

@@ -1,7 +1,7 @@
 // Lengths of texts in bytes and in characters.
 #include "ext/error.h"
 #include "mbwc/ranges.h"
-#include "mbwc/walk.h"
+#include "multi/walk.h"
 
 #include <algorithm>
 #include <string.h>

@@ -3,7 +3,7 @@
 #include "mbwc/bytes.h"
 #include "mbwc/encode_blocks.h"
 #include "mbwc/ranges.h"
-#include "mbwc/walk.h"
+#include "multi/walk.h"
 #include "qbnxdl/entry_points.h"
 #include "qbnxdl/served.h"
 

@@ -1,6 +1,7 @@
-// The readers of a locale object's sections and what belongs to them, a group for each category. A reader stands behind the
-// category's marker line, fills the category's record in the handle, and returns 0 or a failure with the number in the handle; what
-// it has read before one is released by the category's free_ function, which is safe on a partly read record and leaves it empty.
+// The readers of a locale object's sections, but that of LC_COLLATE, and what belongs to them, a group for each category. A reader
+// stands behind the category's marker line, fills the category's record in the handle, and returns 0 or a failure with the number
+// in the handle; what it has read before one is released by the category's free_ function, which is safe on a partly read record
+// and leaves it empty.
 #pragma once
 
 #include "qbgl.h"
@@ -9,9 +10,6 @@ namespace qbgl {
 
 int read_ctype(FILE *file, gl_locale *locale);
 void free_ctype(gl_locale *locale);
-
-int read_collate(FILE *file, gl_locale *locale);
-void free_collate(gl_locale *locale);
 
 // What follows a successful read of a category with texts: their wide forms, the conversion record, eras and caches. 1; 0 with
 // GL_ENOCODESET where the codeset has no characters; -1 on another failure.

@@ -1,5 +1,6 @@
 #include "setlc/object.h"
 
+#include "coll/section.h"
 #include "ext/error.h"
 #include "setlc/categories.h"
 #include "util/log.h"

@@ -1,5 +1,6 @@
 // Releasing categories and handles. A category that gl_copy_cat shares is only forgotten; what its handle has built from it for
 // itself (byte tables, conversion record, eras) is freed.
+#include "coll/section.h"
 #include "setlc/categories.h"
 #include "setlc/dispatch.h"
 #include "setlc/handle.h"

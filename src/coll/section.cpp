@@ -8,13 +8,12 @@
 //   elements                         lines KRRRRCCCCCCCC...: K characters of eight digits sort as row R
 //   expansions                       lines KCCCCCCCC...
 //   rows 0 to ROWS                   lines of a weight for each pass, four digits; white space is free where DIRECT is 1
-#include "setlc/collate.h"
+#include "coll/section.h"
 
+#include "coll/maps.h"
 #include "ext/error.h"
-#include "mbwc/walk.h"
-#include "setlc/categories.h"
-#include "setlc/collate_maps.h"
-#include "setlc/ctype_table.h"
+#include "multi/character_table.h"
+#include "multi/walk.h"
 
 #include <algorithm>
 

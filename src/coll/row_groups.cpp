@@ -1,5 +1,5 @@
 // Finding the rows of equal weights.
-#include "setlc/collate.h"
+#include "coll/model.h"
 
 #include <algorithm>
 

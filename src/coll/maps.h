@@ -2,8 +2,8 @@
 // character table, the search among the elements, and the distinction of cases that the tables could have and do not.
 #pragma once
 
-#include "setlc/collate.h"
-#include "setlc/key_digits.h"
+#include "coll/key_digits.h"
+#include "coll/model.h"
 
 #include <algorithm>
 #include <stddef.h>

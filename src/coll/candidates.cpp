@@ -1,7 +1,7 @@
 // What a one-byte character can begin: lookup tables that spare most characters the search.
+#include "coll/model.h"
 #include "ext/error.h"
-#include "setlc/collate.h"
-#include "setlc/ctype_table.h"
+#include "multi/character_table.h"
 
 #include <algorithm>
 

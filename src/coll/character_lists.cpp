@@ -1,8 +1,8 @@
 // The characters that all passes ignore, and those that no pass tells apart.
+#include "coll/model.h"
 #include "ext/error.h"
-#include "mbwc/walk.h"
-#include "setlc/collate.h"
-#include "setlc/ctype_table.h"
+#include "multi/character_table.h"
+#include "multi/walk.h"
 
 #include <span>
 

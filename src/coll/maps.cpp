@@ -1,8 +1,8 @@
-#include "setlc/collate_maps.h"
+#include "coll/maps.h"
 
 #include "ext/error.h"
-#include "mbwc/walk.h"
-#include "setlc/ctype_table.h"
+#include "multi/character_table.h"
+#include "multi/walk.h"
 
 namespace qbgl {
 

@@ -1,4 +1,4 @@
-#include "setlc/ctype_table.h"
+#include "multi/character_table.h"
 
 #include "ext/error.h"
 #include "multi/read.h"
