@@ -147,14 +147,16 @@ TEST(Client, FindingsAsJsonEscapeNames) {
     const std::string odd = directory / "a\"\n\xFF\\", printed = directory / R"(a\"\\x0a\ufffd\\)",
                       escaped = directory / R"(a\"\u000a\ufffd\\)";
     write_file(odd, "\xC3\xA4\xFF");
-    EXPECT_EQ(run({QBGL, "conv", "-t", "sjis", "--json", "--report", odd}).err,
-              R"({"kind":"substituted","message":")" + printed + R"(:1:1: offset 0, bytes C3 A4: substituted by 61",)" +
-                  R"("finding":"substituted","file":")" + escaped +
-                  R"(","line":1,"column":1,"offset":0,"bytes":"C3A4","result":"61","from":"utf8","to":"sjis"})" + "\n" +
-                  R"({"kind":"error","message":")" + printed + ":1:2: offset 2, byte FF: no character of utf8" + OTHER_CODESET +
-                  R"(","finding":"invalid","file":")" + escaped +
-                  R"(","line":1,"column":2,"offset":2,"bytes":"FF","from":"utf8","to":"sjis","status":1})" + "\n" +
-                  R"({"kind":"summary","message":"1 substituted, 0 left out","substituted":1,"left_out":0})" + "\n");
+    EXPECT_EQ(
+        run({QBGL, "conv", "-t", "sjis", "--json", "--report", odd}).err,
+        R"({"kind":"substituted","message":")" + printed + R"(:1:1: offset 0, bytes C3 A4: substituted by 61",)" +
+            R"("finding":"substituted","file":")" + escaped +
+            R"(","line":1,"column":1,"offset":0,"bytes":"C3A4","reason":"substituted by 61","result":"61","from":"utf8","to":"sjis"})" +
+            "\n" + R"({"kind":"error","message":")" + printed + ":1:2: offset 2, byte FF: no character of utf8" + OTHER_CODESET +
+            R"(","finding":"invalid","file":")" + escaped +
+            R"(","line":1,"column":2,"offset":2,"bytes":"FF","reason":"no character of utf8","remedy":")" +
+            OTHER_CODESET.substr(2) + R"(","from":"utf8","to":"sjis","status":1})" + "\n" +
+            R"({"kind":"summary","message":"1 substituted, 0 left out","substituted":1,"left_out":0})" + "\n");
 }
 
 TEST(Client, ListsNameWhatIsThere) {
@@ -233,7 +235,7 @@ class LocaleClient : public ClientTree {
 const std::string OTHER_LOCALE = "; is the text in another codeset than the locale (-l)?\n";
 
 TEST_F(LocaleClient, CaseChangesWhereverBlocksAreCut) {
-    const std::string at = "qbgl: standard input: ";
+    const std::string at = "qbgl: standard input:";
     const struct {
         std::string arguments, input;
         int status;
@@ -244,12 +246,14 @@ TEST_F(LocaleClient, CaseChangesWhereverBlocksAreCut) {
         {"upper -l fr_FR.utf8", "\xC9\x90\n\xC4\xB1", 0, "\xE2\xB1\xAF\nI", ""},
         {"upper -l de_DE.8859-1@euro", "\xE4\xDF\nb\x80", 0, "\xC4\xDF\nB\x80", ""},
         {"upper", "", 0, "", ""},
-        {"upper -l ja_JP.sjis", "a\nb\x82\x41\nz\n", 1, "A\nB", at + "offset 3, bytes 82 41: no character of sjis" + OTHER_LOCALE},
+        {"upper -l ja_JP.sjis", "a\nb\x82\x41\nz\n", 1, "A\nB",
+         at + "2:2: offset 3, bytes 82 41: no character of sjis" + OTHER_LOCALE},
         {"upper -l ja_JP.sjis", "a\x82", 1, "A",
-         at + "offset 1, byte 82: the text ends inside a character of sjis; was it cut short?\n"},
+         at + "1:2: offset 1, byte 82: the text ends inside a character of sjis; was it cut short?\n"},
         {"upper --json -l ja_JP.sjis", "\xFF", 1, "",
-         R"({"kind":"error","message":"standard input: offset 0, byte FF: no character of sjis; is the text in another codeset )"
-         R"(than the locale (-l)?","finding":"invalid","file":"-","offset":0,"bytes":"FF","codeset":"sjis","status":1})"
+         R"({"kind":"error","message":"standard input:1:1: offset 0, byte FF: no character of sjis; is the text in another codeset )"
+         R"(than the locale (-l)?","finding":"invalid","file":"-","line":1,"column":1,"offset":0,"bytes":"FF","reason":"no character )"
+         R"(of sjis","remedy":"is the text in another codeset than the locale (-l)?","codeset":"sjis","status":1})"
          "\n"},
     };
     for (const auto &row : CASES) {
@@ -269,7 +273,7 @@ TEST_F(LocaleClient, CaseOfLargeTextsChangesEverywhere) {
     for (int i = 0; i < 40000; ++i) text += "b\n\x82\x82", upper += "B\n\x82\x61";
     const Result result = client("upper -l ja_JP.sjis", text + "\xFF");
     EXPECT_TRUE(result.out == upper);
-    EXPECT_TRUE(result.err.starts_with("qbgl: standard input: offset 280000, byte FF: ")) << result.err;
+    EXPECT_TRUE(result.err.starts_with("qbgl: standard input:40001:2: offset 280000, byte FF: ")) << result.err;
 }
 
 TEST_F(LocaleClient, ClassTellsAllOfEachCharacter) {
@@ -280,10 +284,10 @@ TEST_F(LocaleClient, ClassTellsAllOfEachCharacter) {
                         "       0 41       U+0041   A          1 -      a      upper alpha graph print xdigit\n"
                         "       2 8281     U+FF41   ａ         2 Ａ     -      lower alpha graph print full_width\n"
                         "       4 0A       U+000A   \\n         0 -      -      space cntrl\n");
-    EXPECT_EQ(text.err, "qbgl: standard input: offset 1, byte FF: no character of sjis\n"
-                        "qbgl: standard input: offset 5, byte 82: the text ends inside a character of sjis\n"
-                        "qbgl: 2 sequences are no character of sjis" +
-                            OTHER_LOCALE);
+    EXPECT_EQ(text.err,
+              "qbgl: standard input:1:2: offset 1, byte FF: no character of sjis" + OTHER_LOCALE +
+                  "qbgl: standard input:2:1: offset 5, byte 82: the text ends inside a character of sjis; was it cut short?\n"
+                  "qbgl: 2 sequences are no character of sjis\n");
     EXPECT_EQ(client("class --json -l ja_JP.sjis", "\x82\x81").out,
               R"({"file":"-","offset":0,"bytes":"8281","value":33409,"code":"U+FF41","character":"ａ","width":2,)"
               R"("classes":["lower","alpha","graph","print","full_width"],"upper":"Ａ","lower":null})"
@@ -310,11 +314,12 @@ TEST_F(LocaleClient, WidthMeasuresLines) {
         {"", "a\n\x82\x9F\x01\nb\0\nc\r\n\x82\n\x82\x41z\nd\n"s, 1, "1\ta\n1\td\n",
          at + "2:2: offset 4, byte 01" + none + "\n" + at + "3:2: offset 7, byte 00" + none + "\n" + at +
              "4:2: offset 10, byte 0D" + none + "; do the lines end in CR LF?\n" + at +
-             "5:1: offset 12, byte 82: the line ends inside a character of sjis; was it cut short?\n" + at +
+             "5:1: offset 12, byte 82: the text ends inside a character of sjis; was it cut short?\n" + at +
              "6:1: offset 14, bytes 82 41: no character of sjis" + OTHER_LOCALE + "qbgl: 5 lines could not be measured\n"},
         {"--json --max", "\x01", 1, R"({"file":"-","line":0,"width":0})" + "\n"s,
          R"({"kind":"unmeasured","message":"standard input:1:1: offset 0, byte 01)" + none +
-             R"(","finding":"unprintable","file":"-","line":1,"column":1,"offset":0,"bytes":"01"})" + "\n" +
+             R"(","finding":"unprintable","file":"-","line":1,"column":1,"offset":0,"bytes":"01",)" +
+             R"("reason":"not printable, and so without a width"})" + "\n" +
              R"({"kind":"error","message":"1 line could not be measured","unmeasured":1,"status":1})" + "\n"},
     };
     for (const auto &row : CASES) {
@@ -502,12 +507,14 @@ TEST_F(SymbolsClient, MessagesTellPlaceAndReason) {
          at + "2:2: offset 3, bytes E3 82: no character in the charmap of 8859-1; is the text in another codeset?"},
         {"--codeset 8859-1", "\xE3\x81", "", 1,
          at + "1:1: offset 0, bytes E3 81: the text ends inside a character of 8859-1; was it cut short?"},
-        {"-d --codeset 8859-1", "<A>\n <n06>", "A", 1, at + "2:2: offset 5, <n06>: the charmap of 8859-1 has no such name"},
+        {"-d --codeset 8859-1", "<A>\n <n06>", "A", 1,
+         at + "2:2: offset 5, bytes 3C 6E 30 36 3E: the charmap of 8859-1 has no name <n06>"},
         {"-d --codeset 8859-1", "<A>x", "A", 1, at + "1:4: offset 3, byte 78: no symbol such as <U0041>"},
         {"-d --codeset 8859-1", "<A><" + std::string(400, 'x'), "A", 1, at + "1:4: offset 3, byte 3C: no symbol such as <U0041>"},
         {"-d --codeset 8859-1", "<A><" + std::string(400, 'x') + ">", "A", 1,
          at + "1:4: offset 3, byte 3C: no symbol such as <U0041>"},
-        {"-d --codeset 8859-1", "<A><n0", "A", 1, at + "1:4: offset 3, the text ends inside a symbol; was it cut short?"},
+        {"-d --codeset 8859-1", "<A><n0", "A", 1,
+         at + "1:4: offset 3, bytes 3C 6E 30: the text ends inside a symbol; was it cut short?"},
         {"--codeset 8859-2", "", "", 3,
          tree + " has no charmap of 8859-2: `qbglc charmap 8859-2 -o " + tree +
              "/vrn/cm3/0390.cmo` makes it, if the platform has one"},
@@ -525,7 +532,8 @@ TEST_F(SymbolsClient, MessagesTellPlaceAndReason) {
     }
     EXPECT_NE(client("symbols -d --json --codeset 819", "<B>")
                   .err.find("\"finding\":\"unknown\",\"file\":\"-\",\"line\":1,\"column\":1,"
-                            "\"offset\":0,\"bytes\":\"3C423E\",\"symbol\":\"<B>\""),
+                            "\"offset\":0,\"bytes\":\"3C423E\",\"reason\":\"the charmap of 819 has no name "
+                            "<B>\",\"codeset\":\"819\",\"symbol\":\"<B>\""),
               std::string::npos);
 }
 

@@ -89,7 +89,7 @@ TEST_F(Sort, OptionsActAsInSort) {
         {"-c", "a\n\xE9\ne\nd\n", 1, "", at + "3: disorder: e\n"},
         {"-c -u", "a\na\n", 1, "", at + "2: disorder: a\n"},
         {"-c --json", "b\na\n", 1, "",
-         R"({"kind":"error","message":"standard input:2: disorder: a","finding":"disorder","file":"-","line":2,"status":1})"
+         R"({"kind":"error","message":"standard input:2: disorder: a","finding":"disorder","file":"-","line":2,"reason":"disorder: a","status":1})"
          "\n"},
         {"-C", "b\na\n", 1, "", ""},
         {"", "b\na\0b\n"s, 1, "",
@@ -144,7 +144,7 @@ TEST_F(Sort, LinesMustBeInTheCodeset) {
                   at + "2:3: offset 4, byte A5: no character of 8859-3; is the text in another codeset than the locale (-l)?\n");
         const Result cut = client(command + " -l fr_FR.utf8"s, "ok\n\xC3\xA9\xC3\nzb\n");
         EXPECT_EQ(cut.status, 1);
-        EXPECT_EQ(cut.err, at + "2:2: offset 5, byte C3: the line ends inside a character of utf8; was it cut short?\n");
+        EXPECT_EQ(cut.err, at + "2:2: offset 5, byte C3: the text ends inside a character of utf8; was it cut short?\n");
     }
 }
 

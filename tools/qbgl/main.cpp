@@ -1,18 +1,18 @@
 // qbgl: the command-line client. It is a host like any other: everything goes through the public header.
-#include "cal_command.h"
-#include "case_command.h"
-#include "class_command.h"
-#include "conv_command.h"
-#include "explain_command.h"
-#include "files.h"
-#include "key_command.h"
-#include "list_command.h"
-#include "locale_command.h"
-#include "num_command.h"
-#include "sort_command.h"
-#include "symbols_command.h"
-#include "tree.h"
-#include "width_command.h"
+#include "commands/cal.h"
+#include "commands/case.h"
+#include "commands/class.h"
+#include "commands/conv.h"
+#include "commands/explain.h"
+#include "commands/key.h"
+#include "commands/list.h"
+#include "commands/locale.h"
+#include "commands/num.h"
+#include "commands/sort.h"
+#include "commands/symbols.h"
+#include "commands/width.h"
+#include "frame/files.h"
+#include "tree/directories.h"
 
 #include "qbgl.h"
 
@@ -66,8 +66,8 @@ class CommandLine {
         const Messages messages(json_);
         try {
             return static_cast<int>(command_(messages));
-        } catch (const SystemFailure &failure) {
-            return static_cast<int>(messages.fail(failure.status, failure.sentence, failure.details));
+        } catch (const Failure &failure) {
+            return static_cast<int>(messages.fail(failure));
         }
     }
 

@@ -1,6 +1,6 @@
 #include "temporary_file.h"
 
-#include "files.h"
+#include "frame/files.h"
 
 #include <cerrno>
 #include <csignal>

@@ -9,13 +9,13 @@ namespace qbgl {
 
 class TemporaryFile {
   public:
-    explicit TemporaryFile(const std::string &directory); // throws SystemFailure
+    explicit TemporaryFile(const std::string &directory); // throws Failure
     TemporaryFile(const TemporaryFile &) = delete;
     TemporaryFile &operator=(const TemporaryFile &) = delete;
     ~TemporaryFile();
 
-    void append(std::string_view bytes);                           // throws SystemFailure
-    size_t read(uint64_t offset, char *buffer, size_t size) const; // throws SystemFailure
+    void append(std::string_view bytes);                           // throws Failure
+    size_t read(uint64_t offset, char *buffer, size_t size) const; // throws Failure
     uint64_t size() const { return size_; }
 
     // TMPDIR, or else /tmp.

@@ -1,0 +1,27 @@
+#include "text/collation_key.h"
+
+#include "frame/files.h"
+
+#include <fmt/format.h>
+
+namespace qbgl {
+
+std::string_view CollationKeys::key(std::string_view text) {
+    constexpr size_t TERMINATOR = 4;
+    text_.assign(text).append(TERMINATOR, '\0');
+    for (;;) {
+        locale_.error = 0;
+        const int size = gl_mbsxfrm(&locale_, key_.data(), text_.data(), static_cast<int>(key_.size()));
+        if (size < 0) {
+            throw Failure{ExitStatus::SYSTEM,
+                          locale_.error == GL_ENOMEM
+                              ? fmt::format("out of memory for the sort key of {} bytes of text", text.size())
+                              : fmt::format("the locale has no sort key for a text (error {})", locale_.error),
+                          JsonObject().number("error", static_cast<unsigned>(locale_.error))};
+        }
+        if (static_cast<size_t>(size) < key_.size()) return {key_.data(), static_cast<size_t>(size)};
+        key_.resize(static_cast<size_t>(size) + 1);
+    }
+}
+
+} // namespace qbgl

@@ -1,0 +1,240 @@
+#include "text/conversion.h"
+
+#include <algorithm>
+#include <climits>
+
+namespace qbgl {
+
+namespace {
+
+constexpr const char *PIVOT = "utf8";
+constexpr int LONGEST_CHARACTER = 4;
+// What a chained conversion takes at once: small enough to be walked again character by character.
+constexpr size_t CHAINED_PIECE = 16 << 10;
+
+// Whether the tree holds the object of a conversion, be it damaged or not.
+bool has_object(uint16_t source, uint16_t target) {
+    char name[16];
+    gl_cs_nums2cv_fname(nullptr, source, target, name, nullptr);
+    FILE *file = gl_path_search_no_ext(nullptr, name, "cv", "9");
+    if (file != nullptr) fclose(file);
+    return file != nullptr;
+}
+
+// EBCDIC sets end lines with 0x25 (line feed) or 0x15 (new line); they are known by what they make of 0x25, which is "%" elsewhere.
+std::string_view newlines_of(const char *source, const Stage &first, bool first_gives_utf8) {
+    constexpr std::string_view ASCII = "\n", EBCDIC = "\x25\x15";
+    if (first.longest_character() > 1 && !first.stateful_source()) return ASCII;
+    int error = 0;
+    std::optional<Stage> other;
+    if (!first_gives_utf8 && !(other = Stage::open(source, PIVOT, error))) return ASCII;
+    gl_cv_state state{};
+    std::string_view probe = EBCDIC.substr(0, 1);
+    OutputBuffer result;
+    bool substituted = false;
+    (other ? *other : first).run(state, probe, result, substituted);
+    return result.text() == "\n" ? EBCDIC : ASCII;
+}
+
+} // namespace
+
+void OutputBuffer::append(std::string_view bytes) {
+    while (static_cast<size_t>(room()) < bytes.size()) grow();
+    std::copy(bytes.begin(), bytes.end(), end());
+    used_ += bytes.size();
+}
+
+int Stage::unit() const {
+    const bool units = !stateful_source() && cd_->source_min_len == cd_->source_max_len;
+    return units && (cd_->source_max_len == 2 || cd_->source_max_len == 4) ? cd_->source_max_len : 0;
+}
+
+int Stage::longest_character() const {
+    const int length = cd_->source_max_len;
+    return length >= 1 && length <= LONGEST_CHARACTER ? length : LONGEST_CHARACTER;
+}
+
+Stage::Stage(gl_cv *cd) : cd_(cd, gl_cv_unload) {
+    if (!stateful_source()) return;
+    for (int shift = 0; shift < 2; ++shift) {
+        for (int byte = 0; byte < 256; ++byte) {
+            gl_cv_state state{0, 0, shift, 0};
+            const char text = static_cast<char>(byte);
+            shifts_[shift][static_cast<size_t>(byte)] = reads(state, {&text, 1}) && state.source_shift != shift;
+        }
+    }
+}
+
+std::optional<Stage> Stage::open(const char *source, const char *target, int &error) {
+    gl_cv *cd = nullptr;
+    const int result = gl_cv_load(&cd, target, source, nullptr, nullptr);
+    if (result == 1) return Stage(cd);
+    error = cd != nullptr ? cd->error : 0;
+    gl_cv_unload(cd);
+    return std::nullopt;
+}
+
+Outcome Stage::run(gl_cv_state &state, std::string_view &text, OutputBuffer &output, bool &substituted) const {
+    for (;;) {
+        const char *in = text.data();
+        int inleft = static_cast<int>(text.size());
+        char *out = output.end();
+        int outleft = output.room();
+        int subst = 0;
+        cd_->error = 0;
+        const int result = gl_cv_mconv(cd_.get(), &state, &in, &inleft, &out, &outleft, &subst);
+        output.commit(static_cast<size_t>(out - output.end()));
+        text.remove_prefix(static_cast<size_t>(in - text.data()));
+        substituted = substituted || subst != 0;
+        if (result >= 0) return Outcome::DONE;
+        switch (cd_->error) {
+        case 0: return Outcome::UNREADABLE;
+        case GL_EILSEQ: return Outcome::UNMAPPED;
+        case GL_E2BIG: output.grow(); break;
+        default: return Outcome::BROKEN;
+        }
+    }
+}
+
+const gl_multi *Stage::table(const gl_cv_state &state) const {
+    return stateful_source() && state.source_shift != 0 ? cd_->shifted_table : cd_->main_table;
+}
+
+bool Stage::reads(gl_cv_state &state, std::string_view text) const {
+    const char *in = text.data();
+    int inleft = static_cast<int>(text.size());
+    int outleft = INT_MAX;
+    int subst = 0;
+    cd_->error = 0;
+    return gl_mconvlen(cd_.get(), &state, &in, &inleft, &outleft, &subst) >= 0 || cd_->error == GL_EILSEQ;
+}
+
+size_t Stage::character_length(const gl_cv_state &state, std::string_view text) const {
+    const auto longest = std::min(text.size(), static_cast<size_t>(longest_character()));
+    if (const auto size = static_cast<size_t>(unit()); size != 0) return size <= longest ? size : 0;
+    if (const gl_multi *characters = table(state); characters != nullptr) {
+        int length = 0;
+        const void *found = _gl_retrieve_text_multi_limit(text.data(), characters, static_cast<int>(longest), &length, nullptr);
+        return found != nullptr ? static_cast<size_t>(length) : 0;
+    }
+    // The extension library shows no table: longer and longer beginnings are tried until one can be read.
+    for (size_t length = 1; length <= longest; ++length) {
+        gl_cv_state scratch = state;
+        if (reads(scratch, text.substr(0, length))) return length;
+    }
+    return 0;
+}
+
+bool Stage::is_shift(const gl_cv_state &state, char byte) const {
+    return stateful_source() && shifts_[state.source_shift != 0 ? 1 : 0][static_cast<uint8_t>(byte)];
+}
+
+size_t Stage::unreadable_length(const gl_cv_state &state, std::string_view text) const {
+    if (unit() != 0) return text.size() < static_cast<size_t>(unit()) ? 0 : static_cast<size_t>(unit());
+    const gl_multi *characters = table(state);
+    if (characters == nullptr) return 1;
+    gl_cv context{}; // receives the error
+    int length = 1;
+    const auto limit = static_cast<int>(std::min<size_t>(text.size(), LONGEST_CHARACTER));
+    _gl_retrieve_text_multi_limit(text.data(), characters, limit, &length, &context);
+    return context.error == GL_EINVAL ? 0 : std::clamp<size_t>(static_cast<size_t>(length), 1, text.size());
+}
+
+std::string_view Stage::closing_sequence(const gl_cv_state &state) const {
+    if (cd_->target_stateful == 0 || state.target_shift == 0) return {};
+    return {reinterpret_cast<const char *>(cd_->sequence[1]), static_cast<size_t>(cd_->sequence_length[1])};
+}
+
+Opened Conversion::open(const std::string &source, const std::string &target, std::unique_ptr<Conversion> &conversion) {
+    const uint16_t from = gl_lc_spec2cs_num(nullptr, source.c_str(), nullptr);
+    const uint16_t to = gl_lc_spec2cs_num(nullptr, target.c_str(), nullptr);
+    const uint16_t pivot = gl_lc_spec2cs_num(nullptr, PIVOT, nullptr);
+    if (from == GL_NO_CODESET) return Opened::UNKNOWN_SOURCE;
+    if (to == GL_NO_CODESET) return Opened::UNKNOWN_TARGET;
+    if (from == to) return Opened::SAME_CODESET;
+
+    int error = 0;
+    std::optional<Stage> first = Stage::open(source.c_str(), target.c_str(), error);
+    std::optional<Stage> second;
+    if (!first && error == GL_ENOFILE && !has_object(from, to) && has_object(from, pivot) && has_object(pivot, to)) {
+        first = Stage::open(source.c_str(), PIVOT, error);
+        if (first) second = Stage::open(PIVOT, target.c_str(), error);
+        if (!second) first.reset();
+    } else if (!first && error == GL_ENOFILE && !has_object(from, to)) {
+        return Opened::MISSING;
+    }
+    if (!first) return error == GL_ENOMEM ? Opened::NO_MEMORY : Opened::DAMAGED;
+    const std::string_view newlines = newlines_of(source.c_str(), *first, second.has_value() || to == pivot);
+    conversion.reset(new Conversion(std::move(*first), std::move(second), newlines));
+    return Opened::CONVERSION;
+}
+
+Outcome Conversion::run(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted) {
+    if (!second_) return first_.run(shift.first, text, output, substituted);
+    Outcome outcome = Outcome::DONE;
+    while (outcome == Outcome::DONE && !text.empty()) outcome = run_chained(shift, text, output, substituted);
+    return outcome;
+}
+
+// Converts one piece through both halves. When the second half meets a character that the target lacks, nothing of the piece
+// counts, and it is walked instead.
+Outcome Conversion::run_chained(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted) {
+    if (to_walk_ > 0) return walk(shift, text, output, substituted);
+    const Shift before = shift;
+    const size_t output_before = output.size();
+    std::string_view rest = text.substr(0, CHAINED_PIECE);
+    const size_t piece = rest.size();
+    bool approximate = false;
+    middle_.clear();
+    const Outcome outcome = first_.run(shift.first, rest, middle_, approximate);
+    std::string_view middle = middle_.text();
+    if (second_->run(shift.second, middle, output, approximate) != Outcome::DONE) {
+        shift = before;
+        output.truncate(output_before);
+        to_walk_ = piece;
+        return Outcome::DONE;
+    }
+    substituted = substituted || approximate;
+    const size_t taken = piece - rest.size();
+    const bool cut = piece < text.size() && rest.size() < LONGEST_CHARACTER && taken > 0;
+    text.remove_prefix(taken);
+    return outcome == Outcome::UNREADABLE && cut ? Outcome::DONE : outcome;
+}
+
+Outcome Conversion::walk(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted) {
+    while (to_walk_ > 0 && !text.empty()) {
+        const Step one = step(shift, text, output);
+        const size_t taken = std::max<size_t>(one.length, 1); // what is no character is the caller's to skip, by a byte at least
+        to_walk_ -= std::min(to_walk_, taken);
+        if (one.outcome != Outcome::DONE) return one.outcome;
+        substituted = substituted || one.substituted;
+        text.remove_prefix(taken);
+    }
+    return Outcome::DONE;
+}
+
+Step Conversion::step(Shift &shift, std::string_view text, OutputBuffer &output) const {
+    const size_t length = first_.character_length(shift.first, text);
+    if (length == 0) return {Outcome::UNREADABLE, 0, false};
+    const size_t output_before = output.size();
+    Shift after = shift;
+    bool substituted = false;
+    std::string_view rest = text.substr(0, length);
+    middle_.clear();
+    Outcome outcome = first_.run(after.first, rest, second_ ? middle_ : output, substituted);
+    std::string_view middle = middle_.text();
+    if (outcome == Outcome::DONE && second_ && second_->run(after.second, middle, output, substituted) != Outcome::DONE)
+        outcome = Outcome::UNMAPPED;
+    if (outcome == Outcome::DONE)
+        shift = after;
+    else
+        output.truncate(output_before);
+    return {outcome, length, substituted};
+}
+
+void Conversion::close(Shift &shift, OutputBuffer &output) const {
+    output.append(second_ ? second_->closing_sequence(shift.second) : first_.closing_sequence(shift.first));
+    shift = {};
+}
+
+} // namespace qbgl

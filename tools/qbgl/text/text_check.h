@@ -1,0 +1,26 @@
+// Whether a text is one of the locale's codeset, and where it is not.
+#pragma once
+
+#include "frame/files.h"
+#include "text/lines.h"
+
+namespace qbgl {
+
+class TextCheck {
+  public:
+    explicit TextCheck(gl_locale &locale);
+
+    // Throws what is the matter with a line of a file: bytes that are no character, or a NUL character within.
+    void operator()(const Line &line, const std::string &file);
+
+  private:
+    bool is_sound(std::string_view text);
+    bool is_character(std::string_view text, int &length, bool &cut) const;
+    Failure failure(const Line &line, const std::string &file) const;
+
+    gl_locale &locale_;
+    bool known_[256] = {}; // the bytes that are characters of a single-byte codeset
+    std::vector<gl_wchar> wide_;
+};
+
+} // namespace qbgl

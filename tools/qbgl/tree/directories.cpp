@@ -1,0 +1,54 @@
+#include "tree/directories.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace qbgl {
+
+namespace {
+
+std::string variable(const char *name) {
+    const char *value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+std::vector<std::string> directories_of(const char *versioned, const char *plain) {
+    std::vector<std::string> result;
+    const std::string path = variable("GL_PATH");
+    if (path.empty()) {
+        const std::filesystem::path vrn = std::filesystem::path(tree_directory()) / "vrn";
+        return {vrn / versioned, vrn / plain};
+    }
+    for (size_t at = 0; at < path.size();) {
+        const size_t end = std::min(path.find(':', at), path.size());
+        if (end > at) result.push_back(path.substr(at, end - at));
+        at = end + 1;
+    }
+    return result;
+}
+
+} // namespace
+
+void use_tree_beside_program() {
+    if (!variable("QUORBANEDIR").empty()) return;
+    std::error_code error;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) return;
+    for (const char *place : {"quorbane", "../share/quorbane"}) {
+        const std::filesystem::path tree = (program.parent_path() / place).lexically_normal();
+        if (!std::filesystem::is_directory(tree / "vrn", error)) continue;
+        setenv("QUORBANEDIR", tree.c_str(), 1);
+        return;
+    }
+}
+
+std::string tree_directory() {
+    const std::string tree = variable("QUORBANEDIR");
+    return tree.empty() ? "/usr/quorbane/" : tree;
+}
+
+std::vector<std::string> conversion_directories() { return directories_of("cv9", "cv"); }
+
+std::vector<std::string> locale_directories() { return directories_of("lc11", "lc"); }
+
+} // namespace qbgl

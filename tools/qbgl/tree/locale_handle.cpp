@@ -1,0 +1,188 @@
+#include "tree/locale_handle.h"
+
+#include "frame/files.h"
+#include "tree/directories.h"
+#include "tree/installed.h"
+#include "tree/nearest.h"
+#include "tree/registry.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cstdlib>
+#include <fmt/format.h>
+#include <optional>
+
+namespace qbgl {
+
+namespace {
+
+constexpr size_t LONGEST_SPECIFICATION = 284, LANGUAGE_TERRITORY = 5;
+
+// In the order in which the library loads the categories.
+constexpr std::array<const char *, 6> KEYWORDS = {"GL_CTYPE", "GL_COLLATE", "GL_NUMERIC", "GL_MONETARY", "GL_TIME", "GL_MESSAGES"};
+
+// An object file that was asked for, and the variable that asked when it was the environment.
+struct Wanted {
+    std::string name;
+    std::string variable = {};
+};
+
+// The file name of a specification in the library's normal way, nothing when it is none.
+std::optional<std::string> file_name_of(const std::string &specification) {
+    char name[288];
+    if (specification.size() > LONGEST_SPECIFICATION) return std::nullopt;
+    if (gl_lc_spec2lc_fname(nullptr, specification.c_str(), name, nullptr, nullptr) != 0) return std::nullopt;
+    return name;
+}
+
+Wanted wanted_of_environment(const char *keyword) {
+    for (const char *variable : {"GL_ALL", keyword, "GL_LANG"}) {
+        const char *value = std::getenv(variable);
+        if (value != nullptr && *value != '\0') return {value, variable};
+    }
+    return {"default.lco"};
+}
+
+// What a category's keyword is set to in a text of "KEYWORD = NAME ; " clauses, otherwise the whole text.
+Wanted wanted_of_text(const std::string &text, const char *keyword) {
+    const size_t clause = text.find(keyword);
+    size_t begin = clause == std::string::npos ? clause : text.find('=', clause);
+    if (begin == std::string::npos) return {text};
+    begin = std::min(text.find_first_not_of(' ', begin + 1), text.size());
+    return {text.substr(begin, text.find(' ', begin) - begin)};
+}
+
+// The first object that the library wanted and did not find.
+std::optional<Wanted> first_missing(const std::string &specification) {
+    const std::string text = file_name_of(specification).value_or(specification);
+    for (const char *keyword : KEYWORDS) {
+        const Wanted wanted = text.empty() ? wanted_of_environment(keyword) : wanted_of_text(text, keyword);
+        if (locale_object(wanted.name == "native" ? "default.lco" : wanted.name).empty()) return wanted;
+    }
+    return std::nullopt;
+}
+
+std::string folded(std::string_view text) {
+    std::string result;
+    for (const char c : text) result += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return result;
+}
+
+// The installed locales that were most likely meant. Who leaves out the codeset or errs in it wants the language and territory.
+std::vector<std::string> likely_locales(const std::string &name, const std::vector<InstalledLocale> &locales) {
+    constexpr size_t SHOWN = 3;
+    std::vector<std::string> specifications;
+    specifications.reserve(locales.size());
+    for (const InstalledLocale &locale : locales) specifications.push_back(locale.specification);
+    std::vector<std::string> result = by_nearness(name, specifications);
+    std::stable_partition(result.begin(), result.end(), [wanted = folded(name).substr(0, LANGUAGE_TERRITORY)](const auto &near) {
+        return wanted.size() > 1 && folded(near).starts_with(wanted);
+    });
+    result.resize(std::min(result.size(), SHOWN));
+    return result;
+}
+
+// The command that makes a missing object, where the tree shows that the language and territory can be made.
+std::string remedy(const std::string &specification, const std::string &file, const std::vector<InstalledLocale> &locales) {
+    const std::string language = file.substr(0, file.find('/') + 1);
+    const bool known =
+        std::any_of(locales.begin(), locales.end(), [&](const auto &locale) { return locale.file.starts_with(language); });
+    char normal[288];
+    if (!known || gl_lc_spec2lc_norm(nullptr, specification.c_str(), normal, nullptr) != 0) return "";
+    std::string definition(normal, LANGUAGE_TERRITORY);
+    if (const size_t modifier = specification.find('@'); modifier != std::string::npos)
+        definition += specification.substr(modifier);
+    const std::string codeset = read_registry().name_of(gl_lc_spec2cs_num(nullptr, specification.c_str(), nullptr));
+    return fmt::format("; `qbglc locale {} {} -o {}/{}` makes it", definition, codeset, printable(locale_directories().front()),
+                       file);
+}
+
+// What is the matter with a locale whose object is not there.
+std::string missing_object(const Wanted &wanted, const std::string &specification, const std::vector<InstalledLocale> &locales) {
+    const std::string places = printable(fmt::format("{}", fmt::join(locale_directories(), " and ")));
+    const std::string name = printable(wanted.name), unknown = "unknown locale " + printable(specification);
+    const bool list = specification.find(" = ") != std::string::npos;
+    if (!wanted.variable.empty()) {
+        const std::optional<std::string> file = file_name_of(wanted.name);
+        const std::string advice = file ? "; the variable takes the name of an object file, here " + *file : "";
+        return fmt::format("the locale that {} names, {}, is not in {}{}", wanted.variable, name, places, advice);
+    }
+    if (specification.empty()) return fmt::format("no locale is named (-l, GL_ALL, GL_LANG), and {} is not in {}", name, places);
+    if (list && (wanted.name == specification || !wanted.name.ends_with(".lco"))) {
+        return unknown +
+               ": a list names all six categories, as in \"GL_CTYPE = ja_JP.sjis ; GL_COLLATE = ...\", and one known codeset";
+    }
+    if (wanted.name == specification)
+        return fmt::format("{}: it names no known codeset after \".\", and no file in {}", unknown, places);
+    return fmt::format("{}: {} is not in {}{}", unknown, name, places, list ? "" : remedy(specification, wanted.name, locales));
+}
+
+Failure not_found(const Wanted &wanted, const std::string &specification) {
+    const std::vector<InstalledLocale> locales = installed_locales();
+    const std::string said = specification.empty() ? wanted.name : specification;
+    if (locales.empty()) {
+        return {
+            ExitStatus::SYSTEM,
+            fmt::format("there are no locales in {}: set QUORBANEDIR to an installation tree, or make one with `qbglc tree DIR`",
+                        printable(fmt::format("{}", fmt::join(locale_directories(), " and ")))),
+            JsonObject().text("locale", said)};
+    }
+    const std::vector<std::string> likely = likely_locales(said, locales);
+    return {ExitStatus::CALL,
+            fmt::format("{}; the nearest are {}; `qbgl list locales` lists all", missing_object(wanted, specification, locales),
+                        fmt::join(likely, ", ")),
+            JsonObject().text("locale", said).raw("nearest", json_strings(likely))};
+}
+
+Failure explain(int error, const std::string &specification) {
+    const std::string name = specification.empty() ? "of the environment" : printable(specification);
+    const std::optional<Wanted> missing = error == GL_ENOFILE ? first_missing(specification) : std::nullopt;
+    if (missing) return not_found(*missing, specification);
+    const auto failure = [&](ExitStatus status, const std::string &reason) {
+        return Failure{status, fmt::format("cannot load the locale {}: {}", name, reason),
+                       JsonObject().text("locale", specification).number("error", static_cast<unsigned>(error))};
+    };
+    const auto in_tree = [&](const std::string &what) {
+        return failure(ExitStatus::SYSTEM,
+                       fmt::format("{}; `qbglc tree {}` makes the objects anew", what, printable(tree_directory())));
+    };
+    const std::string object = locale_object(file_name_of(specification).value_or(specification));
+    const std::string its_object = object.empty() ? "an object of it" : fmt::format("its object {}", printable(object));
+    switch (error) {
+    case GL_ENOMEM: return in_tree(its_object + " is damaged, or too large for the memory"); // a damaged table can ask for any
+    case GL_EVERSION: return in_tree(its_object + " is of another version");
+    case GL_EMIXEDCS:
+    case GL_ECTYPECS: return failure(ExitStatus::CALL, "its categories are in different codesets");
+    case GL_EBADARG:
+    case GL_ENOFILE: return failure(ExitStatus::CALL, "a name in it is too long");
+    default: return in_tree(fmt::format("{} is damaged (error {})", its_object, error));
+    }
+}
+
+} // namespace
+
+LocaleHandle open_locale(const std::string &specification) {
+    gl_locale *locale = nullptr;
+    bool loaded;
+    if (specification.empty()) {
+        gl_create_null_locale_4(&locale);
+        char *const names = locale->error == 0 ? gl_setlocale_4(locale, GL_CAT_ALL, "") : nullptr;
+        loaded = names != nullptr;
+        gl_destroystring(names);
+    } else {
+        loaded = gl_lc_load(&locale, specification.c_str(), nullptr, nullptr) == 0;
+    }
+    LocaleHandle handle(locale, gl_lc_unload);
+    if (!loaded) throw explain(locale->error, specification);
+    return handle;
+}
+
+std::string category_name(const gl_locale &locale, int category) {
+    const char(&name)[32] = locale.locale_name[category];
+    return {name, std::find(name, name + sizeof name, '\0')};
+}
+
+std::string category_codeset(const gl_locale &locale, int category) { return locale.codeset_name[category]; }
+
+} // namespace qbgl
