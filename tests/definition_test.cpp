@@ -1,8 +1,8 @@
 // Locale definitions as the platform has them and as users write them.
-#include "definition.h"
-#include "parallel.h"
-#include "sequence.h"
+#include "charmap/sequence.h"
+#include "definition/definition.h"
 #include "support/files.h"
+#include "system/parallel.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
 // Locale objects from definitions; that they agree with the platform's locales is the oracle's matter.
-#include "error.h"
-#include "locale_compiler.h"
-#include "locale_encoder.h"
-#include "locale_recipe.h"
+#include "installation/tree.h"
+#include "locale/compiler.h"
+#include "locale/encoder.h"
+#include "recipe/locales.h"
 #include "support/files.h"
-#include "tree.h"
+#include "system/error.h"
 
 #include <qbgl.h>
 

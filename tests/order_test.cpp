@@ -1,14 +1,14 @@
 // Order that is compared, told by a fingerprint, and kept.
-#include "catalogue.h"
-#include "error.h"
-#include "file.h"
-#include "library.h"
-#include "line_sorter.h"
-#include "locale_recipe.h"
-#include "order_fingerprint.h"
-#include "order_locale.h"
-#include "order_report.h"
+#include "order/fingerprint.h"
+#include "order/line_sorter.h"
+#include "order/locale.h"
+#include "order/report.h"
+#include "recipe/catalogue.h"
+#include "recipe/library.h"
+#include "recipe/locales.h"
 #include "support/locale_object.h"
+#include "system/error.h"
+#include "system/fingerprint.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

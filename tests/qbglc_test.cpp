@@ -1,12 +1,12 @@
 // The compiler's own parts; that the objects convert as the platform does is the oracle's matter.
-#include "catalogue.h"
-#include "charmap_object.h"
-#include "conversion_object.h"
-#include "error.h"
-#include "join.h"
-#include "process.h"
+#include "conversion/join.h"
+#include "installation/tree.h"
+#include "object/charmap.h"
+#include "object/conversion.h"
+#include "recipe/catalogue.h"
 #include "support/files.h"
-#include "tree.h"
+#include "system/error.h"
+#include "system/process.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

@@ -6,9 +6,9 @@
 #include "support/conversion_object.h"
 #include "support/files.h"
 
-#include "library.h"
-#include "locale_compiler.h"
-#include "parallel.h"
+#include "locale/compiler.h"
+#include "recipe/library.h"
+#include "system/parallel.h"
 
 #include <qbgl.h>
 

@@ -1,9 +1,9 @@
 // Texts to be compared: words of the definitions and of the example texts, and made-up ones, many of them close to another one.
 #pragma once
 
-#include "codeset.h"
-#include "collation_order.h"
-#include "definition.h"
+#include "charmap/codeset.h"
+#include "collation/order.h"
+#include "definition/definition.h"
 
 #include <algorithm>
 #include <memory>

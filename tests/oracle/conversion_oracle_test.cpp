@@ -4,7 +4,7 @@
 #include "oracle/repertoire.h"
 #include "support/conversion_object.h"
 
-#include "parallel.h"
+#include "system/parallel.h"
 
 #include <qbgl.h>
 

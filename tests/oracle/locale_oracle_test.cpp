@@ -7,7 +7,7 @@
 #include "support/conversion_object.h"
 #include "support/files.h"
 
-#include "parallel.h"
+#include "system/parallel.h"
 
 #include <qbgl.h>
 

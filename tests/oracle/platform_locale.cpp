@@ -2,8 +2,8 @@
 
 #include "support/files.h"
 
-#include "file.h"
-#include "process.h"
+#include "system/fingerprint.h"
+#include "system/process.h"
 
 #include <fmt/format.h>
 #include <gnu/libc-version.h>

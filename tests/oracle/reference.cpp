@@ -1,6 +1,6 @@
 #include "oracle/reference.h"
 
-#include "process.h"
+#include "system/process.h"
 
 #include <fmt/format.h>
 

@@ -2,7 +2,7 @@
 
 #include "support/files.h"
 
-#include "locale_recipe.h"
+#include "recipe/locales.h"
 
 namespace qbgl_test {
 

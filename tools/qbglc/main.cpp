@@ -1,10 +1,10 @@
 // qbglc: compiles the platform's charmaps and locale definitions into the objects that the library reads.
-#include "charmap_object.h"
-#include "conversion_object.h"
-#include "error.h"
-#include "locale_compiler.h"
-#include "order_report.h"
-#include "tree.h"
+#include "installation/tree.h"
+#include "locale/compiler.h"
+#include "object/charmap.h"
+#include "object/conversion.h"
+#include "order/report.h"
+#include "system/error.h"
 
 #include <CLI/CLI.hpp>
 #include <qbgl.h>

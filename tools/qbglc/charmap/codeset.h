@@ -1,0 +1,76 @@
+// A codeset in memory: what its byte sequences stand for, and how the characters of Unicode are written in it.
+#pragma once
+
+#include "charmap/charmap.h"
+#include "charmap/sequence.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace qbgl::compiler {
+
+struct Character {
+    char32_t code;
+    Sequence bytes;
+    bool shifted = false; // stands in the shifted state of a stateful codeset
+    bool one_way = false; // in Codeset::written(): the bytes read back as another character
+};
+
+class Codeset {
+  public:
+    // How the library reads and writes the codeset. Little-endian units are kept most significant byte first here.
+    enum class Form { BYTES, LITTLE_ENDIAN_2, LITTLE_ENDIAN_4 };
+
+    // Where a character, or a sequence, is added twice, the first counts.
+    explicit Codeset(std::string name, Form form = Form::BYTES, bool stateful = false)
+        : name_(std::move(name)), form_(form), stateful_(stateful) {}
+    void add(char32_t code, const Sequence &bytes, bool shifted = false) {
+        add_read(code, bytes, shifted);
+        add_written(code, bytes, shifted);
+    }
+    void add_read(char32_t code, const Sequence &bytes, bool shifted = false) { read_.push_back({code, bytes, shifted}); }
+    void add_written(char32_t code, const Sequence &bytes, bool shifted = false) { written_.push_back({code, bytes, shifted}); }
+    // Ends adding: sorts, drops repetitions, builds the index.
+    void finish();
+
+    const std::string &name() const { return name_; }
+    Form form() const { return form_; }
+    bool stateful() const { return stateful_; } // shift-out and shift-in switch between two states
+    // Every byte sequence once: those of the initial state, then those of the shifted one, each in byte order.
+    const std::vector<Character> &read() const { return read_; }
+    // Every character once, in code order. Its bytes may be those of a base and its marks, where the codeset has only these.
+    const std::vector<Character> &written() const { return written_; }
+
+    // How a character is written; null when the codeset lacks it.
+    const Character *find(char32_t code) const {
+        if (code >= CODE_LIMIT) return nullptr;
+        const uint32_t page = pages_[code >> 8];
+        if (page == 0) return nullptr;
+        const uint32_t place = places_[page << 8 | (code & 0xFF)];
+        return place == 0 ? nullptr : &written_[place - 1];
+    }
+    // What a sequence stands for; null when it is no character.
+    const Character *find(const Sequence &bytes, bool shifted = false) const;
+
+  private:
+    std::string name_;
+    Form form_;
+    bool stateful_;
+    std::vector<Character> read_, written_;
+    std::vector<uint32_t> pages_;  // code / 256 -> page, 0 for none
+    std::vector<uint32_t> places_; // page * 256 + code % 256 -> index in written_ plus 1, 0 for none
+};
+
+using CodesetPtr = std::shared_ptr<const Codeset>;
+
+// Several names of one sequence: the first is read, all are written. Several sequences of one name: all are read, the first is
+// written. Names that are not <Uxxxx> have no code: a charmap of nothing else is a DataError, otherwise `warning` tells their
+// number. Codes from `below` on are left out.
+std::shared_ptr<Codeset> codeset_from_charmap(const Charmap &charmap, const std::string &name, std::string &warning,
+                                              char32_t below = CODE_LIMIT);
+
+// A form of Unicode, every scalar value that it can express: "ucs-2le" or "ucs-4le". Throws DataError for any other.
+CodesetPtr unicode_codeset(const std::string &form, const std::string &name);
+
+} // namespace qbgl::compiler

@@ -1,0 +1,94 @@
+#include "locale/category.h"
+
+#include <fmt/format.h>
+
+#include <climits>
+
+namespace qbgl::compiler {
+
+namespace {
+
+constexpr int NOT_AVAILABLE = 0x7FFFFFFF;
+constexpr size_t MOST_GROUPS = 15;
+
+// "No further grouping", which POSIX writes as -1. Behind other sizes it is CHAR_MAX, as in the byte string that the host gets: no
+// number is that long. In the first place it is 0, which makes the host's byte string empty.
+int further_groups(size_t place) { return place == 0 ? 0 : CHAR_MAX; }
+
+} // namespace
+
+const Keyword *CategoryLines::find(std::string_view keyword) const {
+    const auto place = keywords_.find(std::string(keyword));
+    return place == keywords_.end() ? nullptr : &place->second;
+}
+
+std::string CategoryLines::text(std::string_view keyword) const {
+    const Keyword *found = find(keyword);
+    return found == nullptr ? constant({}) : encoder_.line(found->text(), found->place);
+}
+
+std::string CategoryLines::texts(std::string_view keyword) const {
+    const Keyword *found = find(keyword);
+    if (found == nullptr) throw place_.error(fmt::format("no {} in this category", keyword));
+    std::string lines;
+    for (const std::u32string &text : found->texts()) lines += encoder_.line(text, found->place);
+    return lines;
+}
+
+std::string CategoryLines::list(std::string_view keyword) const {
+    const Keyword *found = find(keyword);
+    return found == nullptr ? list({}, place_) : list(found->texts(), found->place);
+}
+
+std::string CategoryLines::list(const std::vector<std::u32string> &texts, const Place &place) const {
+    if (texts.size() == 1 && texts[0].empty()) return "0\n";
+    std::string lines = fmt::format("{}\n", texts.size());
+    for (const std::u32string &text : texts) lines += encoder_.line(text, place);
+    return lines;
+}
+
+std::string CategoryLines::grouping(std::string_view keyword) const {
+    const Keyword *found = find(keyword);
+    const std::vector<int> sizes = found == nullptr ? std::vector{-1} : found->numbers();
+    if (sizes.size() > MOST_GROUPS) throw found->place.error(fmt::format("{} of more than {} sizes", keyword, MOST_GROUPS));
+    std::string line = fmt::format("{}", sizes.size());
+    for (size_t i = 0; i < sizes.size(); ++i) {
+        if (sizes[i] < -1 || sizes[i] > CHAR_MAX)
+            throw found->place.error(fmt::format("{}: {} is no group size", keyword, sizes[i]));
+        line += fmt::format(" {}", sizes[i] == -1 ? further_groups(i) : sizes[i]);
+    }
+    return line + '\n';
+}
+
+std::string CategoryLines::number(std::string_view keyword) const {
+    const Keyword *found = find(keyword);
+    const int value = found == nullptr ? -1 : found->number();
+    if (value < -1 || value > CHAR_MAX) throw found->place.error(fmt::format("{}: {} is out of range", keyword, value));
+    return fmt::format("{}\n", value == -1 ? NOT_AVAILABLE : value);
+}
+
+// POSIX has no signs for plain numbers. Readers and writers of numbers use these everywhere; a reader takes ASCII signs anyway.
+std::string numeric_section(const Definition &definition, const LocaleEncoder &encoder) {
+    const CategoryLines lines(definition.numeric, definition.numeric_place, encoder);
+    return lines.text("decimal_point") + lines.text("thousands_sep") + lines.grouping("grouping") + lines.constant(U"") +
+           lines.constant(U"-");
+}
+
+std::string monetary_section(const Definition &definition, const LocaleEncoder &encoder) {
+    const CategoryLines lines(definition.monetary, definition.monetary_place, encoder);
+    std::string section;
+    for (const char *keyword : {"int_curr_symbol", "currency_symbol", "mon_decimal_point", "mon_thousands_sep"})
+        section += lines.text(keyword);
+    section += lines.grouping("mon_grouping") + lines.text("positive_sign") + lines.text("negative_sign");
+    for (const char *keyword : {"int_frac_digits", "frac_digits", "p_cs_precedes", "p_sep_by_space", "n_cs_precedes",
+                                "n_sep_by_space", "p_sign_posn", "n_sign_posn"})
+        section += lines.number(keyword);
+    return section;
+}
+
+std::string messages_section(const Definition &definition, const LocaleEncoder &encoder) {
+    const CategoryLines lines(definition.messages, definition.messages_place, encoder);
+    return lines.text("yesexpr") + lines.text("noexpr") + lines.text("yesstr") + lines.text("nostr");
+}
+
+} // namespace qbgl::compiler

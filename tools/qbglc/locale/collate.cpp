@@ -1,0 +1,199 @@
+#include "locale/collate.h"
+
+#include "collation/alignment.h"
+#include "collation/level.h"
+#include "collation/share.h"
+#include "object/text.h"
+#include "system/error.h"
+
+#include <qbgl.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <map>
+
+namespace qbgl::compiler {
+
+namespace {
+
+constexpr unsigned FORWARD = 1, BACKWARD = 2;
+
+int write_row_number(FILE *stream, const void *entry) {
+    uint16_t value;
+    std::memcpy(&value, entry, sizeof value);
+    return std::fprintf(stream, "%04x", unsigned{value}) < 0 ? -1 : 0;
+}
+
+// The form without passes: characters compare by their code values.
+std::string direct_section() {
+    const uint16_t no_row = 0;
+    TableWriter rows(sizeof no_row, &no_row);
+    return fmt::format("as_specified\n{}1\n0 0 0 0 0\n", rows.text(write_row_number));
+}
+
+std::string digits(const std::vector<uint32_t> &wide) {
+    std::string text;
+    for (const uint32_t value : wide) text += fmt::format("{:08x}", value);
+    return text;
+}
+
+class Section {
+  public:
+    Section(const CollationOrder &order, const Codeset &codeset) : order_(order), share_(order, codeset) {
+        result_.warnings = share_.warnings;
+    }
+
+    CollateSection make() {
+        number_levels();
+        if (is_code_order()) {
+            result_.text = direct_section();
+            return std::move(result_);
+        }
+        const std::string table = character_table(), elements = element_lines();
+        size_t largest = 0;
+        for (const CollationLevel &level : levels_) largest = std::max<size_t>(largest, level.largest);
+        std::string &text = result_.text;
+        text = fmt::format("as_specified\n{}0\n", table);
+        text += fmt::format("{} {} {} {} {}\n", rows_.size() - 1, levels_.size(), share_.members.size() - share_.character_count,
+                            expansions_.list().size(), largest);
+        for (const unsigned direction : directions_) text += fmt::format("{:04x}", direction);
+        text += '\n' + elements;
+        for (const std::vector<uint32_t> &expansion : expansions_.list())
+            text += fmt::format("{:x}{}\n", expansion.size(), digits(expansion));
+        for (const Row &row : rows_) {
+            for (size_t level = 0; level < levels_.size(); ++level) text += fmt::format("{:04x}", row[level]);
+            text += '\n';
+        }
+        return std::move(result_);
+    }
+
+  private:
+    using Row = std::array<uint16_t, GL_MAX_PASSES>;
+    using Member = CollationShare::Member;
+
+    void number_levels() {
+        CollationAlignment alignment(order_, share_);
+        const CollationParts aligned = [&](uint32_t item) { return alignment.parts(item); };
+        for (size_t level = 0; level < order_.levels().size(); ++level) {
+            const CollationParts single_weights = [this, level](uint32_t item) {
+                const auto string = order_.string(order_.string_of(item, level));
+                std::vector<std::span<const CollationOrder::Ordinal>> parts;
+                for (size_t i = 0; i < string.size(); ++i) parts.push_back(string.subspan(i, 1));
+                return parts;
+            };
+            const bool is_aligned = level > 0 && alignment.cut(level);
+            add_pass(number_level(order_, share_, level, is_aligned ? aligned : single_weights, expansions_), level);
+            if (!order_.levels()[level].position) continue;
+            if (auto positions = number_positions(order_, share_, level)) add_pass(std::move(*positions), level);
+        }
+        if (levels_.size() > GL_MAX_PASSES) throw DataError(fmt::format("more than {} levels of collation", int{GL_MAX_PASSES}));
+    }
+    void add_pass(CollationLevel pass, size_t level) {
+        result_.warnings.insert(result_.warnings.end(), pass.warnings.begin(), pass.warnings.end());
+        levels_.push_back(std::move(pass));
+        directions_.push_back(order_.levels()[level].backward ? BACKWARD : FORWARD);
+    }
+
+    // Every character alone on its weight, or on one that leaves the order to the code, and all in the order of their codes.
+    bool is_code_order() const {
+        if (order_.by_code()) return true;
+        if (levels_.size() != 1 || order_.levels()[0].backward || share_.members.size() != share_.character_count) return false;
+        uint16_t last = 0;
+        for (size_t i = 0; i < share_.character_count; ++i) {
+            const uint16_t weight = row_of(i)[0];
+            const bool special = (weight & CollationLevel::SPECIAL) != 0;
+            const auto value = static_cast<uint16_t>(weight & CollationLevel::LAST);
+            if (value < CollationLevel::FIRST || (weight & ~CollationLevel::LAST & ~CollationLevel::SPECIAL) != 0) return false;
+            if (value < last || (value == last && !special)) return false;
+            if (i > 0 && share_.members[i].wide[0] <= share_.members[i - 1].wide[0]) return false;
+            last = value;
+        }
+        return true;
+    }
+
+    Row row_of(size_t member) const {
+        Row row = {};
+        for (size_t level = 0; level < levels_.size(); ++level) row[level] = levels_[level].weights[member];
+        return row;
+    }
+    Row undefined_row() const {
+        Row row = {};
+        for (size_t level = 0; level < levels_.size(); ++level) row[level] = levels_[level].undefined;
+        return row;
+    }
+    uint16_t number_of(const Row &row) {
+        const auto [place, is_new] = numbers_.emplace(row, static_cast<uint16_t>(rows_.size()));
+        if (is_new) rows_.push_back(row);
+        if (rows_.size() > UINT16_MAX) throw DataError("more rows of weights than an order can have");
+        return place->second;
+    }
+
+    // Row 0 is that of most characters where most are not in the order. A single-byte codeset's table has all bytes.
+    std::string character_table() {
+        const uint16_t no_row = number_of(undefined_row());
+        TableWriter table(sizeof no_row, &no_row);
+        const auto insert = [&](const Sequence &bytes, uint16_t number) {
+            table.insert(bytes, number == no_row ? nullptr : &number);
+        };
+        std::map<uint32_t, size_t> lent = lent_spares();
+        std::vector<std::u32string> controls;
+        for (size_t i = 0; i < share_.character_count; ++i) {
+            const Member &character = share_.members[i];
+            Row row = row_of(i);
+            if (const auto spare = lent.find(character.wide[0]); spare != lent.end()) {
+                row = row_of_spare(spare->second, row);
+                controls.push_back(character.text);
+                lent.erase(spare);
+            }
+            insert(character.bytes, number_of(row));
+        }
+        Row ignored = {};
+        std::fill_n(ignored.begin(), levels_.size(), CollationLevel::IGNORED);
+        for (const auto &[value, i] : lent) insert(bytes_of(value), number_of(row_of_spare(i, ignored)));
+        if (!controls.empty()) result_.warnings.push_back("lent to weights that no characters have alone: " + codes_of(controls));
+        return table.text(write_row_number);
+    }
+
+    // Those in use.
+    std::map<uint32_t, size_t> lent_spares() const {
+        std::map<uint32_t, size_t> lent;
+        for (const CollationLevel &level : levels_)
+            for (size_t i = 0; i < level.spares.size(); ++i) lent.emplace(share_.spares[i], i);
+        return lent;
+    }
+    Row row_of_spare(size_t spare, Row row) const {
+        for (size_t level = 0; level < levels_.size(); ++level)
+            if (spare < levels_[level].spares.size()) row[level] = levels_[level].spares[spare];
+        return row;
+    }
+    static Sequence bytes_of(uint32_t value) {
+        return Sequence::big_endian(value, value > 0xFFFFFF ? 4 : value > 0xFFFF ? 3 : value > 0xFF ? 2 : 1);
+    }
+
+    std::string element_lines() {
+        std::string lines;
+        for (size_t i = share_.character_count; i < share_.members.size(); ++i) {
+            const Member &element = share_.members[i];
+            lines += fmt::format("{:x}{:04x}{}\n", element.wide.size(), number_of(row_of(i)), digits(element.wide));
+        }
+        return lines;
+    }
+
+    const CollationOrder &order_;
+    const CollationShare share_;
+    CollationExpansions expansions_;
+    std::vector<CollationLevel> levels_; // by pass
+    std::vector<unsigned> directions_;
+    std::vector<Row> rows_;
+    std::map<Row, uint16_t> numbers_;
+    CollateSection result_;
+};
+
+} // namespace
+
+CollateSection collate_section(const CollationOrder &order, const Codeset &codeset) { return Section(order, codeset).make(); }
+
+} // namespace qbgl::compiler

@@ -1,0 +1,144 @@
+#include "locale/compiler.h"
+
+#include "locale/category.h"
+#include "locale/collate.h"
+#include "locale/encoder.h"
+#include "locale/time.h"
+#include "object/digest.h"
+#include "object/text.h"
+#include "order/fingerprint.h"
+#include "system/fingerprint.h"
+
+#include <algorithm>
+#include <cctype>
+#include <utility>
+
+namespace qbgl::compiler {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr unsigned OBJECT_VERSION = 11;
+constexpr size_t LONGEST_CODESET_NAME = 19; // on the codeset line
+
+std::string language_of(const std::string &definition) {
+    const std::string file = fs::path(definition).filename().string();
+    return file.substr(0, file.find('_'));
+}
+
+void check_terminator(const Codeset &codeset) {
+    const Character *terminator = codeset.find(U'\0');
+    if (terminator == nullptr) throw DataError(codeset.name() + ": has no <U0000>, which ends every text");
+    for (const Character &character : codeset.read())
+        if (character.bytes.length < terminator->bytes.length)
+            throw DataError(codeset.name() + ": <U0000> is longer than other characters");
+}
+
+} // namespace
+
+LocaleCompiler::LocaleCompiler(Library &library, std::vector<fs::path> directories)
+    : library_(library), reader_(std::move(directories)) {
+    const fs::path recipe = library.directory() / "calendars";
+    if (!fs::exists(recipe)) return;
+    calendars_ = Calendars::load(recipe);
+    calendars_mark_ = file_mark(recipe);
+}
+
+std::shared_ptr<const Definition> LocaleCompiler::definition(const std::string &name) {
+    return definitions_.get(name,
+                            [&] { return reader_.read(fs::is_regular_file(name) ? fs::absolute(name) : reader_.find(name)); });
+}
+
+const LocaleCompiler::Target &LocaleCompiler::target(size_t codeset) {
+    return targets_.get(std::to_string(codeset), [&] {
+        const CodesetPtr characters = library_.codeset(codeset);
+        check_terminator(*characters);
+        return Target{characters, library_.full_width(codeset),
+                      Fingerprint().add(library_.mark(codeset)).add(library_.width_mark(codeset)).hex(),
+                      characters_fingerprint(*characters)};
+    });
+}
+
+LocaleCompiler::Target LocaleCompiler::own_target(const fs::path &path, std::string &warning) {
+    const Charmap charmap = load_charmap(path);
+    std::string name = charmap.codeset.empty() ? path.stem().string() : charmap.codeset;
+    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const CodesetPtr codeset = codeset_from_charmap(charmap, name, warning);
+    check_terminator(*codeset);
+    return {codeset, library_.full_width(*codeset, width_section(charmap)), file_mark(path), characters_fingerprint(*codeset)};
+}
+
+const std::string &LocaleCompiler::file_mark(const fs::path &path) {
+    return file_marks_.get(path.string(), [&] { return Fingerprint().add(read_file(path)).hex(); });
+}
+
+std::string LocaleCompiler::header(const std::string &name, const std::string &codeset_mark, const std::string &calendar,
+                                   const std::string &collation) {
+    Fingerprint content;
+    for (const fs::path &source : definition(name)->sources) content.add(file_mark(source));
+    content.add(codeset_mark).add(calendar).add(collation).add(calendars_mark_).add(compiler_digest(ObjectKind::LOCALE));
+    return object_header("locale_object", OBJECT_VERSION,
+                         {"DEFINITION=" + fs::path(name).filename().string(), "CONTENT=" + content.hex()}, 1);
+}
+
+std::string LocaleCompiler::header(const std::string &name, size_t codeset, const std::string &calendar,
+                                   const std::string &collation) {
+    return header(name, Fingerprint().add(library_.mark(codeset)).add(library_.width_mark(codeset)).hex(), calendar, collation);
+}
+
+const std::string &LocaleCompiler::ctype(const Definition &definition, const Target &target) {
+    const std::string key = properties_key(definition);
+    const auto make_properties = [&] { return std::make_shared<const CharacterProperties>(definition); };
+    return ctypes_.get(key + ' ' + target.mark,
+                       [&] { return ctype_section(*properties_.get(key, make_properties), *target.codeset, target.full_width); });
+}
+
+// Most definitions copy the rules of another one and add nothing: they share the order, and the section.
+const std::string &LocaleCompiler::collate(const Definition &definition, const Target &target) {
+    const CollationRules &rules = without_copying(*definition.collate);
+    const std::string key = std::to_string(reinterpret_cast<uintptr_t>(&rules));
+    const CollationOrderPtr &order = orders_.get(key, [&] {
+        auto made = std::make_shared<const CollationOrder>(rules);
+        add_warnings({}, made->warnings());
+        return made;
+    });
+    return collates_.get(key + ' ' + target.mark, [&] {
+        try {
+            CollateSection section = collate_section(*order, *target.codeset);
+            add_warnings(definition.collate_place.text() + ": in " + target.codeset->name() + ": ", section.warnings);
+            return std::move(section.text);
+        } catch (const DataError &error) {
+            throw definition.collate_place.error(error.what());
+        }
+    });
+}
+
+void LocaleCompiler::add_warnings(const std::string &before, const std::vector<std::string> &warnings) {
+    const std::lock_guard lock(warnings_mutex_);
+    for (const std::string &warning : warnings) warnings_.push_back(before + warning);
+}
+
+std::vector<std::string> LocaleCompiler::take_warnings() {
+    const std::lock_guard lock(warnings_mutex_);
+    return std::exchange(warnings_, {});
+}
+
+std::string LocaleCompiler::object(const std::string &name, const Target &target, const std::string &codeset_name,
+                                   const std::string &calendar, const std::string &header, const std::string &collation) {
+    if (codeset_name.size() > LONGEST_CODESET_NAME) throw DataError(codeset_name + ": too long for the codeset line of an object");
+    const auto source = definition(name);
+    const LocaleEncoder encoder(source->ctype, *target.codeset, codeset_name);
+    const std::string order = collation.empty() ? collate(*source, target) : collation + '\n';
+    std::string text = header;
+    text.append(ORDER_LINE) += order_fingerprint(target.characters, order) + '\n' + codeset_name + '\n';
+    text += "### LC_CTYPE\n" + ctype(*source, target);
+    text += "### LC_COLLATE\n" + order;
+    text += "### LC_NUMERIC\n" + numeric_section(*source, encoder);
+    text += "### LC_MONETARY\n" + monetary_section(*source, encoder);
+    text += "### LC_TIME\n" + time_section(*source, encoder, calendars_, calendar, language_of(name));
+    text += "### LC_MESSAGES\n" + messages_section(*source, encoder);
+    return text;
+}
+
+} // namespace qbgl::compiler

@@ -1,0 +1,157 @@
+#include "recipe/library.h"
+
+#include "charmap/iconv_source.h"
+#include "object/digest.h"
+#include "system/error.h"
+#include "system/fingerprint.h"
+
+#include <fmt/format.h>
+
+namespace qbgl::compiler {
+
+Library::Library(const std::filesystem::path &directory)
+    : directory_(directory), catalogue_(Catalogue::load(directory)),
+      substitutions_(Substitutions::load(directory / "substitutions")), items_(catalogue_.codesets().size()) {}
+
+std::filesystem::path Library::charmap_path(const std::string &name) const {
+    const std::filesystem::path own = directory_ / "charmaps" / name;
+    return std::filesystem::is_regular_file(own) ? own : find_charmap(name);
+}
+
+namespace {
+
+constexpr const char *WIDTH_CHARMAP = "UTF-8"; // has the widths of all characters
+
+// The platform's charmap of UTF-8 lists assigned characters; text of a later Unicode than its own must not be refused. Beyond the
+// first plane the unassigned codes are too many to be worth their memory.
+void add_unassigned(Codeset &utf8) {
+    for (char32_t code = 0; code < 0x10000; ++code)
+        if (is_scalar_value(code)) utf8.add(code, utf8_of(code));
+    utf8.finish();
+}
+
+} // namespace
+
+namespace {
+
+// The charmap of a codeset whose characters iconv tells.
+std::optional<std::filesystem::path> width_charmap(const Catalogue::Codeset &codeset) {
+    if (codeset.source.kind != CodesetSource::Kind::ICONV) return std::nullopt;
+    try {
+        return find_charmap(codeset.source.argument);
+    } catch (const DataError &) {
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+CodesetPtr Library::load_charmap_codeset(Item &item, const Catalogue::Codeset &codeset) {
+    std::string warning;
+    const Charmap charmap = load_charmap(charmap_path(codeset.source.argument));
+    const auto result = codeset_from_charmap(charmap, codeset.name, warning, codeset.source.below);
+    if (charmap.steps_in_utf8()) add_unassigned(*result);
+    if (codeset.source.kind == CodesetSource::Kind::CHARMAP_ICONV) add_composed_from_iconv(codeset.iconv, *result);
+    if (!warning.empty()) {
+        const std::lock_guard lock(warnings_mutex_);
+        warnings_.push_back(warning);
+    }
+    item.widths = width_section(charmap);
+    return result;
+}
+
+CodesetPtr Library::load(Item &item, const Catalogue::Codeset &codeset) {
+    using Kind = CodesetSource::Kind;
+    const CodesetSource &source = codeset.source;
+    switch (source.kind) {
+    case Kind::CHARMAP:
+    case Kind::CHARMAP_ICONV: return load_charmap_codeset(item, codeset);
+    case Kind::ICONV: return codeset_from_iconv(source.argument, IconvPart::ALL, codeset.name);
+    case Kind::ICONV_SINGLE: return codeset_from_iconv(source.argument, IconvPart::SINGLE, codeset.name);
+    case Kind::ICONV_DOUBLE: return codeset_from_iconv(source.argument, IconvPart::DOUBLE, codeset.name);
+    case Kind::UNICODE: return unicode_codeset(source.argument, codeset.name);
+    case Kind::NONE: break;
+    }
+    throw DataError(fmt::format("{}: has no source: {}", codeset.name, codeset.reason));
+}
+
+CodesetPtr Library::codeset(size_t index) {
+    Item &item = items_[index];
+    std::call_once(item.loaded, [&] { item.codeset = load(item, catalogue_.codesets()[index]); });
+    return item.codeset;
+}
+
+std::vector<bool> Library::full_width(const Codeset &codeset, const WidthSection &own) {
+    if (!own.widths.empty()) return compiler::full_width(codeset, own);
+    std::call_once(widths_loaded_, [&] { utf8_widths_ = width_section(load_charmap(find_charmap(WIDTH_CHARMAP))); });
+    return compiler::full_width(codeset, utf8_widths_);
+}
+
+std::optional<std::filesystem::path> Library::charmap(size_t index) const {
+    using Kind = CodesetSource::Kind;
+    const Catalogue::Codeset &codeset = catalogue_.codesets()[index];
+    if (codeset.source.kind == Kind::CHARMAP || codeset.source.kind == Kind::CHARMAP_ICONV)
+        return charmap_path(codeset.source.argument);
+    return width_charmap(codeset);
+}
+
+const std::vector<bool> &Library::full_width(size_t index) {
+    const CodesetPtr codeset = this->codeset(index);
+    Item &item = items_[index];
+    std::call_once(item.measured, [&] {
+        if (const auto charmap = width_charmap(catalogue_.codesets()[index])) item.widths = width_section(load_charmap(*charmap));
+        item.full_width = full_width(*codeset, item.widths);
+    });
+    return item.full_width;
+}
+
+std::string Library::width_mark(size_t index) {
+    std::call_once(widths_marked_, [&] { utf8_width_mark_ = Fingerprint().add(read_file(find_charmap(WIDTH_CHARMAP))).hex(); });
+    const auto own = width_charmap(catalogue_.codesets()[index]);
+    return own ? Fingerprint().add(utf8_width_mark_).add(read_file(*own)).hex() : utf8_width_mark_;
+}
+
+std::string Library::description(size_t index) const {
+    const Catalogue::Codeset &codeset = catalogue_.codesets()[index];
+    return fmt::format("{} {} {}", codeset.name, codeset.number, codeset.source.text());
+}
+
+const std::string &Library::mark(size_t index) {
+    Item &item = items_[index];
+    std::call_once(item.marked, [&] {
+        using Kind = CodesetSource::Kind;
+        const CodesetSource &source = catalogue_.codesets()[index].source;
+        Fingerprint fingerprint;
+        fingerprint.add(source.text());
+        if (source.kind == Kind::CHARMAP || source.kind == Kind::CHARMAP_ICONV)
+            fingerprint.add(read_file(charmap_path(source.argument)));
+        if (source.kind != Kind::CHARMAP && source.kind != Kind::UNICODE && source.kind != Kind::NONE) {
+            std::call_once(iconv_asked_, [&] { iconv_version_ = iconv_version(); });
+            fingerprint.add(iconv_version_);
+        }
+        item.mark = fingerprint.hex();
+    });
+    return item.mark;
+}
+
+std::vector<std::string> Library::header_lines(Catalogue::Pair pair) {
+    const std::string content = Fingerprint()
+                                    .add(mark(pair.first))
+                                    .add(mark(pair.second))
+                                    .add(substitutions_.fingerprint())
+                                    .add(compiler_digest(ObjectKind::CONVERSION))
+                                    .hex();
+    return {"SOURCE=" + description(pair.first), "TARGET=" + description(pair.second), "CONTENT=" + content};
+}
+
+std::vector<std::string> Library::take_warnings() {
+    const std::lock_guard lock(warnings_mutex_);
+    return std::exchange(warnings_, {});
+}
+
+CodesetPtr load_own_codeset(const std::filesystem::path &path, std::string &warning) {
+    const Charmap charmap = load_charmap(path);
+    return codeset_from_charmap(charmap, charmap.codeset.empty() ? path.filename().string() : charmap.codeset, warning);
+}
+
+} // namespace qbgl::compiler
