@@ -1,6 +1,7 @@
 #include "support/conversion_shapes.h"
 #include "support/files.h"
 
+#include "cvlib/canned.h"
 #include "cvlib/engine.h"
 #include "qbnxdl/entry_points.h"
 #include "util/log.h"

@@ -13,7 +13,6 @@
 #include "coll/maps.h"
 #include "ext/error.h"
 #include "multi/character_table.h"
-#include "multi/walk.h"
 
 #include <algorithm>
 
@@ -226,11 +225,4 @@ void qbgl::free_collate(gl_locale *locale) {
     info = {};
     _gl_free_ptr(std::exchange(locale->all_one, nullptr));
     _gl_free_ptr(std::exchange(locale->equivalence, nullptr));
-}
-
-int _gl_sl_wctomb(gl_locale *locale, char *buffer, gl_wchar wc) {
-    const int length = encode(*locale->collate.character_table, reinterpret_cast<uint8_t *>(buffer), wc);
-    if (length != 0) return length;
-    set_error(locale, GL_EILSEQ);
-    return -1;
 }

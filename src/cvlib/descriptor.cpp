@@ -1,5 +1,5 @@
 // Opening and closing conversion descriptors.
-#include "cvlib/engine.h"
+#include "cvlib/canned.h"
 #include "cvlib/object.h"
 #include "ext/error.h"
 #include "qbnxdl/entry_points.h"
@@ -12,12 +12,6 @@
 using namespace qbgl;
 
 namespace {
-
-constexpr gl_cv canned(int error) {
-    gl_cv cd = {};
-    cd.error = error;
-    return cd;
-}
 
 constexpr int NAME_SIZE = 1024; // bytes of a codeset name or an object's file name, terminator included
 
@@ -79,12 +73,6 @@ int read_opened(FILE *file, gl_cv *cd) {
 }
 
 } // namespace
-
-const gl_cv cd_enomem = canned(GL_ENOMEM);
-const gl_cv cd_fileerr = canned(GL_ENOFILE);
-const gl_cv cd_einval = canned(GL_EINVAL);
-
-bool qbgl::is_canned(const gl_cv *cd) { return cd == &cd_enomem || cd == &cd_fileerr || cd == &cd_einval; }
 
 int gl_cv_load(gl_cv **cd, const char *target_spec, const char *source_spec, const char *registry_path, const char *directory) {
     if (gl_init_glu(nullptr) != 0) return fail_with(cd, cd_fileerr);

@@ -1,5 +1,6 @@
 #include "cvlib/engine.h"
 
+#include "cvlib/canned.h"
 #include "cvlib/lane.h"
 #include "cvlib/record.h"
 #include "ext/error.h"

@@ -11,9 +11,6 @@ int little_endian_unicode_source_miconv(gl_cv *cd, const char **in, int *inleft,
 int little_endian_unicode_target_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
 int mb_smiconv(gl_cv *cd, gl_cv_state *state, const char **in, int *inleft, char **out, int *outleft, int *subst);
 
-// Whether `cd` is one of the constant records that a failed open hands out.
-bool is_canned(const gl_cv *cd);
-
 // Whether units of this shortest and longest length are little-endian Unicode.
 constexpr bool is_unicode_unit(int32_t min_len, int32_t max_len) { return min_len == max_len && (min_len == 2 || min_len == 4); }
 

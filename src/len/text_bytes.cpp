@@ -1,9 +1,18 @@
-// The length of text in bytes without its terminator.
+// The length of text in bytes, with its terminator and without.
 #include "ext/error.h"
 #include "len/text_walk.h"
 #include "qbnxdl/served.h"
 
 using namespace qbgl;
+
+int gl_mbsbytes(gl_locale *locale, const char *s) {
+    if (s == nullptr) return 0;
+    const int32_t shortest = locale->ctype.codeset_table->min_length;
+    if (locale->single_byte != 0) return static_cast<int>(strlen(s)) + shortest;
+    int bytes = 0, length;
+    while ((length = gl_full_mblen(locale, s + bytes, MAX_KEY)) > 0) bytes += length;
+    return length < 0 ? 0 : bytes + shortest;
+}
 
 int gl_mbsbytes_nt(gl_locale *locale, const char *s) {
     if (s == nullptr) {

@@ -4,6 +4,8 @@
 #include "qbnxdl/entry_points.h"
 #include "qbnxdl/served.h"
 
+#include <string.h>
+
 using namespace qbgl;
 
 namespace {
@@ -34,8 +36,12 @@ int decode_served(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
 
 // The bytes before the terminator, or -1.
 int length_of_text(gl_locale *locale, const char *s) {
-    const int bytes = gl_mbsbytes(locale, s);
-    return bytes <= 0 ? -1 : bytes - locale->ctype.codeset_table->min_length;
+    if (locale->single_byte != 0) return static_cast<int>(strlen(s));
+    int bytes = 0;
+    for (Decoded character;; bytes += character.length) {
+        if (walk_length(locale, s + bytes, MAX_KEY, character) < 0) return -1;
+        if (character.value == 0) return bytes;
+    }
 }
 
 int ask_for_length(gl_locale *locale, const char *s, int n) {
@@ -105,6 +111,11 @@ int _qbx_gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) 
 int gl_full_wctomb(gl_locale *locale, char *s, gl_wchar wc) {
     if (served(locale)) return ask_extension(locale, fn_glu_uc32tomb, -1, locale->glu_handle[GL_CAT_CTYPE], s, wc);
     const int length = encode(*locale->ctype.codeset_table, reinterpret_cast<uint8_t *>(s), wc);
+    return length != 0 ? length : fail(locale, GL_EILSEQ);
+}
+
+int _gl_sl_wctomb(gl_locale *locale, char *buffer, gl_wchar wc) {
+    const int length = encode(*locale->collate.character_table, reinterpret_cast<uint8_t *>(buffer), wc);
     return length != 0 ? length : fail(locale, GL_EILSEQ);
 }
 

@@ -56,7 +56,7 @@ Loading out_of_memory(void *ctx) {
     return Loading::FAILED;
 }
 
-Loading load_library(void *ctx, qbnx_library &record, const char *path, long wish) {
+Loading load_library(void *ctx, qbnx_library &record, const char *path, bool tolerant) {
     gl_message("gl_init_glu_dll: Loading library:");
     gl_message(path);
     if (qbnx_dlopen(&record, path, DEFAULT_OPEN_FLAGS) == 0) return Loading::DONE;
@@ -65,18 +65,18 @@ Loading load_library(void *ctx, qbnx_library &record, const char *path, long wis
     gl_message("LoadLibraries: Error Loading SharedObject file");
     gl_message(path);
     gl_message(record.error_text != nullptr ? record.error_text : "");
-    if (exists(path) && glu_capable == 2 && wish == 2) return Loading::TOLERATED;
+    if (tolerant && exists(path)) return Loading::TOLERATED;
     set_error(ctx, GL_ENOFILE);
     return Loading::FAILED;
 }
 
 // Loads the libraries that the list names into the records from the first one on. Lines beyond the records are not looked at.
-Loading load_listed(void *ctx, FILE *list, const char *install_dir, long wish, uint32_t &count) {
+Loading load_listed(void *ctx, FILE *list, const char *install_dir, bool tolerant, uint32_t &count) {
     LibraryPath path;
     for (count = 0; count < MAX_LIBRARIES; ++count) {
         if (get_dl_name(list, install_dir, &path.text, &path.capacity) != 0) return out_of_memory(ctx);
         if (path.text == nullptr) break;
-        const Loading loading = load_library(ctx, handleglu[count], path.text, wish);
+        const Loading loading = load_library(ctx, handleglu[count], path.text, tolerant);
         if (loading != Loading::DONE) return loading;
     }
     return Loading::DONE;
@@ -99,7 +99,7 @@ Loading resolve(void *ctx, qbnx_library &source) {
 
 } // namespace
 
-Loading load_libraries(void *ctx, long wish) {
+Loading load_libraries(void *ctx, bool tolerant) {
     const char *install_dir = _gl_get_env_var("QUORBANEDIR");
     if (install_dir == nullptr) {
         set_error(ctx, GL_ENOFILE);
@@ -116,7 +116,7 @@ Loading load_libraries(void *ctx, long wish) {
     }
     const EarlierLibraries earlier;
     uint32_t count = 0;
-    const Loading loading = load_listed(ctx, list.get(), install_dir, wish, count);
+    const Loading loading = load_listed(ctx, list.get(), install_dir, tolerant, count);
     list.close();
     if (loading != Loading::DONE) {
         unload_data();

@@ -119,7 +119,7 @@ int gl_init_glu_dll(void *ctx) {
         return 0;
     }
     gl_message("gl_init_glu_dll: Initializing");
-    switch (qbgl::load_libraries(ctx, wish)) {
+    switch (qbgl::load_libraries(ctx, glu_capable == 2 && wish == 2)) {
     case qbgl::Loading::FAILED: return -1;
     case qbgl::Loading::TOLERATED:
         glu_capable = 0;

@@ -1,7 +1,6 @@
-// Creating complete handles.
+// Creating complete handles from the default object.
 #include "ext/error.h"
 #include "setlc/object.h"
-#include "setlc/selection.h"
 #include "util/owned.h"
 
 #include <string.h>
@@ -11,7 +10,6 @@ using namespace qbgl;
 namespace {
 
 constexpr size_t LONGEST_DIRECTORY = 116;
-constexpr size_t FILE_NAME_SIZE = 288; // enough for what gl_lc_spec2lc_fname writes without a directory
 
 FILE *open_default(gl_locale *locale, const char *directory) {
     if (directory != nullptr) {
@@ -52,17 +50,3 @@ int gl_createlocale2_4(gl_locale **out, const char *directory) {
 }
 
 int gl_createlocale_4(gl_locale **out) { return gl_createlocale2_4(out, nullptr); }
-
-int gl_lc_load(gl_locale **out, const char *spec, const char *registry_path, const char *directory) {
-    char file_name[FILE_NAME_SIZE];
-    const char *name = gl_lc_spec2lc_fname(nullptr, spec, file_name, registry_path, nullptr) == 0 ? file_name : spec;
-    if (gl_create_null_locale_4(out) != 0) return -1;
-    gl_locale *locale = *out;
-    if (gl_init_glu(locale) != 0) return -1;
-    if (name == nullptr) { // would only ask for names
-        set_error(locale, GL_ENULLPTR);
-        return -1;
-    }
-    gl_destroystring(set_categories(locale, GL_CAT_ALL, name, directory));
-    return get_error(locale) != 0 ? -1 : 0;
-}

@@ -1,115 +1,25 @@
-#include "setlc/load.h"
-
+// Loading a handle by its specification.
 #include "ext/error.h"
-#include "util/owned.h"
-#include "util/scratch.h"
+#include "setlc/selection.h"
 
-#include <initializer_list>
-#include <string.h>
-
-namespace qbgl {
+using namespace qbgl;
 
 namespace {
 
-constexpr char BLANKS[] = " \t";
-
-// Copies `length` bytes as a name; false with GL_ENOFILE when it has no length of a name.
-bool take_name(gl_locale *locale, const char *text, size_t length, LocaleName &name) {
-    if (length < 1 || length > LONGEST_LOCALE_NAME) {
-        set_error(locale, GL_ENOFILE);
-        return false;
-    }
-    memcpy(name, text, length);
-    name[length] = '\0';
-    return true;
-}
-
-bool take_from_specification(gl_locale *locale, int category, const char *spec, LocaleName &name) {
-    const char *parameter = strstr(spec, category_params[category]);
-    if (parameter == nullptr) return take_name(locale, spec, strlen(spec), name);
-    const char *equals = strchr(parameter, '=');
-    if (equals == nullptr) return take_name(locale, "", 0, name);
-    const char *value = equals + 1 + strspn(equals + 1, BLANKS);
-    return take_name(locale, value, strcspn(value, BLANKS), name);
-}
-
-bool take_from_environment(gl_locale *locale, int category, LocaleName &name) {
-    for (const char *variable : {"GL_ALL", category_params[category], "GL_LANG"})
-        if (const char *value = _gl_get_env_var(variable)) return take_name(locale, value, strlen(value), name);
-    return take_name(locale, DEFAULT_OBJECT, strlen(DEFAULT_OBJECT), name);
-}
-
-FILE *open_in(gl_locale *locale, const char *directory, const char *name) {
-    const size_t length = strlen(directory);
-    const Scratch path(gl_ext_functions, uint64_t{length} + 1 + strlen(name) + 1);
-    if (path.text() == nullptr) {
-        set_error(locale, GL_ENOMEM);
-        return nullptr;
-    }
-    memcpy(path.text(), directory, length);
-    path.text()[length] = '/';
-    strcpy(path.text() + length + 1, name);
-    return gl_open_file(locale, path.text());
-}
-
-void replace_by_null(gl_locale *locale, int category) {
-    gl_free_category(locale, category);
-    gl_make_null_category(locale, category);
-}
-
-// A failure of its own error number leaves that one, whatever it takes to clear the category.
-int leave_null(gl_locale *locale, int category, int result) {
-    const int error = get_error(locale);
-    replace_by_null(locale, category);
-    set_error(locale, error);
-    return result;
-}
-
-// A name and the file that it stands for.
-struct Source {
-    const LocaleName &name;
-    const char *file_name, *directory;
-};
-
-bool open_object(ObjectFile &object, gl_locale *locale, const Source &source) {
-    object.stream.reset();
-    FILE *file = source.directory != nullptr ? open_in(locale, source.directory, source.file_name)
-                                             : gl_path_search(locale, source.file_name, OBJECT_DIRECTORY, OBJECT_VERSION);
-    if (file == nullptr) return false;
-    memcpy(object.name, source.name, sizeof object.name);
-    object.stream.emplace(file);
-    object.header_read = false;
-    return true;
-}
-
-int load_from(const Source &source, gl_locale *locale, int category, ObjectFile &object) {
-    const bool from_start = !object.is_open_as(source.name);
-    if (from_start && !open_object(object, locale, source)) return 1;
-    replace_by_null(locale, category);
-    int result = read_one_category(locale, category, object);
-    // The section may stand before those already read.
-    if (result != 0 && !from_start && object.at_end && open_object(object, locale, source))
-        result = read_one_category(locale, category, object);
-    if (result == 0) return 0;
-    object.stream.reset();
-    return leave_null(locale, category, result);
-}
-
-// "native" is the default object, or a file of that name in the directory. The extension has no part in it.
-int load_native_category(gl_locale *locale, int category, const LocaleName &name, const char *directory, ObjectFile &object) {
-    return load_from({name, directory != nullptr ? NATIVE : DEFAULT_OBJECT, directory}, locale, category, object);
-}
+constexpr size_t FILE_NAME_SIZE = 288; // enough for what gl_lc_spec2lc_fname writes without a directory
 
 } // namespace
 
-int load_category(gl_locale *locale, int category, const char *spec, LocaleName &name, const char *directory, ObjectFile &object) {
-    const bool named =
-        *spec != '\0' ? take_from_specification(locale, category, spec, name) : take_from_environment(locale, category, name);
-    if (!named) return 1;
-    if (strcmp(name, NATIVE) == 0) return load_native_category(locale, category, name, directory, object);
-    const int result = load_from({name, name, directory}, locale, category, object);
-    if (result != 0) return result;
-    return set_categories_glu(locale, category, name) == 0 ? 0 : leave_null(locale, category, -1);
+int gl_lc_load(gl_locale **out, const char *spec, const char *registry_path, const char *directory) {
+    char file_name[FILE_NAME_SIZE];
+    const char *name = gl_lc_spec2lc_fname(nullptr, spec, file_name, registry_path, nullptr) == 0 ? file_name : spec;
+    if (gl_create_null_locale_4(out) != 0) return -1;
+    gl_locale *locale = *out;
+    if (gl_init_glu(locale) != 0) return -1;
+    if (name == nullptr) { // would only ask for names
+        set_error(locale, GL_ENULLPTR);
+        return -1;
+    }
+    gl_destroystring(set_categories(locale, GL_CAT_ALL, name, directory));
+    return get_error(locale) != 0 ? -1 : 0;
 }
-
-} // namespace qbgl

@@ -1,7 +1,7 @@
 #include "setlc/selection.h"
 
 #include "ext/error.h"
-#include "setlc/load.h"
+#include "setlc/load_category.h"
 #include "util/owned.h"
 
 #include <stdio.h>

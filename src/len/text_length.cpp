@@ -1,10 +1,8 @@
-// Lengths of texts in bytes and in characters.
+// The length of text in characters.
 #include "ext/error.h"
-#include "mbwc/ranges.h"
-#include "multi/walk.h"
+#include "multi/table.h"
 
 #include <algorithm>
-#include <string.h>
 
 using namespace qbgl;
 
@@ -14,19 +12,6 @@ namespace {
 int length_at(gl_locale *locale, const char *s) { return gl_full_mblen(locale, s, MAX_KEY); }
 
 } // namespace
-
-int gl_wcslen(const gl_wchar *ws) { return static_cast<int>(find_zero(ws, INT32_MAX) - ws); }
-
-int gl_wcsbytes(const gl_wchar *ws) { return static_cast<int>(sizeof(gl_wchar)) * (gl_wcslen(ws) + 1); }
-
-int gl_mbsbytes(gl_locale *locale, const char *s) {
-    if (s == nullptr) return 0;
-    const int32_t shortest = locale->ctype.codeset_table->min_length;
-    if (locale->single_byte != 0) return static_cast<int>(strlen(s)) + shortest;
-    int bytes = 0, length;
-    while ((length = length_at(locale, s + bytes)) > 0) bytes += length;
-    return length < 0 ? 0 : bytes + shortest;
-}
 
 int _gl_im_mbslen(gl_locale *locale, const char *s) {
     int count = 0, length;
