@@ -1,10 +1,10 @@
 #include "commands/sort.h"
 
+#include "common/runs.h"
 #include "frame/finding.h"
 #include "frame/progress.h"
 #include "sort/line_store.h"
 #include "sort/merge.h"
-#include "temporary_file.h"
 #include "text/encoded.h"
 #include "text/shown_text.h"
 #include "text/text_check.h"
@@ -62,32 +62,6 @@ SortRules rules_of(const SortRequest &request, const gl_locale &locale) {
 LineReader::Source source_of(InputFile &input) {
     return [&input](char *buffer, size_t size) { return input.read(buffer, size); };
 }
-
-// Sorted texts behind one another in a temporary file.
-class Runs {
-  public:
-    explicit Runs(const std::string &directory) : file_(directory) {}
-
-    LineWriter::Target target() {
-        return [this](std::string_view bytes) { file_.append(bytes); };
-    }
-    // What was written since the last call is a run.
-    void close_run() { ends_.push_back(file_.size()); }
-    size_t count() const { return ends_.size(); }
-    uint64_t size() const { return file_.size(); }
-
-    LineReader::Source source(size_t run) const {
-        return [this, at = run == 0 ? 0 : ends_[run - 1], end = ends_[run]](char *buffer, size_t size) mutable {
-            const size_t count = file_.read(at, buffer, static_cast<size_t>(std::min<uint64_t>(size, end - at)));
-            at += count;
-            return count;
-        };
-    }
-
-  private:
-    TemporaryFile file_;
-    std::vector<uint64_t> ends_;
-};
 
 class Sorting {
   public:
@@ -258,6 +232,9 @@ ExitStatus run_sort(const SortRequest &request, const Messages &messages) {
         return request.check || request.check_quietly ? sorting.check() : sorting.sort();
     } catch (const std::bad_alloc &) {
         return messages.fail(ExitStatus::SYSTEM, "out of memory: -S sets how much is used before temporary files are");
+    } catch (const TemporaryFileError &error) {
+        return messages.fail(ExitStatus::SYSTEM, error.what(),
+                             JsonObject().text("file", error.directory).text("reason", error.reason));
     }
 }
 

@@ -1,6 +1,6 @@
 #include "sort/merge.h"
 
-#include <algorithm>
+#include "common/merge.h"
 
 namespace qbgl {
 
@@ -26,23 +26,9 @@ bool SortedText::next() {
 }
 
 void merge(std::vector<SortedText> &texts, const SortOrder &order, LineWriter &writer) {
-    std::vector<SortedText *> heap;
-    const auto later = [&](const SortedText *a, const SortedText *b) {
-        const int result = order.compare(a->keyed(), b->keyed());
-        return result != 0 ? result > 0 : a > b;
-    };
-    for (SortedText &text : texts) {
-        if (text.next()) heap.push_back(&text);
-    }
-    std::make_heap(heap.begin(), heap.end(), later);
-    while (!heap.empty()) {
-        std::pop_heap(heap.begin(), heap.end(), later);
-        writer.put(heap.back()->keyed());
-        if (heap.back()->next())
-            std::push_heap(heap.begin(), heap.end(), later);
-        else
-            heap.pop_back();
-    }
+    merge_sorted(
+        texts, [&](const SortedText &a, const SortedText &b) { return order.compare(a.keyed(), b.keyed()); },
+        [&](const SortedText &first) { writer.put(first.keyed()); });
     writer.flush();
 }
 

@@ -3,7 +3,7 @@
 #include "frame/files.h"
 #include "tree/directories.h"
 #include "tree/installed.h"
-#include "tree/nearest.h"
+#include "common/nearest.h"
 #include "tree/registry.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "tree/unknown_codeset.h"
 
 #include "tree/directories.h"
-#include "tree/nearest.h"
+#include "common/nearest.h"
 #include "tree/registry.h"
 
 #include "qbgl.h"

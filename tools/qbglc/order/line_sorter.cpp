@@ -1,61 +1,83 @@
 #include "order/line_sorter.h"
 
-#include "system/error.h"
-
-#include <fmt/format.h>
+#include "common/merge.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <queue>
-#include <unistd.h>
 
 namespace qbgl::compiler {
 
 namespace {
 
 constexpr size_t LINE_OVERHEAD = 2 * sizeof(Line); // the record, and the allocator's share
+constexpr size_t BLOCK = 64 << 10;
 
-[[noreturn]] void fail(const char *what) { throw SystemError(fmt::format("temporary file: {}: {}", what, std::strerror(errno))); }
+struct Head {
+    uint64_t number, size;
+};
 
-// A file without a name: it goes with the process, however that ends.
-FILE *temporary_file() {
-    const char *directory = std::getenv("TMPDIR");
-    std::string name = fmt::format("{}/qbglc.XXXXXX", directory != nullptr && *directory != '\0' ? directory : "/tmp");
-    const int descriptor = mkstemp(name.data());
-    if (descriptor < 0) fail(name.c_str());
-    unlink(name.c_str());
-    FILE *file = fdopen(descriptor, "w+b");
-    if (file == nullptr) fail(name.c_str());
-    return file;
-}
+class RunWriter {
+  public:
+    explicit RunWriter(Runs &runs) : runs_(runs), append_(runs.target()) {}
 
-void write_line(FILE *file, const Line &line) {
-    const uint64_t head[] = {line.number, line.text.size()};
-    if (std::fwrite(head, sizeof head, 1, file) != 1 ||
-        std::fwrite(line.text.data(), 1, line.text.size(), file) != line.text.size())
-        fail("cannot be written");
-}
-
-bool read_line(FILE *file, Line &line) {
-    uint64_t head[2];
-    if (std::fread(head, sizeof head, 1, file) != 1) {
-        if (std::ferror(file) != 0) fail("cannot be read");
-        return false;
+    void put(const Line &line) {
+        const Head head{line.number, line.text.size()};
+        buffer_.append(reinterpret_cast<const char *>(&head), sizeof head).append(line.text);
+        if (buffer_.size() >= BLOCK) flush();
     }
-    line.number = head[0];
-    line.text.resize(static_cast<size_t>(head[1]));
-    if (std::fread(line.text.data(), 1, line.text.size(), file) != line.text.size()) fail("cannot be read");
-    return true;
-}
+    void close() {
+        flush();
+        runs_.close_run();
+    }
+
+  private:
+    void flush() {
+        append_(buffer_);
+        buffer_.clear();
+    }
+
+    Runs &runs_;
+    std::function<void(std::string_view)> append_;
+    std::string buffer_;
+};
+
+class RunReader {
+  public:
+    RunReader(const Runs &runs, size_t run) : source_(runs.source(run)), buffer_(BLOCK, '\0') {}
+
+    bool next() {
+        Head head;
+        if (!take(reinterpret_cast<char *>(&head), sizeof head)) return false;
+        line_.number = head.number;
+        line_.text.resize(static_cast<size_t>(head.size));
+        return take(line_.text.data(), line_.text.size());
+    }
+    const Line &line() const { return line_; }
+
+  private:
+    bool take(char *to, size_t size) {
+        while (size > 0) {
+            if (begin_ == end_) {
+                begin_ = 0;
+                end_ = source_(buffer_.data(), buffer_.size());
+                if (end_ == 0) return false;
+            }
+            const size_t count = std::min(size, end_ - begin_);
+            std::memcpy(to, buffer_.data() + begin_, count);
+            begin_ += count;
+            to += count;
+            size -= count;
+        }
+        return true;
+    }
+
+    std::function<size_t(char *, size_t)> source_;
+    std::string buffer_;
+    size_t begin_ = 0, end_ = 0; // what of the buffer is not taken yet
+    Line line_;
+};
 
 } // namespace
-
-bool LineSorter::before(const Line &a, const Line &b) const {
-    const int order = compare_(a.text, b.text);
-    return order != 0 ? order < 0 : a.number < b.number;
-}
 
 void LineSorter::add(Line line) {
     memory_ += line.text.size() + LINE_OVERHEAD;
@@ -69,37 +91,30 @@ void LineSorter::sort_memory() {
 
 void LineSorter::flush() {
     sort_memory();
-    Run run(temporary_file());
-    for (const Line &line : lines_) write_line(run.get(), line);
+    if (!runs_) runs_ = std::make_unique<Runs>();
+    RunWriter writer(*runs_);
+    for (const Line &line : lines_) writer.put(line);
+    writer.close();
     lines_.clear();
     memory_ = 0;
-    runs_.push_back(std::move(run));
-    if (runs_.size() < limits_.runs_to_merge) return;
-    Run merged(temporary_file());
-    merge_runs([&](const Line &line) { write_line(merged.get(), line); });
-    runs_.clear();
-    runs_.push_back(std::move(merged));
+    if (runs_->count() < limits_.runs_to_merge) return;
+    auto merged = std::make_unique<Runs>();
+    RunWriter longer(*merged);
+    merge_runs([&](const Line &line) { longer.put(line); });
+    longer.close();
+    runs_ = std::move(merged);
 }
 
 void LineSorter::merge_runs(const std::function<void(const Line &)> &visit) {
-    std::vector<Line> heads(runs_.size());
-    const auto later = [&](size_t a, size_t b) { return before(heads[b], heads[a]); };
-    std::priority_queue<size_t, std::vector<size_t>, decltype(later)> next(later);
-    for (size_t i = 0; i < runs_.size(); ++i) {
-        if (std::fflush(runs_[i].get()) != 0) fail("cannot be written");
-        std::rewind(runs_[i].get());
-        if (read_line(runs_[i].get(), heads[i])) next.push(i);
-    }
-    while (!next.empty()) {
-        const size_t first = next.top();
-        next.pop();
-        visit(heads[first]);
-        if (read_line(runs_[first].get(), heads[first])) next.push(first);
-    }
+    std::vector<RunReader> texts;
+    for (size_t run = 0; run < runs_->count(); ++run) texts.emplace_back(*runs_, run);
+    merge_sorted(
+        texts, [this](const RunReader &a, const RunReader &b) { return compare_(a.line().text, b.line().text); },
+        [&](const RunReader &first) { visit(first.line()); });
 }
 
 void LineSorter::for_each(const std::function<void(const Line &)> &visit) {
-    if (runs_.empty()) {
+    if (!runs_) {
         sort_memory();
         for (const Line &line : lines_) visit(line);
         return;

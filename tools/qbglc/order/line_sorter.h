@@ -1,9 +1,9 @@
 // Sorts more lines than fit into memory.
 #pragma once
 
+#include "common/runs.h"
 #include "order/lines.h"
 
-#include <cstdio>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -16,18 +16,12 @@ class LineSorter {
 
     LineSorter(Compare compare, const LineLimits &limits) : compare_(std::move(compare)), limits_(limits) {}
 
-    // Both throw SystemError when a temporary file (in TMPDIR, or /tmp) cannot be written or read.
+    // Both throw TemporaryFileError.
     void add(Line line);
     // Ends adding. Calls with every line in order; lines that compare equal stay as they were added.
     void for_each(const std::function<void(const Line &)> &visit);
 
   private:
-    struct Close {
-        void operator()(FILE *file) const { std::fclose(file); }
-    };
-    using Run = std::unique_ptr<FILE, Close>;
-
-    bool before(const Line &a, const Line &b) const;
     void sort_memory();
     void flush();
     void merge_runs(const std::function<void(const Line &)> &visit);
@@ -36,7 +30,7 @@ class LineSorter {
     LineLimits limits_;
     std::vector<Line> lines_;
     size_t memory_ = 0;
-    std::vector<Run> runs_; // sorted lines
+    std::unique_ptr<Runs> runs_; // sorted lines that are no longer in memory
 };
 
 } // namespace qbgl::compiler

@@ -1,4 +1,4 @@
-#include "tree/nearest.h"
+#include "common/nearest.h"
 
 #include <algorithm>
 #include <cctype>
