@@ -174,9 +174,9 @@ TEST(Collation, IsKept) {
     EXPECT_EQ(info.elements[0].row, 2);
     EXPECT_EQ(info.elements[0].chars[2], gl_wchar{'\n'});
     EXPECT_EQ(info.expansions[1].count, 2);
-    EXPECT_EQ(info.expansion_candidates[1]['A'], nullptr);
+    EXPECT_EQ(info.expansion_candidates[1][u8'A'], nullptr);
     EXPECT_EQ(info.expansion_candidates[2], nullptr);
-    EXPECT_EQ(info.element_candidates['a'] + info.element_candidates['A'] + info.element_candidates['\n'], 2);
+    EXPECT_EQ(info.element_candidates[u8'a'] + info.element_candidates[u8'A'] + info.element_candidates[u8'\n'], 2);
     char bytes[4];
     EXPECT_EQ(_gl_sl_wctomb(locale.get(), bytes, 0x8140), 2);
     EXPECT_EQ(_gl_sl_wctomb(locale.get(), bytes, 'B'), -1);
@@ -187,7 +187,7 @@ TEST(Collation, IsKept) {
     rules.expansions[1] = {'a', 'a'};
     const Locale expanding = null_locale();
     ASSERT_EQ(read_section(expanding.get(), GL_CAT_COLLATE, rules.text()), 1);
-    EXPECT_EQ(expanding->collate.expansion_candidates[0]['A'], expanding->collate.expansions + 1);
+    EXPECT_EQ(expanding->collate.expansion_candidates[0][u8'A'], expanding->collate.expansions + 1);
 }
 
 // The lists as their rules say it, row by row and without any short cut.

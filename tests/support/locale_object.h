@@ -31,6 +31,10 @@ struct Codeset {
         for (const char byte : ascii) text += std::string(shortest - 1, '\0') + byte;
         return text;
     }
+    // How a failed test names its parameter.
+    friend void PrintTo(const Codeset &codeset, std::ostream *out) {
+        *out << codeset.name << ", 'a' is " << codeset.encode("a").size() << " bytes";
+    }
 };
 
 inline gl_wchar wide(std::string_view bytes) {
