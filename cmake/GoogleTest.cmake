@@ -2,7 +2,7 @@
 set(INSTALL_GTEST OFF)
 set(gtest_disable_pthreads OFF)
 if(NOT EXISTS /usr/src/googletest/CMakeLists.txt)
-  message(FATAL_ERROR "GoogleTest's sources are missing: install the package googletest, or run scripts/check")
+  message(FATAL_ERROR "GoogleTest's sources are missing: install the package googletest, or run scripts/setup")
 endif()
 add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
 foreach(target gtest gtest_main gmock gmock_main)
