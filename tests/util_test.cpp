@@ -1,6 +1,7 @@
 #include "support/faults.h"
 #include "support/files.h"
 
+#include "util/lines.h"
 #include "util/list.h"
 #include "util/log.h"
 #include "util/search.h"

@@ -14,7 +14,7 @@ constexpr int BYTE_VALUES = 256;
 gl_expansion *candidate(const gl_collate_info &info, int pass, gl_wchar value) {
     const void *entry = _gl_retrieve_wchar_multi_nl(nullptr, value, info.character_table);
     if (entry == nullptr) return nullptr;
-    const uint16_t weight = info.weights[pass][value_at(static_cast<const uint8_t *>(entry))];
+    const uint16_t weight = info.weights[pass][value_at(entry)];
     return is_expansion(weight) ? info.expansions + (weight & WEIGHT_VALUE) : nullptr;
 }
 

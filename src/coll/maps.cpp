@@ -17,7 +17,7 @@ bool is_forward(const gl_collate_info &info, int pass) { return (info.directions
 // The row of a character in the tables, or -1.
 int32_t row_in(const gl_multi &table, gl_wchar wc) {
     const void *entry = _gl_retrieve_wchar_multi_nl(nullptr, wc, &table);
-    return entry != nullptr ? value_at(static_cast<const uint8_t *>(entry)) : -1;
+    return entry != nullptr ? value_at(entry) : -1;
 }
 
 // Visits the weights of an expansion's characters in the order of the pass, until one ends it: a character without a row, or

@@ -1,9 +1,7 @@
 // What the reader of the collation category derives from its rows.
 #pragma once
 
-#include "util/owned.h"
-
-#include <string.h>
+#include "util/growing.h"
 
 namespace qbgl {
 
@@ -15,38 +13,6 @@ inline constexpr uint16_t WEIGHT_EXPANSION = 0x4000; // without WEIGHT_SPECIAL: 
 inline constexpr uint16_t WEIGHT_VALUE = 0x3FFF;
 
 constexpr bool is_expansion(uint16_t weight) { return (weight & (WEIGHT_SPECIAL | WEIGHT_EXPANSION)) == WEIGHT_EXPANSION; }
-
-// A list that grows as items are found. Its items need no destructor.
-template <class T> class Growing {
-  public:
-    // False when memory is out.
-    bool append(const T *items, uint32_t count) {
-        if (count > capacity_ - size_ && !reserve(count)) return false;
-        memcpy(static_cast<void *>(items_.get() + size_), items, count * sizeof(T));
-        size_ += count;
-        return true;
-    }
-    bool append(const T &item) { return append(&item, 1); }
-
-    uint32_t size() const { return size_; }
-    const T *begin() const { return items_.get(); }
-    T &operator[](uint32_t i) const { return items_[i]; }
-
-  private:
-    bool reserve(uint32_t count) {
-        const uint64_t capacity = uint64_t{size_} + count < 64 ? 64 : (uint64_t{size_} + count) * 2;
-        if (capacity > UINT32_MAX) return false;
-        Owned<T> larger = Owned<T>::allocate(static_cast<uint32_t>(capacity));
-        if (!larger) return false;
-        if (size_ > 0) memcpy(static_cast<void *>(larger.get()), items_.get(), size_ * sizeof(T));
-        items_ = std::move(larger);
-        capacity_ = static_cast<uint32_t>(capacity);
-        return true;
-    }
-
-    Owned<T> items_;
-    uint32_t size_ = 0, capacity_ = 0;
-};
 
 // What has equal weights, by row. A row is in one group at most.
 struct RowGroups {

@@ -25,12 +25,7 @@ constexpr long MOST_ROWS = 0xFFFF; // rows and elements are numbered with 16 bit
 constexpr long MOST_ELEMENTS = 0xFFFF;
 constexpr long MOST_EXPANSIONS = WEIGHT_VALUE + 1;
 
-bool fails(gl_locale *locale, int number) {
-    set_error(locale, number);
-    return false;
-}
-
-bool end_line(gl_locale *locale, ByteReader &in) { return in.skip_newline() || fails(locale, GL_EBADFILE); }
+bool end_line(gl_locale *locale, ByteReader &in) { return in.skip_newline() || fail(locale, GL_EBADFILE, false); }
 
 enum class Mode { AS_SPECIFIED, THAI, FAILED };
 
@@ -57,7 +52,7 @@ template <class T> bool allocate_items(gl_locale *locale, T *&list, int32_t coun
     list = nullptr;
     if (count == 0) return true;
     list = Owned<T>::allocate(static_cast<uint32_t>(count)).release();
-    if (list == nullptr) return fails(locale, GL_ENOMEM);
+    if (list == nullptr) return fail(locale, GL_ENOMEM, false);
     std::fill_n(list, count, T{});
     return true;
 }
@@ -71,15 +66,15 @@ bool read_weight_counts(gl_locale *locale, ByteReader &in, int32_t &element_coun
     }
     const auto [rows, passes, elements, expansions, fifth] = counts;
     if (!end_line(locale, in)) return false;
-    if (rows < 0 || rows > MOST_ROWS || passes < 0 || passes > GL_MAX_PASSES) return fails(locale, GL_EBADFILE);
+    if (rows < 0 || rows > MOST_ROWS || passes < 0 || passes > GL_MAX_PASSES) return fail(locale, GL_EBADFILE, false);
     if (elements < 0 || elements > MOST_ELEMENTS || expansions < 0 || expansions > MOST_EXPANSIONS)
-        return fails(locale, GL_EBADFILE);
+        return fail(locale, GL_EBADFILE, false);
     info.row_count = static_cast<int32_t>(rows);
     info.pass_count = static_cast<int32_t>(passes);
     info.fifth_count = static_cast<int32_t>(fifth);
     element_count = static_cast<int32_t>(elements);
     expansion_count = static_cast<int32_t>(expansions);
-    return values_within(*info.character_table, static_cast<unsigned>(rows)) || fails(locale, GL_EBADFILE);
+    return values_within(*info.character_table, static_cast<unsigned>(rows)) || fail(locale, GL_EBADFILE, false);
 }
 
 bool read_directions(gl_locale *locale, ByteReader &in) {
@@ -89,16 +84,16 @@ bool read_directions(gl_locale *locale, ByteReader &in) {
     for (int pass = 0; pass < info.pass_count; ++pass) info.directions[pass] = static_cast<int32_t>(in.hex(4));
     for (int pass = 0; pass < info.pass_count; ++pass) {
         info.weights[pass] = Owned<uint16_t>::allocate(static_cast<uint32_t>(info.row_count) + 1).release();
-        if (info.weights[pass] == nullptr) return fails(locale, GL_ENOMEM);
+        if (info.weights[pass] == nullptr) return fail(locale, GL_ENOMEM, false);
     }
     return end_line(locale, in);
 }
 
 // The characters of an element or an expansion, and their line's end. One without characters would never be left.
 bool read_characters(gl_locale *locale, ByteReader &in, int32_t count, gl_wchar *&characters) {
-    if (count == 0) return fails(locale, GL_EBADFILE);
+    if (count == 0) return fail(locale, GL_EBADFILE, false);
     characters = Owned<gl_wchar>::allocate(static_cast<uint32_t>(count)).release();
-    if (characters == nullptr) return fails(locale, GL_ENOMEM);
+    if (characters == nullptr) return fail(locale, GL_ENOMEM, false);
     for (int32_t i = 0; i < count; ++i) characters[i] = in.hex(8);
     locale->coll_growth = std::max(locale->coll_growth, static_cast<double>(count));
     return end_line(locale, in);
@@ -107,7 +102,7 @@ bool read_characters(gl_locale *locale, ByteReader &in, int32_t count, gl_wchar 
 bool read_coll_elem(gl_locale *locale, ByteReader &in, gl_collating_element &element) {
     element.count = static_cast<int32_t>(in.hex(1));
     element.row = static_cast<uint16_t>(in.hex(4));
-    if (element.row > locale->collate.row_count) return fails(locale, GL_EBADFILE);
+    if (element.row > locale->collate.row_count) return fail(locale, GL_EBADFILE, false);
     return read_characters(locale, in, element.count, element.chars);
 }
 
@@ -153,8 +148,8 @@ bool read_row(gl_locale *locale, ByteReader &in, int32_t row) {
     for (int pass = 0; pass < info.pass_count; ++pass) {
         if (direct) in.skip_whitespace();
         uint16_t weight;
-        if (!read_weight(in, weight)) return !direct ? false : fails(locale, GL_EBADFILE);
-        if (is_expansion(weight) && (weight & WEIGHT_VALUE) >= info.expansion_count) return fails(locale, GL_EBADFILE);
+        if (!read_weight(in, weight)) return !direct ? false : fail(locale, GL_EBADFILE, false);
+        if (is_expansion(weight) && (weight & WEIGHT_VALUE) >= info.expansion_count) return fail(locale, GL_EBADFILE, false);
         info.weights[pass][row] = weight;
     }
     return direct || info.pass_count == 0 || in.skip_newline(); // a row that does not end has no error number
@@ -170,7 +165,7 @@ bool build_lists(gl_locale *locale) {
     const gl_collate_info &info = locale->collate;
     if (info.direct == 1 || info.pass_count == 0) return true;
     RowGroups groups;
-    if (!classify_rows(info, groups)) return fails(locale, GL_ENOMEM);
+    if (!classify_rows(info, groups)) return fail(locale, GL_ENOMEM, false);
     return !groups.any() || gather_characters(locale, groups) == 0;
 }
 

@@ -70,11 +70,6 @@ struct ForwardWalkers {
 constexpr ForwardWalkers NO_FEATURES = {collate_sb_for, collate_sb_for}, WITH_EXPANSIONS = {collate_sb_exp, collate_sb_exp},
                          WITH_ELEMENTS = {collate_sb_elem, collate_sb_for}, WITH_BOTH = {collate_sb_exp_elem, collate_sb_exp};
 
-int fail(gl_locale *locale, int error) {
-    set_error(locale, error);
-    return 0;
-}
-
 // The code values of a single-byte codeset are the bytes.
 int compare_values(Bytes a, Bytes b) {
     const int order = memcmp(a.begin, b.begin, std::min(a.size(), b.size()));
@@ -163,13 +158,13 @@ uint16_t first_code(const gl_collation_maps &maps, const uint8_t *at) {
 }
 
 template <const ForwardWalkers &WALKERS> int compare(gl_locale *locale, const char *s1, int len1, const char *s2, int len2) {
-    if (!lengths_agree(len1, len2)) return fail(locale, GL_EMIXEDLEN);
-    if (s1 == nullptr || s2 == nullptr) return fail(locale, GL_ENULLPTR);
+    if (!lengths_agree(len1, len2)) return fail(locale, GL_EMIXEDLEN, 0);
+    if (s1 == nullptr || s2 == nullptr) return fail(locale, GL_ENULLPTR, 0);
     if (len1 == -1) {
         len1 = static_cast<int>(byte_length(s1));
         len2 = static_cast<int>(byte_length(s2));
     }
-    if (len1 < 0 || len2 < 0) return fail(locale, GL_EILSEQ);
+    if (len1 < 0 || len2 < 0) return fail(locale, GL_EILSEQ, 0);
     const Bytes a = bytes_of(s1, len1), b = bytes_of(s2, len2);
     if (locale->coll_extras != 0) return compare_values(a, b);
     if (!walks_bytes(locale)) return compare_widened(locale, a, b);

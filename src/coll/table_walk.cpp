@@ -58,7 +58,7 @@ bool TableWalk::choose(uint32_t &row, gl_wchar &character) {
     }
     const void *entry = _gl_retrieve_wchar_multi_nl(nullptr, character, info_.character_table);
     if (entry == nullptr) return false;
-    row = value_at(static_cast<const uint8_t *>(entry));
+    row = value_at(entry);
     return true;
 }
 

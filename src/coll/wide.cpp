@@ -45,11 +45,6 @@ int ask_for_key(gl_locale *locale, char *out, const gl_wchar *s, int capacity) {
     return ask_extension(locale, fn_glu_ucs32xfrm, -1, locale->glu_handle[GL_CAT_COLLATE], out, s, capacity);
 }
 
-int fail(gl_locale *locale, int error, int result) {
-    set_error(locale, error);
-    return result;
-}
-
 } // namespace
 
 int qbgl::compare_wide(gl_locale *locale, WideSpan a, WideSpan b) {

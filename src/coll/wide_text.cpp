@@ -7,11 +7,6 @@ namespace qbgl {
 
 namespace {
 
-bool fail(gl_locale *locale, int error) {
-    set_error(locale, error);
-    return false;
-}
-
 int count_characters(gl_locale *locale, const char *s, int bytes) {
     return locale->single_byte != 0 || bytes < 0 ? bytes : _qbx_gl_im_mbfslen(locale, s, bytes);
 }
@@ -32,13 +27,13 @@ template <TextShape SHAPE> int convert_short(const gl_locale *locale, gl_wchar *
 } // namespace
 
 bool WideText::convert(gl_locale *locale, const char *s, int len) {
-    if (s == nullptr) return fail(locale, GL_ENULLPTR);
-    if (len < -1) return fail(locale, GL_EILSEQ);
+    if (s == nullptr) return fail(locale, GL_ENULLPTR, false);
+    if (len < -1) return fail(locale, GL_EILSEQ, false);
     const TextShape shape = readable_shape(locale);
     length_ = shape == TextShape::ONE_OR_TWO     ? convert_short<TextShape::ONE_OR_TWO>(locale, stack_, ON_STACK, s, len)
               : shape == TextShape::CONTINUATION ? convert_short<TextShape::CONTINUATION>(locale, stack_, ON_STACK, s, len)
                                                  : TOO_LONG;
-    if (length_ == NO_TEXT) return fail(locale, GL_EILSEQ);
+    if (length_ == NO_TEXT) return fail(locale, GL_EILSEQ, false);
     if (length_ == TOO_LONG) return convert_any(locale, s, len);
     stack_[length_] = 0;
     return true;
@@ -47,13 +42,13 @@ bool WideText::convert(gl_locale *locale, const char *s, int len) {
 bool WideText::convert_any(gl_locale *locale, const char *s, int len) {
     const int bytes = len == -1 ? gl_mbsbytes(locale, s) - _gl_multi_min_length(locale->ctype.codeset_table) : len;
     length_ = count_characters(locale, s, bytes);
-    if (length_ < 0) return fail(locale, GL_EILSEQ);
+    if (length_ < 0) return fail(locale, GL_EILSEQ, false);
     if (length_ > ON_STACK) {
         heap_ = Owned<gl_wchar>::allocate(static_cast<uint32_t>(length_) + 1);
-        if (!heap_) return fail(locale, GL_ENOMEM);
+        if (!heap_) return fail(locale, GL_ENOMEM, false);
     }
     gl_wchar *const text = heap_ ? heap_.get() : stack_;
-    if (length_ > 0 && locale->mbfstowcfs(locale, text, s, bytes, length_) < 0) return fail(locale, GL_EILSEQ);
+    if (length_ > 0 && locale->mbfstowcfs(locale, text, s, bytes, length_) < 0) return fail(locale, GL_EILSEQ, false);
     text[length_] = 0;
     return true;
 }

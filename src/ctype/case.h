@@ -2,9 +2,7 @@
 #pragma once
 
 #include "mbwc/maps.h"
-#include "qbgl.h"
-
-#include <string.h>
+#include "multi/character_table.h"
 
 namespace qbgl {
 
@@ -17,13 +15,6 @@ template <Case TO> const uint8_t *byte_map(const gl_locale *locale) { return TO 
 
 template <Case TO> const uint8_t *byte_map(const CodesetMaps &maps) {
     return TO == Case::UPPER ? maps.upper_byte : maps.lower_byte;
-}
-
-// A 16-bit entry of one of the character tables: a class mask, or the index of a case pair.
-inline uint16_t entry_value(const void *entry) {
-    uint16_t value;
-    memcpy(&value, entry, sizeof value);
-    return value;
 }
 
 // Arrays without a character, for handles that have none.

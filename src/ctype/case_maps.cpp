@@ -38,7 +38,7 @@ template <Case TO> void fill_bytes(const gl_ctype_info &info, uint8_t *map) {
     memset(map, 0, 256);
     for (uint32_t byte = 1; byte < 256; ++byte) {
         if (!is_byte(cases, byte)) continue;
-        const uint16_t pair = entry_value(entry_of(cases, *cases.root, static_cast<uint8_t>(byte)));
+        const uint16_t pair = value_at(entry_of(cases, *cases.root, static_cast<uint8_t>(byte)));
         const gl_wchar mapped = pair != 0 ? in_case<TO>(info.case_pairs[pair]) : 0;
         if (mapped == 0)
             map[byte] = static_cast<uint8_t>(byte);

@@ -7,7 +7,7 @@ using namespace qbgl;
 
 namespace {
 
-unsigned masked(const void *entry, unsigned mask) { return entry != nullptr ? entry_value(entry) & mask : 0; }
+unsigned masked(const void *entry, unsigned mask) { return entry != nullptr ? value_at(entry) & mask : 0; }
 
 unsigned ask_about_text(gl_locale *locale, const char *s, int len, unsigned mask) {
     return ask_extension(locale, fn_glu_ismctype, 0U, locale->glu_handle[GL_CAT_CTYPE], s, len, mask);

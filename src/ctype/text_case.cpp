@@ -22,7 +22,7 @@ int put(gl_locale *locale, uint8_t *out, gl_wchar wc) {
 
 // The character in the other case, or 0 where it has none.
 template <Case TO> gl_wchar other_case(const gl_ctype_info &info, const void *entry) {
-    const uint16_t pair = entry_value(entry);
+    const uint16_t pair = value_at(entry);
     return pair != 0 ? in_case<TO>(info.case_pairs[pair]) : 0;
 }
 

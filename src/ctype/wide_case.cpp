@@ -20,7 +20,7 @@ template <Case TO> [[gnu::cold, gnu::noinline]] gl_wchar look_up_case(gl_locale 
     }
     const gl_ctype_info &info = locale->ctype;
     const void *entry = _gl_retrieve_wchar_multi_nl(nullptr, wc, info.case_table);
-    return entry != nullptr ? in_case_or_same<TO>(info, entry_value(entry), wc) : wc;
+    return entry != nullptr ? in_case_or_same<TO>(info, value_at(entry), wc) : wc;
 }
 
 template <Case TO> gl_wchar character(gl_locale *locale, gl_wchar wc) {
@@ -65,7 +65,7 @@ template <Case TO> int multibyte_text(gl_locale *locale, gl_wchar *dst, const gl
         } else {
             const void *entry = _gl_retrieve_wchar_multi_nl(locale, wc, info.case_table);
             if (entry == nullptr) return -1;
-            *dst++ = in_case_or_same<TO>(info, entry_value(entry), wc);
+            *dst++ = in_case_or_same<TO>(info, value_at(entry), wc);
         }
     }
     *dst = 0;

@@ -4,7 +4,7 @@
 #include "cvlib/lane.h"
 #include "ext/error.h"
 #include "multi/read.h"
-#include "util/log.h"
+#include "util/object_header.h"
 #include "util/owned.h"
 #include "util/tokens.h"
 
@@ -15,35 +15,23 @@ namespace qbgl {
 
 namespace {
 
-constexpr int HEADER_LINE_SIZE = 128;
-constexpr int HEADER_LINES_READ = 3; // file type, version and line count; the header may have more
 constexpr int MAX_SEQUENCE = 4;
 constexpr int MAX_EXPANSION = 256; // far above what shift sequences and long characters can come to
 
-bool read_header_line(FILE *file, char (&line)[HEADER_LINE_SIZE]) {
-    return _gl_ext_fgets(line, HEADER_LINE_SIZE, file) != nullptr && replace_nl(line) == 0;
-}
-
 // 1 when the header is that of a conversion object of this version; the stream then stands behind it. Otherwise 0.
 int read_cv_header(FILE *file) {
-    char line[HEADER_LINE_SIZE];
-    if (!read_header_line(file, line)) return 0;
-    if (strcmp(line, "FILE_TYPE=codeset_conversion_object") != 0) {
-        gl_message("Invalid CVO file. Wrong FILE_TYPE.");
-        return 0;
+    const auto count_of = [](const char *line, long &count) {
+        const char *equals = strchr(line, '=');
+        if (equals != nullptr) count = strtol(equals + 1, nullptr, 10);
+        return equals != nullptr;
+    };
+    const auto skip = [](const char *) { return true; };
+    switch (read_object_header(file, "FILE_TYPE=codeset_conversion_object", "COMPILER_VERSION=9", count_of, skip)) {
+    case Header::READ: return 1;
+    case Header::OTHER_TYPE: gl_message("Invalid CVO file. Wrong FILE_TYPE."); return 0;
+    case Header::OTHER_VERSION: gl_message("Invalid CVO file. Wrong Version."); return 0;
+    default: return 0;
     }
-    if (!read_header_line(file, line)) return 0;
-    if (strcmp(line, "COMPILER_VERSION=9") != 0) {
-        gl_message("Invalid CVO file. Wrong Version.");
-        return 0;
-    }
-    if (!read_header_line(file, line)) return 0;
-    const char *equals = strchr(line, '=');
-    if (equals == nullptr) return 0;
-    const long lines = strtol(equals + 1, nullptr, 10);
-    for (long i = HEADER_LINES_READ; i < lines; ++i)
-        if (!read_header_line(file, line)) return 0;
-    return 1;
 }
 
 // A hexadecimal digit n, then n bytes of two digits each. Returns n, or -1 when n is more than a sequence holds.

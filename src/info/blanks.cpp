@@ -10,11 +10,6 @@ using namespace qbgl;
 
 namespace {
 
-int fail(gl_locale *locale, int error) {
-    set_error(locale, error);
-    return -1;
-}
-
 // A text without the blanks at its end.
 struct Rest {
     const uint8_t *end;      // where the blanks begin
@@ -120,22 +115,22 @@ int rest_bytes(gl_locale *locale, const char *s, int len) {
 } // namespace
 
 int gl_mbsntslen(gl_locale *locale, const char *s) {
-    if (s == nullptr) return fail(locale, GL_ENULLPTR);
+    if (s == nullptr) return fail(locale, GL_ENULLPTR, -1);
     Rest rest;
     return rest_by_steps(locale, s, rest) ? rest.characters : -1;
 }
 
 int gl_mbsntsbytes(gl_locale *locale, const char *s) {
-    if (s == nullptr) return fail(locale, GL_ENULLPTR);
+    if (s == nullptr) return fail(locale, GL_ENULLPTR, -1);
     if (served_by_extension(locale, GL_CAT_CTYPE))
         return ask_extension(locale, fn_glu_mbsntsbytes, -1, locale->glu_handle[GL_CAT_CTYPE], s, TERMINATED);
     return rest_bytes(locale, s, TERMINATED);
 }
 
 int _qbx_gl_mbsntsbytes(gl_locale *locale, const char *s, int len) {
-    if (len < -1) return fail(locale, GL_EBADARG);
+    if (len < -1) return fail(locale, GL_EBADARG, -1);
     if (len == 0) return 0;
-    return s != nullptr ? rest_bytes(locale, s, len) : fail(locale, GL_ENULLPTR);
+    return s != nullptr ? rest_bytes(locale, s, len) : fail(locale, GL_ENULLPTR, -1);
 }
 
 char *gl_mbsp(gl_locale *locale, const char *s) {

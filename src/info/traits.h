@@ -45,7 +45,7 @@ class WideTraits {
   private:
     [[gnu::noinline]] uint8_t look_up(gl_wchar wc) const {
         const void *entry = _gl_retrieve_wchar_multi_nl(nullptr, wc, table_);
-        return entry != nullptr ? traits_of(entry_value(entry), full_width_) : 0;
+        return entry != nullptr ? traits_of(value_at(entry), full_width_) : 0;
     }
 
     const CodesetMaps &maps_;

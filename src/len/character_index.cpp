@@ -8,11 +8,6 @@ using namespace qbgl;
 
 namespace {
 
-char *fail(gl_locale *locale, int error) {
-    set_error(locale, error);
-    return nullptr;
-}
-
 enum class AtTerminator { GOES_ON, STOPS };
 
 char *ask_for_character(gl_locale *locale, const char *s, int i, AtTerminator terminator) {
@@ -29,8 +24,8 @@ char *single_byte_character(const char *s, int i, AtTerminator terminator) {
 }
 
 char *find_character(gl_locale *locale, const char *s, int i, AtTerminator terminator) {
-    if (i < 0) return fail(locale, GL_ENEGCOUNT);
-    if (s == nullptr) return fail(locale, GL_ENULLPTR);
+    if (i < 0) return fail(locale, GL_ENEGCOUNT, nullptr);
+    if (s == nullptr) return fail(locale, GL_ENULLPTR, nullptr);
     if (locale->single_byte != 0) return single_byte_character(s, i, terminator);
     if (served_by_extension(locale, GL_CAT_CTYPE)) return ask_for_character(locale, s, i, terminator);
     return with_text_walk(locale, [=](const auto &text) {
@@ -40,7 +35,7 @@ char *find_character(gl_locale *locale, const char *s, int i, AtTerminator termi
             return left-- > 0 && !(terminator == AtTerminator::STOPS && text.ends_at(place));
         };
         const int walked = text.walk(at, nullptr, goes_on, [](gl_wchar, const uint8_t *) { return true; });
-        return walked > 0 ? as_text(at) : fail(locale, GL_EILSEQ);
+        return walked > 0 ? as_text(at) : fail(locale, GL_EILSEQ, nullptr);
     });
 }
 

@@ -7,17 +7,8 @@
 
 using namespace qbgl;
 
-namespace {
-
-char *fail(gl_locale *locale, int error) {
-    set_error(locale, error);
-    return nullptr;
-}
-
-} // namespace
-
 char *gl_mbcreplace(gl_locale *locale, char *pos, const char *new_char) {
-    if (pos == nullptr || new_char == nullptr) return fail(locale, GL_ENULLPTR);
+    if (pos == nullptr || new_char == nullptr) return fail(locale, GL_ENULLPTR, nullptr);
     const char *tail = locale->single_byte != 0 ? pos + 1 : gl_full_mbsnext(locale, pos);
     if (tail == nullptr) return nullptr;
     const auto new_length = static_cast<uint32_t>(_gl_retrieve_text_multi_nv(new_char, locale->ctype.codeset_table, locale));
@@ -26,7 +17,7 @@ char *gl_mbcreplace(gl_locale *locale, char *pos, const char *new_char) {
     if (tail_length == 0) return nullptr;
     // The new character may stand in the tail itself.
     const Owned<char> text = Owned<char>::allocate(tail_length + MAX_KEY);
-    if (!text) return fail(locale, GL_ENOMEM);
+    if (!text) return fail(locale, GL_ENOMEM, nullptr);
     memcpy(text.get(), new_char, new_length);
     memcpy(text.get() + new_length, tail, tail_length);
     memcpy(pos, text.get(), new_length + tail_length);

@@ -8,12 +8,6 @@ using namespace qbgl;
 
 namespace {
 
-// Apart from the fast way, so that this one stays a leaf without a stack frame.
-[[gnu::noinline, gnu::cold]] char *fail(gl_locale *locale, int error) {
-    set_error(locale, error);
-    return nullptr;
-}
-
 int error_of(int walked) { return walked == CUT ? GL_EINVAL : GL_EILSEQ; }
 
 char *ask_for_next(gl_locale *locale, const char *s, int n) {
@@ -21,9 +15,9 @@ char *ask_for_next(gl_locale *locale, const char *s, int n) {
 }
 
 char *next_by_nodes(gl_locale *locale, const char *s, int limit) {
-    if (s == nullptr) return fail(locale, GL_ENULLPTR);
+    if (s == nullptr) return fail(locale, GL_ENULLPTR, nullptr);
     const Decoded character = decode(locale->ctype.codeset_table->root, as_bytes(s), limit);
-    return character.length > 0 ? as_text(as_bytes(s) + character.length) : fail(locale, error_of(character.length));
+    return character.length > 0 ? as_text(as_bytes(s) + character.length) : fail(locale, error_of(character.length), nullptr);
 }
 
 [[gnu::noinline]] char *next_slowly(gl_locale *locale, const char *s) {
@@ -54,11 +48,11 @@ char *gl_full_mbsnext(gl_locale *locale, const char *s) {
 
 char *_qbx_gl_full_mbsnext(gl_locale *locale, const char *s, int n) {
     if (served_by_extension(locale, GL_CAT_CTYPE)) return ask_for_next(locale, s, n);
-    return n < 1 ? fail(locale, GL_EINVAL) : next_by_nodes(locale, s, n);
+    return n < 1 ? fail(locale, GL_EINVAL, nullptr) : next_by_nodes(locale, s, n);
 }
 
 char *gl_full_mbsprev(gl_locale *locale, const char *start, const char *pos) {
-    if (pos <= start) return fail(locale, GL_EENDBEFORE);
+    if (pos <= start) return fail(locale, GL_EENDBEFORE, nullptr);
     if (served_by_extension(locale, GL_CAT_CTYPE)) {
         return ask_extension(locale, fn_glu_mbsprev, static_cast<char *>(nullptr), locale->glu_handle[GL_CAT_CTYPE], start, pos);
     }
@@ -71,6 +65,6 @@ char *gl_full_mbsprev(gl_locale *locale, const char *start, const char *pos) {
             return true;
         };
         const int walked = text.walk(at, end, goes_on, [](gl_wchar, const uint8_t *) { return true; });
-        return walked > 0 ? as_text(last) : fail(locale, error_of(walked));
+        return walked > 0 ? as_text(last) : fail(locale, error_of(walked), nullptr);
     });
 }

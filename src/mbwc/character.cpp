@@ -10,12 +10,6 @@ using namespace qbgl;
 
 namespace {
 
-// Apart from the fast ways, so that they stay leaves without a stack frame.
-[[gnu::noinline, gnu::cold]] int fail(gl_locale *locale, int error) {
-    set_error(locale, error);
-    return -1;
-}
-
 bool served(const gl_locale *locale) { return served_by_extension(locale, GL_CAT_CTYPE); }
 
 const MultiNode *root_of(const gl_locale *locale) { return locale->ctype.codeset_table->root; }
@@ -24,10 +18,10 @@ const uint8_t *bytes_of(const char *s) { return reinterpret_cast<const uint8_t *
 
 // The length of the character at s, at most n bytes, or -1. Bytes are left to the caller to sum up.
 int walk_length(gl_locale *locale, const char *s, int n, Decoded &character) {
-    if (n < 1) return fail(locale, GL_EINVAL);
+    if (n < 1) return fail(locale, GL_EINVAL, -1);
     character = decode(root_of(locale), bytes_of(s), n);
     if (character.length > 0) return character.length;
-    return fail(locale, character.length == CUT ? GL_EINVAL : GL_EILSEQ);
+    return fail(locale, character.length == CUT ? GL_EINVAL : GL_EILSEQ, -1);
 }
 
 int decode_served(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
@@ -80,7 +74,7 @@ int decode_continued(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
 
 int gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
     if (s == nullptr) return 0;
-    if (n < 1) return fail(locale, GL_EINVAL);
+    if (n < 1) return fail(locale, GL_EINVAL, -1);
     const CodesetMaps *maps = maps_of(locale);
     if (maps == nullptr || served(locale)) return decode_by_walk(locale, pwc, s, n);
     const unsigned first = bytes_of(s)[0];
@@ -111,12 +105,12 @@ int _qbx_gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) 
 int gl_full_wctomb(gl_locale *locale, char *s, gl_wchar wc) {
     if (served(locale)) return ask_extension(locale, fn_glu_uc32tomb, -1, locale->glu_handle[GL_CAT_CTYPE], s, wc);
     const int length = encode(*locale->ctype.codeset_table, reinterpret_cast<uint8_t *>(s), wc);
-    return length != 0 ? length : fail(locale, GL_EILSEQ);
+    return length != 0 ? length : fail(locale, GL_EILSEQ, -1);
 }
 
 int _gl_sl_wctomb(gl_locale *locale, char *buffer, gl_wchar wc) {
     const int length = encode(*locale->collate.character_table, reinterpret_cast<uint8_t *>(buffer), wc);
-    return length != 0 ? length : fail(locale, GL_EILSEQ);
+    return length != 0 ? length : fail(locale, GL_EILSEQ, -1);
 }
 
 int gl_full_mblen(gl_locale *locale, const char *s, int n) {

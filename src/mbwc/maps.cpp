@@ -1,7 +1,7 @@
 #include "mbwc/maps.h"
 
-#include "multi/table.h"
-#include "util/owned.h"
+#include "multi/character_table.h"
+#include "util/growing.h"
 
 #include <algorithm>
 #include <bit>
@@ -49,16 +49,8 @@ class BlockPool {
   private:
     bool grow() {
         const uint32_t capacity = capacity_ == 0 ? 16 : capacity_ * 4;
-        return capacity <= MAX_BLOCKS && enlarge(cells_, 256, capacity) && enlarge(valid_, 8, capacity) &&
-               enlarge(hashes_, 1, capacity) && (capacity_ = capacity) != 0;
-    }
-
-    template <class T> bool enlarge(Owned<T> &list, uint32_t each, uint32_t capacity) {
-        Owned<T> larger = Owned<T>::allocate(capacity * each);
-        if (!larger) return false;
-        if (count_ > 0) memcpy(static_cast<void *>(larger.get()), list.get(), size_t{count_} * each * sizeof(T));
-        list = std::move(larger);
-        return true;
+        return capacity <= MAX_BLOCKS && enlarge(cells_, count_ * 256, capacity * 256) &&
+               enlarge(valid_, count_ * 8, capacity * 8) && enlarge(hashes_, count_, capacity) && (capacity_ = capacity) != 0;
     }
 
     uint32_t hash_of(uint32_t block) const {
@@ -77,12 +69,6 @@ class BlockPool {
     Owned<uint32_t> valid_, hashes_;
     uint32_t count_ = 0, capacity_ = 0;
 };
-
-uint16_t entry_value_of(const gl_multi &table, const MultiNode &node, uint8_t byte) {
-    uint16_t value;
-    memcpy(&value, entry_of(table, node, byte), sizeof value);
-    return value;
-}
 
 void find_plain(const CodesetMaps &maps, uint8_t *plain) {
     for (uint32_t value = 0; value < plain_values(maps.shape); ++value) {
@@ -167,8 +153,8 @@ class MapsBuilder {
             const auto at = static_cast<uint8_t>(byte);
             if (node.flags[at] != FLAG_END) continue;
             valid[byte / 32] |= 1U << (byte % 32);
-            cells[byte].classes = entry_value_of(codeset_, node, at);
-            if (cases != nullptr && cases->flags[at] == FLAG_END) cells[byte].case_pair = entry_value_of(cases_, *cases, at);
+            cells[byte].classes = value_at(entry_of(codeset_, node, at));
+            if (cases != nullptr && cases->flags[at] == FLAG_END) cells[byte].case_pair = value_at(entry_of(cases_, *cases, at));
         }
         pages_[page] = static_cast<uint16_t>(pool_.number());
         page_count_ = std::max(page_count_, page + 1);

@@ -17,7 +17,8 @@ int read_character_table(ByteReader &in, gl_locale *locale, gl_multi *table);
 // Whether all values, that of characters without one of their own included, are at most `limit`.
 bool values_within(const gl_multi &table, unsigned limit);
 
-inline uint16_t value_at(const uint8_t *entry) {
+// The value of an entry: a class mask, the index of a case pair, a row of weights.
+inline uint16_t value_at(const void *entry) {
     uint16_t value;
     memcpy(&value, entry, sizeof value);
     return value;

@@ -9,7 +9,7 @@
 #include "multi/read.h"
 
 #include "multi/nodes.h"
-#include "util/owned.h"
+#include "util/growing.h"
 
 #include <algorithm>
 #include <string.h>
@@ -123,13 +123,9 @@ class TableReader {
     }
 
     template <class T> static bool grow(T *&list, int32_t &capacity) {
-        const int32_t larger = capacity == 0 ? 16 : capacity * 2;
-        Owned<T> block = Owned<T>::allocate(static_cast<uint32_t>(larger));
-        if (!block) return false;
-        if (capacity > 0) memcpy(static_cast<void *>(block.get()), list, static_cast<size_t>(capacity) * sizeof(T));
-        _gl_free_ptr(list);
-        list = block.release();
-        capacity = larger;
+        const uint32_t larger = larger_capacity(static_cast<uint32_t>(capacity), 0);
+        if (larger > INT32_MAX || !enlarge(list, static_cast<uint32_t>(capacity), larger)) return false;
+        capacity = static_cast<int32_t>(larger);
         return true;
     }
 

@@ -13,7 +13,7 @@
 #include "multi/walk.h"
 #include "setlc/categories.h"
 #include "setlc/handle.h"
-#include "util/log.h"
+#include "util/lines.h"
 #include "util/owned.h"
 
 #include <algorithm>
@@ -145,7 +145,7 @@ bool read_pairs(ByteReader &in, gl_locale *locale) {
 // The factor, or 0 when there is none to be read.
 double read_growth(FILE *file) {
     char line[LINE_SIZE];
-    if (_gl_ext_fgets(line, LINE_SIZE, file) == nullptr || replace_nl(line) != 0) return 0;
+    if (!read_line(file, line, LINE_SIZE)) return 0;
     if (line[0] == '\0') return NO_GROWTH;
     const double factor = strtod_l(line, nullptr, newlocale(LC_ALL_MASK, "C", nullptr));
     return factor > 0 && factor <= MAX_GROWTH ? factor : 0;

@@ -3,7 +3,7 @@
 #include "coll/section.h"
 #include "ext/error.h"
 #include "setlc/categories.h"
-#include "util/log.h"
+#include "util/object_header.h"
 
 #include <stdlib.h>
 #include <string.h>
@@ -17,18 +17,6 @@ const char *const category_params[8] = {"", "", "GL_CTYPE", "GL_COLLATE", "GL_NU
 namespace {
 
 constexpr int LINE_SIZE = 128;
-constexpr int HEADER_LINES_READ = 3; // file type, version and line count
-
-bool read_line(FILE *file, char *line, uint32_t size) {
-    return _gl_ext_fgets(line, size, file) != nullptr && replace_nl(line) == 0;
-}
-
-bool skip_compiler_lines(FILE *file, long count) {
-    char line[LINE_SIZE];
-    for (long i = HEADER_LINES_READ; i < count; ++i)
-        if (!read_line(file, line, sizeof line)) return false;
-    return true;
-}
 
 // Skips lines up to the category's marker. A marker is a whole line, not the end of a long one.
 bool find_marker(FILE *file, int category) {
@@ -38,14 +26,10 @@ bool find_marker(FILE *file, int category) {
     return false;
 }
 
-int fail(gl_locale *locale, int error) {
-    if (error != 0) set_error(locale, error);
-    return 1;
-}
-
+// A reader that has no error number leaves the handle's alone.
 int fail_with_message(gl_locale *locale, int error, const char *message) {
     gl_message(message);
-    return fail(locale, error);
+    return error != 0 ? fail(locale, error, 1) : 1;
 }
 
 template <class Info>
@@ -77,26 +61,22 @@ int read_section(FILE *file, gl_locale *locale, int category, const char *messag
 }
 
 // A byte that could not be read counts as a digit 0: only the stream knows that it was none.
-int check_stream(FILE *file, gl_locale *locale) { return _gl_ext_ferror(file) != 0 ? fail(locale, GL_ENOFILE) : 0; }
+int check_stream(FILE *file, gl_locale *locale) { return _gl_ext_ferror(file) != 0 ? fail(locale, GL_ENOFILE, 1) : 0; }
 
 } // namespace
 
 int read_file_header(FILE *file, CodesetName &codeset, int32_t *error) {
-    *error = GL_EBADFILE;
-    char line[LINE_SIZE];
-    if (!read_line(file, line, sizeof line) || strcmp(line, "FILE_TYPE=locale_object") != 0) return 0;
-    if (!read_line(file, line, sizeof line)) return 0;
-    if (strcmp(line, "COMPILER_VERSION=11") != 0) {
-        *error = GL_EVERSION;
-        return 0;
-    }
-    if (!read_line(file, line, sizeof line)) return 0;
-    const char *equals = strchr(line, '=');
-    const long count = equals != nullptr ? strtol(equals + 1, nullptr, 10) : 0;
-    if (count < HEADER_LINES_READ || !skip_compiler_lines(file, count)) return 0;
-    if (!read_line(file, codeset, sizeof codeset)) return 0;
+    const auto count_of = [](const char *line, long &count) {
+        const char *equals = strchr(line, '=');
+        count = equals != nullptr ? strtol(equals + 1, nullptr, 10) : 0;
+        return count >= FIXED_HEADER_LINES;
+    };
+    const auto skip = [](const char *) { return true; };
+    const Header header = read_object_header(file, "FILE_TYPE=locale_object", "COMPILER_VERSION=11", count_of, skip);
     *error = 0;
-    return 1;
+    if (header == Header::READ && read_line(file, codeset, sizeof codeset)) return 1;
+    *error = header == Header::OTHER_VERSION ? GL_EVERSION : GL_EBADFILE;
+    return 0;
 }
 
 int verify_codesets(const gl_locale *locale, int category) {
@@ -106,11 +86,11 @@ int verify_codesets(const gl_locale *locale, int category) {
 int read_locale_file(FILE *file, gl_locale *locale) {
     CodesetName codeset = {};
     int32_t error = 0;
-    if (read_file_header(file, codeset, &error) == 0) return fail(locale, error);
+    if (read_file_header(file, codeset, &error) == 0) return fail(locale, error, 1);
     for (int category = FIRST_CATEGORY; category <= LAST_CATEGORY; ++category)
         memcpy(locale->codeset_name[category], codeset, sizeof codeset);
     for (int category = FIRST_CATEGORY; category <= LAST_CATEGORY; ++category) {
-        if (!find_marker(file, category)) return fail(locale, GL_EBADFILE);
+        if (!find_marker(file, category)) return fail(locale, GL_EBADFILE, 1);
         if (read_section(file, locale, category, "Failed to read messages information\n") != 0) return 1;
     }
     return check_stream(file, locale);
@@ -119,12 +99,12 @@ int read_locale_file(FILE *file, gl_locale *locale) {
 int read_one_category(gl_locale *locale, int category, ObjectFile &object) {
     FILE *file = object.stream->get();
     int32_t error = 0;
-    if (!object.header_read && read_file_header(file, object.codeset, &error) == 0) return fail(locale, error);
+    if (!object.header_read && read_file_header(file, object.codeset, &error) == 0) return fail(locale, error, 1);
     object.header_read = true;
     memcpy(locale->codeset_name[category], object.codeset, sizeof object.codeset);
-    if (verify_codesets(locale, category) != 0) return fail(locale, GL_ECTYPECS);
+    if (verify_codesets(locale, category) != 0) return fail(locale, GL_ECTYPECS, 1);
     object.at_end = !find_marker(file, category);
-    if (object.at_end) return fail(locale, GL_EBADFILE);
+    if (object.at_end) return fail(locale, GL_EBADFILE, 1);
     // A failed reader of messages reports a failed initialisation here: hosts know the text.
     if (read_section(file, locale, category, "Failed to initialize messages information\n") != 0) return 1;
     return check_stream(file, locale);

@@ -3,7 +3,7 @@
 #include "ext/error.h"
 #include "setlc/dispatch.h"
 #include "tree/bytewise.h"
-#include "util/owned.h"
+#include "util/growing.h"
 
 #include <algorithm>
 #include <string.h>
@@ -14,28 +14,22 @@ namespace {
 
 constexpr long FIRST_ROOM = 4096;
 
-// Up to `count` bytes in hexadecimal. Room grows with what is there, so that a length alone cannot ask for memory. Null with the
-// number in `error`.
+// Up to `count` bytes in hexadecimal. Null with the number in `error`.
 Owned<char> read_bytes(ByteReader &in, long count, int32_t &error) {
-    long room = std::min(count, FIRST_ROOM);
-    Owned<char> text(allocate_text(static_cast<uint32_t>(room)));
-    for (long i = 0; text && i < count; ++i) {
-        if (i == room) {
-            room = std::min(count, room * 2);
-            Owned<char> larger(allocate_text(static_cast<uint32_t>(room)));
-            if (larger) memcpy(larger.get(), text.get(), static_cast<size_t>(i));
-            text = std::move(larger);
-            if (!text) break;
-        }
+    Growing<char> text;
+    bool has_room = text.reserve(static_cast<uint32_t>(std::min(count, FIRST_ROOM)) + TEXT_PADDING);
+    for (long i = 0; has_room && i < count; ++i) {
         const int high = in.getc(), low = in.getc();
         if (low == EOF) {
             error = GL_ENOFILE; // the line does not end behind its bytes
             return {};
         }
-        text[static_cast<uint32_t>(i)] = static_cast<char>(hex_digit_value(high) << 4 | hex_digit_value(low));
+        has_room = text.append(static_cast<char>(hex_digit_value(high) << 4 | hex_digit_value(low)));
     }
-    if (!text) error = GL_ENOMEM;
-    return text;
+    constexpr char PADDING[TEXT_PADDING] = {};
+    if (has_room && text.append(PADDING, TEXT_PADDING)) return Owned<char>(text.release());
+    error = GL_ENOMEM;
+    return {};
 }
 
 } // namespace

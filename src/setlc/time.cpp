@@ -8,7 +8,7 @@
 #include "setlc/categories.h"
 #include "setlc/era.h"
 #include "setlc/text.h"
-#include "util/log.h"
+#include "util/lines.h"
 #include "util/owned.h"
 
 #include <algorithm>

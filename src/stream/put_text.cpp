@@ -20,17 +20,12 @@ int length_of(gl_locale *locale, const char *s) {
     return static_cast<int>(end - s);
 }
 
-int fail(gl_locale *locale, int error) {
-    set_error(locale, error);
-    return -1;
-}
-
 } // namespace
 
 int gl_fputmbs(gl_locale *locale, const char *s, FILE *stream) {
-    if (s == nullptr) return fail(locale, GL_ENULLPTR);
+    if (s == nullptr) return fail(locale, GL_ENULLPTR, -1);
     const int length = length_of(locale, s);
     if (length < 0) return -1;
     const auto bytes = static_cast<uint32_t>(length);
-    return _gl_ext_fwrite(s, 1, bytes, stream) == bytes ? 0 : fail(locale, GL_EIO);
+    return _gl_ext_fwrite(s, 1, bytes, stream) == bytes ? 0 : fail(locale, GL_EIO, -1);
 }

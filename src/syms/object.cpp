@@ -9,7 +9,7 @@
 //   r LENGTH NAME START COUNT N BYTES   COUNT of them, from NAME on, whose last digits are START, and from BYTES on
 #include "ext/error.h"
 #include "syms/charmap.h"
-#include "util/log.h"
+#include "util/object_header.h"
 #include "util/tokens.h"
 
 #include <limits.h>
@@ -20,17 +20,8 @@ namespace qbgl {
 
 namespace {
 
-constexpr int CHARMAP_LINE_SIZE = 128;
-constexpr int FIXED_HEADER_LINES = 3;
 constexpr uint32_t MOST_CHARACTERS = 1U << 21; // more than any codeset has
 constexpr uint32_t RECOGNIZED_WIDTH = 2;       // of the entries of the table of characters, which nobody reads
-
-constexpr char CODESET[] = "CODESET=", SOURCE_VERSION[] = "SOURCE_VERSION=", COMPILER_VERSION[] = "COMPILER_VERSION=",
-               HEADER_LENGTH[] = "HEADER_LENGTH=";
-
-bool read_header_line(FILE *stream, char (&line)[CHARMAP_LINE_SIZE]) {
-    return _gl_ext_fgets(line, CHARMAP_LINE_SIZE, stream) != nullptr && replace_nl(line) == 0;
-}
 
 // The text behind a line's keyword, null when the line has another one.
 const char *value_of(const char *line, const char *keyword) {
@@ -47,27 +38,29 @@ bool parse_number(const char *text, int32_t &number) {
 }
 
 bool take_header_line(const char *line, gl_charmap *cm) {
-    if (const char *name = value_of(line, CODESET)) {
+    if (const char *name = value_of(line, "CODESET=")) {
         const size_t length = strnlen(name, sizeof cm->codeset_name - 1);
         memcpy(cm->codeset_name, name, length);
         cm->codeset_name[length] = '\0';
     }
-    const char *version = value_of(line, SOURCE_VERSION);
+    const char *version = value_of(line, "SOURCE_VERSION=");
     return version == nullptr || parse_number(version, cm->source_version);
 }
 
 // 0 or an error number; the stream then stands behind the header.
 int read_cmap_header(FILE *stream, gl_charmap *cm) {
-    char line[CHARMAP_LINE_SIZE];
-    if (!read_header_line(stream, line) || strcmp(line, "FILE_TYPE=charmap_object") != 0) return GL_EBADFILE;
-    if (!read_header_line(stream, line)) return GL_EBADFILE;
-    if (strcmp(line, "COMPILER_VERSION=3") != 0) return GL_EVERSION;
-    if (!parse_number(value_of(line, COMPILER_VERSION), cm->compiler_version)) return GL_EBADFILE;
-    int32_t lines = 0;
-    if (!read_header_line(stream, line) || !parse_number(value_of(line, HEADER_LENGTH), lines)) return GL_EBADFILE;
-    for (int32_t i = FIXED_HEADER_LINES; i < lines; ++i)
-        if (!read_header_line(stream, line) || !take_header_line(line, cm)) return GL_EBADFILE;
-    return 0;
+    const auto count_of = [](const char *line, long &count) {
+        int32_t lines = 0;
+        const bool is_number = parse_number(value_of(line, "HEADER_LENGTH="), lines);
+        count = lines;
+        return is_number;
+    };
+    const auto take = [cm](const char *line) { return take_header_line(line, cm); };
+    switch (read_object_header(stream, "FILE_TYPE=charmap_object", "COMPILER_VERSION=3", count_of, take)) {
+    case Header::READ: cm->compiler_version = 3; return 0;
+    case Header::OTHER_VERSION: return GL_EVERSION;
+    default: return GL_EBADFILE;
+    }
 }
 
 bool skip_line(ByteReader &in) {

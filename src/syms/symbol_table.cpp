@@ -1,7 +1,7 @@
 #include "syms/symbol_table.h"
 
 #include "util/ascii.h"
-#include "util/owned.h"
+#include "util/growing.h"
 
 #include <algorithm>
 #include <bit>
@@ -14,14 +14,9 @@ namespace {
 // Room for `more` further items.
 template <class T> bool reserve(SymbolList<T> &list, uint32_t more) {
     if (more <= list.capacity - list.count) return true;
-    const uint64_t capacity = std::max<uint64_t>(uint64_t{list.count} + more, uint64_t{list.capacity} * 2);
-    if (capacity > UINT32_MAX) return false;
-    Owned<T> block = Owned<T>::allocate(std::max<uint32_t>(static_cast<uint32_t>(capacity), 64));
-    if (!block) return false;
-    if (list.count > 0) memcpy(static_cast<void *>(block.get()), list.items, list.count * sizeof(T));
-    _gl_free_ptr(list.items);
-    list.items = block.release();
-    list.capacity = std::max<uint32_t>(static_cast<uint32_t>(capacity), 64);
+    const uint32_t capacity = larger_capacity(list.capacity, uint64_t{list.count} + more);
+    if (capacity == 0 || !enlarge(list.items, list.count, capacity)) return false;
+    list.capacity = capacity;
     return true;
 }
 

@@ -1,5 +1,4 @@
-// Telling whole lines from cut ones.
-#include "util/log.h"
+#include "util/lines.h"
 
 #include <string.h>
 
@@ -14,6 +13,10 @@ int replace_nl(char *line) {
     if (check_nl(line) != 0) return 1;
     line[strlen(line) - 1] = '\0';
     return 0;
+}
+
+bool read_line(FILE *file, char *line, uint32_t size) {
+    return _gl_ext_fgets(line, size, file) != nullptr && replace_nl(line) == 0;
 }
 
 } // namespace qbgl
