@@ -90,6 +90,25 @@ TEST(CharacterTypes, AreReadWithTheirChecks) {
     expect_errors(GL_CAT_CTYPE, small_codeset(), table + good.substr(good.find("2\n3 own")), {{11, {"=>"}}});
 }
 
+TEST(CharacterTypes, EndTextAtTheTerminatorAlone) {
+    using Characters = std::vector<Character>;
+    const Character nul{"\0"s, GL_CLASS_CNTRL}, letter{"A", 1}, wide_nul{"\0\0"s, 0}, wide_letter{"\0A"s, 1};
+    for (const auto &[error, characters] : {std::pair<int, Characters>{0, {nul, letter, {"\x81\x40", 4}}},
+                                            {0, {wide_nul, wide_letter, {"\x30\0"s, 4}}},
+                                            {GL_EBADFILE, {nul, letter, {"\x81\0"s, 4}}},
+                                            {GL_EBADFILE, {letter, wide_letter}},
+                                            {GL_EBADFILE, {nul, {"\x81\x40\0\x41"s, 4}}},
+                                            {GL_EBADFILE, {wide_letter, {"\0\0\x40\x40"s, 4}}},
+                                            {GL_EBADFILE, {wide_nul, wide_letter, {"\x81\x40\0\0"s, 4}}},
+                                            {GL_EBADFILE, {wide_nul, wide_letter, {"\x81\x40\x41", 4}}},
+                                            {GL_EBADFILE, {{"\0"s, GL_CLASS_SPACE}, letter}},
+                                            {GL_EBADFILE, {{"\0"s, GL_CLASS_DIGIT}, letter}},
+                                            {GL_EBADFILE, {{"\0\0"s, GL_CLASS_BLANK}, wide_letter}}})
+        expect_errors(GL_CAT_CTYPE, {}, ctype_text({"some", characters}), {{error, {"=>"}}});
+    const string one_byte = ctype_text({"some", {nul, letter}});
+    expect_errors(GL_CAT_CTYPE, {}, one_byte, {{GL_EBADFILE, {"1 1 1=>0 1 1", "1 1 1=>1 0 1"}}});
+}
+
 TEST(CharacterTypes, AreKept) {
     const Locale locale = null_locale();
     ASSERT_EQ(read_section(locale.get(), GL_CAT_CTYPE, ctype_text(small_codeset("1"))), 1);

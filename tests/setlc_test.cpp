@@ -140,6 +140,8 @@ TEST_F(Handle, SelectsByNameListAndEnvironment) {
     const Locale locale = created();
     const string longest = string(28, 'n') + ".lco";
     for (const string &name : {longest, string("own.lco")}) put(name, LATIN.text());
+    LocaleObject without_characters = LATIN;
+    without_characters.ctype = "0 4 1 0000\n0 0\n0\n0 4 1 0000\n0 0\n0\n";
     put("bad.lco", "FILE_TYPE=locale_object\nCOMPILER_VERSION=10\n");
     const auto expect = [&](int category, const string &spec, const string &result) {
         EXPECT_EQ(select(locale, category, spec.c_str()), result) << spec;
@@ -157,6 +159,12 @@ TEST_F(Handle, SelectsByNameListAndEnvironment) {
     EXPECT_EQ(select(locale, 6, nullptr), longest); // stays when there is no file
     expect(6, "bad.lco", "error 51");
     EXPECT_TRUE(select(locale, 6, nullptr).empty() && locale->time.day[0] == nullptr && locale->codeset_name[6][0] == '\0');
+    put("none.lco", without_characters.text());
+    for (const int category : {1, 2}) expect(category, "none.lco", "error 57"); // the same alone as with those that need it
+    char room[] = "ab";
+    EXPECT_EQ(gl_tombsupper(locale.get(), room, ""), 0);
+    EXPECT_STREQ(room + 1, "b"); // a terminator is no longer than it was
+    std::filesystem::remove(tree / "vrn/lc11/none.lco");
     expect(1, "native", six("native"));
     expect(1, "", six("default.lco"));
     const ScopedEnv third("GL_LANG", "own.lco"), second("GL_CTYPE", "latin.lco");

@@ -13,14 +13,21 @@ bool ub2_reader(ByteReader &in, void *value, uint32_t, void *) {
     return true;
 }
 
-int read_character_table(ByteReader &in, gl_locale *locale, gl_multi *table) {
-    if (table == nullptr) {
+int read_character_table(ByteReader &in, gl_locale *locale, gl_multi *&table) {
+    const uint16_t none = 0;
+    gl_multi *const read = _gl_create_multi(sizeof none, 0, &none);
+    if (read == nullptr) {
         set_error(locale, GL_ENOMEM);
         return -1;
     }
-    const int result = read_table(in, *table, MAX_KEY, ub2_reader, nullptr);
-    if (result != 0) set_error(locale, _gl_multi_err(table));
-    return result;
+    if (const int result = read_table(in, *read, MAX_KEY, ub2_reader, nullptr); result != 0) {
+        set_error(locale, _gl_multi_err(read));
+        _gl_free_multi(read);
+        return result;
+    }
+    _gl_free_multi(table);
+    table = read;
+    return 0;
 }
 
 bool values_within(const gl_multi &table, unsigned limit) {

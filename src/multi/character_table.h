@@ -11,8 +11,9 @@ namespace qbgl {
 // A value is four hexadecimal digits.
 bool ub2_reader(ByteReader &in, void *value, uint32_t size, void *);
 
-// Reads a table into the one that the handle holds for it. Returns 0, or a failure with the handle's error number.
-int read_character_table(ByteReader &in, gl_locale *locale, gl_multi *table);
+// Reads a table for the handle, whose own one it becomes when all of it could be read. Returns 0, or a failure with the handle's
+// error number.
+int read_character_table(ByteReader &in, gl_locale *locale, gl_multi *&table);
 
 // Whether all values, that of characters without one of their own included, are at most `limit`.
 bool values_within(const gl_multi &table, unsigned limit);

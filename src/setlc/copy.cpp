@@ -2,6 +2,7 @@
 // its own.
 #include "ext/error.h"
 #include "setlc/categories.h"
+#include "setlc/dispatch.h"
 #include "setlc/handle.h"
 
 #include <string.h>
@@ -78,6 +79,7 @@ int gl_copy_cat(gl_locale *target, gl_locale *source, int category) {
             return -1;
         }
     }
+    ensure_functions(target);
     int result = 0;
     for (int each = first; each <= last; ++each) {
         result = copy_category(target, source, each);

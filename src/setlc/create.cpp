@@ -1,5 +1,6 @@
 // Creating complete handles from the default object.
 #include "ext/error.h"
+#include "setlc/dispatch.h"
 #include "setlc/object.h"
 #include "util/owned.h"
 
@@ -36,6 +37,7 @@ int gl_createlocale2_4(gl_locale **out, const char *directory) {
     }
     if (gl_create_null_locale_4(out) != 0) return -1;
     gl_locale *locale = *out;
+    ensure_functions(locale);
     FILE *file = open_default(locale, directory);
     if (file == nullptr) {
         const bool out_of_memory = get_error(locale) == GL_ENOMEM;

@@ -10,6 +10,7 @@
 #include "ext/error.h"
 #include "mbwc/maps.h"
 #include "multi/character_table.h"
+#include "multi/text_end.h"
 #include "multi/walk.h"
 #include "setlc/categories.h"
 #include "setlc/handle.h"
@@ -31,14 +32,15 @@ constexpr long MAX_PAIRS = 0xFFFF;   // indexes have 16 bits
 constexpr double NO_GROWTH = 4.0;    // the factor of a file that does not say
 constexpr double MAX_GROWTH = 256.0; // far above what a character can come to
 
-// Text ends with the all-zero sequence of the declared shortest length, and the walk through the table must see its end there.
-bool lengths_agree(const gl_multi &codeset) {
-    if (codeset.max_length == 0) return true;
-    if (codeset.min_length < 1 || codeset.min_length > codeset.max_length) return false;
-    const MultiNode *node = codeset.root;
-    int length = 1;
-    for (; node->flags[0] == FLAG_CHILD; ++length) node = child_of(*node, 0);
-    return node->flags[0] != FLAG_END || length == codeset.min_length;
+// Whether the table is right about its lengths, and its text ends at the terminator alone: every walk trusts that. A terminator is
+// no character that a reader of numbers or blanks may pass over.
+bool ends_text(const gl_multi &codeset) {
+    constexpr unsigned PASSED_OVER = GL_CLASS_SPACE | GL_CLASS_DIGIT | GL_CLASS_BLANK;
+    const KeyLengths lengths = key_lengths(codeset);
+    if (lengths.longest == 0) return true;
+    if (codeset.min_length != lengths.shortest || codeset.max_length < lengths.longest) return false;
+    const uint8_t *const terminator = terminator_entry(codeset, lengths.shortest);
+    return stops_at_terminator(codeset, lengths.shortest) && (terminator == nullptr || (value_at(terminator) & PASSED_OVER) == 0);
 }
 
 // Whether the characters below one node are among those below the other.
@@ -177,11 +179,12 @@ int qbgl::read_ctype(FILE *file, gl_locale *locale) {
     gl_ctype_info &info = locale->ctype;
     ByteReader in(file);
     if (const int result = read_character_table(in, locale, info.codeset_table); result != 0) return result;
+    if (key_lengths(*info.codeset_table).longest == 0) info.codeset_table->min_length = NO_CHARACTERS.min_length;
     if (!read_classes(in, locale)) return -1;
     if (const int result = read_character_table(in, locale, info.case_table); result != 0) return result;
     if (!read_pairs(in, locale)) return -1;
     const double growth = read_growth(file);
-    if (growth == 0 || !lengths_agree(*info.codeset_table) || !case_table_fits(info)) {
+    if (growth == 0 || !ends_text(*info.codeset_table) || !case_table_fits(info)) {
         set_error(locale, GL_EBADFILE);
         return -1;
     }

@@ -98,6 +98,10 @@ int set_function_pointers(gl_locale *locale) {
     return 0;
 }
 
+void ensure_functions(gl_locale *locale) {
+    if (locale->mbstowcs == nullptr) set_flags(locale); // asks for memory only where a category is loaded
+}
+
 int set_flags(gl_locale *locale) {
     locale->coll_extras = locale->collate.direct != 0 ? 1 : 0;
     return set_function_pointers(locale);

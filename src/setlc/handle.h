@@ -27,6 +27,11 @@ void set_locale_name(gl_locale *locale, int category, const char *name);
 // Empties the names of a category, lets go of its extension handle, and makes it the handle's own again.
 void release_names(gl_locale *locale, int category);
 
+// Frees what a category holds and puts it into its null state.
+void replace_by_null(gl_locale *locale, int category);
+// The same after a failure, of which neither the error number nor the result change.
+int leave_null(gl_locale *locale, int category, int result);
+
 // Frees the byte tables of a handle, whose functions are then the general ones.
 void free_byte_tables(gl_locale *locale);
 void free_locale(gl_locale *locale);

@@ -52,19 +52,6 @@ FILE *open_in(gl_locale *locale, const char *directory, const char *name) {
     return gl_open_file(locale, path.text());
 }
 
-void replace_by_null(gl_locale *locale, int category) {
-    gl_free_category(locale, category);
-    gl_make_null_category(locale, category);
-}
-
-// A failure of its own error number leaves that one, whatever it takes to clear the category.
-int leave_null(gl_locale *locale, int category, int result) {
-    const int error = get_error(locale);
-    replace_by_null(locale, category);
-    set_error(locale, error);
-    return result;
-}
-
 // A name and the file that it stands for.
 struct Source {
     const LocaleName &name;

@@ -1,5 +1,6 @@
 // Handles and categories without data.
 #include "ext/error.h"
+#include "multi/table.h"
 #include "setlc/categories.h"
 #include "setlc/dispatch.h"
 #include "setlc/handle.h"
@@ -9,24 +10,18 @@ using namespace qbgl;
 
 namespace {
 
-// A table of 16-bit values without a character; null with GL_ENOMEM.
-gl_multi *empty_table(gl_locale *locale) {
-    const uint16_t none = 0;
-    gl_multi *table = _gl_create_multi(sizeof none, 0, &none);
-    if (table == nullptr) set_error(locale, GL_ENOMEM);
-    return table;
-}
+gl_multi *no_characters() { return const_cast<gl_multi *>(&NO_CHARACTERS); }
 
 void make_null_ctype(gl_locale *locale) {
     locale->ctype = {};
-    locale->ctype.codeset_table = empty_table(locale);
-    locale->ctype.case_table = empty_table(locale);
+    locale->ctype.codeset_table = no_characters();
+    locale->ctype.case_table = no_characters();
     free_byte_tables(locale);
 }
 
 void make_null_collate(gl_locale *locale) {
     locale->collate = {};
-    locale->collate.character_table = empty_table(locale);
+    locale->collate.character_table = no_characters();
     locale->all_one = nullptr;
     locale->equivalence = nullptr;
     if (locale->mbscoll != nullptr) set_collation_fp(locale);
@@ -51,6 +46,18 @@ void gl_make_null_category(gl_locale *locale, int category) {
     default: _gl_init_messages(&locale->messages); break;
     }
     release_names(locale, category);
+}
+
+void qbgl::replace_by_null(gl_locale *locale, int category) {
+    gl_free_category(locale, category);
+    gl_make_null_category(locale, category);
+}
+
+int qbgl::leave_null(gl_locale *locale, int category, int result) {
+    const int error = get_error(locale);
+    replace_by_null(locale, category);
+    set_error(locale, error);
+    return result;
 }
 
 int gl_create_null_locale_4(gl_locale **out) {

@@ -43,7 +43,10 @@ int read_texts(FILE *file, gl_locale *locale, Info &info, int (*read)(FILE *, In
 // The section behind the marker.
 int read_section(FILE *file, gl_locale *locale, int category, const char *messages_failed) {
     switch (category) {
-    case GL_CAT_CTYPE: return read_ctype(file, locale) != 0;
+    case GL_CAT_CTYPE:
+        if (read_ctype(file, locale) != 0) return 1;
+        // The other categories would refuse it, too.
+        return _gl_multi_max_length(locale->ctype.codeset_table) == 0 ? fail(locale, GL_ENOCODESET, 1) : 0;
     case GL_CAT_COLLATE: return read_collate(file, locale) != 0;
     case GL_CAT_NUMERIC:
         return read_texts(file, locale, locale->numeric, _gl_read_numeric, init_numeric_info,
@@ -91,7 +94,8 @@ int read_locale_file(FILE *file, gl_locale *locale) {
         memcpy(locale->codeset_name[category], codeset, sizeof codeset);
     for (int category = FIRST_CATEGORY; category <= LAST_CATEGORY; ++category) {
         if (!find_marker(file, category)) return fail(locale, GL_EBADFILE, 1);
-        if (read_section(file, locale, category, "Failed to read messages information\n") != 0) return 1;
+        if (read_section(file, locale, category, "Failed to read messages information\n") != 0)
+            return leave_null(locale, category, 1); // what a section has left half read nobody has checked
     }
     return check_stream(file, locale);
 }

@@ -1,6 +1,7 @@
 #include "setlc/selection.h"
 
 #include "ext/error.h"
+#include "setlc/dispatch.h"
 #include "setlc/load_category.h"
 #include "util/owned.h"
 
@@ -81,6 +82,7 @@ char *qbgl::set_categories(gl_locale *locale, int category, const char *spec, co
 
 char *gl_setlocale_4(gl_locale *locale, int category, const char *spec) {
     if (is_canned(locale)) return nullptr;
+    ensure_functions(locale);
     gl_message("gl_setlocale: Begin");
     gl_message("gl_setlocale: Calling gl_init_glu");
     if (gl_init_glu(locale) != 0) {

@@ -4,6 +4,8 @@
 #include "support/files.h"
 #include "support/locale_object.h"
 
+#include "setlc/handle.h"
+
 #include <chrono>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -304,6 +306,7 @@ class DamagedLocales : public testing::Test {
             use(locale, random);
             ++served;
         } else {
+            if (!qbgl::is_canned(locale)) TextUser(locale, random).use_all(); // what is left of a handle
             constexpr int ERRORS[] = {GL_EILSEQ,  GL_ENOMEM,   GL_ENEGCOUNT, GL_ENOFILE,  GL_EBADFILE,   GL_EMIXEDCS, GL_EBADERA,
                                       GL_EBADCAL, GL_EVERSION, GL_ETABLELEN, GL_ELOADCAT, GL_ENOCODESET, GL_ECTYPECS};
             EXPECT_NE(std::find(std::begin(ERRORS), std::end(ERRORS), error), std::end(ERRORS)) << "error " << error;

@@ -3,6 +3,8 @@
 #include "support/faults.h"
 #include "support/locale_object.h"
 
+#include "setlc/handle.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -26,26 +28,33 @@ bool select(gl_locale *locale, const char *spec) {
     return names != nullptr;
 }
 
+// What a handle does, whatever came of loading it: it may fail, but has functions and tables.
+void use(gl_locale *locale) {
+    gl_wchar wide[4] = {'A'};
+    char text[16];
+    gl_mbstowcs(locale, wide, "Ash", 4), gl_mbfstowcfs(locale, wide, "Ash", 3, 4);
+    gl_mbscoll(locale, "sh", "ss"), gl_mbfscoll(locale, "sh", 2, "ss", 2), gl_mbsxfrm(locale, text, "ash", 16);
+    gl_tombsupper(locale, text, "ash"), gl_mbsbytes(locale, "ash"), gl_full_wcstombs(locale, text, wide, 16);
+    gl_towupper(locale, 'a'), gl_iswalpha(locale, 'a'), gl_mbwidth(locale, "a"), gl_mbsnext(locale, "a");
+    gl_mbstol(locale, "12", nullptr, 10, 1), gl_mbstod(locale, "1.2", nullptr, 1), gl_ltombs(locale, text, 16, 12, 10, 1);
+}
+
 class Loading : public testing::Test {
   protected:
     Loading() {
         write_file(first / "default.lco", object(single_byte_codeset()).text());
         write_file(second / "default.lco", object(sjis_codeset()).text());
+        write_file(third / "default.lco", LocaleObject(single_byte_codeset(), "thai_smo\n").text());
     }
 
-    int create() const {
-        gl_locale *locale = nullptr;
-        const int result = gl_createlocale2_4(&locale, (first.string() + "/").c_str());
-        const int error = locale->error;
-        EXPECT_EQ(result, error == 0 ? 0 : -1);
-        gl_lc_unload(locale);
-        return error;
-    }
+    int create() const { return create_in(first); }
+    int create_thai() const { return create_in(third); }
     // Loads one locale, selects another in its place, and shares that.
     int load_select_share() const {
         gl_locale *locale = nullptr, *target = nullptr;
         gl_lc_load(&locale, "default.lco", nullptr, second.c_str());
         int error = locale->error;
+        if (!qbgl::is_canned(locale)) use(locale);
         if (error == 0 && !select(locale, "")) error = locale->error;
         if (error == 0) {
             gl_create_null_locale_4(&target);
@@ -57,8 +66,18 @@ class Loading : public testing::Test {
         return error;
     }
 
+    static int create_in(const std::filesystem::path &directory) {
+        gl_locale *locale = nullptr;
+        const int result = gl_createlocale2_4(&locale, (directory.string() + "/").c_str());
+        const int error = locale->error;
+        EXPECT_EQ(result, error == 0 ? 0 : -1);
+        if (!qbgl::is_canned(locale)) use(locale);
+        gl_lc_unload(locale);
+        return error;
+    }
+
     const TempDir tree;
-    const std::filesystem::path first = tree.path() / "first", second = tree.path() / "second";
+    const std::filesystem::path first = tree.path() / "first", second = tree.path() / "second", third = tree.path() / "third";
     const ScopedEnv all{"GL_ALL", nullptr}, language{"GL_LANG", nullptr}, search{"GL_PATH", first.string()};
 };
 
@@ -66,7 +85,8 @@ const Faults *current = nullptr;
 
 TEST_F(Loading, WithFailingOperations) {
     int (*const ferror)(FILE *) = [](FILE *) { return current->hit() ? 1 : 0; };
-    for (const auto door : {&Loading_WithFailingOperations_Test::create, &Loading_WithFailingOperations_Test::load_select_share}) {
+    for (const auto door : {&Loading_WithFailingOperations_Test::create, &Loading_WithFailingOperations_Test::create_thai,
+                            &Loading_WithFailingOperations_Test::load_select_share}) {
         for_each_fault(Operation::allocate, [&](const Faults &faults) {
             const int error = (this->*door)(); // lookup arrays are done without where there is no memory for them
             EXPECT_TRUE(error == GL_ENOMEM ? faults.hit() : error == 0) << error;
@@ -91,16 +111,20 @@ TEST_F(Loading, AfterAFailureAsBefore) {
     Faults faults;
     gl_locale *locale = nullptr;
     ASSERT_EQ(gl_create_null_locale_4(&locale), 0);
-    bool hit = true;
-    for (unsigned nth = 1; hit; ++nth) {
-        faults.arm(Operation::allocate, nth);
-        select(locale, "");
-        hit = faults.hit();
-        faults.arm(Operation::allocate, 0);
-        gl_wchar wide[4];
-        if (locale->mbstowcs != nullptr) gl_mbstowcs(locale, wide, "Ash", 4), gl_mbscoll(locale, "sh", "ss"); // as far as it goes
-        const ScopedEnv other("GL_PATH", second.string());
-        EXPECT_TRUE(select(locale, "default.lco") && gl_mbstowcs(locale, wide, "\x82\xA0", 4) == 1 && wide[0] == 0x82A0) << nth;
+    for (const Lasting lasting : {Lasting::once, Lasting::on}) {
+        bool hit = true;
+        for (unsigned nth = 1; hit; ++nth) {
+            faults.arm(Operation::allocate, nth, lasting);
+            select(locale, "");
+            hit = faults.hit();
+            use(locale);
+            faults.arm(Operation::allocate, 0);
+            gl_wchar wide[4];
+            const ScopedEnv other("GL_PATH", second.string());
+            EXPECT_TRUE(select(locale, "default.lco")) << nth;
+            EXPECT_EQ(gl_mbstowcs(locale, wide, "\x82\xA0", 4), 1) << nth;
+            EXPECT_EQ(wide[0], 0x82A0U) << nth;
+        }
     }
     gl_lc_unload(locale);
     EXPECT_EQ(faults.blocks(), 0U);
