@@ -1004,8 +1004,8 @@ static inline int gl_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int
                 return 2;
             }
         } else if (maps->triples && n > 2 && byte > 0xE0 && byte < 0xF0) {
-            const unsigned second = (unsigned char)s[1] ^ 0x80u, third = (unsigned char)s[2] ^ 0x80u;
-            if ((second | third) < 0x40 && maps->triples[(byte & 0xFu) << 12 | second << 6 | third]) {
+            const unsigned second = (unsigned char)s[1] ^ 0x80u, third = second < 0x40 ? (unsigned char)s[2] ^ 0x80u : 0x40u;
+            if (third < 0x40 && maps->triples[(byte & 0xFu) << 12 | second << 6 | third]) {
                 *pwc = (unsigned)byte << 16 | (second | 0x80) << 8 | third | 0x80;
                 return 3;
             }

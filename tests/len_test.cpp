@@ -1,31 +1,14 @@
 // Stepping through multibyte text, in codesets of every shape.
 #include "support/every_codeset.h"
 #include "support/faults.h"
+#include "support/guarded_text.h"
 
 #include <climits>
 #include <random>
-#include <sys/mman.h>
 
 namespace {
 
 using namespace qbgl_test;
-
-// Memory that ends where no page is.
-class Guarded {
-  public:
-    explicit Guarded(std::string_view text) : text_(pages_ + PAGE - text.size()) {
-        EXPECT_EQ(mprotect(pages_ + PAGE, PAGE, PROT_NONE), 0);
-        text.copy(text_, text.size());
-    }
-    Guarded &operator=(Guarded &&) = delete;
-    ~Guarded() { munmap(pages_, 2 * PAGE); }
-    operator char *() const { return text_; }
-
-  private:
-    static constexpr size_t PAGE = 4096;
-    char *const pages_ = static_cast<char *>(mmap(nullptr, 2 * PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    char *const text_;
-};
 
 TEST(Steps, LeadToTheCharactersOfText) {
     everywhere(std::identity(), [](const Codeset &codeset, gl_locale *l) {
@@ -38,13 +21,13 @@ TEST(Steps, LeadToTheCharactersOfText) {
         for (const std::string &character : characters) text += character;
         const std::string end = codeset.encode(std::string(1, '\0'));
         const auto count = static_cast<int>(characters.size()), shortest = static_cast<int>(end.size());
-        const Guarded s(text + end);
+        const Guarded<char> s(text + end);
         std::vector<gl_wchar> wides(characters.size() + 1);
         ASSERT_EQ(gl_mbstowcs(l, wides.data(), s, count + 1), count);
         char *at = s;
         for (int i = 0; i < count; ++i) {
             const auto length = static_cast<int>(characters[i].size());
-            const Guarded cut(characters[i].substr(0, length - 1));
+            const Guarded<char> cut(characters[i].substr(0, length - 1));
             ASSERT_EQ(wides[i], wide(characters[i]));
             ASSERT_TRUE(gl_full_mbsnext(l, at) == at + length && gl_mbsnext(l, at) == at + length) << i;
             ASSERT_TRUE(_qbx_gl_full_mbsnext(l, at, length) == at + length && _qbx_gl_full_mbsnext(l, at, INT_MAX) == at + length);
@@ -60,7 +43,7 @@ TEST(Steps, LeadToTheCharactersOfText) {
         EXPECT_EQ(gl_mb_loc_max(l), _gl_multi_max_length(l->ctype.codeset_table));
         EXPECT_TRUE(gl_mbsterm(l, s) == shortest && gl_mbsbytes_nt(l, s) == 0);
         EXPECT_EQ(std::string(s, end.size() + 1), end + text[end.size()]);
-        EXPECT_TRUE(shortest == 1 || gl_ismbsterm(l, Guarded(std::string("\0A", 2))) == 0);
+        EXPECT_TRUE(shortest == 1 || gl_ismbsterm(l, Guarded<char>(std::string("\0A", 2))) == 0);
     });
 }
 
@@ -77,7 +60,7 @@ TEST(Steps, Fail) {
         EXPECT_TRUE(fails(l, gl_mbsbytes_nt(l, nullptr), GL_ENULLPTR) && fails(l, _qbx_gl_full_mbsnext(l, s, 0), GL_EINVAL) &&
                     fails(l, gl_full_mbsnext(l, nullptr), GL_ENULLPTR));
         if (l->single_byte != 0) return;
-        const Guarded bad(text + "\xFF\xFF");
+        const Guarded<char> bad(text + "\xFF\xFF");
         char *const culprit = bad + text.size();
         EXPECT_TRUE(fails(l, gl_full_mbsnext(l, culprit), GL_EILSEQ) && fails(l, _qbx_gl_full_mbsnext(l, culprit, 2), GL_EILSEQ));
         EXPECT_TRUE(fails(l, gl_full_getmbsi(l, bad, 3), GL_EILSEQ) && fails(l, gl_getmbsinull(l, bad, 3), GL_EILSEQ));

@@ -2,6 +2,7 @@
 #include "mbwc/maps.h"
 #include "qbnxdl/entry_points.h"
 #include "support/faults.h"
+#include "support/guarded_text.h"
 #include "support/locale_object.h"
 
 #include <climits>
@@ -97,8 +98,8 @@ template <class T, class Text> std::vector<T> exactly(const Text &text, size_t o
 
 // No characters anywhere: continuation bytes alone, forms that are longer than need be, surrogates, leads that nothing or too much
 // follows.
-const char *const BAD[] = {"\x80",         "\xC0\x80", "\xC1\xBF", "\xE0\x81\xA1", "\xED\xA0\x80", "\xE3\x81",
-                           "\xF3\x81\x81", "\xF0\x90", "\xFF",     "\x8F\xB0\xFF", "\x82",         "\xC3\x81\x81"};
+const char *const BAD[] = {"\x80",     "\xC0\x80", "\xC1\xBF",     "\xE0\x81\xA1", "\xED\xA0\x80", "\xE3\x81", "\xF3\x81\x81",
+                           "\xF0\x90", "\xFF",     "\x8F\xB0\xFF", "\x82",         "\xC3\x81\x81", "\xC3",     "\xE2"};
 
 class Room : public testing::TestWithParam<std::tuple<Codeset (*)(), bool>> {
   protected:
@@ -237,6 +238,32 @@ TEST_P(Room, EncodesTextLikeTheModel) {
         for (size_t room = round % 7; room <= bytes + 2; room += 1 + below(9)) check(-1, room, static_cast<int>(room));
         if (model.wide_text(whole, -1, bytes).result >= 0) check(-1, bytes, INT_MAX);
         for (size_t len = 0; len <= plain.size(); len += 1 + below(5)) check(static_cast<int>(len), bytes, static_cast<int>(bytes));
+    }
+}
+
+// As many characters as there is room for are all that may be there, with no terminator behind them.
+TEST_P(Room, NothingIsReadBehindTheLastCharacter) {
+    for (const size_t count : {1, 30, 47, 49, 100, 1500, 4000}) {
+        for (const std::string &character : {all['a'], all.back()}) {
+            const auto n = static_cast<int>(count);
+            std::string text;
+            for (size_t i = 0; i < count; ++i) text += character;
+            const std::vector<gl_wchar> values(count, wide(character));
+            std::vector<gl_wchar> decoded(count);
+            EXPECT_EQ(_gl_im_mbstowcs(&locale, decoded.data(), Guarded<char>(text), n), n);
+            EXPECT_EQ(decoded, values);
+            std::string encoded(text.size(), '?');
+            const Guarded<gl_wchar> wide_text(values);
+            EXPECT_EQ(gl_full_wcstombs(&locale, encoded.data(), wide_text, static_cast<int>(text.size())), text.size());
+            EXPECT_EQ(encoded, text);
+            const Guarded<char> cut(std::string_view(text).substr(0, text.size() - 1));
+            const int left = static_cast<int>(text.size()) - 1;
+            EXPECT_EQ(_qbx_gl_im_mbfslen(&locale, cut, left), character.size() == 1 ? n - 1 : -1);
+        }
+    }
+    for (const std::string_view cut : {"\xE3\0", "\x81\0", "\x8F\0"}) {
+        gl_wchar wc;
+        gl_mbtowc(&locale, &wc, Guarded<char>({cut.data(), 2}), 4);
     }
 }
 

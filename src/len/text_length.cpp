@@ -1,6 +1,7 @@
 // The length of text in characters.
 #include "ext/error.h"
 #include "multi/table.h"
+#include "qbnxdl/served.h"
 
 #include <algorithm>
 
@@ -8,8 +9,15 @@ using namespace qbgl;
 
 namespace {
 
-// As many bytes as any character has, however long the text is.
 int length_at(gl_locale *locale, const char *s) { return gl_full_mblen(locale, s, MAX_KEY); }
+
+// The same of text with a length: what is cut by its end is no character. The extension is told of as many bytes as any character
+// has, however many are left.
+int length_at(gl_locale *locale, const char *s, int left) {
+    if (served_by_extension(locale, GL_CAT_CTYPE)) return length_at(locale, s);
+    const int length = gl_full_mblen(locale, s, std::min(left, MAX_KEY));
+    return length >= 0 ? length : fail(locale, GL_EILSEQ, -1);
+}
 
 } // namespace
 
@@ -25,7 +33,7 @@ int _qbx_gl_im_mbfslen(gl_locale *locale, const char *s, int len) {
     if (locale->single_byte != 0 && len >= 0) return len;
     int count = 0, at = 0;
     while (at < len) {
-        const int length = length_at(locale, s + at);
+        const int length = length_at(locale, s + at, len - at);
         if (length < 0) return -1;
         at += length > 0 ? length : std::max(shortest, 1);
         ++count;

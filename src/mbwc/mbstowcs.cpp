@@ -60,6 +60,12 @@ template <TextShape SHAPE, bool TERMINATED>
     return stop;
 }
 
+// Where terminated text ends, as far as it is looked at ahead; `room` characters of it may be all that is there.
+const uint8_t *find_end(const uint8_t *in, ptrdiff_t room) {
+    if (room >= SCAN) return find_zero(in, SCAN);
+    return find_zero(in, std::min(room * MAX_KEY, page_end(in + room - 1) - in));
+}
+
 // Text up to this long goes character by character, before blocks are prepared for.
 constexpr int SHORT = 48;
 
@@ -74,8 +80,7 @@ template <TextShape SHAPE> Stop decode_text(gl_locale *locale, TextPosition &at,
             terminated ? decode_singly<SHAPE, true>(locale, at, bounds) : decode_singly<SHAPE, false>(locale, at, bounds);
         if (stop != Stop::PAUSE) return stop;
         if constexpr (SHAPE != TextShape::OTHER) {
-            const uint8_t *const bound =
-                terminated ? find_zero(at.in, std::min(out_end - at.out, SCAN / MAX_KEY) * MAX_KEY) : in_end;
+            const uint8_t *const bound = terminated ? find_end(at.in, out_end - at.out) : in_end;
             at = decode_blocks<SHAPE>(*maps_of(locale), at, bound, out_end);
             // Where blocks do not serve, a block's length of characters goes singly before they are tried again; then all the rest,
             // the terminator included.

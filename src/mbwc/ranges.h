@@ -20,6 +20,12 @@ inline constexpr int BLOCK = 16;
 // How many bytes are searched for a terminator ahead of the conversion: what fits the nearest cache.
 inline constexpr ptrdiff_t SCAN = 4096;
 
+// Where the page of memory ends in which the first byte of a value stands: text that has the value can be looked at that far.
+template <class T> const T *page_end(const T *value) {
+    constexpr uintptr_t PAGE = 4096;
+    return reinterpret_cast<const T *>((reinterpret_cast<uintptr_t>(value) | (PAGE - 1)) + 1);
+}
+
 template <class T> inline __m128i zeros_of(__m128i values) {
     const __m128i none = _mm_setzero_si128();
     return sizeof(T) == 1 ? _mm_cmpeq_epi8(values, none) : _mm_cmpeq_epi32(values, none);

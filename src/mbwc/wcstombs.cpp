@@ -55,6 +55,12 @@ int terminate(const gl_multi &table, Room room, uint8_t *out) {
     return static_cast<int>(out - room.begin);
 }
 
+// Where terminated text ends, as far as it is looked at ahead: characters that fill the bytes of room may be all that is there.
+const gl_wchar *find_end(const gl_wchar *in, ptrdiff_t room) {
+    if (room >= WIDE_SCAN * MAX_KEY) return find_zero(in, WIDE_SCAN);
+    return find_zero(in, std::min(room, page_end(in + (room - 1) / MAX_KEY) - in));
+}
+
 // Text up to this long goes character by character, before blocks are prepared for.
 constexpr int SHORT = 12;
 
@@ -80,10 +86,10 @@ template <TextShape SHAPE> [[gnu::noinline]] int encode_text(gl_locale *locale, 
             }
             out += length;
             ++in;
-            if (counted && in >= text.end) return static_cast<int>(out - room.begin);
+            if (counted ? in >= text.end : out == room.end) return static_cast<int>(out - room.begin);
         } while (in < pause);
         if constexpr (SHAPE != TextShape::OTHER) {
-            const gl_wchar *const bound = counted ? text.end : find_zero(in, std::min(room.end - out + 1, WIDE_SCAN));
+            const gl_wchar *const bound = counted ? text.end : find_end(in, room.end - out);
             const WidePosition at = encode_blocks<SHAPE>(*maps, {in, out}, bound, room.end);
             in = at.in;
             out = at.out;
