@@ -19,7 +19,6 @@
 
 #include <algorithm>
 #include <locale.h>
-#include <math.h>
 #include <stdlib.h>
 
 using namespace qbgl;
@@ -165,7 +164,8 @@ double sufficient_growth(const gl_ctype_info &info, double declared) {
             const int mapped = encode(codeset, bytes, wc);
             // Part of what cannot be encoded is written all the same.
             const double needed = static_cast<double>(mapped != 0 ? mapped : MAX_KEY) / length;
-            if (needed > ceil(growth)) growth = needed;
+            const int whole = static_cast<int>(growth); // not ceil(): without optimisation that is libm's
+            if (needed > (whole < growth ? whole + 1 : whole)) growth = needed;
         }
     };
     consider(codeset.min_length, value_at(info.case_table->default_entry));
