@@ -39,7 +39,7 @@
 #endif
 
 #define QBGL_VERSION_MAJOR 1
-#define QBGL_VERSION_MINOR 0
+#define QBGL_VERSION_MINOR 1
 #define QBGL_VERSION_PATCH 0
 
 #ifdef __cplusplus
