@@ -1,4 +1,5 @@
 // Order that is compared, told by a fingerprint, and kept.
+#include "object/seal.h"
 #include "order/fingerprint.h"
 #include "order/line_sorter.h"
 #include "order/locale.h"
@@ -31,6 +32,7 @@ struct Object {
     qbgl_test::Codeset codeset = sjis_codeset();
     Collation rules = Collation::in_order(codeset, {1, 1});
     std::string order = "";
+    bool damaged = false; // behind the rules
 
     size_t row_of(const std::string &character) const {
         return std::find_if(rules.places.begin(), rules.places.end(), [&](const auto &place) { return place.first == character; })
@@ -39,8 +41,11 @@ struct Object {
     std::vector<unsigned> &row(const std::string &character) { return rules.rows[row_of(character)]; }
     std::string write(const fs::path &path) const {
         LocaleObject object(codeset, rules.text());
-        if (!order.empty()) object.header = "FILE_TYPE=locale_object\nCOMPILER_VERSION=11\nHEADER_LINES=4\nORDER=" + order + "\n";
-        write_file(path, object.text());
+        if (!order.empty()) object.header = "FILE_TYPE=locale_object\nCOMPILER_VERSION=11\nHEADER_LINES=5\nORDER=" + order + "\n";
+        std::string text = object.text();
+        if (!order.empty()) seal(text, object.header.size());
+        if (damaged) text.back() ^= 1;
+        write_file(path, text);
         return path.string();
     }
 };
@@ -124,12 +129,15 @@ TEST_F(OrderDiff, TellsWhatMoved) {
     }
 }
 
-TEST_F(OrderDiff, BelievesEqualFingerprintsAndNoneThatAreMissing) {
+TEST_F(OrderDiff, BelievesEqualFingerprintsOfWholeObjectsOnly) {
     Object before, after;
     std::swap(after.row("b"), after.row("c"));
     EXPECT_FALSE(report(before, after).same);
     before.order = after.order = "0123";
     EXPECT_EQ(report(before, after).text, "Both have the order 0123: order and sort keys are the same.\n");
+    after.damaged = true;
+    EXPECT_THROW(report(before, after), DataError);
+    after.damaged = false;
     after.codeset.name = "8859-15";
     after.order = "0124";
     EXPECT_THROW(report(before, after), DataError) << "another codeset";
@@ -167,7 +175,7 @@ TEST(OrderFingerprint, OfAnObjectIsThatOfItsRulesAndCharacters) {
     const auto characters = [&](const char *name) {
         return characters_fingerprint(*library.codeset(*library.catalogue().find(name)));
     };
-    EXPECT_EQ(read_order_fingerprint(object), order_fingerprint(characters("8859-1"), section));
+    EXPECT_EQ(header_value(text, ORDER_LINE), order_fingerprint(characters("8859-1"), section));
     EXPECT_NE(characters("8859-1"), characters("8859-15"));
     EXPECT_NE(order_fingerprint("", section), order_fingerprint("", section + "\n"));
 }

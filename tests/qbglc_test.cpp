@@ -3,13 +3,20 @@
 #include "installation/tree.h"
 #include "object/charmap.h"
 #include "object/conversion.h"
+#include "object/seal.h"
 #include "recipe/catalogue.h"
 #include "support/files.h"
 #include "system/error.h"
+#include "system/file.h"
+#include "system/lock.h"
 #include "system/process.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+
+#include <atomic>
+#include <sys/stat.h>
+#include <thread>
 
 using namespace qbgl::compiler;
 namespace fs = std::filesystem;
@@ -139,8 +146,9 @@ TEST(Join, ShiftsBothSides) {
     const auto unicode = unicode_codeset("ucs-2le", "u");
     EXPECT_EQ(dump(join(stateful, *unicode, {}).shifted).substr(0, 13), "4445:12:4230 ")
         << "the stateful conversion copies bytes as they are";
-    const std::string text = conversion_object(out, conversion_header({"X=1"})); // grows by a shift byte and two more for one
-    EXPECT_NE(text.find("HEADER_LINES=4\nX=1\n0 1\n10e10f00\n1 2 0 0 1 1\n0\n3.0\n1 1 3 00\n"), std::string::npos) << text;
+    std::string text = conversion_object(out, conversion_header({"X=1"})); // grows by a shift byte and two more for one
+    text.erase(text.find(CHECKSUM_LINE), CHECKSUM_LINE.size() + 17);
+    EXPECT_NE(text.find("HEADER_LINES=5\nX=1\n0 1\n10e10f00\n1 2 0 0 1 1\n0\n3.0\n1 1 3 00\n"), std::string::npos) << text;
 }
 
 TEST(ConversionObject, RefusesWhatNoReaderCouldTake) {
@@ -153,7 +161,7 @@ TEST(ConversionObject, RefusesWhatNoReaderCouldTake) {
 TEST(CharmapObject, ListsAllNamesSoThatTheFirstOfSeveralCounts) {
     const auto body = [](const std::string &lines, char32_t below = CODE_LIMIT) {
         const std::string object = charmap_object(symbolic_names(charmap(lines), below), "");
-        return object.substr(object.find('\n') + 1);
+        return object.substr(object.find("###") + 12);
     };
     const std::pair<const char *, const char *> cases[] = {
         {"<j0101>...<j0104> /d129/d254\n<j0105> /d130/d002\n", "r 5 j0101 101 5 2 81fe\n"},
@@ -173,7 +181,7 @@ TEST(CharmapObject, ListsAllNamesSoThatTheFirstOfSeveralCounts) {
     };
     for (const auto &[lines, expected] : cases) EXPECT_EQ(body(lines), expected) << lines;
     EXPECT_EQ(body("<U20000> /x81\n<U00020001> /x82\n", 0x20001), "s 6 U20000 1 81\n"); // the first is no code's name
-    EXPECT_EQ(charmap_header("t", {"X=1"}), "FILE_TYPE=charmap_object\nCOMPILER_VERSION=3\nHEADER_LENGTH=6\nCODESET=t\n"
+    EXPECT_EQ(charmap_header("t", {"X=1"}), "FILE_TYPE=charmap_object\nCOMPILER_VERSION=3\nHEADER_LENGTH=7\nCODESET=t\n"
                                             "SOURCE_VERSION=1\nX=1\n");
 }
 
@@ -218,40 +226,158 @@ TEST(Process, FeedsCollectsAndReports) {
     EXPECT_THROW(run_process({"/nonexistent/program"}), SystemError);
 }
 
-TEST(Tree, IsBuiltOnceSkippedAndCleanedUp) {
-    const qbgl_test::TempDir root;
-    const fs::path data = root.path() / "data", objects = root.path() / "out/vrn/cv9";
-    const auto charmap_of_one = [&](const std::string &body) {
-        qbgl_test::write_file(data / "charmaps/one", "CHARMAP\n<U0041> \\x41\n" + body + "END CHARMAP\n");
-    };
-    charmap_of_one("<U0000> \\x00\n");
-    qbgl_test::write_file(data / "codesets",
-                          "one 1 - charmap ./one\nuno 1 same\ntwo 2 - unicode ucs-2le\nnil 3 - none no reason\n");
-    qbgl_test::write_file(data / "conversions", "one two\n");
-    qbgl_test::write_file(data / "substitutions", "except 41\n");
-    const auto build = [&] {
-        Library library(data);
-        return build_tree(library, root / "out", 2, [](size_t, size_t) {});
-    };
+TEST(Seal, ShowsAnyDamage) {
+    std::string object = "A=1\nB=2\nHEADER_LINES=5\nORDER=x\nbody of some words";
+    seal(object, object.find("body"));
+    EXPECT_EQ(check_seal(object), Seal::WHOLE) << object;
+    EXPECT_EQ(header_value(object, "ORDER="), "x");
+    EXPECT_EQ(header_value(object, "body"), "") << "no line of the header";
+    size_t unseen = 0;
+    for (size_t i = 0; i < object.size(); ++i)
+        for (int bit = 0; bit < 8; ++bit) {
+            std::string damaged = object;
+            damaged[i] = static_cast<char>(damaged[i] ^ 1 << bit);
+            unseen += check_seal(damaged) == Seal::WHOLE;
+        }
+    EXPECT_EQ(unseen, 0u);
+    EXPECT_EQ(check_seal(object.substr(0, object.size() - 1)), Seal::BROKEN);
+    EXPECT_EQ(check_seal(object + '\0'), Seal::BROKEN);
+    EXPECT_EQ(check_seal("A\nB\nHEADER_LINES=3\nbody"), Seal::NONE);
+}
+
+TEST(File, LinksAndPipesAreWrittenTo) {
+    const qbgl_test::TempDir directory;
+    const fs::path file = directory.path() / "file", link = directory.path() / "link", pipe = directory.path() / "pipe";
+    fs::create_symlink("file", link); // leads nowhere yet
+    write_named_file(link, "one");
+    EXPECT_EQ(read_file(file), "one");
+    write_named_file(link, "two");
+    EXPECT_EQ(read_file(file), "two");
+    EXPECT_TRUE(fs::is_symlink(link));
+    write_named_file("/dev/null", "three");
+    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::string read;
+    std::jthread reader([&] { read = read_file(pipe); });
+    write_named_file(pipe, std::string(1 << 20, 'x'));
+    reader.join();
+    EXPECT_EQ(read.size(), size_t{1} << 20);
+    EXPECT_TRUE(fs::is_fifo(pipe));
+    EXPECT_THROW(write_named_file(directory.path(), "four"), SystemError);
+}
+
+// A tree of one locale and two conversions, whose sources a test changes.
+class Tree : public testing::Test {
+  protected:
+    void SetUp() override {
+        write_charmap("<U0000> \\x00\n");
+        write_locale("a", "yes");
+        const std::pair<const char *, const char *> recipes[] = {
+            {"codesets", "one 1 - charmap ./one\nuno 1 same\ntwo 2 - unicode ucs-2le\nnil 3 - none no reason\n"},
+            {"conversions", "one two\n"},
+            {"locales", ""},
+            {"substitutions", "except 41\n"}};
+        for (const auto &[name, text] : recipes) qbgl_test::write_file(data_ / name, text);
+    }
+    void write_charmap(const std::string &body) {
+        qbgl_test::write_file(data_ / "charmaps/one", "CHARMAP\n<U0041> \\x41\n" + body + "END CHARMAP\n");
+    }
+    // Its order begins with one of the letters a and b, which stand at 61 and 62; yes is its yesexpr.
+    void write_locale(const std::string &first, const std::string &yes) {
+        std::string text = "LC_CTYPE\nEND LC_CTYPE\nLC_COLLATE\norder_start forward\n<" + first +
+                           ">\nUNDEFINED\norder_end\nEND LC_COLLATE\nLC_MESSAGES\nyesexpr \"" + yes + "\"\nEND LC_MESSAGES\n";
+        for (const char *category : {"LC_NUMERIC", "LC_MONETARY"}) text += std::string(category) + "\nEND " + category + "\n";
+        text += "LC_TIME\nabday \"\";\"\";\"\";\"\";\"\";\"\";\"\"\nday \"\";\"\";\"\";\"\";\"\";\"\";\"\"\n";
+        for (const char *list : {"abmon", "mon"})
+            text += std::string(list) + " \"\";\"\";\"\";\"\";\"\";\"\";\"\";\"\";\"\";\"\";\"\";\"\"\n";
+        qbgl_test::write_file(data_ / "locale", text + "END LC_TIME\n");
+    }
+    TreeReport build(bool accept_changes = false) {
+        Library library(data_);
+        return build_tree(library, root_.path() / "out", {.threads = 2, .accept_changes = accept_changes});
+    }
+    std::vector<std::string> verify() {
+        Library library(data_);
+        auto findings = verify_tree(library, root_.path() / "out", {});
+        for (std::string &finding : findings) finding.erase(0, (root_.path() / "out/vrn/").string().size());
+        return findings;
+    }
+
+    const qbgl_test::TempDir root_;
+    const fs::path data_ = root_.path() / "data", objects_ = root_.path() / "out/vrn/cv9";
+};
+
+TEST_F(Tree, IsBuiltOnceSkippedAndCleanedUp) {
     EXPECT_EQ(build().written, 3u);
-    EXPECT_TRUE(read_file(objects / "../cm3/0001.cmo").ends_with("\ns 3 NUL 1 00\ns 5 U0000 1 00\ns 5 U0041 1 41\n"));
-    EXPECT_EQ(fs::read_symlink(objects / "uno_two.cvo"), "00010002.cvo");
-    EXPECT_EQ(read_file(objects / "../cm3/registry").substr(0, 1), "#");
-    const std::string first = read_file(objects / "00020001.cvo");
+    EXPECT_TRUE(read_file(objects_ / "../cm3/0001.cmo").ends_with("\ns 3 NUL 1 00\ns 5 U0000 1 00\ns 5 U0041 1 41\n"));
+    EXPECT_EQ(fs::read_symlink(objects_ / "uno_two.cvo"), "00010002.cvo");
+    EXPECT_EQ(read_file(objects_ / "../cm3/registry").substr(0, 1), "#");
+    const std::string first = read_file(objects_ / "00020001.cvo");
+    EXPECT_EQ(verify(), std::vector<std::string>{});
 
     for (const char *name : {"00050006.cvo", "00010002.cvo.9.new", "notes", "../cm3/0007.cmo"})
-        qbgl_test::write_file(objects / name, "stale");
+        qbgl_test::write_file(objects_ / name, "stale");
     const TreeReport report = build();
     EXPECT_EQ(report.written, 0u);
     EXPECT_EQ(report.removed, 3u);
-    EXPECT_TRUE(fs::exists(objects / "notes")) << "the user's";
+    EXPECT_TRUE(fs::exists(objects_ / "notes")) << "the user's";
 
-    fs::remove(objects / "00020001.cvo");
+    fs::remove(objects_ / "00020001.cvo");
+    EXPECT_EQ(verify(), std::vector<std::string>{"cv9/00020001.cvo: is missing"});
     EXPECT_EQ(build().written, 1u);
-    EXPECT_EQ(read_file(objects / "00020001.cvo"), first);
+    EXPECT_EQ(read_file(objects_ / "00020001.cvo"), first);
 
-    charmap_of_one("<U0042> \\x41\\x42\n");
+    std::string damaged = first;
+    damaged.back() ^= 2;
+    qbgl_test::write_file(objects_ / "00020001.cvo", damaged);
+    EXPECT_EQ(verify(), std::vector<std::string>{"cv9/00020001.cvo: is damaged"});
+    EXPECT_EQ(build().damaged.size(), 1u);
+    EXPECT_EQ(read_file(objects_ / "00020001.cvo"), first);
+
+    write_charmap("<U0042> \\x41\\x42\n");
     EXPECT_THROW(build(), DataError);
-    EXPECT_EQ(read_file(objects / "00020001.cvo"), first) << "a failed run leaves the old object";
-    for (const auto &entry : fs::directory_iterator(objects)) EXPECT_FALSE(entry.path().string().ends_with(".new")) << entry.path();
+    EXPECT_EQ(read_file(objects_ / "00020001.cvo"), first) << "a failed run leaves the old object";
+    for (const auto &entry : fs::directory_iterator(objects_))
+        EXPECT_FALSE(entry.path().string().ends_with(".new")) << entry.path();
+}
+
+TEST_F(Tree, KeepsLocalesThatChangedUntilToldOtherwise) {
+    write_charmap("<U0000>..<U007F> \\x00\n");
+    qbgl_test::write_file(data_ / "locales", "xx_yy " + (data_ / "locale").string() + " one\n");
+    const fs::path object = objects_ / "../lc11/xx_yy/0001.lco";
+    EXPECT_EQ(build().changes.size(), 0u);
+    struct Case {
+        const char *first, *yes, *change; // null where there is none to be told
+    };
+    const Case cases[] = {{"a", "y", nullptr}, {"b", "y", "texts have another order"}, {"b", "\u00E9", "its codeset cannot carry"}};
+    for (const auto &[first, yes, change] : cases) {
+        SCOPED_TRACE(yes + std::string(first));
+        write_locale(first, yes);
+        const std::string old = read_file(object);
+        const TreeReport report = build();
+        EXPECT_EQ(report.changes.size(), change ? 1u : 0u);
+        EXPECT_EQ(read_file(object) == old, change != nullptr);
+        if (!change) continue;
+        EXPECT_NE(report.changes.at(0).find(change), std::string::npos) << report.changes.at(0);
+        EXPECT_NE(report.changes.at(0).find("0001.lco"), std::string::npos) << report.changes.at(0);
+        EXPECT_EQ(build(true).changes.size(), 1u);
+        EXPECT_TRUE(!fs::exists(object) || read_file(object) != old);
+    }
+    EXPECT_FALSE(fs::exists(object));
+}
+
+TEST_F(Tree, RunsWaitForOneAnother) {
+    build();
+    std::atomic<bool> waited = false;
+    std::jthread second;
+    {
+        const DirectoryLock first(root_.path() / "out/vrn", DirectoryLock::Kind::WRITER, [] {});
+        second = std::jthread([&] {
+            Library library(data_);
+            build_tree(library, root_.path() / "out", {.waits = [&] { waited = true; }});
+        });
+        while (!waited) std::this_thread::yield();
+    }
+    second.join();
+    EXPECT_EQ(verify(), std::vector<std::string>{});
 }

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-enum ExitStatus { EXIT_OK = 0, EXIT_DATA = 1, EXIT_CALL = 2, EXIT_SYSTEM = 3 };
+enum ExitStatus { EXIT_OK = 0, EXIT_DATA = 1, EXIT_CALL = 2, EXIT_SYSTEM = 3, EXIT_CHANGE = 4 };
 
 // The recipes that belong to this program: installed beside it, or those of the source tree in whose build directory it stands.
 fs::path default_data_directory() {
@@ -36,14 +36,22 @@ struct Options {
     std::string source, target, output, directory, calendar = "gregorian", strings;
     size_t shown = 10;
     unsigned threads = std::max(1u, std::thread::hardware_concurrency());
+    bool accept_changes = false, verify = false;
 
     fs::path data_directory() const { return data.empty() ? default_data_directory() : fs::path(data); }
 };
 
-void warn(const std::string &text) { fmt::print(stderr, "qbglc: warning: {}\n", text); }
+// A text may have several lines; each says whose it is.
+void complain(std::string_view text, std::string_view kind = "") {
+    for (size_t end; !text.empty(); text.remove_prefix(std::min(end + 1, text.size()))) {
+        end = std::min(text.find('\n'), text.size());
+        fmt::print(stderr, "qbglc: {}{}\n", kind, text.substr(0, end));
+    }
+}
+void warn(const std::string &text) { complain(text, "warning: "); }
 
 void write_output(const std::string &file, const std::string &content) {
-    if (file != "-") return replace_file(file, content);
+    if (file != "-") return write_named_file(file, content);
     if (std::fwrite(content.data(), 1, content.size(), stdout) != content.size() || std::fflush(stdout) != 0)
         throw SystemError("standard output: cannot be written");
 }
@@ -108,20 +116,31 @@ void charmap(const Options &options) {
     write_output(options.output.empty() ? name + ".cmo" : options.output, object);
 }
 
-void tree(const Options &options) {
+ExitStatus tree(const Options &options) {
     Library library(options.data_directory());
     const bool terminal = isatty(STDERR_FILENO) == 1;
-    const auto progress = [&](size_t done, size_t all) {
+    TreeOptions tree{options.threads, options.accept_changes};
+    tree.progress = [&](size_t done, size_t all) {
         if (terminal) fmt::print(stderr, "\rqbglc: {} of {} objects{}", done, all, done == all ? "\n" : "");
     };
-    const TreeReport report = build_tree(library, options.directory, options.threads, progress);
+    tree.waits = [&] { complain(options.directory + ": another run is at work on it; waiting for its end"); };
+    if (options.verify) {
+        const std::vector<std::string> findings = verify_tree(library, options.directory, tree);
+        for (const std::string &finding : findings) complain(finding);
+        return findings.empty() ? EXIT_OK : EXIT_DATA;
+    }
+    const TreeReport report = build_tree(library, options.directory, tree);
     for (const std::string &warning : library.take_warnings()) warn(warning);
-    for (const std::string &text : report.left_out) warn("locale left out: " + text);
+    for (const std::string &text : report.damaged) warn(text);
+    for (const std::string &text : report.changes) warn(text);
     if (report.inexact > 0)
         warn(fmt::format("{} remarks on the order of texts, which `qbglc locale` makes in full", report.inexact));
     fmt::print("{}: {} locales, {} conversions with {} names, {} charmaps: {} objects written, {} old files removed\n",
-               options.directory, report.locales - report.left_out.size(), report.conversions, report.links, report.charmaps,
-               report.written, report.removed);
+               options.directory, report.locales, report.conversions, report.links, report.charmaps, report.written,
+               report.removed);
+    if (report.changes.empty() || options.accept_changes) return EXIT_OK;
+    complain("what keeps sort keys must know of these changes; `qbglc diff` shows them, --accept-changes makes them");
+    return EXIT_CHANGE;
 }
 
 // For a script, "they differ" must not look like "they could not be compared": what is wrong with the objects counts as a wrong
@@ -141,7 +160,7 @@ ExitStatus diff(const Options &options) {
         write_output("-", report.text);
         return report.same ? EXIT_OK : EXIT_DATA;
     } catch (const DataError &error) {
-        fmt::print(stderr, "qbglc: {}\n", error.what());
+        complain(error.what());
         return EXIT_CALL;
     }
 }
@@ -159,7 +178,7 @@ int run(int argc, char **argv) {
     CLI::App app("Compiles charmaps and locale definitions into objects and whole installation trees.", "qbglc");
     app.set_version_flag("--version", fmt::format("qbglc {}.{}.{}", QBGL_VERSION_MAJOR, QBGL_VERSION_MINOR, QBGL_VERSION_PATCH));
     app.require_subcommand(1);
-    app.footer("Exit status: 0 done, 1 wrong data, 2 wrong call, 3 the system refused something.");
+    app.footer("Exit status: 0 done, 1 wrong data, 2 wrong call, 3 the system refused something, 4 locales have changed (tree).");
     Options options;
     ExitStatus status = EXIT_OK;
 
@@ -187,9 +206,13 @@ int run(int argc, char **argv) {
         write_output(o.output.empty() ? "-" : o.output, Catalogue::load(o.data_directory()).registry());
     });
     sub->add_option("-o,--output", options.output, "file to write (default: standard output)");
-    sub = command("tree", "bring an installation tree up to date", tree);
+    sub = command("tree", "bring an installation tree up to date", nullptr);
     sub->add_option("DIRECTORY", options.directory, "what QUORBANEDIR will point to")->required();
     sub->add_option("-j,--jobs", options.threads, "number of threads (default: one for each processor)")->check(CLI::Range(1, 256));
+    sub->add_flag("--accept-changes", options.accept_changes,
+                  "replace locales whose order of texts changed, and remove those that their codeset no longer carries");
+    sub->add_flag("--verify", options.verify, "change nothing; name what is damaged, missing or out of date (exit status 1)");
+    sub->callback([&] { status = tree(options); });
     sub = command("diff", "tell whether two locale objects order texts differently (exit status 1: they do)", nullptr);
     sub->add_option("OLD", options.source, "a locale object")->required();
     sub->add_option("NEW", options.target, "another one of the same codeset")->required();
@@ -210,17 +233,17 @@ int run(int argc, char **argv) {
 } // namespace
 
 int main(int argc, char **argv) {
-    const auto complain = [](const char *what, ExitStatus status) {
-        fmt::print(stderr, "qbglc: {}\n", what);
+    const auto end = [](const char *what, ExitStatus status) {
+        complain(what);
         return static_cast<int>(status);
     };
     try {
         return run(argc, argv);
     } catch (const DataError &error) {
-        return complain(error.what(), EXIT_DATA);
+        return end(error.what(), EXIT_DATA);
     } catch (const std::bad_alloc &) {
-        return complain("out of memory", EXIT_SYSTEM);
+        return end("out of memory", EXIT_SYSTEM);
     } catch (const std::exception &error) {
-        return complain(error.what(), EXIT_SYSTEM);
+        return end(error.what(), EXIT_SYSTEM);
     }
 }

@@ -5,8 +5,12 @@
 #include "locale/encoder.h"
 #include "object/charmap.h"
 #include "object/conversion.h"
+#include "object/seal.h"
+#include "order/fingerprint.h"
 #include "recipe/locales.h"
 #include "system/error.h"
+#include "system/file.h"
+#include "system/lock.h"
 #include "system/parallel.h"
 
 #include <qbgl.h>
@@ -15,7 +19,6 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <map>
 #include <mutex>
 #include <set>
@@ -26,30 +29,42 @@ namespace fs = std::filesystem;
 
 namespace {
 
+enum class State { MISSING, OUTDATED, DAMAGED, CURRENT };
+
 struct Task {
     fs::path path;
     std::string header;
     std::vector<size_t> codesets;
     std::function<std::string()> object;
+    State state = State::MISSING;
 };
 
-bool begins_with(const fs::path &path, const std::string &header) {
-    std::ifstream file(path, std::ios::binary);
-    std::string start(header.size(), '\0');
-    return file.read(start.data(), static_cast<std::streamsize>(start.size())) && start == header;
+State state_of(const fs::path &path, const std::string &header) {
+    if (!fs::is_regular_file(fs::symlink_status(path))) return State::MISSING;
+    const std::string text = read_file(path);
+    const Seal seal = check_seal(text);
+    if (seal == Seal::BROKEN) return State::DAMAGED;
+    if (text.starts_with(header)) return seal == Seal::WHOLE ? State::CURRENT : State::DAMAGED;
+    return State::OUTDATED;
 }
 
-// Replaces a file only when its content differs, so that its time tells of a change.
-bool update_file(const fs::path &path, const std::string &content) {
-    if (fs::is_regular_file(path) && fs::file_size(path) == content.size() && read_file(path) == content) return false;
-    replace_file(path, content);
-    return true;
+// The fingerprint of the order that an object has, damaged or not; empty for what has none.
+std::string order_of(const fs::path &path) {
+    if (!fs::is_regular_file(fs::symlink_status(path))) return {};
+    return std::string(header_value(read_file(path), ORDER_LINE));
+}
+
+bool has_content(const fs::path &path, const std::string &content) {
+    return fs::is_regular_file(path) && fs::file_size(path) == content.size() && read_file(path) == content;
+}
+
+bool leads_to(const fs::path &link, const std::string &target) {
+    return fs::is_symlink(fs::symlink_status(link)) && fs::read_symlink(link) == target;
 }
 
 void update_link(const fs::path &path, const std::string &target) {
-    const fs::file_status status = fs::symlink_status(path);
-    if (fs::is_symlink(status) && fs::read_symlink(path) == target) return;
-    if (fs::exists(status)) fs::remove(path);
+    if (leads_to(path, target)) return;
+    if (fs::exists(fs::symlink_status(path))) fs::remove(path);
     fs::create_symlink(target, path);
 }
 
@@ -68,10 +83,11 @@ std::map<std::string, std::string> links_of(const Catalogue &catalogue, const st
     return links;
 }
 
-// Removes objects and links that are not wanted, and what an interrupted run left.
-size_t remove_others(const fs::path &directory, const std::map<std::string, std::string> &links,
-                     const std::set<fs::path> &objects) {
+// Objects and links that are not wanted, and what an interrupted run left.
+std::vector<fs::path> others_in(const fs::path &directory, const std::map<std::string, std::string> &links,
+                                const std::set<fs::path> &objects) {
     std::vector<fs::path> others;
+    if (!fs::is_directory(directory)) return others;
     for (const fs::directory_entry &entry : fs::recursive_directory_iterator(directory)) {
         const std::string name = entry.path().filename().string();
         const bool ours =
@@ -79,36 +95,82 @@ size_t remove_others(const fs::path &directory, const std::map<std::string, std:
         const bool wanted = entry.is_symlink() ? links.contains(name) : objects.contains(entry.path());
         if (ours && !wanted) others.push_back(entry.path());
     }
-    for (const fs::path &other : others) {
-        fs::remove(other);
-        if (other.parent_path() != directory && fs::is_empty(other.parent_path())) fs::remove(other.parent_path());
-    }
-    return others.size();
+    return others;
 }
 
 // The steps of one run.
 class TreeBuilder {
   public:
-    TreeBuilder(Library &library, const fs::path &directory, unsigned threads)
-        : library_(library), locales_(library), root_(directory / "vrn"), threads_(threads) {}
+    TreeBuilder(Library &library, const fs::path &directory, const TreeOptions &options)
+        : library_(library), locales_(library), root_(directory / "vrn"), options_(options) {}
 
-    TreeReport build(const std::function<void(size_t, size_t)> &progress) {
+    TreeReport build() {
         for (const char *name : {"lc11", "cm3", "cv9", "etc", "dll"}) fs::create_directories(root_ / name);
-        plan_conversions();
-        plan_locales();
-        plan_charmaps();
-        update_file(root_ / "cm3" / "registry", library_.catalogue().registry());
-        report_.removed = remove_others(root_ / "cv9", links_, wanted_) + remove_others(root_ / "lc11", {}, wanted_) +
-                          remove_others(root_ / "cm3", {}, wanted_);
-        std::erase_if(tasks_, [](const Task &task) { return begins_with(task.path, task.header); });
+        const DirectoryLock lock(root_, DirectoryLock::Kind::WRITER, options_.waits);
+        plan_all();
+        if (!has_content(registry(), library_.catalogue().registry())) replace_file(registry(), library_.catalogue().registry());
+        remove_others();
+        find_states();
+        std::erase_if(tasks_, [](const Task &task) { return task.state == State::CURRENT; });
         load_codesets();
-        make_objects(progress);
+        make_objects();
         for (const auto &[name, object] : links_) update_link(root_ / "cv9" / name, object);
         report_.inexact = locales_.take_warnings().size();
+        errors_.throw_if_any();
         return std::move(report_);
     }
 
+    std::vector<std::string> verify() {
+        if (!fs::is_directory(root_)) throw DataError(root_.string() + ": no installation");
+        const DirectoryLock lock(root_, DirectoryLock::Kind::READER, options_.waits);
+        plan_all();
+        errors_.throw_if_any();
+        find_states();
+        std::vector<std::string> findings;
+        const auto find = [&](const fs::path &path, const char *what) { findings.push_back(path.string() + ": " + what); };
+        for (const Task &task : tasks_) {
+            if (task.state == State::MISSING) find(task.path, "is missing");
+            if (task.state == State::OUTDATED) find(task.path, "is out of date");
+            if (task.state == State::DAMAGED) find(task.path, "is damaged");
+        }
+        if (!has_content(registry(), library_.catalogue().registry())) find(registry(), "is out of date");
+        for (const auto &[name, object] : links_)
+            if (!leads_to(root_ / "cv9" / name, object)) find(root_ / "cv9" / name, "is no link to its object");
+        for (const fs::path &other : others()) find(other, "is not in the recipes");
+        std::sort(findings.begin(), findings.end());
+        return findings;
+    }
+
   private:
+    fs::path registry() const { return root_ / "cm3" / "registry"; }
+
+    void plan_all() {
+        plan_conversions();
+        plan_locales();
+        plan_charmaps();
+    }
+    void find_states() {
+        parallel_for(tasks_.size(), options_.threads,
+                     [&](size_t i) { tasks_[i].state = state_of(tasks_[i].path, tasks_[i].header); });
+    }
+
+    std::vector<fs::path> others() const {
+        std::vector<fs::path> result;
+        for (const char *directory : {"cv9", "lc11", "cm3"}) {
+            const auto more = others_in(root_ / directory, directory == std::string_view("cv9") ? links_ : no_links_, wanted_);
+            result.insert(result.end(), more.begin(), more.end());
+        }
+        return result;
+    }
+    void remove_others() {
+        for (const fs::path &other : others()) {
+            fs::remove(other);
+            const fs::path directory = other.parent_path();
+            if (directory.parent_path() != root_ && fs::is_empty(directory)) fs::remove(directory);
+            ++report_.removed;
+        }
+    }
+
     void plan(Task task) {
         wanted_.insert(task.path);
         tasks_.push_back(std::move(task));
@@ -139,13 +201,18 @@ class TreeBuilder {
         if (!fs::exists(recipe)) return;
         const std::vector<LocaleTask> wanted = parse_locales(library_.catalogue(), read_file(recipe), recipe.string());
         report_.locales = wanted.size();
-        parallel_for(wanted.size(), threads_, [&](size_t i) { locales_.definition(wanted[i].definition); });
+        parallel_for(wanted.size(), options_.threads,
+                     [&](size_t i) { errors_.collect([&] { locales_.definition(wanted[i].definition); }); });
         for (const LocaleTask &locale : wanted) {
-            const std::string header = locales_.header(locale.definition, locale.codeset, locale.calendar, locale.collation);
-            plan({root_ / "lc11" / locale.file, header, {locale.codeset}, [this, locale, header] {
-                      return locales_.object(locale.definition, locales_.target(locale.codeset), locale.codeset_name,
-                                             locale.calendar, header, locale.collation);
-                  }});
+            const fs::path path = root_ / "lc11" / locale.file;
+            wanted_.insert(path); // also with a definition that is wrong: the object that is there stays
+            errors_.collect([&] {
+                const std::string header = locales_.header(locale.definition, locale.codeset, locale.calendar, locale.collation);
+                plan({path, header, {locale.codeset}, [this, locale, header] {
+                          return locales_.object(locale.definition, locales_.target(locale.codeset), locale.codeset_name,
+                                                 locale.calendar, header, locale.collation);
+                      }});
+            });
         }
     }
 
@@ -165,42 +232,64 @@ class TreeBuilder {
         std::set<size_t> needed;
         for (const Task &task : tasks_) needed.insert(task.codesets.begin(), task.codesets.end());
         const std::vector<size_t> codesets(needed.begin(), needed.end());
-        parallel_for(codesets.size(), threads_, [&](size_t i) { library_.codeset(codesets[i]); });
+        std::vector<size_t> sizes(codesets.size());
+        parallel_for(codesets.size(), options_.threads,
+                     [&](size_t i) { errors_.collect([&] { sizes[i] = library_.codeset(codesets[i])->read().size(); }); });
+        for (size_t i = 0; i < codesets.size(); ++i) sizes_[codesets[i]] = sizes[i];
     }
 
     // The big ones first, so that the threads end together.
-    void make_objects(const std::function<void(size_t, size_t)> &progress) {
-        const auto size = [&](const Task &task) { return library_.codeset(task.codesets[0])->read().size(); };
+    void make_objects() {
+        const auto size = [&](const Task &task) { return sizes_[task.codesets[0]]; };
         std::stable_sort(tasks_.begin(), tasks_.end(), [&](const Task &a, const Task &b) { return size(a) > size(b); });
-        std::mutex mutex;
         size_t done = 0;
-        parallel_for(tasks_.size(), threads_, [&](size_t i) {
-            std::string left_out;
-            try {
-                const std::string object = tasks_[i].object();
-                fs::create_directories(tasks_[i].path.parent_path());
-                replace_file(tasks_[i].path, object);
-            } catch (const EncodingError &error) {
-                left_out = error.what();
-                fs::remove(tasks_[i].path);
-            }
-            const std::lock_guard lock(mutex);
-            if (left_out.empty())
-                ++report_.written;
-            else
-                report_.left_out.push_back(left_out);
-            progress(++done, tasks_.size());
+        parallel_for(tasks_.size(), options_.threads, [&](size_t i) {
+            errors_.collect([&] { make_object(tasks_[i]); });
+            const std::lock_guard lock(mutex_);
+            options_.progress(++done, tasks_.size());
         });
-        std::sort(report_.left_out.begin(), report_.left_out.end());
+        std::sort(report_.changes.begin(), report_.changes.end());
+        std::sort(report_.damaged.begin(), report_.damaged.end());
+    }
+
+    void make_object(const Task &task) {
+        const std::string old_order = order_of(task.path);
+        const bool may_stay = task.state == State::OUTDATED && !old_order.empty() && !options_.accept_changes;
+        const auto change = [&](const std::string &what, const char *when_kept, const char *otherwise) {
+            const std::lock_guard lock(mutex_);
+            report_.changes.push_back(fmt::format("{}: {}; {}", task.path.string(), what, may_stay ? when_kept : otherwise));
+        };
+        std::string object;
+        try {
+            object = task.object();
+        } catch (const EncodingError &error) {
+            change(fmt::format("its codeset cannot carry {}", error.what()), "the old object stays", "left out");
+            if (!may_stay) fs::remove(task.path);
+            return;
+        }
+        if (const std::string_view order = header_value(object, ORDER_LINE); !old_order.empty() && order != old_order) {
+            change(fmt::format("texts have another order or other sort keys, {} instead of {}", order, old_order),
+                   "the old object stays", "replaced");
+            if (may_stay) return;
+        }
+        fs::create_directories(task.path.parent_path());
+        replace_file(task.path, object);
+        const std::lock_guard lock(mutex_);
+        if (task.state == State::DAMAGED) report_.damaged.push_back(task.path.string() + ": was damaged, and is made anew");
+        ++report_.written;
     }
 
     Library &library_;
     LocaleCompiler locales_;
     fs::path root_;
-    unsigned threads_;
+    const TreeOptions &options_;
     std::vector<Task> tasks_;
+    std::map<size_t, size_t> sizes_; // of codesets, in characters
     std::set<fs::path> wanted_;
     std::map<std::string, std::string> links_;
+    const std::map<std::string, std::string> no_links_;
+    ErrorList errors_;
+    std::mutex mutex_; // of the report
     TreeReport report_;
 };
 
@@ -213,9 +302,12 @@ std::string object_name(const Catalogue &catalogue, Catalogue::Pair pair) {
     return buffer.data();
 }
 
-TreeReport build_tree(Library &library, const fs::path &directory, unsigned threads,
-                      const std::function<void(size_t, size_t)> &progress) {
-    return TreeBuilder(library, directory, threads).build(progress);
+TreeReport build_tree(Library &library, const fs::path &directory, const TreeOptions &options) {
+    return TreeBuilder(library, directory, options).build();
+}
+
+std::vector<std::string> verify_tree(Library &library, const fs::path &directory, const TreeOptions &options) {
+    return TreeBuilder(library, directory, options).verify();
 }
 
 } // namespace qbgl::compiler

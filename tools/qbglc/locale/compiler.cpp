@@ -5,6 +5,7 @@
 #include "locale/encoder.h"
 #include "locale/time.h"
 #include "object/digest.h"
+#include "object/seal.h"
 #include "object/text.h"
 #include "order/fingerprint.h"
 #include "system/fingerprint.h"
@@ -131,13 +132,16 @@ std::string LocaleCompiler::object(const std::string &name, const Target &target
     const LocaleEncoder encoder(source->ctype, *target.codeset, codeset_name);
     const std::string order = collation.empty() ? collate(*source, target) : collation + '\n';
     std::string text = header;
-    text.append(ORDER_LINE) += order_fingerprint(target.characters, order) + '\n' + codeset_name + '\n';
+    text.append(ORDER_LINE) += order_fingerprint(target.characters, order) + '\n';
+    const size_t end_of_header = text.size();
+    text += codeset_name + '\n';
     text += "### LC_CTYPE\n" + ctype(*source, target);
     text += "### LC_COLLATE\n" + order;
     text += "### LC_NUMERIC\n" + numeric_section(*source, encoder);
     text += "### LC_MONETARY\n" + monetary_section(*source, encoder);
     text += "### LC_TIME\n" + time_section(*source, encoder, calendars_, calendar, language_of(name));
     text += "### LC_MESSAGES\n" + messages_section(*source, encoder);
+    seal(text, end_of_header);
     return text;
 }
 

@@ -33,7 +33,7 @@ class LocaleCompiler {
     const Target &target(size_t codeset);
     Target own_target(const std::filesystem::path &charmap, std::string &warning);
 
-    // The header, but for the fingerprint of the order: it changes whenever a source, a recipe or the compiler does.
+    // The header, but for the fingerprint of the order and the seal: it changes whenever a source, a recipe or the compiler does.
     // A collation that is given stands in place of the definition's rules.
     std::string header(const std::string &name, const std::string &codeset_mark, const std::string &calendar,
                        const std::string &collation = "");

@@ -2,6 +2,7 @@
 
 #include "definition/definition.h"
 #include "object/digest.h"
+#include "object/seal.h"
 #include "object/text.h"
 #include "system/error.h"
 #include "system/fingerprint.h"
@@ -171,7 +172,9 @@ std::string charmap_object(const std::vector<SymbolicName> &names, const std::st
     std::reverse(others.begin(), others.end());
     std::stable_partition(others.begin(), others.end(), [](const SymbolicName *name) { return name->decode_only; });
     for (const SymbolicName *name : others) body.single(*name);
-    return header + body.text;
+    std::string text = header + body.text;
+    seal(text, header.size());
+    return text;
 }
 
 } // namespace qbgl::compiler

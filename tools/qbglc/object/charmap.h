@@ -29,7 +29,7 @@ std::vector<SymbolicName> symbolic_names(Library &library, size_t codeset);
 std::string charmap_header(const std::string &codeset, const std::vector<std::string> &lines);
 std::string charmap_header(Library &library, size_t codeset);
 
-// Header and body.
+// Header, seal and body.
 std::string charmap_object(const std::vector<SymbolicName> &names, const std::string &header);
 
 } // namespace qbgl::compiler

@@ -1,5 +1,6 @@
 #include "object/conversion.h"
 
+#include "object/seal.h"
 #include "object/text.h"
 
 #include <fmt/format.h>
@@ -47,6 +48,7 @@ std::string conversion_object(const Conversion &conversion, const std::string &h
     text += fmt::format("0\n{}\n", ratio_text(conversion.growth, conversion.per));
     text += table_text(conversion.main, conversion.target.max);
     if (conversion.source_stateful) text += table_text(conversion.shifted, conversion.target.max);
+    seal(text, header.size());
     return text;
 }
 

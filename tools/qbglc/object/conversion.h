@@ -12,7 +12,7 @@ namespace qbgl::compiler {
 // when the lines name everything that the content depends on. Throws DataError for a line that a reader of objects could not take.
 std::string conversion_header(const std::vector<std::string> &lines);
 
-// Header and body. Throws DataError when one character's bytes begin another's.
+// Header, seal and body. Throws DataError when one character's bytes begin another's.
 std::string conversion_object(const Conversion &conversion, const std::string &header);
 
 } // namespace qbgl::compiler

@@ -14,7 +14,8 @@ namespace qbgl::compiler {
 
 // "FILE_TYPE=...", the version of the format, the number of lines, and the given lines. An object with the same header has the same
 // content when the lines name everything that the content depends on; `further` lines, which the caller appends, follow from the
-// content. Throws DataError for a line that a reader of objects could not take.
+// content, and so does the seal behind them, which is counted here. Throws DataError for a line that a reader of objects could not
+// take.
 std::string object_header(std::string_view file_type, unsigned version, const std::vector<std::string> &lines, size_t further = 0,
                           std::string_view count_keyword = "HEADER_LINES");
 

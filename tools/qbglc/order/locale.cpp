@@ -1,15 +1,12 @@
 #include "order/locale.h"
 
-#include "order/fingerprint.h"
 #include "system/error.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 
 namespace qbgl::compiler {
 
@@ -62,18 +59,6 @@ void add_characters(const gl_multi &table, std::string &bytes, std::vector<std::
 }
 
 } // namespace
-
-std::string read_order_fingerprint(const std::filesystem::path &object) {
-    std::ifstream file(object);
-    if (!file) throw SystemError(fmt::format("{}: {}", object.string(), std::strerror(errno)));
-    std::string line;
-    // The library skips the lines behind the third.
-    for (int i = 0; i < 3; ++i) std::getline(file, line);
-    for (long left = std::strtol(line.c_str() + std::min(line.find('=') + 1, line.size()), nullptr, 10) - 3;
-         left > 0 && std::getline(file, line); --left)
-        if (line.starts_with(ORDER_LINE)) return line.substr(ORDER_LINE.size());
-    return "";
-}
 
 OrderLocale::OrderLocale(const std::filesystem::path &object) : handle_(load(object), gl_lc_unload) {}
 

@@ -11,9 +11,6 @@
 
 namespace qbgl::compiler {
 
-// The fingerprint that an object has of its order; empty when it has none. Throws SystemError.
-std::string read_order_fingerprint(const std::filesystem::path &object);
-
 class OrderLocale {
   public:
     // Throws SystemError for a file that cannot be read, DataError for one that is no sound locale object.

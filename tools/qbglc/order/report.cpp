@@ -1,9 +1,12 @@
 #include "order/report.h"
 
 #include "locale/encoder.h"
+#include "object/seal.h"
 #include "order/compare.h"
+#include "order/fingerprint.h"
 #include "order/lines.h"
 #include "system/error.h"
+#include "system/file.h"
 
 #include <fmt/format.h>
 
@@ -82,6 +85,12 @@ const char *relation(int order) { return order < 0 ? "<" : order > 0 ? ">" : "="
 
 const char *kind_of(const OrderLocale &locale) {
     return locale.by_tables() ? "passes of weights" : locale.by_code_values() ? "code values" : "the rules of Thai";
+}
+
+// The fingerprint that an object has of its order, empty when it has none, or when nothing shows that it is that of its rules.
+std::string sealed_order(const std::filesystem::path &object) {
+    const std::string text = read_file(object);
+    return check_seal(text) == Seal::WHOLE ? std::string(header_value(text, ORDER_LINE)) : std::string();
 }
 
 // What one of two sorted lists has alone, and what both have.
@@ -211,7 +220,7 @@ class Comparison {
 } // namespace
 
 OrderReport report_order(const OrderRequest &request, const std::function<CodesetPtr(const std::string &)> &codeset_of) {
-    const std::string old_order = read_order_fingerprint(request.before), new_order = read_order_fingerprint(request.after);
+    const std::string old_order = sealed_order(request.before), new_order = sealed_order(request.after);
     if (!old_order.empty() && old_order == new_order)
         return {true, fmt::format("Both have the order {}: order and sort keys are the same.\n", old_order)};
     return Comparison(request, codeset_of).run();

@@ -20,9 +20,9 @@ struct OrderReport {
     std::string text;
 };
 
-// Nothing but the fingerprints is looked at when they are equal. `codeset_of` gives a codeset by its name, or null, to show
-// characters by. Throws SystemError, and DataError: files that are no sound objects, or objects in different codesets, or lines
-// that are no text.
+// Nothing but the fingerprints is looked at when they are equal and both objects are as they were written. `codeset_of` gives a
+// codeset by its name, or null, to show characters by. Throws SystemError, and DataError: files that are no sound objects, or
+// objects in different codesets, or lines that are no text.
 OrderReport report_order(const OrderRequest &request, const std::function<CodesetPtr(const std::string &)> &codeset_of);
 
 } // namespace qbgl::compiler

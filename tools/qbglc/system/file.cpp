@@ -7,47 +7,101 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
-#include <system_error>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace qbgl::compiler {
 
+namespace fs = std::filesystem;
+
 namespace {
 
-struct CloseFile {
-    void operator()(FILE *file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<FILE, CloseFile>;
-
-[[noreturn]] void fail(const std::filesystem::path &path, int error) {
+[[noreturn]] void fail(const fs::path &path, int error) {
     throw SystemError(fmt::format("{}: {}", path.string(), std::strerror(error)));
 }
 
+class File {
+  public:
+    File(fs::path path, int flags) : path_(std::move(path)), descriptor_(::open(path_.c_str(), flags | O_CLOEXEC, 0666)) {}
+    File(const File &) = delete;
+    File &operator=(const File &) = delete;
+    ~File() {
+        if (descriptor_ >= 0) ::close(descriptor_);
+    }
+
+    bool is_open() const { return descriptor_ >= 0; }
+    int get() const { return descriptor_; }
+
+    // These return false, with errno, as the system does.
+    bool write(std::string_view bytes) {
+        while (!bytes.empty()) {
+            const ssize_t count = ::write(descriptor_, bytes.data(), bytes.size());
+            if (count < 0 && errno != EINTR) return false;
+            if (count > 0) bytes.remove_prefix(static_cast<size_t>(count));
+        }
+        return true;
+    }
+    bool close() { return ::close(std::exchange(descriptor_, -1)) == 0; }
+
+  private:
+    fs::path path_;
+    int descriptor_;
+};
+
 } // namespace
 
-std::string read_file(const std::filesystem::path &path) {
-    const File file(std::fopen(path.c_str(), "rb"));
-    if (!file) fail(path, errno);
+std::string read_file(const fs::path &path) {
+    File file(path, O_RDONLY);
+    struct stat status;
+    if (!file.is_open() || fstat(file.get(), &status) != 0) fail(path, errno);
+    constexpr size_t LEAST = 4096;
     std::string content;
-    char buffer[65536];
-    while (const size_t count = std::fread(buffer, 1, sizeof buffer, file.get())) content.append(buffer, count);
-    if (std::ferror(file.get())) fail(path, errno);
-    return content;
+    for (size_t filled = 0;;) {
+        // One byte more than a regular file has: the end shows without another buffer.
+        content.resize(filled == 0 ? static_cast<size_t>(std::max<off_t>(status.st_size, 0)) + 1 : 2 * filled + LEAST);
+        for (;;) {
+            const ssize_t count = ::read(file.get(), content.data() + filled, content.size() - filled);
+            if (count < 0 && errno != EINTR) fail(path, errno);
+            if (count > 0) filled += static_cast<size_t>(count);
+            if (count == 0) {
+                content.resize(filled);
+                return content;
+            }
+            if (filled == content.size()) break;
+        }
+    }
 }
 
-void replace_file(const std::filesystem::path &path, std::string_view content) {
-    std::filesystem::path temporary = path;
+void replace_file(const fs::path &path, std::string_view content) {
+    fs::path temporary = path;
     temporary += fmt::format(".{}{}", getpid(), TEMPORARY_SUFFIX);
-    File file(std::fopen(temporary.c_str(), "wb"));
-    if (!file) fail(temporary, errno);
-    const bool written = std::fwrite(content.data(), 1, content.size(), file.get()) == content.size();
-    const bool closed = std::fclose(file.release()) == 0;
-    if (!written || !closed || std::rename(temporary.c_str(), path.c_str()) != 0) {
+    // What a stopped process of the same number left is ours to remove; what others put there meanwhile is not taken.
+    ::unlink(temporary.c_str());
+    File file(temporary, O_WRONLY | O_CREAT | O_EXCL);
+    if (!file.is_open()) fail(temporary, errno);
+    if (!file.write(content) || fsync(file.get()) != 0 || !file.close() || std::rename(temporary.c_str(), path.c_str()) != 0) {
         const int error = errno;
-        std::remove(temporary.c_str());
+        ::unlink(temporary.c_str());
         fail(path, error);
     }
+}
+
+void write_named_file(const fs::path &path, std::string_view content) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (fs::is_regular_file(status) || !fs::exists(status)) {
+        // A link may lead nowhere yet.
+        fs::path place = path;
+        for (int links = 0; fs::is_symlink(fs::symlink_status(place, error)); ++links) {
+            if (links == 40) fail(path, ELOOP);
+            place = place.parent_path() / fs::read_symlink(place);
+        }
+        return replace_file(place, content);
+    }
+    File file(path, O_WRONLY);
+    if (!file.is_open() || !file.write(content) || !file.close()) fail(path, errno);
 }
 
 } // namespace qbgl::compiler
