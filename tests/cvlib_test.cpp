@@ -96,7 +96,8 @@ TEST(ConversionObjectFile, IsCheckedLineByLine) {
            {"0 0\n=>0 0 \n", "\n0000\n=>\n0000 \n", "\n0000\n=>\n50102030405000\n", "2\n1\n=>2 1\n", "\n1\n1.5=>\n1 1.5",
             "1.5=>1.5x", "1.5=>-1", "1.5=>1e99"});
     expect(11, "VRN: cv->target_max_len should be in range 1..4\n", {"1 4 0=>1 0 0", "1 4 0=>1 5 0"});
-    expect(3, "", {"1 4 0=>1 3 0", "\n0 0\n=>\n1 0\n"}); // a record of four bytes; a second table that is not there
+    expect(3, "", {"1 4 0=>1 3 0"});      // a record of four bytes
+    expect(11, "", {"\n0 0\n=>\n1 0\n"}); // a second table that is not there
     expect(21, "", {"\n2 1 1=>\n5 1 1"});
 }
 
@@ -139,6 +140,21 @@ TEST(ConversionObjectFile, ShapeChoosesTheFunction) {
             EXPECT_EQ(cd->convert, function) << object.text();
             EXPECT_EQ(cd->single_byte_table != nullptr, flag == 0 && function == sb_miconv);
         }
+    }
+}
+
+// Without a count only the record of the terminator ends a conversion.
+TEST(ConversionObjectFile, EndsTextAtTheTerminatorAlone) {
+    const Mapped mapped{M, "x"}, terminator{TERMINATOR, "\0"s}, unmapped{0, ""};
+    using Case = std::pair<int, ConversionObject>;
+    for (const auto &[error, object] :
+         {Case{0, {{{"\0"s, terminator}, {"a", mapped}}}}, Case{0, {{{"\0"s, unmapped}, {"a", mapped}}}},
+          Case{0, {{{"a", mapped}}}}, Case{GL_EBADFILE, {{{"\0"s, mapped}, {"a", mapped}}}},
+          Case{GL_EBADFILE, {{{"\0"s, terminator}, {"\x81\0"s, mapped}}, {1, 2, 1, 1}}},
+          Case{GL_EBADFILE, {{{"\0\0"s, mapped}, {"\0a"s, mapped}}, {2, 2, 1, 1}}},
+          Case{GL_EBADFILE, {{{"\0\0"s, terminator}, {"\0a"s, mapped}, {"a\0\0"s, mapped}}, {2, 3, 1, 1}}},
+          Case{GL_EBADFILE, {{{"\0"s, terminator}, {"a", mapped}}, {1, 2, 1, 1}, {{"\0\0"s, terminator}, {"aa", mapped}}, true}}}) {
+        EXPECT_EQ(load(object.text())->error, error) << object.text();
     }
 }
 

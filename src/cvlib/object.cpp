@@ -2,12 +2,15 @@
 
 #include "cvlib/engine.h"
 #include "cvlib/lane.h"
+#include "cvlib/record.h"
 #include "ext/error.h"
 #include "multi/read.h"
+#include "multi/text_end.h"
 #include "util/object_header.h"
 #include "util/owned.h"
 #include "util/tokens.h"
 
+#include <algorithm>
 #include <stdlib.h>
 #include <string.h>
 
@@ -91,12 +94,26 @@ gl_multi *read_conversion_table(ByteReader &in, gl_cv *cd) {
         set_error(cd, GL_ENOMEM);
         return nullptr;
     }
-    if (read_table(in, *table, 4, conv_reader, nullptr) != 0) {
-        set_error(cd, _gl_multi_err(table));
+    if (const TableRead result = read_table(in, *table, MAX_KEY, conv_reader, nullptr); result != TableRead::DONE) {
+        set_error(cd, result == TableRead::CUT_SHORT ? GL_EBADFILE : _gl_multi_err(table));
         _gl_free_multi(table);
         return nullptr;
     }
     return table;
+}
+
+// Whether a conversion up to the terminator ends there: no table steps over it, and its record says so or has nothing to convert.
+bool ends_at_terminator(const gl_cv &cd) {
+    int shortest = MAX_KEY;
+    for (const gl_multi *table : {cd.main_table, cd.shifted_table})
+        if (table != nullptr) shortest = std::min(shortest, std::max(key_lengths(*table).shortest, 1));
+    for (const gl_multi *table : {cd.main_table, cd.shifted_table}) {
+        if (table == nullptr) continue;
+        const uint8_t *const bytes = terminator_entry(*table, shortest);
+        if (!stops_at_terminator(*table, shortest)) return false;
+        if (bytes != nullptr && !Record(bytes).terminator() && !Record(bytes).unmapped()) return false;
+    }
+    return true;
 }
 
 // The 256 target bytes of a conversion between single-byte codesets; 0 where there is none.
@@ -178,12 +195,15 @@ int read_cv_file(FILE *file, gl_cv *cd) {
         cd->shifted_table = read_conversion_table(in, cd);
         if (cd->shifted_table == nullptr) return -1;
     }
-    // A byte that could not be read counts as a digit 0: only the stream knows that it was none.
-    if (_gl_ext_ferror(stream.get()) != 0) {
+    if (reading_failed(stream.get())) {
         set_error(cd, GL_ENOFILE);
         return -1;
     }
     stream.close();
+    if (!ends_at_terminator(*cd)) {
+        set_error(cd, GL_EBADFILE);
+        return -1;
+    }
     if (!set_iconv_fps(cd)) return -1;
     gl_message("CVO file loaded successfully.");
     return 0;

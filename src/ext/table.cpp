@@ -26,7 +26,9 @@ gl_extfunc _gl_get_ext_funcptr(unsigned id) { return funcptr_arr[id]; }
 
 int gl_setextfunc(void *ctx, unsigned id, gl_extfunc func) {
     if (id >= GL_EXT_SLOTS) {
-        qbgl::set_error(ctx, GL_EBADARG);
+        // A function of the host's may keep the number where no context is needed.
+        const bool replaced = _gl_ext_func != 0 && funcptr_arr[GL_EXT_ERRNO] != nullptr;
+        if (ctx != nullptr || replaced) *_gl_ext_errno(ctx) = GL_EBADARG;
         return -1;
     }
     _gl_set_ext_funcptr(id, func);

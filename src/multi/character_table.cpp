@@ -20,10 +20,10 @@ int read_character_table(ByteReader &in, gl_locale *locale, gl_multi *&table) {
         set_error(locale, GL_ENOMEM);
         return -1;
     }
-    if (const int result = read_table(in, *read, MAX_KEY, ub2_reader, nullptr); result != 0) {
-        set_error(locale, _gl_multi_err(read));
+    if (const TableRead result = read_table(in, *read, MAX_KEY, ub2_reader, nullptr); result != TableRead::DONE) {
+        set_error(locale, result == TableRead::CUT_SHORT ? GL_EBADFILE : _gl_multi_err(read));
         _gl_free_multi(read);
-        return result;
+        return -1;
     }
     _gl_free_multi(table);
     table = read;

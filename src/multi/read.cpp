@@ -35,10 +35,18 @@ class TableReader {
         return (table_.flags & GL_MULTI_COMPRESSED) != 0 ? read_compressed() : read_uncompressed();
     }
 
+    // After a failure: whether memory was out.
+    bool starved() const { return starved_; }
+
   private:
+    bool got(bool memory) {
+        starved_ |= !memory;
+        return memory;
+    }
+
     bool read_uncompressed() {
         table_.root = new_node(table_, true);
-        return table_.root != nullptr && read_own_node(*table_.root, 1);
+        return got(table_.root != nullptr) && read_own_node(*table_.root, 1);
     }
 
     bool read_compressed() {
@@ -46,7 +54,7 @@ class TableReader {
         const long data_arrays = in_.integer();
         if (!in_.skip_newline() || !read_shared_flags(flag_arrays) || !read_shared_data(data_arrays)) return false;
         table_.root = new_node(table_, false);
-        return table_.root != nullptr && read_sharing_node(*table_.root, 1);
+        return got(table_.root != nullptr) && read_sharing_node(*table_.root, 1);
     }
 
     bool read_own_node(MultiNode &node, int depth) {
@@ -56,7 +64,7 @@ class TableReader {
         if (has_flags != 0 && !read_flag_array(node.flags)) return false;
         if (has_data != 0 && !read_data_array(node.data)) return false;
         if (memchr(node.flags, FLAG_CHILD, 256) == nullptr) return true;
-        if (depth >= table_.max_length || !make_room_for_children(table_, node)) return false;
+        if (depth >= table_.max_length || !got(make_room_for_children(table_, node))) return false;
         return read_children(node, number_children(node.flags, node.offsets), depth, true);
     }
 
@@ -78,7 +86,7 @@ class TableReader {
             node.data = table_.shared_data[data_index];
         }
         if (shared.child_count == 0) return true;
-        if (depth >= table_.max_length || !make_room_for_children(table_, node)) return false;
+        if (depth >= table_.max_length || !got(make_room_for_children(table_, node))) return false;
         return read_children(node, shared.child_count, depth, false);
     }
 
@@ -86,7 +94,7 @@ class TableReader {
     bool read_children(MultiNode &node, int32_t count, int depth, bool own) {
         for (int32_t i = 0; i < count; ++i) {
             MultiNode *child = new_node(table_, own);
-            if (child == nullptr) return false;
+            if (!got(child != nullptr)) return false;
             node.next[node.child_count++] = child;
             if (!(own ? read_own_node(*child, depth + 1) : read_sharing_node(*child, depth + 1))) return false;
         }
@@ -97,13 +105,13 @@ class TableReader {
     bool read_shared_flags(long count) {
         int32_t capacity = 0;
         for (long i = 0; i < count; ++i) {
-            if (table_.flag_array_count == capacity && !grow(table_.shared_flags, capacity)) return false;
+            if (table_.flag_array_count == capacity && !got(grow(table_.shared_flags, capacity))) return false;
             SharedFlags &shared = table_.shared_flags[table_.flag_array_count];
             shared.flags = static_cast<uint8_t *>(_gl_alloc_ptr(256));
             shared.offsets = static_cast<uint8_t *>(_gl_alloc_ptr(256));
             ++table_.flag_array_count;
             ++table_.offset_array_count;
-            if (shared.flags == nullptr || shared.offsets == nullptr) return false;
+            if (!got(shared.flags != nullptr && shared.offsets != nullptr)) return false;
             memset(shared.flags, FLAG_NONE, 256);
             if (!read_flag_array(shared.flags)) return false;
             shared.child_count = number_children(shared.flags, shared.offsets);
@@ -114,7 +122,7 @@ class TableReader {
     bool read_shared_data(long count) {
         int32_t capacity = 0;
         for (long i = 0; i < count; ++i) {
-            if (table_.data_array_count == capacity && !grow(table_.shared_data, capacity)) return false;
+            if (table_.data_array_count == capacity && !got(grow(table_.shared_data, capacity))) return false;
             DataArray data;
             if (!read_data_array(data)) return false;
             table_.shared_data[table_.data_array_count - 1] = data; // counted when it was made
@@ -148,7 +156,7 @@ class TableReader {
     bool read_data_array(DataArray &data) {
         if (!scratch_) {
             scratch_ = Owned<uint8_t>::allocate(256U << table_.element_shift);
-            if (!scratch_) return false;
+            if (!got(static_cast<bool>(scratch_))) return false;
             fill_with_default(table_, scratch_.get(), 256);
         }
         unsigned first = 256, end = 0;
@@ -171,7 +179,7 @@ class TableReader {
         }
         uint8_t *covered = scratch_.get() + first * stride_;
         data = new_data_array(table_, static_cast<int32_t>(first), static_cast<int32_t>(end - first));
-        if (data.entries == nullptr) return false;
+        if (!got(data.entries != nullptr)) return false;
         memcpy(data.entries, covered, (end - first) * stride_);
         fill_with_default(table_, covered, static_cast<int32_t>(end - first));
         return true;
@@ -201,6 +209,7 @@ class TableReader {
     void *self_;
     size_t stride_;
     Owned<uint8_t> scratch_; // 256 default entries between two arrays
+    bool starved_ = false;
 };
 
 bool call_entry_reader(ByteReader &in, void *destination, uint32_t size, void *self) {
@@ -209,14 +218,15 @@ bool call_entry_reader(ByteReader &in, void *destination, uint32_t size, void *s
 
 } // namespace
 
-int qbgl::read_table(ByteReader &in, gl_multi &table, int longest_key, EntryReader reader, void *self) {
+TableRead qbgl::read_table(ByteReader &in, gl_multi &table, int longest_key, EntryReader reader, void *self) {
     const long max_length = in.integer();
     const long min_length = in.integer();
     const long flags = in.integer();
     table.error = GL_ENOMEM;
     MultiNode *empty_root = new_node(table, true); // what a failure leaves behind: a table without keys
-    if (empty_root == nullptr) return -1;
+    if (empty_root == nullptr) return TableRead::FAILED;
     free_nodes(table);
+    TableRead result = TableRead::FAILED;
     if (max_length > longest_key || max_length > MAX_KEY)
         table.error = GL_ETABLELEN;
     else if (max_length >= 0 && min_length >= 0 && min_length <= MAX_KEY) {
@@ -227,8 +237,9 @@ int qbgl::read_table(ByteReader &in, gl_multi &table, int longest_key, EntryRead
         if (body.read()) {
             free_node(empty_root);
             table.error = 0;
-            return 0;
+            return TableRead::DONE;
         }
+        if (!body.starved() && in.getc() == EOF) result = TableRead::CUT_SHORT;
     }
     free_nodes(table);
     table.root = empty_root;
@@ -236,10 +247,10 @@ int qbgl::read_table(ByteReader &in, gl_multi &table, int longest_key, EntryRead
     table.max_length = 0;
     table.min_length = MAX_KEY;
     table.flags = MULTI_MARKED;
-    return -1;
+    return result;
 }
 
 int _gl_fscanf_multi(FILE *stream, gl_multi *table, int longest_key, gl_entry_reader reader) {
     ByteReader in(stream);
-    return read_table(in, *table, longest_key, call_entry_reader, &reader);
+    return read_table(in, *table, longest_key, call_entry_reader, &reader) == TableRead::DONE ? 0 : -1;
 }

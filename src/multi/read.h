@@ -10,7 +10,10 @@ namespace qbgl {
 // along.
 using EntryReader = bool (*)(ByteReader &in, void *destination, uint32_t size, void *self);
 
-// As _gl_fscanf_multi.
-int read_table(ByteReader &in, gl_multi &table, int longest_key, EntryReader reader, void *self);
+// CUT_SHORT: the file ended before the table did, and memory was not out.
+enum class TableRead { DONE, FAILED, CUT_SHORT };
+
+// As _gl_fscanf_multi; the table's error is the same after either failure.
+TableRead read_table(ByteReader &in, gl_multi &table, int longest_key, EntryReader reader, void *self);
 
 } // namespace qbgl

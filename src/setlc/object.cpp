@@ -4,6 +4,7 @@
 #include "ext/error.h"
 #include "setlc/categories.h"
 #include "util/object_header.h"
+#include "util/tokens.h"
 
 #include <stdlib.h>
 #include <string.h>
@@ -63,8 +64,7 @@ int read_section(FILE *file, gl_locale *locale, int category, const char *messag
     }
 }
 
-// A byte that could not be read counts as a digit 0: only the stream knows that it was none.
-int check_stream(FILE *file, gl_locale *locale) { return _gl_ext_ferror(file) != 0 ? fail(locale, GL_ENOFILE, 1) : 0; }
+int check_stream(FILE *file, gl_locale *locale) { return reading_failed(file) ? fail(locale, GL_ENOFILE, 1) : 0; }
 
 } // namespace
 

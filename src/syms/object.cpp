@@ -169,7 +169,7 @@ int read_charmap_data(FILE *stream, gl_charmap *cm) {
     if (!skip_line(in)) return GL_EBADFILE;
     for (int type = in.getc(); type != EOF; type = in.getc())
         if (const int error = records.read(type)) return error;
-    if (_gl_ext_ferror(stream) != 0) return GL_ENOFILE;
+    if (reading_failed(stream)) return GL_ENOFILE;
     return index_symbol_table(cm->symbols) ? 0 : GL_ENOMEM;
 }
 
