@@ -2,6 +2,7 @@
 #include "oracle/collation_texts.h"
 #include "oracle/differences.h"
 #include "oracle/platform_locale.h"
+#include "oracle/sample.h"
 #include "oracle/tree_locales.h"
 #include "support/conversion_object.h"
 #include "support/files.h"
@@ -203,8 +204,7 @@ TEST(CollationOracle, EveryLocaleSortsAsThePlatformDoes) {
     setenv("QUORBANEDIR", QBGL_TREE, 1);
     const std::vector<TreeLocale> locales = tree_locales();
     ASSERT_FALSE(locales.empty()) << "no locales in " QBGL_TREE;
-    const char *part = std::getenv("QBGL_ORACLE_PART");
-    const size_t sample = part != nullptr ? std::stoul(part) : QBGL_TREE_SAMPLE;
+    const size_t sample = oracle_part();
     Oracle oracle(locales);
     oracle.compare(sample);
     oracle.conclude(sample);

@@ -2,6 +2,7 @@
 #include "oracle/differences.h"
 #include "oracle/reference.h"
 #include "oracle/repertoire.h"
+#include "oracle/sample.h"
 #include "support/conversion_object.h"
 
 #include "system/parallel.h"
@@ -26,8 +27,6 @@ namespace fs = std::filesystem;
 
 constexpr const char *TABLES = "/usr/share/i18n/locales";
 constexpr size_t REPORTED = 12; // differences of one conversion
-
-constexpr size_t SAMPLE = QBGL_TREE_SAMPLE; // one conversion out of this many; the counts of the table hold for all
 
 // Pairs of characters that stand in one line of the platform's transliteration tables.
 using Transliterations = std::set<std::pair<char32_t, char32_t>>;
@@ -95,8 +94,8 @@ class Oracle {
         characters_ += source.repertoire.size();
     }
 
-    void conclude() const {
-        if (SAMPLE == 1)
+    void conclude(size_t part) const {
+        if (part == 1)
             for (const std::string &line : known_.mismatched()) ADD_FAILURE() << "not the differences of this line: " << line;
         fmt::print("{} conversions, {} characters\n", conversions_.load(), characters_.load());
     }
@@ -178,9 +177,10 @@ TEST(ConversionOracle, EveryConversionIsAsIconvDoesIt) {
     // The big ones first, so that the threads end together.
     std::sort(objects.begin(), objects.end(),
               [](const fs::path &a, const fs::path &b) { return fs::file_size(a) > fs::file_size(b); });
+    const size_t part = oracle_part();
     Oracle oracle;
-    qbgl::compiler::parallel_for((objects.size() + SAMPLE - 1) / SAMPLE, 2, [&](size_t i) { oracle.compare(objects[i * SAMPLE]); });
-    oracle.conclude();
+    qbgl::compiler::parallel_for((objects.size() + part - 1) / part, 2, [&](size_t i) { oracle.compare(objects[i * part]); });
+    oracle.conclude(part);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 // Text in pieces: whatever the cuts and the room, the result is that of one call; and every single call is as a plain model has it.
+#include "oracle/sample.h"
 #include "support/files.h"
 
 #include "cvlib/engine.h"
@@ -181,8 +182,9 @@ std::vector<std::string> conversions() {
     std::set<std::string> all;
     for (const auto &entry : fs::directory_iterator(QBGL_TREE "/vrn/cv9"))
         if (!entry.is_symlink() && entry.path().extension() == ".cvo") all.insert(entry.path().stem());
+    const size_t part = oracle_part();
     size_t i = 0;
-    std::erase_if(all, [&](const std::string &) { return i++ % QBGL_TREE_SAMPLE != 0; });
+    std::erase_if(all, [&](const std::string &) { return i++ % part != 0; });
     return {all.begin(), all.end()};
 }
 
