@@ -23,8 +23,10 @@ endif()
 set(CPACK_DEBIAN_COMPRESSION_TYPE zstd) # xz takes minutes for the data
 set(CPACK_COMPONENTS_ALL library development)
 
+# Both word sizes of the library are installed side by side, and the data serve both. CPack has a variable for this field from 3.31 on;
+# until then it stands behind another one.
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libqbgl${PROJECT_VERSION_MAJOR})
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION "libs\nMulti-Arch: same")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6 (>= ${libc})")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_RECOMMENDS qbgl-data)
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "Locales, character sets and codeset conversion: the library
@@ -48,7 +50,7 @@ libc6 (>= ${libc}), libstdc++6 (>= ${gcc}), libgcc-s1 (>= 4.2)")
  qbgl converts, sorts and shows text; qbglc compiles charmaps and locale definitions.")
 
   set(CPACK_DEBIAN_DATA_PACKAGE_NAME qbgl-data)
-  set(CPACK_DEBIAN_DATA_PACKAGE_SECTION localization)
+  set(CPACK_DEBIAN_DATA_PACKAGE_SECTION "localization\nMulti-Arch: foreign")
   set(CPACK_DEBIAN_DATA_PACKAGE_ARCHITECTURE all)
   set(CPACK_COMPONENT_DATA_DESCRIPTION "Locales, character sets and codeset conversion: the data
  Conversions, charmaps and locales, compiled from the charmaps and locale definitions of the platform.")
