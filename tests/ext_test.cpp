@@ -1,7 +1,10 @@
 #include "support/locale_object.h"
 
+#include <climits>
 #include <ctime>
 #include <gtest/gtest.h>
+#include <set>
+#include <string>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -121,6 +124,39 @@ TEST(Ext, ObjectsAreReadFromAHostsOwnStreams) {
     gl_cm_unload(cm);
     for (unsigned id = 0; id < GL_EXT_SLOTS; ++id) gl_setextfunc(nullptr, id, nullptr);
     _gl_ext_func = 0;
+}
+
+TEST(Errors, AreReadInOneWayFromEveryContext) {
+    static int32_t of_host;
+    int32_t own = 0;
+    const std::pair<const void *, int> canned[] = {
+        {&loc_nomem, GL_ENOMEM}, {&loc_filer, GL_ENOFILE}, {&cd_enomem, GL_ENOMEM}, {&cd_fileerr, GL_ENOFILE},
+        {&cd_einval, GL_EINVAL}, {&cm_nomem, GL_ENOMEM},   {&cm_filer, GL_ENOFILE}, {nullptr, 0}};
+    for (const bool replaced : {false, true}) {
+        const auto place = reinterpret_cast<gl_extfunc>(+[](void *) { return &of_host; });
+        gl_setextfunc(nullptr, GL_EXT_ERRNO, replaced ? place : nullptr);
+        (replaced ? of_host : own) = GL_E2BIG;
+        for (const auto &[record, number] : canned) {
+            auto *const ctx = const_cast<void *>(record);
+            gl_clear_errno(ctx);
+            EXPECT_EQ(gl_errno(ctx), number);
+        }
+        EXPECT_EQ(gl_errno(&own), GL_E2BIG);
+        gl_clear_errno(&own);
+        EXPECT_EQ(gl_errno(&own), 0);
+    }
+    gl_setextfunc(nullptr, GL_EXT_ERRNO, nullptr);
+}
+
+TEST(Errors, HaveTextsOfTheirOwn) {
+    const std::set<int> unused = {10, 20, 47, 48, 52, 54};
+    std::set<std::string> texts = {"unknown error"};
+    for (int number = 0; number <= GL_ECTYPECS; ++number) {
+        const bool known = !unused.contains(number) && (number <= GL_ETABLELEN || number >= GL_ENOCONV);
+        EXPECT_EQ(std::string(gl_strerror(number)) == "unknown error", !known) << number;
+        EXPECT_EQ(texts.insert(gl_strerror(number)).second, known) << number;
+    }
+    for (const int number : {-1, INT_MIN, GL_ECTYPECS + 1, INT_MAX}) EXPECT_STREQ(gl_strerror(number), "unknown error");
 }
 
 TEST(Ext, DefaultsTellLocalDateAndTime) {
