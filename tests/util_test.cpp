@@ -57,6 +57,16 @@ TEST(Log, SwitchesFoldCaseDifferently) {
     });
 }
 
+TEST(Log, GoesToTheHostsFunctionWhateverTheSwitchesSay) {
+    std::vector<string> told;
+    const auto keep = [](const char *text, void *data) { static_cast<std::vector<string> *>(data)->emplace_back(text); };
+    gl_set_log(keep, &told);
+    for (const int32_t echo : {0, 1}) output_of(1, echo, [] { gl_message("100%s"); });
+    gl_set_log(nullptr, &told);
+    gl_message("lost");
+    EXPECT_EQ(told, (std::vector<string>{"100%s", "100%s"}));
+}
+
 TEST(Log, AssertionStopsAndExitClosesADebugStream) {
     EXPECT_EXIT(gl_assert_failed("a.cpp", 12), testing::ExitedWithCode(1), "^Assert in a.cpp at line 12 failed.\n$");
     const Faults faults;
@@ -141,6 +151,31 @@ TEST_F(PathSearch, TriesThePlacesInOrder) {
         EXPECT_STREQ(rpath, c.rpath);
         gl_destroystring(rpath);
         EXPECT_EQ(gl_path_search(nullptr, c.name, "lc", c.version), nullptr); // a null context is fine
+    }
+}
+
+TEST_F(PathSearch, BeginsWhereTheEnvironmentOrElseTheHostSays) {
+    const string longest = "/" + string(255, 'h');
+    const struct {
+        std::optional<string> named; // by the host
+        int result;
+        const char *variable;
+        string base;
+    } cases[] = {{"/host", 0, nullptr, "/host"},         {"/host", 0, "", "/host"},
+                 {"/host", 0, "/variable", "/variable"}, {longest, 0, nullptr, longest},
+                 {longest + "h", -1, nullptr, longest},  {"", 0, nullptr, "/usr/quorbane/"},
+                 {"/host", 0, nullptr, "/host"},         {std::nullopt, 0, nullptr, "/usr/quorbane/"}};
+    const gl_file_functions recording = {_gl_ext_malloc, _gl_ext_free, open_nothing, nullptr};
+    for (const auto &c : cases) {
+        const ScopedEnv tree("QUORBANEDIR", c.variable);
+        string named = c.named.value_or("");
+        EXPECT_EQ(gl_set_directory(c.named ? named.c_str() : nullptr), c.result);
+        named.assign(named.size(), '?'); // it was copied
+        tried.clear();
+        char *rpath = nullptr;
+        EXPECT_EQ(gl_path_search1(&error, "x", &rpath, "lc", "", &recording), nullptr);
+        EXPECT_EQ(tried, std::vector{"r " + c.base + "/vrn/lc/x"});
+        gl_destroystring(rpath);
     }
 }
 

@@ -20,6 +20,9 @@ namespace {
 
 constexpr char LOG_FILE[] = "vrn.log";
 
+gl_log_function host_log = nullptr;
+void *host_log_data = nullptr;
+
 // The switches are read once, by whichever threads report first; all of them find the same values.
 bool is_set(int32_t &flag) { return std::atomic_ref(flag).load(std::memory_order_acquire) != 0; }
 void set(int32_t &flag) { std::atomic_ref(flag).store(1, std::memory_order_release); }
@@ -61,6 +64,12 @@ void gl_message(const char *text) {
         }
     }
     if (is_set(qbgl::vrn_popups)) printf("%s: %s\n", "VRN", text);
+    if (host_log != nullptr) host_log(text, host_log_data);
+}
+
+void gl_set_log(gl_log_function function, void *data) {
+    host_log = function;
+    host_log_data = data;
 }
 
 void gl_assert_failed(const char *file, long line) {

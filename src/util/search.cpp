@@ -8,9 +8,6 @@
 
 namespace {
 
-constexpr char BASE_VARIABLE[] = "QUORBANEDIR";
-constexpr size_t LONGEST_BASE = 256;
-constexpr char DEFAULT_BASE[] = "/usr/quorbane/";
 constexpr char TREE[] = "/vrn/";
 
 // One search. Directories are tried until the file opens or memory is out.
@@ -97,18 +94,6 @@ char *directory_of_search(char *rpath, void *ctx, const char *name, const char *
 
 } // namespace
 
-namespace qbgl {
-
-int chk_quorbanedir(void *ctx) {
-    const char *base = _gl_get_env_var(BASE_VARIABLE);
-    if (base == nullptr || strlen(base) <= LONGEST_BASE) return 0;
-    set_error(ctx, GL_ENOFILE);
-    gl_message("Environment variable QUORBANEDIR cannot be greater than 256 characters");
-    return 1;
-}
-
-} // namespace qbgl
-
 int gl_fix_rpath(void *ctx, char **rpath, const char *directory, const gl_file_functions *set) {
     free_directory(*rpath, *set);
     const size_t size = strlen(directory) + 1;
@@ -129,8 +114,7 @@ FILE *gl_path_search1(void *ctx, const char *name, char **rpath, const char *sub
 
     Search search(ctx, name, rpath, *set);
     if (const char *directories = gl_get_gl_path()) return search.along(directories);
-    const char *base = _gl_get_env_var(BASE_VARIABLE);
-    return search.in_tree(base != nullptr ? base : DEFAULT_BASE, subdirectory, version);
+    return search.in_tree(qbgl::installation_directory(), subdirectory, version);
 }
 
 FILE *gl_path_search(void *ctx, const char *name, const char *subdirectory, const char *version) {

@@ -13,6 +13,8 @@ inline constexpr char PATH_COOKIE = '\xFF';
 int has_path_cookie(const char *name);
 // 1, with GL_ENOFILE and a message, when QUORBANEDIR is longer than 256 characters; otherwise 0.
 int chk_quorbanedir(void *ctx);
+// The directory above vrn/; never null.
+const char *installation_directory();
 FILE *open_file(void *ctx, const char *path, const gl_file_functions *set);
 // As open_file, with the two failures told apart: nothing when there is no memory for the message, which is to end a search.
 std::optional<FILE *> try_open(void *ctx, const char *path, const gl_file_functions &set);
