@@ -98,6 +98,16 @@ TEST(Keys, OfCodeValuesAreTheTextAsFarAsThereIsRoom) {
         EXPECT_EQ(gl_mbsxfrm(locale.get(), out.data(), "a\x82\xA0z", capacity), 4);
         EXPECT_STREQ(out.c_str(), key);
     }
+    for (const std::string &text : {""s, "\0"s, "a\0\x82\xA0"s}) {
+        char key[8];
+        EXPECT_EQ(gl_mbfsxfrm(locale.get(), key, text.data(), static_cast<int>(text.size()), 8), text.size());
+        EXPECT_EQ(std::string(key, text.size() + 1), text + '\0');
+    }
+    EXPECT_EQ(locale->error, 0);
+    EXPECT_EQ(gl_mbfsxfrm(locale.get(), nullptr, "a\x82", 2, 0), -1);
+    EXPECT_EQ(std::exchange(locale->error, 0), GL_EILSEQ);
+    EXPECT_EQ(gl_mbfsxfrm(locale.get(), nullptr, "a", -2, 0), -1);
+    EXPECT_EQ(std::exchange(locale->error, 0), GL_EBADARG);
 }
 
 using Wide = std::vector<gl_wchar>;
@@ -334,6 +344,8 @@ TEST(Rules, AreFollowedByEveryEngine) {
                     EXPECT_EQ(sign(gl_full_wcscoll(l, w2, w1)), -expected);
                     EXPECT_EQ(key_of([&](char *out, int n) { return gl_mbsxfrm(l, out, s1, n); }, key_length), key);
                     EXPECT_EQ(key_of([&](char *out, int n) { return gl_wcsxfrm(l, out, w1, n); }, key_length), key);
+                    EXPECT_EQ(key_of([&](char *out, int n) { return gl_mbfsxfrm(l, out, s1, a.size(), n); }, key_length), key);
+                    EXPECT_EQ(key_of([&](char *out, int n) { return gl_wcfsxfrm(l, out, w1, a.length(), n); }, key_length), key);
                 });
                 EXPECT_EQ(l->error, 0);
                 if (HasFailure()) return;
@@ -447,6 +459,9 @@ TEST(CountedTexts, MayHoldNul) {
                 const int order = _qbx_gl_im_mbfscoll(locale.get(), a.data(), int(a.size()), b.data(), int(b.size()));
                 EXPECT_EQ(sign(order), model.compare({a.begin(), a.end()}, {b.begin(), b.end()}));
             }
+            const std::string key = model.key({a.begin(), a.end()});
+            const auto counted = [&](char *out, int n) { return gl_mbfsxfrm(locale.get(), out, a.data(), int(a.size()), n); };
+            EXPECT_EQ(key_of(counted, int(key.size())), key);
         }
     }
 }

@@ -83,6 +83,45 @@ TEST(Texts, AreMapped) {
             EXPECT_TRUE(map(l, in_place.data(), in_place.data()) == 0 && in_place == expected);
         }
         EXPECT_EQ(take_error(l), UNTOUCHED);
+
+        // With a length NUL is a character, and what has no room is told.
+        const std::string cut = text + end + text.substr(0, text.size() - 1);
+        text += end + text;
+        for (const auto &[map, source, expected] :
+             {std::tuple(&gl_tombfsupper, text, upper + end + upper), {&gl_tombfslower, text, lower + end + lower}}) {
+            const auto size = static_cast<int>(expected.size()), length = static_cast<int>(source.size());
+            for (const int room : {size, size - 1, size / 2 - 1, 0}) {
+                std::string mapped(expected.size() + 1, '?');
+                EXPECT_EQ(map(l, mapped.data(), room, source.data(), length), room == size ? size : -1);
+                EXPECT_EQ(take_error(l), room == size ? UNTOUCHED : GL_E2BIG);
+                EXPECT_EQ(mapped.starts_with(expected), room == size);
+                EXPECT_EQ(mapped.find_first_not_of('?', static_cast<size_t>(room)), std::string::npos);
+            }
+            std::string terminated(expected.size(), '?');
+            const auto half = (size - static_cast<int>(end.size())) / 2;
+            EXPECT_EQ(map(l, terminated.data(), half, source.c_str(), -1), half);
+            EXPECT_EQ(terminated.substr(0, static_cast<size_t>(half)), expected.substr(0, static_cast<size_t>(half)));
+            const bool whole = l->single_byte != 0; // every prefix is a text there
+            EXPECT_EQ(map(l, terminated.data(), size, cut.data(), static_cast<int>(cut.size())) < 0, !whole);
+            EXPECT_EQ(take_error(l), whole ? UNTOUCHED : GL_EINVAL);
+            EXPECT_EQ(map(l, terminated.data(), -1, source.data(), length), -1);
+            EXPECT_EQ(map(l, terminated.data(), size, source.data(), -2), -1);
+            EXPECT_EQ(take_error(l), GL_EBADARG);
+        }
+        for (const auto &[map, expected] : {std::pair(&gl_towcfsupper, wide_upper), {&gl_towcfslower, wide_lower}}) {
+            const auto length = static_cast<int>(wides.size()); // the last one is NUL
+            std::vector<gl_wchar> in_place = wides;
+            EXPECT_EQ(map(l, in_place.data(), length - 1, wides.data(), length), -1);
+            EXPECT_EQ(take_error(l), GL_E2BIG);
+            EXPECT_EQ(map(l, in_place.data(), length, wides.data(), -1), length - 1);
+            EXPECT_EQ(map(l, in_place.data(), length, wides.data(), length), length);
+            EXPECT_EQ(in_place, expected);
+            in_place.back() = 0xFFFF;
+            EXPECT_EQ(map(l, in_place.data(), length, in_place.data(), length), -1);
+            EXPECT_EQ(take_error(l), GL_EILSEQ);
+        }
+        text.resize((text.size() - end.size()) / 2);
+
         wides = {'a', 0xFFFF, 7};
         EXPECT_TRUE(gl_towcsupper(l, wides.data(), wides.data()) == -1 && take_error(l) == GL_EILSEQ);
         EXPECT_EQ(wides, (std::vector<gl_wchar>{'A', 0xFFFF, 7}));

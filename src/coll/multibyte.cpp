@@ -7,6 +7,7 @@
 #include "coll/walker.h"
 #include "coll/wide_text.h"
 #include "ext/error.h"
+#include "qbnxdl/served.h"
 
 using namespace qbgl;
 
@@ -171,6 +172,18 @@ int _qbx_gl_im_mbfscoll(gl_locale *locale, const char *s1, int len1, const char 
 
 int _gl_im_mbscoll(gl_locale *locale, const char *s1, const char *s2) {
     return walks_bytes(locale) ? compare_single_byte(locale, s1, s2) : compare_multibyte(locale, s1, -1, s2, -1);
+}
+
+int gl_mbfsxfrm(gl_locale *locale, char *out, const char *s, int len, int capacity) {
+    if (len == -1) return gl_mbsxfrm(locale, out, s, capacity);
+    if (len < 0) {
+        set_error(locale, GL_EBADARG);
+        return -1;
+    }
+    const bool by_rules = !served_by_extension(locale, GL_CAT_COLLATE);
+    if (s != nullptr && by_rules && walks_bytes(locale)) return key_of_single_byte(locale, out, s, len, capacity);
+    WideText text;
+    return text.convert(locale, s, len) ? key_of_wide(locale, out, text.span(), capacity) : -1;
 }
 
 int gl_full_mbsxfrm(gl_locale *locale, char *out, const char *s, int capacity) {

@@ -6,7 +6,6 @@
 namespace qbgl {
 
 int compare_wide(gl_locale *locale, WideSpan a, WideSpan b);
-// Of a text with a 0 behind it.
 int key_of_wide(gl_locale *locale, char *out, WideSpan span, int capacity);
 
 } // namespace qbgl

@@ -226,9 +226,13 @@ int qbgl::compare_single_byte(gl_locale *locale, const char *s1, int len1, const
 int qbgl::compare_single_byte(gl_locale *locale, const char *s1, const char *s2) { return compare<WITH_BOTH>(locale, s1, s2); }
 
 int qbgl::key_of_single_byte(gl_locale *locale, char *out, const char *s, int capacity) {
+    return key_of_single_byte(locale, out, s, static_cast<int>(byte_length(s)), capacity);
+}
+
+int qbgl::key_of_single_byte(gl_locale *locale, char *out, const char *s, int len, int capacity) {
     const gl_collate_info &rules = locale->collate;
     const gl_collation_maps &maps = *rules.maps;
-    const Bytes text = bytes_of(s, static_cast<int>(byte_length(s)));
+    const Bytes text = bytes_of(s, len);
     const bool elements = maps.start_count > 0 && may_have_elements(maps, text);
     if (elements && maps.backward) return key_of_widened(locale, out, text, capacity);
     KeyWriter key(out, capacity);

@@ -13,5 +13,6 @@ int compare_single_byte(gl_locale *locale, const char *s1, int len1, const char 
 int compare_single_byte(gl_locale *locale, const char *s1, const char *s2);
 
 int key_of_single_byte(gl_locale *locale, char *out, const char *s, int capacity);
+int key_of_single_byte(gl_locale *locale, char *out, const char *s, int len, int capacity);
 
 } // namespace qbgl

@@ -4,9 +4,13 @@
 #include "coll/code_values.h"
 #include "coll/multibyte_text.h"
 #include "coll/roads.h"
+#include "coll/thai.h"
 #include "ext/error.h"
+#include "multi/table.h"
 #include "qbnxdl/entry_points.h"
 #include "qbnxdl/served.h"
+
+#include <string.h>
 
 using namespace qbgl;
 
@@ -20,20 +24,24 @@ int compare_as_thai(gl_locale *locale, WideSpan a, WideSpan b) {
     return _qbx_gl_thaismoncoll(locale, text_a.get(), text_a.length(), text_b.get(), text_b.length());
 }
 
+// Of what the codeset can express.
 int key_as_thai(gl_locale *locale, char *out, WideSpan span, int capacity) {
     MultibyteText text;
-    return text.convert(locale, span) ? _gl_thaismoxfrm(locale, out, text.get(), capacity) : -1;
+    return text.convert(locale, span) ? thai_key(thai_layout(locale), out, span, capacity) : -1;
 }
 
 // The key of an order by code values is the text itself. Returns its whole length, however much of it there was room for.
-int key_of_code_values(gl_locale *locale, char *out, const gl_wchar *text, int capacity) {
+int key_of_code_values(gl_locale *locale, char *out, WideSpan span, int capacity) {
     int64_t length = 0;
-    for (const gl_wchar *wc = text; *wc != 0; ++wc) {
+    for (const gl_wchar *wc = span.text; wc != span.text + span.length; ++wc) {
         const int bytes = gl_wclen(locale, *wc);
         if (bytes < 0) return -1;
         length += bytes;
     }
-    if (gl_full_wcstombs(locale, out, text, capacity) < 0) return -1;
+    // With a length of 0 one character would be taken all the same.
+    if (span.length > 0 && _qbx_gl_full_wcstombs(locale, out, span.text, span.length, capacity) < 0) return -1;
+    const int32_t shortest = locale->ctype.codeset_table->min_length;
+    if (length + shortest <= capacity) memset(out + length, 0, static_cast<size_t>(shortest));
     return static_cast<int>(std::min<int64_t>(length, INT32_MAX));
 }
 
@@ -43,6 +51,15 @@ int ask_to_compare(gl_locale *locale, const gl_wchar *s1, int len1, const gl_wch
 
 int ask_for_key(gl_locale *locale, char *out, const gl_wchar *s, int capacity) {
     return ask_extension(locale, fn_glu_ucs32xfrm, -1, locale->glu_handle[GL_CAT_COLLATE], out, s, capacity);
+}
+
+// The extension takes terminated text only.
+int ask_for_key_of_counted(gl_locale *locale, char *out, WideSpan span, int capacity) {
+    if (std::find(span.text, span.text + span.length, gl_wchar{0}) != span.text + span.length) return fail(locale, GL_EINVAL, -1);
+    const Owned<gl_wchar> text = Owned<gl_wchar>::allocate(static_cast<uint32_t>(span.length) + 1);
+    if (!text) return fail(locale, GL_ENOMEM, -1);
+    *std::copy_n(span.text, span.length, text.get()) = 0;
+    return ask_for_key(locale, out, text.get(), capacity);
 }
 
 } // namespace
@@ -55,9 +72,9 @@ int qbgl::compare_wide(gl_locale *locale, WideSpan a, WideSpan b) {
 }
 
 int qbgl::key_of_wide(gl_locale *locale, char *out, WideSpan span, int capacity) {
-    if (served_by_extension(locale, GL_CAT_COLLATE)) return ask_for_key(locale, out, span.text, capacity);
+    if (served_by_extension(locale, GL_CAT_COLLATE)) return ask_for_key_of_counted(locale, out, span, capacity);
     if (is_thai(locale)) return key_as_thai(locale, out, span, capacity);
-    if (locale->coll_extras != 0) return key_of_code_values(locale, out, span.text, capacity);
+    if (locale->coll_extras != 0) return key_of_code_values(locale, out, span, capacity);
     return locale->collate.maps != nullptr ? key_by_maps(locale, out, span, capacity) : key_by_tables(locale, out, span, capacity);
 }
 
@@ -83,4 +100,11 @@ int gl_wcsxfrm(gl_locale *locale, char *out, const gl_wchar *s, int capacity) {
     if (served_by_extension(locale, GL_CAT_COLLATE)) return ask_for_key(locale, out, s, capacity);
     if (s == nullptr) return fail(locale, GL_ENULLPTR, -1);
     return key_of_wide(locale, out, {s, gl_wcslen(s)}, capacity);
+}
+
+int gl_wcfsxfrm(gl_locale *locale, char *out, const gl_wchar *s, int len, int capacity) {
+    if (len == -1 || locale == nullptr) return gl_wcsxfrm(locale, out, s, capacity);
+    if (s == nullptr) return fail(locale, GL_ENULLPTR, -1);
+    if (len < 0) return fail(locale, GL_EBADARG, -1);
+    return key_of_wide(locale, out, {s, len}, capacity);
 }

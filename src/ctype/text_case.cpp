@@ -138,6 +138,98 @@ template <Case TO> int multibyte_text(gl_locale *locale, char *dst, const char *
     return static_cast<int>(out - begin);
 }
 
+// One character of a text with a length.
+struct Mapped {
+    int length;  // bytes read
+    int written; // to the buffer; 0 after a failure
+};
+
+template <Case TO> Mapped map_by_extension(gl_locale *locale, uint8_t *out, const uint8_t *in, int limit) {
+    const auto ask = TO == Case::UPPER ? fn_glu_mbtoupper : fn_glu_mbtolower;
+    const int packed =
+        static_cast<uint16_t>(ask_extension(locale, ask, 0, locale->glu_handle[GL_CAT_CTYPE], reinterpret_cast<char *>(out),
+                                            reinterpret_cast<const char *>(in), limit));
+    const Mapped result = {packed >> 8, packed & 0xFF};
+    return result.length >= 1 && result.length <= limit && result.written <= MAX_KEY ? result : Mapped{0, 0};
+}
+
+// Maps a character of at most `limit` bytes into a buffer of MAX_KEY. A failure has its error number set.
+template <Case TO> Mapped map_limited(gl_locale *locale, uint8_t *out, const uint8_t *in, int limit) {
+    const gl_ctype_info &info = locale->ctype;
+    const int shortest = info.codeset_table->min_length;
+    if (limit >= shortest && std::all_of(in, in + shortest, [](uint8_t byte) { return byte == 0; })) {
+        memset(out, 0, static_cast<size_t>(shortest));
+        return {shortest, shortest};
+    }
+    if (served_by_extension(locale, GL_CAT_CTYPE)) return map_by_extension<TO>(locale, out, in, std::min(limit, MAX_KEY));
+    int length = 0;
+    const void *entry = _gl_retrieve_text_multi_limit(reinterpret_cast<const char *>(in), info.case_table, limit, &length, locale);
+    if (entry == nullptr) return {0, 0};
+    const gl_wchar mapped = other_case<TO>(info, entry);
+    if (mapped != 0) return {length, std::max(put(locale, out, mapped), 0)};
+    memcpy(out, in, static_cast<size_t>(length));
+    return {length, length};
+}
+
+int fail(gl_locale *locale, int error) {
+    set_error(locale, error);
+    return -1;
+}
+
+int counted_single_byte_text(gl_locale *locale, const uint8_t *map, char *dst, int room, const char *src, int len) {
+    if (len > room) return fail(locale, GL_E2BIG);
+    std::transform(src, src + len, dst, [map](char byte) { return static_cast<char>(map[static_cast<uint8_t>(byte)]); });
+    return len;
+}
+
+template <Case TO> int counted_multibyte_text(gl_locale *locale, char *dst, int room, const char *src, int len) {
+    const gl_ctype_info &info = locale->ctype;
+    const bool by_arrays =
+        info.maps != nullptr && info.codeset_table->min_length == 1 && !served_by_extension(locale, GL_CAT_CTYPE);
+    const CodesetMaps &maps = by_arrays ? *maps_of(locale) : NO_MAPS;
+    const uint8_t *const bytes = byte_map<TO>(maps);
+    const auto *in = reinterpret_cast<const uint8_t *>(src), *const end = in + len;
+    auto *const begin = reinterpret_cast<uint8_t *>(dst), *out = begin, *const out_end = begin + room;
+    while (in != end) {
+        uint8_t byte;
+        for (const uint8_t *const stop = in + std::min(end - in, out_end - out); in != stop && (byte = bytes[*in]) != 0; ++in)
+            *out++ = byte;
+        if (in == end) break;
+        uint8_t character[MAX_KEY];
+        Mapped mapped = {0, 0};
+        if (const uint32_t place = end - in > 2 ? find_place(maps, in, mapped.length) : 0) {
+            const gl_wchar other = in_case<TO>(info.case_pairs[maps.cells[place].case_pair]);
+            if (other == 0) memcpy(character, in, MAX_KEY - 1);
+            mapped.written = other == 0 ? mapped.length : static_cast<int>(put_known(character, other) - character);
+        } else {
+            mapped = map_limited<TO>(locale, character, in, static_cast<int>(end - in));
+        }
+        if (mapped.written == 0) return -1;
+        if (mapped.written > out_end - out) return fail(locale, GL_E2BIG);
+        out = std::copy_n(character, mapped.written, out);
+        in += mapped.length;
+    }
+    return static_cast<int>(out - begin);
+}
+
+// -1 with the error number for bytes that are no character.
+int bytes_before_terminator(gl_locale *locale, const char *s) {
+    if (locale->single_byte != 0) return static_cast<int>(strlen(s));
+    int bytes = 0, length;
+    while ((length = gl_full_mblen(locale, s + bytes, MAX_KEY)) > 0) bytes += length;
+    return length < 0 ? -1 : bytes;
+}
+
+template <Case TO> int counted_text(gl_locale *locale, char *dst, int room, const char *src, int len) {
+    if (src == nullptr) return fail(locale, GL_ENULLPTR);
+    if (room < 0 || len < -1) return fail(locale, GL_EBADARG);
+    if (len == -1) len = bytes_before_terminator(locale, src);
+    if (len < 0) return -1;
+    const uint8_t *map = byte_map<TO>(locale);
+    return locale->single_byte != 0 && map != nullptr ? counted_single_byte_text(locale, map, dst, room, src, len)
+                                                      : counted_multibyte_text<TO>(locale, dst, room, src, len);
+}
+
 template <Case TO> int text(gl_locale *locale, char *dst, const char *src) {
     if (served_by_extension(locale, GL_CAT_CTYPE)) {
         const auto ask = TO == Case::UPPER ? fn_glu_mbstoupper : fn_glu_mbstolower;
@@ -161,3 +253,10 @@ uint16_t _qbx_gl_im_tomlower(gl_locale *locale, char *dst, const char *src, int 
 
 int gl_tombsupper(gl_locale *locale, char *dst, const char *src) { return text<Case::UPPER>(locale, dst, src); }
 int gl_tombslower(gl_locale *locale, char *dst, const char *src) { return text<Case::LOWER>(locale, dst, src); }
+
+int gl_tombfsupper(gl_locale *locale, char *dst, int room, const char *src, int len) {
+    return counted_text<Case::UPPER>(locale, dst, room, src, len);
+}
+int gl_tombfslower(gl_locale *locale, char *dst, int room, const char *src, int len) {
+    return counted_text<Case::LOWER>(locale, dst, room, src, len);
+}

@@ -1,5 +1,6 @@
 // The case of wide characters and wide text.
 #include "ctype/case.h"
+#include "mbwc/ranges.h"
 #include "qbnxdl/entry_points.h"
 #include "qbnxdl/served.h"
 
@@ -33,15 +34,15 @@ template <Case TO> gl_wchar character(gl_locale *locale, gl_wchar wc) {
     return mapped != 0 ? mapped : wc;
 }
 
-int invalid(gl_locale *locale) {
-    set_error(locale, GL_EILSEQ);
+int fail(gl_locale *locale, int error) {
+    set_error(locale, error);
     return -1;
 }
 
 int single_byte_text(gl_locale *locale, const uint8_t *map, gl_wchar *dst, const gl_wchar *src) {
     gl_wchar wc;
     for (; (wc = *src) != 0; ++src) {
-        if (wc > UINT8_MAX) return invalid(locale);
+        if (wc > UINT8_MAX) return fail(locale, GL_EILSEQ);
         *dst++ = map[wc];
     }
     *dst = 0;
@@ -72,6 +73,29 @@ template <Case TO> int multibyte_text(gl_locale *locale, gl_wchar *dst, const gl
     return 0;
 }
 
+// Whether the case tables know a value; the extension says itself what it makes of one.
+bool is_character(gl_locale *locale, gl_wchar wc) {
+    if (wc == 0 || served_by_extension(locale, GL_CAT_CTYPE)) return true;
+    const CodesetMaps *maps = maps_of(locale);
+    if (maps != nullptr && wc >> 8 < maps->case_pages && is_valid(maps->valid, place_of(maps->page_blocks, wc))) return true;
+    return _gl_retrieve_wchar_multi_nl(locale, wc, locale->ctype.case_table) != nullptr;
+}
+
+template <Case TO> int counted_text(gl_locale *locale, gl_wchar *dst, int room, const gl_wchar *src, int len) {
+    if (src == nullptr) return fail(locale, GL_ENULLPTR);
+    if (room < 0 || len < -1) return fail(locale, GL_EBADARG);
+    if (len == -1) len = static_cast<int>(find_zero(src, INT32_MAX) - src);
+    if (len > room) return fail(locale, GL_E2BIG);
+    const uint8_t *const map = locale->single_byte != 0 ? byte_map<TO>(locale) : nullptr;
+    for (int i = 0; i < len; ++i) {
+        const gl_wchar wc = src[i];
+        if (map != nullptr && wc > UINT8_MAX) return fail(locale, GL_EILSEQ);
+        if (map == nullptr && !is_character(locale, wc)) return -1;
+        dst[i] = map != nullptr ? map[wc] : character<TO>(locale, wc);
+    }
+    return len;
+}
+
 template <Case TO> int text(gl_locale *locale, gl_wchar *dst, const gl_wchar *src) {
     if (served_by_extension(locale, GL_CAT_CTYPE)) {
         const auto ask = TO == Case::UPPER ? fn_glu_ucs32toupper : fn_glu_ucs32tolower;
@@ -89,3 +113,10 @@ gl_wchar _gl_im_towlower(gl_locale *locale, gl_wchar wc) { return character<Case
 
 int gl_towcsupper(gl_locale *locale, gl_wchar *dst, const gl_wchar *src) { return text<Case::UPPER>(locale, dst, src); }
 int gl_towcslower(gl_locale *locale, gl_wchar *dst, const gl_wchar *src) { return text<Case::LOWER>(locale, dst, src); }
+
+int gl_towcfsupper(gl_locale *locale, gl_wchar *dst, int room, const gl_wchar *src, int len) {
+    return counted_text<Case::UPPER>(locale, dst, room, src, len);
+}
+int gl_towcfslower(gl_locale *locale, gl_wchar *dst, int room, const gl_wchar *src, int len) {
+    return counted_text<Case::LOWER>(locale, dst, room, src, len);
+}
