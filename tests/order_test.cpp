@@ -176,6 +176,10 @@ TEST(OrderFingerprint, OfAnObjectIsThatOfItsRulesAndCharacters) {
         return characters_fingerprint(*library.codeset(*library.catalogue().find(name)));
     };
     EXPECT_EQ(header_value(text, ORDER_LINE), order_fingerprint(characters("8859-1"), section));
+    gl_locale *locale = nullptr;
+    EXPECT_EQ(gl_lc_load(&locale, "de_de/0333.lco", nullptr, QBGL_TREE "/vrn/lc11"), 0);
+    EXPECT_EQ(header_value(text, ORDER_LINE), gl_order_fingerprint(locale));
+    gl_lc_unload(locale);
     EXPECT_NE(characters("8859-1"), characters("8859-15"));
     EXPECT_NE(order_fingerprint("", section), order_fingerprint("", section + "\n"));
 }

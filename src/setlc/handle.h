@@ -24,7 +24,7 @@ bool is_canned(const gl_locale *locale);
 // Puts a name into a category's slot, without a terminator when it fills the slot.
 void set_locale_name(gl_locale *locale, int category, const char *name);
 
-// Empties the names of a category, lets go of its extension handle, and makes it the handle's own again.
+// Empties the names of a category and what tells its order, lets go of its extension handle, and makes it the handle's own again.
 void release_names(gl_locale *locale, int category);
 
 // Frees what a category holds and puts it into its null state.

@@ -41,14 +41,31 @@ int read_texts(FILE *file, gl_locale *locale, Info &info, int (*read)(FILE *, In
     return init(locale) < 1 ? fail_with_message(locale, 0, init_failed) : 0;
 }
 
+// The digits of the order's line; anything else is the compiler's business.
+void take_order(const char *line, OrderDigits &order) {
+    constexpr char KEY[] = "ORDER=";
+    constexpr size_t KEY_LENGTH = sizeof KEY - 1, DIGITS = sizeof order - 1;
+    if (strncmp(line, KEY, KEY_LENGTH) != 0 || strlen(line) != KEY_LENGTH + DIGITS) return;
+    if (strspn(line + KEY_LENGTH, "0123456789abcdef") == DIGITS) memcpy(order, line + KEY_LENGTH, sizeof order);
+}
+
+int read_order(FILE *file, gl_locale *locale, const ObjectHeader &header) {
+    if (read_collate(file, locale) != 0) return 1;
+    if (header.order[0] != '\0')
+        memcpy(locale->order_fingerprint, header.order, sizeof header.order);
+    else
+        fingerprint_of_rules(locale, locale->order_fingerprint);
+    return 0;
+}
+
 // The section behind the marker.
-int read_section(FILE *file, gl_locale *locale, int category, const char *messages_failed) {
+int read_section(FILE *file, gl_locale *locale, int category, const ObjectHeader &header, const char *messages_failed) {
     switch (category) {
     case GL_CAT_CTYPE:
         if (read_ctype(file, locale) != 0) return 1;
         // The other categories would refuse it, too.
         return _gl_multi_max_length(locale->ctype.codeset_table) == 0 ? fail(locale, GL_ENOCODESET, 1) : 0;
-    case GL_CAT_COLLATE: return read_collate(file, locale) != 0;
+    case GL_CAT_COLLATE: return read_order(file, locale, header);
     case GL_CAT_NUMERIC:
         return read_texts(file, locale, locale->numeric, _gl_read_numeric, init_numeric_info,
                           "Failed to read numeric information\n", "Failed to initialize numeric information\n");
@@ -68,17 +85,21 @@ int check_stream(FILE *file, gl_locale *locale) { return reading_failed(file) ? 
 
 } // namespace
 
-int read_file_header(FILE *file, CodesetName &codeset, int32_t *error) {
+int read_file_header(FILE *file, ObjectHeader &header, int32_t *error) {
     const auto count_of = [](const char *line, long &count) {
         const char *equals = strchr(line, '=');
         count = equals != nullptr ? strtol(equals + 1, nullptr, 10) : 0;
         return count >= FIXED_HEADER_LINES;
     };
-    const auto skip = [](const char *) { return true; };
-    const Header header = read_object_header(file, "FILE_TYPE=locale_object", "COMPILER_VERSION=11", count_of, skip);
+    header.order[0] = '\0';
+    const auto take = [&header](const char *line) {
+        take_order(line, header.order);
+        return true;
+    };
+    const Header result = read_object_header(file, "FILE_TYPE=locale_object", "COMPILER_VERSION=11", count_of, take);
     *error = 0;
-    if (header == Header::READ && read_line(file, codeset, sizeof codeset)) return 1;
-    *error = header == Header::OTHER_VERSION ? GL_EVERSION : GL_EBADFILE;
+    if (result == Header::READ && read_line(file, header.codeset, sizeof header.codeset)) return 1;
+    *error = result == Header::OTHER_VERSION ? GL_EVERSION : GL_EBADFILE;
     return 0;
 }
 
@@ -87,14 +108,14 @@ int verify_codesets(const gl_locale *locale, int category) {
 }
 
 int read_locale_file(FILE *file, gl_locale *locale) {
-    CodesetName codeset = {};
+    ObjectHeader header;
     int32_t error = 0;
-    if (read_file_header(file, codeset, &error) == 0) return fail(locale, error, 1);
+    if (read_file_header(file, header, &error) == 0) return fail(locale, error, 1);
     for (int category = FIRST_CATEGORY; category <= LAST_CATEGORY; ++category)
-        memcpy(locale->codeset_name[category], codeset, sizeof codeset);
+        memcpy(locale->codeset_name[category], header.codeset, sizeof header.codeset);
     for (int category = FIRST_CATEGORY; category <= LAST_CATEGORY; ++category) {
         if (!find_marker(file, category)) return fail(locale, GL_EBADFILE, 1);
-        if (read_section(file, locale, category, "Failed to read messages information\n") != 0)
+        if (read_section(file, locale, category, header, "Failed to read messages information\n") != 0)
             return leave_null(locale, category, 1); // what a section has left half read nobody has checked
     }
     return check_stream(file, locale);
@@ -103,14 +124,14 @@ int read_locale_file(FILE *file, gl_locale *locale) {
 int read_one_category(gl_locale *locale, int category, ObjectFile &object) {
     FILE *file = object.stream->get();
     int32_t error = 0;
-    if (!object.header_read && read_file_header(file, object.codeset, &error) == 0) return fail(locale, error, 1);
+    if (!object.header_read && read_file_header(file, object.header, &error) == 0) return fail(locale, error, 1);
     object.header_read = true;
-    memcpy(locale->codeset_name[category], object.codeset, sizeof object.codeset);
+    memcpy(locale->codeset_name[category], object.header.codeset, sizeof object.header.codeset);
     if (verify_codesets(locale, category) != 0) return fail(locale, GL_ECTYPECS, 1);
     object.at_end = !find_marker(file, category);
     if (object.at_end) return fail(locale, GL_EBADFILE, 1);
     // A failed reader of messages reports a failed initialisation here: hosts know the text.
-    if (read_section(file, locale, category, "Failed to initialize messages information\n") != 0) return 1;
+    if (read_section(file, locale, category, object.header, "Failed to initialize messages information\n") != 0) return 1;
     return check_stream(file, locale);
 }
 

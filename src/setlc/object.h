@@ -2,11 +2,13 @@
 //
 //   FILE_TYPE=locale_object
 //   COMPILER_VERSION=11
-//   KEY=N                    N - 3 lines follow that are the compiler's own
+//   KEY=N                    N - 3 lines follow that are the compiler's own, one of which may be
+//   ORDER=HHHHHHHHHHHHHHHH   the fingerprint of the order, 16 digits
 //   CODESET
 //   ### LC_CTYPE ... ### LC_COLLATE ... ### LC_NUMERIC ... ### LC_MONETARY ... ### LC_TIME ... ### LC_MESSAGES ...
 #pragma once
 
+#include "coll/fingerprint.h"
 #include "setlc/handle.h"
 #include "util/owned.h"
 
@@ -15,8 +17,13 @@
 
 namespace qbgl {
 
-// 1, with the stream behind the header and the codeset's name in `codeset`; 0 with GL_EBADFILE or GL_EVERSION in *error.
-int read_file_header(FILE *file, CodesetName &codeset, int32_t *error);
+struct ObjectHeader {
+    CodesetName codeset = {};
+    OrderDigits order = {}; // empty when the object has none
+};
+
+// 1, with the stream behind the header; 0 with GL_EBADFILE or GL_EVERSION in *error.
+int read_file_header(FILE *file, ObjectHeader &header, int32_t *error);
 
 // Reads all sections into a null handle. 0, or 1 with the error number set unless a section's reader has none.
 int read_locale_file(FILE *file, gl_locale *locale);
@@ -26,7 +33,7 @@ int read_locale_file(FILE *file, gl_locale *locale);
 struct ObjectFile {
     LocaleName name = "";
     std::optional<Stream> stream{};
-    CodesetName codeset = {};
+    ObjectHeader header{};
     bool header_read = false, at_end = false;
 
     bool is_open_as(const char *other) const { return stream && strcmp(name, other) == 0; }

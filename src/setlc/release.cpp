@@ -69,6 +69,7 @@ void free_record(gl_locale *locale) {
 void qbgl::release_names(gl_locale *locale, int category) {
     memset(locale->codeset_name[category], 0, sizeof locale->codeset_name[category]);
     memset(locale->locale_name[category], 0, sizeof locale->locale_name[category]);
+    if (category == GL_CAT_COLLATE) locale->order_fingerprint[0] = '\0';
     set_categories_glu_null(locale, category);
     locale->glu_flag[category] = 0;
     locale->shared[category] = 0;

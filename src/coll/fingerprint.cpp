@@ -1,0 +1,86 @@
+#include "coll/fingerprint.h"
+
+#include "coll/model.h"
+#include "multi/table.h"
+#include "qbnxdl/served.h"
+
+#include <span>
+#include <string.h>
+
+using namespace qbgl;
+
+namespace {
+
+// To be raised whenever texts compare differently, or have other sort keys, under the same object.
+constexpr uint32_t KEY_FORMAT = 1;
+
+// Of a handle that has no rules yet.
+constexpr char NO_ORDER[] = "0000000000000000";
+
+// The 64-bit hash FNV-1a (RFC 9923), of numbers from their low byte on.
+class Hash {
+  public:
+    void add(uint32_t value) {
+        for (int i = 0; i < 4; ++i, value >>= 8) value_ = (value_ ^ (value & 0xFF)) * 0x100000001B3;
+    }
+    template <class T> void add(std::span<const T> values) {
+        add(static_cast<uint32_t>(values.size()));
+        for (const T &value : values) add(static_cast<uint32_t>(value));
+    }
+    uint64_t value() const { return value_; }
+
+  private:
+    uint64_t value_ = 0xCBF29CE484222325;
+};
+
+// The characters below a node, with their rows.
+void add_characters(Hash &hash, const gl_multi &table, const MultiNode &node, uint32_t leading) {
+    for (uint32_t byte = 0; byte < 256; ++byte) {
+        const auto at = static_cast<uint8_t>(byte);
+        if (node.flags[at] == FLAG_CHILD) {
+            add_characters(hash, table, *child_of(node, at), leading << 8 | byte);
+        } else if (node.flags[at] == FLAG_END) {
+            uint16_t row;
+            memcpy(&row, entry_of(table, node, at), sizeof row);
+            hash.add(leading << 8 | byte);
+            hash.add(row);
+        }
+    }
+}
+
+template <class T> std::span<const T> list(const T *items, int32_t count) {
+    return {items, items != nullptr ? static_cast<size_t>(count) : 0};
+}
+
+void add_rules(Hash &hash, const gl_collate_info &info) {
+    hash.add(list(info.directions, info.pass_count));
+    for (int32_t pass = 0; pass < info.pass_count; ++pass) hash.add(list(info.weights[pass], info.row_count + 1));
+    for (const gl_expansion &expansion : list(info.expansions, info.expansion_count))
+        hash.add(list(expansion.chars, expansion.count));
+    for (const gl_collating_element &element : list(info.elements, info.element_count)) {
+        hash.add(list(element.chars, element.count));
+        hash.add(element.row);
+    }
+}
+
+} // namespace
+
+void qbgl::fingerprint_of_rules(const gl_locale *locale, OrderDigits &digits) {
+    const gl_collate_info &info = locale->collate;
+    Hash hash;
+    for (const int32_t number : {static_cast<int32_t>(KEY_FORMAT), info.kind, info.direct, info.fifth_count, info.row_count})
+        hash.add(static_cast<uint32_t>(number));
+    const char *codeset = locale->codeset_name[GL_CAT_COLLATE];
+    hash.add(std::span<const char>(codeset, strlen(codeset)));
+    if (info.character_table != nullptr) add_characters(hash, *info.character_table, *info.character_table->root, 0);
+    add_rules(hash, info);
+    snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash.value()));
+}
+
+const char *gl_order_fingerprint(gl_locale *locale) {
+    if (served_by_extension(locale, GL_CAT_COLLATE)) {
+        set_error(locale, GL_ENODATA);
+        return nullptr;
+    }
+    return locale->order_fingerprint[0] != '\0' ? locale->order_fingerprint : NO_ORDER;
+}
