@@ -2,6 +2,7 @@
 #include "support/faults.h"
 #include "support/files.h"
 
+#include <cstring>
 #include <gtest/gtest.h>
 #include <random>
 #include <utility>
@@ -134,6 +135,29 @@ TEST_F(Registry, IsSearchedInTheInstallation) {
         EXPECT_EQ(faults.count(operation), 0u);
     EXPECT_EQ(cache("/nowhere"), Answer(-1, GL_ENODATA));
     EXPECT_EQ(qbgl::vrn_registry_list_cache, nullptr);
+}
+
+TEST_F(Registry, NamesTheInstalledCodesets) {
+    for (const char *object : {"cm3/0333.cmo", "cm/0011.cmo", "cm3/0333.cvo", "cv9/e0060333.cvo", "cv/ffff0005.cvo",
+                               "cv9/e006033.cvo", "cv9/E0020333.cvo", "cv9/a_b.cvo"})
+        write_file(directory.path() / "vrn" / object, "");
+    file_of("c 819\n8859-1 819\nlatin 819\nsjis 57350\nsjis 17\nunused 18\nposix 5\n");
+    for (const bool cached : {false, true}) {
+        if (cached) cache("");
+        std::vector<string> names;
+        char name[64];
+        for (int i = 0, count = gl_codeset_count(nullptr); i < count; ++i) {
+            const int length = gl_codeset_name(nullptr, i, name, sizeof name);
+            EXPECT_EQ(length, static_cast<int>(strlen(name)));
+            names.emplace_back(name);
+        }
+        EXPECT_EQ(names, (std::vector<string>{"17", "65535", "8859-1", "posix", "sjis"}));
+    }
+    const ScopedEnv nowhere("QUORBANEDIR", "/nowhere");
+    EXPECT_EQ(gl_codeset_count(nullptr), 0);
+    int32_t error = UNTOUCHED;
+    EXPECT_EQ(gl_codeset_name(&error, 0, nullptr, 0), -1);
+    EXPECT_EQ(error, GL_EBADARG);
 }
 
 TEST_F(Registry, BuiltInTable) {

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <gtest/gtest.h>
+#include <set>
 
 namespace {
 
@@ -202,6 +203,84 @@ TEST_F(Handle, IsLoadedBySpecification) {
         EXPECT_EQ(outcome(locale, done ? gl_setlocale_4(locale, 1, nullptr) : nullptr), expected);
         gl_lc_unload(locale);
     }
+}
+
+TEST_F(Handle, KnowsItsOrder) {
+    const string own = "0123456789abcdef";
+    const auto with_line = [](const string &line) {
+        LocaleObject object(single_byte_codeset());
+        object.header = "FILE_TYPE=locale_object\nCOMPILER_VERSION=11\nHEADER_LINES=4\n" + line + "\n";
+        return object.text();
+    };
+    for (const char *line :
+         {"ORDER=0123456789abcde", "ORDER=0123456789abcdef0", "ORDER=0123456789ABCDEF", "XORDER=0123456789abcdef"})
+        EXPECT_STREQ(gl_order_fingerprint(load_locale(with_line(line)).get()), gl_order_fingerprint(created().get())) << line;
+    put("told.lco", with_line("ORDER=" + own));
+    Collation rules = Collation::in_order(single_byte_codeset());
+    std::set<string> known = {own, gl_order_fingerprint(load_locale(SJIS).get())};
+    for (const auto change :
+         {+[](Collation &) {}, +[](Collation &c) { ++c.rows.back()[0]; }, +[](Collation &c) { c.directions[0] = 2; },
+          +[](Collation &c) {
+              c.expansions = {{'a', 'b'}};
+          },
+          +[](Collation &c) {
+              c.elements = {{{'a', 'b'}, 3}};
+          },
+          +[](Collation &c) {
+              ++c.places.back().second;
+              --c.places.back().second, c.places.pop_back();
+          }}) {
+        change(rules);
+        const Locale locale = load_locale(LocaleObject(single_byte_codeset(), rules.text()));
+        EXPECT_EQ(locale->error, 0);
+        EXPECT_TRUE(known.insert(gl_order_fingerprint(locale.get())).second);
+    }
+    const Locale locale = created(), target = empty();
+    EXPECT_TRUE(known.contains(gl_order_fingerprint(locale.get())));
+    EXPECT_STREQ(gl_order_fingerprint(target.get()), "0000000000000000");
+    select(locale, GL_CAT_COLLATE, "told.lco");
+    gl_copy_cat(target.get(), locale.get(), 1);
+    for (const Locale *each : {&locale, &target}) EXPECT_EQ(gl_order_fingerprint(each->get()), own);
+    select(locale, GL_CAT_CTYPE, "latin.lco");
+    EXPECT_EQ(gl_order_fingerprint(locale.get()), own);
+    put("broken.lco", LATIN.text().replace(LATIN.text().find("as_specified"), 2, "??"));
+    select(locale, GL_CAT_COLLATE, "broken.lco");
+    EXPECT_STREQ(gl_order_fingerprint(locale.get()), "0000000000000000");
+}
+
+TEST_F(Handle, IsOneOfTheInstalled) {
+    for (const char *name : {"ja_jp/e006euro.lco", "xx/e006.lco", "ja_jp/0333.lco", "ja_jp/deeper/e006.lco"})
+        put(name, SJIS.text());
+    put("ja_jp/broken.lco", "");
+    put("ja_jp/e006.txt", SJIS.text());
+    put("a-name-of-more-than-32-characters.lco", SJIS.text());
+    const std::vector<string> expected = {"default.lco", "ja_JP.sjis", "ja_JP.sjis@euro", "ja_jp/0333.lco",
+                                          "latin.lco",   "sjis.lco",   "xx/e006.lco"};
+    const string searched = (tree / "vrn/lc11:/nowhere:") + (tree / "vrn/cm3");
+    for (const bool by_path : {false, true}) {
+        const ScopedEnv directories("GL_PATH", by_path ? searched.c_str() : nullptr);
+        std::vector<string> names;
+        char name[64];
+        for (int i = 0, count = gl_locale_count(nullptr); i < count; ++i) {
+            const int length = gl_locale_name(nullptr, i, name, sizeof name);
+            EXPECT_EQ(length, static_cast<int>(strlen(name)));
+            names.emplace_back(name);
+        }
+        EXPECT_EQ(names, expected);
+    }
+    int32_t error = 0;
+    char name[] = "??????????????";
+    EXPECT_EQ(gl_locale_name(&error, 7, name, 64), -1);
+    EXPECT_EQ(gl_locale_name(&error, -1, name, 64), -1);
+    EXPECT_EQ(error, GL_EBADARG);
+    for (const auto &[room, text] : {std::pair(0, "??????????????"), {1, ""}, {11, "default.lc"}}) {
+        EXPECT_EQ(gl_locale_name(&error, 0, name, room), -1);
+        EXPECT_EQ(std::exchange(error, 0), GL_E2BIG);
+        EXPECT_STREQ(name, text);
+    }
+    gl_free_registry_cache();
+    EXPECT_EQ(gl_locale_name(&error, 1, name, 64), 10); // takes stock itself
+    gl_free_registry_cache();
 }
 
 TEST_F(Handle, SharesCategories) {

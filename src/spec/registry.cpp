@@ -2,6 +2,7 @@
 // The built-in table serves only after caching the file has failed.
 #include "spec/registry.h"
 #include "ext/error.h"
+#include "spec/name_list.h"
 #include "util/ascii.h"
 
 #include <algorithm>
@@ -71,7 +72,50 @@ int cache_file(void *ctx, const char *path) {
     return read_registry(file.get(), gl_reg_functions, vrn_registry_list_cache);
 }
 
+// In the caches, or else in a list.
+uint16_t find_cached(const RegistryEntry *list, std::string_view name) {
+    if (vrn_registry_list_cache != nullptr) return find_in_list(vrn_registry_list_cache, name);
+    if (vrn_registry_array_cache != nullptr) return find_in_array(vrn_registry_array_cache, name);
+    return find_in_list(list, name);
+}
+
+bool names_locale(std::string_view name) { return name == "c" || name == "posix"; }
+
 } // namespace
+
+RegistrySnapshot::RegistrySnapshot() {
+    if (vrn_registry_list_cache != nullptr || vrn_registry_array_cache != nullptr) return;
+    const RegistryFile file(nullptr, nullptr);
+    if (file.get() != nullptr) read_registry(file.get(), gl_reg_functions, own_);
+}
+
+RegistrySnapshot::~RegistrySnapshot() { _gl_free_registry_list(own_); }
+
+uint16_t RegistrySnapshot::number_of(std::string_view name) const {
+    const FoldedName folded(name);
+    uint16_t number = find_cached(own_, folded);
+    if (number == GL_NO_CODESET) read_decimal(folded, number);
+    return number;
+}
+
+const char *RegistrySnapshot::name_of(uint16_t number) const {
+    const char *of_locale = nullptr;
+    const auto is_name = [&](const char *name, uint32_t its_number) { // of several lines with one name the first counts
+        return its_number == number && find_cached(own_, name) == number;
+    };
+    for (const CannedCodeset *row = vrn_registry_array_cache; row != nullptr && row->name != nullptr; ++row) {
+        if (!is_name(row->name, row->number)) continue;
+        if (!names_locale(row->name)) return row->name;
+        of_locale = row->name;
+    }
+    for (const RegistryEntry *entry = vrn_registry_list_cache != nullptr ? vrn_registry_list_cache : own_; entry != nullptr;
+         entry = entry->next) {
+        if (!is_name(entry->name, entry->number)) continue;
+        if (!names_locale(entry->name)) return entry->name;
+        of_locale = entry->name;
+    }
+    return of_locale;
+}
 
 uint16_t codeset_number(void *ctx, std::string_view name, const char *registry_path) {
     const FoldedName folded(name);
@@ -115,6 +159,9 @@ int gl_cache_registry(void *ctx, const char *registry_path) {
 }
 
 void gl_free_registry_cache(void) {
+    installed_locales.names.free();
+    installed_codesets.names.free();
+    installed_locales.taken = installed_codesets.taken = false;
     _gl_free_registry_list(std::exchange(vrn_registry_list_cache, nullptr));
     vrn_registry_array_cache = nullptr;
 }

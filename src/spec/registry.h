@@ -30,6 +30,23 @@ extern const CannedCodeset *vrn_registry_array_cache;
 // gl_cs_name2cs_num for a name that need not end with a NUL.
 uint16_t codeset_number(void *ctx, std::string_view name, const char *registry_path);
 
+// The registry for many lookups: the cache when there is one, otherwise the file, read once. Without either it knows no names.
+class RegistrySnapshot {
+  public:
+    RegistrySnapshot();
+    RegistrySnapshot(const RegistrySnapshot &) = delete;
+    RegistrySnapshot &operator=(const RegistrySnapshot &) = delete;
+    ~RegistrySnapshot();
+
+    // As gl_cs_name2cs_num.
+    uint16_t number_of(std::string_view name) const;
+    // The first name of a codeset that is not that of a locale ("c", "posix"), or null.
+    const char *name_of(uint16_t number) const;
+
+  private:
+    RegistryEntry *own_ = nullptr;
+};
+
 // Looks for a (lower-case) name in a registry file. Returns 0, with GL_NO_CODESET as the number when it is not there, or
 // GL_EBADFILE.
 int find_in_registry(FILE *stream, std::string_view name, uint16_t &number);
