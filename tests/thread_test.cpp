@@ -1,6 +1,8 @@
 // Many threads under one handle, each with its own error number.
+#include "support/conversion_shapes.h"
 #include "support/locale_object.h"
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <gtest/gtest.h>
@@ -59,6 +61,64 @@ TEST(Threads, ShareAHandle) {
         for (const int result : results) EXPECT_EQ(result, 0);
         EXPECT_EQ(locale->error, 0); // all errors went to the threads
     }
+}
+
+// A conversion's record as a thread uses it: whole texts, and ones that stop at what has no room or is no character.
+int convert(gl_cv *cd, const std::string &text, const std::string &expected) {
+    for (const int room : {64, 1}) {
+        gl_cv_state state = {};
+        char bytes[64];
+        const char *in = text.data();
+        char *out = bytes;
+        int inleft = static_cast<int>(text.size()), outleft = room, subst = 0;
+        own_error = 0;
+        const int result = gl_cv_mconv(cd, &state, &in, &inleft, &out, &outleft, &subst);
+        if (result != (room == 64 ? 0 : -1) || own_error != (room == 64 ? 0 : GL_E2BIG)) return 1;
+        if (room == 64 && std::string(bytes, out) != expected) return 2;
+    }
+    return gl_errno(cd) == GL_E2BIG ? 0 : 3;
+}
+
+TEST(Threads, ShareAConversion) {
+    gl_setextfunc(nullptr, GL_EXT_ERRNO, reinterpret_cast<gl_extfunc>(error_of_thread));
+    const auto expected_of = [](gl_cv *cd, const std::string &text) {
+        gl_cv_state state = {};
+        std::string bytes(64, '\0');
+        const char *in = text.data();
+        char *out = bytes.data();
+        int inleft = static_cast<int>(text.size()), outleft = 64, subst = 0;
+        EXPECT_EQ(gl_cv_mconv(cd, &state, &in, &inleft, &out, &outleft, &subst), 0);
+        return std::string(bytes.data(), out);
+    };
+    std::vector<std::pair<ConversionObject, std::string>> shapes = {{TO_SHIFTED, "a\x81\x40\x81\x41\x81\x40"
+                                                                                 "a"},
+                                                                    {FROM_SHIFTED, "a\x0EKAKA\x0Fz"},
+                                                                    {BOTH_SHIFTED, "a\x0EKKx"}};
+    for (const auto &[name, shape] : STATELESS) {
+        std::string text;
+        for (const auto &[key, mapped] : shape.main)
+            if (mapped.first != 0 && text.size() < 12) text += key;
+        if (shape.lengths.source_min > 1) std::reverse(text.begin(), text.end()); // little-endian units
+        shapes.emplace_back(shape, text);
+    }
+    for (const auto &[shape, text] : shapes) {
+        const TempDir directory;
+        write_file(directory.path() / "object", shape.text());
+        gl_cv *cd = nullptr;
+        ASSERT_EQ(gl_iconv_open1(&cd, (directory / "object").c_str()), 0);
+        const std::string expected = expected_of(cd, text);
+        int results[4] = {};
+        std::vector<std::jthread> threads;
+        for (int &result : results)
+            threads.emplace_back([&, cd] {
+                for (int round = 0; round < 200 && result == 0; ++round) result = convert(cd, text, expected);
+            });
+        threads.clear();
+        for (const int result : results) EXPECT_EQ(result, 0);
+        EXPECT_EQ(cd->error, 0);
+        gl_cv_unload(cd);
+    }
+    gl_setextfunc(nullptr, GL_EXT_ERRNO, nullptr);
 }
 
 void in_two_threads(const std::function<void()> &work) { std::jthread one(work), another(work); }
