@@ -107,7 +107,8 @@ enum gl_error {
 };
 
 /* The number of the last failure in a context, 0 for none: of a gl_locale, gl_cv or gl_charmap, the canned ones that a failed
- * creation hands out included, and wherever the host's errno function (slot 1) keeps it. A null context has 0. */
+ * creation hands out included, and wherever the host's errno function (slot 1) keeps it. A null context is asked of that function;
+ * without one it has 0. */
 QBGL_API int gl_errno(void *ctx);
 
 /* Sets the number to 0. A canned record keeps its own; a null context is fine. */
@@ -1051,10 +1052,11 @@ QBGL_API FILE *gl_open_file(void *ctx, const char *name);
  *     a read error that nobody tells is the end of the file then. feof and fwrite are needed where the host passes handles of its
  *     own to the functions of section 8, or writes tables.
  *   - Without its own fopen a host may replace any of them: they get libc's streams.
- *   - Errors: errno alone. It maps a context to the place of its number, for one, to a variable of the thread; what it is asked
- * about is never null, and its answer must not be either. fseek, ftell, putenv, currtime, calloc and realloc are not called by the
- * library itself. The registry of codesets, the log, the extension's list of libraries and GL_PATH are read with libc's functions
- * always.
+ *   - Errors: errno alone. It maps a context to the place of its number, for one, to a variable of the thread, and never to null.
+ *     Null contexts come to it from gl_setextfunc, gl_errno and gl_clear_errno alone.
+ *
+ * fseek, ftell, putenv, currtime, calloc and realloc are not called by the library itself. The registry of codesets, the log, the
+ * extension's list of libraries and GL_PATH are read with libc's functions always.
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 typedef void (*gl_extfunc)(void);

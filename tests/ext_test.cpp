@@ -129,9 +129,9 @@ TEST(Ext, ObjectsAreReadFromAHostsOwnStreams) {
 TEST(Errors, AreReadInOneWayFromEveryContext) {
     static int32_t of_host;
     int32_t own = 0;
-    const std::pair<const void *, int> canned[] = {
-        {&loc_nomem, GL_ENOMEM}, {&loc_filer, GL_ENOFILE}, {&cd_enomem, GL_ENOMEM}, {&cd_fileerr, GL_ENOFILE},
-        {&cd_einval, GL_EINVAL}, {&cm_nomem, GL_ENOMEM},   {&cm_filer, GL_ENOFILE}, {nullptr, 0}};
+    const std::pair<const void *, int> canned[] = {{&loc_nomem, GL_ENOMEM},   {&loc_filer, GL_ENOFILE}, {&cd_enomem, GL_ENOMEM},
+                                                   {&cd_fileerr, GL_ENOFILE}, {&cd_einval, GL_EINVAL},  {&cm_nomem, GL_ENOMEM},
+                                                   {&cm_filer, GL_ENOFILE}};
     for (const bool replaced : {false, true}) {
         const auto place = reinterpret_cast<gl_extfunc>(+[](void *) { return &of_host; });
         gl_setextfunc(nullptr, GL_EXT_ERRNO, replaced ? place : nullptr);
@@ -142,7 +142,9 @@ TEST(Errors, AreReadInOneWayFromEveryContext) {
             EXPECT_EQ(gl_errno(ctx), number);
         }
         EXPECT_EQ(gl_errno(&own), GL_E2BIG);
+        EXPECT_EQ(gl_errno(nullptr), replaced ? GL_E2BIG : 0);
         gl_clear_errno(&own);
+        gl_clear_errno(nullptr);
         EXPECT_EQ(gl_errno(&own), 0);
     }
     gl_setextfunc(nullptr, GL_EXT_ERRNO, nullptr);

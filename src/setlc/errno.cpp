@@ -1,5 +1,5 @@
 // The error number of a context, as hosts read and clear it.
-#include "ext/error.h"
+#include "qbgl.h"
 
 #include <algorithm>
 #include <iterator>
@@ -11,10 +11,21 @@ const void *const CANNED[] = {&loc_nomem, &loc_filer, &cd_enomem, &cd_fileerr, &
 
 bool is_canned_record(const void *ctx) { return std::find(std::begin(CANNED), std::end(CANNED), ctx) != std::end(CANNED); }
 
+// Where a number lives; null for none. A host's function has a place for what no context was given for.
+int *place_of(void *ctx) {
+    const bool replaced = _gl_ext_func != 0 && _gl_get_ext_funcptr(GL_EXT_ERRNO) != nullptr;
+    return ctx != nullptr || replaced ? _gl_ext_errno(ctx) : nullptr;
+}
+
 } // namespace
 
-int gl_errno(void *ctx) { return is_canned_record(ctx) ? *static_cast<const int32_t *>(ctx) : qbgl::get_error(ctx); }
+int gl_errno(void *ctx) {
+    if (is_canned_record(ctx)) return *static_cast<const int32_t *>(ctx);
+    const int *const place = place_of(ctx);
+    return place != nullptr ? *place : 0;
+}
 
 void gl_clear_errno(void *ctx) {
-    if (!is_canned_record(ctx)) qbgl::set_error(ctx, 0);
+    if (is_canned_record(ctx)) return;
+    if (int *const place = place_of(ctx)) *place = 0;
 }
