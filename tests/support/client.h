@@ -69,6 +69,28 @@ inline Result qbgl(const std::string &arguments, std::string_view input = "", si
     return run(words, input, chunk);
 }
 
+// A call of the client and all that comes of it.
+struct Case {
+    std::string arguments, input;
+    int status;
+    std::string out, err;
+};
+
+// Each is run with its input at once and, unless that is long, byte by byte.
+template <typename Run> void expect_all(const std::string &command, const std::vector<Case> &cases, const Run &run_client) {
+    constexpr size_t LONG = 99;
+    for (const Case &one : cases) {
+        SCOPED_TRACE(command + one.arguments + " < " + one.input.substr(0, LONG));
+        for (const size_t chunk : {WHOLE, size_t{1}}) {
+            if (chunk == 1 && one.input.size() > LONG) continue;
+            const Result result = run_client(command + one.arguments, one.input, chunk);
+            EXPECT_EQ(result.status, one.status);
+            EXPECT_EQ(result.out, one.out);
+            EXPECT_EQ(result.err, one.err);
+        }
+    }
+}
+
 // A tree with the built registry and conversions, and with locales of its own.
 class ClientTree : public testing::Test {
   protected:
@@ -85,6 +107,12 @@ class ClientTree : public testing::Test {
         std::vector<std::string> words{"env", "QUORBANEDIR=" + tree_.path().string(), set, QBGL};
         for (std::string word; stream >> word;) words.push_back(word);
         return run(words, input, chunk);
+    }
+
+    void expect_all(const std::string &command, const std::vector<Case> &cases) {
+        qbgl_test::expect_all(command, cases, [this](const std::string &call, const std::string &input, size_t chunk) {
+            return client(call, input, chunk);
+        });
     }
 
     TempDir tree_;

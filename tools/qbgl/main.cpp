@@ -11,6 +11,7 @@
 #include "commands/sort.h"
 #include "commands/symbols.h"
 #include "commands/width.h"
+#include "common/nearest.h"
 #include "frame/files.h"
 #include "tree/directories.h"
 
@@ -21,6 +22,7 @@
 #include <cstdlib>
 #include <fmt/format.h>
 #include <functional>
+#include <map>
 
 using namespace qbgl;
 
@@ -34,7 +36,7 @@ constexpr const char *EXIT_STATUSES =
 class CommandLine {
   public:
     CommandLine() {
-        app_.set_version_flag("--version", "qbgl " QBGL_VERSION);
+        app_.set_version_flag("-V,--version", "qbgl " QBGL_VERSION);
         app_.require_subcommand(1);
         app_.footer(EXIT_STATUSES);
         add_conv();
@@ -52,14 +54,26 @@ class CommandLine {
         add_lists();
     }
 
-    int run(int argc, char **argv) {
+    int run(std::vector<std::string> words) {
+        const bool as_json = std::find(words.begin(), words.end(), "--json") != words.end();
+        if (!words.empty() && words[0] == "help") { // `qbgl help conv` is `qbgl conv --help`
+            words.erase(words.begin());
+            words.emplace_back("--help");
+        }
+        const CLI::App *command = &app_;
         try {
-            app_.parse(argc, argv);
+            for (const std::string &word : words) {
+                if (word.starts_with("-") || command->get_subcommands({}).empty()) break;
+                command = known_command(*command, word);
+            }
+            std::reverse(words.begin(), words.end()); // as the parser takes them
+            app_.parse(words);
         } catch (const CLI::ParseError &error) {
             if (error.get_exit_code() == 0) return app_.exit(error); // --help, --version
-            const bool as_json =
-                std::any_of(argv, argv + argc, [](const char *word) { return std::string_view(word) == "--json"; });
-            return static_cast<int>(Messages(as_json).fail(ExitStatus::CALL, fmt::format("{}; see `qbgl --help`", error.what())));
+            return static_cast<int>(
+                Messages(as_json).fail(ExitStatus::CALL, fmt::format("{}; see `{} --help`", error.what(), path_of(command))));
+        } catch (const Failure &unknown) {
+            return static_cast<int>(Messages(as_json).fail(unknown));
         }
         use_tree_beside_program();
         gl_cache_registry(nullptr, nullptr);
@@ -72,6 +86,26 @@ class CommandLine {
     }
 
   private:
+    static std::string path_of(const CLI::App *command) {
+        return (command->get_parent() != nullptr ? path_of(command->get_parent()) + " " : "") + command->get_name();
+    }
+
+    // Throws Failure with the command that was likely meant.
+    static const CLI::App *known_command(const CLI::App &of, const std::string &word) {
+        std::vector<std::string> names;
+        for (const CLI::App *command : of.get_subcommands({})) {
+            if (command->get_name() == word) return command;
+            names.push_back(command->get_name());
+        }
+        const std::string nearest = by_nearness(word, names).front();
+        throw Failure{ExitStatus::CALL,
+                      fmt::format("{} has no command {}: the nearest is {}; `{} --help` lists all", path_of(&of), printable(word),
+                                  nearest, path_of(&of)),
+                      JsonObject().text("command", word).text("nearest", nearest)};
+    }
+
+    static void add_examples(CLI::App *command, const std::string &examples) { command->footer("Examples:\n" + examples); }
+
     void add_conv() {
         CLI::App *conv = app_.add_subcommand("conv", "Convert files or standard input from one codeset to another");
         auto *from = conv->add_option("-f,--from-code", conv_.from, "Codeset of the input: a name, a number or a locale")
@@ -80,12 +114,29 @@ class CommandLine {
         add_output(conv, conv_.output);
         add_files(conv, conv_.files);
         conv->add_flag("-c", conv_.leave_out, "Leave out what cannot be converted (exit status 1 if there was any)");
+        conv->add_flag("--strict", conv_.strict, "Refuse similar characters in place of those that the target lacks");
+        conv->add_option("--substitute", conv_.substitutions,
+                         "What to write for a character that the target lacks, as in \u20AC=EUR")
+            ->allow_extra_args(false)
+            ->type_name("CHARACTER=TEXT");
+        conv->add_option("--missing", conv_.missing, "What to write for all others: html (&#x20AC;), escape (\\u20AC) or a text")
+            ->type_name("FORM");
+        conv->add_option("--bom", conv_.bom, "The byte order mark: add or remove it")
+            ->transform(CLI::CheckedTransformer(std::map<std::string, Bom>{{"add", Bom::ADD}, {"remove", Bom::REMOVE}}))
+            ->option_text("add|remove");
+        conv->add_option("--newline", conv_.newline, "Make all line ends LF, or CR LF")
+            ->transform(CLI::CheckedTransformer(std::map<std::string, Newline>{{"lf", Newline::LF}, {"crlf", Newline::CRLF}}))
+            ->option_text("lf|crlf");
         conv->add_flag("--report", conv_.report, "Report each substituted and left-out character, and their numbers");
         conv->add_flag("-l,--list", list_, "List the codesets instead");
         conv->add_flag("--json", json_, "Messages (and lists) as JSON, an object a line");
+        add_examples(conv, "  qbgl conv -f sjis -t utf8 letter.txt\n"
+                           "  qbgl conv -t cp1252 --substitute '\u20AC=EUR' --missing '?' -o out.txt in.txt\n"
+                           "  qbgl conv -f utf8 -t utf8 -c damaged.txt");
         conv->callback([this, from, to] {
             if (!list_ && from->count() == 0 && to->count() == 0) throw CLI::RequiredError("-f or -t");
-            command_ = [this](const Messages &messages) { return list_ ? list_codesets(messages) : run_conv(conv_, messages); };
+            if (list_ && !conv_.files.empty()) throw CLI::ValidationError("-l", "lists the codesets and reads no files");
+            command_ = [this](const Messages &messages) { return list_ ? list_codesets("", messages) : run_conv(conv_, messages); };
         });
     }
 
@@ -94,7 +145,9 @@ class CommandLine {
         add_locale_option(command, "-l,--locale", request.locale);
         add_output(command, request.output);
         add_files(command, request.files);
+        command->add_flag("-c", request.leave_out, "Leave out bytes that are no character (exit status 1 if there were any)");
         command->add_flag("--json", json_, "Messages as JSON, an object a line");
+        add_examples(command, fmt::format("  qbgl {} -l tr_TR.utf8 names.txt", name));
         command->callback([this, &request] { command_ = [&](const Messages &messages) { return run_case(request, messages); }; });
     }
 
@@ -103,6 +156,7 @@ class CommandLine {
         add_locale_option(command, "-l,--locale", class_.locale);
         add_files(command, class_.files);
         command->add_flag("--json", json_, "Print JSON, an object a line");
+        add_examples(command, "  printf 'A\\xE4' | qbgl class -l de_DE.8859-1");
         command->callback([this] { command_ = [this](const Messages &messages) { return run_class(class_, messages); }; });
     }
 
@@ -116,6 +170,7 @@ class CommandLine {
             ->type_name("COLUMNS")
             ->capture_default_str();
         command->add_flag("--json", json_, "Results and messages as JSON, an object a line");
+        add_examples(command, "  qbgl width -l ja_JP.utf8 --max letter.txt");
         command->callback([this] { command_ = [this](const Messages &messages) { return run_width(width_, messages); }; });
     }
 
@@ -124,11 +179,24 @@ class CommandLine {
         add_locale_option(command, "-l,--locale", sort_.locale);
         add_output(command, sort_.output);
         add_files(command, sort_.files);
-        command->add_option("-k,--key", sort_.parts, "Part to sort by, as in sort: FIELD[.CHARACTER][br][,FIELD[.CHARACTER][br]]")
+        command
+            ->add_option("-k,--key", sort_.parts,
+                         "Part to sort by, as in sort: FIELD[.CHARACTER][bfhnrV][,FIELD[.CHARACTER][bfhnrV]]")
             ->allow_extra_args(false)
             ->type_name("PART");
         command->add_option("-t,--field-separator", sort_.separator, "Character that separates fields, instead of blanks");
         command->add_flag("-b,--ignore-leading-blanks", sort_.skip_blanks, "Parts begin behind blanks");
+        command->set_help_flag("--help", "Print this help message and exit");
+        const auto add_order = [&](const char *names, const char *text, PartOrder order) {
+            return command->add_flag_callback(
+                names, [this, order] { sort_.order = order; }, text);
+        };
+        auto *numbers = add_order("-n,--numeric-sort", "As numbers, as the locale writes them", PartOrder::NUMBERS);
+        auto *sizes = add_order("-h,--human-numeric-sort", "As numbers that K, M, G and so on may follow", PartOrder::SIZES);
+        auto *versions = add_order("-V,--version-sort", "Digits within text count as numbers", PartOrder::VERSIONS);
+        numbers->excludes(sizes)->excludes(versions);
+        sizes->excludes(versions);
+        command->add_flag("-f,--ignore-case", sort_.fold, "Text in any case is alike");
         command->add_flag("-r,--reverse", sort_.reverse, "The greatest first");
         command->add_flag("-s,--stable", sort_.stable, "Lines that sort alike stay in their order");
         command->add_flag("-u,--unique", sort_.unique, "Of lines that sort alike only the first");
@@ -136,9 +204,17 @@ class CommandLine {
         command->add_flag("-c,--check", sort_.check, "Tell the first line that is out of order (exit status 1), and do not sort");
         command->add_flag("-C", sort_.check_quietly, "As -c, but without a message");
         command->add_flag("-z,--zero-terminated", sort_.zero_terminated, "Lines end with NUL characters");
+        command->add_flag("--keep-bad", sort_.keep_bad,
+                          "Put lines that are no text of the codeset behind the others (exit status 1)");
+        command
+            ->add_option("--files0-from", sort_.files_from,
+                         "Read the names of the input files from FILE, NUL characters between them")
+            ->type_name("FILE");
         command->add_option("-S,--buffer-size", sort_.memory, "Memory for lines, as in 64M (K, M, G); 256M by default");
         command->add_option("-T,--temporary-directory", sort_.temporary_directory, "For what exceeds it, instead of TMPDIR");
         command->add_flag("--json", json_, "Messages as JSON, an object a line");
+        add_examples(command, "  qbgl sort -l cs_CZ.utf8 -t : -k 2,2 -k 1,1r names\n"
+                              "  qbgl sort -l native -u words");
         command->callback([this] { command_ = [this](const Messages &messages) { return run_sort(sort_, messages); }; });
     }
 
@@ -148,6 +224,7 @@ class CommandLine {
         add_files(command, key_.files);
         command->add_flag("-v,--text", key_.with_text, "The line itself, too, behind a tab");
         command->add_flag("--json", json_, "Messages as JSON, an object a line");
+        add_examples(command, "  qbgl key -l cs_CZ.utf8 -v words | LC_ALL=C sort | cut -f 2-");
         command->callback([this] { command_ = [this](const Messages &messages) { return run_key(key_, messages); }; });
     }
 
@@ -157,6 +234,7 @@ class CommandLine {
         command->add_option("a", explain_.a, "A text, in UTF-8")->required()->type_name("A");
         command->add_option("b", explain_.b, "Another one")->required()->type_name("B");
         command->add_flag("--json", json_, "Print JSON");
+        add_examples(command, "  qbgl explain -l cs_CZ.utf8 chata cihla");
         command->callback([this] { command_ = [this](const Messages &messages) { return run_explain(explain_, messages); }; });
     }
 
@@ -171,6 +249,8 @@ class CommandLine {
             command->add_flag("-d,--decode", symbols_.to_text, "Symbols to text; white space between them counts nothing");
         command->add_flag("-a,--all", symbols_.all, "All names of each character, a character a line")->excludes(to_text);
         command->add_flag("--json", json_, "Messages as JSON, an object a line");
+        add_examples(command, "  qbgl symbols -l ja_JP.sjis letter.txt\n"
+                              "  echo '<U0041>' | qbgl symbols -d --codeset utf8");
         command->callback([this] { command_ = [this](const Messages &messages) { return run_symbols(symbols_, messages); }; });
     }
 
@@ -195,6 +275,9 @@ class CommandLine {
             ->excludes(to_base);
         command->add_option("numbers", num_.numbers, "Numbers, in UTF-8; none: the lines of standard input")->type_name("NUMBER");
         command->add_flag("--json", json_, "Print JSON, an object a line");
+        add_examples(command, "  qbgl num -l de_DE.utf8 1.234.567,5\n"
+                              "  qbgl num --from en_US.utf8 -l fr_FR.utf8 1,234.5\n"
+                              "  qbgl num --to-base 16 255");
         command->callback([this] { command_ = [this](const Messages &messages) { return run_num(num_, messages); }; });
     }
 
@@ -208,23 +291,37 @@ class CommandLine {
         command->add_option("dates", cal_.dates, "YEAR-MONTH-DAY, \"DAY MONTH YEAR\", a month, or FIRST..LAST; none is today")
             ->type_name("DATE");
         command->add_flag("--json", json_, "Print JSON, an object a day");
+        add_examples(command, "  qbgl cal 2024-10-03\n"
+                              "  qbgl cal -l he_IL.utf8 --from hebrew \"1 Tishri 5785\"\n"
+                              "  qbgl cal 2024-10");
         command->callback([this] { command_ = [this](const Messages &messages) { return run_cal(cal_, messages); }; });
     }
 
     void add_locale() {
         CLI::App *command = app_.add_subcommand("locale", "Show what a locale holds");
         add_locale_option(command, "-l,--locale,locale", locale_)->type_name("LOCALE");
+        command->add_option("-k,--category", category_, "This category only")
+            ->check(CLI::IsMember({"LC_CTYPE", "LC_COLLATE", "LC_NUMERIC", "LC_MONETARY", "LC_TIME", "LC_MESSAGES"}));
         command->add_flag("--json", json_, "Print JSON");
-        command->callback([this] { command_ = [this](const Messages &messages) { return run_locale(locale_, messages); }; });
+        add_examples(command, "  qbgl locale cs_CZ.8859-2\n"
+                              "  qbgl locale -k LC_TIME ja_JP.utf8");
+        command->callback(
+            [this] { command_ = [this](const Messages &messages) { return run_locale(locale_, category_, messages); }; });
     }
 
     void add_lists() {
         CLI::App *lists = app_.add_subcommand("list", "List what the installation offers");
         lists->require_subcommand(1);
-        const auto add = [&](const char *name, const char *text, ExitStatus (*function)(const Messages &)) {
+        lists->add_flag("--json", json_, "Print JSON");
+        add_examples(lists, "  qbgl list locales cs_\n"
+                            "  qbgl list codesets latin");
+        const auto add = [&](const char *name, const char *text, ExitStatus (*function)(const std::string &, const Messages &)) {
             CLI::App *what = lists->add_subcommand(name, text);
             what->add_flag("--json", json_, "Print JSON");
-            what->callback([this, function] { command_ = function; });
+            what->add_option("filter", filter_, "Only lines that contain this, in any case")->type_name("TEXT");
+            what->callback([this, function] {
+                command_ = [this, function](const Messages &messages) { return function(filter_, messages); };
+            });
         };
         add("codesets", "All codesets, with number and names", list_codesets);
         add("conversions", "The direct conversions that are installed", list_conversions);
@@ -233,7 +330,7 @@ class CommandLine {
 
     static CLI::Option *add_locale_option(CLI::App *command, const char *names, std::string &locale) {
         return command->add_option(names, locale,
-                                   "Locale such as ja_JP.sjis; without it, that of the environment (GL_ALL, GL_LANG)");
+                                   "Locale such as ja_JP.sjis, or native for that of LANG; without it, that of GL_ALL, GL_LANG");
     }
 
     static void add_output(CLI::App *command, std::string &output) {
@@ -256,7 +353,7 @@ class CommandLine {
     NumRequest num_;
     SymbolsRequest symbols_;
     CalRequest cal_;
-    std::string locale_;
+    std::string locale_, category_, filter_;
     std::function<ExitStatus(const Messages &)> command_;
 };
 
@@ -264,7 +361,7 @@ class CommandLine {
 
 int main(int argc, char **argv) {
     try {
-        return CommandLine().run(argc, argv);
+        return CommandLine().run({argv + 1, argv + argc});
     } catch (const std::exception &error) {
         return static_cast<int>(Messages(false).fail(ExitStatus::SYSTEM, error.what()));
     }

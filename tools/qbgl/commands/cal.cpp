@@ -154,7 +154,7 @@ class CalendarSheet {
 } // namespace
 
 ExitStatus run_cal(const CalRequest &request, const Messages &messages) {
-    const LocaleHandle locale = open_locale(request.locale);
+    const LocaleHandle locale = open_locale(request.locale, messages);
     return CalendarSheet(request, messages, *locale).run();
 }
 

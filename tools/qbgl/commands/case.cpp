@@ -4,6 +4,7 @@
 #include "tree/locale_handle.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 
 namespace qbgl {
 
@@ -14,23 +15,38 @@ constexpr size_t LONGEST_CHARACTER = 4;
 class CaseChange {
   public:
     CaseChange(const CaseRequest &request, const Messages &messages, gl_locale &locale)
-        : messages_(messages), locale_(locale), map_text_(request.letter_case == LetterCase::UPPER ? gl_tombsupper : gl_tombslower),
+        : messages_(messages), locale_(locale), leave_out_(request.leave_out),
+          map_text_(request.letter_case == LetterCase::UPPER ? gl_tombsupper : gl_tombslower),
           map_(request.letter_case == LetterCase::UPPER ? _gl_im_tomupper : _gl_im_tomlower) {}
 
     ExitStatus operator()(const std::string &file, OutputFile &output) {
-        CharacterReader reader(file, locale_, messages_);
+        CharacterReader reader(file, locale_, messages_, output);
         Character character{};
         while (reader.read()) {
             changed_.clear();
             change_lines(reader);
-            while (reader.next(character) && character.sort == Sort::CHARACTER) append(character.bytes);
-            output.write(changed_);
-            if (character.sort != Sort::CHARACTER) {
-                reader.progress().clear();
-                return messages_.fail(reader.finding(character).failure());
+            while (reader.next(character)) {
+                if (character.sort == Sort::CHARACTER) {
+                    append(character.bytes);
+                } else if (leave_out_) {
+                    ++left_out_;
+                } else {
+                    output.write(changed_);
+                    reader.progress().clear();
+                    Finding finding = reader.finding(character);
+                    finding.remedy += " -c leaves such bytes out";
+                    return messages_.fail(finding.failure());
+                }
             }
+            output.write(changed_);
         }
         return ExitStatus::OK;
+    }
+
+    ExitStatus summary(ExitStatus status) const {
+        if (left_out_ == 0) return status;
+        messages_.say("summary", fmt::format("{} left out", left_out_), JsonObject().number("left_out", left_out_));
+        return status == ExitStatus::OK ? ExitStatus::DATA : status;
     }
 
   private:
@@ -60,6 +76,8 @@ class CaseChange {
 
     const Messages &messages_;
     gl_locale &locale_;
+    bool leave_out_;
+    uint64_t left_out_ = 0;
     int (*map_text_)(gl_locale *, char *, const char *);
     uint16_t (*map_)(gl_locale *, char *, const char *);
     std::string lines_, changed_;
@@ -68,10 +86,10 @@ class CaseChange {
 } // namespace
 
 ExitStatus run_case(const CaseRequest &request, const Messages &messages) {
-    const LocaleHandle locale = open_locale(request.locale);
+    const LocaleHandle locale = open_locale(request.locale, messages);
     CaseChange change(request, messages, *locale);
-    return for_each_file(inputs_of(request.files), request.output,
-                         [&](const std::string &file, OutputFile &output) { return change(file, output); });
+    return change.summary(for_each_file(inputs_of(request.files), request.output,
+                                        [&](const std::string &file, OutputFile &output) { return change(file, output); }));
 }
 
 } // namespace qbgl

@@ -14,6 +14,7 @@ struct CaseRequest {
     std::string locale;
     std::string output = "-";
     std::vector<std::string> files = {}; // none: standard input
+    bool leave_out = false;
 };
 
 ExitStatus run_case(const CaseRequest &request, const Messages &messages);

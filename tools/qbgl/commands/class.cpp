@@ -26,7 +26,7 @@ class CharacterTable {
     }
 
     ExitStatus operator()(const std::string &file, OutputFile &output) {
-        CharacterReader reader(file, locale_, messages_);
+        CharacterReader reader(file, locale_, messages_, output);
         Character character{};
         while (reader.read()) {
             std::string lines;
@@ -127,7 +127,7 @@ class CharacterTable {
 } // namespace
 
 ExitStatus run_class(const ClassRequest &request, const Messages &messages) {
-    const LocaleHandle locale = open_locale(request.locale);
+    const LocaleHandle locale = open_locale(request.locale, messages);
     CharacterTable table(messages, *locale);
     std::string head = messages.as_json() ? "" : table.head();
     const ExitStatus status =

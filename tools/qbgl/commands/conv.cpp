@@ -3,40 +3,59 @@
 #include "frame/blocks.h"
 #include "frame/finding.h"
 #include "text/converter.h"
+#include "text/encoded.h"
 #include "text/hexadecimal.h"
+#include "text/replacements.h"
+#include "tree/codesets.h"
 #include "tree/directories.h"
 #include "tree/registry.h"
-#include "tree/unknown_codeset.h"
 
 #include <fmt/format.h>
+#include <utility>
 
 namespace qbgl {
 
 namespace {
 
+// The byte order mark in a codeset, empty where it has none.
+std::string byte_order_mark(const std::string &codeset) {
+    try {
+        return encoded("\uFEFF", codeset);
+    } catch (const Failure &) {
+        return "";
+    }
+}
+
 // One run of the command over an open conversion.
 class Conv {
   public:
-    Conv(const ConvRequest &request, const Messages &messages, Conversion *conversion) : request_(request), messages_(messages) {
-        if (conversion == nullptr) return;
-        converter_.emplace(*conversion, ConverterOptions{request.leave_out, request.report, [this](const Incident &incident) {
-                                                             if (request_.report) report(incident);
-                                                         }});
+    Conv(const ConvRequest &request, const Messages &messages, Conversion &conversion)
+        : request_(request), messages_(messages),
+          replacements_(request.from, conversion.source().stateful_source(), request.to, request.substitutions, request.missing),
+          converter_(conversion, options()), newlines_(request.newline, request.to), source_mark_(byte_order_mark(request.from)) {
+        if (request.bom != Bom::ADD) return;
+        target_mark_ = byte_order_mark(request.to);
+        if (target_mark_.empty())
+            throw Failure{ExitStatus::CALL, fmt::format("{} has no byte order mark that could be added", printable(request.to))};
     }
 
     ExitStatus operator()(const std::string &file, OutputFile &output) {
-        Blocks blocks(file, messages_);
+        Blocks blocks(file, messages_, output);
         file_ = file;
-        while (blocks.next()) {
+        output.write(std::exchange(target_mark_, ""));
+        for (bool at_beginning = true; blocks.next();) {
             std::string_view text = blocks.text();
-            std::optional<Incident> stopped;
-            if (converter_) {
-                stopped = converter_->convert(text, blocks.at_end(), converted_);
-            } else {
-                output.write(text);
-                text.remove_prefix(text.size());
+            if (at_beginning && request_.bom != Bom::AS_IT_IS) {
+                if (text.size() < source_mark_.size() && !blocks.at_end()) {
+                    blocks.keep(text);
+                    continue;
+                }
+                take_mark(text);
             }
-            output.write(converted_.text());
+            at_beginning = false;
+            const std::optional<Incident> stopped = converter_.convert(text, blocks.at_end(), converted_);
+            output.write(newlines_.filter(converted_.text()));
+            if (blocks.at_end() || stopped) output.write(newlines_.end());
             converted_.clear();
             if (stopped) {
                 blocks.progress().clear();
@@ -48,20 +67,38 @@ class Conv {
     }
 
     ExitStatus summary(ExitStatus status) const {
-        if (!converter_) return status;
-        const uint64_t substituted = converter_->substituted(), left_out = converter_->left_out();
-        if (request_.report || left_out > 0) {
-            const std::string text = request_.report ? fmt::format("{} substituted, {} left out", substituted, left_out)
-                                                     : fmt::format("{} left out", left_out);
-            messages_.say("summary", text, JsonObject().number("substituted", substituted).number("left_out", left_out));
-        }
+        const uint64_t substituted = converter_.substituted(), left_out = converter_.left_out(), replaced = converter_.replaced();
+        const char *similar = request_.report ? "" : " by similar characters (--report names them, --strict refuses them)";
+        std::vector<std::string> parts;
+        if (substituted > 0 || request_.report) parts.push_back(fmt::format("{} substituted{}", substituted, similar));
+        if (left_out > 0 || request_.report) parts.push_back(fmt::format("{} left out", left_out));
+        if (replaced > 0) parts.push_back(fmt::format("{} replaced", replaced));
+        if (parts.empty()) return status;
+        messages_.say("summary", fmt::format("{}", fmt::join(parts, ", ")),
+                      JsonObject().number("substituted", substituted).number("left_out", left_out).number("replaced", replaced));
         return status == ExitStatus::OK && left_out > 0 ? ExitStatus::DATA : status;
     }
 
   private:
+    ConverterOptions options() {
+        ConverterOptions result{request_.leave_out, request_.strict};
+        if (request_.report) result.observer = [this](const Incident &incident) { report(incident); };
+        if (replacements_.empty()) return result;
+        result.replacement = [this](std::string_view character, Fault fault) {
+            return replacements_.of(character, fault == Fault::SUBSTITUTED && !request_.strict);
+        };
+        return result;
+    }
+
+    void take_mark(std::string_view &text) {
+        if (source_mark_.empty() || !text.starts_with(source_mark_)) return;
+        text.remove_prefix(source_mark_.size());
+        converter_.skip(source_mark_.size());
+    }
+
     void report(const Incident &incident) const {
         Finding found = finding(incident);
-        const bool substituted = incident.fault == Fault::SUBSTITUTED;
+        const bool substituted = incident.fault == Fault::SUBSTITUTED && !request_.strict;
         if (!substituted) found.reason += ": left out";
         found.remedy = "";
         messages_.say(substituted ? "substituted" : "left out", found);
@@ -74,6 +111,10 @@ class Conv {
             result.kind = "unmapped";
             result.reason = fmt::format("{} has no such character of {}", request_.to, request_.from);
             result.remedy = "choose a target (-t) that has it, or leave such characters out with -c";
+            if (incident.place.offset == 0 && incident.bytes == source_mark_) {
+                result.reason = fmt::format("{} has no byte order mark", request_.to);
+                result.remedy = "--bom remove takes it away";
+            }
             break;
         case Fault::INVALID:
             result.kind = "invalid";
@@ -87,6 +128,10 @@ class Conv {
             break;
         case Fault::SUBSTITUTED:
             result.reason = fmt::format("substituted by {}", hexadecimal(incident.result, " "));
+            if (request_.strict) {
+                result.reason = fmt::format("{} has an approximation only, {}", request_.to, hexadecimal(incident.result, " "));
+                result.remedy = "without --strict it is taken, --substitute gives another";
+            }
             result.more.text("result", hexadecimal(incident.result));
         }
         result.more.text("from", request_.from).text("to", request_.to);
@@ -95,50 +140,55 @@ class Conv {
 
     const ConvRequest &request_;
     const Messages &messages_;
-    std::optional<Converter> converter_;
-    std::string file_;
+    Replacements replacements_;
+    Converter converter_;
+    NewlineFilter newlines_;
+    std::string source_mark_, target_mark_, file_;
     OutputBuffer converted_;
 };
 
-// The command that makes the object of a conversion where the library looks for it.
-std::string remedy(const ConvRequest &request) {
+// What makes the object of a conversion, where the library looks for it.
+std::string remedy(const ConvRequest &request, uint16_t from, uint16_t to) {
+    const ConversionNumbers conversions = installed_conversions();
+    for (const auto &[name, number] : {std::pair(request.from, from), std::pair(request.to, to)}) {
+        if (!conversions.empty() && !is_convertible(number, conversions))
+            return fmt::format("nothing is known of the characters of {}; `qbgl conv -l` marks such codesets", printable(name));
+    }
     const Registry registry = read_registry();
-    const uint16_t from = gl_lc_spec2cs_num(nullptr, request.from.c_str(), nullptr);
-    const uint16_t to = gl_lc_spec2cs_num(nullptr, request.to.c_str(), nullptr);
     return fmt::format("`qbglc conv {} {} -o {}/{:04x}{:04x}.cvo` makes it", registry.name_of(from), registry.name_of(to),
                        printable(conversion_directories().front()), from, to);
 }
 
-ExitStatus cannot_open(Opened opened, const ConvRequest &request, const Messages &messages) {
+Failure cannot_open(Opened opened, const ConvRequest &request, uint16_t from, uint16_t to) {
     const std::string pair = fmt::format("from {} to {}", printable(request.from), printable(request.to));
     const std::string tree = printable(tree_directory());
     std::string sentence;
     if (opened == Opened::NO_MEMORY)
         sentence = fmt::format("out of memory while loading the conversion {}", pair);
     else if (opened == Opened::DAMAGED)
-        sentence = fmt::format("the conversion {} in {} is damaged or of another version: {} anew", pair, tree, remedy(request));
-    else if (read_registry().names.empty())
-        sentence = fmt::format("there is no installation tree in {}: set QUORBANEDIR, or make one with `qbglc tree DIR`", tree);
+        sentence =
+            fmt::format("the conversion {} in {} is damaged or of another version: {} anew", pair, tree, remedy(request, from, to));
     else
-        sentence = fmt::format("{} has no conversion {}: {}", tree, pair, remedy(request));
-    return messages.fail(ExitStatus::SYSTEM, sentence, JsonObject().text("from", request.from).text("to", request.to));
+        sentence = fmt::format("{} has no conversion {}: {}", tree, pair, remedy(request, from, to));
+    return {ExitStatus::SYSTEM, sentence, JsonObject().text("from", request.from).text("to", request.to)};
 }
 
 } // namespace
 
 ExitStatus run_conv(const ConvRequest &request, const Messages &messages) {
+    if (read_registry().names.empty()) throw no_tree();
+    const uint16_t from = codeset_number(request.from), to = codeset_number(request.to);
     std::unique_ptr<Conversion> conversion;
-    const Opened opened = Conversion::open(request.from, request.to, conversion);
-    if (opened == Opened::UNKNOWN_SOURCE) return unknown_codeset(request.from, messages);
-    if (opened == Opened::UNKNOWN_TARGET) return unknown_codeset(request.to, messages);
-    if (opened != Opened::CONVERSION && opened != Opened::SAME_CODESET) return cannot_open(opened, request, messages);
+    const Opened opened =
+        from == to ? Conversion::open_copy(request.from, conversion) : Conversion::open(request.from, request.to, conversion);
+    if (opened != Opened::CONVERSION) throw cannot_open(opened, request, from, to);
     try {
-        Conv conv(request, messages, conversion.get());
+        Conv conv(request, messages, *conversion);
         const ExitStatus status = for_each_file(inputs_of(request.files), request.output,
                                                 [&](const std::string &file, OutputFile &output) { return conv(file, output); });
         return conv.summary(status);
     } catch (const Converter::Broken &) {
-        return cannot_open(Opened::DAMAGED, request, messages);
+        throw cannot_open(Opened::DAMAGED, request, from, to);
     }
 }
 

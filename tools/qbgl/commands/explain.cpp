@@ -253,7 +253,7 @@ class Explanation {
 } // namespace
 
 ExitStatus run_explain(const ExplainRequest &request, const Messages &messages) {
-    const LocaleHandle locale = open_locale(request.locale);
+    const LocaleHandle locale = open_locale(request.locale, messages);
     return Explanation(request, messages, *locale).run();
 }
 

@@ -19,7 +19,7 @@ void append_digits(std::string &text, std::string_view bytes) {
 
 ExitStatus run_key(const KeyRequest &request, const Messages &messages) {
     constexpr size_t BLOCK = 64 << 10;
-    const LocaleHandle locale = open_locale(request.locale);
+    const LocaleHandle locale = open_locale(request.locale, messages);
     CollationKeys keys(*locale);
     TextCheck check(*locale);
     std::string lines;
@@ -28,7 +28,7 @@ ExitStatus run_key(const KeyRequest &request, const Messages &messages) {
             output.write(lines);
             lines.clear();
         };
-        LineInput input(file, line_end(*locale, false), messages, write);
+        LineInput input(file, line_end(*locale, false), messages, output, write);
         for (Line line{}; input.next(line);) {
             try {
                 check(line, file);

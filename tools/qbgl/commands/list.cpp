@@ -2,11 +2,12 @@
 
 #include "frame/files.h"
 #include "qbgl.h"
+#include "tree/codesets.h"
 #include "tree/directories.h"
 #include "tree/installed.h"
 #include "tree/registry.h"
 
-#include <filesystem>
+#include <algorithm>
 #include <fmt/format.h>
 #include <set>
 
@@ -14,92 +15,74 @@ namespace qbgl {
 
 namespace {
 
-ExitStatus no_tree(const Messages &messages) {
-    return messages.fail(
-        ExitStatus::SYSTEM,
-        fmt::format("there is no codeset registry in {}: set QUORBANEDIR to an installation tree, or make one with "
-                    "`qbglc tree DIR`",
-                    printable(tree_directory())),
-        JsonObject().text("directory", tree_directory()));
+struct Item {
+    std::string line;
+    JsonObject members;
+};
+
+std::string lower(std::string text) {
+    for (char &c : text) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+    return text;
 }
 
-// The codeset numbers of SSSSTTTT.cvo.
-bool parse_object_name(const std::string &name, uint16_t &source, uint16_t &target) {
-    constexpr size_t DIGITS = 8;
-    if (name.size() != DIGITS + 4 || !name.ends_with(".cvo")) return false;
-    if (name.find_first_not_of("0123456789abcdef") != DIGITS) return false;
-    const unsigned long both = std::stoul(name.substr(0, DIGITS), nullptr, 16);
-    source = static_cast<uint16_t>(both >> 16);
-    target = static_cast<uint16_t>(both);
-    return true;
+// Lists what contains the filter's text, in any case.
+ExitStatus print_list(const char *title, const std::vector<Item> &items, const std::string &filter, const Messages &messages) {
+    std::string text;
+    for (const Item &item : items) {
+        if (lower(item.line).find(lower(filter)) == std::string::npos) continue;
+        if (messages.as_json())
+            text += fmt::format("{}{}", text.empty() ? "" : ",\n", item.members.str());
+        else
+            text += item.line + "\n";
+    }
+    const bool none = text.empty() && !filter.empty();
+    if (messages.as_json()) text = fmt::format("{{\"{}\":[{}]}}\n", title, text);
+    const ExitStatus status = print(text, messages);
+    if (status != ExitStatus::OK || !none) return status;
+    return messages.fail(ExitStatus::DATA, fmt::format("no line of `qbgl list {}` contains {}", title, printable(filter)),
+                         JsonObject().text("filter", filter));
 }
 
 } // namespace
 
-ExitStatus list_codesets(const Messages &messages) {
+ExitStatus list_codesets(const std::string &filter, const Messages &messages) {
     const Registry registry = read_registry();
-    if (registry.names.empty()) return no_tree(messages);
-    std::string text;
+    if (registry.names.empty()) throw no_tree();
+    const ConversionNumbers conversions = installed_conversions();
+    std::vector<Item> items;
     for (const auto &[number, names] : registry.by_number) {
-        if (messages.as_json()) {
-            text += text.empty() ? "{\"codesets\":[" : ",\n";
-            text += JsonObject()
-                        .number("number", number)
-                        .number("ccsid", gl_cs_nums2ccsid(nullptr, number))
-                        .raw("names", json_strings(names))
-                        .str();
-        } else {
-            text += fmt::format("{:5} {}\n", number, fmt::join(names, " "));
-        }
+        const bool convertible = is_convertible(number, conversions);
+        Item item{fmt::format("{:5} {}{}", number, fmt::join(names, " "), convertible ? "" : " (no conversion)"), {}};
+        item.members.number("number", number).number("ccsid", gl_cs_nums2ccsid(nullptr, number));
+        item.members.raw("names", json_strings(names)).raw("convertible", convertible ? "true" : "false");
+        items.push_back(std::move(item));
     }
-    return print(messages.as_json() ? text + "]}\n" : text, messages);
+    return print_list("codesets", items, filter, messages);
 }
 
-ExitStatus list_conversions(const Messages &messages) {
+ExitStatus list_conversions(const std::string &filter, const Messages &messages) {
     const Registry registry = read_registry();
-    if (registry.names.empty()) return no_tree(messages);
+    if (registry.names.empty()) throw no_tree();
     std::set<std::pair<std::string, std::string>> found;
-    for (const std::string &directory : conversion_directories()) {
-        std::error_code error;
-        for (const auto &entry : std::filesystem::directory_iterator(directory, error)) {
-            uint16_t source, target;
-            if (parse_object_name(entry.path().filename().string(), source, target))
-                found.emplace(registry.name_of(source), registry.name_of(target));
-        }
-    }
-    std::string text;
-    for (const auto &[source, target] : found) {
-        if (messages.as_json()) {
-            text += text.empty() ? "{\"conversions\":[" : ",\n";
-            text += JsonObject().text("source", source).text("target", target).str();
-        } else {
-            text += fmt::format("{} {}\n", source, target);
-        }
-    }
-    if (messages.as_json()) text = (text.empty() ? "{\"conversions\":[" : text) + "]}\n";
-    return print(text, messages);
+    for (const auto &[source, target] : installed_conversions()) found.emplace(registry.name_of(source), registry.name_of(target));
+    std::vector<Item> items;
+    for (const auto &[source, target] : found)
+        items.push_back({source + " " + target, JsonObject().text("source", source).text("target", target)});
+    return print_list("conversions", items, filter, messages);
 }
 
-ExitStatus list_locales(const Messages &messages) {
-    if (read_registry().names.empty()) return no_tree(messages);
+ExitStatus list_locales(const std::string &filter, const Messages &messages) {
+    if (read_registry().names.empty()) throw no_tree();
     const std::vector<InstalledLocale> locales = installed_locales();
     size_t longest = 0;
     for (const InstalledLocale &locale : locales) longest = std::max(longest, locale.specification.size());
-    std::string text;
+    std::vector<Item> items;
     for (const InstalledLocale &locale : locales) {
-        if (messages.as_json()) {
-            text += text.empty() ? "{\"locales\":[" : ",\n";
-            text += JsonObject()
-                        .text("specification", locale.specification)
-                        .text("codeset", locale.codeset)
-                        .text("file", locale.file)
-                        .str();
-        } else {
-            text += fmt::format("{:{}} {:12} {}\n", locale.specification, longest, locale.codeset, locale.file);
-        }
+        items.push_back(
+            {fmt::format("{:{}} {:12} {}", locale.specification, longest, locale.codeset, locale.file),
+             JsonObject().text("specification", locale.specification).text("codeset", locale.codeset).text("file", locale.file)});
     }
-    if (messages.as_json()) text = (text.empty() ? "{\"locales\":[" : text) + "]}\n";
-    return print(text, messages);
+    return print_list("locales", items, filter, messages);
 }
 
 } // namespace qbgl

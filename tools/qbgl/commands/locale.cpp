@@ -6,9 +6,10 @@
 
 namespace qbgl {
 
-ExitStatus run_locale(const std::string &specification, const Messages &messages) {
-    const LocaleHandle locale = open_locale(specification);
-    const std::vector<Section> sections = sections_of(*locale);
+ExitStatus run_locale(const std::string &specification, const std::string &category, const Messages &messages) {
+    const LocaleHandle locale = open_locale(specification, messages);
+    std::vector<Section> sections = sections_of(*locale);
+    if (!category.empty()) std::erase_if(sections, [&](const Section &section) { return section.title != category; });
     return print(messages.as_json() ? as_json(sections) : readable(sections), messages);
 }
 

@@ -5,6 +5,7 @@
 
 namespace qbgl {
 
-ExitStatus run_locale(const std::string &specification, const Messages &messages);
+// All sections, or the one of a category such as LC_TIME.
+ExitStatus run_locale(const std::string &specification, const std::string &category, const Messages &messages);
 
 } // namespace qbgl

@@ -81,7 +81,7 @@ class NumberTable {
     NumberRules rules() const { return request_.monetary ? NumberRules::MONETARY : NumberRules::NUMERIC; }
 
     void read_lines() {
-        LineInput input(STANDARD_STREAM, "\n", messages_, [this] { write(); });
+        LineInput input(STANDARD_STREAM, "\n", messages_, output_, [this] { write(); });
         for (Line line{}; input.next(line);) add(std::string(line.text), line.number);
     }
 
@@ -147,8 +147,8 @@ class NumberTable {
 } // namespace
 
 ExitStatus run_num(const NumRequest &request, const Messages &messages) {
-    const LocaleHandle locale = open_locale(request.locale);
-    const LocaleHandle from = request.from ? open_locale(*request.from) : LocaleHandle(nullptr, gl_lc_unload);
+    const LocaleHandle locale = open_locale(request.locale, messages);
+    const LocaleHandle from = request.from ? open_locale(*request.from, messages) : LocaleHandle(nullptr, gl_lc_unload);
     return NumberTable(request, messages, from ? *from : *locale, *locale).run();
 }
 

@@ -20,6 +20,7 @@ namespace qbgl {
 namespace {
 
 constexpr size_t DEFAULT_MEMORY = 256 << 20;
+constexpr int LONGEST_KEY = 16; // bytes of a line with its key, for each byte of the line
 // Texts that are merged at once, each with a block of input in memory.
 constexpr size_t FEWEST_TEXTS = 16, MOST_TEXTS = 256, BLOCK = 64 << 10, SMALLEST_BLOCK = 4 << 10;
 
@@ -42,13 +43,12 @@ size_t memory_size(const std::string &text) {
 
 SortRules rules_of(const SortRequest &request, const gl_locale &locale) {
     SortRules rules;
-    for (const std::string &part : request.parts) rules.parts.push_back(sort_part(part, request.skip_blanks, request.reverse));
+    SortPart common{{0, 0, request.skip_blanks}, {}, request.reverse, request.fold, request.order};
+    for (const std::string &part : request.parts) rules.parts.push_back(sort_part(part, common));
     rules.reverse = request.reverse;
     rules.by_bytes = !request.stable && !request.unique;
-    if (rules.parts.empty())
-        rules.parts.push_back({{0, 0, request.skip_blanks}, {}, request.reverse});
-    else if (rules.by_bytes) // lines whose parts sort alike are put in order by all that they have
-        rules.parts.push_back({{}, {}, request.reverse});
+    rules.by_lines = rules.by_bytes && (!rules.parts.empty() || request.fold || request.order != PartOrder::TEXT);
+    if (rules.parts.empty()) rules.parts.push_back(common);
     if (!request.separator) return rules;
     rules.separator = encoded(*request.separator, category_codeset(locale, GL_CAT_CTYPE));
     const auto size = static_cast<int>(rules.separator.size());
@@ -59,16 +59,40 @@ SortRules rules_of(const SortRequest &request, const gl_locale &locale) {
     return rules;
 }
 
-LineReader::Source source_of(InputFile &input) {
-    return [&input](char *buffer, size_t size) { return input.read(buffer, size); };
+// The files that a call names, or another file, one behind another with NUL characters between them.
+std::vector<std::string> files_of(const SortRequest &request) {
+    if (request.files_from.empty()) return inputs_of(request.files);
+    if (!request.files.empty()) {
+        throw Failure{ExitStatus::CALL,
+                      fmt::format("--files0-from takes the place of files, but there is {}", printable(request.files[0])),
+                      JsonObject().text("file", request.files[0])};
+    }
+    InputFile input(request.files_from);
+    LineReader reader([&](char *buffer, size_t size) { return input.read(buffer, size); }, std::string(1, '\0'));
+    std::vector<std::string> files;
+    for (Line name{}; reader.next(name);) files.emplace_back(name.text);
+    return files;
+}
+
+uint64_t size_of(const std::vector<std::string> &files) {
+    uint64_t size = 0;
+    for (const std::string &file : files) {
+        if (const uint64_t one = InputFile(file).size(); one > 0)
+            size += one;
+        else
+            return 0;
+    }
+    return size;
 }
 
 class Sorting {
   public:
     Sorting(const SortRequest &request, const Messages &messages, gl_locale &locale)
-        : request_(request), messages_(messages), locale_(locale), files_(inputs_of(request.files)),
+        : request_(request), messages_(messages), locale_(locale), files_(files_of(request)),
           end_(line_end(locale, request.zero_terminated)), memory_(memory_size(request.memory)), rules_(rules_of(request, locale)),
-          order_(locale, rules_), check_(locale) {}
+          order_(locale, rules_), check_(locale) {
+        if (request.keep_bad) rules_.is_bad = [this](std::string_view line) { return !check_.is_sound(line); };
+    }
 
     ExitStatus check() {
         if (request_.output != STANDARD_STREAM)
@@ -79,16 +103,17 @@ class Sorting {
                                   JsonObject().text("file", files_[1]));
         }
         const std::string &file = files_.front();
+        Progress progress(size_of(files_), messages_, false);
         InputFile input(file);
-        SortedText text = open(input, file);
-        std::string last_key, last;
-        while (text.next()) {
-            const int order = text.line().number == 1 ? -1 : order_.compare({last_key, last}, text.keyed());
-            if (order > 0 || (order == 0 && request_.unique)) return disorder(text.line(), file);
-            last_key = text.keyed().key;
-            last = text.keyed().text;
+        SortedText text = open(input, file, progress);
+        for (std::string last; text.next(); last = text.line().text) {
+            const int order = text.line().number == 1 ? -1 : order_.compare(last, text.line().text);
+            if (order > 0 || (order == 0 && request_.unique)) {
+                progress.clear();
+                return disorder(text.line(), file);
+            }
         }
-        return ExitStatus::OK;
+        return bad_lines();
     }
 
     ExitStatus sort() {
@@ -96,29 +121,61 @@ class Sorting {
         check_writable(request_.output);
         std::unique_ptr<Runs> runs = request_.merge ? merge_files() : collect();
         if (runs == nullptr) { // all lines are in memory
-            write(0, [&](LineWriter &writer) {
-                store_.for_each([&](const KeyedLine &line) { writer.put(line); });
+            write(0, [&](OutputTarget target) {
+                LineWriter writer = writer_to(std::move(target));
+                store_.for_each([&](const KeyedLine &line) { writer.put(line.text); });
                 writer.flush();
             });
-            return ExitStatus::OK;
+            return bad_lines();
         }
         while (runs->count() > texts_at_once()) runs = merge_runs(*runs);
-        write(runs->size(), [&](LineWriter &writer) { merge(*runs, 0, runs->count(), writer); });
-        return ExitStatus::OK;
+        write(runs->size(), [&](OutputTarget target) {
+            if (runs->count() == 1)
+                copy(*runs, target);
+            else
+                merge(*runs, 0, runs->count(), writer_to(target));
+        });
+        return bad_lines();
     }
 
   private:
     // A message shows so many bytes of a line.
     static constexpr size_t SHOWN = 120;
+    // Of bad lines that are kept so many are told of.
+    static constexpr uint64_t MOST_TOLD = 20;
 
     size_t texts_at_once() const { return std::clamp(memory_ / (2 * BLOCK), FEWEST_TEXTS, MOST_TEXTS); }
     size_t block() const { return std::clamp(memory_ / texts_at_once() / 2, SMALLEST_BLOCK, BLOCK); }
 
     std::unique_ptr<Runs> new_runs() const { return std::make_unique<Runs>(directory_); }
-    LineWriter writer_to(LineWriter::Target target) const { return {std::move(target), end_, request_.unique}; }
+    using OutputTarget = LineWriter::Target;
+    LineWriter writer_to(OutputTarget target) const { return {std::move(target), end_, order_, request_.unique}; }
 
-    SortedText open(InputFile &input, const std::string &file) {
-        return {LineReader(source_of(input), end_, block()), order_, [this, &file](const Line &line) { check_(line, file); }};
+    SortedText open(InputFile &input, const std::string &file, Progress &progress) {
+        const auto source = [&input, &progress](char *buffer, size_t size) {
+            const size_t count = input.read(buffer, size);
+            progress.add(count);
+            return count;
+        };
+        return SortedText(LineReader(source, end_, block()), [this, &file](const Line &line) { check(line, file); });
+    }
+
+    // A bad line ends the program, or is told of and kept.
+    void check(const Line &line, const std::string &file) {
+        try {
+            check_(line, file);
+        } catch (const Failure &bad) {
+            if (!request_.keep_bad) throw;
+            if (++bad_lines_ <= MOST_TOLD) messages_.say("unreadable", bad.sentence, bad.details);
+        }
+    }
+
+    ExitStatus bad_lines() const {
+        if (bad_lines_ == 0) return ExitStatus::OK;
+        return messages_.fail(ExitStatus::DATA,
+                              fmt::format("{} line{} no text of the codeset, and stand{} behind the others", bad_lines_,
+                                          bad_lines_ == 1 ? " is" : "s are", bad_lines_ == 1 ? "s" : ""),
+                              JsonObject().number("bad_lines", bad_lines_));
     }
 
     ExitStatus disorder(const Line &line, const std::string &file) const {
@@ -137,21 +194,20 @@ class Sorting {
             if (!runs) runs = new_runs();
             store_.sort(order_);
             LineWriter writer = writer_to(runs->target());
-            store_.for_each([&](const KeyedLine &line) { writer.put(line); });
+            store_.for_each([&](const KeyedLine &line) { writer.put(line.text); });
             writer.flush();
             runs->close_run();
             store_.clear();
         };
+        Progress progress(size_of(files_), messages_, false);
         for (const std::string &file : files_) {
             InputFile input(file);
-            Progress progress(input.size(), messages_);
-            SortedText text = open(input, file);
+            SortedText text = open(input, file, progress);
             while (text.next()) {
-                if (!store_.add(text.keyed())) {
-                    spill();
-                    store_.add(text.keyed());
-                }
-                progress.add(text.line().text.size() + end_.size());
+                const KeyedLine line{order_.key(text.line().text), text.line().text};
+                if (store_.add(line)) continue;
+                spill();
+                store_.add(line);
             }
         }
         if (runs)
@@ -164,13 +220,14 @@ class Sorting {
     // The input files as runs. What is wrong with one of them is found before anything is written.
     std::unique_ptr<Runs> merge_files() {
         std::unique_ptr<Runs> runs = new_runs();
+        Progress progress(size_of(files_), messages_, false);
         for (size_t first = 0; first < files_.size(); first += texts_at_once()) {
             const size_t count = std::min(texts_at_once(), files_.size() - first);
             std::vector<std::unique_ptr<InputFile>> inputs;
             std::vector<SortedText> texts;
             for (size_t i = first; i < first + count; ++i) {
                 inputs.push_back(std::make_unique<InputFile>(files_[i]));
-                texts.push_back(open(*inputs.back(), files_[i]));
+                texts.push_back(open(*inputs.back(), files_[i], progress));
             }
             LineWriter writer = writer_to(runs->target());
             qbgl::merge(texts, order_, writer);
@@ -179,19 +236,24 @@ class Sorting {
         return runs;
     }
 
-    void merge(const Runs &runs, size_t first, size_t count, LineWriter &writer) {
+    void merge(const Runs &runs, size_t first, size_t count, LineWriter writer) {
         std::vector<SortedText> texts;
-        for (size_t run = first; run < first + count; ++run)
-            texts.emplace_back(LineReader(runs.source(run), end_, block()), order_);
+        for (size_t run = first; run < first + count; ++run) texts.emplace_back(LineReader(runs.source(run), end_, block()));
         qbgl::merge(texts, order_, writer);
+    }
+
+    // The only run.
+    static void copy(const Runs &runs, const OutputTarget &target) {
+        std::vector<char> buffer(BLOCK);
+        auto source = runs.source(0);
+        while (const size_t count = source(buffer.data(), buffer.size())) target({buffer.data(), count});
     }
 
     // Neighbouring runs become one, so that there are fewer.
     std::unique_ptr<Runs> merge_runs(const Runs &runs) {
         std::unique_ptr<Runs> longer = new_runs();
         for (size_t first = 0; first < runs.count(); first += texts_at_once()) {
-            LineWriter writer = writer_to(longer->target());
-            merge(runs, first, std::min(texts_at_once(), runs.count() - first), writer);
+            merge(runs, first, std::min(texts_at_once(), runs.count() - first), writer_to(longer->target()));
             longer->close_run();
         }
         return longer;
@@ -200,12 +262,11 @@ class Sorting {
     // Everything is read by now, so that the output may be one of the input files.
     template <typename Fill> void write(uint64_t size, const Fill &fill) {
         OutputFile output(request_.output, {});
-        Progress progress(size, messages_);
-        LineWriter writer = writer_to([&](std::string_view bytes) {
+        Progress progress(size, messages_, output.is_terminal());
+        fill([&](std::string_view bytes) {
             output.write(bytes);
             progress.add(bytes.size());
         });
-        fill(writer);
         output.close();
     }
 
@@ -221,17 +282,20 @@ class Sorting {
     SortOrder order_;
     TextCheck check_;
     LineStore store_{memory_};
+    uint64_t bad_lines_ = 0;
 };
 
 } // namespace
 
 ExitStatus run_sort(const SortRequest &request, const Messages &messages) {
-    const LocaleHandle locale = open_locale(request.locale);
+    const LocaleHandle locale = open_locale(request.locale, messages);
     try {
         Sorting sorting(request, messages, *locale);
         return request.check || request.check_quietly ? sorting.check() : sorting.sort();
     } catch (const std::bad_alloc &) {
-        return messages.fail(ExitStatus::SYSTEM, "out of memory: -S sets how much is used before temporary files are");
+        return messages.fail(ExitStatus::SYSTEM,
+                             fmt::format("out of memory: a line may take {} times its bytes beside what -S allows ({})",
+                                         LONGEST_KEY, request.memory.empty() ? "256M" : printable(request.memory)));
     } catch (const TemporaryFileError &error) {
         return messages.fail(ExitStatus::SYSTEM, error.what(),
                              JsonObject().text("file", error.directory).text("reason", error.reason));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "frame/messages.h"
+#include "sort/fields.h"
 
 #include <optional>
 #include <vector>
@@ -17,7 +18,11 @@ struct SortRequest {
     std::string memory = {};                   // empty: the default
     std::string temporary_directory = {};
     bool stable = false, reverse = false, unique = false, skip_blanks = false, zero_terminated = false;
+    bool fold = false;                 // text in any case is alike
+    PartOrder order = PartOrder::TEXT; // of parts that say none
     bool merge = false, check = false, check_quietly = false;
+    bool keep_bad = false;       // lines that are no text go behind the others
+    std::string files_from = {}; // a file with the names of the inputs
 };
 
 ExitStatus run_sort(const SortRequest &request, const Messages &messages);

@@ -3,10 +3,10 @@
 #include "frame/blocks.h"
 #include "frame/finding.h"
 #include "text/symbol_stream.h"
+#include "tree/codesets.h"
 #include "tree/directories.h"
 #include "tree/locale_handle.h"
 #include "tree/registry.h"
-#include "tree/unknown_codeset.h"
 
 #include <fmt/format.h>
 #include <memory>
@@ -18,9 +18,9 @@ namespace {
 using CharmapHandle = std::unique_ptr<gl_charmap, void (*)(gl_charmap *)>;
 
 Failure cannot_load(int error, const std::string &codeset, uint16_t number) {
-    const std::string tree = printable(tree_directory());
+    const std::string tree = printable(charmap_directories().front());
     const std::string remedy =
-        fmt::format("`qbglc charmap {0} -o {1}/vrn/cm3/{2:04x}.cmo` makes it", read_registry().name_of(number), tree, number);
+        fmt::format("`qbglc charmap {} -o {}/{:04x}.cmo` makes it", read_registry().name_of(number), tree, number);
     const std::string name = printable(codeset);
     std::string sentence;
     if (error == GL_ENOMEM)
@@ -47,7 +47,7 @@ class SymbolConversion {
         : request_(request), messages_(messages), charmap_(charmap), codeset_(printable(codeset)) {}
 
     ExitStatus operator()(const std::string &file, OutputFile &output) {
-        Blocks blocks(file, messages_);
+        Blocks blocks(file, messages_, output);
         const std::unique_ptr<SymbolStream> stream = new_stream();
         while (blocks.next()) {
             std::string_view text = blocks.text();
@@ -100,9 +100,8 @@ class SymbolConversion {
 
 ExitStatus run_symbols(const SymbolsRequest &request, const Messages &messages) {
     std::string codeset = request.codeset;
-    if (codeset.empty()) codeset = category_codeset(*open_locale(request.locale), GL_CAT_CTYPE);
-    const uint16_t number = gl_lc_spec2cs_num(nullptr, codeset.c_str(), nullptr);
-    if (number == GL_NO_CODESET) return unknown_codeset(codeset, messages);
+    if (codeset.empty()) codeset = category_codeset(*open_locale(request.locale, messages), GL_CAT_CTYPE);
+    const uint16_t number = codeset_number(codeset);
     const CharmapHandle charmap = load_charmap(codeset, number);
     SymbolConversion convert(request, messages, *charmap, codeset);
     return for_each_file(inputs_of(request.files), request.output,

@@ -40,7 +40,7 @@ class WidthMeasure {
             output.write(results_);
             results_.clear();
         };
-        LineInput input(file, line_end_, messages_, write);
+        LineInput input(file, line_end_, messages_, output, write);
         uint64_t widest = 0, widest_line = 0;
         for (Line line{}; input.next(line);) {
             if (const std::optional<uint64_t> width = width_of(line.text)) {
@@ -147,7 +147,7 @@ class WidthMeasure {
 } // namespace
 
 ExitStatus run_width(const WidthRequest &request, const Messages &messages) {
-    const LocaleHandle locale = open_locale(request.locale);
+    const LocaleHandle locale = open_locale(request.locale, messages);
     WidthMeasure measure(request, messages, *locale);
     const ExitStatus status = for_each_file(inputs_of(request.files), STANDARD_STREAM,
                                             [&](const std::string &file, OutputFile &output) { return measure(file, output); });

@@ -12,7 +12,8 @@ namespace qbgl {
 // A file's blocks. Of what a block cuts in two, the beginning is kept and stands before the next one.
 class Blocks {
   public:
-    Blocks(const std::string &file, const Messages &messages) : input_(file), progress_(input_.size(), messages) {}
+    Blocks(const std::string &file, const Messages &messages, const OutputFile &output)
+        : input_(file), progress_(input_.size(), messages, output.is_terminal()) {}
 
     // Reads on, as soon as something is there; false behind the end. At the end there is an empty read, with what was kept.
     bool next() {

@@ -95,6 +95,8 @@ void OutputFile::write(std::string_view bytes) {
     }
 }
 
+bool OutputFile::is_terminal() const { return isatty(descriptor_) != 0; }
+
 void OutputFile::close() {
     const int descriptor = descriptor_;
     descriptor_ = -1;

@@ -55,6 +55,7 @@ class OutputFile {
 
     void write(std::string_view bytes); // throws Failure
     void close();                       // throws Failure
+    bool is_terminal() const;
 
   private:
     std::string name_;

@@ -6,8 +6,8 @@
 
 namespace qbgl {
 
-Progress::Progress(uint64_t total, const Messages &messages)
-    : total_(total), wanted_(!messages.as_json() && isatty(STDERR_FILENO) != 0 && isatty(STDOUT_FILENO) == 0) {}
+Progress::Progress(uint64_t total, const Messages &messages, bool writes_to_terminal)
+    : total_(total), wanted_(!messages.as_json() && !writes_to_terminal && isatty(STDERR_FILENO) != 0) {}
 
 void Progress::add(uint64_t bytes) {
     done_ += bytes;

@@ -9,9 +9,9 @@ namespace qbgl {
 
 class Progress {
   public:
-    // `total` is the size of the input, 0 when it is not known. Silent unless standard error is a terminal and standard output is
-    // none.
-    Progress(uint64_t total, const Messages &messages);
+    // `total` is the size of the input, 0 when it is not known. Silent unless standard error is a terminal and what is written
+    // meanwhile does not go to one.
+    Progress(uint64_t total, const Messages &messages, bool writes_to_terminal);
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
     ~Progress() { clear(); }

@@ -27,7 +27,15 @@ class Parser {
             if (take('b'))
                 result.skip_blanks = true;
             else if (take('r'))
-                reverse_ = true;
+                chosen_.reverse = true;
+            else if (take('f'))
+                chosen_.fold = true;
+            else if (take('n'))
+                chosen_.order = PartOrder::NUMBERS;
+            else if (take('h'))
+                chosen_.order = PartOrder::SIZES;
+            else if (take('V'))
+                chosen_.order = PartOrder::VERSIONS;
             else
                 return result;
         }
@@ -41,13 +49,14 @@ class Parser {
 
     bool at_end() const { return rest_.empty(); }
     bool options() const { return options_; }
-    bool reverse() const { return reverse_; }
+    const SortPart &chosen() const { return chosen_; }
     bool counted() const { return counted_; } // a character was named
 
     [[noreturn]] void fail(std::string_view reason) const {
-        throw Failure{ExitStatus::CALL,
-                      fmt::format("-k {}: {}; it is FIELD[.CHARACTER][br][,FIELD[.CHARACTER][br]]", printable(whole_), reason),
-                      JsonObject().text("key", whole_)};
+        throw Failure{
+            ExitStatus::CALL,
+            fmt::format("-k {}: {}; it is FIELD[.CHARACTER][bfhnrV][,FIELD[.CHARACTER][bfhnrV]]", printable(whole_), reason),
+            JsonObject().text("key", whole_)};
     }
 
   private:
@@ -62,12 +71,13 @@ class Parser {
 
     std::string whole_;
     std::string_view rest_;
-    bool options_ = false, reverse_ = false, counted_ = false;
+    SortPart chosen_; // by the options
+    bool options_ = false, counted_ = false;
 };
 
 } // namespace
 
-SortPart sort_part(const std::string &text, bool skip_blanks, bool reverse) {
+SortPart sort_part(const std::string &text, const SortPart &common) {
     Parser parser(text);
     SortPart part;
     part.begin = parser.place();
@@ -77,11 +87,13 @@ SortPart sort_part(const std::string &text, bool skip_blanks, bool reverse) {
     --part.begin.field;
     part.begin.character -= part.begin.character > 0 ? 1 : 0;
     if (part.end && part.end->character > 0) --part.end->field;
-    part.reverse = parser.reverse();
+    const SortPart &chosen = parser.options() ? parser.chosen() : common;
+    part.reverse = chosen.reverse;
+    part.fold = chosen.fold;
+    part.order = chosen.order;
     if (!parser.options()) {
-        part.reverse = reverse;
-        part.begin.skip_blanks = skip_blanks;
-        if (part.end) part.end->skip_blanks = skip_blanks;
+        part.begin.skip_blanks = common.begin.skip_blanks;
+        if (part.end) part.end->skip_blanks = common.begin.skip_blanks;
     }
     return part;
 }

@@ -1,4 +1,5 @@
-// Parts of lines to sort by, as POSIX sort selects them: -k FIELD[.CHARACTER][OPTIONS][,FIELD[.CHARACTER][OPTIONS]].
+// Parts of lines to sort by, as POSIX sort selects them: -k FIELD[.CHARACTER][OPTIONS][,FIELD[.CHARACTER][OPTIONS]]. The options
+// are letters of bfhnrV.
 #pragma once
 
 #include "qbgl.h"
@@ -15,15 +16,19 @@ struct FieldPlace {
     bool skip_blanks = false; // characters are counted behind the field's leading blanks
 };
 
+enum class PartOrder { TEXT, NUMBERS, SIZES, VERSIONS };
+
 struct SortPart {
     FieldPlace begin = {};
     // Where the part ends: before this character, or when that is 0, at the end of the field before; without one, with the line.
     std::optional<FieldPlace> end = {};
     bool reverse = false;
+    bool fold = false; // text in any case is alike
+    PartOrder order = PartOrder::TEXT;
 };
 
-// Parts without options of their own take `skip_blanks` and `reverse`. Throws Failure.
-SortPart sort_part(const std::string &text, bool skip_blanks, bool reverse);
+// Parts without options of their own take those of `common`. Throws Failure.
+SortPart sort_part(const std::string &text, const SortPart &common);
 
 class FieldCutter {
   public:

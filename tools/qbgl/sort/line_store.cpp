@@ -11,9 +11,12 @@ namespace {
 constexpr size_t ENTRY_OVERHEAD = 3;
 constexpr size_t SMALLEST_BLOCK = 1 << 10, LARGEST_BLOCK = 1 << 20;
 
-uint64_t head_of(std::string_view key) {
+uint64_t head_of(std::string_view key, size_t depth = 0) {
     uint64_t head = 0;
-    for (size_t i = 0; i < sizeof head; ++i) head = head << 8 | (i < key.size() ? static_cast<uint8_t>(key[i]) : 0);
+    for (size_t i = 0; i < sizeof head; ++i) {
+        const size_t at = depth * sizeof head + i;
+        head = head << 8 | (at < key.size() ? static_cast<uint8_t>(key[at]) : 0);
+    }
     return head;
 }
 
@@ -52,10 +55,26 @@ void LineStore::clear() {
     used_ = room_ = 0;
 }
 
-void LineStore::sort(const SortOrder &order) {
-    std::stable_sort(entries_.begin(), entries_.end(), [&](const Entry &a, const Entry &b) {
-        return a.head != b.head ? a.head < b.head : order.compare(a.line(), b.line()) < 0;
-    });
+void LineStore::sort(const SortOrder &order) { sort(entries_.data(), entries_.data() + entries_.size(), 0, order); }
+
+// By eight bytes of the keys at a time, which stand in the entries themselves: the keys are looked at only to take the next ones of
+// those that are alike so far.
+void LineStore::sort(Entry *begin, Entry *end, size_t depth, const SortOrder &order) {
+    constexpr ptrdiff_t FEW = 16;
+    constexpr size_t DEEPEST = 8;
+    const size_t taken = depth * sizeof begin->head;
+    const bool exhausted = std::any_of(begin, end, [taken](const Entry &entry) { return entry.line().key.size() < taken; });
+    if (end - begin <= FEW || depth == DEEPEST || exhausted) {
+        std::stable_sort(begin, end, [&](const Entry &a, const Entry &b) { return order.compare(a.line(), b.line()) < 0; });
+        return;
+    }
+    if (depth > 0) std::for_each(begin, end, [depth](Entry &entry) { entry.head = head_of(entry.line().key, depth); });
+    std::stable_sort(begin, end, [](const Entry &a, const Entry &b) { return a.head < b.head; });
+    while (begin != end) {
+        Entry *const group = std::find_if(begin, end, [begin](const Entry &entry) { return entry.head != begin->head; });
+        if (group - begin > 1) sort(begin, group, depth + 1, order);
+        begin = group;
+    }
 }
 
 } // namespace qbgl

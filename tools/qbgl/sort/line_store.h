@@ -29,10 +29,12 @@ class LineStore {
         size_t key, text;
     };
     struct Entry {
-        uint64_t head; // the key's first bytes, which decide most comparisons without a look at the rest
+        uint64_t head; // eight bytes of the key
         const char *bytes;
         KeyedLine line() const;
     };
+
+    static void sort(Entry *begin, Entry *end, size_t depth, const SortOrder &order);
 
     size_t limit_, block_size_;
     size_t used_ = 0;                             // bytes of all blocks

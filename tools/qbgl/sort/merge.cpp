@@ -4,12 +4,12 @@
 
 namespace qbgl {
 
-void LineWriter::put(const KeyedLine &line) {
+void LineWriter::put(std::string_view line) {
     constexpr size_t BLOCK = 64 << 10;
-    if (unique_ && any_ && last_key_ == line.key) return;
-    if (unique_) last_key_ = line.key;
+    if (unique_ && any_ && order_.compare(last_, line) == 0) return;
+    if (unique_) last_ = line;
     any_ = true;
-    buffer_.append(line.text).append(end_);
+    buffer_.append(line).append(end_);
     if (buffer_.size() >= BLOCK) flush();
 }
 
@@ -21,14 +21,13 @@ void LineWriter::flush() {
 bool SortedText::next() {
     if (!reader_.next(line_)) return false;
     if (check_) check_(line_);
-    key_ = order_.key(line_.text);
     return true;
 }
 
 void merge(std::vector<SortedText> &texts, const SortOrder &order, LineWriter &writer) {
     merge_sorted(
-        texts, [&](const SortedText &a, const SortedText &b) { return order.compare(a.keyed(), b.keyed()); },
-        [&](const SortedText &first) { writer.put(first.keyed()); });
+        texts, [&](const SortedText &a, const SortedText &b) { return order.compare(a.line().text, b.line().text); },
+        [&](const SortedText &first) { writer.put(first.line().text); });
     writer.flush();
 }
 

@@ -14,15 +14,17 @@ class LineWriter {
   public:
     using Target = std::function<void(std::string_view)>;
 
-    LineWriter(Target target, std::string end, bool unique) : target_(std::move(target)), end_(std::move(end)), unique_(unique) {}
+    LineWriter(Target target, std::string end, const SortOrder &order, bool unique)
+        : target_(std::move(target)), end_(std::move(end)), order_(order), unique_(unique) {}
 
-    void put(const KeyedLine &line);
+    void put(std::string_view line);
     // To be called behind the last line.
     void flush();
 
   private:
     Target target_;
-    std::string end_, buffer_, last_key_;
+    std::string end_, buffer_, last_;
+    const SortOrder &order_;
     bool unique_, any_ = false;
 };
 
@@ -31,19 +33,15 @@ class SortedText {
   public:
     using Check = std::function<void(const Line &)>; // of text that nobody has looked at yet
 
-    SortedText(LineReader reader, SortOrder &order, Check check = {})
-        : reader_(std::move(reader)), order_(order), check_(std::move(check)) {}
+    explicit SortedText(LineReader reader, Check check = {}) : reader_(std::move(reader)), check_(std::move(check)) {}
 
     bool next();
     const Line &line() const { return line_; }
-    KeyedLine keyed() const { return {key_, line_.text}; }
 
   private:
     LineReader reader_;
-    SortOrder &order_;
     Check check_;
     Line line_{};
-    std::string key_;
 };
 
 // Of equal lines, those of the earlier text come first.

@@ -1,8 +1,29 @@
 #include "sort/order.h"
 
+#include "frame/messages.h"
+#include "sort/number_keys.h"
+
 #include <algorithm>
+#include <fmt/format.h>
 
 namespace qbgl {
+
+namespace {
+
+constexpr size_t TERMINATOR = 4;
+
+std::string text_of(const char *text) { return text != nullptr ? text : ""; }
+
+} // namespace
+
+SortOrder::SortOrder(gl_locale &locale, const SortRules &rules)
+    : locale_(locale), rules_(rules), point_(text_of(gl_localeconv(&locale)->decimal_point)),
+      separator_(text_of(gl_localeconv(&locale)->thousands_sep)), keys_(locale), cutter_(locale, rules.separator) {
+    constexpr int AS_SPECIFIED = 1;
+    const bool by_rules = locale.collate.kind <= AS_SPECIFIED && locale.collate.direct == 0;
+    const bool by_code_values = locale.collate.kind <= AS_SPECIFIED && locale.collate.direct != 0;
+    collation_ = by_rules ? Collation::BY_RULES : by_code_values ? Collation::BY_CODE_VALUES : Collation::BY_KEYS;
+}
 
 // Appends a key in such a way that no other one begins with it: a zero byte becomes 00 FF, and 00 00 ends the key. With all bits
 // inverted the order is reversed.
@@ -18,10 +39,86 @@ void SortOrder::append(std::string_view key, bool reverse) {
     for (size_t i = begin; reverse && i < key_.size(); ++i) key_[i] = static_cast<char>(~key_[i]);
 }
 
+// The text in capitals; as it is where it has no other form.
+std::string_view SortOrder::upper(std::string_view text, std::string &buffer) const {
+    text_.assign(text).append(TERMINATOR, '\0');
+    buffer.resize(static_cast<size_t>(std::max(gl_case_conv_outbuflen(&locale_, static_cast<int>(text.size())), 0)) + TERMINATOR);
+    const int size = gl_tombsupper(&locale_, buffer.data(), text_.data());
+    return size >= 0 ? std::string_view(buffer.data(), static_cast<size_t>(size)) : text;
+}
+
+std::string SortOrder::part_key(std::string_view text, const SortPart &part) const {
+    switch (part.order) {
+    case PartOrder::NUMBERS: return number_key(text, point_, separator_);
+    case PartOrder::SIZES: return size_key(text, point_, separator_);
+    case PartOrder::VERSIONS: return version_key(text);
+    default: return std::string(keys_.key(part.fold ? upper(text, upper_[0]) : text));
+    }
+}
+
 std::string_view SortOrder::key(std::string_view line) {
     key_.clear();
-    for (const SortPart &part : rules_.parts) append(keys_.key(cutter_.cut(line, part)), part.reverse);
+    if (rules_.is_bad) {
+        const bool bad = rules_.is_bad(line);
+        key_ += bad ? '\1' : '\0';
+        if (bad) return key_ += line;
+    }
+    for (const SortPart &part : rules_.parts) {
+        const std::string_view text = cutter_.cut(line, part);
+        if (part.order == PartOrder::TEXT && !part.fold)
+            append(keys_.key(text), part.reverse);
+        else
+            append(part_key(text, part), part.reverse);
+    }
     return key_;
+}
+
+int SortOrder::collate(std::string_view a, std::string_view b) const {
+    if (collation_ == Collation::BY_CODE_VALUES) return a.compare(b);
+    if (collation_ == Collation::BY_KEYS) {
+        const std::string key(keys_.key(a));
+        return key.compare(keys_.key(b));
+    }
+    if (a == b) return 0;
+    locale_.error = 0;
+    const int order = gl_mbfscoll(&locale_, a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()));
+    if (order == 0 && locale_.error != 0) {
+        throw Failure{ExitStatus::SYSTEM, fmt::format("the locale cannot compare two texts (error {})", locale_.error),
+                      JsonObject().number("error", static_cast<unsigned>(locale_.error))};
+    }
+    return order;
+}
+
+int SortOrder::compare_parts(std::string_view a, std::string_view b, const SortPart &part) const {
+    a = cutter_.cut(a, part);
+    b = cutter_.cut(b, part);
+    int order = 0;
+    if (part.order != PartOrder::TEXT)
+        order = part_key(a, part).compare(part_key(b, part));
+    else if (part.fold)
+        order = collate(upper(a, upper_[0]), upper(b, upper_[1]));
+    else
+        order = collate(a, b);
+    return part.reverse ? -order : order;
+}
+
+int SortOrder::compare_behind_parts(std::string_view a, std::string_view b) const {
+    if (!rules_.by_bytes || a == b) return 0;
+    int order = rules_.by_lines ? collate(a, b) : 0;
+    if (order == 0) order = a.compare(b);
+    return rules_.reverse ? -order : order;
+}
+
+int SortOrder::compare(std::string_view a, std::string_view b) const {
+    if (rules_.is_bad) {
+        const bool bad[] = {rules_.is_bad(a), rules_.is_bad(b)};
+        if (bad[0] != bad[1]) return bad[0] ? 1 : -1;
+        if (bad[0]) return a.compare(b);
+    }
+    for (const SortPart &part : rules_.parts) {
+        if (const int order = compare_parts(a, b, part); order != 0) return order;
+    }
+    return compare_behind_parts(a, b);
 }
 
 } // namespace qbgl

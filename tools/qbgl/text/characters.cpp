@@ -7,9 +7,10 @@
 
 namespace qbgl {
 
-CharacterReader::CharacterReader(const std::string &file, const gl_locale &locale, const Messages &messages)
-    : file_(file), codeset_(category_codeset(locale, GL_CAT_CTYPE)), line_end_(line_end(locale, false)), blocks_(file, messages),
-      table_(locale.ctype.codeset_table) {}
+CharacterReader::CharacterReader(const std::string &file, const gl_locale &locale, const Messages &messages,
+                                 const OutputFile &output)
+    : file_(file), codeset_(category_codeset(locale, GL_CAT_CTYPE)), line_end_(line_end(locale, false)),
+      blocks_(file, messages, output), table_(locale.ctype.codeset_table) {}
 
 bool CharacterReader::read() {
     blocks_.keep(rest_);

@@ -23,7 +23,7 @@ struct Character {
 
 class CharacterReader {
   public:
-    CharacterReader(const std::string &file, const gl_locale &locale, const Messages &messages);
+    CharacterReader(const std::string &file, const gl_locale &locale, const Messages &messages, const OutputFile &output);
 
     // Reads on as soon as something is there; false when nothing is left of the text. Throws Failure.
     bool read();

@@ -11,7 +11,8 @@ namespace qbgl {
 
 class CollationKeys {
   public:
-    static constexpr size_t LONGEST = 1 << 27; // the length of a key is an int, and a byte of text may need 15 of it
+    // A byte of text may need 15 bytes of key, and 32-bit programs must have room for both.
+    static constexpr size_t LONGEST = 1 << 25;
 
     explicit CollationKeys(gl_locale &locale) : locale_(locale) {}
 

@@ -1,5 +1,7 @@
 #include "text/conversion.h"
 
+#include "tree/codesets.h"
+
 #include <algorithm>
 #include <climits>
 
@@ -11,6 +13,8 @@ constexpr const char *PIVOT = "utf8";
 constexpr int LONGEST_CHARACTER = 4;
 // What a chained conversion takes at once: small enough to be walked again character by character.
 constexpr size_t CHAINED_PIECE = 16 << 10;
+
+uint16_t number_of(const std::string &name) { return gl_lc_spec2cs_num(nullptr, name.c_str(), nullptr); }
 
 // Whether the tree holds the object of a conversion, be it damaged or not.
 bool has_object(uint16_t source, uint16_t target) {
@@ -146,30 +150,60 @@ std::string_view Stage::closing_sequence(const gl_cv_state &state) const {
 }
 
 Opened Conversion::open(const std::string &source, const std::string &target, std::unique_ptr<Conversion> &conversion) {
-    const uint16_t from = gl_lc_spec2cs_num(nullptr, source.c_str(), nullptr);
-    const uint16_t to = gl_lc_spec2cs_num(nullptr, target.c_str(), nullptr);
-    const uint16_t pivot = gl_lc_spec2cs_num(nullptr, PIVOT, nullptr);
-    if (from == GL_NO_CODESET) return Opened::UNKNOWN_SOURCE;
-    if (to == GL_NO_CODESET) return Opened::UNKNOWN_TARGET;
+    const std::string source_name = registered_name(source), target_name = registered_name(target);
+    const uint16_t from = number_of(source_name), to = number_of(target_name), pivot = number_of(PIVOT);
     if (from == to) return Opened::SAME_CODESET;
 
     int error = 0;
-    std::optional<Stage> first = Stage::open(source.c_str(), target.c_str(), error);
+    std::optional<Stage> first = Stage::open(source_name.c_str(), target_name.c_str(), error);
     std::optional<Stage> second;
     if (!first && error == GL_ENOFILE && !has_object(from, to) && has_object(from, pivot) && has_object(pivot, to)) {
-        first = Stage::open(source.c_str(), PIVOT, error);
-        if (first) second = Stage::open(PIVOT, target.c_str(), error);
+        first = Stage::open(source_name.c_str(), PIVOT, error);
+        if (first) second = Stage::open(PIVOT, target_name.c_str(), error);
         if (!second) first.reset();
     } else if (!first && error == GL_ENOFILE && !has_object(from, to)) {
         return Opened::MISSING;
     }
     if (!first) return error == GL_ENOMEM ? Opened::NO_MEMORY : Opened::DAMAGED;
-    const std::string_view newlines = newlines_of(source.c_str(), *first, second.has_value() || to == pivot);
-    conversion.reset(new Conversion(std::move(*first), std::move(second), newlines));
+    const std::string_view newlines = newlines_of(source_name.c_str(), *first, second.has_value() || to == pivot);
+    conversion.reset(new Conversion(source_name, std::move(*first), std::move(second), newlines));
     return Opened::CONVERSION;
 }
 
+Opened Conversion::open_copy(const std::string &codeset, std::unique_ptr<Conversion> &conversion) {
+    const bool is_pivot = number_of(registered_name(codeset)) == number_of(PIVOT);
+    const Opened opened = open(codeset, is_pivot ? "ucs4" : PIVOT, conversion);
+    if (opened == Opened::CONVERSION) conversion->copies_ = true;
+    return opened;
+}
+
+bool Conversion::is_undefined(std::string_view character) const {
+    if (first_.longest_character() != 1 || character.size() != 1) return false;
+    int error = 0;
+    const std::optional<Stage> to_pivot = Stage::open(source_name_.c_str(), PIVOT, error);
+    gl_cv_state state{};
+    OutputBuffer result;
+    bool substituted = false;
+    return to_pivot && to_pivot->run(state, character, result, substituted) != Outcome::DONE;
+}
+
+// What the first stage lacks is a character all the same.
+Outcome Conversion::run_copy(Shift &shift, std::string_view &text, OutputBuffer &output) {
+    for (;;) {
+        const std::string_view before = text;
+        bool substituted = false;
+        middle_.clear();
+        const Outcome outcome = first_.run(shift.first, text, middle_, substituted);
+        output.append(before.substr(0, before.size() - text.size()));
+        if (outcome != Outcome::UNMAPPED || is_undefined(text.substr(0, 1))) return outcome;
+        const size_t length = std::max<size_t>(first_.character_length(shift.first, text), 1);
+        output.append(text.substr(0, length));
+        text.remove_prefix(length);
+    }
+}
+
 Outcome Conversion::run(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted) {
+    if (copies_) return run_copy(shift, text, output);
     if (!second_) return first_.run(shift.first, text, output, substituted);
     Outcome outcome = Outcome::DONE;
     while (outcome == Outcome::DONE && !text.empty()) outcome = run_chained(shift, text, output, substituted);
@@ -221,7 +255,11 @@ Step Conversion::step(Shift &shift, std::string_view text, OutputBuffer &output)
     bool substituted = false;
     std::string_view rest = text.substr(0, length);
     middle_.clear();
-    Outcome outcome = first_.run(after.first, rest, second_ ? middle_ : output, substituted);
+    Outcome outcome = first_.run(after.first, rest, second_ || copies_ ? middle_ : output, substituted);
+    if (copies_ && !(outcome == Outcome::UNMAPPED && is_undefined(text.substr(0, 1)))) {
+        output.append(text.substr(0, length));
+        return {Outcome::DONE, length, false};
+    }
     std::string_view middle = middle_.text();
     if (outcome == Outcome::DONE && second_ && second_->run(after.second, middle, output, substituted) != Outcome::DONE)
         outcome = Outcome::UNMAPPED;
@@ -233,7 +271,7 @@ Step Conversion::step(Shift &shift, std::string_view text, OutputBuffer &output)
 }
 
 void Conversion::close(Shift &shift, OutputBuffer &output) const {
-    output.append(second_ ? second_->closing_sequence(shift.second) : first_.closing_sequence(shift.first));
+    if (!copies_) output.append(second_ ? second_->closing_sequence(shift.second) : first_.closing_sequence(shift.first));
     shift = {};
 }
 

@@ -89,17 +89,23 @@ struct Step {
     bool substituted;
 };
 
-enum class Opened { CONVERSION, SAME_CODESET, UNKNOWN_SOURCE, UNKNOWN_TARGET, MISSING, DAMAGED, NO_MEMORY };
+enum class Opened { CONVERSION, SAME_CODESET, MISSING, DAMAGED, NO_MEMORY };
 
 class Conversion {
   public:
     // `conversion` receives what was opened, when that is a conversion.
     static Opened open(const std::string &source, const std::string &target, std::unique_ptr<Conversion> &conversion);
+    // From a codeset to itself: what is no character of it is found as in any other conversion, the rest stays as it is.
+    static Opened open_copy(const std::string &codeset, std::unique_ptr<Conversion> &conversion);
 
     const Stage &source() const { return first_; }
     bool chained() const { return second_.has_value(); }
     // The bytes that end a line of the source: any of these, or the unit 0x000A for little-endian units.
     std::string_view newlines() const { return newlines_; }
+
+    // Whether a byte that cannot be converted is no character of a single-byte source, whose table has all bytes: UTF-8 lacks it,
+    // too.
+    bool is_undefined(std::string_view character) const;
 
     // As Stage::run.
     Outcome run(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted);
@@ -109,14 +115,17 @@ class Conversion {
     void close(Shift &shift, OutputBuffer &output) const;
 
   private:
-    Conversion(Stage first, std::optional<Stage> second, std::string_view newlines)
-        : first_(std::move(first)), second_(std::move(second)), newlines_(newlines) {}
+    Conversion(std::string source, Stage first, std::optional<Stage> second, std::string_view newlines)
+        : source_name_(std::move(source)), first_(std::move(first)), second_(std::move(second)), newlines_(newlines) {}
+    Outcome run_copy(Shift &shift, std::string_view &text, OutputBuffer &output);
     Outcome run_chained(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted);
     Outcome walk(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted);
 
+    std::string source_name_;
     Stage first_;
     std::optional<Stage> second_;
     std::string_view newlines_;
+    bool copies_ = false; // the first stage only tells what is a character
     // Of a piece whose second half met a character that the target lacks, the bytes that are still to be taken one character at a
     // time: only so its place in the source is known.
     size_t to_walk_ = 0;

@@ -4,30 +4,47 @@
 
 namespace qbgl {
 
+bool Approximations::contains(const Shift &shift, std::string_view character) {
+    const auto is_one = [&] {
+        Shift state = shift;
+        scratch_.clear();
+        return conversion_.step(state, character, scratch_).substituted;
+    };
+    if (character.size() == 1) {
+        std::optional<bool> &known = bytes_[shift.first.source_shift != 0 ? 1 : 0][static_cast<uint8_t>(character[0])];
+        if (!known) known = is_one();
+        return *known;
+    }
+    uint32_t value = 0; // of bytes that begin with different lengths' leads, so that no two characters have the same
+    for (const char byte : character) value = value << 8 | static_cast<uint8_t>(byte);
+    const auto [known, is_new] = longer_.try_emplace(value, false);
+    if (is_new) known->second = is_one();
+    return known->second;
+}
+
 std::optional<Incident> Converter::convert(std::string_view &text, bool at_end, OutputBuffer &output) {
     std::optional<Incident> stopped;
-    while (!text.empty()) {
+    while (!text.empty() && !stopped) {
         const Shift before = shift_;
         const std::string_view start = text;
+        const size_t output_before = output.size();
         bool substituted = false;
         const Outcome outcome = conversion_.run(shift_, text, output, substituted);
-        pass(before, start.substr(0, start.size() - text.size()), substituted);
         if (outcome == Outcome::BROKEN) throw Broken{};
-        if (outcome == Outcome::DONE) continue;
-
+        const std::string_view taken = start.substr(0, start.size() - text.size());
+        if (substituted && walks_substitutions()) {
+            shift_ = before;
+            output.truncate(output_before);
+            stopped = walk(taken, output);
+            if (stopped) break;
+        } else {
+            if (substituted) count_substitutions(before, taken);
+            if (wants_places()) position_.advance(before.first, taken);
+        }
+        if (outcome == Outcome::DONE || skip_quickly(outcome, text)) continue;
         const bool may_continue = text.size() < static_cast<size_t>(conversion_.source().longest_character());
         if (outcome == Outcome::UNREADABLE && may_continue && !at_end) return std::nullopt;
-        Incident incident = incident_at(text);
-        if (!options_.leave_out) {
-            stopped = std::move(incident);
-            break;
-        }
-        const size_t skipped = skip_length(incident, text);
-        incident.bytes.resize(skipped);
-        if (options_.observer) options_.observer(incident);
-        ++left_out_;
-        position_.advance_one(skipped);
-        text.remove_prefix(skipped);
+        stopped = resolve(incident_at(text), text, output);
     }
     if (at_end || stopped) {
         conversion_.close(shift_, output);
@@ -36,36 +53,92 @@ std::optional<Incident> Converter::convert(std::string_view &text, bool at_end, 
     return stopped;
 }
 
-// Moves the position over converted text; text with substitutions is gone through again to find them.
-void Converter::pass(const Shift &before, std::string_view text, bool substituted) {
-    if (!substituted || !options_.report_substitutions) {
-        position_.advance(before.first, text);
-        return;
-    }
-    Shift shift = before;
+// Goes through text that can be converted once more, character by character, for what is substituted in it.
+std::optional<Incident> Converter::walk(std::string_view text, OutputBuffer &output) {
     while (!text.empty()) {
-        const Shift here = shift;
-        scratch_.clear();
-        const Step one = conversion_.step(shift, text, scratch_);
-        const size_t length = std::max<size_t>(one.length, 1);
-        if (one.substituted) {
-            ++substituted_;
-            if (options_.observer) {
-                options_.observer(
-                    {Fault::SUBSTITUTED, position_.place(), std::string(text.substr(0, length)), std::string(scratch_.text())});
-            }
+        const Shift here = shift_;
+        const size_t output_before = output.size();
+        const Step one = conversion_.step(shift_, text, output);
+        const std::string_view character = text.substr(0, std::max<size_t>(one.length, 1));
+        if (!one.substituted) {
+            position_.advance(here.first, character);
+            text.remove_prefix(character.size());
+            continue;
         }
-        position_.advance(here.first, text.substr(0, length));
+        Incident incident{Fault::SUBSTITUTED, position_.place(), std::string(character),
+                          std::string(output.text().substr(output_before))};
+        output.truncate(output_before);
+        shift_ = here;
+        if (std::optional<Incident> stopped = resolve(std::move(incident), text, output)) return stopped;
+    }
+    return std::nullopt;
+}
+
+// Passes the incident at the text's beginning, as the options have it; returns it when it stops the conversion.
+std::optional<Incident> Converter::resolve(Incident incident, std::string_view &text, OutputBuffer &output) {
+    size_t passed = incident.bytes.size();
+    if (replace(incident, output)) {
+        ++replaced_;
+    } else if (incident.fault == Fault::SUBSTITUTED && !options_.strict) {
+        conversion_.step(shift_, text, output);
+        ++substituted_;
+        if (options_.observer) options_.observer(incident);
+    } else if (options_.leave_out) {
+        passed = skip_length(incident, text);
+        incident.bytes.resize(passed);
+        ++left_out_;
+        if (options_.observer) options_.observer(incident);
+    } else {
+        return incident;
+    }
+    position_.advance_one(passed);
+    text.remove_prefix(passed);
+    return std::nullopt;
+}
+
+bool Converter::replace(const Incident &incident, OutputBuffer &output) {
+    if (!options_.replacement || incident.fault == Fault::INVALID || incident.fault == Fault::INCOMPLETE) return false;
+    const std::string replacement = options_.replacement(incident.bytes, incident.fault);
+    if (replacement.empty()) return false;
+    const int32_t source_shift = shift_.first.source_shift;
+    conversion_.close(shift_, output);
+    shift_.first.source_shift = source_shift;
+    output.append(replacement);
+    return true;
+}
+
+void Converter::count_substitutions(Shift shift, std::string_view text) {
+    const Stage &source = conversion_.source();
+    while (!text.empty()) {
+        const size_t length = std::max<size_t>(source.character_length(shift.first, text), 1);
+        if (source.is_shift(shift.first, text[0]))
+            shift.first.source_shift = shift.first.source_shift == 0 ? 1 : 0;
+        else if (approximations_.contains(shift, text.substr(0, length)))
+            ++substituted_;
         text.remove_prefix(length);
     }
+}
+
+// Where nobody asks what was left out: all but the last bytes of a text, which may be a character that is cut.
+bool Converter::skip_quickly(Outcome outcome, std::string_view &text) {
+    const Stage &source = conversion_.source();
+    if (wants_places() || options_.replacement || text.size() < static_cast<size_t>(source.longest_character())) return false;
+    const size_t skipped = outcome == Outcome::UNMAPPED ? source.character_length(shift_.first, text)
+                                                        : static_cast<size_t>(std::max(source.unit(), 1));
+    ++left_out_;
+    text.remove_prefix(std::max<size_t>(skipped, 1));
+    return true;
 }
 
 Incident Converter::incident_at(std::string_view text) {
     Shift shift = shift_;
     scratch_.clear();
     const Step one = conversion_.step(shift, text, scratch_);
-    if (one.outcome != Outcome::UNREADABLE)
-        return {Fault::UNMAPPED, position_.place(), std::string(text.substr(0, one.length)), {}};
+    if (one.outcome != Outcome::UNREADABLE) {
+        const std::string_view character = text.substr(0, one.length);
+        const bool undefined = conversion_.is_undefined(character);
+        return {undefined ? Fault::INVALID : Fault::UNMAPPED, position_.place(), std::string(character), {}};
+    }
     const size_t length = conversion_.source().unreadable_length(shift_.first, text);
     if (length == 0) return {Fault::INCOMPLETE, position_.place(), std::string(text), {}};
     return {Fault::INVALID, position_.place(), std::string(text.substr(0, length)), {}};

@@ -4,7 +4,9 @@
 
 #include "text/position.h"
 
+#include <array>
 #include <functional>
+#include <unordered_map>
 
 namespace qbgl {
 
@@ -12,7 +14,7 @@ enum class Fault {
     UNMAPPED,   // a character that the target codeset lacks
     INVALID,    // bytes that are no character of the source codeset
     INCOMPLETE, // the text ends inside a character
-    SUBSTITUTED // an approximate mapping was used
+    SUBSTITUTED // the target has an approximation only
 };
 
 struct Incident {
@@ -24,29 +26,56 @@ struct Incident {
 
 struct ConverterOptions {
     bool leave_out = false; // skip what cannot be converted
-    bool report_substitutions = false;
-    std::function<void(const Incident &)> observer; // told of what is skipped and, where wanted, of substitutions
+    bool strict = false;    // an approximation is no conversion
+    // Told of what is skipped, and of each substitution.
+    std::function<void(const Incident &)> observer = {};
+    // What to write instead of a character that the target lacks or has an approximation of only: text of the target that begins
+    // and ends in its initial state; empty: nothing takes its place.
+    std::function<std::string(std::string_view character, Fault fault)> replacement = {};
+};
+
+// Which characters of a source the target has an approximation of only: each is tried once.
+class Approximations {
+  public:
+    explicit Approximations(const Conversion &conversion) : conversion_(conversion) {}
+    bool contains(const Shift &shift, std::string_view character);
+
+  private:
+    const Conversion &conversion_;
+    std::array<std::array<std::optional<bool>, 256>, 2> bytes_{}; // of one byte, by shift state
+    std::unordered_map<uint32_t, bool> longer_;
+    OutputBuffer scratch_;
 };
 
 class Converter {
   public:
     Converter(Conversion &conversion, ConverterOptions options)
-        : conversion_(conversion), options_(std::move(options)), position_(conversion) {}
+        : conversion_(conversion), options_(std::move(options)), position_(conversion), approximations_(conversion) {}
 
     // Converts what can be and appends it to `output`; takes it from the front of `text`. What remains of `text` begins a character
     // whose end is still to come: hand it in again, with more behind it. With `at_end` nothing remains, and the text is closed.
     // Returns the incident that stops the conversion, when there is one.
     std::optional<Incident> convert(std::string_view &text, bool at_end, OutputBuffer &output);
+    // Passes bytes at the text's beginning, which are not to be converted.
+    void skip(size_t bytes) { position_.skip(bytes); }
 
     // Of all texts so far.
     uint64_t left_out() const { return left_out_; }
     uint64_t substituted() const { return substituted_; }
+    uint64_t replaced() const { return replaced_; }
 
     // Thrown when the descriptor fails in a way that text cannot cause.
     struct Broken {};
 
   private:
-    void pass(const Shift &before, std::string_view text, bool substituted);
+    // Who leaves out without being told where needs no places.
+    bool wants_places() const { return !options_.leave_out || options_.observer; }
+    bool walks_substitutions() const { return options_.strict || options_.observer || options_.replacement; }
+    std::optional<Incident> walk(std::string_view text, OutputBuffer &output);
+    std::optional<Incident> resolve(Incident incident, std::string_view &text, OutputBuffer &output);
+    void count_substitutions(Shift shift, std::string_view text);
+    bool replace(const Incident &incident, OutputBuffer &output);
+    bool skip_quickly(Outcome outcome, std::string_view &text);
     Incident incident_at(std::string_view text);
     size_t skip_length(const Incident &incident, std::string_view text) const;
 
@@ -54,8 +83,9 @@ class Converter {
     ConverterOptions options_;
     Shift shift_;
     Position position_;
+    Approximations approximations_;
     OutputBuffer scratch_;
-    uint64_t left_out_ = 0, substituted_ = 0;
+    uint64_t left_out_ = 0, substituted_ = 0, replaced_ = 0;
 };
 
 } // namespace qbgl

@@ -48,6 +48,7 @@ std::string encoded(const std::string &text, const std::string &codeset) {
         }
         rest.remove_prefix(character.size());
     }
+    conversion->close(shift, result);
     return std::string(result.text());
 }
 

@@ -9,9 +9,9 @@ namespace qbgl {
 class LineInput {
   public:
     // `before_reading` is called when no line is at hand, so that what the lines before gave can be written.
-    LineInput(
-        const std::string &file, std::string end, const Messages &messages, std::function<void()> before_reading = [] {})
-        : input_(file), progress_(input_.size(), messages), before_reading_(std::move(before_reading)),
+    LineInput(const std::string &file, std::string end, const Messages &messages, const OutputFile &output,
+              std::function<void()> before_reading)
+        : input_(file), progress_(input_.size(), messages, output.is_terminal()), before_reading_(std::move(before_reading)),
           reader_([this](char *buffer, size_t size) { return read(buffer, size); }, std::move(end)) {}
     LineInput(const LineInput &) = delete;
     LineInput &operator=(const LineInput &) = delete;

@@ -14,6 +14,8 @@ class Position {
     const Place &place() const { return place_; }
     // Passes over converted text; `state` is the source's at its beginning.
     void advance(gl_cv_state state, std::string_view text);
+    // Passes over bytes that stand for nothing.
+    void skip(size_t length) { place_.offset += length; }
     // Passes over the bytes of one character, or of what stands for one.
     void advance_one(size_t length);
 

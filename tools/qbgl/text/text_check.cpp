@@ -33,10 +33,22 @@ bool TextCheck::is_sound(std::string_view text) {
         return std::all_of(text.begin(), text.end(), [&](char byte) { return byte != '\0' && known_[static_cast<uint8_t>(byte)]; });
     }
     if (text.empty()) return true;
+    if (text.size() > LONG) return is_sound_by_characters(text);
     wide_.resize(std::max(wide_.size(), text.size() + 1));
     const auto length = static_cast<int>(text.size());
     const int count = gl_mbfstowcfs(&locale_, wide_.data(), text.data(), length, length);
     return count >= 0 && std::find(wide_.begin(), wide_.begin() + count, 0U) == wide_.begin() + count;
+}
+
+// Without the memory that all wide characters of a long text need.
+bool TextCheck::is_sound_by_characters(std::string_view text) const {
+    int length = 0;
+    bool cut = false;
+    while (!text.empty() && is_character(text, length, cut)) {
+        if (text.find_first_not_of('\0') >= static_cast<size_t>(length)) return false;
+        text.remove_prefix(static_cast<size_t>(length));
+    }
+    return text.empty();
 }
 
 // Whether a character begins a text; its length, or that of what makes plain that none does; and whether the text is too short to

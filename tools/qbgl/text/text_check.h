@@ -13,8 +13,13 @@ class TextCheck {
     // Throws what is the matter with a line of a file: bytes that are no character, or a NUL character within.
     void operator()(const Line &line, const std::string &file);
 
-  private:
+    // Neither of them is in it.
     bool is_sound(std::string_view text);
+
+  private:
+    static constexpr size_t LONG = 1 << 20;
+
+    bool is_sound_by_characters(std::string_view text) const;
     bool is_character(std::string_view text, int &length, bool &cut) const;
     Failure failure(const Line &line, const std::string &file) const;
 

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fmt/format.h>
 
 namespace qbgl {
 
@@ -50,5 +51,16 @@ std::string tree_directory() {
 std::vector<std::string> conversion_directories() { return directories_of("cv9", "cv"); }
 
 std::vector<std::string> locale_directories() { return directories_of("lc11", "lc"); }
+
+std::vector<std::string> charmap_directories() { return directories_of("cm3", "cm"); }
+
+Failure no_tree() {
+    const std::string path = variable("GL_PATH");
+    const std::string place = printable(path.empty() ? tree_directory() : path);
+    const std::string advice = path.empty() ? "set QUORBANEDIR to an installation tree, or make one with `qbglc tree DIR`"
+                                            : "GL_PATH takes the place of the tree's directories: unset it, or add them to it";
+    return {ExitStatus::SYSTEM, fmt::format("there is no codeset registry in {}: {}", place, advice),
+            JsonObject().text("directory", place)};
+}
 
 } // namespace qbgl

@@ -1,9 +1,10 @@
 #include "tree/locale_handle.h"
 
+#include "common/nearest.h"
 #include "frame/files.h"
+#include "tree/codesets.h"
 #include "tree/directories.h"
 #include "tree/installed.h"
-#include "common/nearest.h"
 #include "tree/registry.h"
 
 #include <algorithm>
@@ -12,12 +13,15 @@
 #include <cstdlib>
 #include <fmt/format.h>
 #include <optional>
+#include <unistd.h>
 
 namespace qbgl {
 
 namespace {
 
 constexpr size_t LONGEST_SPECIFICATION = 284, LANGUAGE_TERRITORY = 5;
+
+constexpr const char *DEFAULT_OBJECT = "default.lco", *NATIVE = "native";
 
 // In the order in which the library loads the categories.
 constexpr std::array<const char *, 6> KEYWORDS = {"GL_CTYPE", "GL_COLLATE", "GL_NUMERIC", "GL_MONETARY", "GL_TIME", "GL_MESSAGES"};
@@ -41,7 +45,30 @@ Wanted wanted_of_environment(const char *keyword) {
         const char *value = std::getenv(variable);
         if (value != nullptr && *value != '\0') return {value, variable};
     }
-    return {"default.lco"};
+    return {DEFAULT_OBJECT};
+}
+
+// The locale of the platform's variables; "C" and "POSIX" are the order of code values here, too.
+std::string native_locale() {
+    for (const char *variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char *value = std::getenv(variable);
+        if (value == nullptr || *value == '\0') continue;
+        const std::string_view language = std::string_view(value).substr(0, std::string_view(value).find('.'));
+        return language == "C" || language == "POSIX" ? DEFAULT_OBJECT : value;
+    }
+    return DEFAULT_OBJECT;
+}
+
+// Who has set a language for the platform may expect it here.
+void tell_of_default(const Messages &messages) {
+    const bool named = std::any_of(KEYWORDS.begin(), KEYWORDS.end(),
+                                   [](const char *keyword) { return !wanted_of_environment(keyword).variable.empty(); });
+    const std::string native = native_locale();
+    if (named || native == DEFAULT_OBJECT || messages.as_json() || isatty(STDERR_FILENO) == 0) return;
+    messages.say("note",
+                 fmt::format("no locale is named (-l, GL_ALL, GL_LANG), so that the text is ASCII or Latin-1 in the order of "
+                             "code values; -l native takes {}",
+                             printable(native)));
 }
 
 // What a category's keyword is set to in a text of "KEYWORD = NAME ; " clauses, otherwise the whole text.
@@ -58,7 +85,7 @@ std::optional<Wanted> first_missing(const std::string &specification) {
     const std::string text = file_name_of(specification).value_or(specification);
     for (const char *keyword : KEYWORDS) {
         const Wanted wanted = text.empty() ? wanted_of_environment(keyword) : wanted_of_text(text, keyword);
-        if (locale_object(wanted.name == "native" ? "default.lco" : wanted.name).empty()) return wanted;
+        if (locale_object(wanted.name == NATIVE ? DEFAULT_OBJECT : wanted.name).empty()) return wanted;
     }
     return std::nullopt;
 }
@@ -79,23 +106,32 @@ std::vector<std::string> likely_locales(const std::string &name, const std::vect
     std::stable_partition(result.begin(), result.end(), [wanted = folded(name).substr(0, LANGUAGE_TERRITORY)](const auto &near) {
         return wanted.size() > 1 && folded(near).starts_with(wanted);
     });
+    const std::string language = folded(name).substr(0, name.find('.'));
+    if (language == "c" || language == "posix")
+        std::stable_partition(result.begin(), result.end(), [](const auto &near) { return near == DEFAULT_OBJECT; });
     result.resize(std::min(result.size(), SHOWN));
     return result;
 }
 
 // The command that makes a missing object, where the tree shows that the language and territory can be made.
 std::string remedy(const std::string &specification, const std::string &file, const std::vector<InstalledLocale> &locales) {
-    const std::string language = file.substr(0, file.find('/') + 1);
-    const bool known =
-        std::any_of(locales.begin(), locales.end(), [&](const auto &locale) { return locale.file.starts_with(language); });
+    // What stands in the file's name besides the codeset's number.
+    const auto language_and_modifier = [](const std::string &name) {
+        constexpr size_t NUMBER_DIGITS = 4;
+        const size_t slash = std::min(name.find('/'), name.size());
+        return std::pair(name.substr(0, slash), name.substr(std::min(slash + 1 + NUMBER_DIGITS, name.size())));
+    };
+    const bool known = std::any_of(locales.begin(), locales.end(), [&](const auto &locale) {
+        return language_and_modifier(locale.file) == language_and_modifier(file);
+    });
     char normal[288];
     if (!known || gl_lc_spec2lc_norm(nullptr, specification.c_str(), normal, nullptr) != 0) return "";
     std::string definition(normal, LANGUAGE_TERRITORY);
     if (const size_t modifier = specification.find('@'); modifier != std::string::npos)
         definition += specification.substr(modifier);
     const std::string codeset = read_registry().name_of(gl_lc_spec2cs_num(nullptr, specification.c_str(), nullptr));
-    return fmt::format("; `qbglc locale {} {} -o {}/{}` makes it", definition, codeset, printable(locale_directories().front()),
-                       file);
+    return fmt::format("; `qbglc locale {} {} -o {}/{}` makes it, if the codeset has all letters of the language", definition,
+                       codeset, printable(locale_directories().front()), file);
 }
 
 // What is the matter with a locale whose object is not there.
@@ -162,7 +198,9 @@ Failure explain(int error, const std::string &specification) {
 
 } // namespace
 
-LocaleHandle open_locale(const std::string &specification) {
+LocaleHandle open_locale(const std::string &name, const Messages &messages) {
+    const std::string specification = registered_name(name == NATIVE ? native_locale() : name);
+    if (name.empty()) tell_of_default(messages);
     gl_locale *locale = nullptr;
     bool loaded;
     if (specification.empty()) {
