@@ -137,7 +137,7 @@ TEST_F(PathSearch, TriesThePlacesInOrder) {
         {":/nil/a::/nil/b:", "/nil", "x.lco", "11", {"r /nil/a/x.lco", "r /nil/b/x.lco"}, "/nil/b"},
         {":::", "/nil", "x.lco", "11", {}, nullptr},
         {nullptr, "/nil", "x.lco", "11", {"r /nil/vrn/lc11/x.lco", "r /nil/vrn/lc/x.lco"}, "/nil/vrn/lc"},
-        {"", "", "0/x", nullptr, {"r /usr/quorbane//vrn/lc/0/x"}, "/usr/quorbane//vrn/lc"},
+        {"", "", "0/x", nullptr, {"r " QBGL_DEFAULT_DIRECTORY "/vrn/lc/0/x"}, QBGL_DEFAULT_DIRECTORY "/vrn/lc"},
         {"/nil/a", "/nil", "/nil/x", "11", {"r /nil/x"}, "/"},
     };
     for (const auto &c : cases) {
@@ -163,8 +163,8 @@ TEST_F(PathSearch, BeginsWhereTheEnvironmentOrElseTheHostSays) {
         string base;
     } cases[] = {{"/host", 0, nullptr, "/host"},         {"/host", 0, "", "/host"},
                  {"/host", 0, "/variable", "/variable"}, {longest, 0, nullptr, longest},
-                 {longest + "h", -1, nullptr, longest},  {"", 0, nullptr, "/usr/quorbane/"},
-                 {"/host", 0, nullptr, "/host"},         {std::nullopt, 0, nullptr, "/usr/quorbane/"}};
+                 {longest + "h", -1, nullptr, longest},  {"", 0, nullptr, QBGL_DEFAULT_DIRECTORY},
+                 {"/host", 0, nullptr, "/host"},         {std::nullopt, 0, nullptr, QBGL_DEFAULT_DIRECTORY}};
     const gl_file_functions recording = {_gl_ext_malloc, _gl_ext_free, open_nothing, nullptr};
     for (const auto &c : cases) {
         const ScopedEnv tree("QUORBANEDIR", c.variable);
