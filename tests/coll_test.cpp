@@ -1,3 +1,4 @@
+#include "qbnxdl/entry_points.h"
 #include "support/faults.h"
 #include "support/locale_object.h"
 
@@ -492,6 +493,36 @@ TEST(Texts, AreNotReadBeyondTheirEnds) {
         EXPECT_EQ(l->error, 0);
     }
     munmap(pages, 2 * PAGE);
+}
+
+TEST(Texts, OfAnOrderThatTheExtensionServesAreLeftToIt) {
+    qbgl::fn_glu_ucs32coll = [](auto...) { return 42; };
+    qbgl::fn_glu_ucs32xfrm = [](auto...) { return 43; };
+    for (const Codeset &codeset : {single_byte_codeset(), sjis_codeset(), utf8_codeset()}) {
+        const Locale locale = load(codeset, Collation::in_order(codeset));
+        locale->glu_flag[GL_CAT_COLLATE] = 1; // and LC_CTYPE is the locale's own
+        EXPECT_EQ(_gl_im_mbscoll(locale.get(), "a", "b"), 42);
+        EXPECT_EQ(_qbx_gl_im_mbfscoll(locale.get(), "a", 1, "b", 1), 42);
+        EXPECT_EQ(gl_full_mbsxfrm(locale.get(), nullptr, "a", 0), 43);
+        locale->glu_flag[GL_CAT_COLLATE] = 0;
+    }
+    qbgl::clear_entry_points();
+}
+
+TEST(Keys, EndWithTheirZeroByte) {
+    for (const size_t rows : {3, 300}) { // weights of one digit and of two
+        Collation rules = Collation::in_order(single_byte_codeset());
+        rules.rows['z' + 1] = {1}; // ignored
+        rules.rows[2] = {static_cast<unsigned>(rows)};
+        if (rows == 3)
+            for (auto &row : rules.rows) row[0] = std::min(row[0], 200U);
+        const Locale locale = load(single_byte_codeset(), rules);
+        for (const char *text : {"az", "azz", "z", ""}) {
+            std::string key(64, '?');
+            const auto length = static_cast<size_t>(gl_mbsxfrm(locale.get(), key.data(), text, 64));
+            EXPECT_EQ(key.substr(length), '\0' + std::string(63 - length, '?')) << text << rows;
+        }
+    }
 }
 
 TEST(Rules, OfExpansionsThatNeverEndAreNoRules) {

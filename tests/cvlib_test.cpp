@@ -245,6 +245,20 @@ TEST(ConversionDescriptor, OfTheExtensionIsHandedOn) {
         EXPECT_EQ(gl_cv_unload(cd), 0);
     }
     EXPECT_EQ(calls, "go on reset closed go on reset closed ");
+    // What was refused for the lack of one of them has left the others.
+    unicode_collate = 1;
+    for (const int missing : {0, 1, 2}) {
+        const auto open = std::exchange(fn_glu_cv_open, missing == 0 ? nullptr : fn_glu_cv_open);
+        const auto conv = std::exchange(fn_glu_cv_conv, missing == 1 ? nullptr : fn_glu_cv_conv);
+        const auto close = std::exchange(fn_glu_cv_close, missing == 2 ? nullptr : fn_glu_cv_close);
+        for (const auto try_to : {+by_number, +by_name}) {
+            gl_cv *cd = nullptr;
+            EXPECT_EQ(try_to(&cd), -1);
+            EXPECT_EQ(cd->glu_flag, 0);
+            EXPECT_EQ(gl_cv_unload(cd), 0);
+        }
+        fn_glu_cv_open = open, fn_glu_cv_conv = conv, fn_glu_cv_close = close;
+    }
     pMap = nullptr;
     unicode_collate = 0;
     fn_glu_useIcuCvtCall = nullptr, fn_glu_cv_open = nullptr, fn_glu_cv_close = nullptr, fn_glu_cv_conv = nullptr;

@@ -280,13 +280,22 @@ TEST(Multi, ReadsAnySplitIntoRuns) {
           Case{all + "00001100000001\n4100100100000f\n" + end, "A", 15},
           Case{all + "00001100000001\n4100100100000f\n" + end, "B", 1}, Case{all + end, "A", 9},
           Case{"1 1 1 000009\n1 0\nFE00200104\x30\x34\n" + end, "\xFF", 9}, Case{"1 1 1 000009\n0 0\n", "A", -1},
-          Case{"0 4 3 000009\n1 0\n" + end + "1 0 0 7\n", "A", -1}}) {
+          Case{"0 4 3 000009\n1 0\n" + end + "1 0 0 7\n", "A", -1}, Case{"0 4 3 000009\n0 0\n0 0 0 0\n", "A", -1},
+          Case{"2 1 3 000009\n1 0\n000020010104\n" + end + "1 0 0 0\n0 0 0 0\n", "\1", 9}}) {
         EXPECT_EQ(get(read(text), key), value) << text;
+        const bool filled_up = text.starts_with("1 1"); // by writing: every byte is then a character
+        EXPECT_EQ(get(read(filled_up ? text : text_of(read(text))), key), value) << text;
     }
     const string leaf = "1 1\n4100200104\x30\x34\n0000000\n4100100100002a\n" + end;
     const Table four = read("2 1 1 000000\n1 0\n0000400101010101\n" + end + leaf + leaf + leaf + leaf);
     EXPECT_EQ(four->root->child_count, 4);
     EXPECT_EQ(get(four, "\3A"), 42);
+    // An equal array is equal whatever defaults its runs cover.
+    const string other_leaf = "1 1\n4100200104\x30\x34\n0000000\n4000300100000000002a000000\n" + end;
+    const Table two = read("2 1 1 000000\n1 0\n000020010101\n" + end + leaf + other_leaf);
+    EXPECT_EQ(_gl_compress_multi(two.get()), 0);
+    EXPECT_EQ(two->data_array_count, 1);
+    for (const char *key : {"\1A", "\1B"}) EXPECT_EQ(get(two, key), key[1] == 'A' ? 42 : 0);
 }
 
 void expect_malformed(int error, std::initializer_list<string> texts) {

@@ -1,6 +1,7 @@
 #include "ext/error.h"
 #include "extension/extension.h"
 #include "qbnxdl/entry_points.h"
+#include "qbnxdl/libraries.h"
 #include "qbnxdl/registry.h"
 #include "support/faults.h"
 #include "support/files.h"
@@ -9,6 +10,9 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <latch>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -34,7 +38,7 @@ class Extension : public testing::Test {
         qbgl::vrn_debug_initialized = qbgl::vrn_logging = glu_capable = 1;
     }
     ~Extension() override {
-        gl_unload_glu();
+        drop();
         glu_capable = unicode_collate = qbgl::vrn_logging = 0;
     }
 
@@ -50,6 +54,17 @@ class Extension : public testing::Test {
         put("etc/dllregistry", registry);
         error = UNTOUCHED;
         return gl_init_glu(&error);
+    }
+    // Also what an attempt that failed has left, which a host leaves to the next one.
+    static void drop() {
+        gl_unload_glu();
+        qbgl::unload_data();
+        qbgl::close_libraries();
+        for (qbnx_library &library : handleglu) {
+            _gl_free_ptr(library.path);
+            _gl_free_ptr(library.error_text);
+            library = {};
+        }
     }
     std::string take_log() const {
         const std::string log = read_file(tree / "vrn.log");
@@ -122,9 +137,12 @@ TEST_F(Extension, LoadingDependsOnWhatIsInstalled) {
         EXPECT_EQ(pMap != nullptr, started);
         EXPECT_TRUE(take_log().ends_with(c.last_message));
         EXPECT_EQ(gl_init_glu(nullptr), result); // and again, over what the first attempt has left
-        EXPECT_EQ(gl_unload_glu(), 0);
-        EXPECT_EQ(fn_glu_mbtouc, nullptr);
-        for (const qbnx_library &library : handleglu) EXPECT_TRUE(library.handle == nullptr && library.path == nullptr);
+        const auto entry_point = fn_glu_mbtouc;
+        void *const handle = handleglu[0].handle;
+        EXPECT_EQ(gl_unload_glu(), 0); // does nothing without a map
+        EXPECT_EQ(fn_glu_mbtouc, started ? nullptr : entry_point);
+        EXPECT_EQ(handleglu[0].handle, started ? nullptr : handle);
+        drop();
     }
     const ScopedEnv empty("QUORBANEDIR", "");
     EXPECT_EQ(start("complete\n"), -1);
@@ -145,6 +163,28 @@ TEST_F(Extension, ResolvesWhatIsThereWhenAnEntryPointIsMissing) {
     EXPECT_NE(fn_glu_getmb, nullptr);
     EXPECT_EQ(handleglu[0].error_text, nullptr);
     EXPECT_EQ(dlopen((tree / "vrn/dll/without_getmb").c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
+}
+
+TEST_F(Extension, IsTriedByOneOfTheThreadsThatComeTogether) {
+    qbgl::vrn_logging = 0;
+    for (const auto &[registry, result, number] :
+         {std::tuple("without_getmb\n", -1, int{GL_ENOFILE}), {"complete\n", 0, UNTOUCHED}}) {
+        put("etc/dllregistry", registry);
+        for (int round = 0; round < 20; ++round) {
+            std::vector<std::thread> threads;
+            std::latch together(6);
+            for (int i = 0; i < 6; ++i) {
+                threads.emplace_back([&, result = result, number = number] {
+                    int own_error = UNTOUCHED;
+                    together.arrive_and_wait();
+                    EXPECT_EQ(gl_init_glu(&own_error), result);
+                    EXPECT_EQ(own_error, number);
+                });
+            }
+            for (std::thread &thread : threads) thread.join();
+            drop();
+        }
+    }
 }
 
 TEST_F(Extension, StartsOnceStopsAndStartsAgain) {
@@ -212,7 +252,8 @@ TEST_F(Extension, ReportsWhatItsFilesLack) {
         EXPECT_EQ(gl_init_glu(nullptr), -1);
         EXPECT_EQ(glu_cudata_t, data); // kept for the next attempt
         EXPECT_EQ(gl_unload_glu(), 0);
-        EXPECT_EQ(glu_cudata_t, nullptr);
+        EXPECT_EQ(glu_cudata_t, data);
+        drop();
     }
 }
 
@@ -225,7 +266,7 @@ TEST_F(Extension, KeepsItsDataForNoOtherLibrary) {
         put("etc/locmap", "0");
         EXPECT_EQ(start(registry), result);
         EXPECT_TRUE(std::string_view(record_of(kept).calls).ends_with("unload-data "));
-        EXPECT_EQ(gl_unload_glu(), 0);
+        drop();
         dlclose(kept);
     }
 }
@@ -288,7 +329,7 @@ TEST_F(Extension, SurvivesEveryFault) {
                 // Without the memory for its text, an error is still the same error.
                 EXPECT_TRUE(result == 0 || (faults.hit() && error == number) || (!can_start && error == GL_ENOFILE)) << error;
                 EXPECT_EQ(pMap != nullptr, result == 0);
-                EXPECT_EQ(gl_unload_glu(), 0);
+                drop();
             });
         }
     }

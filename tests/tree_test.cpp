@@ -15,8 +15,8 @@ struct Expected {
 };
 
 // Both kinds of caches; the value of a word is its place.
-void expect_found(const Codeset &codeset, const std::vector<string> &words, const std::vector<Expected> &found) {
-    const Locale locale = load_locale(LocaleObject(codeset));
+void expect_found(const LocaleObject &object, const std::vector<string> &words, const std::vector<Expected> &found) {
+    const Locale locale = load_locale(object);
     ASSERT_EQ(locale->error, 0);
     void *by_byte = nullptr, *by_wide = nullptr;
     for (size_t i = 0; i < words.size(); ++i) {
@@ -39,23 +39,39 @@ void expect_found(const Codeset &codeset, const std::vector<string> &words, cons
 }
 
 TEST(StringCache, FindsTheShortestWordInAnyCase) {
-    expect_found(single_byte_codeset(), {"Jan", "january", "june", "Mar", "mar", "M\xC4RZ", string(1'000'000, 'x')},
+    expect_found(LocaleObject(single_byte_codeset()), {"Jan", "january", "june", "Mar", "mar", "M\xC4RZ", string(1'000'000, 'x')},
                  {{"JANUARY 5", 0, 3, 3},
                   {"Ja", -1, -1, -1},
                   {"JUNE", 2, 4, 4},
                   {"m\xE4rz", 5, 4, 4},
                   {"MARCH", 4, 3, 3},
                   {"", -1, -1, -1}});
-    expect_found(single_byte_codeset(), {"pm", ""}, {{"x", 1, 0, 0}, {"PM", 0, 2, 2}, {"", 1, 0, 0}, {"p", 1, 0, 0}});
-    expect_found(utf8_codeset(), {"\xC3\x84pril", "\xE3\x81\x81\xE3\x81\x82", "\xF0\x90\x90\x80x", "a\xE2\xB1\xAF"},
+    expect_found(LocaleObject(single_byte_codeset()), {"pm", ""}, {{"x", 1, 0, 0}, {"PM", 0, 2, 2}, {"", 1, 0, 0}, {"p", 1, 0, 0}});
+    expect_found(LocaleObject(utf8_codeset()), {"\xC3\x84pril", "\xE3\x81\x81\xE3\x81\x82", "\xF0\x90\x90\x80x", "a\xE2\xB1\xAF"},
                  {{"\xC3\xA4PRIL", 0, 6, 5},
                   {"\xE3\x81\x81\xE3\x81\x82z", 1, 6, 2},
                   {"\xE3\x81\x81", -1, -1, -1},
                   {"\xF0\x90\x90\xA8X", 2, 5, 2},
                   {"A\xC9\x90", 3, 3, 2}});
     const auto two = [](const char *ascii) { return two_byte_codeset().encode(ascii); };
-    expect_found(two_byte_codeset(), {two("May"), two("")}, {{two("mAY!"), 0, 6, 3}, {two("x"), 1, 0, 0}});
-    expect_found(sjis_codeset(), {}, {{"x", -1, -1, -1}});
+    expect_found(LocaleObject(two_byte_codeset()), {two("May"), two("")}, {{two("mAY!"), 0, 6, 3}, {two("x"), 1, 0, 0}});
+    expect_found(LocaleObject(sjis_codeset()), {}, {{"x", -1, -1, -1}});
+}
+
+// A case table need not have all characters: the others are taken as they are.
+TEST(StringCache, TakesCharactersThatTheCaseTableLacks) {
+    Codeset codeset = utf8_codeset();
+    LocaleObject object(codeset);
+    const auto classes_of = [](const Codeset &of) {
+        std::vector<std::pair<string, unsigned>> values;
+        for (const Character &character : of.characters) values.emplace_back(character.bytes, character.classes);
+        return values_text(values);
+    };
+    const string classes = classes_of(codeset);
+    std::erase_if(codeset.characters,
+                  [](const Character &character) { return character.upper.empty() && character.lower.empty(); });
+    object.ctype = classes + ctype_text(codeset).substr(classes_of(codeset).size());
+    expect_found(object, {"\xE3\x81\x81z"}, {{"\xE3\x81\x81Z", 0, 4, 2}, {"\xE3\x81\x82z", -1, -1, -1}});
 }
 
 TEST(StringCache, RefusesWhatIsNoText) {

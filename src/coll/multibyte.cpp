@@ -151,7 +151,8 @@ template <TextShape SHAPE> int compare(gl_locale *locale, const char *s1, int le
 
 int compare_multibyte(gl_locale *locale, const char *s1, int len1, const char *s2, int len2) {
     const gl_collation_maps *maps = locale->collate.maps;
-    if (s1 != nullptr && s2 != nullptr && len1 >= -1 && len2 >= -1 && maps != nullptr && maps->first_decides) {
+    const bool can_decide = maps != nullptr && maps->first_decides && !served_by_extension(locale, GL_CAT_COLLATE);
+    if (s1 != nullptr && s2 != nullptr && len1 >= -1 && len2 >= -1 && can_decide) {
         switch (readable_shape(locale)) {
         case TextShape::ONE_OR_TWO: return compare<TextShape::ONE_OR_TWO>(locale, s1, len1, s2, len2);
         case TextShape::CONTINUATION: return compare<TextShape::CONTINUATION>(locale, s1, len1, s2, len2);

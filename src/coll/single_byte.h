@@ -1,12 +1,14 @@
 // Comparison and sort keys of single-byte text, straight from its bytes.
 #pragma once
 
-#include "qbgl.h"
+#include "qbnxdl/served.h"
 
 namespace qbgl {
 
-// Whether the text is single-byte and the rules have their lookup arrays.
-inline bool walks_bytes(const gl_locale *locale) { return locale->single_byte != 0 && locale->collate.maps != nullptr; }
+// Whether the text is single-byte and the rules are the locale's own, with their lookup arrays.
+inline bool walks_bytes(const gl_locale *locale) {
+    return locale->single_byte != 0 && locale->collate.maps != nullptr && !served_by_extension(locale, GL_CAT_COLLATE);
+}
 
 // For rules of any features.
 int compare_single_byte(gl_locale *locale, const char *s1, int len1, const char *s2, int len2);

@@ -146,7 +146,10 @@ template <class Text, bool BACKWARD, bool EXPANSIONS, bool ELEMENTS> class Walke
             }
             if (bytes == 0) break;
             take();
-            memcpy(out, &bytes, sizeof bytes);
+            if (digits == 1)
+                *out = static_cast<uint8_t>(bytes);
+            else if (bytes != 1)
+                memcpy(out, &bytes, sizeof bytes);
             out += bytes == 1 ? 0 : digits;
         }
         key.advance(out);

@@ -28,8 +28,11 @@ gl_cv *new_descriptor() {
     return cd;
 }
 
+// An extension that was refused for what it lacks may have left some of its entry points: a descriptor needs all of these.
 bool extension_converts(uint16_t source, uint16_t target) {
-    return fn_glu_useIcuCvtCall != nullptr && fn_glu_useIcuCvtCall(source, target) == 1;
+    const bool complete =
+        fn_glu_useIcuCvtCall != nullptr && fn_glu_cv_open != nullptr && fn_glu_cv_conv != nullptr && fn_glu_cv_close != nullptr;
+    return complete && fn_glu_useIcuCvtCall(source, target) == 1;
 }
 
 // Opens the extension's converter. Returns its error code, below 1 when the descriptor now belongs to the extension.

@@ -34,11 +34,16 @@ class Interner {
     uint32_t mask_;
 };
 
-bool all_default(const gl_multi &table, const DataArray &data) {
-    for (int32_t i = 0; i < data.count; ++i)
-        if (memcmp(data.entries + (static_cast<size_t>(i) << table.element_shift), table.default_entry, table.element_size) != 0)
-            return false;
-    return true;
+// Leaves out the default entries at either end, which the runs of a file may or may not have covered.
+void trim(const gl_multi &table, DataArray &data) {
+    const auto at = [&](int32_t i) { return data.entries + (static_cast<size_t>(i) << table.element_shift); };
+    const auto is_default = [&](int32_t i) { return memcmp(at(i), table.default_entry, table.element_size) == 0; };
+    int32_t begin = 0, end = data.count;
+    while (end > 0 && is_default(end - 1)) --end;
+    while (begin < end && is_default(begin)) ++begin;
+    memmove(data.entries, at(begin), static_cast<size_t>(end - begin) << table.element_shift);
+    data.first += begin;
+    data.count = end - begin;
 }
 
 // Moves each node's arrays into the shared lists, or frees them when an equal one is there.
@@ -83,7 +88,8 @@ class Compressor {
     }
 
     void share_data(MultiNode &node) {
-        if (all_default(table_, node.data)) {
+        trim(table_, node.data);
+        if (node.data.count == 0) {
             _gl_free_ptr(node.data.entries);
             node.data = {nullptr, 0, 0};
             return;

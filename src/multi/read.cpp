@@ -74,10 +74,14 @@ class TableReader {
         const long flag_index = in_.integer();
         const long data_index = in_.integer();
         if (!in_.skip_newline() || !is_bit(has_flags) || !is_bit(has_data)) return false;
-        if (has_flags == 0) return false; // every node that a writer makes has its flags
-        if (flag_index < 0 || flag_index >= table_.flag_array_count) return false;
-        const SharedFlags &shared = table_.shared_flags[flag_index];
-        node.flag_index = static_cast<int32_t>(flag_index);
+        long index = flag_index;
+        if (has_flags == 0) {
+            if (no_flags_ < 0 && add_shared_flags()) no_flags_ = table_.flag_array_count - 1;
+            index = no_flags_;
+        }
+        if (index < 0 || index >= table_.flag_array_count) return false;
+        const SharedFlags &shared = table_.shared_flags[index];
+        node.flag_index = static_cast<int32_t>(index);
         node.flags = shared.flags;
         node.offsets = shared.offsets;
         if (has_data != 0) {
@@ -101,18 +105,24 @@ class TableReader {
         return true;
     }
 
+    // Puts one without a flag behind the shared flag arrays.
+    bool add_shared_flags() {
+        if (table_.flag_array_count == flag_capacity_ && !got(grow(table_.shared_flags, flag_capacity_))) return false;
+        SharedFlags &shared = table_.shared_flags[table_.flag_array_count];
+        shared = {static_cast<uint8_t *>(_gl_alloc_ptr(256)), static_cast<uint8_t *>(_gl_alloc_ptr(256)), 0};
+        ++table_.flag_array_count;
+        ++table_.offset_array_count;
+        if (!got(shared.flags != nullptr && shared.offsets != nullptr)) return false;
+        memset(shared.flags, FLAG_NONE, 256);
+        memset(shared.offsets, 0, 256);
+        return true;
+    }
+
     // The lists grow as arrays are really read, so that a count alone cannot ask for memory.
     bool read_shared_flags(long count) {
-        int32_t capacity = 0;
         for (long i = 0; i < count; ++i) {
-            if (table_.flag_array_count == capacity && !got(grow(table_.shared_flags, capacity))) return false;
-            SharedFlags &shared = table_.shared_flags[table_.flag_array_count];
-            shared.flags = static_cast<uint8_t *>(_gl_alloc_ptr(256));
-            shared.offsets = static_cast<uint8_t *>(_gl_alloc_ptr(256));
-            ++table_.flag_array_count;
-            ++table_.offset_array_count;
-            if (!got(shared.flags != nullptr && shared.offsets != nullptr)) return false;
-            memset(shared.flags, FLAG_NONE, 256);
+            if (!add_shared_flags()) return false;
+            SharedFlags &shared = table_.shared_flags[table_.flag_array_count - 1];
             if (!read_flag_array(shared.flags)) return false;
             shared.child_count = number_children(shared.flags, shared.offsets);
         }
@@ -210,6 +220,8 @@ class TableReader {
     size_t stride_;
     Owned<uint8_t> scratch_; // 256 default entries between two arrays
     bool starved_ = false;
+    int32_t flag_capacity_ = 0;
+    int32_t no_flags_ = -1; // the shared array that stands for none, once a node needs it
 };
 
 bool call_entry_reader(ByteReader &in, void *destination, uint32_t size, void *self) {

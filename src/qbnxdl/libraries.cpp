@@ -143,12 +143,6 @@ int close_libraries() {
     return 0;
 }
 
-void drop_libraries() {
-    unload_data();
-    forget_entry_points();
-    const EarlierLibraries dropped;
-}
-
 void unload_data() {
     void *const data = std::exchange(glu_cudata_t, nullptr);
     if (data != nullptr && fn_glu_unloadIcuData != nullptr) fn_glu_unloadIcuData(data);

@@ -20,9 +20,6 @@ Loading load_libraries(void *ctx, bool tolerant);
 // Closes the libraries one after the other, and forgets the entry points. Returns 0, or -1 at the first that cannot be closed.
 int close_libraries();
 
-// Releases whatever an attempt that failed has left: data, libraries, texts.
-void drop_libraries();
-
 // Releases the extension's data and map.
 void unload_data();
 

@@ -4,6 +4,7 @@
 #include "qbnxdl/libraries.h"
 #include "qbnxdl/text.h"
 
+#include <pthread.h>
 #include <stdlib.h>
 
 int32_t glu_capable = 0;
@@ -80,7 +81,7 @@ int load_map(void *ctx) {
     status = 0;
     void *const map = fn_glu_loadMapData(path.get(), &status);
     if (status > 0) return fail(ctx, "gl_init_glu: End pMap not loaded", status);
-    pMap = map;
+    __atomic_store_n(&pMap, map, __ATOMIC_RELEASE);
     return 0;
 }
 
@@ -95,6 +96,83 @@ int start_extension(void *ctx) {
     return load_map(ctx);
 }
 
+struct Wish {
+    bool wanted, tolerant;
+};
+
+void forgo_extension() {
+    if (unicode_collate != 0) unicode_collate = 0; // threads that open something together all come here
+}
+
+// A decision against the extension is taken anew at every call, so that the environment can still change it.
+Wish decide() {
+    gl_message("gl_init_glu_dll: Begin");
+    if (!is_yes(glu_capable)) {
+        forgo_extension();
+        gl_message("gl_init_glu_dll: No glu_capable");
+        return {};
+    }
+    gl_message("gl_init_glu_dll: glu_capable");
+    const long wish = wish_of_environment();
+    if (!is_yes(wish)) {
+        forgo_extension();
+        gl_message("gl_init_glu_dll: End");
+        return {};
+    }
+    return {true, glu_capable == 2 && wish == 2};
+}
+
+int load(void *ctx, bool tolerant) {
+    unicode_collate = 1;
+    gl_message("gl_init_glu_dll: Initializing");
+    switch (load_libraries(ctx, tolerant)) {
+    case Loading::FAILED: return -1;
+    case Loading::TOLERATED:
+        glu_capable = 0;
+        unicode_collate = 0;
+        gl_message("gl_init_glu_dll: Error Loading DLLs allowed");
+        return 0;
+    case Loading::DONE: break;
+    }
+    gl_message("gl_init_glu_dll: End");
+    return 0;
+}
+
+int load_and_start(void *ctx, bool tolerant) {
+    if (pMap != nullptr) return 0;
+    if (load(ctx, tolerant) != 0) {
+        gl_message("gl_init_glu: loading DLLs error");
+        return -1;
+    }
+    return unicode_collate == 1 ? start_extension(ctx) : 0;
+}
+
+pthread_mutex_t one_at_a_time = PTHREAD_MUTEX_INITIALIZER;
+
+// An attempt at the extension. Threads that come to it while one of them is at it wait, and its outcome is theirs.
+class Attempt {
+  public:
+    // `work` returns 0, or -1 with the context's error number.
+    template <class Work> int make(void *ctx, Work work) {
+        const unsigned begun = __atomic_load_n(&made_, __ATOMIC_ACQUIRE);
+        pthread_mutex_lock(&one_at_a_time);
+        if (made_ == begun) {
+            result_ = work();
+            error_ = result_ != 0 && ctx != nullptr ? get_error(ctx) : GL_ENOFILE;
+            __atomic_store_n(&made_, begun + 1, __ATOMIC_RELEASE);
+        } else if (result_ != 0) {
+            set_error(ctx, error_);
+        }
+        const int result = result_;
+        pthread_mutex_unlock(&one_at_a_time);
+        return result;
+    }
+
+  private:
+    unsigned made_ = 0;
+    int result_ = 0, error_ = 0;
+};
+
 } // namespace
 } // namespace qbgl
 
@@ -105,51 +183,23 @@ void gl_useglu(int value) {
 }
 
 int gl_init_glu_dll(void *ctx) {
-    gl_message("gl_init_glu_dll: Begin");
-    if (!qbgl::is_yes(glu_capable)) {
-        unicode_collate = 0;
-        gl_message("gl_init_glu_dll: No glu_capable");
-        return 0;
-    }
-    gl_message("gl_init_glu_dll: glu_capable");
-    const long wish = qbgl::wish_of_environment();
-    unicode_collate = qbgl::is_yes(wish) ? 1 : 0;
-    if (unicode_collate == 0) {
-        gl_message("gl_init_glu_dll: End");
-        return 0;
-    }
-    gl_message("gl_init_glu_dll: Initializing");
-    switch (qbgl::load_libraries(ctx, glu_capable == 2 && wish == 2)) {
-    case qbgl::Loading::FAILED: return -1;
-    case qbgl::Loading::TOLERATED:
-        glu_capable = 0;
-        unicode_collate = 0;
-        gl_message("gl_init_glu_dll: Error Loading DLLs allowed");
-        return 0;
-    case qbgl::Loading::DONE: break;
-    }
-    gl_message("gl_init_glu_dll: End");
-    return 0;
+    const qbgl::Wish wish = qbgl::decide();
+    static qbgl::Attempt attempt;
+    return wish.wanted ? attempt.make(ctx, [&] { return qbgl::load(ctx, wish.tolerant); }) : 0;
 }
 
-// A decision against the extension is taken anew at every call, so that the environment can still change it.
 int gl_init_glu(void *ctx) {
     gl_message("gl_init_glu: Begin");
-    if (pMap != nullptr) return 0;
-    if (gl_init_glu_dll(ctx) != 0) {
-        gl_message("gl_init_glu: loading DLLs error");
-        return -1;
-    }
-    if (unicode_collate == 1 && qbgl::start_extension(ctx) != 0) return -1;
+    if (__atomic_load_n(&pMap, __ATOMIC_ACQUIRE) != nullptr) return 0;
+    const qbgl::Wish wish = qbgl::decide();
+    static qbgl::Attempt attempt;
+    if (wish.wanted && attempt.make(ctx, [&] { return qbgl::load_and_start(ctx, wish.tolerant); }) != 0) return -1;
     gl_message("gl_init_glu: End");
     return 0;
 }
 
 int gl_unload_glu(void) {
-    if (pMap == nullptr) {
-        qbgl::drop_libraries();
-        return 0;
-    }
+    if (pMap == nullptr) return 0;
     unicode_collate = 0;
     qbgl::unload_data();
     return qbgl::close_libraries();

@@ -29,10 +29,12 @@ struct ByteKeys {
         if (locale->lower != nullptr) return {{locale->lower[static_cast<uint8_t>(*s)]}, 1, 1};
         char lower[256]; // what the packed result can say
         const unsigned packed = _gl_im_tomlower(locale, lower, s);
-        const auto written = static_cast<int>(packed & 0xFF);
-        if (static_cast<int>(packed >> 8) != length || written < 1 || written > LONGEST_CHARACTER) return {};
-        Folded folded = {{}, written, length};
-        for (int i = 0; i < written; ++i) folded.keys[i] = static_cast<uint8_t>(lower[i]);
+        const auto consumed = static_cast<int>(packed >> 8), written = static_cast<int>(packed & 0xFF);
+        if (consumed < 1 || written < 1 || written > LONGEST_CHARACTER) return {};
+        // Of a character that the case table lacks only the bytes up to there have been looked at: it stays as it is.
+        const bool is_folded = consumed == length;
+        Folded folded = {{}, is_folded ? written : length, length};
+        for (int i = 0; i < folded.count; ++i) folded.keys[i] = static_cast<uint8_t>(is_folded ? lower[i] : s[i]);
         return folded;
     }
 };
