@@ -36,7 +36,7 @@ constexpr const char *EXIT_STATUSES =
 class CommandLine {
   public:
     CommandLine() {
-        app_.set_version_flag("-V,--version", "qbgl " QBGL_VERSION);
+        app_.set_version_flag("-V,--version", "qbgl " QBGL_CLIENT_VERSION);
         app_.require_subcommand(1);
         app_.footer(EXIT_STATUSES);
         add_conv();
