@@ -277,6 +277,8 @@ TEST_F(Definitions, ErrorsTellWhere) {
         {"LC_CTYPE", "upper \xC0\x80\n", "1: not UTF-8: \xC0\x80"},
         {"LC_CTYPE", "upper ab\n", "1: character expected: ab"},
         {"LC_CTYPE", "upper <U0041\n", "1: symbol is not closed by >"},
+        {"LC_CTYPE", "cntrl <U0000>\nspace <U0020>;<U0000>\n", "2: space: NUL cannot be in this class"},
+        {"LC_CTYPE", "class \"digit\"; <U0000>..<U0039>\n", "1: digit: NUL cannot be in this class"},
         {"LC_CTYPE", "toupper (a,A);(b)\n", "1: , expected: )"},
         {"LC_CTYPE", "translit_start\nae \"x\"\ntranslit_end\n", "2: character expected: ae"},
         {"LC_CTYPE", "\ntranslit_start\n", "2: translit_start is not closed by translit_end"},

@@ -35,6 +35,7 @@ class TypesParser {
             read_statement(take_keyword());
             lexer_.expect_end();
         }
+        refuse_terminator();
         append(types_.translit, std::move(included_translit_));
         append(types_.translit, std::move(copied_translit_));
         return {std::move(types_), std::move(sources_)};
@@ -52,6 +53,16 @@ class TypesParser {
         const std::string_view keyword = lexer_.token().text;
         lexer_.advance();
         return keyword;
+    }
+
+    // NUL ends text: no reader may pass over it, and the library refuses a locale in which one would.
+    void refuse_terminator() const {
+        for (const char *name : {"space", "digit", "blank"}) {
+            const auto found = types_.classes.find(name);
+            if (found == types_.classes.end()) continue;
+            for (const CodeRange &range : found->second)
+                if (range.first == 0) throw range.place.error(fmt::format("{}: NUL cannot be in this class", name));
+        }
     }
 
     void read_statement(std::string_view keyword) {
