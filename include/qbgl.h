@@ -1,7 +1,7 @@
 /* qbgl.h: locales, character sets and codeset conversion without the host system's locale support.
  *
- * Link with -lqbgl (pkg-config: qbgl). The library needs libc and nothing else, starts no threads, takes no locks, and has no
- * initialisation call. The header is C99 and C++.
+ * Link with -lqbgl (pkg-config: qbgl). The library needs libc and nothing else, starts no threads, takes no locks but the one under
+ * which the extension library is loaded, and has no initialisation call. The header is C99 and C++.
  *
  * How to read it
  *   1. Version, errors, shared types
@@ -235,7 +235,8 @@ extern QBGL_API const gl_cv cd_enomem, cd_fileerr, cd_einval;
  *   directory      directory of the conversion object, or null: searched as section 15 tells, in "cv9"
  * Returns 1 when a conversion was loaded, 0 when both name one codeset (*cd is null then), -1 on failure: *cd is never null and its
  * error is GL_EINVAL (unknown codeset), GL_ENOFILE (not found, not a conversion object, or of another version), GL_EBADFILE
- * (damaged parameters), GL_ETABLELEN (a table with keys too long), or GL_ENOMEM (memory is out, or a table is damaged). */
+ * (damaged parameters, a file cut short, or a conversion that would run on over the terminator), GL_ETABLELEN (a table with keys
+ * too long), or GL_ENOMEM (memory is out, or a table is damaged). */
 QBGL_API int gl_cv_load(gl_cv **cd, const char *target_spec, const char *source_spec, const char *registry_path,
                         const char *directory);
 
@@ -294,8 +295,8 @@ QBGL_API int gl_mconvlen(gl_cv *cd, gl_cv_state *state, const char **in, int *in
  * the default object. Objects are searched as section 15 tells, in "lc11" and "lc", or in a directory that the call names.
  *
  * A handle is never null after a creating call. When there was no memory or no default object, it is one of the canned handles,
- * which are read with gl_errno and never freed or changed (gl_lc_unload accepts them and does nothing). Any other handle that
- * failed keeps what it has loaded so far; unload it.
+ * which serve gl_errno and nothing else and are never freed or changed (gl_lc_unload accepts them and does nothing). Any other
+ * handle that failed keeps what it has loaded so far: calls that need more of it fail. Unload it.
  * ------------------------------------------------------------------------------------------------------------------------------ */
 extern QBGL_API const gl_locale loc_nomem, loc_filer; /* GL_ENOMEM, GL_ENOFILE */
 
