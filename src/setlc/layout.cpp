@@ -1,5 +1,5 @@
-// The layout that compiled hosts rely on: what the inline functions of the header read (docs/abi.md). Places in bytes, for pointers of
-// 4 and of 8.
+// The layout that compiled hosts rely on: what the inline functions of the header read (docs/abi.md). Places in bytes, for pointers
+// of 4 and of 8.
 #include "qbgl.h"
 
 #include <stddef.h>
