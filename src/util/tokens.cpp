@@ -27,7 +27,8 @@ double real_value(const char *text) {
 } // namespace
 
 bool reading_failed(FILE *stream) {
-    const bool foreign = _gl_ext_func != 0 && _gl_get_ext_funcptr(GL_EXT_FOPEN) != nullptr && _gl_get_ext_funcptr(GL_EXT_FERROR) == nullptr;
+    const bool foreign =
+        _gl_ext_func != 0 && _gl_get_ext_funcptr(GL_EXT_FOPEN) != nullptr && _gl_get_ext_funcptr(GL_EXT_FERROR) == nullptr;
     return !foreign && _gl_ext_ferror(stream) != 0;
 }
 

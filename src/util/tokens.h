@@ -22,8 +22,8 @@ inline constexpr auto HEX_DIGIT_VALUES = [] {
 }();
 constexpr unsigned hex_digit_value(int byte) { return HEX_DIGIT_VALUES[static_cast<unsigned>(byte + 1)]; }
 
-// Whether bytes of a stream that the library opened could not be read: they counted as digits 0, only the stream knows that they were
-// none. A host that opens streams of its own kind and has put no function beside to ask them is not asked.
+// Whether bytes of a stream that the library opened could not be read: they counted as digits 0, only the stream knows that they
+// were none. A host that opens streams of its own kind and has put no function beside to ask them is not asked.
 bool reading_failed(FILE *stream);
 
 class ByteReader {

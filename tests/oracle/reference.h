@@ -1,8 +1,8 @@
 // The platform's iconv program as a witness: what it reads and writes, asked for many characters at once.
 #pragma once
 
-#include "recipe/catalogue.h"
 #include "charmap/sequence.h"
+#include "recipe/catalogue.h"
 
 #include <string>
 #include <string_view>
