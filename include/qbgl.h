@@ -38,10 +38,10 @@
  *   - Ownership. The caller keeps what it passes in; nothing is retained after a call returns, unless stated. A record handed
  *     out is released by the one function named with it.
  *   - Threads. A complete locale handle, an open conversion and a loaded charmap may be used by any number of threads at once:
- * calls write nothing into them but the error number, when they fail. A host whose threads share them puts its own errno function
- *     into slot 1 (section 16), which gives each thread a number of its own. Whatever changes a record (selecting, copying,
- *     releasing) needs it alone. The process-wide settings (sections 13, 15, 16, 17 and 19) are made before threads share the
- *     library.
+ *     calls write nothing into them but the error number of a failure. A host whose threads share them puts its own errno
+ *     function into slot 1 (section 16), which gives each thread a number of its own. Whatever changes a record (selecting,
+ *     copying, releasing) needs it alone. The process-wide settings (sections 13, 15, 16, 17 and 19) are made before threads
+ *     share the library.
  */
 #ifndef QBGL_H
 #define QBGL_H
@@ -1121,8 +1121,8 @@ QBGL_API int _gl_ext_currtime(int32_t time[12]);
 QBGL_API void *_gl_ext_calloc(uint32_t count, uint32_t size);
 QBGL_API void *_gl_ext_realloc(void *pointer, uint32_t size);
 
-/* The defaults, for replacements that chain to them: libc's functions, the context itself as the error's address, and local time.
- */
+/* The defaults, for replacements that chain to them: libc's functions, the context itself as the error's address, and local
+ * time. */
 QBGL_API char *gl_ext_getenv(const char *name);
 QBGL_API int *gl_ext_errno(void *ctx);
 QBGL_API int gl_ext_feof(FILE *stream);
@@ -1151,9 +1151,8 @@ QBGL_API void *gl_ext_realloc(void *pointer, uint32_t size);
  * "On": messages are echoed to standard output). gl_message calls it once by itself. The result has no meaning. */
 QBGL_API int gl_init_debug(void);
 
-/* Reports a message, a line without its newline, to the log and the echo where they are switched on, and to the host's log
- * function.
- */
+/* Reports a message, a line without its newline, to the log and the echo where they are switched on, and to the function that
+ * gl_set_log has named. */
 QBGL_API void gl_message(const char *text);
 
 /* Gives all messages to a function of the host, whether log and echo are on or not: which files were opened or not found, what was
@@ -1495,12 +1494,12 @@ struct gl_locale {
     void *glu_handle[8];
     int32_t glu_flag[8];
     int32_t shared[8];          /* 1: the category's data belongs to the source of gl_copy_cat */
-    char order_fingerprint[17]; /* empty where the object had none that can be told */
+    char order_fingerprint[17]; /* empty while LC_COLLATE is not loaded */
 };
 
 /* Parts of loading, for tools that read objects themselves: the empty state of a record; the section of an object, behind its
- * marker line, into a record (0, or -1 with *error, an address that monetary sections insist on); and sharing a record's pointers.
- */
+ * marker line, into a record (0, or -1 with *error, an address that monetary sections insist on); and sharing a record's
+ * pointers. */
 QBGL_API void _gl_init_numeric(gl_numeric_info *info);
 QBGL_API void _gl_init_monetary(gl_monetary_info *info);
 QBGL_API void _gl_init_messages(gl_messages_info *info);

@@ -181,8 +181,7 @@ int gl_mbfsxfrm(gl_locale *locale, char *out, const char *s, int len, int capaci
         set_error(locale, GL_EBADARG);
         return -1;
     }
-    const bool by_rules = !served_by_extension(locale, GL_CAT_COLLATE);
-    if (s != nullptr && by_rules && walks_bytes(locale)) return key_of_single_byte(locale, out, s, len, capacity);
+    if (s != nullptr && walks_bytes(locale)) return key_of_single_byte(locale, out, s, len, capacity);
     WideText text;
     return text.convert(locale, s, len) ? key_of_wide(locale, out, text.span(), capacity) : -1;
 }
