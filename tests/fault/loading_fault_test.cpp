@@ -74,8 +74,6 @@ bool is_load_error(const Loaded &loaded) {
 TEST(LoadingConversions, WithFailingOperations) {
     const TempDir directory;
     const string path = directory / "object.cvo";
-    static const Faults *current = nullptr;
-    int (*const ferror)(FILE *) = [](FILE *) { return current->hit() ? 1 : 0; };
     for (const string &text : objects()) {
         write_file(path, text);
         const bool lane = load_file(path).lane;
@@ -90,13 +88,10 @@ TEST(LoadingConversions, WithFailingOperations) {
         });
         for_each_fault(Operation::close, [&](const Faults &) { EXPECT_EQ(load_file(path).result, 0); });
         if (text.size() > 2000) continue;
-        gl_setextfunc(nullptr, GL_EXT_FERROR, reinterpret_cast<gl_extfunc>(ferror));
         for_each_fault(Operation::read, [&](const Faults &faults) {
-            current = &faults;
             const Loaded loaded = load_file(path);
             EXPECT_TRUE(faults.hit() ? is_load_error(loaded) : loaded.result == 0) << loaded.error;
         });
-        gl_setextfunc(nullptr, GL_EXT_FERROR, nullptr);
     }
 }
 

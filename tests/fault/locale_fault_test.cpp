@@ -81,10 +81,7 @@ class Loading : public testing::Test {
     const ScopedEnv all{"GL_ALL", nullptr}, language{"GL_LANG", nullptr}, search{"GL_PATH", first.string()};
 };
 
-const Faults *current = nullptr;
-
 TEST_F(Loading, WithFailingOperations) {
-    int (*const ferror)(FILE *) = [](FILE *) { return current->hit() ? 1 : 0; };
     for (const auto door : {&Loading_WithFailingOperations_Test::create, &Loading_WithFailingOperations_Test::create_thai,
                             &Loading_WithFailingOperations_Test::load_select_share}) {
         for_each_fault(Operation::allocate, [&](const Faults &faults) {
@@ -98,13 +95,10 @@ TEST_F(Loading, WithFailingOperations) {
         });
         for_each_fault(Operation::close, [&](const Faults &) { EXPECT_EQ((this->*door)(), 0); });
     }
-    gl_setextfunc(nullptr, GL_EXT_FERROR, reinterpret_cast<gl_extfunc>(ferror));
     for_each_fault(Operation::read, [&](const Faults &faults) {
-        current = &faults;
         const int error = create();
         EXPECT_EQ(error != 0, faults.hit());
     });
-    gl_setextfunc(nullptr, GL_EXT_FERROR, nullptr);
 }
 
 TEST_F(Loading, AfterAFailureAsBefore) {
