@@ -652,8 +652,8 @@ QBGL_API int gl_mbspwidth(gl_locale *locale, const char *start, const char *end)
 typedef int (*gl_byte_reader)(void *stream);           /* the next byte, or -1 */
 typedef int (*gl_byte_writer)(int byte, void *stream); /* 0, or -1 */
 
-/* Reads one character into `buffer`, which has room for the codeset's longest. 0 or -1; *length is the number of bytes read either
- * way. */
+/* Reads one character into `buffer`, which has room for the codeset's longest, and for one byte at least. 0 or -1; *length is the
+ * number of bytes read either way. */
 QBGL_API int gl_getmb(gl_locale *locale, char *buffer, gl_byte_reader reader, void *stream, int *length);
 /* The same from a FILE: the character's length, or -1. The end of the file is GL_EEOF within a character, too. */
 QBGL_API int gl_full_fgetmb(gl_locale *locale, char *buffer, FILE *stream);

@@ -1,7 +1,7 @@
 // Stepping through multibyte text, in codesets of every shape.
 #include "support/every_codeset.h"
 #include "support/faults.h"
-#include "support/guarded_text.h"
+#include "support/guarded.h"
 
 #include <climits>
 #include <random>

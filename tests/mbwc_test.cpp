@@ -2,7 +2,7 @@
 #include "mbwc/maps.h"
 #include "qbnxdl/entry_points.h"
 #include "support/faults.h"
-#include "support/guarded_text.h"
+#include "support/guarded.h"
 #include "support/locale_object.h"
 
 #include <climits>

@@ -15,21 +15,6 @@ template <class Result> bool fails(gl_locale *l, Result result, int error) {
     return result == (std::is_pointer_v<Result> ? Result(0) : Result(-1)) && take_error(l) == error;
 }
 
-// Characters of four bytes behind a lead of their own.
-inline Codeset euctw_codeset() {
-    Codeset codeset{"euctw", ascii_characters()};
-    for (const char *lead : {"\xC4", "\x8E\xA2\xA1", "\x8E\xA3\xA1"}) add_uncased(codeset, lead, 0xA1, 0xFE);
-    return codeset;
-}
-
-// Characters of four bytes behind leads that pairs have, too.
-inline Codeset gb18030_codeset() {
-    Codeset codeset{"gb18030", ascii_characters()};
-    add_uncased(codeset, "\x81", 0x40, 0x7E);
-    add_uncased(codeset, "\x81\x30\x81", 0x30, 0x39);
-    return codeset;
-}
-
 // `prepare` makes of a codeset what the locale is loaded from. `check` has to take the errors that it causes.
 template <class Prepare, class Check> void everywhere(Prepare prepare, Check check) {
     for (const Codeset &shape : {single_byte_codeset(), sjis_codeset(), eucjp_codeset(), utf8_codeset(), two_byte_codeset(),

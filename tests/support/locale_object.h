@@ -6,6 +6,8 @@
 
 #include "qbgl.h"
 
+#include <cstdlib>
+#include <stdexcept>
 #include <vector>
 
 namespace qbgl_test {
@@ -52,21 +54,24 @@ inline std::string hex(unsigned value, int digits) {
 // A table of 16-bit values by character, as the library's own writer puts it.
 inline std::string values_text(const std::vector<std::pair<std::string, unsigned>> &values) {
     const uint16_t none = 0;
-    gl_multi *table = _gl_create_multi(2, 0, &none);
+    const std::unique_ptr<gl_multi, void (*)(gl_multi *)> table(_gl_create_multi(2, 0, &none), _gl_free_multi);
     for (const auto &[bytes, number] : values) {
         gl_desc key{static_cast<uint32_t>(bytes.size()), {}};
         bytes.copy(reinterpret_cast<char *>(key.bytes), sizeof key.bytes);
         const auto value = static_cast<uint16_t>(number);
-        if (_gl_insert_desc_multi(&key, &value, table) != 0)
+        if (_gl_insert_desc_multi(&key, &value, table.get()) != 0)
             throw std::logic_error("no place in the table for " + hexadecimal(bytes));
     }
-    const File file = stream_of("");
-    _gl_fprintf_multi(file.get(), table, [](FILE *out, const void *entry) {
+    char *text = nullptr;
+    size_t size = 0;
+    FILE *const file = open_memstream(&text, &size);
+    _gl_fprintf_multi(file, table.get(), [](FILE *out, const void *entry) {
         return fprintf(out, "%04x", unsigned{*static_cast<const uint16_t *>(entry)}) < 0 ? -1 : 0;
     });
-    _gl_free_multi(table);
-    std::rewind(file.get());
-    return rest_of(file.get());
+    std::fclose(file);
+    const std::string result(text, size);
+    std::free(text);
+    return result;
 }
 
 inline std::string ctype_text(const Codeset &codeset) {
@@ -286,6 +291,21 @@ inline Codeset two_byte_codeset() {
     add_letters(codeset, std::string("\0\xC0", 2), std::string("\0\xE0", 2), 31);
     add_uncased(codeset, "\x30", 0x41, 0x93);
     add_uncased(codeset, "\xD8\x3D\xDE", 0x00, 0x3F);
+    return codeset;
+}
+
+// Characters of four bytes behind a lead of their own.
+inline Codeset euctw_codeset() {
+    Codeset codeset{"euctw", ascii_characters()};
+    for (const char *lead : {"\xC4", "\x8E\xA2\xA1", "\x8E\xA3\xA1"}) add_uncased(codeset, lead, 0xA1, 0xFE);
+    return codeset;
+}
+
+// Characters of four bytes behind leads that pairs have, too.
+inline Codeset gb18030_codeset() {
+    Codeset codeset{"gb18030", ascii_characters()};
+    add_uncased(codeset, "\x81", 0x40, 0x7E);
+    add_uncased(codeset, "\x81\x30\x81", 0x30, 0x39);
     return codeset;
 }
 

@@ -1,0 +1,479 @@
+// Text between pages that cannot be read, in codesets of every shape. Every function of the face stays within what terminators,
+// counts and rooms allow; and every function that reads multibyte text finds the same first bad byte as a slow reading of one
+// character after another, at every place around the blocks that fast functions read.
+#include "support/face.h"
+#include "support/locale_object.h"
+
+#include <climits>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+using namespace qbgl_test;
+using namespace std::string_literals;
+using std::string, std::string_view;
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr size_t STEP = 13;
+#else
+constexpr size_t STEP = 1;
+#endif
+constexpr size_t LAST_PLACE = 160, TAIL = 70;
+constexpr int UNTOLD = -1;
+
+struct Shape {
+    const char *name, *object, *conversion, *charmap; // of the tree, or null
+    Codeset (*codeset)();                             // of the tests' own, where the tree has no such locale
+    std::vector<string> fillers;                      // ASCII first
+    std::vector<string> malformed;                    // some may be characters in one codeset or another: the reading decides
+};
+
+const Shape SHAPES[] = {
+    {"utf8",
+     "de_de/e01c.lco",
+     "e01ce030",
+     "e01c.cmo",
+     nullptr,
+     {"a", "\u00E4", "\u4E00", "\U00010400", "a\u00E4\u4E00"},
+     {"\xC3",
+      "\xD7",
+      "\xE2",
+      "\xE2\x82",
+      "\xF0",
+      "\xF0\x90",
+      "\xF0\x90\x90",
+      "\x80",
+      "\xBF",
+      "\x80\x80\x80",
+      "\xC0\x80",
+      "\xC1\xBF",
+      "\xE0\x80\x80",
+      "\xE0\x9F\xBF",
+      "\xF0\x80\x80\x80",
+      "\xED\xA0\x80",
+      "\xED\xBF\xBF",
+      "\xF4\x90\x80\x80",
+      "\xF8\x88\x80\x80",
+      "\xFC",
+      "\xFE",
+      "\xFF",
+      "\xC3\x28",
+      "\xC3\xC3\xA4",
+      "\xE2\x28\xA1",
+      "\xE2\x82\x28",
+      "\xE2\x82\xC3\xA4",
+      "\xF0\x28\x8C\xBC",
+      "\xF0\x90\x28\xBC",
+      "\xF0\x90\x90\x28"}},
+    {"sjis",
+     "ja_jp/e006.lco",
+     "e006e01c",
+     "e006.cmo",
+     nullptr,
+     {"a", "\xB1", "\x82\xA0", "\x88\x9F", "a\x82\xA0\xB1"},
+     {"\x82", "\xE0", "\xFC", "\x80", "\xA0", "\xFD", "\xFF", "\x82\x20", "\x82\x7F", "\x82\xFD", "\x81\x39", "\x85\x40",
+      "\xEF\x40"}},
+    {"ujis",
+     "ja_jp/e007.lco",
+     "e007e01c",
+     "e007.cmo",
+     nullptr,
+     {"a", "\xA4\xA2", "\x8E\xB1", "\x8F\xB0\xA1", "a\xA4\xA2\x8F\xB0\xA1"},
+     {"\xA4", "\x8E", "\x8F", "\x8F\xB0", "\xA0", "\xFF", "\xA4\x20", "\xA4\x7F", "\xA4\xFF", "\x8E\x20", "\x8E\xE0",
+      "\x8F\x20\xA1", "\x8F\xB0\x20", "\x8F\xB0\xFF", "\xA9\xA1"}},
+    {"big5",
+     "zh_tw/e008.lco",
+     "e008e01c",
+     "e008.cmo",
+     nullptr,
+     {"a", "\xA4\x40", "\xA4\xA1", "a\xA4\x40\xA4\xA1"},
+     {"\xA4", "\xF9", "\xFF", "\xA4\x20", "\xA4\x7F", "\xA4\x80", "\xA4\xFF", "\xC7\x40", "\x81\x40"}},
+    {"gb18030",
+     "zh_cn/d698.lco",
+     "d698e01c",
+     "d698.cmo",
+     nullptr,
+     {"a", "\xB0\xA1", "\x81\x40", "\x81\x39\xEE\x39", "a\xB0\xA1\x81\x39\xEE\x39"},
+     {"\x81", "\x81\x30", "\x81\x30\x81", "\x80", "\xFF", "\x81\x20", "\x81\x7F", "\x81\xFF", "\x81\x30\x20\x30",
+      "\x81\x30\x81\x20", "\x81\x30\x81\x40", "\x84\x31\xA5\x30", "\xE3\x32\x9A\x36", "\xFE\x39\xFE\x39"}},
+    {"euctw",
+     "zh_tw/e01f.lco",
+     "e01fe01c",
+     "e01f.cmo",
+     nullptr,
+     {"a", "\xC4\xA1", "\x8E\xA2\xA1\xA1", "a\xC4\xA1\x8E\xA2\xA1\xA1"},
+     {"\xC4", "\x8E", "\x8E\xA2", "\x8E\xA2\xA1", "\x80", "\xA0", "\xFF", "\xC4\x20", "\x8E\x20\xA1\xA1", "\x8E\xA2\x20\xA1",
+      "\x8E\xA2\xA1\x20", "\x8E\xB0\xA1\xA1"}},
+    {"latin1", "de_de/0333.lco", "0333e01c", "0333.cmo", nullptr, {"a", "\xE4", "a\xC4"}, {""}},
+    {"thai", "th_th/e01ddict.lco", nullptr, nullptr, nullptr, {"a", "\xA1", "\xA1\xD2"}, {""}},
+    {"ucs4",
+     nullptr,
+     nullptr,
+     nullptr,
+     [] {
+         return Codeset{"ucs4", ascii_characters(string(3, '\0'))};
+     },
+     {"\0\0\0a"s},
+     {"\0\0\1a"s, "\xFF\xFF\xFF\xFF"}},
+    {"unicode",
+     nullptr,
+     nullptr,
+     nullptr,
+     two_byte_codeset,
+     {"\0a"s, "\x30\x41", "\xD8\x3D\xDE\x01", "\0a\x30\x41\xD8\x3D\xDE\x01"s},
+     {"\xD8\x3D", "\xDE\x01", "\xD8\x3D\0a"s, "\xD8\x3D\xD8\x3D", "\x30\x01", "\xFF\xFF", "\0\xBF"s}},
+};
+
+// A text beside the page, with and without its terminator, and what the reading found in it.
+struct Text {
+    gl_locale *locale;
+    gl_cv *cd;
+    const char *counted, *terminated;
+    int size, terminator;
+    std::vector<gl_wchar> values; // of the characters before the first that is none
+    int place = 0;                // where that is, or the end
+    bool valid() const { return place == size; }
+};
+
+// The bytes of a character are a key of the codeset's table; no key begins another.
+void read(Text &text) {
+    const gl_multi *table = text.locale->ctype.codeset_table;
+    for (bool found = true; found && text.place < text.size;) {
+        found = false;
+        gl_desc key{0, {}};
+        while (!found && key.count < 4 && text.place + static_cast<int>(key.count) < text.size) {
+            key.bytes[key.count] = static_cast<uint8_t>(text.counted[text.place + static_cast<int>(key.count)]);
+            ++key.count;
+            found = _gl_retrieve_desc_multi(&key, table) != nullptr;
+        }
+        if (!found) return;
+        text.values.push_back(_gl_desc_to_gl_wchar(&key));
+        text.place += static_cast<int>(key.count);
+    }
+}
+
+// What a function says about a text, as far as it tells.
+struct Answer {
+    bool valid;
+    int characters = UNTOLD, place = UNTOLD;
+};
+
+Answer length(int result) { return {result >= 0, result, UNTOLD}; } // -1 tells nothing
+Answer bytes(int result) { return {result >= 0, UNTOLD, result}; }
+Answer success(int result) { return {result >= 0}; }
+Answer no_error(const Text &t) { return {t.locale->error == 0}; }
+
+// Numbers are read from the characters before the first bad byte, if there are any.
+Answer number(const Text &t, bool taken) { return {t.valid() == (taken == (t.place > 0))}; }
+
+// The same as characters found and stored.
+Answer stored(const Text &t, int result, const std::vector<gl_wchar> &wide) {
+    const auto [value, found] = std::mismatch(t.values.begin(), t.values.end(), wide.begin());
+    return {result >= 0, value == t.values.end() ? result : static_cast<int>(value - t.values.begin()), UNTOLD};
+}
+template <class Function> Answer decode(const Text &t, Function function) {
+    std::vector<gl_wchar> wide(static_cast<size_t>(t.size) + 2);
+    const int result = function(wide.data(), t.size + 1);
+    return stored(t, result, wide);
+}
+
+// Step by step: `step` gives the length of the character at a place, below 1 for none.
+template <class Function> Answer walk(const Text &t, Function step) {
+    Answer answer{true, 0, 0};
+    while (answer.valid && answer.place < t.size) {
+        const int length = step(answer.place, t.size - answer.place);
+        answer.valid = length > 0;
+        if (!answer.valid) break;
+        ++answer.characters;
+        answer.place += length;
+    }
+    return answer;
+}
+template <class Function> Answer walk_values(const Text &t, Function decode_one) {
+    std::vector<gl_wchar> wide;
+    Answer answer = walk(t, [&](int at, int left) {
+        wide.push_back(0);
+        return decode_one(&wide.back(), at, left);
+    });
+    wide.resize(t.values.size() + 1);
+    const int right = stored(t, 0, wide).characters;
+    return right == 0 ? answer : Answer{answer.valid, right, answer.place};
+}
+int step_to(const char *from, const char *to) { return to != nullptr ? static_cast<int>(to - from) : 0; }
+
+Answer convert(const Text &t, const char *in, bool with_count) {
+    int inleft = t.size, outleft = 8 * t.size + 16, subst = 0;
+    std::vector<char> room(static_cast<size_t>(outleft));
+    const char *const begin = in;
+    char *out = room.data();
+    const int result = gl_miconv(t.cd, &in, with_count ? &inleft : nullptr, &out, &outleft, &subst);
+    const int consumed = static_cast<int>(in - begin);
+    return {result == 0, UNTOLD, result == 0 && !with_count ? consumed - t.terminator : consumed};
+}
+
+FILE *const nowhere = std::fopen("/dev/null", "w");
+
+const struct {
+    const char *name;
+    Answer (*ask)(const Text &);
+} FUNCTIONS[] = {
+    {"gl_mbsbytes",
+     [](const Text &t) {
+         const int size = gl_mbsbytes(t.locale, t.terminated);
+         return bytes(size == 0 ? -1 : size - t.terminator);
+     }},
+    {"gl_mbsbytes_nt", [](const Text &t) { return bytes(gl_mbsbytes_nt(t.locale, t.terminated)); }},
+    {"_gl_im_mbslen", [](const Text &t) { return length(_gl_im_mbslen(t.locale, t.terminated)); }},
+    {"_qbx_gl_im_mbfslen", [](const Text &t) { return length(_qbx_gl_im_mbfslen(t.locale, t.counted, t.size)); }},
+    {"_qbx_gl_im_mbfslen, -1", [](const Text &t) { return length(_qbx_gl_im_mbfslen(t.locale, t.terminated, -1)); }},
+    {"gl_mbsnext",
+     [](const Text &t) {
+         return walk(t, [&](int at, int) { return step_to(t.terminated + at, gl_mbsnext(t.locale, t.terminated + at)); });
+     }},
+    {"gl_full_mbsnext",
+     [](const Text &t) {
+         return walk(t, [&](int at, int) { return step_to(t.terminated + at, gl_full_mbsnext(t.locale, t.terminated + at)); });
+     }},
+    {"_qbx_gl_full_mbsnext",
+     [](const Text &t) {
+         return walk(
+             t, [&](int at, int left) { return step_to(t.counted + at, _qbx_gl_full_mbsnext(t.locale, t.counted + at, left)); });
+     }},
+    {"gl_full_mblen",
+     [](const Text &t) { return walk(t, [&](int at, int left) { return gl_full_mblen(t.locale, t.counted + at, left); }); }},
+    {"_qbx_gl_full_mblen",
+     [](const Text &t) { return walk(t, [&](int at, int left) { return _qbx_gl_full_mblen(t.locale, t.counted + at, left); }); }},
+    {"gl_mbtowc",
+     [](const Text &t) {
+         return walk_values(t, [&](gl_wchar *wc, int at, int left) { return gl_mbtowc(t.locale, wc, t.counted + at, left); });
+     }},
+    {"gl_full_mbtowc",
+     [](const Text &t) {
+         return walk_values(t, [&](gl_wchar *wc, int at, int left) { return gl_full_mbtowc(t.locale, wc, t.counted + at, left); });
+     }},
+    {"gl_full_mbtowc, 4 bytes",
+     [](const Text &t) {
+         return walk_values(t, [&](gl_wchar *wc, int at, int) { return gl_full_mbtowc(t.locale, wc, t.terminated + at, 4); });
+     }},
+    {"gl_mbtowc, 4 bytes",
+     [](const Text &t) {
+         return walk_values(t, [&](gl_wchar *wc, int at, int) { return gl_mbtowc(t.locale, wc, t.terminated + at, 4); });
+     }},
+    {"gl_mbstowcs, exact room",
+     [](const Text &t) {
+         const int room = static_cast<int>(t.values.size());
+         const auto all = [&](gl_wchar *wide, int) { return gl_mbstowcs(t.locale, wide, t.counted, room); };
+         return t.valid() ? decode(t, all) : Answer{false};
+     }},
+    {"gl_mbstowcs",
+     [](const Text &t) {
+         return decode(t, [&](gl_wchar *wide, int room) { return gl_mbstowcs(t.locale, wide, t.terminated, room); });
+     }},
+    {"gl_mbfstowcfs",
+     [](const Text &t) {
+         return decode(t, [&](gl_wchar *wide, int room) { return gl_mbfstowcfs(t.locale, wide, t.counted, t.size, room); });
+     }},
+    {"gl_mbfstowcfs, exact room",
+     [](const Text &t) {
+         const int room = static_cast<int>(t.values.size()) + (t.valid() ? 0 : 1);
+         return decode(t, [&](gl_wchar *wide, int) { return gl_mbfstowcfs(t.locale, wide, t.counted, t.size, room); });
+     }},
+    {"gl_full_getmbsi",
+     [](const Text &t) {
+         const int index = static_cast<int>(t.values.size());
+         const char *place = gl_full_getmbsi(t.locale, t.terminated, index);
+         return Answer{t.valid() || gl_full_getmbsi(t.locale, t.terminated, index + 1) != nullptr, index,
+                       step_to(t.terminated, place)};
+     }},
+    {"gl_getmbsinull",
+     [](const Text &t) {
+         const char *end = gl_getmbsinull(t.locale, t.terminated, INT_MAX);
+         return Answer{end != nullptr, UNTOLD, end != nullptr ? step_to(t.terminated, end) : UNTOLD};
+     }},
+    {"gl_full_mbsprev",
+     [](const Text &t) { return Answer{gl_full_mbsprev(t.locale, t.terminated, t.terminated + t.size) != nullptr}; }},
+    {"gl_mbsntslen", [](const Text &t) { return length(gl_mbsntslen(t.locale, t.terminated)); }},
+    {"gl_mbsntsbytes", [](const Text &t) { return bytes(gl_mbsntsbytes(t.locale, t.terminated)); }},
+    {"_qbx_gl_mbsntsbytes", [](const Text &t) { return bytes(_qbx_gl_mbsntsbytes(t.locale, t.counted, t.size)); }},
+    {"gl_mbswidth", [](const Text &t) { return success(gl_mbswidth(t.locale, t.terminated, INT_MAX)); }},
+    {"gl_mbspwidth", [](const Text &t) { return success(gl_mbspwidth(t.locale, t.terminated, t.terminated + t.size)); }},
+    {"gl_tombsupper",
+     [](const Text &t) {
+         string room(static_cast<size_t>(gl_case_conv_outbuflen(t.locale, t.size) + t.terminator), '\0');
+         return success(gl_tombsupper(t.locale, room.data(), t.terminated));
+     }},
+    {"gl_tombslower",
+     [](const Text &t) {
+         string room(static_cast<size_t>(gl_case_conv_outbuflen(t.locale, t.size) + t.terminator), '\0');
+         return success(gl_tombslower(t.locale, room.data(), t.terminated));
+     }},
+    {"gl_tombfsupper",
+     [](const Text &t) {
+         string room(static_cast<size_t>(gl_case_conv_outbuflen(t.locale, t.size)), '\0');
+         return success(gl_tombfsupper(t.locale, room.data(), static_cast<int>(room.size()), t.counted, t.size));
+     }},
+    {"_qbx_gl_im_tomupper",
+     [](const Text &t) {
+         char mapped[4];
+         return walk(t, [&](int at, int left) { return _qbx_gl_im_tomupper(t.locale, mapped, t.counted + at, left) >> 8; });
+     }},
+    {"_gl_im_ismctype",
+     [](const Text &t) { return Answer{t.valid() || _gl_im_ismctype(t.locale, t.terminated + t.place, ~0U) != 0}; }},
+    {"_qbx_gl_im_ismctype",
+     [](const Text &t) {
+         return Answer{t.valid() || _qbx_gl_im_ismctype(t.locale, t.counted + t.place, t.size - t.place, ~0U) != 0};
+     }},
+    {"gl_mbsxfrm", [](const Text &t) { return success(gl_mbsxfrm(t.locale, nullptr, t.terminated, 0)); }},
+    {"gl_mbfsxfrm", [](const Text &t) { return success(gl_mbfsxfrm(t.locale, nullptr, t.counted, t.size, 0)); }},
+    {"gl_mbscoll", [](const Text &t) { return gl_mbscoll(t.locale, t.terminated, t.terminated), no_error(t); }},
+    {"gl_mbfscoll", [](const Text &t) { return gl_mbfscoll(t.locale, t.counted, t.size, t.counted, t.size), no_error(t); }},
+    {"gl_mbstol", [](const Text &t) { return number(t, gl_mbstol(t.locale, t.terminated, nullptr, 10, 0) == 0); }},
+    {"gl_mbstod", [](const Text &t) { return number(t, gl_mbstod(t.locale, t.terminated, nullptr, 0) == 0); }},
+    {"gl_fputmbs", [](const Text &t) { return success(gl_fputmbs(t.locale, t.terminated, nowhere)); }},
+    {"gl_getmb",
+     [](const Text &t) {
+         return walk(t, [&](int at, int left) {
+             string_view rest(t.counted + at, static_cast<size_t>(left));
+             const auto next = [](void *bytes) {
+                 auto &view = *static_cast<string_view *>(bytes);
+                 if (view.empty()) return -1;
+                 const int byte = static_cast<unsigned char>(view[0]);
+                 view.remove_prefix(1);
+                 return byte;
+             };
+             char buffer[4];
+             int taken = 0;
+             return gl_getmb(t.locale, buffer, next, &rest, &taken) == 0 ? taken : 0;
+         });
+     }},
+    {"gl_miconv", [](const Text &t) { return t.cd != nullptr ? convert(t, t.counted, true) : Answer{t.valid()}; }},
+    {"gl_miconv, terminated", [](const Text &t) { return t.cd != nullptr ? convert(t, t.terminated, false) : Answer{t.valid()}; }},
+};
+
+string hexadecimal_text(const Text &t) { return hexadecimal(string_view(t.counted, static_cast<size_t>(t.size))); }
+
+void ask_all(const Text &t) {
+    const char *volatile current = nullptr;
+    const bool alive = survives([&] {
+        for (const auto &[name, ask] : FUNCTIONS) {
+            current = name;
+            t.locale->error = 0;
+            const Answer answer = ask(t);
+            if (answer.valid != t.valid())
+                ADD_FAILURE() << name << (answer.valid ? " takes " : " refuses ") << hexadecimal_text(t);
+            else if (answer.characters != UNTOLD && answer.characters != static_cast<int>(t.values.size()))
+                ADD_FAILURE() << name << " finds " << answer.characters << " characters in " << hexadecimal_text(t);
+            else if (answer.place != UNTOLD && answer.place != t.place)
+                ADD_FAILURE() << name << " stops at " << answer.place << ", not " << t.place << ", in " << hexadecimal_text(t);
+        }
+    });
+    if (!alive) ADD_FAILURE() << current << " reads beside " << hexadecimal_text(t);
+}
+
+// A shape's records, from the tree or of the tests' own.
+class OfShape : public testing::TestWithParam<size_t> {
+  protected:
+    OfShape() {
+        if (shape.conversion != nullptr) gl_iconv_open1(&cd, (string(shape.conversion) + ".cvo").c_str());
+        if (shape.charmap != nullptr) gl_cm_load(&cm, shape.charmap, nullptr, nullptr);
+    }
+    ~OfShape() override {
+        if (cd != nullptr) gl_cv_unload(cd);
+        gl_cm_unload(cm);
+    }
+    void SetUp() override {
+        ASSERT_EQ(locale->error, 0);
+        ASSERT_EQ(cd != nullptr ? cd->error : 0, 0);
+        ASSERT_EQ(cm != nullptr ? gl_errno(cm) : 0, 0);
+    }
+
+    // As many fillers as there are room for, and ASCII before them.
+    string filled(const string &filler, size_t size) const {
+        string text;
+        while (text.size() + filler.size() <= size) text += filler;
+        while (text.size() + ascii.size() <= size) text = ascii + text;
+        return text;
+    }
+
+    const Shape &shape = SHAPES[GetParam()];
+    const ScopedEnv tree{"QUORBANEDIR", QBGL_TREE};
+    const Locale locale = load_locale(shape.object != nullptr ? read_file(string(QBGL_TREE "/vrn/lc11/") + shape.object)
+                                                              : LocaleObject(shape.codeset()).text());
+    gl_cv *cd = nullptr;
+    gl_charmap *cm = nullptr;
+    const string &ascii = shape.fillers[0];
+    const size_t terminator = static_cast<size_t>(gl_mb_loc_min(locale.get()));
+    GuardedMemory memory;
+};
+INSTANTIATE_TEST_SUITE_P(Codesets, OfShape, testing::Range(size_t{0}, std::size(SHAPES)),
+                         [](const auto &shape) { return SHAPES[shape.param].name; });
+
+TEST_P(OfShape, MalformedTextIsFoundWhereItIs) {
+    std::vector<string> wrong = shape.malformed;
+    wrong.push_back(""); // nothing is
+    for (const string &filler : shape.fillers) {
+        for (size_t place = 0; place <= LAST_PLACE && !HasFailure(); place += STEP * ascii.size()) {
+            for (const string &bad : wrong) {
+                for (const string &behind : {string(), ascii, filled(filler, TAIL)}) {
+                    const string text = filled(filler, place) + bad + behind, ended = text + string(terminator, '\0');
+                    if (text.empty()) continue;
+                    Text t{locale.get(), cd, {}, {}, static_cast<int>(text.size()), static_cast<int>(terminator), {}};
+                    t.counted = static_cast<char *>(memory.take(text.size(), Guard::behind, text.data()));
+                    t.terminated = static_cast<char *>(memory.take(ended.size(), Guard::behind, ended.data()));
+                    read(t);
+                    ask_all(t);
+                    EXPECT_TRUE(memory.clear());
+                }
+            }
+        }
+    }
+}
+
+TEST_P(OfShape, NoCallReadsOrWritesBesideText) {
+    std::minstd_rand random(7);
+    uint8_t choices[64];
+    for (const Call &call : CALLS) {
+        if ((call.needs == Needs::conversion && cd == nullptr) || (call.needs == Needs::charmap && cm == nullptr)) continue;
+        for (const Guard guard : {Guard::before, Guard::behind}) {
+            for (size_t size = 0; size <= LAST_PLACE; size += STEP * ascii.size()) {
+                for (uint8_t &choice : choices) choice = static_cast<uint8_t>(random() >> 8);
+                Input input(choices, sizeof choices);
+                Scene scene(memory, input);
+                scene.locale = locale.get();
+                scene.cd = cd;
+                scene.cm = cm;
+                scene.terminator = terminator;
+                scene.always = &guard;
+                for (const string &filler : shape.fillers) {
+                    scene.texts.push_back(filled(filler, size));
+                    scene.wides.emplace_back(size / ascii.size(), wide(filler.substr(0, 4)));
+                }
+                scene.texts.push_back(filled(ascii, size) + shape.malformed[random() % shape.malformed.size()]);
+                scene.words = {"", "<A><a>", "de_de.utf8", "alpha", "sjis", string(size, 'x')};
+                if (!survives([&] { call.run(scene); }))
+                    ADD_FAILURE() << call.name << " touches memory beside a text of " << size << " bytes";
+                EXPECT_TRUE(memory.clear()) << call.name << " writes beside its room";
+                if (HasFailure()) break;
+            }
+        }
+    }
+}
+
+// Every name that the library exports has a call, or a reason to have none.
+TEST(Face, IsComplete) {
+    const auto listed = [](string_view name) {
+        for (const Call &call : CALLS)
+            if (call.name == name) return true;
+        for (const LeftOut &left_out : LEFT_OUT) {
+            std::istringstream names(left_out.names);
+            for (string each; names >> each;)
+                if (each.back() == '*' ? name.starts_with(string_view(each).substr(0, each.size() - 1)) : each == name) return true;
+        }
+        return false;
+    };
+    std::istringstream names(read_file(QBGL_SOURCE_DIR "/tests/packaging/exported_names.txt"));
+    for (string name; names >> name;) EXPECT_TRUE(listed(name)) << name << " is in no table of tests/support/face.cpp";
+}
+
+} // namespace
