@@ -1,6 +1,7 @@
 // Bytes as collation rules and two texts over a small alphabet: every way of comparing says the same, and so do the sort keys.
 // Damaged objects are another fuzzer's matter: these rules load.
 #include "support.h"
+#include "support/input.h"
 #include "support/locale_object.h"
 
 #include <algorithm>
@@ -17,18 +18,6 @@ constexpr unsigned SPECIAL = 0x8000, EXPANSION = 0x4000;
 constexpr size_t LONGEST_TEXT = 48;
 
 int sign(int value) { return (value > 0) - (value < 0); }
-
-class Input {
-  public:
-    Input(const uint8_t *data, size_t size) : data_(data), size_(size) {}
-    // Zeros behind the end.
-    unsigned byte() { return at_ < size_ ? data_[at_++] : 0; }
-    unsigned below(unsigned limit) { return byte() % limit; }
-
-  private:
-    const uint8_t *data_;
-    size_t size_, at_ = 0;
-};
 
 struct Shape {
     qbgl_test::Codeset codeset;

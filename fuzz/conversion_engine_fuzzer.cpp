@@ -2,8 +2,8 @@
 // equals writing; and the fast lane makes no difference.
 //
 //   byte 0   conversion      byte 1, 2   seed of the pieces and rooms      rest   text
-#include "../tests/support/conversion_shapes.h"
 #include "support.h"
+#include "support/conversion_shapes.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // Any text through every function over locale specifications and file names, over the built-in registry. Outputs are heap blocks of
 // exactly the documented size. The first byte chooses a category and a directory.
-#include "qbgl.h"
+#include "support.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -9,10 +9,6 @@
 
 namespace {
 
-void check(bool holds) {
-    if (!holds) abort();
-}
-
 // A result of the given size at most, terminator included.
 class Output {
   public:
@@ -20,7 +16,7 @@ class Output {
     operator char *() const { return text_.get(); }
     std::string text() const {
         const size_t length = strnlen(text_.get(), size_);
-        check(length < size_);
+        require(length < size_);
         return {text_.get(), length};
     }
 
@@ -31,14 +27,14 @@ class Output {
 
 void codesets(const char *text) {
     int length = 0;
-    check(_gl_is_category(text, &length) == 0 || (length >= 7 && strncmp(text, "GL_", 3) == 0));
+    require(_gl_is_category(text, &length) == 0 || (length >= 7 && strncmp(text, "GL_", 3) == 0));
     const char *input = text;
     Output name(19);
     char *output = name;
     uint16_t number = GL_NO_CODESET;
     if (_gl_is_xopen_spec(nullptr, &input, &output, &number, nullptr)) {
-        check(output == static_cast<char *>(name) + name.text().size() && input > text && number != GL_NO_CODESET);
-        if (*input == '\0' && input - text < 285) check(gl_lc_spec2cs_num(nullptr, text, nullptr) == number);
+        require(output == static_cast<char *>(name) + name.text().size() && input > text && number != GL_NO_CODESET);
+        if (*input == '\0' && input - text < 285) require(gl_lc_spec2cs_num(nullptr, text, nullptr) == number);
     }
     gl_lc_spec2cs_num(nullptr, text, nullptr);
     gl_cs_name2cs_num(nullptr, text, nullptr);
@@ -49,12 +45,12 @@ void file_names(void *ctx, const char *text, const char *directory) {
     const Output name(208 + prefix), messages(11), spec(187), place(6), codeset(6), modifier(5), joined(17);
     if (gl_lc_spec2lc_fname(ctx, text, name, nullptr, directory) == 0) {
         gl_lc_fname2lc_spec(ctx, name.text().c_str(), spec, directory);
-        if (gl_lc_spec2msg_dname(ctx, text, messages, nullptr, directory) == 0) check(messages.text().size() == 10);
+        if (gl_lc_spec2msg_dname(ctx, text, messages, nullptr, directory) == 0) require(messages.text().size() == 10);
     }
-    if (gl_lc_fname2lc_spec(ctx, text, spec, nullptr) == 0) check(gl_is_lc_spec(nullptr, spec) == 0);
+    if (gl_lc_fname2lc_spec(ctx, text, spec, nullptr) == 0) require(gl_is_lc_spec(nullptr, spec) == 0);
     if (gl_lc_fname2lc_pieces(ctx, text, place, codeset, modifier) == 0) {
-        check(gl_lc_pieces2lc_spec(ctx, place, codeset, modifier, joined) == 0);
-        check(joined.text().substr(0, 6) == place.text() + ".");
+        require(gl_lc_pieces2lc_spec(ctx, place, codeset, modifier, joined) == 0);
+        require(joined.text().substr(0, 6) == place.text() + ".");
     }
     gl_lc_pieces2lc_spec(ctx, "ja_JP", text, text, joined);
 }
@@ -62,10 +58,10 @@ void file_names(void *ctx, const char *text, const char *directory) {
 void normal_forms(void *ctx, const char *text) {
     const Output norm(200), again(200), short_norm(17);
     if (gl_lc_spec2lc_norm(ctx, text, norm, nullptr) == 0) {
-        check(gl_lc_spec2lc_norm(nullptr, norm, again, nullptr) == 0 && norm.text() == again.text());
-        check(gl_lc_spec2cs_num(nullptr, norm, nullptr) != GL_NO_CODESET || strstr(norm, " = ") != nullptr);
+        require(gl_lc_spec2lc_norm(nullptr, norm, again, nullptr) == 0 && norm.text() == again.text());
+        require(gl_lc_spec2cs_num(nullptr, norm, nullptr) != GL_NO_CODESET || strstr(norm, " = ") != nullptr);
     }
-    if (_gl_lc_short_spec2lc_short_norm(ctx, text, short_norm, nullptr) == 0) check(short_norm.text() == norm.text());
+    if (_gl_lc_short_spec2lc_short_norm(ctx, text, short_norm, nullptr) == 0) require(short_norm.text() == norm.text());
 }
 
 void long_forms(void *ctx, const char *text, int selector) {
@@ -74,9 +70,9 @@ void long_forms(void *ctx, const char *text, int selector) {
     gl_lc_spec2lc_short(ctx, text, united, nullptr);
     if (gl_lc_spec2category(ctx, text, selector, value, nullptr) == 0 && selector >= 2 && selector <= 7) value.text();
     if (gl_lc_short2lc_long(ctx, text, expanded, nullptr) < 0) return;
-    check(gl_is_lc_spec(nullptr, expanded.text().c_str()) == 0);
-    check(gl_lc_spec2lc_short(nullptr, expanded, united, nullptr) == 0);
-    check(gl_lc_spec2category(nullptr, expanded, GL_CAT_TIME, value, nullptr) == 0 && value.text() == united.text());
+    require(gl_is_lc_spec(nullptr, expanded.text().c_str()) == 0);
+    require(gl_lc_spec2lc_short(nullptr, expanded, united, nullptr) == 0);
+    require(gl_lc_spec2category(nullptr, expanded, GL_CAT_TIME, value, nullptr) == 0 && value.text() == united.text());
 }
 
 } // namespace
@@ -92,7 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     file_names(&error, text.c_str(), directories[data[0] >> 4 & 3]);
     normal_forms(&error, text.c_str());
     long_forms(&error, text.c_str(), data[0] & 15);
-    check(error == 0 || error == GL_EINVAL || error == GL_ENODATA);
+    require(error == 0 || error == GL_EINVAL || error == GL_ENODATA);
     gl_free_registry_cache();
     return 0;
 }

@@ -1,6 +1,7 @@
 // Bytes as conventions of numbers and a text: whatever is read ends within the text, and what is written comes back. Texts are heap
 // blocks of exactly their size.
 #include "support.h"
+#include "support/input.h"
 
 #include <algorithm>
 #include <array>
@@ -9,30 +10,20 @@
 
 namespace {
 
-class Input {
-  public:
-    Input(const uint8_t *data, size_t size) : data_(data), size_(size) {}
-    // Zeros behind the end.
-    unsigned byte() { return at_ < size_ ? data_[at_++] : 0; }
-    bool at_end() const { return at_ == size_; }
+using qbgl_test::Input;
 
-    // At most so many characters, of which FF makes one above 255 of the next.
-    std::vector<gl_wchar> text(size_t most) {
-        std::vector<gl_wchar> result;
-        while (result.size() < most && !at_end()) {
-            const unsigned first = byte(), value = first == 0xFF ? 0x100 + byte() : first;
-            if (value == 0) break;
-            result.push_back(value);
-        }
-        result.push_back(0);
-        result.shrink_to_fit();
-        return result;
+// At most so many characters, of which FF makes one above 255 of the next.
+std::vector<gl_wchar> text_from(Input &in, size_t most) {
+    std::vector<gl_wchar> result;
+    while (result.size() < most && !in.at_end()) {
+        const unsigned first = in.byte(), value = first == 0xFF ? 0x100 + in.byte() : first;
+        if (value == 0) break;
+        result.push_back(value);
     }
-
-  private:
-    const uint8_t *data_;
-    size_t size_, at_ = 0;
-};
+    result.push_back(0);
+    result.shrink_to_fit();
+    return result;
+}
 
 // A record over one-byte characters, with the classes of ASCII.
 class Locale {
@@ -54,7 +45,7 @@ class Locale {
                                   &record_.monetary.mon_decimal_point, &record_.monetary.mon_thousands_sep,
                                   &record_.monetary.negative_sign,     &record_.monetary.positive_sign};
         for (size_t i = 0; i < std::size(texts); ++i) {
-            symbols_[i] = in.text(in.byte() % 4);
+            symbols_[i] = text_from(in, in.byte() % 4);
             texts[i]->wide = symbols_[i].data();
         }
     }
@@ -89,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     Input in(data, size);
     const int base = static_cast<int>(in.byte() % 40);
     Locale locale(in);
-    std::vector<gl_wchar> text = in.text(600);
+    std::vector<gl_wchar> text = text_from(in, 600);
     std::vector<char> bytes(text.begin(), text.end());
     gl_wchar *const begin = text.data(), *const last = begin + text.size() - 1;
     for (const int grouping : {0, 1}) {

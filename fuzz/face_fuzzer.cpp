@@ -1,0 +1,309 @@
+// A damaged object, and calls of the whole face on what loads of it, between pages that cannot be touched. The input is a recipe:
+// the kind and shape of object, damage to what is written into it, damage to its text, texts, calls with their arguments. What the
+// damage makes of an object is never mended here.
+#include "support.h"
+#include "support/conversion_shapes.h"
+#include "support/face.h"
+#include "support/locale_object.h"
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+
+using namespace qbgl_test;
+using std::string;
+
+namespace {
+
+constexpr int MOST_CALLS = 48;
+
+// One to four bytes, zeros often.
+string some_bytes(Input &in) {
+    string bytes;
+    for (unsigned count = 1 + in.below(4); count > 0; --count) bytes += static_cast<char>(in.byte());
+    return bytes;
+}
+
+// Damage to lines: most of an object's text are tables, so a section is chosen first.
+string damaged(string text, Input &in) {
+    constexpr const char *EXTREMES[] = {"0",     "-1",         "1",          "15",          "16",         "255",         "65535",
+                                        "65536", "2147483647", "2147483648", "-2147483648", "4294967295", "ffff",        "7fff",
+                                        "8000",  "0.01",       "-1.0",       "1e300",       "nan",        "999999999999"};
+    std::vector<size_t> sections{0};
+    for (size_t at = 0; (at = text.find("###", at)) != string::npos; ++at) sections.push_back(at);
+    for (unsigned changes = in.below(4); changes > 0 && !text.empty(); --changes) {
+        const auto line_from = [&](size_t at) {
+            for (unsigned lines = in.byte() == 255 ? in.word() : in.byte() % 32; lines > 0; --lines) {
+                const size_t next = text.find('\n', at);
+                if (next == string::npos || next + 1 >= text.size()) break;
+                at = next + 1;
+            }
+            return std::pair(at, std::min(text.find('\n', at), text.size() - 1) + 1 - at);
+        };
+        const auto [first, length] =
+            line_from(std::min(sections[in.below(static_cast<unsigned>(sections.size()))], text.size() - 1));
+        const size_t place = first + in.byte() % length;
+        switch (in.below(8)) {
+        case 0: text.resize(place); break;
+        case 1: text.erase(place, 1 + in.below(3)); break;
+        case 2: text.erase(first, length); break;
+        case 3: text.insert(first, text.substr(first, length)); break;
+        case 4: text.insert(line_from(first).first, text.substr(first, length)); break;
+        case 5: { // a number
+            const size_t number = text.find_first_of("0123456789", place);
+            if (number == string::npos) break;
+            const size_t end = std::min(text.find_first_not_of("0123456789abcdef.", number), text.size());
+            text.replace(number, end - number, EXTREMES[in.below(std::size(EXTREMES))]);
+            break;
+        }
+        case 6: text.replace(place, 2, hex(in.byte(), 2)); break;
+        default: text[place] = "0123456789abf \n-:\x80"[in.below(18)];
+        }
+    }
+    return text;
+}
+
+// Locales
+
+struct Shape {
+    Codeset codeset;
+    string before, ctype, after; // the object's text: around the character types, and these
+    string text() const { return before + ctype + after; }
+};
+
+Shape shape_of(const Codeset &codeset, const string &collation) {
+    LocaleObject object(codeset, collation);
+    const string mark = "@";
+    object.ctype = mark;
+    const string text = object.text();
+    const size_t at = text.find("LC_CTYPE\n@") + 9;
+    return {codeset, text.substr(0, at), ctype_text(codeset), text.substr(at + 1)};
+}
+
+// With fewer characters, so that an object loads faster: those that its own texts need, and some of the others.
+Codeset thin(Codeset codeset) {
+    size_t number = 0;
+    std::erase_if(codeset.characters, [&](const Character &character) {
+        const bool needed =
+            character.classes & GL_CLASS_PRINT && (number < 128 || !character.upper.empty() || !character.lower.empty());
+        return ++number > 1 && !needed && number % 8 != 0;
+    });
+    return codeset;
+}
+
+const std::vector<Shape> &shapes() {
+    static const std::vector<Shape> SHAPES = [] {
+        std::vector<Shape> result;
+        for (const auto make :
+             {single_byte_codeset, sjis_codeset, eucjp_codeset, utf8_codeset, two_byte_codeset, gb18030_codeset}) {
+            const Codeset codeset = thin(make());
+            result.push_back(shape_of(codeset, Collation::in_order(codeset).text()));
+            Collation rules = Collation::in_order(codeset, {1, 2});
+            rules.elements = {{{wide(codeset.encode("c")), wide(codeset.encode("h"))}, 5}};
+            rules.expansions = {{wide(codeset.encode("s")), wide(codeset.encode("s"))}};
+            rules.rows[70][0] = 0x4000;
+            result.push_back(shape_of(codeset, rules.text()));
+        }
+        Collation direct = Collation::in_order(sjis_codeset());
+        direct.direct = true;
+        result.push_back(shape_of(sjis_codeset(), direct.text()));
+        Codeset thai{"thai", ascii_characters()};
+        add_uncased(thai, "", 0xA1, 0xDA);
+        add_uncased(thai, "", 0xDF, 0xFB);
+        result.push_back(shape_of(thai, "thai_smo\n"));
+        return result;
+    }();
+    return SHAPES;
+}
+
+void damage(Shape &shape, Input &in) {
+    Codeset &codeset = shape.codeset;
+    const unsigned count = in.below(4);
+    for (unsigned changes = count; changes > 0 && !codeset.characters.empty(); --changes) {
+        const size_t place = in.word() % codeset.characters.size();
+        Character &character = codeset.characters[place];
+        switch (in.below(6)) {
+        case 0: character.bytes = some_bytes(in); break;
+        case 1: character.classes = in.word(); break;
+        case 2: character.upper = some_bytes(in); break;
+        case 3: character.lower = some_bytes(in); break;
+        case 4: codeset.characters.push_back({some_bytes(in), in.word()}); break;
+        default: codeset.characters.erase(codeset.characters.begin() + static_cast<ptrdiff_t>(place)); break;
+        }
+    }
+    if (count > 0) shape.ctype = ctype_text(codeset);
+}
+
+// The n-th allocation and all later ones fail.
+unsigned allocations_left = ~0U;
+void fail_allocations(unsigned nth) {
+    allocations_left = nth;
+    void *(*const allocate)(uint32_t) = [](uint32_t size) {
+        if (allocations_left == 0) return static_cast<void *>(nullptr);
+        --allocations_left;
+        return gl_ext_malloc(size);
+    };
+    gl_setextfunc(nullptr, GL_EXT_MALLOC, reinterpret_cast<gl_extfunc>(allocate));
+}
+
+void serve(const string &text) { serve_object(reinterpret_cast<const uint8_t *>(text.data()), text.size()); }
+
+// A handle whose object is damaged, or one with a category of such an object, or of one that came when memory was short. Texts keep
+// the terminator that they had before a selection that failed.
+gl_locale *load(const string &whole, const string &object, Input &in, size_t &terminator) {
+    gl_locale *locale = nullptr;
+    const unsigned way = in.below(4);
+    serve(way < 2 ? object : whole);
+    if (gl_createlocale2_4(&locale, "/") != 0) {
+        constexpr int ERRORS[] = {GL_EILSEQ,  GL_ENOMEM,   GL_ENEGCOUNT, GL_ENOFILE,  GL_EBADFILE,   GL_EMIXEDCS, GL_EBADERA,
+                                  GL_EBADCAL, GL_EVERSION, GL_ETABLELEN, GL_ELOADCAT, GL_ENOCODESET, GL_ECTYPECS};
+        require(std::ranges::count(ERRORS, gl_errno(locale)) == 1);
+        gl_lc_unload(locale);
+        return nullptr;
+    }
+    terminator = static_cast<size_t>(gl_mb_loc_min(locale));
+    if (way < 2) return locale;
+    serve(object);
+    if (way == 3) fail_allocations(in.byte());
+    char *names = gl_setlocale_4(locale, static_cast<int>(GL_CAT_ALL + in.below(7)), "default.lco");
+    fail_allocations(~0U);
+    require(names != nullptr || gl_errno(locale) != 0);
+    if (names != nullptr) terminator = static_cast<size_t>(gl_mb_loc_min(locale));
+    gl_destroystring(names);
+    return locale;
+}
+
+// Conversions and charmaps
+
+ConversionObject damaged_conversion(Input &in) {
+    constexpr size_t STATELESS_ONES = std::size(STATELESS);
+    const ConversionObject *const stateful[] = {&TO_SHIFTED, &FROM_SHIFTED, &BOTH_SHIFTED};
+    const size_t number = in.below(STATELESS_ONES + std::size(stateful));
+    ConversionObject object = number < STATELESS_ONES ? STATELESS[number].second : *stateful[number - STATELESS_ONES];
+    for (unsigned changes = in.below(4); changes > 0; --changes) {
+        Mapping &mapping = in.below(4) == 0 && object.source_stateful ? object.shifted : object.main;
+        const auto place = std::next(mapping.begin(), static_cast<ptrdiff_t>(in.word() % (mapping.size() + 1)));
+        switch (in.below(4)) {
+        case 0: mapping[some_bytes(in)] = {in.byte() & ~7U, some_bytes(in)}; break;
+        case 1:
+            if (place != mapping.end()) place->second = {in.byte() & ~7U, some_bytes(in)};
+            break;
+        case 2:
+            if (place != mapping.end()) mapping.erase(place);
+            break;
+        default:
+            object.lengths = {static_cast<int>(in.below(5)), static_cast<int>(in.below(5)), static_cast<int>(in.below(5)),
+                              static_cast<int>(in.below(5))};
+        }
+    }
+    return object;
+}
+
+const string CHARMAP =
+    "FILE_TYPE=charmap_object\nCOMPILER_VERSION=3\nHEADER_LENGTH=5\nCODESET=test\nSOURCE_VERSION=7\n### CHARMAP\n"
+    "s 3 NUL 1 00\ns 1 A 1 41\ns 5 alpha 1 41\ns 3 a<b 1 42\ns 3 a\\b 1 43\nr 5 j0101 101 5 2 81fe\n"
+    "r 2 k8 8 4 2 9040\nr 5 m0000 0 3 2 8300\ns 1 B 4 a1a2a3a4\n";
+
+// Texts of characters and other bytes, in whole units, and wide ones of the same kind.
+void choose_texts(Scene &scene, const std::vector<Character> &characters, Input &in) {
+    for (int i = 0; i < 3; ++i) {
+        string text;
+        std::vector<gl_wchar> values;
+        for (unsigned items = in.below(40); items > 0; --items) {
+            const unsigned kind = in.byte();
+            string bytes(1, static_cast<char>(kind < 240 ? in.byte() : 0));
+            if (kind < 160 && !characters.empty()) bytes = characters[in.byte() * (kind % 4 + 1) % characters.size()].bytes;
+            text += bytes;
+            values.push_back(kind % 16 == 15 ? wide(some_bytes(in)) : wide(bytes));
+        }
+        text.resize(text.size() / scene.terminator * scene.terminator);
+        scene.texts.push_back(text);
+        std::replace(values.begin(), values.end(), 0U, 1U);
+        scene.wides.push_back(values);
+    }
+    scene.words = {"",
+                   "default.lco",
+                   "native",
+                   "ja_jp.sjis",
+                   "de_de.utf8@euro",
+                   "ja_jp/e006.lco",
+                   "<A><j0104><B>",
+                   "<a\\<b>",
+                   "42",
+                   "GL_CTYPE = en_us.819 ; GL_COLLATE = en_us.819 ; GL_NUMERIC = en_us.819 ; GL_MONETARY = en_us.819 ; "
+                   "GL_TIME = en_us.819 ; GL_MESSAGES = en_us.819 ; ",
+                   "GL_CTYPE = default.lco GL_TIME = native",
+                   "sjis",
+                   "utf8"};
+    string own = scene.words[in.below(static_cast<unsigned>(scene.words.size()))];
+    for (unsigned changes = in.below(4); changes > 0; --changes)
+        own.insert(in.byte() % (own.size() + 1), 1, static_cast<char>(in.byte() | 1));
+    scene.words.push_back(own.c_str());
+}
+
+void run(Scene &scene, GuardedMemory &memory, Input &in) {
+    for (int calls = 0; calls < MOST_CALLS && !in.at_end(); ++calls) {
+        const Call &call = CALLS[in.byte() % CALLS.size()];
+        if ((call.needs == Needs::locale && scene.locale == nullptr) || (call.needs == Needs::conversion && scene.cd == nullptr) ||
+            (call.needs == Needs::charmap && scene.cm == nullptr))
+            continue;
+        call.run(scene);
+        if (memory.clear()) continue;
+        std::fprintf(stderr, "%s writes beside its room\n", call.name);
+        std::abort();
+    }
+}
+
+const bool prepared = [] {
+    setenv("QUORBANEDIR", "/nonexistent", 1);
+    gl_cache_registry(nullptr, "/nonexistent");
+    return true;
+}();
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    static GuardedMemory memory;
+    Input in(data, size);
+    Scene scene(memory, in);
+    const unsigned kind = in.below(8);
+    if (kind < 6) {
+        const Shape &shape = shapes()[in.below(static_cast<unsigned>(shapes().size()))];
+        Shape copy = shape;
+        try {
+            damage(copy, in);
+        } catch (const std::logic_error &) { // there is no such table
+            return 0;
+        }
+        const string whole = shape.text(), damaged_one = damaged(copy.text(), in);
+        scene.locale = load(whole, damaged_one, in, scene.terminator);
+        if (scene.locale == nullptr) return 0;
+        choose_texts(scene, copy.codeset.characters, in);
+        run(scene, memory, in);
+        gl_lc_unload(scene.locale);
+        return 0;
+    }
+    const string object = damaged(kind == 6 ? damaged_conversion(in).text() : CHARMAP, in);
+    serve(object);
+    std::vector<Character> characters;
+    for (const char *bytes :
+         {"A", "a", "\x81\x40", "\x81\xFE", "\x82", "\x90\x44", "\xA1\xA2\xA3\xA4", "\x8F\xA1\xA5", "K", "\x0E", "\x0F"})
+        characters.push_back({bytes, 0});
+    if (kind == 6) {
+        const bool loaded = gl_iconv_open1(&scene.cd, "/object.cvo") == 0;
+        if (loaded) {
+            scene.terminator = static_cast<size_t>(std::max(scene.cd->source_min_len, 1));
+            choose_texts(scene, characters, in);
+            run(scene, memory, in);
+        }
+        gl_cv_unload(scene.cd);
+    } else {
+        if (gl_cm_load(&scene.cm, "/object.cmo", nullptr, nullptr) == 0) {
+            scene.terminator = static_cast<size_t>(std::max(gl_mb_cm_min(scene.cm), 1));
+            choose_texts(scene, characters, in);
+            run(scene, memory, in);
+        }
+        gl_cm_unload(scene.cm);
+    }
+    return 0;
+}
