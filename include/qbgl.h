@@ -980,6 +980,14 @@ QBGL_API int gl_lc_pieces2lc_spec(void *ctx, const char *lang_terr, const char *
  * stands in slot 0; QUORBANEDIR through slot 0. A name that holds the separator mark (byte 0xFF) is a path with "/" in the mark's
  * place.
  * ------------------------------------------------------------------------------------------------------------------------------ */
+/* The subdirectories of an installation, and the versions of the formats of what they hold: locale objects, conversion objects, and
+ * charmap objects with the registry. */
+#define GL_LC_DIRECTORY "lc"
+#define GL_LC_VERSION "11"
+#define GL_CV_DIRECTORY "cv"
+#define GL_CV_VERSION "9"
+#define GL_CM_DIRECTORY "cm"
+#define GL_CM_VERSION "3"
 
 /* Names the installation directory for a process that has no QUORBANEDIR: a host calls it with where its own package puts the data,
  * and its administrator still moves them by the environment. The text is copied; null or an empty one brings back the default.
@@ -1388,18 +1396,32 @@ typedef struct gl_equivalence {
 
 #define GL_MAX_PASSES 8
 
+/* gl_collate_info.directions: a pass with the bit GL_PASS_FORWARD runs forward, any other backward. */
+#define GL_PASS_FORWARD 1
+#define GL_PASS_BACKWARD 2 /* what a compiler writes for the latter */
+
+/* gl_collate_info.weights: 1, a weight of 14 bits, the index of an expansion, or a special weight, which orders characters that
+ * share it by their code values. */
+#define GL_WEIGHT_IGNORED 1
+#define GL_WEIGHT_VALUE 0x3fff
+#define GL_WEIGHT_EXPANSION 0x4000 /* without GL_WEIGHT_SPECIAL: the bits of GL_WEIGHT_VALUE are an index of the expansions */
+#define GL_WEIGHT_SPECIAL 0x8000
+
+/* gl_collate_info.kind; 0 before there are rules. */
+enum { GL_COLLATION_AS_SPECIFIED = 1, GL_COLLATION_THAI = 2, GL_COLLATION_EXTENSION = 3 };
+
 typedef struct gl_collate_info {
     gl_multi *character_table; /* a character's 16-bit row */
     int32_t pass_count, row_count, expansion_count, element_count, fifth_count;
-    int32_t directions[GL_MAX_PASSES]; /* 2: the pass runs backward */
-    uint16_t *weights[GL_MAX_PASSES];  /* row_count + 1 entries each */
+    int32_t directions[GL_MAX_PASSES];
+    uint16_t *weights[GL_MAX_PASSES]; /* row_count + 1 entries each */
     gl_expansion *expansions;
     gl_collating_element *elements;
     int32_t direct;                                     /* 1: rows given literally, code-value order */
     gl_expansion **expansion_candidates[GL_MAX_PASSES]; /* 256 entries each, by one-byte character */
     int32_t *element_candidates;                        /* 256 flags, or null */
-    int32_t kind;                                       /* 1 as specified, 2 Thai, 3 extension library */
-    const struct gl_collation_maps *maps;               /* lookup arrays derived while loading, or null */
+    int32_t kind;
+    const struct gl_collation_maps *maps; /* lookup arrays derived while loading, or null */
 } gl_collate_info;
 
 /* A text in the locale's codeset, ended by four zero bytes, and the same as wide characters. */

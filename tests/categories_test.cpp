@@ -1,7 +1,7 @@
 #include "support/faults.h"
 #include "support/locale_object.h"
 
-#include "coll/model.h"
+#include "coll/lists.h"
 #include "coll/section.h"
 #include "multi/character_table.h"
 #include "setlc/categories.h"

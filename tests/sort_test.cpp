@@ -23,8 +23,8 @@ std::string to_utf8(const std::string &latin) {
 
 // Letters by letter, then accents from the end, then case, then hyphens. "ch" stands behind c, æ counts as a and e, ü is u. Other
 // letters above ASCII are not in the rules.
-Collation french_rules(std::string (*encode)(const std::string &)) {
-    Collation rules{{1, 2, 1, 1}, {{0, 0, 0, 0}}};
+Collation french_rules(std::string (*encode)(const std::string &), unsigned backward = 2) {
+    Collation rules{{1, backward, 1, 1}, {{0, 0, 0, 0}}};
     const auto add = [&](const std::string &latin, const std::vector<unsigned> &weights) {
         rules.places.emplace_back(encode(latin), rules.rows.size());
         rules.rows.push_back(weights);
@@ -46,11 +46,13 @@ Collation french_rules(std::string (*encode)(const std::string &)) {
     return rules;
 }
 
+constexpr unsigned BACKWARD_AS_WELL = 4; // a direction without the bit of a forward pass
+
 class Sort : public ClientTree {
   protected:
     Sort() {
         add("fr_fr/0333.lco", LocaleObject(single_byte_codeset(), french_rules([](const std::string &s) { return s; }).text()));
-        add("fr_fr/e01c.lco", LocaleObject(utf8_codeset(), french_rules(to_utf8).text()));
+        add("fr_fr/e01c.lco", LocaleObject(utf8_codeset(), french_rules(to_utf8, BACKWARD_AS_WELL).text()));
         Collation japanese = Collation::in_order(sjis_codeset());
         for (const auto &[bytes, row] : japanese.places)
             if (bytes[0] == '\x88') japanese.rows[row] = {0x8000 | 500};
@@ -232,6 +234,7 @@ TEST_F(Sort, ExplanationsNameThePassThatDecides) {
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_TRUE(result.out.ends_with(last)) << result.out;
     }
+    EXPECT_NE(client("locale fr_FR.utf8").out.find("forward backward forward forward"), std::string::npos);
     EXPECT_EQ(client("explain -l fr_FR.utf8 æ aあ").out,
               "pass 1 (forward)\n    æ U+00E6 expanded  |\n    æ as a   26        | a  U+0061 26\n"
               "                       | あ U+3042 unknown: ends the text\n  * æ as e   34        |\n"

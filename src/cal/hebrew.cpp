@@ -78,22 +78,22 @@ constexpr int32_t LAST_HEBREW_DAY = DAY_ZERO + hebrew_size_in_days(LAST_HEBREW_Y
 constexpr size_t HESHVAN = 1, KISLEV = 2, ADAR_I = 5, MOST_MONTHS = 13;
 constexpr int32_t ADAR_NAME = 5, ELUL_NAME = 11, ADAR_I_NAME = 12, ADAR_II_NAME = 13;
 
-// The years of a sort have the same months: 353, 354, 355, and with Adar I 383, 384, 385 days.
-struct YearSort {
+// The years of a kind have the same months: 353, 354, 355, and with Adar I 383, 384, 385 days.
+struct YearKind {
     std::array<int32_t, MOST_MONTHS + 1> days_before;
     std::array<int32_t, MOST_MONTHS> names;
     bool is_leap;
 };
 
-constexpr size_t sort_of_length(int32_t length) {
-    constexpr int32_t SHORTEST_COMMON_YEAR = 353, SHORTEST_LEAP_YEAR = 383, COMMON_SORTS = 3;
-    constexpr int32_t GAP = SHORTEST_LEAP_YEAR - SHORTEST_COMMON_YEAR - COMMON_SORTS;
+constexpr size_t kind_of_length(int32_t length) {
+    constexpr int32_t SHORTEST_COMMON_YEAR = 353, SHORTEST_LEAP_YEAR = 383, COMMON_KINDS = 3;
+    constexpr int32_t GAP = SHORTEST_LEAP_YEAR - SHORTEST_COMMON_YEAR - COMMON_KINDS;
     return static_cast<size_t>(length - SHORTEST_COMMON_YEAR - GAP * (length >= SHORTEST_LEAP_YEAR));
 }
 
-constexpr YearSort year_sort(size_t sort) {
-    enum : size_t { DEFICIENT, REGULAR, COMPLETE, SORTS };
-    const bool is_leap = sort >= SORTS;
+constexpr YearKind year_kind(size_t kind) {
+    enum : size_t { DEFICIENT, REGULAR, COMPLETE, KINDS };
+    const bool is_leap = kind >= KINDS;
     std::array<int32_t, MOST_MONTHS> lengths{}, names{};
     for (size_t name = 0, mon = 0; mon < MOST_MONTHS; ++mon) {
         const bool is_adar_i = is_leap && mon == ADAR_I;
@@ -102,11 +102,11 @@ constexpr YearSort year_sort(size_t sort) {
         if (!is_adar_i) ++name;
     }
     if (is_leap) names[ADAR_I + 1] = ADAR_II_NAME;
-    if (sort % SORTS == COMPLETE) lengths[HESHVAN] = 30;
-    if (sort % SORTS == DEFICIENT) lengths[KISLEV] = 29;
+    if (kind % KINDS == COMPLETE) lengths[HESHVAN] = 30;
+    if (kind % KINDS == DEFICIENT) lengths[KISLEV] = 29;
     return {days_before(lengths), names, is_leap};
 }
-constexpr std::array<YearSort, 6> YEAR_SORTS = {year_sort(0), year_sort(1), year_sort(2), year_sort(3), year_sort(4), year_sort(5)};
+constexpr std::array<YearKind, 6> YEAR_KINDS = {year_kind(0), year_kind(1), year_kind(2), year_kind(3), year_kind(4), year_kind(5)};
 
 class HebrewYear {
   public:
@@ -125,7 +125,7 @@ class HebrewYear {
 
     int32_t number() const { return number_; }
     int32_t begin() const { return begin_; }
-    int32_t days_before(int32_t mon) const { return sort_->days_before[static_cast<size_t>(mon)]; }
+    int32_t days_before(int32_t mon) const { return kind_->days_before[static_cast<size_t>(mon)]; }
 
     // A month has at most 30 days, so the quotient is the month or the one before.
     int32_t month_of_day(int32_t yday) const {
@@ -134,22 +134,22 @@ class HebrewYear {
     }
 
     // The two Adars of a leap year have names of their own.
-    int32_t name_of_month(int32_t mon) const { return sort_->names[static_cast<size_t>(mon)]; }
+    int32_t name_of_month(int32_t mon) const { return kind_->names[static_cast<size_t>(mon)]; }
 
     // The month of a name, or NO_MONTH. Adar without a number is the first one.
     int32_t month_of_name(int32_t name) const {
-        if (name > (sort_->is_leap ? ADAR_II_NAME : ELUL_NAME)) return NO_MONTH;
-        if (!sort_->is_leap || name <= ADAR_NAME) return name;
+        if (name > (kind_->is_leap ? ADAR_II_NAME : ELUL_NAME)) return NO_MONTH;
+        if (!kind_->is_leap || name <= ADAR_NAME) return name;
         return name > ELUL_NAME ? name - ADAR_I_NAME + ADAR_NAME : name + 1;
     }
 
   private:
     HebrewYear(int32_t number, const MonthsBefore &before)
         : number_(number), begin_(new_year(before)), end_(new_year(before.next())),
-          sort_(&YEAR_SORTS[sort_of_length(end_ - begin_)]) {}
+          kind_(&YEAR_KINDS[kind_of_length(end_ - begin_)]) {}
 
     int32_t number_, begin_, end_;
-    const YearSort *sort_;
+    const YearKind *kind_;
 };
 
 std::optional<ConvertedDate> to_hebrew(const CalendarDate &date) {

@@ -9,8 +9,6 @@ namespace qbgl {
 
 namespace {
 
-bool is_forward(const gl_collate_info &rules, int pass) { return (rules.directions[pass] & 1) != 0; }
-
 WideSpan without(WideSpan span, Skip skip) {
     return {span.text + skip.before, span.length - static_cast<int32_t>(skip.before + skip.behind)};
 }

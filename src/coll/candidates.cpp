@@ -1,5 +1,6 @@
 // What a one-byte character can begin: lookup tables that spare most characters the search.
-#include "coll/model.h"
+#include "coll/lists.h"
+#include "coll/rules.h"
 #include "ext/error.h"
 #include "multi/character_table.h"
 

@@ -1,5 +1,5 @@
 // The characters that all passes ignore, and those that no pass tells apart.
-#include "coll/model.h"
+#include "coll/lists.h"
 #include "ext/error.h"
 #include "multi/character_table.h"
 #include "multi/walk.h"

@@ -1,6 +1,5 @@
 #include "coll/fingerprint.h"
 
-#include "coll/model.h"
 #include "multi/table.h"
 #include "qbnxdl/served.h"
 

@@ -3,6 +3,7 @@
 #include "ext/error.h"
 #include "multi/character_table.h"
 #include "multi/walk.h"
+#include "util/growing.h"
 
 namespace qbgl {
 
@@ -11,8 +12,6 @@ namespace {
 constexpr uint32_t MOST_ROWS = 0xFFFF;
 constexpr uint32_t MOST_STARTS = WEIGHT_VALUE; // one less than there are numbers: the last one is CODE_UNKNOWN
 constexpr uint32_t MIDS = 1024, ROWS = 64;
-
-bool is_forward(const gl_collate_info &info, int pass) { return (info.directions[pass] & 1) != 0; }
 
 // The row of a character in the tables, or -1.
 int32_t row_in(const gl_multi &table, gl_wchar wc) {
@@ -127,8 +126,8 @@ class MapsBuilder {
             const gl_wchar wc = element.chars[i];
             if (wc < 256) byte_parts_[wc] |= (i + 1 < element.count ? PART_CONTINUED : 0) | (i > 0 ? PART_FOLLOWING : 0);
             if (i + 1 == element.count) break;
-            const uint32_t hash = element.chars[i] * 0x9E3779B1U;
-            parts_[hash >> 26] |= 1U << (hash >> 21 & 31);
+            const PartBit bit(wc);
+            parts_[bit.word] |= bit.mask;
         }
     }
 

@@ -3,15 +3,15 @@
 #pragma once
 
 #include "coll/key_digits.h"
-#include "coll/model.h"
+#include "coll/rules.h"
 
 #include <algorithm>
 #include <stddef.h>
 
 namespace qbgl {
 
-// What a row says in a pass. The weight as the tables have it, WEIGHT_IGNORED, WEIGHT_EXPANSION with its index and WEIGHT_SPECIAL
-// (never with bit 14) among them; an ordinary one is 2 to 0x3FFF. Besides:
+// What the arrays say of a row in a pass: its weight, as the rules have it, or one of the further codes below. A special weight
+// never has bit 14 here, so that the codes of elements are apart from them; an ordinary one is from 2 to 0x3FFF.
 inline constexpr uint16_t CODE_END = 0;          // of a list of expansion items
 inline constexpr uint16_t CODE_ELEMENT = 0xC000; // the character begins collating elements; the other bits number it
 inline constexpr uint16_t CODE_UNKNOWN = 0xFFFF; // no character: the walk ends
@@ -39,6 +39,16 @@ inline constexpr uint16_t FIRST_END = 1, FIRST_IGNORED = 0x4000;
 
 // The places that a character has in elements: before the last one, and behind the first one.
 inline constexpr uint8_t PART_CONTINUED = 1, PART_FOLLOWING = 2;
+
+// The bit of a character in a set of 64 words, by a hash: another character may have the same.
+struct PartBit {
+    explicit PartBit(gl_wchar wc) {
+        const uint32_t hash = wc * 0x9E3779B1U; // the golden ratio: neighbours come to lie far apart
+        word = hash >> 26;
+        mask = 1U << (hash >> 21 & 31);
+    }
+    uint32_t word, mask;
+};
 
 // A character that begins collating elements.
 struct ElementStart {
@@ -81,7 +91,7 @@ struct gl_collation_maps {
     uint32_t start_count;
     const uint16_t *candidates;
     const gl_collating_element *elements;
-    uint32_t parts[64]; // a bit for each hash of a character with PART_CONTINUED
+    uint32_t parts[64]; // the PartBit of each character with PART_CONTINUED
 
     uint32_t row_of(gl_wchar wc) const {
         if (wc > qbgl::LARGEST_IN_ARRAYS) return row_of_longest(wc);
@@ -90,8 +100,8 @@ struct gl_collation_maps {
     uint16_t code_of(uint32_t row, int pass) const { return codes[row << shift | static_cast<uint32_t>(pass)]; }
     // Whether an element may go on behind a character.
     bool may_continue(gl_wchar wc) const {
-        const uint32_t hash = wc * 0x9E3779B1U;
-        return (parts[hash >> 26] >> (hash >> 21 & 31) & 1) != 0;
+        const qbgl::PartBit bit(wc);
+        return (parts[bit.word] & bit.mask) != 0;
     }
 
     // The element that a text has at a place, or null; `left` characters stand there.

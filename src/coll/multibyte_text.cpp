@@ -3,6 +3,8 @@
 #include "ext/error.h"
 #include "multi/table.h"
 
+#include <string.h>
+
 namespace qbgl {
 
 bool MultibyteText::convert(gl_locale *locale, WideSpan span) {

@@ -1,5 +1,6 @@
 // Finding the rows of equal weights.
-#include "coll/model.h"
+#include "coll/lists.h"
+#include "coll/rules.h"
 
 #include <algorithm>
 

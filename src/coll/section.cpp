@@ -10,6 +10,7 @@
 //   rows 0 to ROWS                   lines of a weight for each pass, four digits; white space is free where DIRECT is 1
 #include "coll/section.h"
 
+#include "coll/lists.h"
 #include "coll/maps.h"
 #include "ext/error.h"
 #include "multi/character_table.h"
@@ -36,11 +37,11 @@ Mode read_mode(FILE *file, gl_locale *locale) {
         return Mode::FAILED;
     }
     if (strcmp(line, "as_specified\n") == 0) {
-        locale->collate.kind = KIND_AS_SPECIFIED;
+        locale->collate.kind = GL_COLLATION_AS_SPECIFIED;
         return Mode::AS_SPECIFIED;
     }
     if (strcmp(line, "thai_smo\n") == 0) {
-        locale->collate.kind = KIND_THAI;
+        locale->collate.kind = GL_COLLATION_THAI;
         return Mode::THAI;
     }
     locale->collate.kind = 0; // an unknown kind of collation has no error number

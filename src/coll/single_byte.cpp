@@ -2,8 +2,8 @@
 
 #include "coll/code_values.h"
 #include "coll/prefix.h"
-#include "coll/roads.h"
 #include "coll/walker.h"
+#include "coll/wide.h"
 #include "coll/wide_text.h"
 #include "ext/error.h"
 
@@ -120,7 +120,7 @@ template <const ForwardWalkers &WALKERS>
     if (elements && maps.backward) return compare_widened(locale, a, b); // backward walkers do not know them
     const CollateSb forward = elements ? WALKERS.with_elements : WALKERS.without_elements;
     return collate_passes(rules, first_pass, skippable(maps, a, b, common, elements), [&](int pass, Skip skip) {
-        const CollateSb collate = (rules.directions[pass] & 1) != 0 ? forward : collate_sb_back;
+        const CollateSb collate = is_forward(rules, pass) ? forward : collate_sb_back;
         return collate(maps, pass, without(a, skip), without(b, skip));
     });
 }
@@ -131,7 +131,7 @@ bool collate_aligned(const gl_collate_info &rules, const uint8_t *a, const uint8
     order = 0;
     for (int pass = 1; pass < rules.pass_count; ++pass) {
         const uint16_t *const codes = rules.maps->byte_codes + (pass << 8);
-        const bool forward = (rules.directions[pass] & 1) != 0;
+        const bool forward = is_forward(rules, pass);
         for (size_t i = 0; i < count; ++i) {
             const size_t at = forward ? i : count - 1 - i;
             const uint16_t x = codes[a[at]], y = codes[b[at]];
@@ -242,7 +242,7 @@ int qbgl::key_of_single_byte(gl_locale *locale, char *out, const char *s, int le
     };
     for (int pass = 0; pass < rules.pass_count; ++pass) {
         if (pass > 0) key.separate();
-        if ((rules.directions[pass] & 1) == 0)
+        if (!is_forward(rules, pass))
             write(std::true_type(), std::false_type(), pass);
         else if (elements)
             write(std::false_type(), std::true_type(), pass);

@@ -36,7 +36,7 @@ bool ElementMap::build(const gl_collate_info &info, WideSpan span) {
 
 TableWalk::TableWalk(const gl_collate_info &info, int pass, WideSpan span, const ElementMap &elements)
     : info_(info), weights_(info.weights[pass]), elements_(elements), text_(span.text), done_(span.length == 0) {
-    const bool forward = (info.directions[pass] & 1) != 0;
+    const bool forward = is_forward(info, pass);
     step_ = forward ? 1 : -1;
     at_ = forward ? 0 : span.length - 1;
     end_ = forward ? span.length : -1;

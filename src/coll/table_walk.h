@@ -1,8 +1,9 @@
 // The walk through a text's weights by the tables of the rules alone, step by step. Where lookup arrays are there, the walkers of
-// coll/walkers.h say the same faster.
+// coll/walker.h say the same faster.
 #pragma once
 
-#include "coll/model.h"
+#include "coll/rules.h"
+#include "util/owned.h"
 
 #include <algorithm>
 

@@ -4,6 +4,8 @@
 #include "coll/key_writer.h"
 #include "coll/maps.h"
 
+#include <string.h>
+
 namespace qbgl {
 
 // Text of a single-byte codeset. A text knows the code of what stands at a place, the bytes of an ordinary one's weight in a key
@@ -202,13 +204,14 @@ struct Skip {
     size_t before, behind;
 };
 
-// Runs the passes over two texts without what they have in common: equal weights decide nothing, whatever follows. But where a pass
-// comes to the further end of what is left with one text used up, what is skipped there has a part in it.
+// Runs the passes over what is left of two texts without the characters that they share at both ends, whose weights are equal and
+// decide nothing. Only where one text is used up first do the other's characters meet the shared ones beyond, behind the rest in a
+// forward pass and before it in a backward one: that pass is run again with them.
 template <class Pass> int collate_passes(const gl_collate_info &rules, int first_pass, Skip skip, Pass collate) {
     for (int pass = first_pass; pass < rules.pass_count; ++pass) {
         Order order = collate(pass, skip);
         if (order == EQUAL) continue;
-        size_t &further = (rules.directions[pass] & 1) != 0 ? skip.behind : skip.before;
+        size_t &further = is_forward(rules, pass) ? skip.behind : skip.before;
         if (further > 0 && (order == SHORTER || order == LONGER)) {
             further = 0;
             order = collate(pass, skip);

@@ -1,9 +1,10 @@
-// Comparison and sort keys of wide text: the entry points, and the roads that locales take.
+// Comparison and sort keys of wide text.
+#include "coll/wide.h"
+
 #include "coll/by_maps.h"
 #include "coll/by_tables.h"
 #include "coll/code_values.h"
 #include "coll/multibyte_text.h"
-#include "coll/roads.h"
 #include "coll/thai.h"
 #include "ext/error.h"
 #include "multi/table.h"
@@ -16,7 +17,7 @@ using namespace qbgl;
 
 namespace {
 
-bool is_thai(const gl_locale *locale) { return locale->collate.kind == KIND_THAI; }
+bool is_thai(const gl_locale *locale) { return locale->collate.kind == GL_COLLATION_THAI; }
 
 int compare_as_thai(gl_locale *locale, WideSpan a, WideSpan b) {
     MultibyteText text_a, text_b;

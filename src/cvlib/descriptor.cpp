@@ -55,7 +55,7 @@ FILE *open_object(gl_cv *cd, uint16_t source, uint16_t target, const char *direc
         return nullptr;
     }
     gl_cs_nums2cv_fname(cd, source, target, name.get(), directory);
-    return directory != nullptr ? gl_open_file(cd, name.get()) : gl_path_search(cd, name.get(), "cv", "9");
+    return directory != nullptr ? gl_open_file(cd, name.get()) : gl_path_search(cd, name.get(), GL_CV_DIRECTORY, GL_CV_VERSION);
 }
 
 // What follows the first "." of a specification, up to a blank, "@" or the end; empty when there is none or it is too long.
@@ -140,7 +140,7 @@ int gl_iconv_open1(gl_cv **cd, const char *file_name) {
         set_error(opened, GL_ENOFILE);
         return -1;
     }
-    return read_opened(gl_path_search(opened, file_name, "cv", "9"), opened);
+    return read_opened(gl_path_search(opened, file_name, GL_CV_DIRECTORY, GL_CV_VERSION), opened);
 }
 
 int gl_cv_unload(gl_cv *cd) {

@@ -29,7 +29,7 @@ int read_cv_header(FILE *file) {
         return equals != nullptr;
     };
     const auto skip = [](const char *) { return true; };
-    switch (read_object_header(file, "FILE_TYPE=codeset_conversion_object", "COMPILER_VERSION=9", count_of, skip)) {
+    switch (read_object_header(file, "FILE_TYPE=codeset_conversion_object", "COMPILER_VERSION=" GL_CV_VERSION, count_of, skip)) {
     case Header::READ: return 1;
     case Header::OTHER_TYPE: gl_message("Invalid CVO file. Wrong FILE_TYPE."); return 0;
     case Header::OTHER_VERSION: gl_message("Invalid CVO file. Wrong Version."); return 0;

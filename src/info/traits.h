@@ -53,9 +53,6 @@ class WideTraits {
     unsigned full_width_;
 };
 
-// The bits behind those that tell the length of a character of two or three bytes, in a codeset with continuation bytes.
-inline uint32_t continued_bits(gl_wchar wc) { return (wc >> 4 & 0xF000) | (wc >> 2 & 0xFC0) | (wc & 0x3F); }
-
 // The width of wide text; -1, without an error number, when a character has none.
 int wide_width(gl_locale *locale, const gl_wchar *begin, const gl_wchar *end);
 

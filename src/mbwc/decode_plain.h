@@ -32,14 +32,15 @@ template <TextShape SHAPE, class Take> inline bool take_plain(const uint8_t *pla
         if (limit < 3 || !continues(1) || !continues(2)) return false;
         uint16_t further;
         memcpy(&further, in + 1, sizeof further);
-        further = __builtin_bswap16(further);
-        const unsigned key = (first << 12 & 0xF000) | (further >> 2 & 0xFC0) | (further & 0x3F);
-        if (plain[key] == 0) return false;
-        take(first << 16 | further, 3);
+        const unsigned value = first << 16 | __builtin_bswap16(further);
+        if (plain[continued_bits(value)] == 0) return false;
+        take(value, 3);
         return true;
     }
-    if (first - 0xC2 > 0xDF - 0xC2 || limit < 2 || !continues(1) || plain[(first & 0x1F) << 6 | (in[1] & 0x3F)] == 0) return false;
-    take(first << 8 | in[1], 2);
+    if (first - 0xC2 > 0xDF - 0xC2 || limit < 2 || !continues(1)) return false;
+    const unsigned value = first << 8 | in[1];
+    if (plain[continued_bits(value)] == 0) return false;
+    take(value, 2);
     return true;
 }
 

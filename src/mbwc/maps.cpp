@@ -72,12 +72,8 @@ class BlockPool {
 
 void find_plain(const CodesetMaps &maps, uint8_t *plain) {
     for (uint32_t value = 0; value < plain_values(maps.shape); ++value) {
-        gl_wchar wc = value;
-        if (maps.shape == TextShape::CONTINUATION && value >= 0x80) {
-            wc = 0x80 | (value & 0x3F);
-            wc |= value < 0x800 ? 0xC000 | (value << 2 & 0x1F00) : 0xE08000 | (value << 2 & 0x3F00) | (value << 4 & 0xF0000);
-        }
-        plain[value] = maps.traits(wc);
+        const bool continued = maps.shape == TextShape::CONTINUATION && value >= 0x80;
+        plain[value] = maps.traits(continued ? continued_character(value) : value);
     }
 }
 

@@ -44,7 +44,7 @@ struct CodesetMaps : gl_codeset_maps {
     bool all_single;     // any byte is a character of its own
     uint16_t full_width; // mask of the class of characters of two columns, 0 for none
     // Null for OTHER. 65536 bytes, the traits of each character of the lengths that the shape tells: by its value for ONE_OR_TWO,
-    // for CONTINUATION by the bits behind those that tell its length.
+    // by its continued_bits for CONTINUATION.
     const uint8_t *plain;
 
     bool has(gl_wchar wc) const {
@@ -57,6 +57,15 @@ struct CodesetMaps : gl_codeset_maps {
         return has(wc) ? traits_of(cells[page_blocks[wc >> 8] * 256u + (wc & 255)].classes, full_width) : 0;
     }
 };
+
+// The bits of a character of two or three bytes, in a codeset with continuation bytes, behind those that tell its length; and the
+// character that has them.
+constexpr uint32_t continued_bits(gl_wchar wc) { return (wc >> 4 & 0xF000) | (wc >> 2 & 0xFC0) | (wc & 0x3F); }
+constexpr gl_wchar continued_character(uint32_t bits) {
+    const gl_wchar last = 0x80 | (bits & 0x3F);
+    return bits < 0x800 ? 0xC000 | (bits << 2 & 0x1F00) | last : 0xE08000 | (bits << 4 & 0xF0000) | (bits << 2 & 0x3F00) | last;
+}
+static_assert(continued_character(continued_bits(0xC3BF)) == 0xC3BF && continued_character(continued_bits(0xEFBFAD)) == 0xEFBFAD);
 
 // Builds the arrays of a record whose tables are read: one block of memory, freed with free_codeset_maps. Null when memory is out
 // or the codeset has more of anything than the arrays can number: then the tables alone serve. `full_width` is the mask of the

@@ -18,7 +18,7 @@ FILE *open_default(gl_locale *locale, const char *directory) {
         strcpy(stpcpy(path, directory), DEFAULT_OBJECT);
         if (FILE *file = _gl_ext_fopen(path, "r")) return file;
     }
-    return gl_path_search(locale, DEFAULT_OBJECT, OBJECT_DIRECTORY, OBJECT_VERSION);
+    return gl_path_search(locale, DEFAULT_OBJECT, GL_LC_DIRECTORY, GL_LC_VERSION);
 }
 
 int read_default(FILE *file, gl_locale *locale) {

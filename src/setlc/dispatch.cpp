@@ -13,9 +13,6 @@ namespace qbgl {
 
 namespace {
 
-constexpr int THAI = 2, EXTENSION = 3; // kinds of collation
-constexpr int BACKWARD = 2;            // a direction
-
 void set_conversion_fp(gl_locale *locale, bool single_byte) {
     locale->mbstowcs = single_byte ? _gl_is_mbstowcs : _gl_im_mbstowcs;
     locale->mbfstowcfs = single_byte ? _qbx_gl_is_mbfstowcfs : _qbx_gl_im_mbfstowcfs;
@@ -55,7 +52,7 @@ constexpr Collation MULTIBYTE = {_gl_im_mbscoll, _qbx_gl_im_mbfscoll};
 Collation single_byte_collation(const gl_collate_info &rules) {
     const bool expansions = rules.expansion_count > 0, elements = rules.element_count > 0;
     const int passes = std::min(rules.pass_count, GL_MAX_PASSES);
-    const bool backward = std::count(rules.directions, rules.directions + passes, BACKWARD) > 0;
+    const bool backward = std::count(rules.directions, rules.directions + passes, GL_PASS_BACKWARD) > 0;
     if (backward && (expansions || elements)) return MULTIBYTE;
     if (expansions && elements) return {_gl_is_mbscoll_exp_elem, _qbx_gl_is_mbfscoll_exp_elem};
     if (expansions) return {_gl_is_mbscoll_exp, _qbx_gl_is_mbfscoll_exp};
@@ -68,10 +65,10 @@ Collation single_byte_collation(const gl_collate_info &rules) {
 void set_collation_fp(gl_locale *locale) {
     Collation collation = MULTIBYTE;
     locale->mbsxfrm = gl_full_mbsxfrm;
-    if (locale->collate.kind == THAI) {
+    if (locale->collate.kind == GL_COLLATION_THAI) {
         collation = {_gl_thaismocoll, _qbx_gl_thaismoncoll};
         locale->mbsxfrm = _gl_thaismoxfrm;
-    } else if (locale->collate.kind == EXTENSION) {
+    } else if (locale->collate.kind == GL_COLLATION_EXTENSION) {
         collation = {_glu_mbscoll, _glu_mbfscoll};
         locale->mbsxfrm = _glu_mbsxfrm;
     } else if (locale->single_byte != 0) {

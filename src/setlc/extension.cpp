@@ -9,8 +9,6 @@ namespace qbgl {
 
 namespace {
 
-constexpr int COLLATION_BY_EXTENSION = 3;
-
 // The handle of another category of the same name; one that belongs to the source of a copy is not ours to share.
 void *handle_of_name(const gl_locale *locale, const char *name) {
     for (int other = FIRST_CATEGORY; other <= LAST_CATEGORY; ++other) {
@@ -47,7 +45,7 @@ int set_categories_glu(gl_locale *locale, int category, const char *name) {
     if (handle == nullptr) return -1;
     locale->glu_handle[category] = handle;
     locale->glu_flag[category] = 1;
-    if (category == GL_CAT_COLLATE) locale->collate.kind = COLLATION_BY_EXTENSION;
+    if (category == GL_CAT_COLLATE) locale->collate.kind = GL_COLLATION_EXTENSION;
     return 0;
 }
 

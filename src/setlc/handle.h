@@ -16,7 +16,6 @@ inline constexpr size_t LONGEST_LOCALE_NAME = sizeof gl_locale::locale_name[0];
 using LocaleName = char[LONGEST_LOCALE_NAME + 1];
 using CodesetName = char[sizeof gl_locale::codeset_name[0]];
 inline constexpr char DEFAULT_OBJECT[] = "default.lco", NATIVE[] = "native";
-inline constexpr char OBJECT_DIRECTORY[] = "lc", OBJECT_VERSION[] = "11";
 
 // Whether a handle is one that nobody may write to or free. Null counts as one.
 bool is_canned(const gl_locale *locale);

@@ -67,7 +67,7 @@ bool gather_locales(NameList &names) {
     const RegistrySnapshot registry;
     Gathering in = {names, registry, ""};
     const auto look_into = [](const char *directory, void *data) { return visit_entries(directory, note_entry, data); };
-    return visit_directories(OBJECT_DIRECTORY, OBJECT_VERSION, look_into, &in);
+    return visit_directories(GL_LC_DIRECTORY, GL_LC_VERSION, look_into, &in);
 }
 
 } // namespace

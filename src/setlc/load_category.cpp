@@ -61,7 +61,7 @@ struct Source {
 bool open_object(ObjectFile &object, gl_locale *locale, const Source &source) {
     object.stream.reset();
     FILE *file = source.directory != nullptr ? open_in(locale, source.directory, source.file_name)
-                                             : gl_path_search(locale, source.file_name, OBJECT_DIRECTORY, OBJECT_VERSION);
+                                             : gl_path_search(locale, source.file_name, GL_LC_DIRECTORY, GL_LC_VERSION);
     if (file == nullptr) return false;
     memcpy(object.name, source.name, sizeof object.name);
     object.stream.emplace(file);

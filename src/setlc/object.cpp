@@ -3,6 +3,7 @@
 #include "coll/section.h"
 #include "ext/error.h"
 #include "setlc/categories.h"
+#include "spec/category.h"
 #include "util/object_header.h"
 #include "util/tokens.h"
 
@@ -13,7 +14,14 @@ namespace qbgl {
 
 const char *const category_markers[8] = {
     "", "", "### LC_CTYPE\n", "### LC_COLLATE\n", "### LC_NUMERIC\n", "### LC_MONETARY\n", "### LC_TIME\n", "### LC_MESSAGES\n"};
-const char *const category_params[8] = {"", "", "GL_CTYPE", "GL_COLLATE", "GL_NUMERIC", "GL_MONETARY", "GL_TIME", "GL_MESSAGES"};
+const char *const category_params[8] = {"",
+                                        "",
+                                        keyword_of(GL_CAT_CTYPE),
+                                        keyword_of(GL_CAT_COLLATE),
+                                        keyword_of(GL_CAT_NUMERIC),
+                                        keyword_of(GL_CAT_MONETARY),
+                                        keyword_of(GL_CAT_TIME),
+                                        keyword_of(GL_CAT_MESSAGES)};
 
 namespace {
 
@@ -96,7 +104,7 @@ int read_file_header(FILE *file, ObjectHeader &header, int32_t *error) {
         take_order(line, header.order);
         return true;
     };
-    const Header result = read_object_header(file, "FILE_TYPE=locale_object", "COMPILER_VERSION=11", count_of, take);
+    const Header result = read_object_header(file, "FILE_TYPE=locale_object", "COMPILER_VERSION=" GL_LC_VERSION, count_of, take);
     *error = 0;
     if (result == Header::READ && read_line(file, header.codeset, sizeof header.codeset)) return 1;
     *error = result == Header::OTHER_VERSION ? GL_EVERSION : GL_EBADFILE;

@@ -32,6 +32,9 @@ inline constexpr std::array<std::string_view, CATEGORY_COUNT> LONG_FORM = [] {
     return keywords;
 }();
 
+// Null-terminated.
+constexpr const char *keyword_of(int selector) { return LONG_FORM[selector - GL_CAT_CTYPE].data(); }
+
 // The category whose keyword comes next, or null.
 const Category *find_category(const Cursor &at);
 const Category *take_category(Cursor &at);

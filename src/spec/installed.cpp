@@ -41,8 +41,8 @@ bool note_codesets(const char *, const char *name, void *data) {
 bool gather_codesets(NameList &names) {
     NumberSet found;
     const auto look_into = [](const char *directory, void *data) { return visit_entries(directory, note_codesets, data); };
-    visit_directories("cm", "3", look_into, &found);
-    visit_directories("cv", "9", look_into, &found);
+    visit_directories(GL_CM_DIRECTORY, GL_CM_VERSION, look_into, &found);
+    visit_directories(GL_CV_DIRECTORY, GL_CV_VERSION, look_into, &found);
     const RegistrySnapshot registry;
     for (uint32_t number = 0; number < 65536; ++number) {
         if (!found.has(number)) continue;

@@ -23,7 +23,7 @@ bool file_exists(std::string_view name, const char *directory) {
     }
     out.put_lower(name);
     out.terminate();
-    const Stream stream(search ? gl_path_search(nullptr, path, "lc", "11") : _gl_ext_fopen(path, "r"));
+    const Stream stream(search ? gl_path_search(nullptr, path, GL_LC_DIRECTORY, GL_LC_VERSION) : _gl_ext_fopen(path, "r"));
     return static_cast<bool>(stream);
 }
 

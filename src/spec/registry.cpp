@@ -20,7 +20,8 @@ namespace {
 class RegistryFile {
   public:
     RegistryFile(void *ctx, const char *path)
-        : stream_(path != nullptr ? gl_reg_functions.open(path, "r") : gl_path_search_no_ext(ctx, "registry", "cm", "3")) {}
+        : stream_(path != nullptr ? gl_reg_functions.open(path, "r")
+                                  : gl_path_search_no_ext(ctx, "registry", GL_CM_DIRECTORY, GL_CM_VERSION)) {}
     RegistryFile(const RegistryFile &) = delete;
     RegistryFile &operator=(const RegistryFile &) = delete;
     ~RegistryFile() {

@@ -11,8 +11,6 @@ using namespace qbgl;
 
 namespace {
 
-constexpr char CHARMAP_DIRECTORY[] = "cm", CHARMAP_VERSION[] = "3";
-
 constexpr gl_charmap canned(int error) {
     gl_charmap cm = {};
     cm.error = error;
@@ -37,7 +35,7 @@ FILE *open_charmap(gl_charmap *cm, const char *spec, const char *registry_path, 
         name = numbered;
     }
     if (name == nullptr) return nullptr;
-    if (directory == nullptr) return gl_path_search(cm, name, CHARMAP_DIRECTORY, CHARMAP_VERSION);
+    if (directory == nullptr) return gl_path_search(cm, name, GL_CM_DIRECTORY, GL_CM_VERSION);
     const size_t size = strlen(directory) + 1 + strlen(name) + 1;
     const Owned<char> path = size <= UINT32_MAX ? Owned<char>::allocate(static_cast<uint32_t>(size)) : Owned<char>();
     if (!path) {

@@ -56,8 +56,8 @@ int read_cmap_header(FILE *stream, gl_charmap *cm) {
         return is_number;
     };
     const auto take = [cm](const char *line) { return take_header_line(line, cm); };
-    switch (read_object_header(stream, "FILE_TYPE=charmap_object", "COMPILER_VERSION=3", count_of, take)) {
-    case Header::READ: cm->compiler_version = 3; return 0;
+    switch (read_object_header(stream, "FILE_TYPE=charmap_object", "COMPILER_VERSION=" GL_CM_VERSION, count_of, take)) {
+    case Header::READ: cm->compiler_version = static_cast<int32_t>(strtol(GL_CM_VERSION, nullptr, 10)); return 0;
     case Header::OTHER_VERSION: return GL_EVERSION;
     default: return GL_EBADFILE;
     }

@@ -106,9 +106,8 @@ Section character_types(gl_locale &locale) {
 }
 
 const char *kind_of_collation(const gl_collate_info &collate) {
-    constexpr int THAI = 2, EXTENSION = 3;
-    if (collate.kind == THAI) return "thai";
-    if (collate.kind == EXTENSION) return "extension library";
+    if (collate.kind == GL_COLLATION_THAI) return "thai";
+    if (collate.kind == GL_COLLATION_EXTENSION) return "extension library";
     return collate.direct != 0 ? "code values" : "as specified";
 }
 
@@ -119,7 +118,6 @@ template <typename Entry> int64_t length_of(const Entry *list, bool (*is_end)(co
 }
 
 Section collation(gl_locale &locale) {
-    constexpr int BACKWARD = 2;
     Section section = CategorySection(locale, GL_CAT_COLLATE, "LC_COLLATE").section;
     const gl_collate_info &collate = locale.collate;
     // Orders of equal fingerprints are the same; the handle does not keep it.
@@ -133,7 +131,7 @@ Section collation(gl_locale &locale) {
     std::vector<std::string> directions;
     directions.reserve(GL_MAX_PASSES);
     for (int pass = 0; pass < collate.pass_count; ++pass)
-        directions.emplace_back(collate.directions[pass] == BACKWARD ? "backward" : "forward");
+        directions.emplace_back((collate.directions[pass] & GL_PASS_FORWARD) != 0 ? "forward" : "backward");
     section.rows.push_back(
         {"passes", {directions.empty() ? "none" : fmt::format("{}", fmt::join(directions, " "))}, json_strings(directions)});
     section.number("rows", collate.row_count);

@@ -9,7 +9,6 @@ namespace {
 
 using Characters = std::vector<gl_wchar>;
 
-constexpr unsigned SPECIAL_BIT = 0x8000, EXPANSION_BIT = 0x4000, LOW_BITS = 0x3FFF, IGNORED = 1;
 constexpr gl_wchar ELEMENT_CODE = 1;
 
 // What has a row of weights: a character, or a collating element.
@@ -67,14 +66,14 @@ class Walk {
     // Adds a step. Returns the expansion that it leads to, if it does.
     std::optional<unsigned> add(const Unit &unit, const Characters &of) {
         const unsigned weight = unit.row ? weights_[*unit.row] : 0;
-        const bool expands = (weight & (SPECIAL_BIT | EXPANSION_BIT)) == EXPANSION_BIT;
-        const StepSort sort = !unit.row                     ? StepSort::UNKNOWN
-                              : (weight & SPECIAL_BIT) != 0 ? StepSort::SPECIAL
-                              : expands                     ? StepSort::EXPANSION
-                              : weight == IGNORED           ? StepSort::IGNORED
-                                                            : StepSort::WEIGHT;
-        steps_.push_back({sort, weight & LOW_BITS, unit.code, unit.chars, of});
-        return expands ? std::optional<unsigned>(weight & LOW_BITS) : std::nullopt;
+        const bool expands = (weight & (GL_WEIGHT_SPECIAL | GL_WEIGHT_EXPANSION)) == GL_WEIGHT_EXPANSION;
+        const StepSort sort = !unit.row                           ? StepSort::UNKNOWN
+                              : (weight & GL_WEIGHT_SPECIAL) != 0 ? StepSort::SPECIAL
+                              : expands                           ? StepSort::EXPANSION
+                              : weight == GL_WEIGHT_IGNORED       ? StepSort::IGNORED
+                                                                  : StepSort::WEIGHT;
+        steps_.push_back({sort, weight & GL_WEIGHT_VALUE, unit.code, unit.chars, of});
+        return expands ? std::optional<unsigned>(weight & GL_WEIGHT_VALUE) : std::nullopt;
     }
 
     // An expansion within an expansion takes the place of what is left of that one; loading has seen to it that this ends.
@@ -118,7 +117,7 @@ size_t pass_count(const gl_locale &locale) {
 }
 
 bool is_backward(const gl_locale &locale, size_t pass) {
-    return locale.coll_extras == 0 && (locale.collate.directions[pass] & 1) == 0;
+    return locale.coll_extras == 0 && (locale.collate.directions[pass] & GL_PASS_FORWARD) == 0;
 }
 
 Steps walk_pass(const gl_locale &locale, const std::vector<gl_wchar> &text, size_t pass) {

@@ -20,7 +20,7 @@ uint16_t number_of(const std::string &name) { return gl_lc_spec2cs_num(nullptr, 
 bool has_object(uint16_t source, uint16_t target) {
     char name[16];
     gl_cs_nums2cv_fname(nullptr, source, target, name, nullptr);
-    FILE *file = gl_path_search_no_ext(nullptr, name, "cv", "9");
+    FILE *file = gl_path_search_no_ext(nullptr, name, GL_CV_DIRECTORY, GL_CV_VERSION);
     if (file != nullptr) fclose(file);
     return file != nullptr;
 }

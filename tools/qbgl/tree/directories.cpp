@@ -1,5 +1,7 @@
 #include "tree/directories.h"
 
+#include <qbgl.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fmt/format.h>
@@ -48,11 +50,11 @@ std::string tree_directory() {
     return tree.empty() ? "/usr/quorbane/" : tree;
 }
 
-std::vector<std::string> conversion_directories() { return directories_of("cv9", "cv"); }
+std::vector<std::string> conversion_directories() { return directories_of(GL_CV_DIRECTORY GL_CV_VERSION, GL_CV_DIRECTORY); }
 
-std::vector<std::string> locale_directories() { return directories_of("lc11", "lc"); }
+std::vector<std::string> locale_directories() { return directories_of(GL_LC_DIRECTORY GL_LC_VERSION, GL_LC_DIRECTORY); }
 
-std::vector<std::string> charmap_directories() { return directories_of("cm3", "cm"); }
+std::vector<std::string> charmap_directories() { return directories_of(GL_CM_DIRECTORY GL_CM_VERSION, GL_CM_DIRECTORY); }
 
 Failure no_tree() {
     const std::string path = variable("GL_PATH");

@@ -18,7 +18,8 @@ std::string Registry::name_of(uint16_t number) const {
 
 Registry read_registry() {
     Registry result;
-    const std::unique_ptr<FILE, int (*)(FILE *)> file(gl_path_search_no_ext(nullptr, "registry", "cm", "3"), fclose);
+    const std::unique_ptr<FILE, int (*)(FILE *)> file(gl_path_search_no_ext(nullptr, "registry", GL_CM_DIRECTORY, GL_CM_VERSION),
+                                                      fclose);
     if (file == nullptr) return result;
     char name[22];
     while (_gl_next_cs_name_from_registry(file.get(), name, sizeof name) == 1) {

@@ -1,6 +1,7 @@
 // The weights of one level in one codeset.
 #pragma once
 
+#include "coll/rules.h"
 #include "collation/order.h"
 #include "collation/share.h"
 
@@ -26,7 +27,8 @@ class CollationExpansions {
 };
 
 struct CollationLevel {
-    static constexpr uint16_t IGNORED = 1, FIRST = 2, LAST = 0x3FFF, EXPANSION = 0x4000, SPECIAL = 0x8000;
+    static constexpr uint16_t IGNORED = WEIGHT_IGNORED, FIRST = 2, LAST = WEIGHT_VALUE, EXPANSION = WEIGHT_EXPANSION,
+                              SPECIAL = WEIGHT_SPECIAL;
     static constexpr uint16_t LAST_OF_ONE_BYTE = 253; // in sort keys
 
     std::vector<uint16_t> weights; // by member of the share

@@ -1,5 +1,6 @@
 #include "conversion/join.h"
 
+#include "cvlib/record.h"
 #include "system/error.h"
 
 namespace qbgl::compiler {
@@ -59,11 +60,11 @@ class Joiner {
             return record;
         }
         record.output = writes_as_stored() && target_.form() != Codeset::Form::BYTES ? target->bytes.reversed() : target->bytes;
-        record.control = static_cast<uint8_t>(CONTROL_MAPPED | record.output.length);
-        if (character.code == 0) record.control |= CONTROL_TERMINATOR;
-        if (target->shifted) record.control |= CONTROL_TARGET_SHIFTED;
+        record.control = static_cast<uint8_t>(RECORD_MAPPED | record.output.length);
+        if (character.code == 0) record.control |= RECORD_TERMINATOR;
+        if (target->shifted) record.control |= RECORD_TARGET_SHIFTED;
         if (substituted) {
-            record.control |= CONTROL_SUBSTITUTED;
+            record.control |= RECORD_SUBSTITUTED;
             ++result_.substituted;
         }
         return record;
@@ -84,12 +85,12 @@ class Joiner {
     void add_shifts() {
         const ConversionRecord out{Sequence::big_endian(SHIFT_OUT, 1), 0, {}}, in{Sequence::big_endian(SHIFT_IN, 1), 0, {}};
         const auto add = [](std::vector<ConversionRecord> &table, ConversionRecord record, uint8_t control) {
-            record.control = static_cast<uint8_t>(CONTROL_MAPPED | control);
+            record.control = static_cast<uint8_t>(RECORD_MAPPED | control);
             table.push_back(record);
         };
-        add(result_.main, out, CONTROL_TOGGLE_SOURCE);
+        add(result_.main, out, RECORD_TOGGLES_SOURCE);
         add(result_.main, in, 0);
-        add(result_.shifted, in, CONTROL_TOGGLE_SOURCE);
+        add(result_.shifted, in, RECORD_TOGGLES_SOURCE);
         add(result_.shifted, out, 0);
         result_.source.count(1);
     }

@@ -8,18 +8,11 @@
 
 namespace qbgl::compiler {
 
-// The control byte of a table record; its low three bits count the output bytes.
-inline constexpr uint8_t CONTROL_TERMINATOR = 0x08;
-inline constexpr uint8_t CONTROL_MAPPED = 0x10; // a control byte without any of the upper bits means "no mapping"
-inline constexpr uint8_t CONTROL_SUBSTITUTED = 0x20;
-inline constexpr uint8_t CONTROL_TARGET_SHIFTED = 0x40;
-inline constexpr uint8_t CONTROL_TOGGLE_SOURCE = 0x80;
-
 inline constexpr uint8_t SHIFT_OUT = 0x0E, SHIFT_IN = 0x0F;
 
 struct ConversionRecord {
     Sequence key;
-    uint8_t control; // 0: a character that the target cannot express
+    uint8_t control; // as cvlib/record.h tells; 0: a character that the target cannot express
     Sequence output;
 };
 

@@ -29,6 +29,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr const char *LOCALES = GL_LC_DIRECTORY GL_LC_VERSION, *CONVERSIONS = GL_CV_DIRECTORY GL_CV_VERSION,
+                     *CHARMAPS = GL_CM_DIRECTORY GL_CM_VERSION;
+
 enum class State { MISSING, OUTDATED, DAMAGED, CURRENT };
 
 struct Task {
@@ -105,7 +108,7 @@ class TreeBuilder {
         : library_(library), locales_(library), root_(directory / "vrn"), options_(options) {}
 
     TreeReport build() {
-        for (const char *name : {"lc11", "cm3", "cv9", "etc", "dll"}) fs::create_directories(root_ / name);
+        for (const char *name : {LOCALES, CHARMAPS, CONVERSIONS, "etc", "dll"}) fs::create_directories(root_ / name);
         const DirectoryLock lock(root_, DirectoryLock::Kind::WRITER, options_.waits);
         plan_all();
         if (!has_content(registry(), library_.catalogue().registry())) replace_file(registry(), library_.catalogue().registry());
@@ -114,7 +117,7 @@ class TreeBuilder {
         std::erase_if(tasks_, [](const Task &task) { return task.state == State::CURRENT; });
         load_codesets();
         make_objects();
-        for (const auto &[name, object] : links_) update_link(root_ / "cv9" / name, object);
+        for (const auto &[name, object] : links_) update_link(root_ / CONVERSIONS / name, object);
         report_.inexact = locales_.take_warnings().size();
         errors_.throw_if_any();
         return std::move(report_);
@@ -135,14 +138,14 @@ class TreeBuilder {
         }
         if (!has_content(registry(), library_.catalogue().registry())) find(registry(), "is out of date");
         for (const auto &[name, object] : links_)
-            if (!leads_to(root_ / "cv9" / name, object)) find(root_ / "cv9" / name, "is no link to its object");
+            if (!leads_to(root_ / CONVERSIONS / name, object)) find(root_ / CONVERSIONS / name, "is no link to its object");
         for (const fs::path &other : others()) find(other, "is not in the recipes");
         std::sort(findings.begin(), findings.end());
         return findings;
     }
 
   private:
-    fs::path registry() const { return root_ / "cm3" / "registry"; }
+    fs::path registry() const { return root_ / CHARMAPS / "registry"; }
 
     void plan_all() {
         plan_conversions();
@@ -156,8 +159,9 @@ class TreeBuilder {
 
     std::vector<fs::path> others() const {
         std::vector<fs::path> result;
-        for (const char *directory : {"cv9", "lc11", "cm3"}) {
-            const auto more = others_in(root_ / directory, directory == std::string_view("cv9") ? links_ : no_links_, wanted_);
+        for (const char *directory : {CONVERSIONS, LOCALES, CHARMAPS}) {
+            const auto more =
+                others_in(root_ / directory, directory == std::string_view(CONVERSIONS) ? links_ : no_links_, wanted_);
             result.insert(result.end(), more.begin(), more.end());
         }
         return result;
@@ -185,7 +189,7 @@ class TreeBuilder {
         report_.links = links_.size();
         for (const Catalogue::Pair &pair : pairs) {
             const std::string header = conversion_header(library_.header_lines(pair));
-            plan({root_ / "cv9" / object_name(catalogue, pair), header, {pair.first, pair.second}, [this, pair, header] {
+            plan({root_ / CONVERSIONS / object_name(catalogue, pair), header, {pair.first, pair.second}, [this, pair, header] {
                       const Codeset &source = *library_.codeset(pair.first), &target = *library_.codeset(pair.second);
                       try {
                           return conversion_object(join(source, target, library_.substitutions()), header);
@@ -204,7 +208,7 @@ class TreeBuilder {
         parallel_for(wanted.size(), options_.threads,
                      [&](size_t i) { errors_.collect([&] { locales_.definition(wanted[i].definition); }); });
         for (const LocaleTask &locale : wanted) {
-            const fs::path path = root_ / "lc11" / locale.file;
+            const fs::path path = root_ / LOCALES / locale.file;
             wanted_.insert(path); // also with a definition that is wrong: the object that is there stays
             errors_.collect([&] {
                 const std::string header = locales_.header(locale.definition, locale.codeset, locale.calendar, locale.collation);
@@ -222,7 +226,7 @@ class TreeBuilder {
             if (!library_.charmap(i)) continue;
             const std::string header = charmap_header(library_, i);
             ++report_.charmaps;
-            plan({root_ / "cm3" / fmt::format("{:04x}.cmo", codesets[i].number), header, {i}, [this, i, header] {
+            plan({root_ / CHARMAPS / fmt::format("{:04x}.cmo", codesets[i].number), header, {i}, [this, i, header] {
                       return charmap_object(symbolic_names(library_, i), header);
                   }});
         }

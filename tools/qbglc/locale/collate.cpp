@@ -19,8 +19,6 @@ namespace qbgl::compiler {
 
 namespace {
 
-constexpr unsigned FORWARD = 1, BACKWARD = 2;
-
 int write_row_number(FILE *stream, const void *entry) {
     uint16_t value;
     std::memcpy(&value, entry, sizeof value);
@@ -94,7 +92,7 @@ class Section {
     void add_pass(CollationLevel pass, size_t level) {
         result_.warnings.insert(result_.warnings.end(), pass.warnings.begin(), pass.warnings.end());
         levels_.push_back(std::move(pass));
-        directions_.push_back(order_.levels()[level].backward ? BACKWARD : FORWARD);
+        directions_.push_back(order_.levels()[level].backward ? GL_PASS_BACKWARD : GL_PASS_FORWARD);
     }
 
     // Every character alone on its weight, or on one that leaves the order to the code, and all in the order of their codes.

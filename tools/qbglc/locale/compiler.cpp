@@ -20,7 +20,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr unsigned OBJECT_VERSION = 11;
 constexpr size_t LONGEST_CODESET_NAME = 19; // on the codeset line
 
 std::string language_of(const std::string &definition) {
@@ -79,7 +78,7 @@ std::string LocaleCompiler::header(const std::string &name, const std::string &c
     Fingerprint content;
     for (const fs::path &source : definition(name)->sources) content.add(file_mark(source));
     content.add(codeset_mark).add(calendar).add(collation).add(calendars_mark_).add(compiler_digest(ObjectKind::LOCALE));
-    return object_header("locale_object", OBJECT_VERSION,
+    return object_header("locale_object", GL_LC_VERSION,
                          {"DEFINITION=" + fs::path(name).filename().string(), "CONTENT=" + content.hex()}, 1);
 }
 

@@ -130,7 +130,7 @@ std::vector<SymbolicName> symbolic_names(Library &library, size_t index) {
 std::string charmap_header(const std::string &codeset, const std::vector<std::string> &lines) {
     std::vector<std::string> all{"CODESET=" + codeset, "SOURCE_VERSION=1"};
     all.insert(all.end(), lines.begin(), lines.end());
-    return object_header("charmap_object", 3, all, 0, "HEADER_LENGTH");
+    return object_header("charmap_object", GL_CM_VERSION, all, 0, "HEADER_LENGTH");
 }
 
 std::string charmap_header(Library &library, size_t codeset) {

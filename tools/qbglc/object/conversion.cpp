@@ -1,5 +1,6 @@
 #include "object/conversion.h"
 
+#include "cvlib/record.h"
 #include "object/seal.h"
 #include "object/text.h"
 
@@ -14,7 +15,7 @@ namespace {
 int write_entry(FILE *stream, const void *entry) {
     constexpr const char *DIGITS = "0123456789abcdef";
     const auto *bytes = static_cast<const uint8_t *>(entry);
-    const int count = 1 + (bytes[0] & 7);
+    const int count = 1 + Record(bytes).length();
     for (int i = 0; i < count; ++i) {
         putc_unlocked(DIGITS[bytes[i] >> 4], stream);
         putc_unlocked(DIGITS[bytes[i] & 15], stream);
@@ -36,7 +37,7 @@ std::string table_text(const std::vector<ConversionRecord> &records, int target_
 } // namespace
 
 std::string conversion_header(const std::vector<std::string> &lines) {
-    return object_header("codeset_conversion_object", 9, lines);
+    return object_header("codeset_conversion_object", GL_CV_VERSION, lines);
 }
 
 std::string conversion_object(const Conversion &conversion, const std::string &header) {

@@ -41,8 +41,8 @@ class MemoryStream {
 
 } // namespace
 
-std::string object_header(std::string_view file_type, unsigned version, const std::vector<std::string> &lines, size_t further,
-                          std::string_view count_keyword) {
+std::string object_header(std::string_view file_type, std::string_view version, const std::vector<std::string> &lines,
+                          size_t further, std::string_view count_keyword) {
     const size_t count = 3 + lines.size() + further + 1; // the seal
     std::string text = fmt::format("FILE_TYPE={}\nCOMPILER_VERSION={}\n{}={}\n", file_type, version, count_keyword, count);
     for (const std::string &line : lines) {

@@ -16,8 +16,8 @@ namespace qbgl::compiler {
 // content when the lines name everything that the content depends on; `further` lines, which the caller appends, follow from the
 // content, and so does the seal behind them, which is counted here. Throws DataError for a line that a reader of objects could not
 // take.
-std::string object_header(std::string_view file_type, unsigned version, const std::vector<std::string> &lines, size_t further = 0,
-                          std::string_view count_keyword = "HEADER_LINES");
+std::string object_header(std::string_view file_type, std::string_view version, const std::vector<std::string> &lines,
+                          size_t further = 0, std::string_view count_keyword = "HEADER_LINES");
 
 // growth / per with a decimal point. In millionths, rounded up and computed in integers, so that every machine writes the same
 // digits.

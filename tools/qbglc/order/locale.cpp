@@ -1,5 +1,6 @@
 #include "order/locale.h"
 
+#include "coll/rules.h"
 #include "system/error.h"
 
 #include <fmt/format.h>
@@ -13,8 +14,7 @@ namespace qbgl::compiler {
 namespace {
 
 constexpr int LONGEST_CHARACTER = 4;
-constexpr int BY_TABLES = 1;                                             // a kind of collation
-constexpr uint16_t SPECIAL = 0x8000, EXPANSION = 0x4000, VALUE = 0x3FFF; // of a weight
+constexpr int BY_TABLES = 1; // a kind of collation
 
 // The object that the library finds in the place of the default one.
 std::string object_to_load;
@@ -101,8 +101,8 @@ std::vector<std::string> OrderLocale::expansions() const {
     std::vector<std::string> result;
     for (int32_t row = 0; rules().pass_count > 0 && row <= rules().row_count; ++row) {
         const uint16_t weight = rules().weights[0][row];
-        if ((weight & (SPECIAL | EXPANSION)) != EXPANSION) continue;
-        const gl_expansion &expansion = rules().expansions[weight & VALUE];
+        if (!is_expansion(weight)) continue;
+        const gl_expansion &expansion = rules().expansions[weight & WEIGHT_VALUE];
         if (std::string text = encoded(expansion.chars, expansion.count); !text.empty()) result.push_back(std::move(text));
     }
     sort_unique(result);

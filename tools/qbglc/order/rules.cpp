@@ -1,6 +1,8 @@
 // The weights of two locales against each other.
 #include "order/compare.h"
 
+#include "coll/rules.h"
+
 #include <algorithm>
 #include <array>
 #include <map>
@@ -11,8 +13,6 @@ namespace qbgl::compiler {
 
 namespace {
 
-constexpr uint16_t IGNORED = 1, SPECIAL = 0x8000, EXPANSION = 0x4000, VALUE = 0x3FFF;
-constexpr int FORWARD = 1;       // bit of a direction
 constexpr uint64_t UNKNOWN = 0;  // ends the text
 constexpr int MOST_STEPS = 1024; // of one expansion: one may lead back to itself
 
@@ -41,7 +41,7 @@ class Weights {
         }
         std::vector<uint64_t> result;
         if (const auto element = elements_.find(chars); element != elements_.end())
-            add_row(element->second, IGNORED, pass, result);
+            add_row(element->second, WEIGHT_IGNORED, pass, result);
         else if (chars.size() == 1)
             add_character(chars[0], pass, result);
         else
@@ -50,11 +50,10 @@ class Weights {
     }
 
   private:
-    static constexpr bool is_expansion(uint16_t weight) { return (weight & (SPECIAL | EXPANSION)) == EXPANSION; }
     static void add(uint16_t weight, gl_wchar code, std::vector<uint64_t> &result) {
-        const bool special = (weight & SPECIAL) != 0;
-        if (weight != IGNORED)
-            result.push_back(uint64_t{weight} % (VALUE + 1) << 33 | uint64_t{special} << 32 | (special ? code : 0));
+        const bool special = (weight & WEIGHT_SPECIAL) != 0;
+        if (weight != WEIGHT_IGNORED)
+            result.push_back(uint64_t{weight} % (WEIGHT_VALUE + 1) << 33 | uint64_t{special} << 32 | (special ? code : 0));
     }
 
     void add_character(gl_wchar code, int pass, std::vector<uint64_t> &result) const {
@@ -66,13 +65,13 @@ class Weights {
     void add_row(uint16_t row, gl_wchar code, int pass, std::vector<uint64_t> &result) const {
         const uint16_t weight = rules_.weights[pass][row];
         if (is_expansion(weight))
-            add_expansion(&rules_.expansions[weight & VALUE], pass, result);
+            add_expansion(&rules_.expansions[weight & WEIGHT_VALUE], pass, result);
         else
             add(weight, code, result);
     }
     // As a comparison walks: an expansion inside an expansion takes its place.
     void add_expansion(const gl_expansion *expansion, int pass, std::vector<uint64_t> &result) const {
-        const bool forward = (rules_.directions[pass] & FORWARD) != 0;
+        const bool forward = is_forward(rules_, pass);
         int steps = 0;
         for (int32_t i = 0; i < expansion->count && ++steps < MOST_STEPS;) {
             const gl_wchar code = expansion->chars[forward ? i : expansion->count - 1 - i];
@@ -80,7 +79,7 @@ class Weights {
             if (row == nullptr) return result.push_back(UNKNOWN);
             const uint16_t weight = rules_.weights[pass][*row];
             if (is_expansion(weight)) {
-                expansion = &rules_.expansions[weight & VALUE];
+                expansion = &rules_.expansions[weight & WEIGHT_VALUE];
                 i = 0;
             } else {
                 add(weight, code, result);
@@ -133,7 +132,7 @@ std::vector<RuleChange> compare_rules(const OrderLocale &before, const OrderLoca
     const Weights old_weights(before), new_weights(after);
     std::vector<RuleChange> changes;
     for (int pass = 0; pass < old_rules.pass_count; ++pass) {
-        if (((old_rules.directions[pass] ^ new_rules.directions[pass]) & FORWARD) != 0)
+        if (is_forward(old_rules, pass) != is_forward(new_rules, pass))
             changes.push_back({What::DIRECTION, pass});
         else if (const auto change = compare_pass(old_weights, new_weights, texts, pass))
             changes.push_back(*change);
