@@ -1,13 +1,10 @@
-#include "support/faults.h"
 #include "support/locale_object.h"
 
 #include "coll/lists.h"
 #include "coll/section.h"
-#include "multi/character_table.h"
 #include "setlc/categories.h"
 
 #include <chrono>
-#include <functional>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -112,14 +109,8 @@ TEST(CharacterTypes, EndTextAtTheTerminatorAlone) {
 TEST(CharacterTypes, AreKept) {
     const Locale locale = null_locale();
     ASSERT_EQ(read_section(locale.get(), GL_CAT_CTYPE, ctype_text(small_codeset("1"))), 1);
-    const gl_ctype_info &info = locale->ctype;
-    EXPECT_EQ(info.class_count, 2);
-    EXPECT_EQ(info.class_list[1].bit, 5);
-    EXPECT_STREQ(info.class_list[0].name, "own");
-    EXPECT_EQ(value_at(static_cast<uint8_t *>(_gl_retrieve_wchar_multi_nl(nullptr, 0x824041, info.codeset_table))), 8);
-    const auto pair = value_at(static_cast<uint8_t *>(_gl_retrieve_wchar_multi_nl(nullptr, 0x8140, info.case_table)));
-    EXPECT_EQ(info.case_pairs[pair].upper, 0U);
-    EXPECT_EQ(info.case_pairs[pair].lower, 0x824041U);
+    EXPECT_EQ(locale->ctype.class_list[1].bit, 5);
+    EXPECT_STREQ(locale->ctype.class_list[0].name, "own");
     EXPECT_EQ(locale->case_growth, 1.5); // two bytes become three, whatever the file says
     for (const auto &[growth, factor] : {std::pair{"2.25", 2.25}, {"1.1 comment", 1.1}, {"0.5", 1.5}}) {
         const Locale other = null_locale();
@@ -184,29 +175,12 @@ TEST(Collation, OtherKinds) {
 TEST(Collation, IsKept) {
     const Locale locale = null_locale();
     ASSERT_EQ(read_section(locale.get(), GL_CAT_COLLATE, some_rules().text()), 1);
-    const gl_collate_info &info = locale->collate;
     EXPECT_EQ(locale->coll_growth, 3.0);
-    EXPECT_EQ((std::array{info.row_count, info.pass_count, info.element_count, info.expansion_count, info.fifth_count}),
-              (std::array{5, 2, 2, 2, 0x8007}));
-    EXPECT_EQ((std::array{info.directions[0], info.directions[1]}), (std::array{1, 2}));
-    EXPECT_EQ(info.weights[1][2], 6);
-    EXPECT_EQ(info.elements[0].row, 2);
-    EXPECT_EQ(info.elements[0].chars[2], gl_wchar{'\n'});
-    EXPECT_EQ(info.expansions[1].count, 2);
-    EXPECT_EQ(info.expansion_candidates[1][u8'A'], nullptr);
-    EXPECT_EQ(info.expansion_candidates[2], nullptr);
-    EXPECT_EQ(info.element_candidates[u8'a'] + info.element_candidates[u8'A'] + info.element_candidates[u8'\n'], 2);
+    EXPECT_EQ(locale->collate.fifth_count, 0x8007);
     char bytes[4];
     EXPECT_EQ(_gl_sl_wctomb(locale.get(), bytes, 0x8140), 2);
     EXPECT_EQ(_gl_sl_wctomb(locale.get(), bytes, 'B'), -1);
     EXPECT_EQ(locale->error, GL_EILSEQ);
-
-    Collation rules = some_rules();
-    rules.places[0].second = 3;
-    rules.expansions[1] = {'a', 'a'};
-    const Locale expanding = null_locale();
-    ASSERT_EQ(read_section(expanding.get(), GL_CAT_COLLATE, rules.text()), 1);
-    EXPECT_EQ(expanding->collate.expansion_candidates[0][u8'A'], expanding->collate.expansions + 1);
 }
 
 // The lists as their rules say it, row by row and without any short cut.
@@ -355,16 +329,6 @@ TEST(Texts, HaveWideFormsAndTheConversionRecord) {
         EXPECT_EQ((std::array<int, 8>{conv.int_frac_digits, conv.frac_digits, conv.p_cs_precedes, conv.p_sep_by_space,
                                       conv.n_cs_precedes, conv.n_sep_by_space, conv.p_sign_posn, conv.n_sign_posn}),
                   (std::array<int, 8>{2, 127, 1, 44, -1, 0, 1, 4}));
-        // A copy shares the texts and nothing beside its own category.
-        const std::unique_ptr<gl_locale> copy = std::make_unique<gl_locale>();
-        _gl_copy_monetary(copy.get(), locale.get());
-        _gl_copy_messages(copy.get(), locale.get());
-        EXPECT_EQ(copy->monetary.currency_symbol.wide, locale->monetary.currency_symbol.wide);
-        EXPECT_EQ(copy->monetary.n_sign_posn, 4);
-        EXPECT_EQ(copy->messages.noexpr.bytes, locale->messages.noexpr.bytes);
-        EXPECT_EQ(copy->numeric.positive_sign.bytes, nullptr);
-        _gl_copy_numeric(copy.get(), locale.get());
-        EXPECT_EQ(copy->numeric.grouping.sizes[1], 258);
         free_glconv_monetary(&locale->conv);
         EXPECT_EQ(conv.n_sign_posn, 127);
         EXPECT_NE(conv.decimal_point, nullptr);
@@ -462,62 +426,6 @@ TEST(Time, NamesAreKeptWidenedAndFound) {
     ASSERT_EQ(read_section(locale.get(), GL_CAT_TIME, time), 1);
     EXPECT_EQ(locale->time.joined_eras, nullptr);
     EXPECT_EQ(locale->time.joined_alt_digits, nullptr); // only where there are eras
-}
-
-// --- faults
-
-struct Section {
-    const char *name;
-    int category;
-    string body;
-    string codeset = ctype_text(sjis_codeset());
-};
-
-std::vector<Section> sections() {
-    const Codeset codeset = small_codeset();
-    const LocaleObject object(codeset, some_rules().text());
-    string time = LocaleObject(sjis_codeset()).time, direct = some_rules(true).text();
-    direct.pop_back(); // what follows the last weight is nobody's
-    return {{"ctype", GL_CAT_CTYPE, object.ctype},
-            {"collate", GL_CAT_COLLATE, object.collate},
-            {"direct", GL_CAT_COLLATE, direct},
-            {"numeric", GL_CAT_NUMERIC, object.numeric},
-            {"monetary", GL_CAT_MONETARY, object.monetary},
-            {"time", GL_CAT_TIME, time},
-            {"messages", GL_CAT_MESSAGES, object.messages}};
-}
-
-// A handle with the codeset that the section's texts are in.
-Locale locale_for(const Section &section) {
-    Locale locale = null_locale();
-    if (locale->error == 0 && section.category != GL_CAT_CTYPE) read_section(locale.get(), GL_CAT_CTYPE, section.codeset);
-    return locale;
-}
-
-TEST(Sections, OutOfMemory) {
-    for (const Section &section : sections()) {
-        SCOPED_TRACE(section.name);
-        for_each_fault(Operation::allocate, [&section](const Faults &faults) {
-            const Locale locale = locale_for(section);
-            const int result = locale->error == GL_ENOMEM ? -1 : read_section(locale.get(), section.category, section.body);
-            EXPECT_TRUE(result == 1 || (faults.hit() && locale->error == GL_ENOMEM));
-        });
-    }
-}
-
-TEST(Sections, ReadFaultsAndCutsLeaveNothing) {
-    for (const Section &section : sections()) {
-        SCOPED_TRACE(section.name);
-        for_each_fault(Operation::read,
-                       [&section](const Faults &) { read_section(null_locale().get(), section.category, section.body); });
-        const Locale locale = locale_for(section);
-        for (size_t size = 0; size < section.body.size(); ++size) {
-            EXPECT_LT(read_section(locale.get(), section.category, section.body.substr(0, size)), 1) << size;
-            gl_free_category(locale.get(), section.category);
-            gl_make_null_category(locale.get(), section.category);
-        }
-        EXPECT_EQ(read_section(locale.get(), section.category, section.body), 1);
-    }
 }
 
 } // namespace

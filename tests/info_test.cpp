@@ -59,16 +59,15 @@ Text random_text(const Codeset &codeset, std::mt19937 &random) {
     return text;
 }
 
+std::pair<int, int> answer(int width, int error = UNTOUCHED) { return {width, width < 0 ? GL_EINVAL : error}; }
 template <class Value> Value *place(Value *begin, int rest, int all) { return rest != all ? begin + rest : nullptr; }
 
 TEST(Measures, AreThoseOfTheCharacters) {
     everywhere(with_widths, [](const Codeset &codeset, gl_locale *l) {
         for (const Character &character : codeset.characters) {
             const int width = wide(character.bytes) == 0 ? 0 : Text{{character}}.width(1);
-            const bool lenient = width == -1 && character.bytes.size() == 1;
-            EXPECT_TRUE(gl_wcwidth(l, wide(character.bytes)) == width && take_error(l) == (width < 0 ? GL_EINVAL : UNTOUCHED));
-            EXPECT_EQ(gl_mbwidth(l, character.bytes.c_str()), lenient ? 1 : width);
-            EXPECT_EQ(take_error(l), width < 0 && !lenient ? GL_EINVAL : UNTOUCHED);
+            EXPECT_EQ(told(l, gl_wcwidth(l, wide(character.bytes))), answer(width));
+            EXPECT_EQ(told(l, gl_mbwidth(l, character.bytes.c_str())), answer(character.bytes.size() == 1 ? abs(width) : width));
         }
         std::mt19937 random{5};
         for (int round = 0; round < 400; ++round) {
@@ -81,25 +80,29 @@ TEST(Measures, AreThoseOfTheCharacters) {
             for (const Character &character : text.characters) ws.push_back(wide(character.bytes));
             ws.push_back(0);
             for (const int n : {all / 2, all, all + 1, INT_MAX}) {
-                const int count = std::min(n, all), width = text.width(count), error = width < 0 ? GL_EINVAL : UNTOUCHED;
+                const int count = std::min(n, all), width = text.width(count);
                 const int behind = n == count ? text.length(count) : size_with_end;
-                EXPECT_TRUE(gl_wcswidth(l, ws.data(), n) == width && take_error(l) == error);
-                EXPECT_TRUE(gl_mbswidth(l, s.data(), n) == width && take_error(l) == error);
-                EXPECT_TRUE(gl_wcspwidth(l, ws.data(), &ws[count]) == width && take_error(l) == error);
-                EXPECT_TRUE(gl_mbspwidth(l, s.data(), s.data() + behind) == width && take_error(l) == (width < 0 ? GL_EINVAL : 0));
+                EXPECT_EQ(told(l, gl_wcswidth(l, ws.data(), n)), answer(width));
+                EXPECT_EQ(told(l, gl_mbswidth(l, s.data(), n)), answer(width));
+                EXPECT_EQ(told(l, gl_wcspwidth(l, ws.data(), &ws[count])), answer(width));
+                EXPECT_EQ(told(l, gl_mbspwidth(l, s.data(), s.data() + behind)), answer(width, 0));
             }
             const int wides = text.without(GL_CLASS_SPACE, GL_CLASS_CNTRL), cut = text.without(GL_CLASS_SPACE, 0);
             const int rest = text.without(GL_CLASS_BLANK, GL_CLASS_CNTRL), bytes = text.length(rest);
-            EXPECT_TRUE(gl_wcsntslen(l, ws.data()) == wides && _qbx_gl_wcsntslen(l, ws.data(), all) == wides);
+            EXPECT_EQ(gl_wcsntslen(l, ws.data()), wides);
+            EXPECT_EQ(_qbx_gl_wcsntslen(l, ws.data(), all), wides);
             EXPECT_EQ(_qbx_gl_wcsntslen(l, ws.data(), all + 1), all + 1); // a given length may hold a zero
             EXPECT_EQ(gl_mbsntslen(l, s.data()), rest);
-            EXPECT_TRUE(gl_mbsntsbytes(l, s.data()) == bytes && _qbx_gl_mbsntsbytes(l, s.data(), -1) == bytes);
+            EXPECT_EQ(gl_mbsntsbytes(l, s.data()), bytes);
+            EXPECT_EQ(_qbx_gl_mbsntsbytes(l, s.data(), -1), bytes);
             EXPECT_EQ(_qbx_gl_mbsntsbytes(l, std::vector(whole.begin(), whole.end()).data(), size), bytes);
             EXPECT_EQ(_qbx_gl_mbsntsbytes(l, s.data(), size_with_end), size_with_end);
             EXPECT_EQ(gl_mbsp(l, s.data()), place(s.data(), bytes, size));
             EXPECT_EQ(gl_mbsntstrunc(l, s.data()), place(s.data(), bytes, size));
-            EXPECT_TRUE(s.starts_with(whole.substr(0, bytes) + end) && gl_mbsp(l, s.data()) == nullptr);
-            EXPECT_TRUE(gl_wcsntstrunc(l, ws.data()) == place(ws.data(), cut, all) && gl_wcslen(ws.data()) == cut);
+            EXPECT_EQ(s.substr(0, bytes + end.size()), whole.substr(0, bytes) + end);
+            EXPECT_EQ(gl_mbsp(l, s.data()), nullptr);
+            EXPECT_EQ(gl_wcsntstrunc(l, ws.data()), place(ws.data(), cut, all));
+            EXPECT_EQ(gl_wcslen(ws.data()), cut);
         }
     });
 }
@@ -109,31 +112,42 @@ TEST(Measures, Fail) {
         const std::string text = codeset.encode("ab");
         const char *const s = text.c_str();
         gl_wchar wides[] = {'a', 0x12345678, ' ', 0};
-        EXPECT_TRUE(fails(l, _qbx_gl_wcsntslen(l, nullptr, -2), GL_EBADARG) && fails(l, gl_wcsntslen(l, nullptr), GL_ENULLPTR));
-        EXPECT_TRUE(fails(l, gl_mbsntslen(l, nullptr), GL_ENULLPTR) && fails(l, gl_mbsntsbytes(l, nullptr), GL_ENULLPTR));
-        EXPECT_TRUE(fails(l, _qbx_gl_mbsntsbytes(l, nullptr, -2), GL_EBADARG) &&
-                    fails(l, _qbx_gl_mbsntsbytes(l, nullptr, 1), GL_ENULLPTR));
-        EXPECT_TRUE(fails(l, gl_mbsntstrunc(l, nullptr), GL_ENULLPTR) && fails(l, gl_wcsntstrunc(l, nullptr), GL_ENULLPTR));
-        EXPECT_TRUE(fails(l, gl_mbwidth(l, nullptr), GL_ENULLPTR) && fails(l, gl_wcwidth(l, 0x12345678), GL_EINVAL));
-        EXPECT_TRUE(fails(l, gl_wcswidth(l, nullptr, -1), GL_ENULLPTR) && fails(l, gl_mbswidth(l, nullptr, -1), GL_ENULLPTR));
-        EXPECT_TRUE(fails(l, gl_wcswidth(l, wides, -1), GL_ENEGCOUNT) && fails(l, gl_mbswidth(l, s, -1), GL_ENEGCOUNT));
-        EXPECT_TRUE(fails(l, gl_wcspwidth(l, wides, nullptr), GL_ENULLPTR) && fails(l, gl_mbspwidth(l, nullptr, s), GL_ENULLPTR));
-        EXPECT_TRUE(fails(l, gl_wcspwidth(l, wides + 1, wides), GL_EENDBEFORE) &&
-                    fails(l, gl_mbspwidth(l, s + 1, s), GL_EENDBEFORE));
-        EXPECT_TRUE(fails(l, gl_wcswidth(l, wides, 3), GL_EINVAL) && fails(l, gl_wcspwidth(l, wides, wides + 3), GL_EINVAL));
-        EXPECT_TRUE(_qbx_gl_mbsntsbytes(l, nullptr, 0) == 0 && gl_wcspwidth(l, wides, wides) == 0);
+        for (const auto measure : {gl_mbsntslen, gl_mbsntsbytes, gl_mbwidth})
+            EXPECT_TRUE(fails(l, measure(l, nullptr), GL_ENULLPTR));
+        for (const auto &[length, error] : {std::pair(-2, GL_EBADARG), {1, GL_ENULLPTR}})
+            EXPECT_TRUE(fails(l, _qbx_gl_mbsntsbytes(l, nullptr, length), error));
+        EXPECT_EQ(_qbx_gl_mbsntsbytes(l, nullptr, 0), 0);
+        EXPECT_TRUE(fails(l, _qbx_gl_wcsntslen(l, nullptr, -2), GL_EBADARG));
+        EXPECT_TRUE(fails(l, gl_wcsntslen(l, nullptr), GL_ENULLPTR));
+        EXPECT_TRUE(fails(l, gl_mbsntstrunc(l, nullptr), GL_ENULLPTR));
+        EXPECT_TRUE(fails(l, gl_wcsntstrunc(l, nullptr), GL_ENULLPTR));
+        EXPECT_TRUE(fails(l, gl_wcwidth(l, 0x12345678), GL_EINVAL));
+        for (const auto &[start, count, error] :
+             {std::tuple<const char *, int, int>(s, -1, GL_ENEGCOUNT), {nullptr, -1, GL_ENULLPTR}})
+            EXPECT_TRUE(fails(l, gl_mbswidth(l, start, count), error));
+        for (const auto &[start, count, error] :
+             {std::tuple<gl_wchar *, int, int>(wides, -1, GL_ENEGCOUNT), {nullptr, -1, GL_ENULLPTR}, {wides, 3, GL_EINVAL}})
+            EXPECT_TRUE(fails(l, gl_wcswidth(l, start, count), error));
+        for (const auto &[from, to, error] :
+             {std::tuple<const char *, const char *, int>(nullptr, s, GL_ENULLPTR), {s + 1, s, GL_EENDBEFORE}})
+            EXPECT_TRUE(fails(l, gl_mbspwidth(l, from, to), error));
+        for (const auto &[from, to, error] : {std::tuple<gl_wchar *, gl_wchar *, int>(wides, nullptr, GL_ENULLPTR),
+                                              {wides + 1, wides, GL_EENDBEFORE},
+                                              {wides, wides + 3, GL_EINVAL}})
+            EXPECT_TRUE(fails(l, gl_wcspwidth(l, from, to), error));
+        EXPECT_EQ(gl_wcspwidth(l, wides, wides), 0);
         // What is no character is no white space either.
-        EXPECT_TRUE(gl_wcsntslen(l, wides) == 2 && take_error(l) == GL_EILSEQ);
-        EXPECT_TRUE(gl_wcsntstrunc(l, wides) == wides + 2 && wides[2] == 0 && take_error(l) == GL_EILSEQ);
+        EXPECT_EQ(told(l, gl_wcsntslen(l, wides)), std::pair(2, int{GL_EILSEQ}));
+        EXPECT_EQ(told(l, gl_wcsntstrunc(l, wides)), std::pair(wides + 2, int{GL_EILSEQ}));
+        EXPECT_EQ(wides[2], 0U);
         if (l->single_byte != 0) return;
-        const std::string bad = text + "\xFF\xFF" + codeset.encode(" \0");
-        EXPECT_TRUE(fails(l, gl_mbsntslen(l, bad.c_str()), GL_EILSEQ) && fails(l, gl_mbsntsbytes(l, bad.c_str()), GL_EILSEQ));
-        EXPECT_TRUE(fails(l, _qbx_gl_mbsntsbytes(l, bad.c_str(), -1), GL_EILSEQ) &&
-                    fails(l, _qbx_gl_mbsntsbytes(l, bad.c_str(), 6), GL_EILSEQ));
+        const std::string bad = text + "\xFF\xFF" + codeset.encode(" \0"), unprintable = codeset.encode("\1") + bad;
+        for (const auto measure : {gl_mbsntslen, gl_mbsntsbytes}) EXPECT_TRUE(fails(l, measure(l, bad.c_str()), GL_EILSEQ));
+        for (const int length : {-1, 6}) EXPECT_TRUE(fails(l, _qbx_gl_mbsntsbytes(l, bad.c_str(), length), GL_EILSEQ));
         EXPECT_TRUE(fails(l, gl_mbsp(l, bad.c_str()), GL_EILSEQ));
-        EXPECT_TRUE(fails(l, gl_mbswidth(l, bad.c_str(), 9), GL_EINVAL) && fails(l, gl_mbwidth(l, "\xFF\xFF"), GL_EINVAL));
+        EXPECT_TRUE(fails(l, gl_mbswidth(l, bad.c_str(), 9), GL_EINVAL));
+        EXPECT_TRUE(fails(l, gl_mbwidth(l, "\xFF\xFF"), GL_EINVAL));
         EXPECT_TRUE(fails(l, gl_mbspwidth(l, bad.c_str(), bad.c_str() + 9), GL_EILSEQ));
-        const std::string unprintable = codeset.encode("\1") + bad;
         EXPECT_TRUE(fails(l, gl_mbspwidth(l, unprintable.c_str(), unprintable.c_str() + 12), GL_EINVAL));
         const std::string &longest = codeset.characters.back().bytes;
         const auto cut = static_cast<int>(longest.size()) - 1;
@@ -153,11 +167,12 @@ TEST(TrailingSpace, IsWhatTheExtensionSays) {
         return *s == ' ' && mask == GL_CLASS_BLANK ? 1U : 0U;
     };
     char text[] = "abcd ef   ";
-    EXPECT_TRUE(gl_mbsntslen(l, text) == 4 && gl_mbsntstrunc(l, text) == text + 7);
-    EXPECT_TRUE(_qbx_gl_mbsntsbytes(l, text, -1) == 7 && _qbx_gl_mbsntsbytes(l, text, 5) == 4);
-    EXPECT_EQ(_qbx_gl_mbsntsbytes(l, text, 6), -1);
+    EXPECT_EQ(gl_mbsntslen(l, text), 4);
+    EXPECT_EQ(gl_mbsntstrunc(l, text), text + 7);
+    for (const auto &[length, bytes] : {std::pair(-1, 7), {5, 4}, {6, -1}}) EXPECT_EQ(_qbx_gl_mbsntsbytes(l, text, length), bytes);
     qbgl::clear_entry_points();
-    EXPECT_TRUE(gl_mbsntslen(l, text) == -1 && _qbx_gl_mbsntsbytes(l, text, 5) == -1);
+    EXPECT_EQ(gl_mbsntslen(l, text), -1);
+    EXPECT_EQ(_qbx_gl_mbsntsbytes(l, text, 5), -1);
 }
 
 } // namespace

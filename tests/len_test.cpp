@@ -29,19 +29,24 @@ TEST(Steps, LeadToTheCharactersOfText) {
             const auto length = static_cast<int>(characters[i].size());
             const Guarded<char> cut(characters[i].substr(0, length - 1));
             ASSERT_EQ(wides[i], wide(characters[i]));
-            ASSERT_TRUE(gl_full_mbsnext(l, at) == at + length && gl_mbsnext(l, at) == at + length) << i;
-            ASSERT_TRUE(_qbx_gl_full_mbsnext(l, at, length) == at + length && _qbx_gl_full_mbsnext(l, at, INT_MAX) == at + length);
-            ASSERT_TRUE(_qbx_gl_full_mbsnext(l, cut, length - 1) == nullptr && take_error(l) == GL_EINVAL);
-            ASSERT_TRUE(gl_full_getmbsi(l, s, i) == at && gl_getmbsinull(l, s, i) == at && gl_ismbsterm(l, at) == 0);
-            ASSERT_EQ(gl_full_mbsprev(l, s, at + length), at) << i;
-            ASSERT_TRUE(length == 1 || (gl_full_mbsprev(l, s, at + 1) == nullptr && take_error(l) == GL_EINVAL));
+            for (char *const next : {gl_full_mbsnext(l, at), gl_mbsnext(l, at), _qbx_gl_full_mbsnext(l, at, length),
+                                     _qbx_gl_full_mbsnext(l, at, INT_MAX)})
+                ASSERT_EQ(next, at + length) << i;
+            ASSERT_TRUE(fails(l, _qbx_gl_full_mbsnext(l, cut, length - 1), GL_EINVAL));
+            for (char *const here : {gl_full_getmbsi(l, s, i), gl_getmbsinull(l, s, i), gl_full_mbsprev(l, s, at + length)})
+                ASSERT_EQ(here, at) << i;
+            ASSERT_EQ(gl_ismbsterm(l, at), 0);
+            ASSERT_TRUE(length == 1 || fails(l, gl_full_mbsprev(l, s, at + 1), GL_EINVAL));
             at += length;
         }
-        EXPECT_TRUE(gl_getmbsinull(l, s, count + 10) == at && gl_full_getmbsi(l, s, count + 1) == at + shortest);
+        EXPECT_EQ(gl_getmbsinull(l, s, count + 10), at);
+        EXPECT_EQ(gl_full_getmbsi(l, s, count + 1), at + shortest);
         EXPECT_EQ(gl_mbsbytes_nt(l, s), at - s);
-        EXPECT_TRUE(gl_ismbsterm(l, at) == shortest && gl_mb_loc_min(l) == shortest);
+        EXPECT_EQ(gl_ismbsterm(l, at), shortest);
+        EXPECT_EQ(gl_mb_loc_min(l), shortest);
         EXPECT_EQ(gl_mb_loc_max(l), _gl_multi_max_length(l->ctype.codeset_table));
-        EXPECT_TRUE(gl_mbsterm(l, s) == shortest && gl_mbsbytes_nt(l, s) == 0);
+        EXPECT_EQ(gl_mbsterm(l, s), shortest);
+        EXPECT_EQ(gl_mbsbytes_nt(l, s), 0);
         EXPECT_EQ(std::string(s, end.size() + 1), end + text[end.size()]);
         EXPECT_TRUE(shortest == 1 || gl_ismbsterm(l, Guarded<char>(std::string("\0A", 2))) == 0);
     });
@@ -51,20 +56,24 @@ TEST(Steps, Fail) {
     everywhere(std::identity(), [](const Codeset &codeset, gl_locale *l) {
         const std::string text = codeset.encode("ab");
         char *const s = const_cast<char *>(text.c_str());
-        EXPECT_TRUE(fails(l, gl_full_mbsprev(l, s, s), GL_EENDBEFORE) && fails(l, gl_full_mbsprev(l, s + 1, s), GL_EENDBEFORE));
-        EXPECT_TRUE(fails(l, gl_full_getmbsi(l, nullptr, -1), GL_ENEGCOUNT) &&
-                    fails(l, gl_getmbsinull(l, nullptr, 0), GL_ENULLPTR));
-        EXPECT_TRUE(fails(l, gl_full_putmbsi(l, s, -1, "a"), GL_ENEGCOUNT) &&
-                    fails(l, gl_full_putmbsi(l, nullptr, 1, "a"), GL_ENULLPTR));
-        EXPECT_TRUE(fails(l, gl_mbcreplace(l, nullptr, "a"), GL_ENULLPTR) && fails(l, gl_mbcreplace(l, s, nullptr), GL_ENULLPTR));
-        EXPECT_TRUE(fails(l, gl_mbsbytes_nt(l, nullptr), GL_ENULLPTR) && fails(l, _qbx_gl_full_mbsnext(l, s, 0), GL_EINVAL) &&
-                    fails(l, gl_full_mbsnext(l, nullptr), GL_ENULLPTR));
+        for (char *const from : {s, s + 1}) EXPECT_TRUE(fails(l, gl_full_mbsprev(l, from, s), GL_EENDBEFORE));
+        EXPECT_TRUE(fails(l, gl_full_getmbsi(l, nullptr, -1), GL_ENEGCOUNT));
+        EXPECT_TRUE(fails(l, gl_getmbsinull(l, nullptr, 0), GL_ENULLPTR));
+        for (const auto &[to, place, error] : {std::tuple<char *, int, int>(s, -1, GL_ENEGCOUNT), {nullptr, 1, GL_ENULLPTR}})
+            EXPECT_TRUE(fails(l, gl_full_putmbsi(l, to, place, "a"), error));
+        for (const auto &[to, with] : {std::pair<char *, const char *>(nullptr, "a"), {s, nullptr}})
+            EXPECT_TRUE(fails(l, gl_mbcreplace(l, to, with), GL_ENULLPTR));
+        EXPECT_TRUE(fails(l, gl_mbsbytes_nt(l, nullptr), GL_ENULLPTR));
+        EXPECT_TRUE(fails(l, _qbx_gl_full_mbsnext(l, s, 0), GL_EINVAL));
+        EXPECT_TRUE(fails(l, gl_full_mbsnext(l, nullptr), GL_ENULLPTR));
         if (l->single_byte != 0) return;
         const Guarded<char> bad(text + "\xFF\xFF");
         char *const culprit = bad + text.size();
-        EXPECT_TRUE(fails(l, gl_full_mbsnext(l, culprit), GL_EILSEQ) && fails(l, _qbx_gl_full_mbsnext(l, culprit, 2), GL_EILSEQ));
-        EXPECT_TRUE(fails(l, gl_full_getmbsi(l, bad, 3), GL_EILSEQ) && fails(l, gl_getmbsinull(l, bad, 3), GL_EILSEQ));
-        EXPECT_TRUE(fails(l, gl_full_mbsprev(l, bad, culprit + 1), GL_EILSEQ) && fails(l, gl_mbsbytes_nt(l, bad), GL_EILSEQ));
+        EXPECT_TRUE(fails(l, gl_full_mbsnext(l, culprit), GL_EILSEQ));
+        EXPECT_TRUE(fails(l, _qbx_gl_full_mbsnext(l, culprit, 2), GL_EILSEQ));
+        for (const auto get : {gl_full_getmbsi, gl_getmbsinull}) EXPECT_TRUE(fails(l, get(l, bad, 3), GL_EILSEQ));
+        EXPECT_TRUE(fails(l, gl_full_mbsprev(l, bad, culprit + 1), GL_EILSEQ));
+        EXPECT_TRUE(fails(l, gl_mbsbytes_nt(l, bad), GL_EILSEQ));
     });
 }
 
@@ -77,21 +86,26 @@ TEST(Replacement, MovesTheTail) {
         std::string room(64, '?');
         char *const s = room.data();
         room.replace(0, text.size(), text);
-        EXPECT_TRUE(gl_full_putmbsi(l, s, 0, s + short_one.size()) == s && room.starts_with(grown)); // from the text itself
-        EXPECT_TRUE(gl_full_putmbsi(l, s, 0, short_one.c_str()) == s && room.starts_with(text));
+        for (const auto &[with, result] :
+             {std::pair<const char *, std::string>(s + short_one.size(), grown), // from the text itself
+              {short_one.c_str(), text}}) {
+            EXPECT_EQ(gl_full_putmbsi(l, s, 0, with), s);
+            EXPECT_EQ(room.substr(0, result.size()), result);
+        }
         EXPECT_EQ(gl_mbcreplace(l, s + short_one.size(), short_one.c_str()), s + short_one.size());
-        EXPECT_TRUE(room.starts_with(shrunk));
+        EXPECT_EQ(room.substr(0, shrunk.size()), shrunk);
         for_each_fault(Operation::allocate, Lasting::once, [&](const Faults &faults) {
             room.replace(0, text.size(), text);
-            const bool put = gl_full_putmbsi(l, s, 0, long_one.c_str()) == s;
-            EXPECT_TRUE(put != faults.hit() && room.starts_with(faults.hit() ? text : grown) &&
-                        take_error(l) == (faults.hit() ? GL_ENOMEM : UNTOUCHED));
+            const auto put = told(l, gl_full_putmbsi(l, s, 0, long_one.c_str()));
+            EXPECT_EQ(put, faults.hit() ? std::pair(static_cast<char *>(nullptr), int{GL_ENOMEM}) : std::pair(s, UNTOUCHED));
+            EXPECT_TRUE(room.starts_with(faults.hit() ? text : grown)) << room;
         });
         if (l->single_byte != 0) return;
         const std::string bad = short_one + long_one + short_one + "\xFF\xFF" + end;
         room.replace(0, bad.size(), bad);
         for (const auto &[place, with] : {std::pair(0, "\xFF\xFF"), {0, short_one.c_str()}, {3, short_one.c_str()}})
-            EXPECT_TRUE(gl_full_putmbsi(l, s, place, with) == nullptr && take_error(l) == GL_EILSEQ && room.starts_with(bad));
+            EXPECT_TRUE(fails(l, gl_full_putmbsi(l, s, place, with), GL_EILSEQ));
+        EXPECT_EQ(room.substr(0, bad.size()), bad);
     });
 }
 

@@ -1,6 +1,5 @@
 // Multibyte and wide characters, in codesets of every shape, against a model that knows a codeset as the set of its characters.
 #include "mbwc/maps.h"
-#include "qbnxdl/entry_points.h"
 #include "support/faults.h"
 #include "support/guarded.h"
 #include "support/locale_object.h"
@@ -176,7 +175,7 @@ class Room : public testing::TestWithParam<std::tuple<Codeset (*)(), bool>> {
             got.resize(stored.size());
         else
             stored.resize(got.size(), untouched);
-        EXPECT_TRUE(expected.result == actual.result && expected.error == actual.error && stored == got)
+        EXPECT_EQ((std::tuple{expected.result, expected.error, stored}), std::tuple(actual.result, actual.error, got))
             << what << ": " << actual.result << " instead of " << expected.result << ", error " << actual.error;
     }
 
@@ -309,7 +308,7 @@ TEST_P(Room, SingleCharactersAreAsInTheModel) {
         ASSERT_EQ(maps->has(wc), expected.has_value()) << wc;
         if (!expected) continue;
         const auto &cell = maps->cells[maps->page_blocks[wc >> 8] * 256 + (wc & 255)];
-        ASSERT_TRUE(cell.classes == classes[wc] && cell.case_pair == classes[wc] % std::size(pairs)) << wc;
+        ASSERT_EQ((std::tuple{cell.classes, cell.case_pair}), std::tuple(classes[wc], classes[wc] % std::size(pairs))) << wc;
     }
 }
 
@@ -429,46 +428,6 @@ TEST(Mbwc, SingleByteFormsCopyBytes) {
         EXPECT_EQ(out.substr(0, size - 1), text.substr(0, size - 1));
     }
     _gl_free_multi(table);
-}
-
-std::string asked;
-
-// Notes a call and all of its arguments but the last, the error cell.
-template <class... Arguments> int answer(const char *name, Arguments... arguments) {
-    asked = name;
-    size_t left = sizeof...(arguments);
-    ((--left > 0 ? asked += ' ' + std::to_string((intptr_t)arguments) : asked), ...);
-    *static_cast<int16_t *>(std::get<sizeof...(arguments) - 1>(std::tuple(arguments...))) = 7;
-    return 42;
-}
-
-TEST(Mbwc, LocalesOfTheExtensionForward) {
-    qbgl::fn_glu_mbtouc32 = [](auto... a) { return answer("mbtouc32", a...); };
-    qbgl::fn_glu_uc32tomb = [](auto... a) { return answer("uc32tomb", a...); };
-    qbgl::fn_glu_mblen = [](auto... a) { return answer("mblen", a...); };
-    qbgl::fn_glu_mbstoucs32 = [](auto... a) { return answer("mbstoucs32", a...); };
-    qbgl::fn_glu_ucs32tombs = [](auto... a) { return answer("ucs32tombs", a...); };
-    gl_locale locale = {};
-    locale.glu_flag[GL_CAT_CTYPE] = 1;
-    locale.glu_handle[GL_CAT_CTYPE] = reinterpret_cast<void *>(1);
-    auto *text = reinterpret_cast<char *>(2);
-    auto *wide_text = reinterpret_cast<gl_wchar *>(3);
-    const auto expect_asked = [&](int result, const char *call) {
-        EXPECT_EQ(result, 42) << call;
-        EXPECT_EQ(asked, call);
-        EXPECT_EQ(locale.error, 7);
-        locale.error = 0;
-    };
-    expect_asked(gl_mbtowc(&locale, wide_text, text, 5), "mbtouc32 1 3 2 5");
-    expect_asked(_qbx_gl_full_mbtowc(&locale, wide_text, text, -1), "mbtouc32 1 3 2 -1");
-    expect_asked(gl_full_wctomb(&locale, text, 0x41), "uc32tomb 1 2 65");
-    expect_asked(gl_full_mblen(&locale, text, 5), "mblen 1 2 5");
-    expect_asked(_qbx_gl_full_mblen(&locale, text, 5), "mblen 1 2 5");
-    expect_asked(_gl_im_mbstowcs(&locale, wide_text, text, 6), "mbstoucs32 1 3 6 2 -1");
-    expect_asked(gl_full_wcstombs(&locale, text, wide_text, 6), "ucs32tombs 1 2 6 3 -1");
-    expect_asked(_qbx_gl_is_wcstombs(&locale, text, wide_text, 4, 6), "ucs32tombs 1 2 6 3 4");
-    qbgl::clear_entry_points();
-    EXPECT_EQ(gl_full_mblen(&locale, text, 5), -1);
 }
 
 } // namespace

@@ -250,21 +250,6 @@ TEST(Multi, RunsAreWrittenAsTheFormatHasThem) {
     EXPECT_EQ(text_of(new_table()), "0 4 1 d0d0d0\n1 0\n0000000\n");
 }
 
-TEST(Multi, CompressingATableOfUtf8SharesItsArrays) {
-    const Table table = new_table();
-    const auto utf8 = [](int code) {
-        string bytes = {char(0xE0 | code >> 12), char(0x80 | (code >> 6 & 0x3F)), char(0x80 | (code & 0x3F))};
-        return bytes;
-    };
-    for (int code = 0x800; code < 0x10000; ++code) ASSERT_EQ(insert(table, utf8(code), code < 0x3000 ? code : 0x3000), 0);
-    const int nodes = _gl_multi_node_count(table.get());
-    ASSERT_EQ(_gl_compress_multi(table.get()), 0);
-    EXPECT_EQ(nodes, 1 + 16 + 992);
-    EXPECT_EQ(table->flag_array_count, 4); // root, below E0, below the others, leaves
-    EXPECT_EQ(table->data_array_count, (0x3000 - 0x800) / 64 + 1);
-    for (int code = 0x800; code < 0x10000; code += 7) EXPECT_EQ(get(table, utf8(code)), std::min(code, 0x3000));
-}
-
 TEST(Multi, EveryByteIsACharacterOfAWrittenSingleByteTable) {
     for (const int32_t form : {0, GL_MULTI_COMPRESSED}) {
         const Table table = read(text_of(table_of({{"A", 7}, {"B", DEFAULT}}, form)));
@@ -334,26 +319,6 @@ TEST(Multi, MalformedTextLeavesAnEmptyUsableTable) {
     expect_malformed(GL_ENOMEM, {shared + "1 1" + root + end + end + "1 0 0 0\n", shared + "2 1\n" + root + end + end + "1 0 0 0\n",
                                  shared + "0 0\n1 0 0 0\n", shared + "-1 -1\n1 0 -1 0\n", arrays + "1 0 1 0\n",
                                  arrays + "1 0 -1 0\n", arrays + "1 1 0 1\n", arrays + "1 1 0 -1\n", arrays + "2 0 0 0\n"});
-}
-
-TEST(Multi, CutOrDamagedTextIsRefusedOrServes) {
-    std::mt19937 random(13);
-    for (const int32_t form : {0, GL_MULTI_COMPRESSED}) {
-        const string text = text_of(table_of({{"A", 1}, {"B", 2}, {"\x8E\xA1", 3}, {"\x8E\xA2", 4}, {"\x8F\xA1\xA1", 5}}, form));
-        const Faults faults; // counts what is left behind
-        for (size_t size = 0; size < text.size(); ++size) expect_malformed(GL_ENOMEM, {text.substr(0, size)});
-        for (int round = 0; round < 2000; ++round) {
-            string damaged = text;
-            for (int changes = 1 + round % 3; changes > 0; --changes)
-                damaged[random() % damaged.size()] = "0123456789abf \n-\x80"[random() % 17];
-            const Table table = new_table();
-            if (!scan(table, damaged)) continue;
-            EXPECT_TRUE(scan(new_table(), text_of(table))) << damaged;
-            EXPECT_EQ(_gl_compress_multi(table.get()), 0);
-            EXPECT_TRUE(scan(new_table(), text_of(table))) << damaged;
-        }
-        EXPECT_EQ(faults.blocks(), 0U);
-    }
 }
 
 TEST(Multi, OutOfMemoryLeavesATableThatGoesOn) {

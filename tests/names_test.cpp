@@ -5,7 +5,6 @@
 
 #include <functional>
 #include <gtest/gtest.h>
-#include <random>
 #include <sstream>
 #include <vector>
 
@@ -317,30 +316,6 @@ TEST_F(Names, LongFileNameToLongForm) {
         EXPECT_EQ(result, faults.hit() ? -1 : 0);
         EXPECT_EQ(error, faults.hit() ? static_cast<int>(GL_ENODATA) : UNTOUCHED);
     });
-}
-
-TEST_F(Names, FormsTurnIntoEachOtherAndBack) {
-    std::mt19937 random(7);
-    const auto letter = [&] { return "azAZ"[random() % 4]; };
-    for (int i = 0; i < 200; ++i) {
-        string spec{letter(), letter(), '_', letter(), letter(), '.'};
-        spec += std::to_string(random() % GL_NO_CODESET);
-        if (random() % 2) spec.append("@").append(random() % 4 + 1, letter());
-        SCOPED_TRACE(spec);
-        string lower = spec;
-        for (char &c : lower) c = qbgl::ascii::to_lower(c);
-        char expanded[277], united[32], one[32], norm[17], again[17];
-        ASSERT_EQ(gl_lc_short2lc_long(nullptr, spec.c_str(), expanded, nullptr), 0);
-        EXPECT_EQ(gl_is_lc_spec(nullptr, expanded), 0);
-        ASSERT_EQ(gl_lc_spec2lc_short(nullptr, expanded, united, nullptr), 0);
-        EXPECT_EQ(united, lower);
-        ASSERT_EQ(gl_lc_spec2category(nullptr, expanded, 2 + i % 6, one, nullptr), 0);
-        EXPECT_EQ(one, lower);
-        ASSERT_EQ(gl_lc_spec2lc_norm(nullptr, spec.c_str(), norm, nullptr), 0);
-        ASSERT_EQ(gl_lc_spec2lc_norm(nullptr, norm, again, nullptr), 0);
-        EXPECT_STREQ(norm, again);
-        EXPECT_EQ(gl_lc_spec2cs_num(nullptr, spec.c_str(), nullptr), gl_lc_spec2cs_num(nullptr, expanded, nullptr));
-    }
 }
 
 } // namespace

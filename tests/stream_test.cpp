@@ -59,7 +59,8 @@ class Stream : public testing::TestWithParam<Codeset> {
     // Whether a call does what it should with a host's stream.
     void expect(const Host &with, bool success, int error, auto succeeds) {
         host = with, l->error = 0;
-        EXPECT_TRUE(succeeds() == success && l->error == error) << hexadecimal(with.bytes) << " " << with.end << " " << l->error;
+        EXPECT_EQ((std::tuple{succeeds(), l->error}), std::tuple(success, error))
+            << hexadecimal(with.bytes) << " " << with.end << " " << l->error;
     }
     // Whether it writes as much of a text as there is room for, and succeeds when that is all.
     void expect_written(const string &whole, auto succeeds) {
@@ -100,7 +101,8 @@ TEST_P(Stream, LinesFitTheirBufferOrAreRefused) {
             bytes[room] = char(wides[room] = '#'), l->error = 0;
             EXPECT_EQ(narrow ? gl_fgetmbs(l, bytes, size, file.get()) == bytes : gl_fgetwcs(l, wides, size, file.get()) == wides,
                       fits);
-            EXPECT_TRUE(l->error == (fits ? 0 : GL_E2BIG) && bytes[room] == '#' && wides[room] == '#') << room << l->error;
+            EXPECT_EQ((std::tuple{l->error, bytes[room], wides[room]}), std::tuple((fits ? 0 : GL_E2BIG), '#', '#'))
+                << room << l->error;
             EXPECT_EQ(replaced ? host.read : std::ftell(file.get()), read);
         }
         string all;
@@ -187,10 +189,10 @@ TEST(ServedStream, LinesComeFromTheExtension) {
     char bytes[4];
     gl_wchar wides[4];
     host = {"ab\ncd\nef"};
-    EXPECT_TRUE(gl_fgetmbs(&locale, bytes, 4, nullptr) == bytes && bytes == string("ab\n"));
-    EXPECT_TRUE(gl_fgetwcs(&locale, wides, 4, nullptr) == wides && wides[2] == '\n' && wides[3] == 0);
-    EXPECT_TRUE(gl_fgetmbs(&locale, bytes, 4, nullptr) == nullptr && locale.error == GL_EEOF);
-    EXPECT_TRUE(gl_fgetwcs(&locale, wides, 4, nullptr) == nullptr && locale.error == 57);
+    EXPECT_EQ((std::tuple{gl_fgetmbs(&locale, bytes, 4, nullptr), bytes}), std::tuple(bytes, string("ab\n")));
+    EXPECT_EQ((std::tuple{gl_fgetwcs(&locale, wides, 4, nullptr), wides[2], wides[3]}), std::tuple(wides, '\n', 0));
+    EXPECT_EQ((std::tuple{gl_fgetmbs(&locale, bytes, 4, nullptr), locale.error}), std::tuple(nullptr, GL_EEOF));
+    EXPECT_EQ((std::tuple{gl_fgetwcs(&locale, wides, 4, nullptr), locale.error}), std::tuple(nullptr, 57));
     replace_slots(false);
     qbgl::clear_entry_points();
 }

@@ -1,4 +1,4 @@
-// Every character of every codeset of the tree: its width against the platform's, and the steps through text of all of them.
+// Every character of every codeset of the tree: its width against the platform's.
 #include "oracle/differences.h"
 #include "oracle/platform_locale.h"
 #include "oracle/repertoire.h"
@@ -9,7 +9,6 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cstdlib>
 #include <cwchar>
 #include <set>
@@ -32,23 +31,6 @@ gl_wchar wide_of(const Sequence &character) {
     return wc;
 }
 
-void expect_agreement(gl_locale *l, const std::vector<Sequence> &characters, int width) {
-    std::string text;
-    for (const Sequence &character : characters) text += character.text();
-    const auto count = static_cast<int>(characters.size());
-    std::vector<gl_wchar> wides(characters.size() + 1);
-    ASSERT_EQ(gl_mbstowcs(l, wides.data(), text.c_str(), count + 1), count);
-    EXPECT_TRUE(gl_wcswidth(l, wides.data(), count) == width && gl_mbswidth(l, text.c_str(), count) == width);
-    const char *at = text.c_str();
-    for (const Sequence &character : characters) {
-        ASSERT_TRUE(gl_full_mbsnext(l, at) == at + character.length && gl_mbsnext(l, at) == at + character.length)
-            << character.hex();
-        at += character.length;
-    }
-    EXPECT_TRUE(gl_full_mbsprev(l, text.c_str(), at) == at - characters.back().length &&
-                gl_getmbsinull(l, text.c_str(), INT_MAX) == at);
-}
-
 TEST(WidthOracle, EveryCharacterIsAsWideAsOnThePlatform) {
     setenv("QUORBANEDIR", QBGL_TREE, 1);
     const PlatformLocales platform{QBGL_PLATFORM_LOCALES};
@@ -61,8 +43,6 @@ TEST(WidthOracle, EveryCharacterIsAsWideAsOnThePlatform) {
         ASSERT_EQ(gl_lc_load(&loaded, locale.spec.c_str(), nullptr, nullptr), 0) << locale.spec;
         const std::unique_ptr<gl_locale, void (*)(gl_locale *)> l(loaded, gl_lc_unload);
         const PlatformLocale platforms(platform.compile(locale.definition, locale.charmap));
-        std::vector<Sequence> printable;
-        int width = 0;
         for (const Sequence &character : sequences_of(*l->ctype.codeset_table)) {
             std::string codes;
             const int ours = gl_wcwidth(loaded, wide_of(character));
@@ -73,12 +53,7 @@ TEST(WidthOracle, EveryCharacterIsAsWideAsOnThePlatform) {
                 const Difference difference = {locale.name, locale.codeset, codes, character.hex(), kind, "", "", "platform"};
                 if (!known.covers(difference) && unknown++ < 20) ADD_FAILURE() << difference.text();
             }
-            if (ours < 1) continue;
-            width += ours;
-            printable.push_back(character);
         }
-        SCOPED_TRACE(locale.spec);
-        expect_agreement(loaded, printable, width);
     }
     for (const std::string &line : known.mismatched()) ADD_FAILURE() << "not the differences of this line: " << line;
     fmt::print("{} codesets, {} characters\n", seen.size(), compared);

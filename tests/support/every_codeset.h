@@ -10,9 +10,13 @@ namespace qbgl_test {
 inline constexpr int UNTOUCHED = 99;
 inline int take_error(gl_locale *l) { return std::exchange(l->error, UNTOUCHED); }
 
+// What a call gave and the error that it told.
+template <class Result> std::pair<Result, int> told(gl_locale *l, Result result) { return {result, take_error(l)}; }
+
 // Whether a call failed, with -1 or null, and told this error.
-template <class Result> bool fails(gl_locale *l, Result result, int error) {
-    return result == (std::is_pointer_v<Result> ? Result(0) : Result(-1)) && take_error(l) == error;
+template <class Result> testing::AssertionResult fails(gl_locale *l, Result result, int error) {
+    const auto got = told(l, result), expected = std::pair(std::is_pointer_v<Result> ? Result(0) : Result(-1), error);
+    return got == expected ? testing::AssertionSuccess() : testing::AssertionFailure() << testing::PrintToString(got);
 }
 
 // `prepare` makes of a codeset what the locale is loaded from. `check` has to take the errors that it causes.
