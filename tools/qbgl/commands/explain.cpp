@@ -28,6 +28,7 @@ class Explanation {
           view_(codeset_), a_(encoded(request.a, codeset_)), b_(encoded(request.b, codeset_)) {}
 
     ExitStatus run() {
+        for (const std::string &text : {request_.a, request_.b}) check_known(text);
         if (locale_.collate.kind == EXTENSION) {
             return messages_.fail(ExitStatus::CALL,
                                   "the extension library compares the texts of this locale, and does not tell why",
@@ -52,6 +53,19 @@ class Explanation {
     using Characters = std::vector<gl_wchar>;
     // A step as it is shown: itself, what it is, its weight.
     using Cells = std::array<std::string, 3>;
+
+    // A character may be one of the codeset's, but newer than the locale's tables.
+    void check_known(std::string_view text) const {
+        while (!text.empty()) {
+            const std::string character(text.substr(0, utf8_length(text)));
+            if (wide(encoded(character, codeset_)).empty()) {
+                throw Failure{ExitStatus::CALL,
+                              fmt::format("the locale does not know {}, and so not its place", printable(character)),
+                              JsonObject().text("character", character).text("codeset", codeset_)};
+            }
+            text.remove_prefix(character.size());
+        }
+    }
 
     Characters wide(const std::string &text) const {
         Characters result(text.size() + 1);

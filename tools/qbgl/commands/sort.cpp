@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <fmt/format.h>
 #include <new>
 
@@ -71,16 +72,22 @@ std::vector<std::string> files_of(const SortRequest &request) {
     LineReader reader([&](char *buffer, size_t size) { return input.read(buffer, size); }, std::string(1, '\0'));
     std::vector<std::string> files;
     for (Line name{}; reader.next(name);) files.emplace_back(name.text);
+    if (files.empty()) {
+        throw Failure{ExitStatus::CALL, fmt::format("{} names no files", shown_name(request.files_from)),
+                      JsonObject().text("file", request.files_from)};
+    }
     return files;
 }
 
+// 0 when it is not known. A pipe is not opened for it: it can be read only once.
 uint64_t size_of(const std::vector<std::string> &files) {
     uint64_t size = 0;
     for (const std::string &file : files) {
-        if (const uint64_t one = InputFile(file).size(); one > 0)
-            size += one;
-        else
-            return 0;
+        std::error_code error;
+        if (file != STANDARD_STREAM && !std::filesystem::is_regular_file(file, error)) return 0;
+        const uint64_t one = InputFile(file).size();
+        if (one == 0) return 0;
+        size += one;
     }
     return size;
 }

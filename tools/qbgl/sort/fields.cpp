@@ -141,6 +141,7 @@ size_t FieldCutter::pass_characters(std::string_view line, size_t at, size_t cou
 }
 
 std::string_view FieldCutter::cut(std::string_view line, const SortPart &part) const {
+    if (part.begin.field == 0 && part.begin.character == 0 && !part.begin.skip_blanks && !part.end) return line;
     const auto place = [&](const FieldPlace &where, bool at_separator) {
         size_t at = field_begin(line, where.field, at_separator);
         if (at_separator) return at;

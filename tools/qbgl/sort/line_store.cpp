@@ -63,7 +63,8 @@ void LineStore::sort(Entry *begin, Entry *end, size_t depth, const SortOrder &or
     constexpr ptrdiff_t FEW = 16;
     constexpr size_t DEEPEST = 8;
     const size_t taken = depth * sizeof begin->head;
-    const bool exhausted = std::any_of(begin, end, [taken](const Entry &entry) { return entry.line().key.size() < taken; });
+    const bool exhausted =
+        depth > 0 && std::any_of(begin, end, [taken](const Entry &entry) { return entry.line().key.size() < taken; });
     if (end - begin <= FEW || depth == DEEPEST || exhausted) {
         std::stable_sort(begin, end, [&](const Entry &a, const Entry &b) { return order.compare(a.line(), b.line()) < 0; });
         return;

@@ -40,11 +40,11 @@ void SortOrder::append(std::string_view key, bool reverse) {
 }
 
 // The text in capitals; as it is where it has no other form.
-std::string_view SortOrder::upper(std::string_view text, std::string &buffer) const {
+std::string_view SortOrder::upper(std::string_view text) const {
     text_.assign(text).append(TERMINATOR, '\0');
-    buffer.resize(static_cast<size_t>(std::max(gl_case_conv_outbuflen(&locale_, static_cast<int>(text.size())), 0)) + TERMINATOR);
-    const int size = gl_tombsupper(&locale_, buffer.data(), text_.data());
-    return size >= 0 ? std::string_view(buffer.data(), static_cast<size_t>(size)) : text;
+    upper_.resize(static_cast<size_t>(std::max(gl_case_conv_outbuflen(&locale_, static_cast<int>(text.size())), 0)) + TERMINATOR);
+    const int size = gl_tombsupper(&locale_, upper_.data(), text_.data());
+    return size >= 0 ? std::string_view(upper_.data(), static_cast<size_t>(size)) : text;
 }
 
 std::string SortOrder::part_key(std::string_view text, const SortPart &part) const {
@@ -52,7 +52,7 @@ std::string SortOrder::part_key(std::string_view text, const SortPart &part) con
     case PartOrder::NUMBERS: return number_key(text, point_, separator_);
     case PartOrder::SIZES: return size_key(text, point_, separator_);
     case PartOrder::VERSIONS: return version_key(text);
-    default: return std::string(keys_.key(part.fold ? upper(text, upper_[0]) : text));
+    default: return std::string(keys_.key(part.fold ? upper(text) : text));
     }
 }
 
@@ -83,7 +83,7 @@ int SortOrder::collate(std::string_view a, std::string_view b) const {
     locale_.error = 0;
     const int order = gl_mbfscoll(&locale_, a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()));
     if (order == 0 && locale_.error != 0) {
-        throw Failure{ExitStatus::SYSTEM, fmt::format("the locale cannot compare two texts (error {})", locale_.error),
+        throw Failure{ExitStatus::SYSTEM, fmt::format("the locale cannot compare two texts: {}", gl_strerror(locale_.error)),
                       JsonObject().number("error", static_cast<unsigned>(locale_.error))};
     }
     return order;
@@ -93,10 +93,8 @@ int SortOrder::compare_parts(std::string_view a, std::string_view b, const SortP
     a = cutter_.cut(a, part);
     b = cutter_.cut(b, part);
     int order = 0;
-    if (part.order != PartOrder::TEXT)
+    if (part.order != PartOrder::TEXT || part.fold)
         order = part_key(a, part).compare(part_key(b, part));
-    else if (part.fold)
-        order = collate(upper(a, upper_[0]), upper(b, upper_[1]));
     else
         order = collate(a, b);
     return part.reverse ? -order : order;

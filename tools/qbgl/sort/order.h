@@ -48,7 +48,7 @@ class SortOrder {
     int compare_behind_parts(std::string_view a, std::string_view b) const;
     int compare_parts(std::string_view a, std::string_view b, const SortPart &part) const;
     int collate(std::string_view a, std::string_view b) const;
-    std::string_view upper(std::string_view text, std::string &buffer) const;
+    std::string_view upper(std::string_view text) const;
     std::string part_key(std::string_view text, const SortPart &part) const;
     void append(std::string_view key, bool reverse);
 
@@ -58,7 +58,7 @@ class SortOrder {
     std::string point_, separator_; // of numbers
     mutable CollationKeys keys_;
     FieldCutter cutter_;
-    mutable std::string text_, upper_[2];
+    mutable std::string text_, upper_;
     std::string key_;
 };
 

@@ -16,7 +16,7 @@ std::string_view CollationKeys::key(std::string_view text) {
             throw Failure{ExitStatus::SYSTEM,
                           locale_.error == GL_ENOMEM
                               ? fmt::format("out of memory for the sort key of {} bytes of text", text.size())
-                              : fmt::format("the locale has no sort key for a text (error {})", locale_.error),
+                              : fmt::format("the locale has no sort key for a text: {}", gl_strerror(locale_.error)),
                           JsonObject().number("error", static_cast<unsigned>(locale_.error))};
         }
         if (static_cast<size_t>(size) < key_.size()) return {key_.data(), static_cast<size_t>(size)};

@@ -133,6 +133,18 @@ bool Stage::is_shift(const gl_cv_state &state, char byte) const {
     return stateful_source() && shifts_[state.source_shift != 0 ? 1 : 0][static_cast<uint8_t>(byte)];
 }
 
+bool Stage::begins_nothing(const gl_cv_state &state, char byte) const {
+    if (stateful_source() || unit() != 0) return false;
+    if (!begin_nothing_) {
+        begin_nothing_.emplace();
+        for (size_t i = 0; i < begin_nothing_->size(); ++i) {
+            const char one = static_cast<char>(i);
+            (*begin_nothing_)[i] = character_length(state, {&one, 1}) == 0 && unreadable_length(state, {&one, 1}) != 0;
+        }
+    }
+    return (*begin_nothing_)[static_cast<uint8_t>(byte)];
+}
+
 size_t Stage::unreadable_length(const gl_cv_state &state, std::string_view text) const {
     if (unit() != 0) return text.size() < static_cast<size_t>(unit()) ? 0 : static_cast<size_t>(unit());
     const gl_multi *characters = table(state);

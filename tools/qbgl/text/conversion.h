@@ -62,6 +62,9 @@ class Stage {
     // Whether a byte switches the source's shift state, and so is no character.
     bool is_shift(const gl_cv_state &state, char byte) const;
 
+    // Whether a byte begins no character, known of stateless codesets.
+    bool begins_nothing(const gl_cv_state &state, char byte) const;
+
     // How many bytes at the text's beginning make plain that no character is there; 0 when the text merely ends too early.
     size_t unreadable_length(const gl_cv_state &state, std::string_view text) const;
 
@@ -75,6 +78,7 @@ class Stage {
     bool reads(gl_cv_state &state, std::string_view text) const;
 
     std::unique_ptr<gl_cv, int (*)(gl_cv *)> cd_;
+    mutable std::optional<std::bitset<256>> begin_nothing_;
     std::bitset<256> shifts_[2]; // by source shift state: the bytes that switch it
 };
 

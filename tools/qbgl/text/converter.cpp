@@ -4,19 +4,24 @@
 
 namespace qbgl {
 
-bool Approximations::contains(const Shift &shift, std::string_view character) {
+bool Approximations::contains(const Shift &shift, std::string_view text, size_t &length) {
+    length = 1;
+    std::optional<bool> &byte = bytes_[shift.first.source_shift != 0 ? 1 : 0][static_cast<uint8_t>(text[0])];
+    if (byte) return *byte;
+    length = std::max<size_t>(conversion_.source().character_length(shift.first, text), 1);
+    const std::string_view character = text.substr(0, length);
     const auto is_one = [&] {
         Shift state = shift;
         scratch_.clear();
         return conversion_.step(state, character, scratch_).substituted;
     };
-    if (character.size() == 1) {
-        std::optional<bool> &known = bytes_[shift.first.source_shift != 0 ? 1 : 0][static_cast<uint8_t>(character[0])];
+    uint32_t value = 0; // no two characters have the same, for none begins with a zero byte and another
+    for (const char one : character) value = value << 8 | static_cast<uint8_t>(one);
+    if (length <= 2) {
+        std::optional<bool> &known = length == 1 ? byte : pairs_[value];
         if (!known) known = is_one();
         return *known;
     }
-    uint32_t value = 0; // of bytes that begin with different lengths' leads, so that no two characters have the same
-    for (const char byte : character) value = value << 8 | static_cast<uint8_t>(byte);
     const auto [known, is_new] = longer_.try_emplace(value, false);
     if (is_new) known->second = is_one();
     return known->second;
@@ -109,13 +114,13 @@ bool Converter::replace(const Incident &incident, OutputBuffer &output) {
 
 void Converter::count_substitutions(Shift shift, std::string_view text) {
     const Stage &source = conversion_.source();
-    while (!text.empty()) {
-        const size_t length = std::max<size_t>(source.character_length(shift.first, text), 1);
-        if (source.is_shift(shift.first, text[0]))
+    for (size_t length = 0; !text.empty(); text.remove_prefix(length)) {
+        if (source.is_shift(shift.first, text[0])) {
             shift.first.source_shift = shift.first.source_shift == 0 ? 1 : 0;
-        else if (approximations_.contains(shift, text.substr(0, length)))
+            length = 1;
+        } else if (approximations_.contains(shift, text, length)) {
             ++substituted_;
-        text.remove_prefix(length);
+        }
     }
 }
 
@@ -127,6 +132,10 @@ bool Converter::skip_quickly(Outcome outcome, std::string_view &text) {
                                                         : static_cast<size_t>(std::max(source.unit(), 1));
     ++left_out_;
     text.remove_prefix(std::max<size_t>(skipped, 1));
+    while (outcome == Outcome::UNREADABLE && !text.empty() && source.begins_nothing(shift_.first, text[0])) {
+        ++left_out_;
+        text.remove_prefix(1);
+    }
     return true;
 }
 

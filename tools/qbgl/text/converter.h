@@ -38,11 +38,13 @@ struct ConverterOptions {
 class Approximations {
   public:
     explicit Approximations(const Conversion &conversion) : conversion_(conversion) {}
-    bool contains(const Shift &shift, std::string_view character);
+    // The one that begins a text, and its length.
+    bool contains(const Shift &shift, std::string_view text, size_t &length);
 
   private:
     const Conversion &conversion_;
     std::array<std::array<std::optional<bool>, 256>, 2> bytes_{}; // of one byte, by shift state
+    std::vector<std::optional<bool>> pairs_ = std::vector<std::optional<bool>>(1 << 16);
     std::unordered_map<uint32_t, bool> longer_;
     OutputBuffer scratch_;
 };

@@ -3,8 +3,8 @@
 #include "frame/files.h"
 #include "text/conversion.h"
 #include "text/utf8.h"
+#include "tree/directories.h"
 
-#include <algorithm>
 #include <fmt/format.h>
 
 namespace qbgl {
@@ -32,15 +32,15 @@ std::string encoded(const std::string &text, const std::string &codeset) {
     if (opened == Opened::SAME_CODESET) return text;
     if (opened != Opened::CONVERSION) {
         throw Failure{ExitStatus::SYSTEM,
-                      fmt::format("the installation has no sound conversion from utf8 to {}: `qbglc conv utf8 {}` makes it",
-                                  codeset, codeset),
+                      fmt::format("the installation has no sound conversion from utf8 to {}: `qbglc tree {}` makes all anew",
+                                  codeset, printable(tree_directory())),
                       JsonObject().text("codeset", codeset)};
     }
     Shift shift;
     OutputBuffer result;
     for (std::string_view rest = text; !rest.empty();) {
         const Step step = conversion->step(shift, rest, result);
-        const std::string_view character = rest.substr(0, std::max<size_t>(step.length, 1));
+        const std::string_view character = rest.substr(0, utf8_length(rest));
         if (step.outcome != Outcome::DONE || step.substituted) {
             throw Failure{ExitStatus::CALL,
                           fmt::format("{} has no {}, which \"{}\" needs", codeset, printable(character), printable(text)),

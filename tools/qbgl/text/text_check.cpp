@@ -6,13 +6,34 @@
 #include "tree/locale_handle.h"
 
 #include <algorithm>
+#include <cstring>
 #include <fmt/format.h>
 
 namespace qbgl {
 
+namespace {
+
+// The bytes before the first one that is zero or none of ASCII, in steps of eight.
+size_t ascii_length(std::string_view text) {
+    constexpr uint64_t ONES = 0x0101010101010101, HIGH = 0x8080808080808080;
+    size_t at = 0;
+    for (uint64_t word; at + sizeof word <= text.size(); at += sizeof word) {
+        std::memcpy(&word, text.data() + at, sizeof word);
+        if (((word | (word - ONES)) & HIGH) != 0) break;
+    }
+    return at;
+}
+
+} // namespace
+
 // The tables of a single-byte codeset have an entry for every byte, so the conversions tell which of them are characters.
 TextCheck::TextCheck(gl_locale &locale) : locale_(locale) {
-    if (locale.single_byte == 0) return;
+    if (locale.single_byte == 0) {
+        int length = 0;
+        bool cut = false;
+        for (char byte = 1; is_ascii_ && byte < 0x7F; ++byte) is_ascii_ = is_character({&byte, 1}, length, cut);
+        return;
+    }
     const TextView view(category_codeset(locale, GL_CAT_CTYPE));
     for (int byte = 0; byte < 256; ++byte) known_[byte] = view.plain(std::string(1, static_cast<char>(byte))) != "\uFFFD";
     const bool any = std::find(std::begin(known_), std::end(known_), true) != std::end(known_);
@@ -29,9 +50,11 @@ void TextCheck::operator()(const Line &line, const std::string &file) {
 }
 
 bool TextCheck::is_sound(std::string_view text) {
+    if (text.size() > CollationKeys::LONGEST) return false;
     if (locale_.single_byte != 0) {
         return std::all_of(text.begin(), text.end(), [&](char byte) { return byte != '\0' && known_[static_cast<uint8_t>(byte)]; });
     }
+    if (is_ascii_) text.remove_prefix(ascii_length(text));
     if (text.empty()) return true;
     if (text.size() > LONG) return is_sound_by_characters(text);
     wide_.resize(std::max(wide_.size(), text.size() + 1));

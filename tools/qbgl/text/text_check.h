@@ -13,7 +13,7 @@ class TextCheck {
     // Throws what is the matter with a line of a file: bytes that are no character, or a NUL character within.
     void operator()(const Line &line, const std::string &file);
 
-    // Neither of them is in it.
+    // Neither of them is in it, and it is not too long for a key.
     bool is_sound(std::string_view text);
 
   private:
@@ -25,6 +25,7 @@ class TextCheck {
 
     gl_locale &locale_;
     bool known_[256] = {}; // the bytes that are characters of a single-byte codeset
+    bool is_ascii_ = true; // of another: the bytes of ASCII are characters
     std::vector<gl_wchar> wide_;
 };
 

@@ -192,7 +192,7 @@ Failure explain(int error, const std::string &specification) {
     case GL_ECTYPECS: return failure(ExitStatus::CALL, "its categories are in different codesets");
     case GL_EBADARG:
     case GL_ENOFILE: return failure(ExitStatus::CALL, "a name in it is too long");
-    default: return in_tree(fmt::format("{} is damaged (error {})", its_object, error));
+    default: return in_tree(fmt::format("{} is damaged ({})", its_object, gl_strerror(error)));
     }
 }
 
