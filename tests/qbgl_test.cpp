@@ -109,7 +109,12 @@ TEST(Client, NumbersAreReadAndWritten) {
         {"-l de_DE.8859-1 1.234.567,89 -5,50 0012 ,5 1,5e-3", "", 0, "1234567.89\n-5.50\n12\n0.5\n1.5e-3\n", ""},
         {"--from de_DE.utf8 -l en_IN.utf8 12345678901234567890123,10", "", 0, "12,34,56,78,90,12,34,56,78,90,123.10\n", ""},
         {"-l de_CH.utf8 -g 1\u2019234.50 1234", "", 0, "1\u2019234.50\n1\u2019234\n", ""},
-        {"-l en_US.utf8 -m -g --from de_DE.utf8 -1.234,5", "", 0, "-1,234.5\n", ""},
+        {"-l en_US.utf8 -m -g --from de_DE.utf8 -- -1.234,5 1.234,567 € -€5 EUR7", "", 0, "-$1,234.50\n$1,234.567\n-$5.00\n$7.00\n",
+         ""},
+        {"-l de_DE.utf8 -m -g -1234,5", "", 0, "-1.234,50 €\n", ""},
+        {"-l fr_FR.utf8", "1 234 567,5\n1 234\n1 2\n", 1, "1234567.5\n1234\n",
+         "qbgl: line 3: \"1 2\", character 2: the separators do not stand where the locale has them; the locale writes "
+         "1\\u202f234\\u202f567,89\n"},
         {"-l de_DE.utf8 -b 16 ff -0xF.FFF -0", "", 0, "255\n-65535\n0\n", ""},
         {"-l de_DE.utf8 --to-base 2 -g 255", "", 0, "11.111.111\n", ""},
         {"-l de_DE.utf8", "7\r\n 1.23.4\n8", 1, "7\n8\n",
@@ -159,16 +164,16 @@ TEST(Client, FindingsAsJsonEscapeNames) {
     const std::string odd = directory / "a\"\n\xFF\\", printed = directory / R"(a\"\\x0a\ufffd\\)",
                       escaped = directory / R"(a\"\u000a\ufffd\\)";
     write_file(odd, "\xC3\xA4\xFF");
-    EXPECT_EQ(
-        run({QBGL, "conv", "-t", "sjis", "--json", "--report", odd}).err,
-        R"({"kind":"substituted","message":")" + printed + R"(:1:1: offset 0, bytes C3 A4: substituted by 61",)" +
-            R"("finding":"substituted","file":")" + escaped +
-            R"(","line":1,"column":1,"offset":0,"bytes":"C3A4","reason":"substituted by 61","result":"61","from":"utf8","to":"sjis"})" +
-            "\n" + R"({"kind":"error","message":")" + printed + ":1:2: offset 2, byte FF: no character of utf8" + OTHER_CODESET +
-            R"(","finding":"invalid","file":")" + escaped +
-            R"(","line":1,"column":2,"offset":2,"bytes":"FF","reason":"no character of utf8","remedy":")" +
-            OTHER_CODESET.substr(2) + R"(","from":"utf8","to":"sjis","status":1})" + "\n" +
-            R"({"kind":"summary","message":"1 substituted, 0 left out","substituted":1,"left_out":0,"replaced":0})" + "\n");
+    EXPECT_EQ(run({QBGL, "conv", "-t", "sjis", "--json", "--report", odd}).err,
+              R"({"kind":"substituted","message":")" + printed + R"(:1:1: offset 0, bytes C3 A4: substituted by 61",)" +
+                  R"("finding":"substituted","file":")" + escaped +
+                  R"(","line":1,"column":1,"offset":0,"bytes":"C3A4","reason":"substituted by 61",)"
+                  R"("result":"61","from":"utf8","to":"sjis"})" +
+                  "\n" + R"({"kind":"error","message":")" + printed + ":1:2: offset 2, byte FF: no character of utf8" +
+                  OTHER_CODESET + R"(","finding":"invalid","file":")" + escaped +
+                  R"(","line":1,"column":2,"offset":2,"bytes":"FF","reason":"no character of utf8","remedy":")" +
+                  OTHER_CODESET.substr(2) + R"(","from":"utf8","to":"sjis","status":1})" + "\n" +
+                  R"({"kind":"summary","message":"1 substituted, 0 left out","substituted":1,"left_out":0,"replaced":0})" + "\n");
 }
 
 TEST(Client, ListsNameWhatIsThere) {
@@ -279,9 +284,10 @@ TEST_F(LocaleClient, CaseChangesWhereverBlocksAreCut) {
         {"upper -l ja_JP.sjis", "a\x82", 1, "A",
          at + "1:2: offset 1, byte 82: the text ends inside a character of sjis; was it cut short? -c leaves such bytes out\n"},
         {"upper --json -l ja_JP.sjis", "\xFF", 1, "",
-         R"({"kind":"error","message":"standard input:1:1: offset 0, byte FF: no character of sjis; is the text in another codeset )"
-         R"(than the locale (-l)? -c leaves such bytes out","finding":"invalid","file":"-","line":1,"column":1,"offset":0,"bytes":"FF","reason":"no character )"
-         R"(of sjis","remedy":"is the text in another codeset than the locale (-l)? -c leaves such bytes out","codeset":"sjis","status":1})"
+         R"({"kind":"error","message":"standard input:1:1: offset 0, byte FF: no character of sjis; is the text in another )"
+         R"(codeset than the locale (-l)? -c leaves such bytes out","finding":"invalid","file":"-","line":1,"column":1,)"
+         R"("offset":0,"bytes":"FF","reason":"no character of sjis","remedy":"is the text in another codeset than the locale (-l)? )"
+         R"(-c leaves such bytes out","codeset":"sjis","status":1})"
          "\n"},
     };
     expect_all("", CASES);
@@ -327,11 +333,10 @@ TEST_F(LocaleClient, WidthMeasuresLines) {
         {"--max " + a + " -", "abc", 0, "4 " + a + "\n3 -\n", ""},
         {"--json", "\x82\x9F\xB1", 0, R"({"file":"-","line":1,"width":3,"bytes":3,"characters":2})" + "\n"s, ""},
         {"--json --max", "a\nbcd\ne", 0, R"({"file":"-","line":2,"width":3})" + "\n"s, ""},
-        {"", "a\n\x82\x9F\x01\nb\0\nc\r\n\x82\n\x82\x41z\nd\n"s, 1, "1\ta\n1\td\n",
+        {"", "a\n\x82\x9F\x01\nb\0\nc\r\n\x82\n\x82\x41z\nd\n"s, 1, "1\ta\n1\tc\r\n1\td\n",
          at + "2:2: offset 4, byte 01" + none + "\n" + at + "3:2: offset 7, byte 00" + none + "\n" + at +
-             "4:2: offset 10, byte 0D" + none + "; do the lines end in CR LF?\n" + at +
-             "5:1: offset 12, byte 82: the text ends inside a character of sjis; was it cut short?\n" + at +
-             "6:1: offset 14, bytes 82 41: no character of sjis" + OTHER_LOCALE + "qbgl: 5 lines could not be measured\n"},
+             "5:1: offset 12, byte 82: the text ends inside a character of sjis; was it cut short?\n"
+             "qbgl: 4 lines could not be measured\n"},
         {"--json --max", "\x01", 1, R"({"file":"-","line":0,"width":0})" + "\n"s,
          R"({"kind":"unmeasured","message":"standard input:1:1: offset 0, byte 01)" + none +
              R"(","finding":"unprintable","file":"-","line":1,"column":1,"offset":0,"bytes":"01",)" +
@@ -412,7 +417,8 @@ TEST_F(LocaleClient, LocalesThatCannotBeHadAreExplained) {
         {"-l ko_KR.8859-1", "X=", 3,
          "cannot load the locale ko_KR.8859-1: its object " + tree + "/vrn/lc11/ko_kr/0333.lco is of another version" + anew},
         {"-l ko_KR.utf8", "X=", 3,
-         "cannot load the locale ko_KR.utf8: its object " + tree + "/vrn/lc11/ko_kr/e01c.lco is damaged (error 11)" + anew},
+         "cannot load the locale ko_KR.utf8: its object " + tree + "/vrn/lc11/ko_kr/e01c.lco is damaged (malformed data file)" +
+             anew},
         {"", "GL_PATH=/nosuch", 3,
          "there are no locales in /nosuch: set QUORBANEDIR to an installation tree, or make one with `qbglc tree DIR`\n"},
     };
@@ -432,7 +438,7 @@ TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
     add("he_il/e01c.lco", hebrew);
     add("ar_sa/e01c.lco", arabic);
     const std::string form =
-        "a date is YEAR-MONTH-DAY or YEAR-MONTH, as in 2024-10-03, or DAY MONTH YEAR, as in \"3 October 2024\"";
+        "a date is YEAR-MONTH-DAY, YEAR-MONTH or YEAR, as in 2024-10-03, or DAY MONTH YEAR, as in \"3 October 2024\"";
     const struct {
         std::string arguments;
         int status;
@@ -454,6 +460,9 @@ TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
         {"2024-2", 0,
          "       February 2024\nSun Mon Tue Wed Thu Fri Sat\n                  1   2   3\n  4   5   6   7   8   9  10\n"
          " 11  12  13  14  15  16  17\n 18  19  20  21  22  23  24\n 25  26  27  28  29\n"},
+        {"-l fi_FI.utf8 2024-9", 0,
+         "      September 2024\nMon Tue Wed Thu Fri Sat Sun\n                          1\n  2   3   4   5   6   7   8\n"
+         "  9  10  11  12  13  14  15\n 16  17  18  19  20  21  22\n 23  24  25  26  27  28  29\n 30\n"},
         {"--json --local -l he_IL.utf8 2024-02-15", 0,
          R"({"date":"2024-02-15","weekday":4,"weekday_name":"Thursday","hebrew":{"year":5784,"month":6,"month_name":"Adar I",)"
          R"("day":6,"day_of_year":153}})"
@@ -469,7 +478,7 @@ TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
          "5785-rab: the hebrew calendar has no month rab; it has Tishri, Heshvan, Kislev, Tevet, Shevat, Adar, Nisan, Iyar, Sivan, "
          "Tammuz, Av, Elul, Adar I, Adar II"},
         {"-l fi_FI.utf8 2024-mar-3", 2, "2024-mar-3: mar may be March or Mar\xC3\x80"},
-        {"2024", 2, "2024: " + form},
+        {"2024x", 2, "2024x: " + form},
         {"2024-10-03T10:00", 2, "2024-10-03T10:00: " + form},
         {"--local -l ar_SA.utf8", 2, "the locale's calendar is none that can be converted"},
     };
@@ -536,8 +545,10 @@ TEST_F(SymbolsClient, MessagesTellPlaceAndReason) {
               tree + "/vrn/cm3/01b5.cmo` makes it anew\n"},
          {"-d --json --codeset 819", "<B>", 1, "",
           at.substr(6).insert(0, R"({"kind":"error","message":")") +
-              R"(1:1: offset 0, bytes 3C 42 3E: the charmap of 819 has no name <B>","finding":"unknown","file":"-","line":1,"column":1,)"
-              R"("offset":0,"bytes":"3C423E","reason":"the charmap of 819 has no name <B>","codeset":"819","symbol":"<B>","status":1})"
+              R"(1:1: offset 0, bytes 3C 42 3E: the charmap of 819 has no name <B>","finding":"unknown",)"
+              R"("file":"-","line":1,"column":1,)"
+              R"("offset":0,"bytes":"3C423E","reason":"the charmap of 819 has no name <B>",)"
+              R"("codeset":"819","symbol":"<B>","status":1})"
               "\n"}});
 }
 

@@ -15,6 +15,20 @@ namespace {
 
 constexpr int DAYS_OF_WEEK = 7;
 
+// The day that weeks begin with, by the territory in the name of a locale's object, as in de_de/e01c.lco; Monday where the table
+// has nothing else, Sunday where there is no territory. The tables follow the CLDR's weekData.
+int first_weekday(const std::string &object) {
+    constexpr std::string_view SATURDAY = "ae af bh dj dz eg iq ir jo kw ly om qa sd sy";
+    constexpr std::string_view SUNDAY =
+        "ag as bd br bs bt bw bz ca co dm do et gt gu hk hn id il in jm jp ke kh kr la mh mm mo mt mx "
+        "mz ni np pa pe ph pk pr pt py sa sg sv th tt tw um us ve vi ws ye za zw";
+    constexpr size_t LANGUAGE = 3, TERRITORY = 2;
+    if (object.find('/') != LANGUAGE + TERRITORY) return 0;
+    const std::string territory = object.substr(LANGUAGE, TERRITORY);
+    if (SATURDAY.find(territory) != std::string_view::npos) return 6;
+    return SUNDAY.find(territory) != std::string_view::npos ? 0 : 1;
+}
+
 Calendar calendar_named(const std::string &name) {
     return *std::find_if(CALENDARS.begin(), CALENDARS.end(), [&](Calendar calendar) { return calendar_name(calendar) == name; });
 }
@@ -35,8 +49,8 @@ std::string padded(const std::string &text, size_t columns) {
 class CalendarSheet {
   public:
     CalendarSheet(const CalRequest &request, const Messages &messages, gl_locale &locale)
-        : request_(request), messages_(messages), names_(locale), from_(calendar_named(request.from)),
-          shown_(CALENDARS.begin(), CALENDARS.end()) {
+        : request_(request), messages_(messages), names_(locale), week_start_(first_weekday(category_name(locale, GL_CAT_TIME))),
+          from_(calendar_named(request.from)), shown_(CALENDARS.begin(), CALENDARS.end()) {
         for (int day = 0; day < DAYS_OF_WEEK; ++day) widest_day_ = std::max(widest_day_, utf8_columns(names_.day(day)));
         if (request.local) show_only(locale.time.calendar);
     }
@@ -62,9 +76,9 @@ class CalendarSheet {
     }
 
     void show(const DateSpan &span) {
-        const bool sheet = span.sort == DateSpan::Sort::MONTH && (!request_.local || shown_.front() == from_);
-        if (sheet && !messages_.as_json()) {
-            show_month(span);
+        const bool has_sheet = span.sort == DateSpan::Sort::MONTH || span.sort == DateSpan::Sort::YEAR;
+        if (has_sheet && (!request_.local || shown_.front() == from_) && !messages_.as_json()) {
+            show_months(span);
             return;
         }
         for (std::optional<gl_tm> day = span.first; day && status_ == ExitStatus::OK; day = days_later(*day, 1)) {
@@ -113,25 +127,47 @@ class CalendarSheet {
         return result.str();
     }
 
+    void show_months(const DateSpan &span) {
+        const char *separator = "";
+        for (std::optional<gl_tm> day = span.first; day;) {
+            output_ += separator;
+            day = show_month({*day, span.last, DateSpan::Sort::MONTH});
+            separator = "\n";
+        }
+    }
+
     // A week a line, and above it the month's name in the middle.
-    void show_month(const DateSpan &span) {
+    // The result is the first day behind the month, unless the span ends before.
+    std::optional<gl_tm> show_month(const DateSpan &span) {
         size_t columns = 2;
         for (int day = 0; day < DAYS_OF_WEEK; ++day) columns = std::max(columns, utf8_columns(names_.short_day(day)));
         const size_t width = (columns + 1) * DAYS_OF_WEEK - 1;
         const std::string title = names_.month_and_year(from_, *date_in(from_, span.first));
         output_ += std::string((width - std::min(utf8_columns(title), width)) / 2, ' ') + title + "\n";
-        for (int day = 0; day < DAYS_OF_WEEK; ++day) append_cell(names_.short_day(day), day, columns);
-        for (int day = 0; day < span.first.wday; ++day) append_cell("", day, columns);
+        for (int place = 0; place < DAYS_OF_WEEK; ++place)
+            append_cell(names_.short_day((week_start_ + place) % DAYS_OF_WEEK), place, columns);
+        for (int place = 0; place < place_of(span.first); ++place) append_cell("", place, columns);
+        const int mon = date_in(from_, span.first)->mon;
+        std::optional<gl_tm> next;
         for (std::optional<gl_tm> day = span.first; day; day = days_later(*day, 1)) {
-            append_cell(std::to_string(date_in(from_, *day)->mday), day->wday, columns);
+            const gl_tm date = *date_in(from_, *day);
+            if (date.mon != mon) {
+                next = day;
+                break;
+            }
+            append_cell(std::to_string(date.mday), place_of(*day), columns);
             if (numbers_of(*day) == numbers_of(span.last)) break;
         }
         if (output_.back() != '\n') output_ += "\n";
+        return next;
     }
 
-    void append_cell(const std::string &text, int wday, size_t columns) {
+    // In the week, from 0 on.
+    int place_of(const gl_tm &day) const { return (day.wday - week_start_ + DAYS_OF_WEEK) % DAYS_OF_WEEK; }
+
+    void append_cell(const std::string &text, int place, size_t columns) {
         const size_t used = std::min(utf8_columns(text), columns);
-        output_ += (wday > 0 ? " " : "") + std::string(columns - used, ' ') + text + (wday == DAYS_OF_WEEK - 1 ? "\n" : "");
+        output_ += (place > 0 ? " " : "") + std::string(columns - used, ' ') + text + (place == DAYS_OF_WEEK - 1 ? "\n" : "");
     }
 
     void flush() {
@@ -144,7 +180,8 @@ class CalendarSheet {
     const CalRequest &request_;
     const Messages &messages_;
     DateNames names_;
-    Calendar from_; // of the dates given
+    int week_start_; // 0 is Sunday
+    Calendar from_;  // of the dates given
     std::vector<Calendar> shown_;
     size_t widest_day_ = 0;
     std::string output_;

@@ -58,7 +58,7 @@ class CharacterTable {
     static constexpr size_t CHARACTER_COLUMNS = 6;
 
     unsigned width(const Character &character) const {
-        if ((character.classes & GL_CLASS_CNTRL) != 0) return 0;
+        if ((character.classes & (GL_CLASS_CNTRL | combining_)) != 0) return 0;
         return (character.classes & full_width_) != 0 ? 2 : 1;
     }
 

@@ -2,6 +2,7 @@
 
 #include "frame/files.h"
 #include "text/line_input.h"
+#include "text/money.h"
 #include "text/number_reader.h"
 #include "text/shown_text.h"
 
@@ -34,15 +35,17 @@ class NumberWriter {
         negative_ = view.plain((monetary ? money.negative_sign : numbers.negative_sign).bytes);
         const gl_grouping &grouping = monetary ? money.mon_grouping : numbers.grouping;
         sizes_.assign(grouping.sizes, grouping.sizes + grouping.count);
+        if (monetary) money_.emplace(locale);
         if (point_.empty()) point_ = "."; // of money without fractions
         if (negative_.empty()) negative_ = "-";
     }
 
     std::string text(const PlainNumber &number) const {
-        std::string text = (number.negative ? negative_ : "") + grouped(number.digits);
-        if (!number.fraction.empty()) text += point_ + number.fraction;
+        const std::string fraction = money_ ? money_->fraction(number.fraction) : number.fraction;
+        std::string text = grouped(number.digits);
+        if (!fraction.empty()) text += point_ + fraction;
         if (!number.exponent.empty()) text += "e" + number.exponent;
-        return text;
+        return money_ ? money_->text(text, number.negative) : (number.negative ? negative_ : "") + text;
     }
 
   private:
@@ -60,13 +63,14 @@ class NumberWriter {
 
     std::string point_, separator_, negative_;
     std::vector<int> sizes_;
+    std::optional<MoneyForm> money_;
 };
 
 class NumberTable {
   public:
     NumberTable(const NumRequest &request, const Messages &messages, gl_locale &from, const gl_locale &to)
-        : request_(request), messages_(messages), output_(STANDARD_STREAM, {}), reader_(from, rules()), writer_(to, rules()),
-          sample_(sample_of(from)) {}
+        : request_(request), messages_(messages), output_(STANDARD_STREAM, {}), reader_(from, rules()), text_(from, rules()),
+          writer_(to, rules()), sample_(sample_of(from)) {}
 
     ExitStatus run() {
         for (const std::string &number : request_.numbers) add(number, 0);
@@ -91,7 +95,7 @@ class NumberTable {
             const bool integer = request_.base || request_.to_base;
             const PlainNumber number =
                 integer ? reader_.integer(text, request_.base.value_or(DECIMAL), request_.to_base.value_or(DECIMAL))
-                        : reader_.decimal(text);
+                        : reader_.decimal(text_.readable(text));
             const std::string written = request_.grouping || request_.from ? writer_.text(number) : plain(number);
             results_ += messages_.as_json() ? json(text, number, written) : written;
             results_ += '\n';
@@ -139,6 +143,7 @@ class NumberTable {
     const Messages &messages_;
     OutputFile output_;
     NumberReader reader_;
+    NumberText text_;
     NumberWriter writer_;
     std::string sample_, results_;
     bool failed_ = false;

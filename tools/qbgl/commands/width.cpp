@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <optional>
+#include <utility>
 
 namespace qbgl {
 
@@ -42,6 +43,7 @@ class WidthMeasure {
         };
         LineInput input(file, line_end_, messages_, output, write);
         uint64_t widest = 0, widest_line = 0;
+        told_of_codeset_ = false;
         for (Line line{}; input.next(line);) {
             if (const std::optional<uint64_t> width = width_of(line.text)) {
                 if (!request_.widest) append(file, line, *width);
@@ -64,6 +66,7 @@ class WidthMeasure {
     // Leaves the line's wide characters behind. Nothing where one of them has no width, or bytes are none.
     std::optional<uint64_t> width_of(std::string_view text) {
         wide_.clear();
+        if (line_end_ == "\n" && text.ends_with('\r')) text.remove_suffix(1);
         if (text.size() > LONGEST_LINE) return std::nullopt;
         wide_.resize(text.size() + 1);
         const auto size = static_cast<int>(text.size());
@@ -76,11 +79,15 @@ class WidthMeasure {
             const int columns = gl_wcswidth(&locale_, at, static_cast<int>(tab - at));
             if (columns < 0) return std::nullopt;
             width += static_cast<unsigned>(columns);
+            if (combining_ != 0)
+                width -= static_cast<uint64_t>(std::count_if(at, tab, [this](gl_wchar wc) { return is_combining(wc); }));
             if (tab == end) return width;
             if (request_.tab_stops != 0) width += request_.tab_stops - width % request_.tab_stops;
             at = tab;
         }
     }
+
+    bool is_combining(gl_wchar wc) const { return gl_iswctype(&locale_, wc, combining_) != 0 && gl_wcwidth(&locale_, wc) == 1; }
 
     void append(const std::string &file, const Line &line, uint64_t width) {
         if (messages_.as_json()) {
@@ -108,7 +115,8 @@ class WidthMeasure {
             if (std::find(wide_.begin(), wide_.end(), 0U) == wide_.end()) check_(line, file);
             complain_of_unprintable(line, file);
         } catch (const Failure &unreadable) {
-            messages_.say("unmeasured", unreadable.sentence, unreadable.details);
+            // Where one line is in another codeset, most are.
+            if (!std::exchange(told_of_codeset_, true)) messages_.say("unmeasured", unreadable.sentence, unreadable.details);
         }
     }
 
@@ -128,7 +136,6 @@ class WidthMeasure {
         const auto column = static_cast<uint64_t>(culprit - wide_.begin()) + 1;
         Finding finding{"unprintable", file, {line.number, column, line.offset + before}, std::string(bytes), {}};
         finding.reason = "not printable, and so without a width";
-        if (wc == '\r' && column == wide_.size()) finding.remedy = "do the lines end in CR LF?";
         messages_.say("unmeasured", finding);
     }
 
@@ -141,6 +148,8 @@ class WidthMeasure {
     gl_wchar tab_;
     std::vector<gl_wchar> wide_;
     std::string results_;
+    unsigned combining_ = gl_ctype(&locale_, "combining"); // class mask, 0 where the locale has none
+    bool told_of_codeset_ = false;                         // of this file
     uint64_t unmeasured_ = 0;
 };
 

@@ -53,8 +53,9 @@ class Reader {
     }
 
     [[noreturn]] void fail_form() const {
-        fail(ExitStatus::CALL, "a date is YEAR-MONTH-DAY or YEAR-MONTH, as in 2024-10-03, or DAY MONTH YEAR, as in \"3 October "
-                               "2024\"");
+        fail(ExitStatus::CALL,
+             "a date is YEAR-MONTH-DAY, YEAR-MONTH or YEAR, as in 2024-10-03, or DAY MONTH YEAR, as in \"3 October "
+             "2024\"");
     }
 
     // The number at each end, and a month in between or beside the year. Names may hold hyphens and blanks, too.
@@ -73,7 +74,17 @@ class Reader {
         return {number(tail), {}, text.substr(0, last), false};
     }
 
+    DateSpan read_year(int year) const {
+        const int months = months_in(calendar_, year);
+        if (months == 0) fail_range();
+        const DateSpan last = read_month(year, months - 1);
+        int mon = 0;
+        while (days_in(calendar_, year, mon) == 0) ++mon; // of the first year of all
+        return {read_month(year, mon).first, last.last, DateSpan::Sort::YEAR};
+    }
+
     DateSpan read_one(const std::string &text) const {
+        if (const std::optional<int> year = number(text)) return read_year(*year);
         const Parts parts = parts_of(text);
         if (!parts.year || parts.month.empty() || (parts.has_day && !parts.mday)) fail_form();
         const int year = *parts.year, mon = month_of(year, parts.month);
@@ -82,6 +93,10 @@ class Reader {
             if (!day) refuse(year, mon);
             return {*day, *day, DateSpan::Sort::DAY};
         }
+        return read_month(year, mon);
+    }
+
+    DateSpan read_month(int year, int mon) const {
         const int days = days_in(calendar_, year, mon);
         if (days == 0) refuse(year, mon);
         int first = 1;
