@@ -108,43 +108,6 @@ TEST(PlatformDefinitions, AllAreRead) {
     EXPECT_GT(locales, 300u);
 }
 
-TEST(PlatformDefinitions, AgreeWithWhatTheFilesSay) {
-    DefinitionReader reader;
-    const auto fr_ca = reader.read(reader.find("fr_CA")), ja_jp = reader.read(reader.find("ja_JP")),
-               de_de = reader.read(PLATFORM / "de_DE");
-
-    std::map<Kind, size_t> statements;
-    std::map<std::string, std::string> second_direction;
-    size_t symbols = 0;
-    fr_ca->collate->for_each([&](const CollationStatement &statement) {
-        ++statements[statement.kind];
-        if (statement.kind == Kind::COLLATING_SYMBOL) symbols += names_of(statement).size();
-        if (statement.kind == Kind::ORDER_START) second_direction[std::string(statement.name)] = statement.directions.at(1);
-    });
-    const std::string common = qbgl_test::read_file(PLATFORM / "iso14651_t1_common");
-    size_t elements = 0;
-    for (size_t at = 0; (at = common.find("\ncollating-element ", at)) != std::string::npos; ++at) ++elements;
-    EXPECT_EQ(statements[Kind::COLLATING_ELEMENT], elements);
-    EXPECT_GT(statements[Kind::ENTRY], 80000u);
-    EXPECT_GT(symbols, 80000u); // most of them in ranges
-    EXPECT_EQ(second_direction["LATIN"], "backward") << "what fr_CA defines must reach what it copies from en_CA";
-    EXPECT_EQ(second_direction["CYRIL"], "forward");
-    EXPECT_EQ(fr_ca->sources.at(0), PLATFORM / "fr_CA");
-    EXPECT_NE(std::find(fr_ca->sources.begin(), fr_ca->sources.end(), PLATFORM / "iso14651_t1_common"), fr_ca->sources.end());
-    EXPECT_EQ(utf8(fr_ca->monetary.at("int_curr_symbol").text()), "CAD ");
-    EXPECT_EQ(fr_ca->monetary.at("mon_grouping").numbers(), (std::vector{3, 3}));
-
-    EXPECT_EQ(ja_jp->time.at("alt_digits").operands.size(), 100u);
-    const auto eras = ja_jp->time.at("era").texts();
-    ASSERT_EQ(eras.size(), 11u);
-    EXPECT_EQ(utf8(eras.back()), "+:1:-0001/12/31:-*:\u7D00\u5143\u524D:%EC%Ey\u5E74");
-    EXPECT_EQ(dump(de_de->ctype.translit.at(0)), "\u00C4=A\u0308;AE;");
-    EXPECT_EQ(ja_jp->ctype.own_classes.front(), "combining");
-    EXPECT_EQ(ja_jp->ctype.classes.at("jdigit").size(), 10u);
-    EXPECT_GT(ja_jp->ctype.maps.at("tojkata").size(), 80u);
-    EXPECT_EQ(utf8(de_de->ctype.default_missing.at(0)), "?");
-}
-
 TEST(PlatformDefinitions, AreSharedByWhoCopiesThem) {
     DefinitionReader reader;
     std::vector<std::shared_ptr<const Definition>> read(4);

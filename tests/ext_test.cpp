@@ -74,58 +74,6 @@ TEST(Ext, OtherIdsAreRejectedAndTheTableIsReadOnlyWhileTheFlagIsUp) {
     _gl_set_ext_funcptr(GL_EXT_ERRNO, nullptr);
 }
 
-// A stream of a host's own kind, which libc's functions know nothing of.
-struct HostStream {
-    std::string bytes;
-    size_t at = 0;
-};
-HostStream *host(FILE *stream) { return reinterpret_cast<HostStream *>(stream); }
-int next_byte(FILE *stream) {
-    HostStream &in = *host(stream);
-    return in.at < in.bytes.size() ? static_cast<unsigned char>(in.bytes[in.at++]) : EOF;
-}
-
-TEST(Ext, ObjectsAreReadFromAHostsOwnStreams) {
-    const qbgl_test::TempDir tree;
-    const auto put = [&tree](const char *name, const std::string &text) {
-        qbgl_test::write_file(tree.path() / name, text);
-        return tree / name;
-    };
-    put("default.lco", qbgl_test::LocaleObject(qbgl_test::single_byte_codeset()).text());
-    const std::string conversion = put("one_two.cvo", qbgl_test::ConversionObject{{{"a", {0x10, "b"}}}}.text());
-    put("own.cmo", "FILE_TYPE=charmap_object\nCOMPILER_VERSION=3\nHEADER_LENGTH=3\n\ns 1 A 1 41\n");
-    const auto replace = [](unsigned id, auto *function) { gl_setextfunc(nullptr, id, reinterpret_cast<gl_extfunc>(function)); };
-    replace(
-        GL_EXT_FOPEN, +[](const char *path, const char *) {
-            const bool there = std::filesystem::exists(path);
-            return there ? reinterpret_cast<FILE *>(new HostStream{qbgl_test::read_file(path)}) : nullptr;
-        });
-    replace(
-        GL_EXT_FCLOSE, +[](FILE *stream) { return delete host(stream), 0; });
-    for (const unsigned id : {GL_EXT_FGETC, GL_EXT_GETC}) replace(id, next_byte);
-    replace(
-        GL_EXT_UNGETC, +[](int byte, FILE *stream) { return --host(stream)->at, byte; });
-    replace(
-        GL_EXT_FGETS, +[](char *buffer, uint32_t size, FILE *stream) {
-            uint32_t length = 0;
-            for (int byte = 0; length + 1 < size && byte != '\n' && (byte = next_byte(stream)) != EOF;)
-                buffer[length++] = static_cast<char>(byte);
-            buffer[length] = '\0';
-            return length > 0 ? buffer : nullptr;
-        });
-    gl_locale *locale = nullptr;
-    EXPECT_EQ(gl_createlocale2_4(&locale, (tree / "").c_str()), 0);
-    gl_lc_unload(locale);
-    gl_cv *cd = nullptr;
-    EXPECT_EQ(gl_iconv_open1(&cd, conversion.c_str()), 0);
-    gl_cv_unload(cd);
-    gl_charmap *cm = nullptr;
-    EXPECT_EQ(gl_cm_load(&cm, "own.cmo", nullptr, tree.path().c_str()), 0);
-    gl_cm_unload(cm);
-    for (unsigned id = 0; id < GL_EXT_SLOTS; ++id) gl_setextfunc(nullptr, id, nullptr);
-    _gl_ext_func = 0;
-}
-
 TEST(Errors, AreReadInOneWayFromEveryContext) {
     static int32_t of_host;
     int32_t own = 0;

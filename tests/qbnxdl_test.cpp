@@ -201,10 +201,11 @@ TEST_F(Extension, StartsOnceStopsAndStartsAgain) {
                   "icu.dat\nextension: loading\ngl_init_glu: Loading Map data:\nOpened: " + etc + "locmap\ngl_init_glu: End\n");
     const std::string started = "data " + etc + "icu.dat map " + etc + "locmap ";
     EXPECT_EQ(seen.calls, started);
-    EXPECT_TRUE(seen.malloc == _gl_ext_malloc && seen.calloc == _gl_ext_calloc && seen.realloc == _gl_ext_realloc);
-    EXPECT_TRUE(seen.free == _gl_ext_free && seen.fgetc == _gl_ext_fgetc && seen.fseek == _gl_ext_fseek);
-    EXPECT_TRUE(seen.ftell == _gl_ext_ftell && seen.ferror == _gl_ext_ferror && seen.feof == _gl_ext_feof);
-    EXPECT_TRUE(seen.print == gl_message && seen.message_level == 65535 && seen.message_sublevel == 1);
+    EXPECT_EQ((std::tuple{seen.malloc, seen.calloc, seen.realloc}),
+              std::make_tuple(_gl_ext_malloc, _gl_ext_calloc, _gl_ext_realloc));
+    EXPECT_EQ((std::tuple{seen.free, seen.fgetc, seen.fseek}), std::make_tuple(_gl_ext_free, _gl_ext_fgetc, _gl_ext_fseek));
+    EXPECT_EQ((std::tuple{seen.ftell, seen.ferror, seen.feof}), std::make_tuple(_gl_ext_ftell, _gl_ext_ferror, _gl_ext_feof));
+    EXPECT_EQ((std::tuple{seen.print, seen.message_level, seen.message_sublevel}), std::make_tuple(gl_message, 65535, 1));
     EXPECT_EQ(glx_gluMap(), pMap);
 
     glu_capable = 0; // no longer looked at
@@ -216,7 +217,7 @@ TEST_F(Extension, StartsOnceStopsAndStartsAgain) {
 
     EXPECT_EQ(gl_unload_glu(), 0);
     EXPECT_EQ(seen.calls, started + "unload-data unload-map ");
-    EXPECT_TRUE(pMap == nullptr && glu_cudata_t == nullptr && unicode_collate == 0);
+    EXPECT_EQ((std::tuple{pMap, glu_cudata_t, unicode_collate}), std::make_tuple(nullptr, nullptr, 0));
     dlclose(kept);
     EXPECT_EQ(dlopen(library.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr) << "a reference is left";
 
@@ -343,7 +344,8 @@ TEST(Registry, GivesAPathForEveryLine) {
         const auto file = stream_of("a\n\n b \n" + big + "\nlast");
         for (const std::string &name : {std::string("a"), std::string(), std::string(" b "), big, std::string("last")}) {
             if (qbgl::get_dl_name(file.get(), "/base", &path, &capacity) != 0) {
-                EXPECT_TRUE(faults.hit() && path == nullptr);
+                EXPECT_TRUE(faults.hit());
+                EXPECT_EQ(path, nullptr);
                 return;
             }
             EXPECT_EQ(path, "/base/vrn/dll/" + name);
@@ -374,7 +376,7 @@ TEST(Loader, KeepsErrorsAndPathInTheRecord) {
     EXPECT_EQ(pointer, nullptr);
     expect_failure(qbnx_dlsym(&library, &pointer, nullptr), -2, "Internal Error");
     EXPECT_EQ(qbnx_dlclose(&library), 0);
-    EXPECT_TRUE(library.handle == nullptr && library.path == nullptr);
+    EXPECT_EQ((std::tuple{library.handle, library.path}), std::make_tuple(nullptr, nullptr));
     errno = 71;
     EXPECT_EQ(qbnx_dlerror(&library), 71);
     EXPECT_EQ(library.error, -1);

@@ -61,10 +61,11 @@ class Handle : public testing::Test {
 
 TEST_F(Handle, IsCreatedOrCanned) {
     const Locale null = empty(), loaded = created();
-    EXPECT_TRUE(null->error == 0 && null->case_growth == 1 && null->mbscoll == nullptr && null->conv.frac_digits == 127);
+    EXPECT_EQ((std::tuple{null->error, null->case_growth, null->mbscoll, null->conv.frac_digits}),
+              std::make_tuple(0, 1, nullptr, 127));
     EXPECT_EQ(select(loaded, 1, nullptr), six("default.lco"));
-    EXPECT_TRUE(loaded->upper[0xE0] == 0xC0 && loaded->lower['A'] == 'a' && loaded->upper[0xFF] == 0xFF);
-    EXPECT_TRUE(loaded->classes[0xE0] == (LETTER | GL_CLASS_LOWER) && loaded->classes[0x80] == 0);
+    EXPECT_EQ((std::tuple{loaded->upper[0xE0], loaded->lower['A'], loaded->upper[0xFF]}), std::make_tuple(0xC0, 'a', 0xFF));
+    EXPECT_EQ((std::tuple{loaded->classes[0xE0], loaded->classes[0x80]}), std::make_tuple((LETTER | GL_CLASS_LOWER), 0));
 
     write_file(tree.path() / "own/default.lco", SJIS.text());
     gl_locale *locale = nullptr;
@@ -81,7 +82,7 @@ TEST_F(Handle, IsCreatedOrCanned) {
     EXPECT_EQ(created().get(), &loc_filer);
     auto *canned = const_cast<gl_locale *>(&loc_nomem);
     gl_free_nonshared_loc(canned);
-    EXPECT_TRUE(gl_setlocale_4(canned, 1, "") == nullptr && gl_copy_cat(canned, loaded.get(), 1) == -1);
+    EXPECT_EQ((std::tuple{gl_setlocale_4(canned, 1, ""), gl_copy_cat(canned, loaded.get(), 1)}), std::make_tuple(nullptr, -1));
 }
 
 TEST_F(Handle, ComesFromAWholeObject) {
@@ -126,12 +127,16 @@ TEST(Dispatch, FollowsCodesetAndRules) {
         if (expansions) rules.expansions = {{'s', 's'}};
         if (elements) rules.elements = {{{'c', 'h'}, 5}};
         const Locale locale = load_locale(LocaleObject(single ? one : two, rules.text()));
-        EXPECT_TRUE(Functions(locale->mbscoll, locale->mbfscoll) == functions && locale->mbsxfrm == gl_full_mbsxfrm);
-        EXPECT_TRUE(locale->mbstowcs == (single ? _gl_is_mbstowcs : _gl_im_mbstowcs) && locale->single_byte == int(single));
-        EXPECT_TRUE(locale->mbfstowcfs == (single ? _qbx_gl_is_mbfstowcfs : _qbx_gl_im_mbfstowcfs) && locale->coll_extras == 0);
+        EXPECT_EQ((std::tuple{Functions(locale->mbscoll, locale->mbfscoll), locale->mbsxfrm}),
+                  std::make_tuple(functions, gl_full_mbsxfrm));
+        EXPECT_EQ((std::tuple{locale->mbstowcs, locale->single_byte}),
+                  std::make_tuple(single ? _gl_is_mbstowcs : _gl_im_mbstowcs, int(single)));
+        EXPECT_EQ((std::tuple{locale->mbfstowcfs, locale->coll_extras}),
+                  std::make_tuple(single ? _qbx_gl_is_mbfstowcfs : _qbx_gl_im_mbfstowcfs, 0));
     }
     const Locale thai = load_locale(LocaleObject(one, "thai_smo\n"));
-    EXPECT_TRUE(thai->mbscoll == _gl_thaismocoll && thai->mbfscoll == _qbx_gl_thaismoncoll && thai->mbsxfrm == _gl_thaismoxfrm);
+    EXPECT_EQ((std::tuple{thai->mbscoll, thai->mbfscoll, thai->mbsxfrm}),
+              std::make_tuple(_gl_thaismocoll, _qbx_gl_thaismoncoll, _gl_thaismoxfrm));
     Collation literal = Collation::in_order(one);
     literal.direct = true;
     EXPECT_EQ(load_locale(LocaleObject(one, literal.text()))->coll_extras, 1);
@@ -159,7 +164,8 @@ TEST_F(Handle, SelectsByNameListAndEnvironment) {
         expect(6, spec, "error 8");
     EXPECT_EQ(select(locale, 6, nullptr), longest); // stays when there is no file
     expect(6, "bad.lco", "error 51");
-    EXPECT_TRUE(select(locale, 6, nullptr).empty() && locale->time.day[0] == nullptr && locale->codeset_name[6][0] == '\0');
+    EXPECT_EQ(select(locale, 6, nullptr), "");
+    EXPECT_EQ(locale->time.day[0], nullptr);
     put("none.lco", without_characters.text());
     for (const int category : {1, 2}) expect(category, "none.lco", "error 57"); // the same alone as with those that need it
     char room[] = "ab";
@@ -186,9 +192,10 @@ TEST_F(Handle, KeepsItsCategoriesInOneCodeset) {
     EXPECT_EQ(select(locale, GL_CAT_TIME, "alias.lco"), "alias.lco"); // another name of the same
     for (const int category : {GL_CAT_COLLATE, GL_CAT_MESSAGES}) EXPECT_EQ(select(locale, category, "sjis.lco"), "error 58");
     EXPECT_EQ(select(locale, 1, "sjis.lco"), six("sjis.lco"));
-    EXPECT_TRUE(locale->error == 0 && locale->upper == nullptr && locale->mbstowcs == _gl_im_mbstowcs);
+    EXPECT_EQ((std::tuple{locale->error, locale->upper, locale->mbstowcs}), std::make_tuple(0, nullptr, _gl_im_mbstowcs));
     EXPECT_EQ(select(locale, GL_CAT_CTYPE, "latin.lco"), "latin.lco"); // on the way from one to the other
-    EXPECT_TRUE(locale->error == GL_EMIXEDCS && locale->upper[0xE0] == 0xC0 && locale->mbscoll == _gl_is_mbscoll_back);
+    EXPECT_EQ((std::tuple{locale->error, locale->upper[0xE0], locale->mbscoll}),
+              std::make_tuple(GL_EMIXEDCS, 0xC0, _gl_is_mbscoll_back));
 }
 
 TEST_F(Handle, IsLoadedBySpecification) {
@@ -286,18 +293,20 @@ TEST_F(Handle, IsOneOfTheInstalled) {
 TEST_F(Handle, SharesCategories) {
     Locale source = created();
     const Locale target = empty(), pieces = empty();
-    EXPECT_TRUE(gl_copy_cat(target.get(), source.get(), 8) == -1 && target->error == GL_EBADARG);
-    EXPECT_TRUE(gl_copy_cat(source.get(), target.get(), 1) == -1 && source->error == GL_ENOCAT);
+    EXPECT_EQ((std::tuple{gl_copy_cat(target.get(), source.get(), 8), target->error}), std::make_tuple(-1, GL_EBADARG));
+    EXPECT_EQ((std::tuple{gl_copy_cat(source.get(), target.get(), 1), source->error}), std::make_tuple(-1, GL_ENOCAT));
     EXPECT_EQ(gl_copy_cat(target.get(), source.get(), 1), 0);
-    EXPECT_TRUE(gl_copy_cat(target.get(), source.get(), 6) == -1 && target->error == GL_EHASCAT);
+    EXPECT_EQ((std::tuple{gl_copy_cat(target.get(), source.get(), 6), target->error}), std::make_tuple(-1, GL_EHASCAT));
     EXPECT_EQ(select(target, 1, nullptr), six("default.lco"));
-    EXPECT_TRUE(target->ctype.maps == source->ctype.maps && target->upper != source->upper && target->upper[0xE0] == 0xC0);
-    EXPECT_TRUE(target->collate.weights[0] == source->collate.weights[0] && target->mbscoll == source->mbscoll);
-    EXPECT_TRUE(target->conv.currency_symbol != source->conv.currency_symbol && target->conv.frac_digits == 2);
-    EXPECT_TRUE(target->time.day[0] == source->time.day[0] && target->time.eras == nullptr && source->time.eras != nullptr);
+    EXPECT_EQ((std::tuple{target->ctype.maps, target->upper[0xE0]}), std::make_tuple(source->ctype.maps, 0xC0));
+    EXPECT_NE(target->upper, source->upper);
+    EXPECT_EQ((std::tuple{target->collate.weights[0], target->mbscoll}),
+              std::make_tuple(source->collate.weights[0], source->mbscoll));
+    EXPECT_NE(target->conv.currency_symbol, source->conv.currency_symbol);
+    EXPECT_EQ((std::tuple{target->time.day[0], target->time.eras}), std::make_tuple(source->time.day[0], nullptr));
     // What takes the place of a shared category is the target's own.
     EXPECT_EQ(select(target, 1, "sjis.lco"), six("sjis.lco"));
-    EXPECT_TRUE(strcmp(source->time.day[0], "Sunday") == 0 && _gl_im_towupper(source.get(), 0xE0) == 0xC0);
+    EXPECT_EQ((std::tuple{strcmp(source->time.day[0], "Sunday"), _gl_im_towupper(source.get(), 0xE0)}), std::make_tuple(0, 0xC0));
     for (const int category : {GL_CAT_MONETARY, GL_CAT_CTYPE, GL_CAT_TIME, GL_CAT_COLLATE, GL_CAT_MESSAGES, GL_CAT_NUMERIC}) {
         EXPECT_EQ(gl_copy_cat(pieces.get(), source.get(), category), category == GL_CAT_NUMERIC ? 0 : -1);
         EXPECT_EQ(pieces->error, category == GL_CAT_NUMERIC ? 0 : GL_EMIXEDCS);
@@ -321,8 +330,10 @@ TEST_F(Handle, LeavesCategoriesToTheExtension) {
     unicode_collate = 1, pMap = &opened;
     qbgl::fn_glu_useIcuLocCall = serves, qbgl::fn_glu_lc_open = open_number, qbgl::fn_glu_lc_close = close_number;
     for (const int category : {3, 4, 6}) EXPECT_EQ(select(source, category, "latin.lco"), "latin.lco");
-    EXPECT_TRUE(source->mbscoll == _glu_mbscoll && source->mbfscoll == _glu_mbfscoll && source->mbsxfrm == _glu_mbsxfrm);
-    EXPECT_TRUE(source->glu_flag[3] == 1 && source->glu_flag[4] == 0 && source->glu_handle[3] == source->glu_handle[6]);
+    EXPECT_EQ((std::tuple{source->mbscoll, source->mbfscoll, source->mbsxfrm}),
+              std::make_tuple(_glu_mbscoll, _glu_mbfscoll, _glu_mbsxfrm));
+    EXPECT_EQ((std::tuple{source->glu_flag[3], source->glu_flag[4], source->glu_handle[3]}),
+              std::make_tuple(1, 0, source->glu_handle[6]));
     {
         const Locale target = empty();
         EXPECT_EQ(gl_copy_cat(target.get(), source.get(), 1), 0);
@@ -331,7 +342,7 @@ TEST_F(Handle, LeavesCategoriesToTheExtension) {
     }
     EXPECT_EQ(closed, "2 ");
     EXPECT_EQ(select(source, GL_CAT_COLLATE, "default.lco"), "default.lco");
-    EXPECT_TRUE(source->glu_flag[3] == 0 && source->mbscoll == _gl_is_mbscoll_back && closed == "2 ");
+    EXPECT_EQ((std::tuple{source->glu_flag[3], source->mbscoll, closed}), std::make_tuple(0, _gl_is_mbscoll_back, "2 "));
     gl_free_category(source.get(), GL_CAT_TIME);
     EXPECT_EQ(closed, "2 1 ");
     failure = 77;
