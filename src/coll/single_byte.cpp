@@ -167,7 +167,7 @@ template <const ForwardWalkers &WALKERS> int compare(gl_locale *locale, const ch
     if (len1 < 0 || len2 < 0) return fail(locale, GL_EILSEQ, 0);
     const Bytes a = bytes_of(s1, len1), b = bytes_of(s2, len2);
     if (locale->coll_extras != 0) return compare_values(a, b);
-    if (!walks_bytes(locale)) return compare_widened(locale, a, b);
+    if (!has_byte_arrays(locale)) return compare_widened(locale, a, b);
     const size_t common = common_prefix(a.begin, b.begin, std::min(a.size(), b.size()));
     if (a.size() == b.size() && common == a.size()) return 0;
     const gl_collation_maps &maps = *locale->collate.maps;
@@ -182,7 +182,7 @@ template <const ForwardWalkers &WALKERS> int compare(gl_locale *locale, const ch
 
 // Most comparisons end in the first pass, and on the way there only meet ordinary weights: without knowing the lengths.
 template <const ForwardWalkers &WALKERS> int compare(gl_locale *locale, const char *s1, const char *s2) {
-    if (s1 == nullptr || s2 == nullptr || !walks_bytes(locale)) return compare<WALKERS>(locale, s1, -1, s2, -1);
+    if (s1 == nullptr || s2 == nullptr || !has_byte_arrays(locale)) return compare<WALKERS>(locale, s1, -1, s2, -1);
     const gl_collation_maps &maps = *locale->collate.maps;
     const auto *const begin_a = reinterpret_cast<const uint8_t *>(s1), *const begin_b = reinterpret_cast<const uint8_t *>(s2);
     const size_t common = first_difference(begin_a, begin_b);

@@ -5,10 +5,11 @@
 
 namespace qbgl {
 
-// Whether the text is single-byte and the rules are the locale's own, with their lookup arrays.
-inline bool walks_bytes(const gl_locale *locale) {
-    return locale->single_byte != 0 && locale->collate.maps != nullptr && !served_by_extension(locale, GL_CAT_COLLATE);
-}
+// Whether the text is single-byte and the rules have their lookup arrays.
+inline bool has_byte_arrays(const gl_locale *locale) { return locale->single_byte != 0 && locale->collate.maps != nullptr; }
+
+// The same, and whether the order is that of the rules. The single-byte walkers do not ask: no locale of the extension's gets them.
+inline bool walks_bytes(const gl_locale *locale) { return has_byte_arrays(locale) && !served_by_extension(locale, GL_CAT_COLLATE); }
 
 // For rules of any features.
 int compare_single_byte(gl_locale *locale, const char *s1, int len1, const char *s2, int len2);
