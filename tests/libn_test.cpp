@@ -147,7 +147,7 @@ TEST(Symbols, AreFoundAtAPosition) {
     const Wide text = widened("xab" + too_long);
     const int cases[][4] = {{1, 0, 0, 2}, {2, 1, 0, 2}, {2, 0, 0, 0}, {1, 1, 0, 0}, {1, 2, 0, 0}, {1, 0, 2, 0}, {3, 0, 1, 0}};
     for (const auto &[at, direction, monetary, length] : cases) EXPECT_EQ(gl_iswgrpsymb(l, &text[at], direction, monetary), length);
-    EXPECT_TRUE(gl_iswcdecml(l, &text[3], 0, 0) == 256 && gl_iswcdecml(l, &text[3], 0, 1) == 0);
+    EXPECT_EQ((std::tuple{gl_iswcdecml(l, &text[3], 0, 0), gl_iswcdecml(l, &text[3], 0, 1)}), std::tuple(256, 0));
     l->numeric.thousands_sep.wide = (_gl_free_ptr(l->numeric.thousands_sep.wide), nullptr); // a record that was only read
     EXPECT_EQ(gl_iswgrpsymb(l, &text[1], 0, 0), 2);
     for (const auto &[mark, length] : {std::pair("e5", 1), {"E+", 2}, {"e-", 2}, {"f", 0}, {"", 0}})

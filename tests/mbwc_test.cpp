@@ -1,7 +1,6 @@
 // Multibyte and wide characters, in codesets of every shape, against a model that knows a codeset as the set of its characters.
 #include "mbwc/maps.h"
 #include "support/faults.h"
-#include "support/guarded.h"
 #include "support/locale_object.h"
 
 #include <climits>
@@ -202,18 +201,6 @@ TEST_P(Room, DecodesTextLikeTheModel) {
     }
 }
 
-TEST_P(Room, BadBytesAreFoundWhereverTheyStand) {
-    for (const char *bad : BAD) {
-        for (size_t before = 64; before < 82; ++before) {
-            std::string text;
-            for (size_t i = 0; i < before + 64; ++i) text += i == before ? bad : all['a' + i % 26];
-            text += std::string(model.shortest, '\0');
-            expect_decoded(text, -1, text.size(), static_cast<int>(text.size()));
-            expect_decoded(text, static_cast<int>(text.size()), text.size(), static_cast<int>(text.size()));
-        }
-    }
-}
-
 TEST_P(Room, EncodesTextLikeTheModel) {
     const int rounds = locale.single_byte ? 0 : 120; // in a single-byte codeset, values above a byte lose their high bits
     for (int round = 0; round < rounds; ++round) {
@@ -237,32 +224,6 @@ TEST_P(Room, EncodesTextLikeTheModel) {
         for (size_t room = round % 7; room <= bytes + 2; room += 1 + below(9)) check(-1, room, static_cast<int>(room));
         if (model.wide_text(whole, -1, bytes).result >= 0) check(-1, bytes, INT_MAX);
         for (size_t len = 0; len <= plain.size(); len += 1 + below(5)) check(static_cast<int>(len), bytes, static_cast<int>(bytes));
-    }
-}
-
-// As many characters as there is room for are all that may be there, with no terminator behind them.
-TEST_P(Room, NothingIsReadBehindTheLastCharacter) {
-    for (const size_t count : {1, 30, 47, 49, 100, 1500, 4000}) {
-        for (const std::string &character : {all['a'], all.back()}) {
-            const auto n = static_cast<int>(count);
-            std::string text;
-            for (size_t i = 0; i < count; ++i) text += character;
-            const std::vector<gl_wchar> values(count, wide(character));
-            std::vector<gl_wchar> decoded(count);
-            EXPECT_EQ(_gl_im_mbstowcs(&locale, decoded.data(), Guarded<char>(text), n), n);
-            EXPECT_EQ(decoded, values);
-            std::string encoded(text.size(), '?');
-            const Guarded<gl_wchar> wide_text(values);
-            EXPECT_EQ(gl_full_wcstombs(&locale, encoded.data(), wide_text, static_cast<int>(text.size())), text.size());
-            EXPECT_EQ(encoded, text);
-            const Guarded<char> cut(std::string_view(text).substr(0, text.size() - 1));
-            const int left = static_cast<int>(text.size()) - 1;
-            EXPECT_EQ(_qbx_gl_im_mbfslen(&locale, cut, left), character.size() == 1 ? n - 1 : -1);
-        }
-    }
-    for (const std::string_view cut : {"\xE3\0", "\x81\0", "\x8F\0"}) {
-        gl_wchar wc;
-        gl_mbtowc(&locale, &wc, Guarded<char>({cut.data(), 2}), 4);
     }
 }
 
@@ -309,36 +270,6 @@ TEST_P(Room, SingleCharactersAreAsInTheModel) {
         if (!expected) continue;
         const auto &cell = maps->cells[maps->page_blocks[wc >> 8] * 256 + (wc & 255)];
         ASSERT_EQ((std::tuple{cell.classes, cell.case_pair}), std::tuple(classes[wc], classes[wc] % std::size(pairs))) << wc;
-    }
-}
-
-TEST_P(Room, MeasuresTextLikeTheModel) {
-    for (int round = 0; round < 120; ++round) {
-        const std::string plain = text();
-        const auto expected = model.terminated(plain + std::string(model.shortest, '\0'), INT_MAX);
-        const auto terminated = exactly<char>(plain + std::string(model.shortest, '\0'), 0);
-        const auto measure = [&](auto function) {
-            return call<char>(0, 0, [&](char *) { return function(&locale, terminated.data()); });
-        };
-        EXPECT_EQ(measure(_gl_im_mbslen), (Outcome<char>{expected.result, expected.error, {}})) << hexadecimal(plain);
-        size_t bytes = 0;
-        for (const gl_wchar wc : expected.stored) bytes += model.encoded_size(wc);
-        const int whole = expected.error != 0 ? 0 : static_cast<int>(bytes);
-        EXPECT_TRUE(locale.single_byte || measure(gl_mbsbytes) == (Outcome<char>{whole, expected.error, {}}));
-
-        const auto padded = exactly<char>(plain + std::string(4, '\0'), 0);
-        int count = 0;
-        for (size_t len = 0, at = 0; len <= plain.size() && count >= 0; ++len) {
-            if (len > at) {
-                const int length = model.length(std::string_view(padded.data() + at, plain.size() + 4 - at));
-                count = length > 0 || locale.single_byte ? count + 1 : -1;
-                at += locale.single_byte ? 1 : std::max(length, 0);
-            }
-            locale.error = 0;
-            EXPECT_EQ(_qbx_gl_im_mbfslen(&locale, padded.data(), static_cast<int>(len)), at > len ? -1 : count)
-                << hexadecimal(plain) << len;
-            EXPECT_EQ(locale.error, at > len || count < 0 ? GL_EILSEQ : 0);
-        }
     }
 }
 
