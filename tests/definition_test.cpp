@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <sstream>
 
 using namespace qbgl::compiler;
 namespace fs = std::filesystem;
@@ -39,12 +40,15 @@ class Definitions : public testing::Test {
     }
     std::shared_ptr<const Definition> read(const Bodies &bodies) { return DefinitionReader().read(write("d", bodies)); }
 
-    // The message behind "directory/", or "no error".
+    // The messages without the directory, or "no error".
     std::string error_of(const std::string &file) {
         try {
             DefinitionReader().read(file);
         } catch (const DataError &error) {
-            return std::string(error.what()).substr(directory_.path().string().size() + 1);
+            std::string text = error.what();
+            const std::string directory = directory_.path().string() + '/';
+            for (size_t at; (at = text.find(directory)) != std::string::npos;) text.erase(at, directory.size());
+            return text;
         }
         return "no error";
     }
@@ -163,16 +167,16 @@ TEST_F(Definitions, ClassesMapsAndTransliteration) {
 }
 
 TEST_F(Definitions, Keywords) {
-    write("base", {{"LC_TIME", "d_fmt \"base\"\nt_fmt \"base\"\n"}});
-    const auto definition =
-        read({{"LC_NUMERIC", "decimal_point \"<comma>\"\ngrouping 3;2;-1\n"},
-              {"LC_TIME", "copy \"base\"\nam_pm \"a/\"/<<U00E9>/\n/x42\";\"\"\nt_fmt \"%H//%M\" % now\nweek 7;19971130;4\n"}});
+    write("base", {{"LC_MESSAGES", "yesexpr \"base\"\n"}});
+    const auto definition = read({{"LC_NUMERIC", "decimal_point \"<comma>\"\ngrouping 3;2;-1\n"},
+                                  {"LC_TIME", "am_pm \"a/\"/<<U00E9>/\n/x42\";\"\"\nt_fmt \"%H//%M\" % now\nweek 7;19971130;4\n"},
+                                  {"LC_MESSAGES", "copy \"base\"\n"}});
     EXPECT_EQ(definition->numeric.at("grouping").numbers(), (std::vector{3, 2, -1}));
     EXPECT_EQ(utf8(definition->numeric.at("decimal_point").text()), ",");
     EXPECT_EQ(definition->time.at("am_pm").texts(), (std::vector<std::u32string>{U"a\"<\u00E9B", U""}));
     EXPECT_EQ(utf8(definition->time.at("t_fmt").text()), "%H/%M");
-    EXPECT_EQ(utf8(definition->time.at("d_fmt").text()), "base");
-    EXPECT_EQ(definition->time.at("week").place.line - definition->time_place.line, 5u);
+    EXPECT_EQ(utf8(definition->messages.at("yesexpr").text()), "base");
+    EXPECT_EQ(definition->time.at("week").place.line - definition->time_place.line, 4u);
     EXPECT_THROW(definition->time.at("week").number(), DataError);
     EXPECT_THROW(definition->time.at("t_fmt").numbers(), DataError);
 }
@@ -230,72 +234,91 @@ TEST_F(Definitions, ErrorsTellWhere) {
     const struct {
         const char *category, *body, *message; // behind "d:" and the line in the body
     } cases[] = {
-        {"LC_CTYPE", "\nvowel a\n", "2: vowel: unknown keyword of LC_CTYPE"},
-        {"LC_CTYPE", "upper <U0041>;\n\nlower <nonsense>\n", "3: <nonsense>: unknown character"},
-        {"LC_CTYPE", "upper A B\n", "1: end of line expected: B"},
-        {"LC_CTYPE", "upper <U0042>..<U0041>\n", "1: range runs backward"},
-        {"LC_CTYPE", "upper ...;b\n", "1: ellipsis without a first character: ..."},
-        {"LC_CTYPE", "upper <UD800>\n", "1: <UD800> is not a character of Unicode"},
-        {"LC_CTYPE", "upper /xc4\n", "1: c4: a byte beyond ASCII is no character, write <Uxxxx>"},
-        {"LC_CTYPE", "upper \xC0\x80\n", "1: not UTF-8: \xC0\x80"},
-        {"LC_CTYPE", "upper ab\n", "1: character expected: ab"},
-        {"LC_CTYPE", "upper <U0041\n", "1: symbol is not closed by >"},
-        {"LC_CTYPE", "cntrl <U0000>\nspace <U0020>;<U0000>\n", "2: space: NUL cannot be in this class"},
-        {"LC_CTYPE", "class \"digit\"; <U0000>..<U0039>\n", "1: digit: NUL cannot be in this class"},
-        {"LC_CTYPE", "toupper (a,A);(b)\n", "1: , expected: )"},
-        {"LC_CTYPE", "translit_start\nae \"x\"\ntranslit_end\n", "2: character expected: ae"},
-        {"LC_CTYPE", "\ntranslit_start\n", "2: translit_start is not closed by translit_end"},
+        {"LC_CTYPE", "\nvowel a\n", "2:1: vowel: unknown keyword of LC_CTYPE"},
+        {"LC_CTYPE", "upper <U0041>;\n\nlower <nonsense>\n", "3:7: <nonsense>: unknown character"},
+        {"LC_CTYPE", "upper A B\n", "1:9: end of line expected: B"},
+        {"LC_CTYPE", "upper <U0042>..<U0041>\n", "1:7: range runs backward"},
+        {"LC_CTYPE", "upper ...;b\n", "1:7: ellipsis without a first character: ..."},
+        {"LC_CTYPE", "upper <UD800>\n", "1:14: <UD800> is not a character of Unicode"},
+        {"LC_CTYPE", "upper /xc4\n", "1:8: c4: a byte beyond ASCII is no character, write <Uxxxx>"},
+        {"LC_CTYPE", "upper \xC0\x80\n", "1:7: not UTF-8: \\xC0\\x80"},
+        {"LC_CTYPE", "upper ab\n", "1:7: character expected: ab"},
+        {"LC_CTYPE", "upper <U0041\n", "1:13: symbol is not closed by >"},
+        {"LC_CTYPE", "cntrl <U0000>\nspace <U0020>;<U0000>\n", "2:15: space: NUL cannot be in this class"},
+        {"LC_CTYPE", "class \"digit\"; <U0000>..<U0039>\n", "1:16: digit: NUL cannot be in this class"},
+        {"LC_CTYPE", "toupper (a,A);(b)\n", "1:17: , expected: )"},
+        {"LC_CTYPE", "translit_start\nae \"x\"\ntranslit_end\n", "2:1: character expected: ae"},
+        {"LC_CTYPE", "\ntranslit_start\n", "2:1: translit_start is not closed by translit_end"},
         {"LC_CTYPE", "copy \"loop\"\n", nullptr},
-        {"LC_CTYPE", "copy \"nowhere\"\n", "1: nowhere: no such definition"},
+        {"LC_CTYPE", "copy \"nowhere\"\n", "1:1: nowhere: no such definition"},
         {"LC_CTYPE", "copy \"none\"\n", nullptr},
-        {"LC_COLLATE", "order_begin\n", "1: order_begin: unknown keyword of LC_COLLATE"},
-        {"LC_COLLATE", "\norder_start forward,backward\n", "2: both forward and backward"},
-        {"LC_COLLATE", "order_start sideways\n", "1: sideways: unknown direction"},
-        {"LC_COLLATE", "order_start\n<a>\n", "1: order_start is not closed by order_end"},
-        {"LC_COLLATE", "reorder-end\n", "1: reorder-end without reorder-after"},
-        {"LC_COLLATE", "\nifdef A\n", "2: condition is not closed by endif"},
-        {"LC_COLLATE", "endif\n", "1: endif without a condition"},
-        {"LC_COLLATE", "collating-symbol <A1>..<B2>\n", "1: <A1> to <B2>: no range of names"},
-        {"LC_COLLATE", "<U0041> <a>..<b>\n", "1: end of line expected: .."},
-        {"LC_COLLATE", "<U0041> <a> <b>\n", "1: end of line expected: <b>"},
-        {"LC_TIME", "am_pm \"a\"\n", "1: am_pm: 1 operands, not 2"},
-        {"LC_TIME", "d_fmt 3\n", "1: text in quotes expected: 3"},
-        {"LC_TIME", "d_fmt \"a\n\"\n", "1: text is not closed by \""},
-        {"LC_TIME", "d_fmt \"a\"\nd_fmt \"b\"\n", "2: d_fmt: stands twice"},
-        {"LC_NUMERIC", "d_fmt \"a\"\n", "1: d_fmt: unknown keyword of LC_NUMERIC"},
-        {"LC_NUMERIC", "grouping three\n", "1: number expected: three"},
+        {"LC_COLLATE", "order_begin\n", "1:1: order_begin: unknown keyword of LC_COLLATE"},
+        {"LC_COLLATE", "\norder_start forward,backward\n", "2:1: both forward and backward"},
+        {"LC_COLLATE", "order_start sideways\n", "1:1: sideways: unknown direction"},
+        {"LC_COLLATE", "order_start\n<a>\n", "1:1: order_start is not closed by order_end"},
+        {"LC_COLLATE", "reorder-end\n", "1:1: reorder-end without reorder-after"},
+        {"LC_COLLATE", "\nifdef A\n", "2:1: condition is not closed by endif"},
+        {"LC_COLLATE", "endif\n", "1:1: endif without a condition"},
+        {"LC_COLLATE", "collating-symbol <A1>..<B2>\n", "1:1: <A1> to <B2>: no range of names"},
+        {"LC_COLLATE", "<U0041> <a>..<b>\n", "1:12: end of line expected: .."},
+        {"LC_COLLATE", "<U0041> <a> <b>\n", "1:13: end of line expected: <b>"},
+        {"LC_TIME", "am_pm \"a\"\n", "1:7: am_pm: 1 operands, not 2"},
+        {"LC_TIME", "d_fmt 3\n", "1:7: text in quotes expected: 3"},
+        {"LC_TIME", "d_fmt \"a\n\"\n", "1:9: text is not closed by \""},
+        {"LC_TIME", "d_fmt \"a\"\nd_fmt \"b\"\n", "2:1: d_fmt: stands twice"},
+        {"LC_NUMERIC", "d_fmt \"a\"\n", "1:1: d_fmt: unknown keyword of LC_NUMERIC"},
+        {"LC_NUMERIC", "grouping three\n", "1:10: number expected: three"},
+        {"LC_CTYPE", "toupper (a,A);(b,B);(a,A)\ntolower (A,a);/\n(A,b)\n",
+         "3:1: U+0041 is mapped to U+0062 here, and to U+0061 in line 5"},
+        {"LC_MESSAGES", "copy \"d\"\nyesexpr \"\"\n", "2:1: yesexpr: a copy stands alone in LC_MESSAGES"},
+        {"LC_MONETARY", "int_curr_symbol \"EURO \"\n", "1:17: int_curr_symbol: 5 characters, not 4"},
+        {"LC_MONETARY", "int_p_sign_posn 77\n", "1:17: int_p_sign_posn: 77 is not between -1 and 4"},
+        {"LC_TIME", "d_fmt \"\u00E9\" \xFF\x07\n", "1:11: end of line expected: \\xFF\\x07"},
     };
     for (const auto &test : cases) {
         const std::string file = write("d", {{test.category, test.body}}), error = error_of(file);
         if (!test.message) { // the copied file is the one to blame
-            EXPECT_TRUE(error == "loop:4: copies itself, by way of other definitions or at once" ||
-                        error == fmt::format("d:4: {}: has no LC_CTYPE", directory_ / "none"))
+            EXPECT_TRUE(error == "loop:4:1: copies itself, by way of other definitions or at once" ||
+                        error == "d:4:1: none: has no LC_CTYPE")
                 << error;
             continue;
         }
         const std::string text = qbgl_test::read_file(file);
         const auto start = text.begin() + static_cast<long>(text.find(std::string("\n") + test.category + "\n") + 1);
         const auto line = std::count(text.begin(), start, '\n') + 1 + std::atoi(test.message);
-        EXPECT_EQ(error, fmt::format("d:{}{}", line, std::strchr(test.message, ':'))) << test.body;
+        const std::string expected = fmt::format("\nd:{}{}\n", line, std::strchr(test.message, ':'));
+        EXPECT_NE(fmt::format("\n{}\n", error).find(expected), std::string::npos) << error << expected << test.body;
     }
+}
+
+TEST_F(Definitions, AllErrorsAreTold) {
+    write("base", {{"LC_CTYPE", "lower <nosuch>\n"}});
+    const std::string ctype = "upper <U0041\nlower a;/\n <nosuch>;b\ncopy \"base\"\ntranslit_start\nae \"x\"\n<U00E9> e e\n"
+                              "translit_end\npunct \"\nupper A\n",
+                      collate = "order_start sideways\n<a> <b>..\norder_end\n";
+    std::istringstream lines(error_of(write("d", {{"LC_CTYPE", ctype}, {"LC_COLLATE", collate}, {"LC_TIME", "day \"\"\n"}})));
+    std::string places;
+    for (std::string line; std::getline(lines, line);) places += line.substr(0, line.find(": ")) + " ";
+    EXPECT_EQ(places, "base:4:7 d:4:13 d:6:2 d:9:1 d:10:11 d:12:8 d:16:1 d:17:8 d:25:5 ");
 }
 
 TEST_F(Definitions, CategoriesStandOneBehindTheOther) {
     const struct {
         const char *text, *message;
     } cases[] = {
-        {"LC_CTYPE\nupper a\n", "d:1: LC_CTYPE is not closed by END LC_CTYPE"},
-        {"\nLC_CTYPE\nLC_TIME\nEND LC_TIME\n", "d:2: LC_CTYPE is not closed by END LC_CTYPE"},
-        {"LC_CTYPE\nEND LC_TIME\n", "d:2: END LC_TIME in LC_CTYPE"},
-        {"LC_NAME\nanything (at all\nEND LC_NAME\nLC_NAME\nEND LC_NAME\n", "d:4: LC_NAME: stands twice"},
+        {"LC_CTYPE\nupper a\n", "d:1:1: LC_CTYPE is not closed by END LC_CTYPE"},
+        {"\nLC_CTYPE\nLC_TIME\nEND LC_TIME\n", "d:2:1: LC_CTYPE is not closed by END LC_CTYPE"},
+        {"LC_CTYPE\nEND LC_TIME\n", "d:2:5: END LC_TIME in LC_CTYPE"},
+        {"LC_NAME\nanything (at all\nEND LC_NAME\nLC_NAME\nEND LC_NAME\n", "d:4:1: LC_NAME: stands twice"},
         {"LC_CTYPE\nEND LC_CTYPE\n", "d: no LC_COLLATE"},
-        {"# comment\nescape_char //\n", "d:2: single ASCII character expected"},
-        {"comment_char /\nescape_char /\nLC_CTYPE\n", "d:3: / begins comments and escapes"},
-        {"repertoiremap x\n", "d:1: repertoiremap: unknown outside a category"},
+        {"# comment\nescape_char //\n", "d:2:13: single ASCII character expected"},
+        {"comment_char /\nescape_char /\nLC_CTYPE\n", "d:3:1: / begins comments and escapes"},
+        {"repertoiremap x\n", "d:1:1: repertoiremap: unknown outside a category"},
     };
     for (const auto &test : cases) {
         qbgl_test::write_file(directory_ / "d", test.text);
-        EXPECT_EQ(error_of(directory_ / "d"), test.message) << test.text;
+        const std::string error = error_of(directory_ / "d");
+        EXPECT_EQ(error.substr(0, error.find('\n')), test.message) << test.text;
     }
     EXPECT_THROW(DefinitionReader().read(directory_ / "missing"), SystemError);
     EXPECT_THROW(DefinitionReader().find("no_WHERE"), DataError);

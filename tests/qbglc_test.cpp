@@ -71,27 +71,31 @@ TEST(Charmap, ReadsWhatPosixAllows) {
 
 TEST(Charmap, ErrorsNameFileLineAndConstruct) {
     const std::pair<const char *, const char *> cases[] = {
-        {"<U0041> /x4\n", "cm:7: malformed byte: <U0041> /x4"},
-        {"<U0041> /d256\n", "cm:7: malformed byte: <U0041> /d256"},
-        {"<U0041> /x41z\n", "cm:7: malformed bytes: <U0041> /x41z"},
-        {"<U0041>\n", "cm:7: bytes expected: <U0041>"},
-        {"<U0041> /x01/x02/x03/x04/x05\n", "cm:7: more than four bytes: <U0041> /x01/x02/x03/x04/x05"},
-        {"<U0042>..<U0041> /x41\n", "cm:7: range runs backward: <U0042>..<U0041> /x41"},
-        {"<U0041>..<U0043> /xfe\n", "cm:7: range runs past the last byte: <U0041>..<U0043> /xfe"},
-        {"<a01>..<a03> /xfe\n", "cm:7: range of names that are not <Uxxxx>: <a01>..<a03> /xfe"},
-        {"<a01>...<a03> /xfe\n", "cm:7: range runs past the last byte: <a01>...<a03> /xfe"},
-        {"<a01>...<b03> /x41\n", "cm:7: names of a range that do not count in decimal: <a01>...<b03> /x41"},
-        {"<a02>...<a01> /x41\n", "cm:7: names of a range that do not count in decimal: <a02>...<a01> /x41"},
-        {"<UD800> /x41\n", "cm:7: not a character of Unicode: <UD800> /x41"},
-        {"<U0041 /x41\n", "cm:7: name is not closed by >: <U0041 /x41"},
-        {"x\n", "cm:7: <name> expected: x"},
+        {"<U0041> /x4\n", "cm:7:11: malformed byte: <U0041> /x4"},
+        {"<U0041> /d256\n", "cm:7:11: malformed byte: <U0041> /d256"},
+        {"<U0041> /x41z\n", "cm:7:13: malformed bytes: <U0041> /x41z"},
+        {"<U0041>\n", "cm:7:8: bytes expected: <U0041>"},
+        {"<U0041> /x01/x02/x03/x04/x05\n", "cm:7:27: more than four bytes: <U0041> /x01/x02/x03/x04/x05"},
+        {"<U0042>..<U0041> /x41\n", "cm:7:22: range runs backward: <U0042>..<U0041> /x41"},
+        {"<U0041>..<U0043> /xfe\n", "cm:7:22: range runs past the last byte: <U0041>..<U0043> /xfe"},
+        {"<a01>..<a03> /xfe\n", "cm:7:13: range of names that are not <Uxxxx>: <a01>..<a03> /xfe"},
+        {"<a01>...<a03> /xfe\n", "cm:7:19: range runs past the last byte: <a01>...<a03> /xfe"},
+        {"<a01>...<b03> /x41\n", "cm:7:14: names of a range that do not count in decimal: <a01>...<b03> /x41"},
+        {"<a02>...<a01> /x41\n", "cm:7:14: names of a range that do not count in decimal: <a02>...<a01> /x41"},
+        {"<UD800> /x41\n", "cm:7:8: not a character of Unicode: <UD800> /x41"},
+        {"<U0041 /x41\n", "cm:7:1: name is not closed by >: <U0041 /x41"},
+        {"x\n", "cm:7:1: <name> expected: x"},
     };
     for (const auto &[body, expected] : cases) EXPECT_EQ(message([text = body] { charmap(text); }), expected);
     EXPECT_EQ(message([] { charmap("<U0041> /x41\n", "UTF-8"), charmap("<U0041> /x42\n", "UTF-8"); }),
-              "cm:7: not the UTF-8 form of the name: <U0041> /x42");
+              "cm:7:13: not the UTF-8 form of the name: <U0041> /x42");
     EXPECT_EQ(message([] { parse_charmap("CHARMAP\n<U0041> \\x41\n", "cm"); }),
-              "cm:2: CHARMAP section is not closed by END CHARMAP: end of file");
-    EXPECT_EQ(message([] { parse_charmap("<colour> red\n", "cm"); }), "cm:1: unknown declaration: <colour> red");
+              "cm:2: CHARMAP section is not closed by END CHARMAP");
+    EXPECT_EQ(message([] { parse_charmap("CHARMAP\nx\n<U0041> \\x41\nEND CHARMAP\nWIDTH\n<U0041> 77\nEND WIDTH\n", "cm"); }),
+              "cm:2:1: <name> expected: x\ncm:6:9: a character fills two columns at most: <U0041> 77");
+    EXPECT_EQ(message([] { parse_charmap("\xEF\xBB\xBF", "cm"); }),
+              "cm:1:1: begins with a byte order mark of UTF-8: save it as UTF-8 without one");
+    EXPECT_EQ(message([] { parse_charmap("<colour> red\n", "cm"); }), "cm:1:10: unknown declaration: <colour> red");
     EXPECT_EQ(message([] { codeset("<a> /x41\n"); }), "cm: no character has a name <Uxxxx>");
 }
 
@@ -343,7 +347,7 @@ TEST_F(Tree, IsBuiltOnceSkippedAndCleanedUp) {
 
 TEST_F(Tree, KeepsLocalesThatChangedUntilToldOtherwise) {
     write_charmap("<U0000>..<U007F> \\x00\n");
-    qbgl_test::write_file(data_ / "locales", "xx_yy " + (data_ / "locale").string() + " one\n");
+    qbgl_test::write_file(data_ / "locales", "xx_yy locale one\n");
     const fs::path object = objects_ / "../lc11/xx_yy/0001.lco";
     EXPECT_EQ(build().changes.size(), 0u);
     struct Case {

@@ -1,4 +1,5 @@
 // qbglc: compiles the platform's charmaps and locale definitions into the objects that the library reads.
+#include "common/nearest.h"
 #include "installation/tree.h"
 #include "locale/compiler.h"
 #include "object/charmap.h"
@@ -45,7 +46,7 @@ struct Options {
 void complain(std::string_view text, std::string_view kind = "") {
     for (size_t end; !text.empty(); text.remove_prefix(std::min(end + 1, text.size()))) {
         end = std::min(text.find('\n'), text.size());
-        fmt::print(stderr, "qbglc: {}{}\n", kind, text.substr(0, end));
+        fmt::print(stderr, "qbglc: {}{}\n", kind, printable(text.substr(0, end)));
     }
 }
 void warn(const std::string &text) { complain(text, "warning: "); }
@@ -54,6 +55,17 @@ void write_output(const std::string &file, const std::string &content) {
     if (file != "-") return write_named_file(file, content);
     if (std::fwrite(content.data(), 1, content.size(), stdout) != content.size() || std::fflush(stdout) != 0)
         throw SystemError("standard output: cannot be written");
+}
+
+DataError unknown_codeset(const Library &library, const std::string &argument) {
+    constexpr size_t SUGGESTED = 3;
+    std::vector<std::string> names;
+    for (const Catalogue::Name &name : library.catalogue().names()) names.push_back(name.name);
+    names = qbgl::by_nearness(argument, names);
+    names.resize(std::min(names.size(), SUGGESTED));
+    return DataError(
+        fmt::format("{}: neither a codeset of the recipes nor a charmap file; the nearest are {}; `qbglc list` lists all", argument,
+                    fmt::join(names, ", ")));
 }
 
 // A side of `qbglc conv`: a codeset of the recipes, or a charmap file.
@@ -66,7 +78,7 @@ Side side_of(Library &library, const std::string &argument) {
         const auto &codeset = library.catalogue().codesets()[*index];
         return {library.codeset(*index), fmt::format("{} {} {}", codeset.name, codeset.number, codeset.source.text()), argument};
     }
-    if (!fs::is_regular_file(argument)) throw DataError(argument + ": neither a codeset of the recipes nor a charmap file");
+    if (!fs::is_regular_file(argument)) throw unknown_codeset(library, argument);
     std::string warning;
     CodesetPtr codeset = load_own_codeset(argument, warning);
     if (!warning.empty()) warn(warning);
@@ -87,7 +99,7 @@ void locale(const Options &options) {
     LocaleCompiler compiler(library);
     std::string codeset = options.target, warning;
     const auto index = library.catalogue().find(codeset);
-    if (!index && !fs::is_regular_file(codeset)) throw DataError(codeset + ": neither a codeset of the recipes nor a charmap file");
+    if (!index && !fs::is_regular_file(codeset)) throw unknown_codeset(library, codeset);
     const LocaleCompiler::Target target = index ? compiler.target(*index) : compiler.own_target(codeset, warning);
     if (!index) codeset = target.codeset->name();
     if (!warning.empty()) warn(warning);
@@ -107,8 +119,7 @@ void charmap(const Options &options) {
         name = fmt::format("{:04x}", library.catalogue().codesets()[*index].number);
         object = charmap_object(symbolic_names(library, *index), charmap_header(library, *index));
     } else {
-        if (!fs::is_regular_file(options.source))
-            throw DataError(options.source + ": neither a codeset of the recipes nor a charmap file");
+        if (!fs::is_regular_file(options.source)) throw unknown_codeset(library, options.source);
         const Charmap own = load_charmap(options.source);
         name = fs::path(options.source).stem().string();
         object = charmap_object(symbolic_names(own), charmap_header(own.codeset.empty() ? name : own.codeset, {}));
@@ -133,8 +144,7 @@ ExitStatus tree(const Options &options) {
     for (const std::string &warning : library.take_warnings()) warn(warning);
     for (const std::string &text : report.damaged) warn(text);
     for (const std::string &text : report.changes) warn(text);
-    if (report.inexact > 0)
-        warn(fmt::format("{} remarks on the order of texts, which `qbglc locale` makes in full", report.inexact));
+    for (const std::string &text : report.warnings) warn(text);
     fmt::print("{}: {} locales, {} conversions with {} names, {} charmaps: {} objects written, {} old files removed\n",
                options.directory, report.locales, report.conversions, report.links, report.charmaps, report.written,
                report.removed);

@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::string_view BLANKS = " \t\r";
 constexpr size_t DECIMAL_ELLIPSIS = 3;
+constexpr unsigned MOST_COLUMNS = 2;
 constexpr uint32_t MOST_OF_RANGE = 1 << 21; // more than any codeset has
 
 std::optional<unsigned> number(std::string_view text, int base) {
@@ -41,22 +42,24 @@ class Reader {
         while (true) {
             require_line("CHARMAP section is not closed by END CHARMAP");
             if (keyword("END")) break;
-            read_character();
+            errors_.collect([this] { read_character(); });
         }
         while (next_line()) {
             if (keyword("WIDTH_DEFAULT"))
-                charmap_.default_width = decimal();
+                charmap_.default_width = columns();
             else if (keyword("WIDTH"))
                 read_widths();
             else
                 fail("unknown section");
         }
+        errors_.throw_if_any();
         return std::move(charmap_);
     }
 
   private:
     [[noreturn]] void fail(std::string_view what) const {
-        throw DataError(fmt::format("{}:{}: {}: {}", charmap_.file, line_, what, whole_));
+        const auto column = 1 + static_cast<size_t>(rest_.data() - whole_.data());
+        throw DataError(fmt::format("{}:{}:{}: {}: {}", charmap_.file, line_, column, what, excerpt(whole_)));
     }
 
     // The next line that is neither empty nor a comment, in rest_.
@@ -80,8 +83,8 @@ class Reader {
     }
     void require_line(const char *otherwise) {
         if (next_line()) return;
-        whole_ = "end of file";
-        fail(otherwise);
+        errors_.add(fmt::format("{}:{}: {}", charmap_.file, line_, otherwise));
+        errors_.throw_if_any();
     }
 
     void skip_blanks() { rest_.remove_prefix(std::min(rest_.find_first_not_of(BLANKS), rest_.size())); }
@@ -229,10 +232,19 @@ class Reader {
         while (true) {
             require_line("WIDTH section is not closed by END WIDTH");
             if (keyword("END")) return;
-            const Names name = names();
-            if (!name.from) fail("name is not <Uxxxx>");
-            charmap_.widths.push_back({*name.from, *name.to, decimal(), line_});
+            errors_.collect([&] {
+                const Names name = names();
+                if (!name.from) fail("name is not <Uxxxx>");
+                charmap_.widths.push_back({*name.from, *name.to, columns(), line_});
+            });
         }
+    }
+    unsigned columns() {
+        const std::string_view before = rest_;
+        const unsigned value = decimal();
+        if (value <= MOST_COLUMNS) return value;
+        rest_ = before;
+        fail("a character fills two columns at most");
     }
 
     std::string_view text_, whole_, rest_;
@@ -240,6 +252,7 @@ class Reader {
     uint32_t line_ = 0;
     char comment_char_ = '#', escape_char_ = '\\';
     bool decode_only_ = false;
+    ErrorList errors_;
     Charmap charmap_;
 };
 
@@ -252,7 +265,10 @@ std::string Charmap::numbered(const std::string &name, uint32_t offset) {
     return fmt::format("{}{:0{}}", name.substr(0, stem), first.value_or(0) + offset, name.size() - stem);
 }
 
-Charmap parse_charmap(std::string_view text, const std::string &file) { return Reader(text, file).read(); }
+Charmap parse_charmap(std::string_view text, const std::string &file) {
+    refuse_byte_order_mark(text, file);
+    return Reader(text, file).read();
+}
 
 Charmap load_charmap(const std::filesystem::path &path) {
     std::string content = read_file(path);

@@ -67,7 +67,7 @@ struct Charmap {
     bool steps_in_utf8() const { return codeset == "UTF-8"; }
 };
 
-// Reads a charmap. `file` is the name for messages. Throws DataError with file and line for whatever it cannot take.
+// Reads a charmap. `file` is the name for messages. Throws DataError with file, line and column of all that it cannot take.
 Charmap parse_charmap(std::string_view text, const std::string &file);
 
 // Reads a charmap file, gzip or plain.

@@ -39,13 +39,15 @@ class CollationResolver {
 
     void resolve(const CollationRules &rules) {
         undefined_ = add({Node::Kind::UNDEFINED});
-        rules.for_each([this](const Statement &statement) { carry_out(statement); });
-        if (pending_ellipsis_) throw pending_ellipsis_->place.error("an ellipsis needs a character behind it");
+        rules.for_each([this](const Statement &statement) { errors_.collect([&] { carry_out(statement); }); });
+        errors_.collect([this] { check_ellipsis(); });
+        errors_.throw_if_any();
         if (order_.by_code_) return;
         if (order_.levels_.empty()) order_.levels_.resize(1);
         choose_directions();
         number();
         gather();
+        errors_.throw_if_any();
     }
 
   private:
@@ -66,9 +68,17 @@ class CollationResolver {
     }
     void add_name(std::string_view name, Node node, const Place &place) {
         if (names_.contains(name)) {
-            if (node.kind == Node::Kind::SYMBOL && nodes_[find_name(name)].kind == Node::Kind::SYMBOL) return;
+            // Files that are copied one behind the other may define the symbols that both need.
+            if (node.kind == Node::Kind::SYMBOL && nodes_[find_name(name)].kind == Node::Kind::SYMBOL) {
+                const auto known = symbol_places_.find(name);
+                if (known != symbol_places_.end() && known->second->file == place.file)
+                    order_.warnings_.push_back(
+                        fmt::format("{}: <{}> is a symbol already, from {}", place.text(), name, known->second->text()));
+                return;
+            }
             throw place.error(fmt::format("<{}> has a meaning already", name));
         }
+        if (node.kind == Node::Kind::SYMBOL) symbol_places_.emplace(name, &place);
         names_.emplace(name, add(node));
     }
     uint32_t node_of_name(std::string_view name, const Place &place) {
@@ -173,8 +183,9 @@ class CollationResolver {
         check_ellipsis();
         part_ = Part::NONE;
     }
-    void check_ellipsis() const {
-        if (pending_ellipsis_) throw pending_ellipsis_->place.error("an ellipsis needs a character behind it");
+    void check_ellipsis() {
+        if (const Statement *statement = std::exchange(pending_ellipsis_, nullptr))
+            throw statement->place.error("an ellipsis needs a character behind it");
     }
 
     // ---- entries
@@ -265,8 +276,12 @@ class CollationResolver {
             if (node.kind == Node::Kind::SYMBOL) return;
             if (node.kind == Node::Kind::UNDEFINED && node.statement->weights.empty()) return;
             const auto item = static_cast<uint32_t>(order_.strings_of_items_.size() / order_.levels_.size());
-            for (size_t level = 0; level < order_.levels_.size(); ++level)
-                order_.strings_of_items_.push_back(string_of(index, level));
+            errors_.collect([&] { check_weights(*node.statement); });
+            for (size_t level = 0; level < order_.levels_.size(); ++level) {
+                uint32_t string = CollationOrder::EMPTY;
+                errors_.collect([&] { string = string_of(index, level); });
+                order_.strings_of_items_.push_back(string);
+            }
             if (node.kind == Node::Kind::ELEMENT) {
                 order_.elements_.push_back({std::u32string(node.text), item});
             } else if (node.kind == Node::Kind::UNDEFINED) {
@@ -278,6 +293,11 @@ class CollationResolver {
         });
     }
 
+    void check_weights(const Statement &statement) const {
+        const size_t levels = order_.levels_.size();
+        if (statement.weights.size() > levels)
+            throw statement.place.error(fmt::format("{} weights, but order_start has {} levels", statement.weights.size(), levels));
+    }
     uint32_t string_of(uint32_t index, size_t level) {
         const Statement &statement = *nodes_[index].statement;
         if (level >= statement.weights.size() || statement.weights[level].empty()) return single(ordinals_[index]);
@@ -317,10 +337,12 @@ class CollationResolver {
     enum class Part { NONE, ORDER, REORDER };
 
     CollationOrder &order_;
+    ErrorList errors_;
     std::vector<Node> nodes_;
     CollationList list_;
     std::vector<uint32_t> nodes_of_codes_;
     std::unordered_map<std::string_view, uint32_t> names_;
+    std::unordered_map<std::string_view, const Place *> symbol_places_;
     std::deque<std::string> kept_names_; // of ranges; the others stand in the rules
     std::map<std::string, Section, std::less<>> sections_;
     Part part_ = Part::NONE;

@@ -78,7 +78,7 @@ void Substitutions::add_locale_text(std::string_view text, const std::string &fi
 
 Substitutions Substitutions::load(const std::filesystem::path &recipe) {
     Substitutions result;
-    for (const RecipeLine &line : read_recipe(recipe)) {
+    for_each_line(read_recipe(recipe), [&](const RecipeLine &line) {
         const std::string &verb = line.words[0];
         if (verb == "table" || verb == "table-both-ways") {
             if (line.words.size() != 2) throw line.error("table NAME expected");
@@ -96,9 +96,9 @@ Substitutions Substitutions::load(const std::filesystem::path &recipe) {
             result.fingerprint_.add(line.words[1]);
             result.drop(code);
         } else {
-            throw line.error(verb + ": unknown word");
+            throw line.error(excerpt(verb) + ": unknown word");
         }
-    }
+    });
     for (const auto &[code, alternative] : result.reverse_) result.add(code, alternative);
     result.reverse_.clear();
     return result;

@@ -61,7 +61,7 @@ class RulesParser {
         : lexer_(source, source.category("LC_COLLATE")), copied_(copied), defined_(std::move(defined)), sources_{*source.file} {}
 
     ParsedRules parse() {
-        while (lexer_.next_line()) {
+        lexer_.for_each_line(errors_, [this] {
             place_ = lexer_.place();
             if (read_condition()) {
                 lexer_.expect_end();
@@ -71,9 +71,10 @@ class RulesParser {
                 read_line();
                 lexer_.expect_end();
             }
-        }
-        if (!conditions_.empty()) throw conditions_.back().place.error("condition is not closed by endif");
-        if (open_) throw open_place_.error(fmt::format("{} is not closed by {}", open_->begin, open_->end));
+        });
+        if (!conditions_.empty()) errors_.add(conditions_.back().place.error("condition is not closed by endif").what());
+        if (open_) errors_.add(open_place_.error(fmt::format("{} is not closed by {}", open_->begin, open_->end)).what());
+        errors_.throw_if_any();
         rules_->storage = lexer_.storage();
         return {std::move(rules_), std::move(defined_), std::move(sources_)};
     }
@@ -290,7 +291,7 @@ class RulesParser {
             do {
                 const std::string_view word = take_word("direction expected");
                 if (word != "forward" && word != "backward" && word != "position")
-                    throw place_.error(fmt::format("{}: unknown direction", word));
+                    throw place_.error(fmt::format("{}: unknown direction", excerpt(word)));
                 forward |= word == "forward";
                 backward |= word == "backward";
                 if (!direction.empty()) direction += ',';
@@ -341,7 +342,7 @@ class RulesParser {
             return;
         }
         if (token.kind == Token::Kind::WORD && lexer_.decode(token.text).size() != 1)
-            throw place_.error(fmt::format("{}: unknown keyword of LC_COLLATE", token.text));
+            throw place_.error(fmt::format("{}: unknown keyword of LC_COLLATE", excerpt(token.text)));
         const std::string_view first_name = token.piece.symbol;
         const Item first = take_item();
         const Token ellipsis = lexer_.token();
@@ -422,6 +423,7 @@ class RulesParser {
     }
 
     Lexer lexer_;
+    ErrorList errors_;
     CopiedCategories &copied_;
     std::set<std::string, std::less<>> defined_;
     Sources sources_;

@@ -31,11 +31,12 @@ class TypesParser {
         : lexer_(source, source.category("LC_CTYPE")), copied_(copied), sources_{*source.file} {}
 
     ParsedTypes parse() {
-        while (lexer_.next_line()) {
+        lexer_.for_each_line(errors_, [this] {
             read_statement(take_keyword());
             lexer_.expect_end();
-        }
-        refuse_terminator();
+        });
+        errors_.collect([this] { refuse_terminator(); });
+        errors_.throw_if_any();
         append(types_.translit, std::move(included_translit_));
         append(types_.translit, std::move(copied_translit_));
         return {std::move(types_), std::move(sources_)};
@@ -87,7 +88,7 @@ class TypesParser {
         else if (const auto own_map = types_.maps.find(std::string(keyword)); own_map != types_.maps.end())
             read_pairs(own_map->second);
         else
-            throw place_.error(fmt::format("{}: unknown keyword of LC_CTYPE", keyword));
+            throw place_.error(fmt::format("{}: unknown keyword of LC_CTYPE", excerpt(keyword)));
     }
 
     void read_copy() {
@@ -192,6 +193,7 @@ class TypesParser {
 
     void read_pairs(std::vector<CodePair> &pairs) {
         bool any = false;
+        const size_t before = pairs.size();
         do {
             if (any && lexer_.token().is_end()) break;
             CodePair pair{0, 0, lexer_.place()};
@@ -200,22 +202,37 @@ class TypesParser {
             lexer_.expect(Token::Kind::COMMA, ", expected");
             pair.to = lexer_.take_character();
             lexer_.expect(Token::Kind::CLOSE, ") expected");
+            if ((pair.from == 0) != (pair.to == 0)) throw pair.place.error("NUL is mapped, which ends every text");
             pairs.push_back(std::move(pair));
             any = true;
         } while (lexer_.accept(Token::Kind::SEMICOLON));
+        check_pairs(pairs, before);
+    }
+    // A list may say otherwise than what was copied, but not otherwise than itself.
+    void check_pairs(const std::vector<CodePair> &pairs, size_t begin) {
+        std::map<char32_t, const CodePair *> targets;
+        for (size_t i = begin; i < pairs.size(); ++i) {
+            const auto [known, is_new] = targets.emplace(pairs[i].from, &pairs[i]);
+            if (!is_new && known->second->to != pairs[i].to)
+                errors_.add(pairs[i]
+                                .place
+                                .error(fmt::format("U+{:04X} is mapped to U+{:04X} here, and to U+{:04X} in line {}",
+                                                   static_cast<uint32_t>(pairs[i].from), static_cast<uint32_t>(pairs[i].to),
+                                                   static_cast<uint32_t>(known->second->to), known->second->place.line))
+                                .what());
+        }
     }
 
     void read_translit() {
         const Place start = place_;
         lexer_.expect_end();
-        while (true) {
-            if (!lexer_.next_line()) throw start.error("translit_start is not closed by translit_end");
+        bool closed = false;
+        lexer_.for_each_line(errors_, [&] {
             place_ = lexer_.place();
-            if (lexer_.token().is_word("translit_end")) {
+            closed = lexer_.token().is_word("translit_end");
+            if (closed)
                 lexer_.advance();
-                return;
-            }
-            if (lexer_.token().is_word("include"))
+            else if (lexer_.token().is_word("include"))
                 read_include();
             else if (lexer_.token().is_word("default_missing"))
                 read_default_missing();
@@ -223,8 +240,10 @@ class TypesParser {
                 read_ignored();
             else
                 read_rule();
-            lexer_.expect_end();
-        }
+            if (!closed) lexer_.expect_end();
+            return !closed;
+        });
+        if (!closed) throw start.error("translit_start is not closed by translit_end");
     }
 
     // A second operand names a character repertoire; with names that are Unicode's there is nothing to choose.
@@ -263,6 +282,7 @@ class TypesParser {
     CopiedCategories &copied_;
     Sources sources_;
     Place place_; // of the line
+    ErrorList errors_;
     CharacterTypes types_;
     std::vector<TranslitRule> included_translit_, copied_translit_;
 };

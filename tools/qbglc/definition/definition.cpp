@@ -32,7 +32,9 @@ std::string key_of(const fs::path &path, std::string_view part) { return fmt::fo
 
 } // namespace
 
-std::string Place::text() const { return fmt::format("{}:{}", *file, line); }
+std::string Place::text() const {
+    return column == 0 ? fmt::format("{}:{}", *file, line) : fmt::format("{}:{}:{}", *file, line, column);
+}
 DataError Place::error(std::string_view what) const { return DataError(fmt::format("{}: {}", text(), what)); }
 
 int Keyword::number() const { return only<int>(*this, "number expected"); }
@@ -136,7 +138,7 @@ std::shared_ptr<const Definition> DefinitionReader::read(const fs::path &path) {
         for (const fs::path &file : files)
             if (std::find(known.begin(), known.end(), file) == known.end()) known.push_back(file);
     };
-    const auto place_of = [&](std::string_view category) { return Place{source.file, source.category(category).line}; };
+    const auto place_of = [&](std::string_view category) { return Place{source.file, source.category(category).line, 1}; };
     const auto keywords_of = [&](std::string_view category, Place &place) {
         place = place_of(category);
         const ParsedKeywords &parsed = cache_->keywords(normal, nullptr, category);
@@ -144,20 +146,24 @@ std::shared_ptr<const Definition> DefinitionReader::read(const fs::path &path) {
         return parsed.keywords;
     };
 
-    definition->ctype_place = place_of("LC_CTYPE");
-    ParsedTypes types = cache_->take_types(normal);
-    definition->ctype = std::move(types.types);
-    add_sources(types.sources);
-
-    definition->collate_place = place_of("LC_COLLATE");
-    const ParsedRules &rules = cache_->rules(normal, nullptr, {});
-    definition->collate = rules.rules;
-    add_sources(rules.sources);
-
-    definition->numeric = keywords_of("LC_NUMERIC", definition->numeric_place);
-    definition->monetary = keywords_of("LC_MONETARY", definition->monetary_place);
-    definition->time = keywords_of("LC_TIME", definition->time_place);
-    definition->messages = keywords_of("LC_MESSAGES", definition->messages_place);
+    ErrorList errors;
+    errors.collect([&] {
+        definition->ctype_place = place_of("LC_CTYPE");
+        ParsedTypes types = cache_->take_types(normal);
+        definition->ctype = std::move(types.types);
+        add_sources(types.sources);
+    });
+    errors.collect([&] {
+        definition->collate_place = place_of("LC_COLLATE");
+        const ParsedRules &rules = cache_->rules(normal, nullptr, {});
+        definition->collate = rules.rules;
+        add_sources(rules.sources);
+    });
+    errors.collect([&] { definition->numeric = keywords_of("LC_NUMERIC", definition->numeric_place); });
+    errors.collect([&] { definition->monetary = keywords_of("LC_MONETARY", definition->monetary_place); });
+    errors.collect([&] { definition->time = keywords_of("LC_TIME", definition->time_place); });
+    errors.collect([&] { definition->messages = keywords_of("LC_MESSAGES", definition->messages_place); });
+    errors.throw_if_any();
     return definition;
 }
 

@@ -22,10 +22,10 @@ std::vector<std::pair<std::string, char32_t>> portable_names(); // all of them
 // Where a line stands. The file name is shared by all places of a file.
 struct Place {
     std::shared_ptr<const std::string> file;
-    unsigned line = 0;
+    unsigned line = 0, column = 0; // in characters, from 1 on; without a column it is the whole line
 
-    DataError error(std::string_view what) const; // "FILE:LINE: what"
-    std::string text() const;                     // "FILE:LINE"
+    DataError error(std::string_view what) const; // "FILE:LINE:COLUMN: what"
+    std::string text() const;                     // "FILE:LINE:COLUMN"
 };
 
 // LC_CTYPE.
@@ -150,8 +150,8 @@ class DefinitionReader {
     explicit DefinitionReader(std::vector<std::filesystem::path> directories = {"/usr/share/i18n/locales"});
     ~DefinitionReader();
 
-    // Throws DataError with file and line for whatever it cannot take, and for a definition without one of the six categories;
-    // SystemError for a file that cannot be read.
+    // Throws DataError with file, line and column of all that it cannot take, and for a definition without one of the six
+    // categories; SystemError for a file that cannot be read.
     std::shared_ptr<const Definition> read(const std::filesystem::path &path);
     // The file of a locale by its name in the directories. Throws DataError when there is none.
     std::filesystem::path find(const std::string &name) const;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 namespace qbgl::compiler {
 
@@ -97,6 +98,31 @@ constexpr std::array KEYWORDS = std::to_array<KnownKeyword>({
     {"LC_MESSAGES", "nostr", Operands::TEXT, 1, 1},
 });
 
+// The values that POSIX gives to layouts of money and, with the platform, to days and directions; -1 is "not available".
+struct NumberRange {
+    std::string_view end; // of the keyword's name
+    int least, most;
+};
+constexpr std::array NUMBER_RANGES = std::to_array<NumberRange>({
+    {"_cs_precedes", -1, 1},
+    {"_sep_by_space", -1, 2},
+    {"_sign_posn", -1, 4},
+    {"first_weekday", 1, 7},
+    {"first_workday", 1, 7},
+    {"cal_direction", 1, 3},
+});
+
+void check_values(const Keyword &keyword, std::string_view name) {
+    const auto *range = std::find_if(NUMBER_RANGES.begin(), NUMBER_RANGES.end(),
+                                     [&](const NumberRange &entry) { return name.ends_with(entry.end); });
+    if (range != NUMBER_RANGES.end() && (keyword.number() < range->least || keyword.number() > range->most))
+        throw keyword.place.error(
+            fmt::format("{}: {} is not between {} and {}", name, keyword.number(), range->least, range->most));
+    // Three letters of ISO 4217 and what stands between them and a number, or nothing.
+    if (name.ends_with("int_curr_symbol") && !keyword.text().empty() && keyword.text().size() != 4)
+        throw keyword.place.error(fmt::format("{}: {} characters, not 4", name, keyword.text().size()));
+}
+
 Keyword read_operands(Lexer &lexer, const KnownKeyword &known) {
     Keyword keyword{{}, lexer.place()};
     do {
@@ -111,6 +137,7 @@ Keyword read_operands(Lexer &lexer, const KnownKeyword &known) {
         throw keyword.place.error(known.least == known.most
                                       ? fmt::format("{}: {} operands, not {}", known.name, count, known.least)
                                       : fmt::format("{}: {} operands, not {} to {}", known.name, count, known.least, known.most));
+    check_values(keyword, known.name);
     return keyword;
 }
 
@@ -118,28 +145,34 @@ Keyword read_operands(Lexer &lexer, const KnownKeyword &known) {
 
 ParsedKeywords parse_keywords(const DefinitionSource &source, std::string_view category, CopiedCategories &copied) {
     Lexer lexer(source, source.category(category));
-    Keywords own, others;
-    Sources sources{*source.file};
-    while (lexer.next_line()) {
+    ParsedKeywords parsed{{}, {*source.file}};
+    ErrorList errors;
+    std::optional<Place> copy;
+    lexer.for_each_line(errors, [&] {
         const Place place = lexer.place();
-        const std::string name(lexer.token().text);
         if (lexer.token().kind != Token::Kind::WORD) lexer.fail("keyword expected");
+        const std::string name(lexer.token().text);
         lexer.advance();
+        if (copy || (name == "copy" && !parsed.keywords.empty()))
+            throw place.error(fmt::format("{}: a copy stands alone in {}", excerpt(name), category));
         if (name == "copy") {
+            copy = place;
             const ParsedKeywords &other = copied.keywords(lexer.take_name(), place, category);
             lexer.expect_end();
-            others.insert(other.keywords.begin(), other.keywords.end());
-            sources.insert(sources.end(), other.sources.begin(), other.sources.end());
-            continue;
+            parsed.keywords = other.keywords;
+            parsed.sources.insert(parsed.sources.end(), other.sources.begin(), other.sources.end());
+            return;
         }
         const auto *known = std::find_if(KEYWORDS.begin(), KEYWORDS.end(), [&](const KnownKeyword &entry) {
             return entry.category == category && entry.name == name;
         });
-        if (known == KEYWORDS.end()) throw place.error(fmt::format("{}: unknown keyword of {}", name, category));
-        if (!own.emplace(name, read_operands(lexer, *known)).second) throw place.error(fmt::format("{}: stands twice", name));
-    }
-    own.merge(others); // its own keywords stand before copied ones
-    return {std::move(own), std::move(sources)};
+        if (known == KEYWORDS.end()) throw place.error(fmt::format("{}: unknown keyword of {}", excerpt(name), category));
+        const auto [entry, is_new] = parsed.keywords.try_emplace(name);
+        if (!is_new) throw place.error(fmt::format("{}: stands twice", name));
+        entry->second = read_operands(lexer, *known);
+    });
+    errors.throw_if_any();
+    return parsed;
 }
 
 } // namespace qbgl::compiler

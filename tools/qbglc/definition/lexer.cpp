@@ -52,12 +52,18 @@ Lexer::Lexer(const DefinitionSource &source, const DefinitionSource::Category &c
       escape_char_(category.escape_char), storage_(std::make_shared<TokenStorage>(source.text)) {}
 
 void Lexer::fail(std::string_view what) const {
-    const std::string_view found = raw_.substr(0, std::min<size_t>(raw_.find('\n'), 60));
-    throw place().error(token_.is_end() ? fmt::format("{}: end of line", what) : fmt::format("{}: {}", what, found));
+    throw place().error(token_.is_end() ? fmt::format("{}: end of line", what)
+                                        : fmt::format("{}: {}", what, excerpt(raw_.substr(0, raw_.find('\n')))));
 }
 
 // For what is wrong inside a token: a string may go on over many lines.
-void Lexer::fail_here(std::string_view what) const { throw Place{file_, line_}.error(what); }
+void Lexer::fail_here(std::string_view what) const { throw Place{file_, line_, column()}.error(what); }
+
+unsigned Lexer::column() const {
+    const std::string_view before = text_.substr(line_start_, position_ - line_start_);
+    return static_cast<unsigned>(
+        1 + std::count_if(before.begin(), before.end(), [](char c) { return (static_cast<uint8_t>(c) & 0xC0) != 0x80; }));
+}
 
 bool Lexer::next_line() {
     do advance();
@@ -69,12 +75,24 @@ void Lexer::skip_line() {
     while (!token_.is_end()) advance();
 }
 
+void Lexer::recover() {
+    while (!line_ended_ && position_ < text_.size()) {
+        const size_t end = std::min(text_.find('\n', position_), text_.size());
+        const size_t escapes = end - 1 - text_.substr(0, end).find_last_not_of(escape_char_);
+        position_ = std::min(end + 1, text_.size());
+        line_start_ = position_;
+        ++line_;
+        line_ended_ = escapes % 2 == 0;
+    }
+    token_ = {};
+}
+
 bool Lexer::skip_continuation() {
     if (!at(escape_char_)) return false;
     size_t next = position_ + 1;
     if (next < text_.size() && text_[next] == '\r') ++next;
     if (next >= text_.size() || text_[next] != '\n') return false;
-    position_ = next + 1;
+    position_ = line_start_ = next + 1;
     ++line_;
     return true;
 }
@@ -104,6 +122,8 @@ void Lexer::advance() {
     token_ = {};
     token_.adjoins = !blank;
     token_line_ = line_;
+    token_column_ = column();
+    line_ended_ = false;
     const size_t start = position_;
     if (position_ >= text_.size()) {
         token_.kind = Token::Kind::END_OF_BODY;
@@ -115,8 +135,9 @@ void Lexer::advance() {
     };
     switch (text_[position_]) {
     case '\n':
-        ++position_;
+        line_start_ = ++position_;
         ++line_;
+        line_ended_ = true;
         return;
     case ';': punctuation(Token::Kind::SEMICOLON); break;
     case ',': punctuation(Token::Kind::COMMA); break;
@@ -183,7 +204,7 @@ void Lexer::read_symbol() {
     token_.kind = Token::Kind::SYMBOL;
     token_.piece = Piece::of(symbol_name());
     if (!token_.piece.is_name() && !is_scalar_value(token_.piece.code))
-        fail_here(fmt::format("<{}> is not a character of Unicode", token_.piece.symbol));
+        fail_here(fmt::format("<{}> is not a character of Unicode", excerpt(token_.piece.symbol)));
 }
 
 void Lexer::read_string() {
@@ -254,7 +275,7 @@ void Lexer::read_word() {
 char32_t Lexer::code_of(const Piece &piece) const {
     if (!piece.is_name()) return piece.code;
     if (const auto code = portable_character(piece.symbol)) return *code;
-    throw place().error(fmt::format("<{}>: unknown character", piece.symbol));
+    throw place().error(fmt::format("<{}>: unknown character", excerpt(piece.symbol)));
 }
 
 std::u32string Lexer::decode(std::string_view word) const {

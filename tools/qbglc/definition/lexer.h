@@ -4,6 +4,7 @@
 #include "definition/source.h"
 
 #include <memory_resource>
+#include <type_traits>
 
 namespace qbgl::compiler {
 
@@ -59,7 +60,7 @@ struct Token {
     bool is_word(std::string_view word) const { return kind == Kind::WORD && text == word; }
 };
 
-// One token ahead. Errors are DataErrors with file and line.
+// One token ahead. Errors are DataErrors with file, line and column.
 class Lexer {
   public:
     Lexer(const DefinitionSource &source, const DefinitionSource::Category &category);
@@ -72,6 +73,25 @@ class Lexer {
     void advance();
     // Skips what is left of the line, whatever it is.
     void skip_line();
+    // The same behind an error, where the rest need not consist of tokens.
+    void recover();
+    // Calls read() at the beginning of every line that has a token, until it returns false. A line with an error is left, and its
+    // error kept.
+    template <class Function> void for_each_line(ErrorList &errors, Function read) {
+        for (bool more = true; more;) {
+            try {
+                more = next_line();
+                if constexpr (std::is_void_v<decltype(read())>) {
+                    if (more) read();
+                } else {
+                    more = more && read();
+                }
+            } catch (const DataError &error) {
+                errors.add(error.what());
+                recover();
+            }
+        }
+    }
 
     bool accept(Token::Kind kind) {
         if (token_.kind != kind) return false;
@@ -100,14 +120,15 @@ class Lexer {
     // The characters of a WORD.
     std::u32string decode(std::string_view word) const;
 
-    Place place() const { return {file_, token_line_}; }
-    // "FILE:LINE: what, found ..."
+    Place place() const { return {file_, token_line_, token_column_}; }
+    // "FILE:LINE:COLUMN: what: the token"
     [[noreturn]] void fail(std::string_view what) const;
     const std::shared_ptr<TokenStorage> &storage() const { return storage_; }
 
   private:
     [[noreturn]] void fail_here(std::string_view what) const;
     bool at(char character) const { return position_ < text_.size() && text_[position_] == character; }
+    unsigned column() const; // of what stands at position_
     bool skip_continuation();
     bool skip_blanks();
     void read_symbol();
@@ -120,7 +141,9 @@ class Lexer {
     std::shared_ptr<const std::string> file_;
     std::string_view text_;
     size_t position_ = 0;
-    unsigned line_, token_line_;
+    size_t line_start_ = 0;
+    unsigned line_, token_line_, token_column_ = 1;
+    bool line_ended_ = true; // the token is the end of a line that was really there
     char comment_char_, escape_char_;
     std::shared_ptr<TokenStorage> storage_;
     Token token_;

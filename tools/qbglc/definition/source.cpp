@@ -18,13 +18,6 @@ constexpr std::array<std::string_view, 12> CATEGORIES = {"LC_CTYPE",   "LC_COLLA
 
 bool is_category(std::string_view word) { return std::find(CATEGORIES.begin(), CATEGORIES.end(), word) != CATEGORIES.end(); }
 
-std::string_view take_word(std::string_view &line) {
-    line.remove_prefix(std::min(line.find_first_not_of(BLANKS), line.size()));
-    const std::string_view word = line.substr(0, line.find_first_of(BLANKS));
-    line.remove_prefix(word.size());
-    return word;
-}
-
 class Splitter {
   public:
     explicit Splitter(DefinitionSource &source) : source_(source), text_(*source.text) {}
@@ -40,12 +33,26 @@ class Splitter {
             else if (is_category(word))
                 read_category(word);
             else
-                fail(fmt::format("{}: unknown outside a category", word));
+                fail(fmt::format("{}: unknown outside a category", excerpt(word)));
         }
     }
 
   private:
-    [[noreturn]] void fail(std::string_view what) const { throw Place{source_.file, line_number_}.error(what); }
+    // At the word that was taken last.
+    [[noreturn]] void fail(std::string_view what) const { throw place().error(what); }
+    Place place() const {
+        const std::string_view before = text_.substr(line_start_, static_cast<size_t>(word_ - text_.data()) - line_start_);
+        const auto is_first = [](char c) { return (static_cast<uint8_t>(c) & 0xC0) != 0x80; };
+        return {source_.file, line_number_, static_cast<unsigned>(1 + std::count_if(before.begin(), before.end(), is_first))};
+    }
+
+    std::string_view take_word(std::string_view &line) {
+        line.remove_prefix(std::min(line.find_first_not_of(BLANKS), line.size()));
+        word_ = line.data();
+        const std::string_view word = line.substr(0, line.find_first_of(BLANKS));
+        line.remove_prefix(word.size());
+        return word;
+    }
 
     bool next_line() {
         if (position_ >= text_.size()) return false;
@@ -64,13 +71,13 @@ class Splitter {
     }
     void expect_end_of_line() {
         const std::string_view word = take_word(line_);
-        if (!word.empty() && word[0] != comment_char_) fail(fmt::format("{}: end of line expected", word));
+        if (!word.empty() && word[0] != comment_char_) fail(fmt::format("{}: end of line expected", excerpt(word)));
     }
 
     void read_category(std::string_view name) {
+        const Place begin = place();
         expect_end_of_line();
-        if (comment_char_ == escape_char_) fail(fmt::format("{} begins comments and escapes", comment_char_));
-        const Place place{source_.file, line_number_};
+        if (comment_char_ == escape_char_) throw begin.error(fmt::format("{} begins comments and escapes", comment_char_));
         const size_t start = position_;
         while (next_line()) {
             const std::string_view word = take_word(line_), operand = take_word(line_);
@@ -78,17 +85,18 @@ class Splitter {
             if (word != "END" || !is_category(operand)) continue;
             if (operand != name) fail(fmt::format("END {} in {}", operand, name));
             expect_end_of_line();
-            const DefinitionSource::Category category{text_.substr(start, line_start_ - start), place.line, comment_char_,
+            const DefinitionSource::Category category{text_.substr(start, line_start_ - start), begin.line, comment_char_,
                                                       escape_char_};
-            if (!source_.categories.emplace(name, category).second) throw place.error(fmt::format("{}: stands twice", name));
+            if (!source_.categories.emplace(name, category).second) throw begin.error(fmt::format("{}: stands twice", name));
             return;
         }
-        throw place.error(fmt::format("{} is not closed by END {}", name, name));
+        throw begin.error(fmt::format("{} is not closed by END {}", name, name));
     }
 
     DefinitionSource &source_;
     std::string_view text_, line_;
     size_t position_ = 0, line_start_ = 0;
+    const char *word_ = nullptr;
     unsigned line_number_ = 0;
     char comment_char_ = '#', escape_char_ = '\\';
 };
@@ -105,6 +113,7 @@ DefinitionSourcePtr load_definition(const std::filesystem::path &path) {
     auto source = std::make_shared<DefinitionSource>();
     source->file = std::make_shared<const std::string>(path.string());
     source->text = std::make_shared<const std::string>(read_file(path));
+    refuse_byte_order_mark(*source->text, *source->file);
     Splitter(*source).split();
     return source;
 }

@@ -22,6 +22,7 @@
 #include <map>
 #include <mutex>
 #include <set>
+#include <sstream>
 
 namespace qbgl::compiler {
 
@@ -39,6 +40,7 @@ struct Task {
     std::string header;
     std::vector<size_t> codesets;
     std::function<std::string()> object;
+    std::string whose = ""; // what an error of it is about, where its own place does not tell
     State state = State::MISSING;
 };
 
@@ -118,8 +120,9 @@ class TreeBuilder {
         load_codesets();
         make_objects();
         for (const auto &[name, object] : links_) update_link(root_ / CONVERSIONS / name, object);
-        report_.inexact = locales_.take_warnings().size();
-        errors_.throw_if_any();
+        report_.warnings = locales_.take_warnings();
+        std::sort(report_.warnings.begin(), report_.warnings.end());
+        throw_if_any();
         return std::move(report_);
     }
 
@@ -127,7 +130,7 @@ class TreeBuilder {
         if (!fs::is_directory(root_)) throw DataError(root_.string() + ": no installation");
         const DirectoryLock lock(root_, DirectoryLock::Kind::READER, options_.waits);
         plan_all();
-        errors_.throw_if_any();
+        throw_if_any();
         find_states();
         std::vector<std::string> findings;
         const auto find = [&](const fs::path &path, const char *what) { findings.push_back(path.string() + ": " + what); };
@@ -205,19 +208,54 @@ class TreeBuilder {
         if (!fs::exists(recipe)) return;
         const std::vector<LocaleTask> wanted = parse_locales(library_.catalogue(), read_file(recipe), recipe.string());
         report_.locales = wanted.size();
-        parallel_for(wanted.size(), options_.threads,
-                     [&](size_t i) { errors_.collect([&] { locales_.definition(wanted[i].definition); }); });
+        std::map<std::string, std::string> files; // of definitions by their names; empty for those that are wrong
+        for (const LocaleTask &locale : wanted) files.emplace(locale.definition, "");
+        const std::vector<std::pair<const std::string, std::string> *> all = [&] {
+            std::vector<std::pair<const std::string, std::string> *> result;
+            for (auto &item : files) result.push_back(&item);
+            return result;
+        }();
+        parallel_for(all.size(), options_.threads, [&](size_t i) {
+            const auto first = std::find_if(wanted.begin(), wanted.end(),
+                                            [&](const LocaleTask &locale) { return locale.definition == all[i]->first; });
+            blame(whose(*first), [&] {
+                const std::string file = locales_.find_definition(all[i]->first);
+                locales_.definition(file);
+                all[i]->second = file;
+            });
+        });
         for (const LocaleTask &locale : wanted) {
             const fs::path path = root_ / LOCALES / locale.file;
             wanted_.insert(path); // also with a definition that is wrong: the object that is there stays
-            errors_.collect([&] {
-                const std::string header = locales_.header(locale.definition, locale.codeset, locale.calendar, locale.collation);
-                plan({path, header, {locale.codeset}, [this, locale, header] {
-                          return locales_.object(locale.definition, locales_.target(locale.codeset), locale.codeset_name,
-                                                 locale.calendar, header, locale.collation);
-                      }});
-            });
+            const std::string definition = files[locale.definition];
+            if (definition.empty()) continue;
+            const std::string header = locales_.header(definition, locale.codeset, locale.calendar, locale.collation);
+            plan({path,
+                  header,
+                  {locale.codeset},
+                  [this, locale, definition, header] {
+                      return locales_.object(definition, locales_.target(locale.codeset), locale.codeset_name, locale.calendar,
+                                             header, locale.collation);
+                  },
+                  whose(locale)});
         }
+    }
+    static std::string whose(const LocaleTask &locale) { return fmt::format("{}, {}", locale.file.string(), locale.place); }
+
+    // Keeps the DataErrors of a function. An error that several share is told once, of the first of them.
+    template <class Function> void blame(const std::string &whose, Function function) {
+        ErrorList errors;
+        errors.collect(function);
+        std::istringstream lines(errors.text());
+        const std::lock_guard lock(mutex_);
+        for (std::string line; std::getline(lines, line);) {
+            const auto [known, is_new] = blamed_.emplace(line, whose);
+            if (!is_new) known->second = std::min(known->second, whose);
+        }
+    }
+    void throw_if_any() {
+        for (const auto &[line, whose] : blamed_) errors_.add(whose.empty() ? line : fmt::format("{} ({})", line, whose));
+        errors_.throw_if_any();
     }
 
     void plan_charmaps() {
@@ -248,7 +286,7 @@ class TreeBuilder {
         std::stable_sort(tasks_.begin(), tasks_.end(), [&](const Task &a, const Task &b) { return size(a) > size(b); });
         size_t done = 0;
         parallel_for(tasks_.size(), options_.threads, [&](size_t i) {
-            errors_.collect([&] { make_object(tasks_[i]); });
+            blame(tasks_[i].whose, [&] { make_object(tasks_[i]); });
             const std::lock_guard lock(mutex_);
             options_.progress(++done, tasks_.size());
         });
@@ -293,7 +331,8 @@ class TreeBuilder {
     std::map<std::string, std::string> links_;
     const std::map<std::string, std::string> no_links_;
     ErrorList errors_;
-    std::mutex mutex_; // of the report
+    std::map<std::string, std::string> blamed_; // errors, and what they are about
+    std::mutex mutex_;                          // of the report and of these
     TreeReport report_;
 };
 

@@ -22,10 +22,10 @@ struct TreeOptions {
 struct TreeReport {
     size_t conversions = 0, links = 0, locales = 0, charmaps = 0; // wanted
     size_t written = 0, removed = 0;
-    size_t inexact = 0; // warnings of orders that were made
     // Sentences that begin with a file.
-    std::vector<std::string> damaged; // objects that were not as they had been written, and were made anew
-    std::vector<std::string> changes; // locales that their codeset cannot carry, and those whose order changed
+    std::vector<std::string> damaged;  // objects that were not as they had been written, and were made anew
+    std::vector<std::string> warnings; // on the orders that were made
+    std::vector<std::string> changes;  // locales that their codeset cannot carry, and those whose order changed
 };
 
 // Brings DIRECTORY up to date with the recipes: vrn/cm3 with the registry and the charmap of every codeset that has one, vrn/cv9

@@ -43,7 +43,7 @@ std::u32string text_of(const RecipeLine &line, const std::string &word) {
 
 Calendars Calendars::parse(std::string_view text, const std::string &file) {
     Calendars result;
-    for (const RecipeLine &line : parse_recipe(text, file)) {
+    for_each_line(parse_recipe(text, file), [&](const RecipeLine &line) {
         const auto &words = line.words;
         if (words[0] == "era" && words.size() == 3) {
             result.letters_[text_of(line, words[1])] = text_of(line, words[2]);
@@ -56,7 +56,7 @@ Calendars Calendars::parse(std::string_view text, const std::string &file) {
         } else {
             throw line.error("\"months CALENDAR LANGUAGE NAMES\" or \"era NAME LETTER\" expected");
         }
-    }
+    });
     return result;
 }
 

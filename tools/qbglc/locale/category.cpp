@@ -10,6 +10,7 @@ namespace {
 
 constexpr int NOT_AVAILABLE = 0x7FFFFFFF;
 constexpr size_t MOST_GROUPS = 15;
+constexpr size_t MOST_OF_RECORD = 255; // gl_localeconv hands out no longer text
 
 // "No further grouping", which POSIX writes as -1. Behind other sizes it is CHAR_MAX, as in the byte string that the host gets: no
 // number is that long. In the first place it is 0, which makes the host's byte string empty.
@@ -24,15 +25,31 @@ const Keyword *CategoryLines::find(std::string_view keyword) const {
 
 std::string CategoryLines::text(std::string_view keyword) const {
     const Keyword *found = find(keyword);
-    return found == nullptr ? constant({}) : encoder_.line(found->text(), found->place);
+    if (found == nullptr) return constant({});
+    return errors_.collect([&] { return encoder_.line(found->text(), found->place); });
+}
+
+std::string CategoryLines::short_text(std::string_view keyword) const {
+    const Keyword *found = find(keyword);
+    if (found == nullptr) return constant({});
+    return errors_.collect([&] {
+        // A character that stands for several, such as the euro for EUR, counts as these: in bytes, to be sure.
+        std::string line = encoder_.line(found->text(), found->place);
+        if (encoder_.encode(found->text(), found->place).size() > MOST_OF_RECORD)
+            throw found->place.error(
+                fmt::format("{}: of more than {} bytes, which no host's record has room for", keyword, MOST_OF_RECORD));
+        return line;
+    });
 }
 
 std::string CategoryLines::texts(std::string_view keyword) const {
-    const Keyword *found = find(keyword);
-    if (found == nullptr) throw place_.error(fmt::format("no {} in this category", keyword));
-    std::string lines;
-    for (const std::u32string &text : found->texts()) lines += encoder_.line(text, found->place);
-    return lines;
+    return errors_.collect([&] {
+        const Keyword *found = find(keyword);
+        if (found == nullptr) throw place_.error(fmt::format("no {} in this category", keyword));
+        std::string lines;
+        for (const std::u32string &text : found->texts()) lines += encoder_.line(text, found->place);
+        return lines;
+    });
 }
 
 std::string CategoryLines::list(std::string_view keyword) const {
@@ -43,51 +60,55 @@ std::string CategoryLines::list(std::string_view keyword) const {
 std::string CategoryLines::list(const std::vector<std::u32string> &texts, const Place &place) const {
     if (texts.size() == 1 && texts[0].empty()) return "0\n";
     std::string lines = fmt::format("{}\n", texts.size());
-    for (const std::u32string &text : texts) lines += encoder_.line(text, place);
+    for (const std::u32string &text : texts) lines += errors_.collect([&] { return encoder_.line(text, place); });
     return lines;
 }
 
 std::string CategoryLines::grouping(std::string_view keyword) const {
-    const Keyword *found = find(keyword);
-    const std::vector<int> sizes = found == nullptr ? std::vector{-1} : found->numbers();
-    if (sizes.size() > MOST_GROUPS) throw found->place.error(fmt::format("{} of more than {} sizes", keyword, MOST_GROUPS));
-    std::string line = fmt::format("{}", sizes.size());
-    for (size_t i = 0; i < sizes.size(); ++i) {
-        if (sizes[i] < -1 || sizes[i] > CHAR_MAX)
-            throw found->place.error(fmt::format("{}: {} is no group size", keyword, sizes[i]));
-        line += fmt::format(" {}", sizes[i] == -1 ? further_groups(i) : sizes[i]);
-    }
-    return line + '\n';
+    return errors_.collect([&] {
+        const Keyword *found = find(keyword);
+        const std::vector<int> sizes = found == nullptr ? std::vector{-1} : found->numbers();
+        if (sizes.size() > MOST_GROUPS) throw found->place.error(fmt::format("{} of more than {} sizes", keyword, MOST_GROUPS));
+        std::string line = fmt::format("{}", sizes.size());
+        for (size_t i = 0; i < sizes.size(); ++i) {
+            if (sizes[i] < -1 || sizes[i] > CHAR_MAX)
+                throw found->place.error(fmt::format("{}: {} is no group size", keyword, sizes[i]));
+            line += fmt::format(" {}", sizes[i] == -1 ? further_groups(i) : sizes[i]);
+        }
+        return line + '\n';
+    });
 }
 
 std::string CategoryLines::number(std::string_view keyword) const {
-    const Keyword *found = find(keyword);
-    const int value = found == nullptr ? -1 : found->number();
-    if (value < -1 || value > CHAR_MAX) throw found->place.error(fmt::format("{}: {} is out of range", keyword, value));
-    return fmt::format("{}\n", value == -1 ? NOT_AVAILABLE : value);
+    return errors_.collect([&] {
+        const Keyword *found = find(keyword);
+        const int value = found == nullptr ? -1 : found->number();
+        if (value < -1 || value > CHAR_MAX) throw found->place.error(fmt::format("{}: {} is out of range", keyword, value));
+        return fmt::format("{}\n", value == -1 ? NOT_AVAILABLE : value);
+    });
 }
 
 // POSIX has no signs for plain numbers. Readers and writers of numbers use these everywhere; a reader takes ASCII signs anyway.
-std::string numeric_section(const Definition &definition, const LocaleEncoder &encoder) {
-    const CategoryLines lines(definition.numeric, definition.numeric_place, encoder);
-    return lines.text("decimal_point") + lines.text("thousands_sep") + lines.grouping("grouping") + lines.constant(U"") +
-           lines.constant(U"-");
+std::string numeric_section(const Definition &definition, const LocaleEncoder &encoder, LocaleErrors &errors) {
+    const CategoryLines lines(definition.numeric, definition.numeric_place, encoder, errors);
+    return lines.short_text("decimal_point") + lines.short_text("thousands_sep") + lines.grouping("grouping") +
+           lines.constant(U"") + lines.constant(U"-");
 }
 
-std::string monetary_section(const Definition &definition, const LocaleEncoder &encoder) {
-    const CategoryLines lines(definition.monetary, definition.monetary_place, encoder);
+std::string monetary_section(const Definition &definition, const LocaleEncoder &encoder, LocaleErrors &errors) {
+    const CategoryLines lines(definition.monetary, definition.monetary_place, encoder, errors);
     std::string section;
     for (const char *keyword : {"int_curr_symbol", "currency_symbol", "mon_decimal_point", "mon_thousands_sep"})
-        section += lines.text(keyword);
-    section += lines.grouping("mon_grouping") + lines.text("positive_sign") + lines.text("negative_sign");
+        section += lines.short_text(keyword);
+    section += lines.grouping("mon_grouping") + lines.short_text("positive_sign") + lines.short_text("negative_sign");
     for (const char *keyword : {"int_frac_digits", "frac_digits", "p_cs_precedes", "p_sep_by_space", "n_cs_precedes",
                                 "n_sep_by_space", "p_sign_posn", "n_sign_posn"})
         section += lines.number(keyword);
     return section;
 }
 
-std::string messages_section(const Definition &definition, const LocaleEncoder &encoder) {
-    const CategoryLines lines(definition.messages, definition.messages_place, encoder);
+std::string messages_section(const Definition &definition, const LocaleEncoder &encoder, LocaleErrors &errors) {
+    const CategoryLines lines(definition.messages, definition.messages_place, encoder, errors);
     return lines.text("yesexpr") + lines.text("noexpr") + lines.text("yesstr") + lines.text("nostr");
 }
 

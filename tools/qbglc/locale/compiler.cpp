@@ -10,6 +10,8 @@
 #include "order/fingerprint.h"
 #include "system/fingerprint.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cctype>
 #include <utility>
@@ -43,6 +45,10 @@ LocaleCompiler::LocaleCompiler(Library &library, std::vector<fs::path> directori
     if (!fs::exists(recipe)) return;
     calendars_ = Calendars::load(recipe);
     calendars_mark_ = file_mark(recipe);
+}
+
+std::string LocaleCompiler::find_definition(const std::string &name) const {
+    return name.find('/') == std::string::npos ? reader_.find(name).string() : name;
 }
 
 std::shared_ptr<const Definition> LocaleCompiler::definition(const std::string &name) {
@@ -100,13 +106,13 @@ const std::string &LocaleCompiler::collate(const Definition &definition, const T
     const std::string key = std::to_string(reinterpret_cast<uintptr_t>(&rules));
     const CollationOrderPtr &order = orders_.get(key, [&] {
         auto made = std::make_shared<const CollationOrder>(rules);
-        add_warnings({}, made->warnings());
+        add_warnings(definition, {}, made->warnings());
         return made;
     });
     return collates_.get(key + ' ' + target.mark, [&] {
         try {
             CollateSection section = collate_section(*order, *target.codeset);
-            add_warnings(definition.collate_place.text() + ": in " + target.codeset->name() + ": ", section.warnings);
+            add_warnings(definition, definition.collate_place.text() + ": in " + target.codeset->name() + ": ", section.warnings);
             return std::move(section.text);
         } catch (const DataError &error) {
             throw definition.collate_place.error(error.what());
@@ -114,9 +120,11 @@ const std::string &LocaleCompiler::collate(const Definition &definition, const T
     });
 }
 
-void LocaleCompiler::add_warnings(const std::string &before, const std::vector<std::string> &warnings) {
+void LocaleCompiler::add_warnings(const Definition &definition, const std::string &before,
+                                  const std::vector<std::string> &warnings) {
+    const std::string name = fs::path(definition.file).filename().string();
     const std::lock_guard lock(warnings_mutex_);
-    for (const std::string &warning : warnings) warnings_.push_back(before + warning);
+    for (const std::string &warning : warnings) warnings_.push_back(fmt::format("{}{} (locale {})", before, warning, name));
 }
 
 std::vector<std::string> LocaleCompiler::take_warnings() {
@@ -129,17 +137,19 @@ std::string LocaleCompiler::object(const std::string &name, const Target &target
     if (codeset_name.size() > LONGEST_CODESET_NAME) throw DataError(codeset_name + ": too long for the codeset line of an object");
     const auto source = definition(name);
     const LocaleEncoder encoder(source->ctype, *target.codeset, codeset_name);
-    const std::string order = collation.empty() ? collate(*source, target) : collation + '\n';
+    LocaleErrors errors;
+    const std::string order = errors.collect([&] { return collation.empty() ? collate(*source, target) : collation + '\n'; });
     std::string text = header;
     text.append(ORDER_LINE) += order_fingerprint(target.characters, order) + '\n';
     const size_t end_of_header = text.size();
     text += codeset_name + '\n';
-    text += "### LC_CTYPE\n" + ctype(*source, target);
+    text += "### LC_CTYPE\n" + errors.collect([&] { return ctype(*source, target); });
     text += "### LC_COLLATE\n" + order;
-    text += "### LC_NUMERIC\n" + numeric_section(*source, encoder);
-    text += "### LC_MONETARY\n" + monetary_section(*source, encoder);
-    text += "### LC_TIME\n" + time_section(*source, encoder, calendars_, calendar, language_of(name));
-    text += "### LC_MESSAGES\n" + messages_section(*source, encoder);
+    text += "### LC_NUMERIC\n" + numeric_section(*source, encoder, errors);
+    text += "### LC_MONETARY\n" + monetary_section(*source, encoder, errors);
+    text += "### LC_TIME\n" + time_section(*source, encoder, calendars_, calendar, language_of(name), errors);
+    text += "### LC_MESSAGES\n" + messages_section(*source, encoder, errors);
+    errors.throw_if_any();
     seal(text, end_of_header);
     return text;
 }

@@ -28,6 +28,8 @@ class LocaleCompiler {
     // The library must outlive the compiler.
     explicit LocaleCompiler(Library &library, std::vector<std::filesystem::path> directories = {"/usr/share/i18n/locales"});
 
+    // The file of a definition that a recipe names: one with a "/" as it is, otherwise one of the directories.
+    std::string find_definition(const std::string &name) const;
     // A definition by its name or file, a codeset of the catalogue, one of a charmap file of the user's own.
     std::shared_ptr<const Definition> definition(const std::string &name);
     const Target &target(size_t codeset);
@@ -65,7 +67,7 @@ class LocaleCompiler {
 
     const std::string &ctype(const Definition &definition, const Target &target);
     const std::string &collate(const Definition &definition, const Target &target);
-    void add_warnings(const std::string &before, const std::vector<std::string> &warnings);
+    void add_warnings(const Definition &definition, const std::string &before, const std::vector<std::string> &warnings);
     const std::string &file_mark(const std::filesystem::path &path);
 
     Library &library_;

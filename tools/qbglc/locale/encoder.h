@@ -16,6 +16,32 @@ struct EncodingError : DataError {
     using DataError::DataError;
 };
 
+// Gathers what is wrong with the texts and numbers of a locale.
+class LocaleErrors {
+  public:
+    // The function's result; an empty line and the error kept when it throws DataError.
+    template <class Function> std::string collect(Function function) {
+        try {
+            return function();
+        } catch (const EncodingError &error) {
+            errors_.add(error.what());
+        } catch (const DataError &error) {
+            errors_.add(error.what());
+            only_encoding_ = false;
+        }
+        return {};
+    }
+    // Throws EncodingError when nothing but the codeset is in the way, DataError when something else is.
+    void throw_if_any() const {
+        if (const std::string text = errors_.text(); only_encoding_ && !text.empty()) throw EncodingError(text);
+        errors_.throw_if_any();
+    }
+
+  private:
+    ErrorList errors_;
+    bool only_encoding_ = true;
+};
+
 // The bytes of a character as they lie in memory.
 Sequence memory_bytes(const Codeset &codeset, const Sequence &bytes);
 

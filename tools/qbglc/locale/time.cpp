@@ -4,19 +4,67 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
+#include <array>
+#include <charconv>
+#include <optional>
 
 namespace qbgl::compiler {
 
 namespace {
 
-constexpr std::ptrdiff_t COLONS = 5; // in an era of six fields
+constexpr size_t ERA_FIELDS = 6; // direction, offset, first and last date, name, format
+
+std::vector<std::u32string> era_fields(const std::u32string &era) {
+    std::vector<std::u32string> fields(1);
+    for (const char32_t c : era)
+        if (c == U':')
+            fields.emplace_back();
+        else
+            fields.back() += c;
+    return fields;
+}
+
+// The number that a text is, with a sign or not; nothing for other texts.
+std::optional<long> number_of(std::u32string_view text) {
+    std::string digits(text.begin(), text.end());
+    for (size_t i = 0; i < text.size(); ++i)
+        if (text[i] >= 0x80) return std::nullopt;
+    const bool has_plus = digits.starts_with('+');
+    long value = 0;
+    const char *end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data() + has_plus, end, value);
+    if (error != std::errc() || stop != end) return std::nullopt;
+    return value;
+}
+
+// "yyyy/mm/dd", in which the year may have a sign.
+bool is_date(std::u32string_view text) {
+    constexpr std::array DAYS{31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    const size_t first = text.find(U'/'), second = first == text.npos ? first : text.find(U'/', first + 1);
+    if (second == text.npos) return false;
+    const auto year = number_of(text.substr(0, first)), month = number_of(text.substr(first + 1, second - first - 1)),
+               day = number_of(text.substr(second + 1));
+    return year && month && day && *month >= 1 && *month <= 12 && *day >= 1 && *day <= DAYS[static_cast<size_t>(*month - 1)];
+}
+
+void check_era(const std::vector<std::u32string> &fields, const Place &place) {
+    if (fields.size() != ERA_FIELDS) throw place.error("an era of six fields expected");
+    const auto refuse = [&](size_t field, const char *expected) {
+        std::string text;
+        for (const char32_t c : fields[field]) text += utf8_of(c).text();
+        throw place.error(fmt::format("field {} of an era is {}, not {}", field + 1, excerpt(text), expected));
+    };
+    if (fields[0] != U"+" && fields[0] != U"-") refuse(0, "+ or -");
+    if (!number_of(fields[1])) refuse(1, "a number");
+    if (!is_date(fields[2])) refuse(2, "a date");
+    if (fields[3] != U"+*" && fields[3] != U"-*" && !is_date(fields[3])) refuse(3, "a date, +* or -*");
+}
 
 // An era of the object has a seventh field, the letter that stands for the era.
 std::u32string era_with_letter(const std::u32string &era, const Place &place, const Calendars &calendars) {
-    if (std::count(era.begin(), era.end(), U':') != COLONS) throw place.error("an era of six fields expected");
-    const size_t format = era.rfind(U':'), name = era.rfind(U':', format - 1) + 1;
-    return era + U':' + calendars.era_letter(era.substr(name, format - name));
+    const std::vector<std::u32string> fields = era_fields(era);
+    check_era(fields, place);
+    return era + U':' + calendars.era_letter(fields[4]);
 }
 
 std::string eras(const CategoryLines &lines, const Place &category, const Calendars &calendars) {
@@ -24,7 +72,11 @@ std::string eras(const CategoryLines &lines, const Place &category, const Calend
     std::vector<std::u32string> texts;
     if (found != nullptr)
         for (const std::u32string &era : found->texts())
-            if (!era.empty()) texts.push_back(era_with_letter(era, found->place, calendars));
+            if (!era.empty())
+                lines.errors().collect([&] {
+                    texts.push_back(era_with_letter(era, found->place, calendars));
+                    return std::string();
+                });
     return lines.list(texts, found == nullptr ? category : found->place);
 }
 
@@ -39,16 +91,19 @@ std::string twelve_hour_format(const CategoryLines &lines) {
 } // namespace
 
 std::string time_section(const Definition &definition, const LocaleEncoder &encoder, const Calendars &calendars,
-                         const std::string &calendar, const std::string &language) {
+                         const std::string &calendar, const std::string &language, LocaleErrors &errors) {
     const Place &place = definition.time_place;
-    const CategoryLines lines(definition.time, place, encoder);
+    const CategoryLines lines(definition.time, place, encoder, errors);
     std::string section = calendar + '\n' + lines.texts("abday") + lines.texts("day");
     if (calendar == "gregorian") {
         for (const char *names : {"abmon", "mon"}) section += "12\n" + lines.texts(names);
     } else {
         const std::vector<std::u32string> *months = calendars.months(calendar, language);
-        if (months == nullptr) throw place.error(fmt::format("no month names of the {} calendar in {}", calendar, language));
-        for (int i = 0; i < 2; ++i) section += lines.list(*months, place); // these months have no short names
+        if (months == nullptr)
+            errors.collect([&]() -> std::string {
+                throw place.error(fmt::format("no month names of the {} calendar in {}", calendar, language));
+            });
+        for (int i = 0; i < 2 && months != nullptr; ++i) section += lines.list(*months, place); // these months have no short names
     }
     for (const char *format : {"d_t_fmt", "d_fmt", "t_fmt"}) section += lines.text(format);
     section += lines.find("am_pm") == nullptr ? lines.constant({}) + lines.constant({}) : lines.texts("am_pm");

@@ -11,6 +11,6 @@ namespace qbgl::compiler {
 
 // Month names of a calendar other than the gregorian one are those of `language` in `calendars`.
 std::string time_section(const Definition &definition, const LocaleEncoder &encoder, const Calendars &calendars,
-                         const std::string &calendar, const std::string &language);
+                         const std::string &calendar, const std::string &language, LocaleErrors &errors);
 
 } // namespace qbgl::compiler

@@ -76,7 +76,7 @@ Catalogue Catalogue::parse(std::string_view text, const std::string &file) {
     Catalogue result;
     std::map<uint16_t, size_t> by_number;
     std::map<std::string, uint16_t> by_name;
-    for (const RecipeLine &line : parse_recipe(text, file)) {
+    for_each_line(parse_recipe(text, file), [&](const RecipeLine &line) {
         const std::string &name = line.words[0];
         check_name(line, name);
         const auto number = static_cast<uint16_t>(line.number(1, 10, 0xFFFF));
@@ -92,7 +92,7 @@ Catalogue Catalogue::parse(std::string_view text, const std::string &file) {
             result.codesets_.push_back(parse_codeset(line, number));
         }
         result.names_.push_back({name, number, by_number[number]});
-    }
+    });
     if (result.names_.empty()) throw DataError(file + ": no codesets");
     return result;
 }
@@ -115,7 +115,7 @@ std::vector<Catalogue::Pair> Catalogue::parse_conversions(std::string_view text,
     const auto add = [&](size_t a, size_t b) {
         if (a != b) pairs.insert({{codesets_[a].number, codesets_[b].number}, {a, b}});
     };
-    for (const RecipeLine &line : parse_recipe(text, file)) {
+    for_each_line(parse_recipe(text, file), [&](const RecipeLine &line) {
         const auto codeset = [&](const std::string &name) {
             const auto index = find(name);
             if (!index) throw line.error(name + ": unknown codeset");
@@ -136,7 +136,7 @@ std::vector<Catalogue::Pair> Catalogue::parse_conversions(std::string_view text,
                 add(other, first);
             }
         }
-    }
+    });
     std::vector<Pair> result;
     result.reserve(pairs.size());
     for (const auto &item : pairs) result.push_back(item.second);

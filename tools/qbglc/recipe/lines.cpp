@@ -9,7 +9,9 @@
 
 namespace qbgl::compiler {
 
-DataError RecipeLine::error(std::string_view what) const { return DataError(fmt::format("{}:{}: {}", file, line, what)); }
+std::string RecipeLine::place() const { return fmt::format("{}:{}", file, line); }
+
+DataError RecipeLine::error(std::string_view what) const { return DataError(fmt::format("{}: {}", place(), what)); }
 
 unsigned RecipeLine::number(size_t word, int base, unsigned limit) const {
     if (word >= words.size()) throw error("number expected");
@@ -17,11 +19,12 @@ unsigned RecipeLine::number(size_t word, int base, unsigned limit) const {
     unsigned value = 0;
     const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), value, base);
     if (failure != std::errc() || end != text.data() + text.size() || value > limit)
-        throw error(fmt::format("{}: not a number up to {}", text, limit));
+        throw error(fmt::format("{}: not a number up to {}", excerpt(text), limit));
     return value;
 }
 
 std::vector<RecipeLine> parse_recipe(std::string_view text, const std::string &file) {
+    refuse_byte_order_mark(text, file);
     std::vector<RecipeLine> result;
     std::istringstream stream{std::string(text)};
     std::string line;

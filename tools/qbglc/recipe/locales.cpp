@@ -43,18 +43,22 @@ std::filesystem::path locale_file(const std::string &name, uint16_t codeset_numb
 std::vector<LocaleTask> parse_locales(const Catalogue &catalogue, std::string_view text, const std::string &file) {
     std::vector<LocaleTask> tasks;
     std::set<std::filesystem::path> files;
-    for (const RecipeLine &line : parse_recipe(text, file)) {
+    for_each_line(parse_recipe(text, file), [&](const RecipeLine &line) {
         const auto &words = line.words;
         if (words.size() < 3) throw line.error("NAME DEFINITION CODESETS expected");
         const std::string calendar = choice(words, CALENDAR, "gregorian"), collation = choice(words, COLLATION, "");
         if (!Calendars::is_calendar(calendar)) throw line.error(calendar + ": unknown calendar");
         if (!collation.empty() && collation != THAI_COLLATION) throw line.error(collation + ": unknown collation");
+        // A definition of one's own stands beside the recipe.
+        const std::filesystem::path beside = std::filesystem::path(file).parent_path() / words[1];
+        const bool is_own = words[1].find('/') != std::string::npos || std::filesystem::is_regular_file(beside);
+        const std::string definition = is_own ? std::filesystem::absolute(beside).lexically_normal().string() : words[1];
         for (size_t i = 2; i < words.size(); ++i) {
             if (is_choice(words[i])) continue;
             const auto codeset = catalogue.find(words[i]);
             if (!codeset || !catalogue.codesets()[*codeset].available())
                 throw line.error(words[i] + ": no such codeset, or one without a source");
-            LocaleTask task{{}, words[1], *codeset, words[i], calendar, collation};
+            LocaleTask task{{}, definition, *codeset, words[i], calendar, collation, line.place()};
             try {
                 task.file = locale_file(words[0], catalogue.codesets()[*codeset].number);
             } catch (const DataError &error) {
@@ -63,7 +67,7 @@ std::vector<LocaleTask> parse_locales(const Catalogue &catalogue, std::string_vi
             if (!files.insert(task.file).second) throw line.error(task.file.string() + ": made twice");
             tasks.push_back(std::move(task));
         }
-    }
+    });
     return tasks;
 }
 

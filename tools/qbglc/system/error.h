@@ -4,6 +4,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qbgl::compiler {
@@ -31,12 +32,21 @@ class ErrorList {
         }
     }
     void add(const std::string &message);
-    // Throws one DataError with all messages, in the order of their places.
-    void throw_if_any();
+    // All messages in the order of their places, a line each; empty when there are none.
+    std::string text() const;
+    // Throws a DataError with the text.
+    void throw_if_any() const;
 
   private:
-    std::mutex mutex_;
-    std::vector<std::string> messages_; // each once
+    mutable std::mutex mutex_;
+    std::vector<std::string> messages_; // each once, as many as are shown
+    size_t more_ = 0;
 };
+
+// Bytes that are no printable text as \xNN; an excerpt has no more of its input than helps a message.
+std::string printable(std::string_view input);
+std::string excerpt(std::string_view input);
+// Throws DataError when a text file begins with a byte order mark, which would be taken for a part of its first word.
+void refuse_byte_order_mark(std::string_view text, const std::string &file);
 
 } // namespace qbgl::compiler
