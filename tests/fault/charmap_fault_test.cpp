@@ -27,18 +27,12 @@ string large() {
     return text;
 }
 
-// Through blocks of exactly the sizes announced.
 void use(gl_charmap *cm) {
-    const std::vector<char> bytes{'A', '\x81', '\xFF', '\xA1', '\xA2', '\xA3', '\xA4', '\x20', '\x10', '\0'};
-    for (int size = 0; size < 40; size += 3) {
-        std::vector<char> out(static_cast<size_t>(size));
-        const char *in = bytes.data();
-        gl_mbstosyms(cm, out.data(), size, &in, static_cast<int>(bytes.size()));
-        in = "<A><j0104><B><n100><r300>";
-        gl_symstombs(cm, out.data(), size, &in);
-    }
-    std::vector<char> list(2 * GL_SYMBOL_SLOT);
-    for (const char &byte : bytes) gl_mbtosymlist(cm, list.data(), 2, &byte, 1);
+    char out[64];
+    const char *in = "A\x81\xFF";
+    gl_mbstosyms(cm, out, sizeof out, &in, 3);
+    in = "<A><j0104><B><n100><r300>";
+    gl_symstombs(cm, out, sizeof out, &in);
 }
 
 int load(const string &path) { // the error number
@@ -67,7 +61,7 @@ TEST(LoadingCharmaps, WithFailingOperations) {
     }
 }
 
-TEST(LoadingCharmaps, CutAtEveryByteOrWithHostileNumbers) {
+TEST(LoadingCharmaps, CutAtEveryByte) {
     const TempDir directory;
     const string path = directory / "object.cmo";
     const Faults faults; // counts what is left behind
@@ -77,19 +71,6 @@ TEST(LoadingCharmaps, CutAtEveryByteOrWithHostileNumbers) {
         const bool whole_records = size >= body && SMALL[size - 1] == '\n';
         EXPECT_TRUE(whole_records ? load(path) == 0 : is_load_error(load(path))) << size;
     }
-    unsigned serve = 0;
-    for (size_t at = SMALL.find_first_of("0123456789"); at != string::npos;) {
-        const size_t end = SMALL.find_first_not_of("0123456789", at);
-        for (const char *number : {"", "-1", "0", "1", "4", "5", "127", "128", "2147483647", "2147483648", "4294967295",
-                                   "99999999999999999999999999999999999999999999999999", "ffffffff"}) {
-            write_file(path, SMALL.substr(0, at) + number + SMALL.substr(end));
-            const int error = load(path);
-            serve += error == 0 ? 1 : 0;
-            EXPECT_TRUE(error == 0 || is_load_error(error)) << number << " at " << at;
-        }
-        at = SMALL.find_first_of("0123456789", end);
-    }
-    EXPECT_GT(serve, 20U); // damage that is not noticed is used
     EXPECT_EQ(faults.blocks() + faults.streams(), 0U);
 }
 

@@ -214,6 +214,24 @@ Answer convert(const Text &t, const char *in, bool with_count) {
 
 FILE *const nowhere = std::fopen("/dev/null", "w");
 
+// Functions that are asked in the same way.
+template <auto next> Answer steps(const Text &t) {
+    return walk(t, [&](int at, int) { return step_to(t.terminated + at, next(t.locale, t.terminated + at)); });
+}
+template <auto length_of> Answer lengths(const Text &t) {
+    return walk(t, [&](int at, int left) { return length_of(t.locale, t.counted + at, left); });
+}
+template <auto decode_one> Answer values(const Text &t) {
+    return walk_values(t, [&](gl_wchar *wc, int at, int left) { return decode_one(t.locale, wc, t.counted + at, left); });
+}
+template <auto decode_one> Answer values_of_four_bytes(const Text &t) {
+    return walk_values(t, [&](gl_wchar *wc, int at, int) { return decode_one(t.locale, wc, t.terminated + at, 4); });
+}
+template <auto map> Answer mapped(const Text &t) {
+    string room(static_cast<size_t>(gl_case_conv_outbuflen(t.locale, t.size) + t.terminator), '\0');
+    return success(map(t.locale, room.data(), t.terminated));
+}
+
 const struct {
     const char *name;
     Answer (*ask)(const Text &);
@@ -227,39 +245,19 @@ const struct {
     {"_gl_im_mbslen", [](const Text &t) { return length(_gl_im_mbslen(t.locale, t.terminated)); }},
     {"_qbx_gl_im_mbfslen", [](const Text &t) { return length(_qbx_gl_im_mbfslen(t.locale, t.counted, t.size)); }},
     {"_qbx_gl_im_mbfslen, -1", [](const Text &t) { return length(_qbx_gl_im_mbfslen(t.locale, t.terminated, -1)); }},
-    {"gl_mbsnext",
-     [](const Text &t) {
-         return walk(t, [&](int at, int) { return step_to(t.terminated + at, gl_mbsnext(t.locale, t.terminated + at)); });
-     }},
-    {"gl_full_mbsnext",
-     [](const Text &t) {
-         return walk(t, [&](int at, int) { return step_to(t.terminated + at, gl_full_mbsnext(t.locale, t.terminated + at)); });
-     }},
+    {"gl_mbsnext", steps<gl_mbsnext>},
+    {"gl_full_mbsnext", steps<gl_full_mbsnext>},
     {"_qbx_gl_full_mbsnext",
      [](const Text &t) {
          return walk(
              t, [&](int at, int left) { return step_to(t.counted + at, _qbx_gl_full_mbsnext(t.locale, t.counted + at, left)); });
      }},
-    {"gl_full_mblen",
-     [](const Text &t) { return walk(t, [&](int at, int left) { return gl_full_mblen(t.locale, t.counted + at, left); }); }},
-    {"_qbx_gl_full_mblen",
-     [](const Text &t) { return walk(t, [&](int at, int left) { return _qbx_gl_full_mblen(t.locale, t.counted + at, left); }); }},
-    {"gl_mbtowc",
-     [](const Text &t) {
-         return walk_values(t, [&](gl_wchar *wc, int at, int left) { return gl_mbtowc(t.locale, wc, t.counted + at, left); });
-     }},
-    {"gl_full_mbtowc",
-     [](const Text &t) {
-         return walk_values(t, [&](gl_wchar *wc, int at, int left) { return gl_full_mbtowc(t.locale, wc, t.counted + at, left); });
-     }},
-    {"gl_full_mbtowc, 4 bytes",
-     [](const Text &t) {
-         return walk_values(t, [&](gl_wchar *wc, int at, int) { return gl_full_mbtowc(t.locale, wc, t.terminated + at, 4); });
-     }},
-    {"gl_mbtowc, 4 bytes",
-     [](const Text &t) {
-         return walk_values(t, [&](gl_wchar *wc, int at, int) { return gl_mbtowc(t.locale, wc, t.terminated + at, 4); });
-     }},
+    {"gl_full_mblen", lengths<gl_full_mblen>},
+    {"_qbx_gl_full_mblen", lengths<_qbx_gl_full_mblen>},
+    {"gl_mbtowc", values<gl_mbtowc>},
+    {"gl_full_mbtowc", values<gl_full_mbtowc>},
+    {"gl_full_mbtowc, 4 bytes", values_of_four_bytes<gl_full_mbtowc>},
+    {"gl_mbtowc, 4 bytes", values_of_four_bytes<gl_mbtowc>},
     {"gl_mbstowcs, exact room",
      [](const Text &t) {
          const int room = static_cast<int>(t.values.size());
@@ -298,16 +296,8 @@ const struct {
     {"_qbx_gl_mbsntsbytes", [](const Text &t) { return bytes(_qbx_gl_mbsntsbytes(t.locale, t.counted, t.size)); }},
     {"gl_mbswidth", [](const Text &t) { return success(gl_mbswidth(t.locale, t.terminated, INT_MAX)); }},
     {"gl_mbspwidth", [](const Text &t) { return success(gl_mbspwidth(t.locale, t.terminated, t.terminated + t.size)); }},
-    {"gl_tombsupper",
-     [](const Text &t) {
-         string room(static_cast<size_t>(gl_case_conv_outbuflen(t.locale, t.size) + t.terminator), '\0');
-         return success(gl_tombsupper(t.locale, room.data(), t.terminated));
-     }},
-    {"gl_tombslower",
-     [](const Text &t) {
-         string room(static_cast<size_t>(gl_case_conv_outbuflen(t.locale, t.size) + t.terminator), '\0');
-         return success(gl_tombslower(t.locale, room.data(), t.terminated));
-     }},
+    {"gl_tombsupper", mapped<gl_tombsupper>},
+    {"gl_tombslower", mapped<gl_tombslower>},
     {"gl_tombfsupper",
      [](const Text &t) {
          string room(static_cast<size_t>(gl_case_conv_outbuflen(t.locale, t.size)), '\0');
