@@ -150,9 +150,9 @@ TextPosition decode_blocks<TextShape::CONTINUATION>(const CodesetMaps &maps, Tex
         const unsigned odd = mask_of(_mm_or_si128(_mm_or_si128(short_e0, c0_or_c1), at_least(block, 0xF0)));
         const unsigned last = 31U - static_cast<unsigned>(__builtin_clz(starts)); // where the first character of the next block is
         // A character that is cut by the one at `last` lacks the byte that would stand there.
-        const unsigned up_to_last = (2U << last) - 1, before_last = up_to_last >> 1;
+        // The one at `last` itself may be odd: it is left to the next block.
         const unsigned misplaced = (leads << 1 | leads3 << 2) ^ further;
-        if (((misplaced & up_to_last) | (odd & before_last)) != 0 || last == 0) break;
+        if (((misplaced | odd << 1) & ((2U << last) - 1)) != 0 || last == 0) break;
 
         // The value of a character stands at its last byte. So does its key: 7 bits of one byte; 5 or 4, and 6 of each further one.
         const __m128i before1 = _mm_and_si128(_mm_slli_si128(block, 1), is_further);
