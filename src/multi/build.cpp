@@ -45,19 +45,19 @@ constexpr MultiNode NO_KEYS = {0, -1, -1, const_cast<uint8_t *>(NO_FLAGS), nullp
 
 } // namespace
 
-const gl_multi qbgl::NO_CHARACTERS = {.element_size = sizeof NO_VALUE,
-                                      .max_length = 0,
-                                      .min_length = 1,
-                                      .flags = MULTI_MARKED,
-                                      .data_array_count = 0,
-                                      .flag_array_count = 1,
-                                      .offset_array_count = 0,
-                                      .error = 0,
-                                      .root = const_cast<MultiNode *>(&NO_KEYS),
-                                      .default_entry = const_cast<uint8_t *>(NO_VALUE),
-                                      .element_shift = 1,
-                                      .shared_flags = nullptr,
-                                      .shared_data = nullptr};
+const gl_multi qbgl::empty_table = {.element_size = sizeof NO_VALUE,
+                                    .max_length = 0,
+                                    .min_length = 1,
+                                    .flags = MULTI_MARKED,
+                                    .data_array_count = 0,
+                                    .flag_array_count = 1,
+                                    .offset_array_count = 0,
+                                    .error = 0,
+                                    .root = const_cast<MultiNode *>(&NO_KEYS),
+                                    .default_entry = const_cast<uint8_t *>(NO_VALUE),
+                                    .element_shift = 1,
+                                    .shared_flags = nullptr,
+                                    .shared_data = nullptr};
 
 gl_multi *_gl_create_multi(uint32_t element_size, int32_t flags, const void *default_entry) {
     if (element_size == 0 || element_size > MAX_ELEMENT_SIZE) return nullptr;
@@ -77,7 +77,7 @@ gl_multi *_gl_create_multi(uint32_t element_size, int32_t flags, const void *def
 }
 
 void _gl_free_multi(gl_multi *table) {
-    if (table == nullptr || table == &NO_CHARACTERS) return;
+    if (table == nullptr || table == &empty_table) return;
     free_nodes(*table);
     _gl_free_ptr(table->default_entry);
     _gl_free_ptr(table);

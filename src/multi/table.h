@@ -59,7 +59,7 @@ inline constexpr int32_t MULTI_MARKED = 1; // leaves are marked, as in every tab
 
 // The table of a category without data: it has no characters, and ends text at the first zero byte. Everyone shares it, so that no
 // handle is ever without a table; it is not filled, and freeing it does nothing.
-extern const gl_multi NO_CHARACTERS;
+extern const gl_multi empty_table;
 
 // The entry of a key that ends in `node` with `byte`.
 inline const uint8_t *entry_of(const gl_multi &table, const MultiNode &node, uint8_t byte) {

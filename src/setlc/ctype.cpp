@@ -179,7 +179,7 @@ int qbgl::read_ctype(FILE *file, gl_locale *locale) {
     gl_ctype_info &info = locale->ctype;
     ByteReader in(file);
     if (const int result = read_character_table(in, locale, info.codeset_table); result != 0) return result;
-    if (key_lengths(*info.codeset_table).longest == 0) info.codeset_table->min_length = NO_CHARACTERS.min_length;
+    if (key_lengths(*info.codeset_table).longest == 0) info.codeset_table->min_length = empty_table.min_length;
     if (!read_classes(in, locale)) return -1;
     if (const int result = read_character_table(in, locale, info.case_table); result != 0) return result;
     if (!read_pairs(in, locale)) return -1;

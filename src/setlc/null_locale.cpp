@@ -10,7 +10,7 @@ using namespace qbgl;
 
 namespace {
 
-gl_multi *no_characters() { return const_cast<gl_multi *>(&NO_CHARACTERS); }
+gl_multi *no_characters() { return const_cast<gl_multi *>(&empty_table); }
 
 void make_null_ctype(gl_locale *locale) {
     locale->ctype = {};
