@@ -187,7 +187,8 @@ TEST(Client, ListsNameWhatIsThere) {
         EXPECT_NE(text.find(known_line), std::string::npos);
         EXPECT_EQ(std::count(json.begin(), json.end(), '\n'), std::count(text.begin(), text.end(), '\n'));
         const std::string head = "{\"" + name + "\":[", tail = "]}\n";
-        ASSERT_TRUE(json.starts_with(head) && json.ends_with(tail));
+        ASSERT_TRUE(json.starts_with(head)) << json;
+        ASSERT_TRUE(json.ends_with(tail)) << json;
         std::istringstream members(json.substr(head.size(), json.size() - head.size() - tail.size()) + ",");
         for (std::string line; std::getline(members, line);) EXPECT_TRUE(std::regex_match(line, std::regex(member + ","))) << line;
     }
