@@ -64,7 +64,7 @@ TEST_F(Handle, IsCreatedOrCanned) {
     EXPECT_EQ((std::tuple{null->error, null->case_growth, null->mbscoll, null->conv.frac_digits}),
               std::make_tuple(0, 1, nullptr, 127));
     EXPECT_EQ(select(loaded, 1, nullptr), six("default.lco"));
-    EXPECT_EQ((std::tuple{loaded->upper[0xE0], loaded->lower['A'], loaded->upper[0xFF]}), std::make_tuple(0xC0, 'a', 0xFF));
+    EXPECT_EQ((std::tuple{loaded->upper[0xE0], loaded->lower[u8'A'], loaded->upper[0xFF]}), std::make_tuple(0xC0, 'a', 0xFF));
     EXPECT_EQ((std::tuple{loaded->classes[0xE0], loaded->classes[0x80]}), std::make_tuple((LETTER | GL_CLASS_LOWER), 0));
 
     write_file(tree.path() / "own/default.lco", SJIS.text());
