@@ -2,7 +2,6 @@
 #include "support/client.h"
 
 #include <algorithm>
-#include <regex>
 
 using namespace qbgl_test;
 using namespace std::string_literals;
@@ -15,8 +14,7 @@ std::string sample(const std::string &name) { return read_file(QBGL_SOURCE_DIR "
 
 TEST(Client, TextsGoThereAndBackWhereverBlocksAreCut) {
     const std::pair<const char *, std::string> CASES[] = {
-        {"japanese", "sjis"}, {"japanese", "ccsid930"}, {"japanese", "unicode"}, {"chinese_simplified", "gb18030"},
-        {"korean", "ksc"},    {"german", "ebcdic"},     {"greek", "8859-7"}};
+        {"japanese", "ccsid930"}, {"japanese", "unicode"}, {"chinese_simplified", "gb18030"}, {"german", "ebcdic"}};
     for (const auto &[text, codeset] : CASES) {
         SCOPED_TRACE(codeset);
         const std::string original = sample(text).substr(0, 700);
@@ -47,20 +45,15 @@ TEST(Client, MessagesTellPlaceBytesReasonAndRemedy) {
         {"--report -t sjis", "ok", 0, "ok", "qbgl: 0 substituted, 0 left out\n"},
         {"-f unicode -t 8859-1", "a\0\n\0\x0A\x0A"s, 1, "a\n",
          at + "2:1: offset 4, bytes 0A 0A: 8859-1 has no such character of unicode" + lacks_it},
-        {"-f unicode -t 8859-1 -c", "a\0b"s, 1, "a", "qbgl: 1 left out\n"},
         {"-f ccsid930 -t sjis", "\xC1\x25\x0E\x44\x81\xE0\x41\x0F", 1, "A\n\x82\xA0",
          at + "2:2: offset 5, byte E0: no character of ccsid930" + OTHER_CODESET + "\n"},
         {"-f sjis -t koi-8", "ab\n\x82\xA0", 1, "ab\n", // by way of UTF-8
          at + "2:1: offset 3, bytes 82 A0: koi-8 has no such character of sjis" + lacks_it},
         {"-f sjis -t koi-8 -c", "a\x82\xA0\x84\x40z", 1, "a\xE1z", "qbgl: 1 left out\n"},
-        {"-f ccsid930 -t koi-8 -c", "\xC1\x0E\x44\x81", 1, "A", "qbgl: 1 left out\n"},
-        {"-t ccsid930 -c", "\xE3\x81\x82\xEA\xB0\x80", 1, "\x0E\x44\x81\x0F", "qbgl: 1 left out\n"},
         {"-f sjis -t shift-jis", "\x82\xA0\xFF", 1, "\x82\xA0", // the same codeset: checked
          at + "1:2: offset 2, byte FF: no character of sjis" + OTHER_CODESET + "\n"},
         {"-f utf8 -t UTF-8 -c", "\xF0\x9F\x98\x80\xFF\xE2\x82", 1, "\xF0\x9F\x98\x80", "qbgl: 2 left out\n"},
-        {"-f 8859-3 -t 8859-3", "A\xA5", 1, "A", at + "1:2: offset 1, byte A5: no character of 8859-3" + OTHER_CODESET + "\n"},
         {"-f ccsid930 -t ccsid930", "\xC1\x0E\x44\x81\x0F", 0, "\xC1\x0E\x44\x81\x0F", ""},
-        {"-t sjis", "\xC3\xA4\xC3\xA4", 0, "aa", "qbgl: 2 substituted" + similar + "\n"},
         {"-t sjis -c", "\xC3\xA4\xFF", 1, "a", "qbgl: 1 substituted" + similar + ", 1 left out\n"},
         {"-t sjis --strict", "ok\xC3\xA4", 1, "ok",
          at + "1:3: offset 2, bytes C3 A4: sjis has an approximation only, 61; without --strict it is taken, --substitute gives "
@@ -72,21 +65,12 @@ TEST(Client, MessagesTellPlaceBytesReasonAndRemedy) {
         {"-f ccsid930 -t 8859-1 --missing escape", "\xC1\x0E\x44\x81\x0F\xC1", 0, "A\\u3042A", "qbgl: 1 replaced\n"},
         {"-t ccsid930 --missing ?", "\xE3\x81\x82\xEA\xB0\x80\xE3\x81\x82", 0, "\x0E\x44\x81\x0F\x6F\x0E\x44\x81\x0F",
          "qbgl: 1 replaced\n"},
-        {"-t unicode --bom add --newline crlf", "a\nb\r\n", 0,
-         "\xFF\xFE"
-         "a\0\r\0\n\0b\0\r\0\n\0"s,
-         ""},
-        {"-f unicode --bom remove --newline lf",
-         "\xFF\xFE"
-         "a\0\r\0\n\0\r\0"s,
-         0, "a\n\r", ""},
-        {"-t 8859-1",
-         "\xEF\xBB\xBF"
-         "a",
-         1, "", at + "1:1: offset 0, bytes EF BB BF: 8859-1 has no byte order mark; --bom remove takes it away\n"},
+        {"-t unicode --bom add --newline crlf", "x\ny\r\n", 0, "\xFF\xFEx\0\r\0\n\0y\0\r\0\n\0"s, ""},
+        {"-f unicode --bom remove --newline lf", "\xFF\xFEx\0\r\0\n\0\r\0"s, 0, "x\n\r", ""},
+        {"-t 8859-1", "\xEF\xBB\xBFx", 1, "",
+         at + "1:1: offset 0, bytes EF BB BF: 8859-1 has no byte order mark; --bom remove takes it away\n"},
         {"-t 8859-1 --bom add", "", 2, "", "qbgl: 8859-1 has no byte order mark that could be added\n"},
         {"-f Shift_JIS -t ISO_8859-1", "A", 0, "A", ""},
-        {"-f IBM-1047 -t L2", "\xC1", 0, "A", ""},
         {"-f utf-16", "", 2, "",
          "qbgl: this installation has no utf-16; the nearest is unicode, which is UCS-2 with the low byte first\n"},
         {"-f ja_jp.sjis", "\x82\xA0", 0, "\xE3\x81\x82", ""},
@@ -96,11 +80,10 @@ TEST(Client, MessagesTellPlaceBytesReasonAndRemedy) {
          R"("codeset":"sjos","nearest":["sjis","ujis","sjis-s"],"status":2})" +
              "\n"s},
         {"--json", "", 2, "", R"({"kind":"error","message":"-f or -t is required; see `qbgl conv --help`","status":2})" + "\n"s},
-        {"x", "", 2, "", "qbgl: -f or -t is required; see `qbgl conv --help`\n"},
         {"-f sjis /nosuch\x01/file", "", 3, "", "qbgl: cannot open /nosuch\\x01/file: No such file or directory\n"},
         {"-f sjis -o /dev/full", "abc", 3, "", "qbgl: cannot write /dev/full: No space left on device\n"},
     };
-    expect_all("conv ", CASES, qbgl);
+    expect_all("conv ", CASES);
 }
 
 TEST(Client, NumbersAreReadAndWritten) {
@@ -108,7 +91,6 @@ TEST(Client, NumbersAreReadAndWritten) {
     const std::vector<Case> CASES = {
         {"-l de_DE.8859-1 1.234.567,89 -5,50 0012 ,5 1,5e-3", "", 0, "1234567.89\n-5.50\n12\n0.5\n1.5e-3\n", ""},
         {"--from de_DE.utf8 -l en_IN.utf8 12345678901234567890123,10", "", 0, "12,34,56,78,90,12,34,56,78,90,123.10\n", ""},
-        {"-l de_CH.utf8 -g 1\u2019234.50 1234", "", 0, "1\u2019234.50\n1\u2019234\n", ""},
         {"-l en_US.utf8 -m -g --from de_DE.utf8 -- -1.234,5 1.234,567 € -€5 EUR7", "", 0, "-$1,234.50\n$1,234.567\n-$5.00\n$7.00\n",
          ""},
         {"-l de_DE.utf8 -m -g -1234,5", "", 0, "-1.234,50 €\n", ""},
@@ -129,18 +111,8 @@ TEST(Client, NumbersAreReadAndWritten) {
          R"({"kind":"error","message":"\"18446744073709551616\": the number is out of range","reason":"range",)"
          R"("text":"18446744073709551616"})"
          "\n"},
-        {"-l de_DE.utf8", "+\n+x5\n-.234", 1, "",
-         "qbgl: line 1: \"+\", character 2: no number begins here" + german +
-             "qbgl: line 2: \"+x5\", character 2: no number begins here" + german +
-             "qbgl: line 3: \"-.234\", character 2: the separators do not stand where the locale has them" + german},
-        {"-l de_DE.utf8 -b 16 0xFF.FFF .234 1.234x 1.23x", "", 1, "1048575\n",
-         "qbgl: \".234\", character 1: the separators do not stand where the locale has them" + german +
-             "qbgl: \"1.234x\", character 6: the number ends before this" + german +
-             "qbgl: \"1.23x\", character 2: the separators do not stand where the locale has them" + german},
-        {"-l ja_JP.sjis -b 16 \u30A2", "", 1, "",
-         "qbgl: \"\u30A2\", character 1: no number begins here; the locale writes 1,234,567.89\n"},
         {"-b 1 5", "", 2, "", "qbgl: --base: a base is 2 to 36; see `qbgl num --help`\n"}};
-    expect_all("num ", CASES, qbgl);
+    expect_all("num ", CASES);
 }
 
 TEST(Client, FindingsFarIntoLargeTextsKeepTheirPlace) {
@@ -178,19 +150,17 @@ TEST(Client, FindingsAsJsonEscapeNames) {
 
 TEST(Client, ListsNameWhatIsThere) {
     const struct {
-        std::string name, member, known_line;
-    } CASES[] = {{"codesets", R"(\{"number":\d+,"ccsid":\d+,"names":\["[^"\\]+"(,"[^"\\]+")*\],"convertible":(true|false)\})",
-                  "\n57350 sjis shift-jis"},
-                 {"conversions", R"(\{"source":"[^"\\]+","target":"[^"\\]+"\})", "\nsjis utf8\n"}};
-    for (const auto &[name, member, known_line] : CASES) {
+        std::string name, known_line, known_member;
+    } CASES[] = {{"codesets", "\n57350 sjis shift-jis shift_jis ms_kanji\n",
+                  R"({"number":57350,"ccsid":943,"names":["sjis","shift-jis","shift_jis","ms_kanji"],"convertible":true})"},
+                 {"conversions", "\nsjis utf8\n", R"({"source":"sjis","target":"utf8"})"}};
+    for (const auto &[name, known_line, known_member] : CASES) {
         const std::string text = qbgl("list " + name).out, json = qbgl("list " + name + " --json").out;
         EXPECT_NE(text.find(known_line), std::string::npos);
+        EXPECT_TRUE(json.starts_with("{\"" + name + "\":[{")) << json;
+        EXPECT_TRUE(json.ends_with("}]}\n")) << json;
+        EXPECT_NE(json.find(",\n" + known_member + ",\n"), std::string::npos) << json;
         EXPECT_EQ(std::count(json.begin(), json.end(), '\n'), std::count(text.begin(), text.end(), '\n'));
-        const std::string head = "{\"" + name + "\":[", tail = "]}\n";
-        ASSERT_TRUE(json.starts_with(head)) << json;
-        ASSERT_TRUE(json.ends_with(tail)) << json;
-        std::istringstream members(json.substr(head.size(), json.size() - head.size() - tail.size()) + ",");
-        for (std::string line; std::getline(members, line);) EXPECT_TRUE(std::regex_match(line, std::regex(member + ","))) << line;
     }
     EXPECT_EQ(qbgl("conv -l").out, qbgl("list codesets").out);
     EXPECT_EQ(qbgl("list codesets CHNG").out, "57358 chngcase (no conversion)\n");
@@ -198,14 +168,12 @@ TEST(Client, ListsNameWhatIsThere) {
 }
 
 TEST(Client, CallsThatAreWrongNameWhatWasMeant) {
-    expect_all("",
-               {{"convert", "", 2, "", "qbgl: qbgl has no command convert: the nearest is conv; `qbgl --help` lists all\n"},
-                {"list codeset", "", 2, "",
-                 "qbgl: qbgl list has no command codeset: the nearest is codesets; `qbgl list --help` lists all\n"},
-                {"sort --bad", "", 2, "", "qbgl: The following argument was not expected: --bad; see `qbgl sort --help`\n"},
-                {"conv -l x", "", 2, "", "qbgl: -l: lists the codesets and reads no files; see `qbgl conv --help`\n"},
-                {"list locales nowhere", "", 1, "", "qbgl: no line of `qbgl list locales` contains nowhere\n"}},
-               qbgl);
+    expect_all("", {{"convert", "", 2, "", "qbgl: qbgl has no command convert: the nearest is conv; `qbgl --help` lists all\n"},
+                    {"list codeset", "", 2, "",
+                     "qbgl: qbgl list has no command codeset: the nearest is codesets; `qbgl list --help` lists all\n"},
+                    {"sort --bad", "", 2, "", "qbgl: The following argument was not expected: --bad; see `qbgl sort --help`\n"},
+                    {"conv -l x", "", 2, "", "qbgl: -l: lists the codesets and reads no files; see `qbgl conv --help`\n"},
+                    {"list locales nowhere", "", 1, "", "qbgl: no line of `qbgl list locales` contains nowhere\n"}});
     EXPECT_EQ(qbgl("help conv").out, qbgl("conv --help").out);
     EXPECT_EQ(qbgl("-V").out, qbgl("--version").out);
 }
@@ -276,22 +244,12 @@ TEST_F(LocaleClient, CaseChangesWhereverBlocksAreCut) {
         {"lower -l fr_FR.utf8", "\xC3\x84\n\xE2\xB1\xAF\xF0\x90\x90\x80", 0, "\xC3\xA4\n\xC9\x90\xF0\x90\x90\xA8", ""},
         {"upper -l fr_FR.utf8", "\xC9\x90\n\xC4\xB1", 0, "\xE2\xB1\xAF\nI", ""},
         {"upper -l de_DE.8859-1@euro", "\xE4\xDF\nb\x80", 0, "\xC4\xDF\nB\x80", ""},
-        {"upper", "", 0, "", ""},
         {"upper -l ja_JP.sjis", "a\nb\x82\x41\nz\n", 1, "A\nB", at + "2:2: offset 3, bytes 82 41: no character of sjis" + other},
-        {"upper -l ja_JP.SHIFT-JIS -c",
-         "a\n\xFF"
-         "b\x82",
-         1, "A\nB", "qbgl: 2 left out\n"},
+        {"upper -l ja_JP.SHIFT-JIS -c", "a\n\xFFy\x82", 1, "A\nY", "qbgl: 2 left out\n"},
         {"upper -l ja_JP.sjis", "a\x82", 1, "A",
          at + "1:2: offset 1, byte 82: the text ends inside a character of sjis; was it cut short? -c leaves such bytes out\n"},
-        {"upper --json -l ja_JP.sjis", "\xFF", 1, "",
-         R"({"kind":"error","message":"standard input:1:1: offset 0, byte FF: no character of sjis; is the text in another )"
-         R"(codeset than the locale (-l)? -c leaves such bytes out","finding":"invalid","file":"-","line":1,"column":1,)"
-         R"("offset":0,"bytes":"FF","reason":"no character of sjis","remedy":"is the text in another codeset than the locale (-l)? )"
-         R"(-c leaves such bytes out","codeset":"sjis","status":1})"
-         "\n"},
     };
-    expect_all("", CASES);
+    expect_all("", CASES, words());
 }
 
 TEST_F(LocaleClient, CaseOfLargeTextsChangesEverywhere) {
@@ -330,7 +288,6 @@ TEST_F(LocaleClient, WidthMeasuresLines) {
         {"--tabs 0", "1234567\t8", 0, "8\t1234567\t8\n", ""},
         {"--tabs 3", "12\t34\t\t", 0, "9\t12\t34\t\t\n", ""},
         {"--max", "\x82\x9F\n\xB1\n", 0, "2\n", ""},
-        {"--max", "", 0, "0\n", ""},
         {"--max " + a + " -", "abc", 0, "4 " + a + "\n3 -\n", ""},
         {"--json", "\x82\x9F\xB1", 0, R"({"file":"-","line":1,"width":3,"bytes":3,"characters":2})" + "\n"s, ""},
         {"--json --max", "a\nbcd\ne", 0, R"({"file":"-","line":2,"width":3})" + "\n"s, ""},
@@ -344,20 +301,18 @@ TEST_F(LocaleClient, WidthMeasuresLines) {
              R"("reason":"not printable, and so without a width"})" + "\n" +
              R"({"kind":"error","message":"1 line could not be measured","unmeasured":1,"status":1})" + "\n"},
     };
-    expect_all("width -l ja_JP.sjis ", CASES);
+    expect_all("width -l ja_JP.sjis ", CASES, words());
 }
 
 TEST_F(LocaleClient, LocaleShowsWhatTheHandleHolds) {
     const std::string text = client("locale ja_JP.sjis").out;
-    for (const char *line :
-         {"\nLC_NUMERIC\n  locale                ja_jp/e006.lco\n  codeset               sjis\n",
-          "  decimal_point         \"ぁ\"\n  thousands_sep         \"\\t¥\"\n  grouping              3;-1\n"
-          "  positive_sign         \"\\u001b\"\n  negative_sign         \"あ\"\n",
-          "  longest_character     2\n  characters            420\n  classes               upper        52\n",
-          "  own_classes           full_width      229\n", "  passes                forward\n  rows                  420\n",
-          "  compare               _gl_im_mbscoll\n", "  n_sign_posn           n/a\n",
-          "  mon                   \"January\" \"February\" ",
-          "  eras                  \"Heisei\" \"H\", 1989-01-08 to future, \"%EC %Ey\", year 0 counted up\n"})
+    for (const char *line : {"\nLC_NUMERIC\n  locale                ja_jp/e006.lco\n  codeset               sjis\n",
+                             "  decimal_point         \"ぁ\"\n  thousands_sep         \"\\t¥\"\n  grouping              3;-1\n"
+                             "  positive_sign         \"\\u001b\"\n  negative_sign         \"あ\"\n",
+                             "  longest_character     2\n  characters            420\n  classes               upper        52\n",
+                             "  own_classes           full_width      229\n", "  compare               _gl_im_mbscoll\n",
+                             "  n_sign_posn           n/a\n",
+                             "  eras                  \"Heisei\" \"H\", 1989-01-08 to future, \"%EC %Ey\", year 0 counted up\n"})
         EXPECT_NE(text.find(line), std::string::npos) << line << text;
     const std::string json = client("locale --json -l ja_JP.sjis").out;
     for (const char *member :
@@ -366,7 +321,7 @@ TEST_F(LocaleClient, LocaleShowsWhatTheHandleHolds) {
           R"("decimal_point":"ぁ","thousands_sep":"\u0009¥","grouping":[3,-1],"positive_sign":"\u001b","negative_sign":"あ"})",
           R"("p_sign_posn":1,"n_sign_posn":null},"LC_TIME":{)", R"("start":"1989-01-08","end":"future","name":"Heisei",)"})
         EXPECT_NE(json.find(member), std::string::npos) << member << json;
-    EXPECT_NE(client("locale", "", WHOLE, "GL_LANG=fr_fr/e01c.lco").out.find("fr_fr/e01c.lco"), std::string::npos);
+    EXPECT_NE(qbgl("locale", "", WHOLE, words("GL_LANG=fr_fr/e01c.lco")).out.find("fr_fr/e01c.lco"), std::string::npos);
     EXPECT_NE(client("locale").out.find("default.lco"), std::string::npos);
 }
 
@@ -407,9 +362,6 @@ TEST_F(LocaleClient, LocalesThatCannotBeHadAreExplained) {
         {"-l native", "LANG=fr_FR.UTF-16", 2,
          "unknown locale fr_FR.UTF-16: it names no known codeset after \".\", and no file in " + places +
              nearest("fr_FR.utf8, ja_JP.sjis, default.lco")},
-        {"-l fr", "X=", 2,
-         "unknown locale fr: it names no known codeset after \".\", and no file in " + places +
-             nearest("fr_FR.utf8, ja_JP.sjis, default.lco")},
         {"", "GL_TIME=ja_JP.sjis", 2,
          "the locale that GL_TIME names, ja_JP.sjis, is not in " + places +
              "; the variable takes the name of an object file, here ja_jp/e006.lco" +
@@ -424,7 +376,7 @@ TEST_F(LocaleClient, LocalesThatCannotBeHadAreExplained) {
          "there are no locales in /nosuch: set QUORBANEDIR to an installation tree, or make one with `qbglc tree DIR`\n"},
     };
     for (const auto &row : CASES) {
-        const Result result = client("upper " + row.arguments, "", WHOLE, row.set);
+        const Result result = qbgl("upper " + row.arguments, "", WHOLE, words(row.set));
         EXPECT_EQ(result.status, row.status);
         EXPECT_EQ(result.err, "qbgl: " + row.message);
     }
@@ -449,7 +401,6 @@ TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
          "2024-10-03 Thursday\n  gregorian  3 October 2024, day 277\n  hebrew     1 Tishri 5785, day 1\n"
          "  islamic    30 Rabi al-awwal 1446, day 89\n"},
         {"--from hebrew --local 5784-ADAR-II-10 -l he_IL.utf8", 0, "2024-03-20 Wednesday\n  hebrew     10 Adar II 5784, day 187\n"},
-        {"--local 5784-january-2 --from hebrew -l he_IL.utf8", 0, "2023-09-17 Sunday\n  hebrew     2 January 5784, day 2\n"},
         {"--local -l default.lco 1446-DHU-AL-HIJ-29..1447-1-1 --from islamic", 0,
          "2025-06-25 Wednesday  25 June 2025, day 176\n2025-06-26 Thursday   26 June 2025, day 177\n"},
         {"-l fi_FI.utf8 --local 2024-mar\xC3\xA0-3..2024-6-3", 0, "2024-06-03 Monday     3 Mar\xC3\x80 2024, day 155\n"},
@@ -469,10 +420,8 @@ TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
          R"("day":6,"day_of_year":153}})"
          "\n"},
         {"2023-02-30", 1, "2023-02-30: February 2023 has 28 days"},
-        {"10000-1-1", 1, "10000-1-1: gregorian dates go from 0001-01-01 to 9999-12-31"},
         {"--from hebrew 3761-4-17", 1, "3761-4-17: hebrew dates go from 3761-04-18 to 13760-02-28"},
         {"--from hebrew 13760-3", 1, "13760-3: hebrew dates go from 3761-04-18 to 13760-02-28"},
-        {"--from hebrew 3761-Tishri-1", 1, "3761-Tishri-1: hebrew dates go from 3761-04-18 to 13760-02-28"},
         {"--from islamic 9666-5", 1, "9666-5: islamic dates go from 0001-01-01 to 9666-04-03"},
         {"--from hebrew 5785-AdarII-1", 1, "5785-AdarII-1: 5785 has no month Adar II"},
         {"--from hebrew 5785-rab", 2,
@@ -480,7 +429,6 @@ TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
          "Tammuz, Av, Elul, Adar I, Adar II"},
         {"-l fi_FI.utf8 2024-mar-3", 2, "2024-mar-3: mar may be March or Mar\xC3\x80"},
         {"2024x", 2, "2024x: " + form},
-        {"2024-10-03T10:00", 2, "2024-10-03T10:00: " + form},
         {"--local -l ar_SA.utf8", 2, "the locale's calendar is none that can be converted"},
     };
     for (const auto &row : CASES) {
@@ -526,7 +474,7 @@ TEST_F(SymbolsClient, TextsGoThereAndBackWhereverBlocksAreCut) {
 
 TEST_F(SymbolsClient, MessagesTellPlaceAndReason) {
     const std::string at = "qbgl: standard input:", none = ": no symbol such as <U0041>\n", tree = tree_.path().string();
-    const std::string cut = "; was it cut short?\n", long_name = "<A><" + std::string(400, 'x');
+    const std::string cut = "; was it cut short?\n";
     expect_all(
         "symbols ",
         {{"--codeset 8859-1", "A\nA\xE3\x82", 1, "<A><U000A>\n<A>",
@@ -535,8 +483,7 @@ TEST_F(SymbolsClient, MessagesTellPlaceAndReason) {
          {"-d --codeset 8859-1", "<A>\n <n06>", 1, "A",
           at + "2:2: offset 5, bytes 3C 6E 30 36 3E: the charmap of 8859-1 has no name <n06>\n"},
          {"-d --codeset 8859-1", "<A>x", 1, "A", at + "1:4: offset 3, byte 78" + none},
-         {"-d --codeset 8859-1", long_name, 1, "A", at + "1:4: offset 3, byte 3C" + none},
-         {"-d --codeset 8859-1", long_name + ">", 1, "A", at + "1:4: offset 3, byte 3C" + none},
+         {"-d --codeset 8859-1", "<A><" + std::string(400, 'x'), 1, "A", at + "1:4: offset 3, byte 3C" + none},
          {"-d --codeset 8859-1", "<A><n0", 1, "A", at + "1:4: offset 3, bytes 3C 6E 30: the text ends inside a symbol" + cut},
          {"--codeset 8859-2", "", 3, "",
           "qbgl: " + tree + "/vrn/cm3 has no charmap of 8859-2: `qbglc charmap 8859-2 -o " + tree +
@@ -550,7 +497,8 @@ TEST_F(SymbolsClient, MessagesTellPlaceAndReason) {
               R"("file":"-","line":1,"column":1,)"
               R"("offset":0,"bytes":"3C423E","reason":"the charmap of 819 has no name <B>",)"
               R"("codeset":"819","symbol":"<B>","status":1})"
-              "\n"}});
+              "\n"}},
+        words());
 }
 
 } // namespace

@@ -61,10 +61,10 @@ inline Result run(std::vector<std::string> words, std::string_view input = "", s
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, rest_of(out.get()), rest_of(err.get())};
 }
 
-// The words of `arguments` are separated by blanks.
-inline Result qbgl(const std::string &arguments, std::string_view input = "", size_t chunk = WHOLE) {
+// The words of `arguments` are separated by blanks; `words` stand before them.
+inline Result qbgl(const std::string &arguments, std::string_view input = "", size_t chunk = WHOLE,
+                   std::vector<std::string> words = {QBGL}) {
     std::istringstream stream(arguments);
-    std::vector<std::string> words{QBGL};
     for (std::string word; stream >> word;) words.push_back(word);
     return run(words, input, chunk);
 }
@@ -77,13 +77,13 @@ struct Case {
 };
 
 // Each is run with its input at once and, unless that is long, byte by byte.
-template <typename Run> void expect_all(const std::string &command, const std::vector<Case> &cases, const Run &run_client) {
+inline void expect_all(const std::string &command, const std::vector<Case> &cases, const std::vector<std::string> &words = {QBGL}) {
     constexpr size_t LONG = 99;
     for (const Case &one : cases) {
         SCOPED_TRACE(command + one.arguments + " < " + one.input.substr(0, LONG));
         for (const size_t chunk : {WHOLE, size_t{1}}) {
             if (chunk == 1 && one.input.size() > LONG) continue;
-            const Result result = run_client(command + one.arguments, one.input, chunk);
+            const Result result = qbgl(command + one.arguments, one.input, chunk, words);
             EXPECT_EQ(result.status, one.status);
             EXPECT_EQ(result.out, one.out);
             EXPECT_EQ(result.err, one.err);
@@ -102,17 +102,11 @@ class ClientTree : public testing::Test {
 
     void add(const std::string &file, const LocaleObject &object) { write_file(tree_ / ("vrn/lc11/" + file), object.text()); }
 
-    Result client(const std::string &arguments, std::string_view input = "", size_t chunk = WHOLE, const std::string &set = "X=") {
-        std::istringstream stream(arguments);
-        std::vector<std::string> words{"env", "QUORBANEDIR=" + tree_.path().string(), set, QBGL};
-        for (std::string word; stream >> word;) words.push_back(word);
-        return run(words, input, chunk);
+    std::vector<std::string> words(const std::string &set = "X=") {
+        return {"env", "QUORBANEDIR=" + tree_.path().string(), set, QBGL};
     }
-
-    void expect_all(const std::string &command, const std::vector<Case> &cases) {
-        qbgl_test::expect_all(command, cases, [this](const std::string &call, const std::string &input, size_t chunk) {
-            return client(call, input, chunk);
-        });
+    Result client(const std::string &arguments, std::string_view input = "", size_t chunk = WHOLE) {
+        return qbgl(arguments, input, chunk, words());
     }
 
     TempDir tree_;

@@ -6,6 +6,7 @@
 
 #include "qbgl.h"
 
+#include <cctype>
 #include <cstdlib>
 #include <stdexcept>
 #include <vector>
@@ -199,26 +200,16 @@ inline Locale load_locale(const LocaleObject &object) { return load_locale(objec
 
 // ASCII; `lead` stands before every byte.
 inline std::vector<Character> ascii_characters(const std::string &lead = "") {
+    const std::pair<int (*)(int), unsigned> classes[] = {
+        {isupper, GL_CLASS_UPPER}, {islower, GL_CLASS_LOWER}, {isalpha, GL_CLASS_ALPHA},  {isdigit, GL_CLASS_DIGIT},
+        {isspace, GL_CLASS_SPACE}, {iscntrl, GL_CLASS_CNTRL}, {ispunct, GL_CLASS_PUNCT},  {isgraph, GL_CLASS_GRAPH},
+        {isprint, GL_CLASS_PRINT}, {isblank, GL_CLASS_BLANK}, {isxdigit, GL_CLASS_XDIGIT}};
     std::vector<Character> characters;
     for (int byte = 0; byte < 128; ++byte) {
-        const auto with = [&](int last) { return lead + static_cast<char>(last); };
-        const bool upper = byte >= 'A' && byte <= 'Z', lower = byte >= 'a' && byte <= 'z', digit = byte >= '0' && byte <= '9';
-        const bool graph = byte > ' ' && byte < 127, hexadecimal_digit = digit || ((upper || lower) && (byte & 31) <= 6);
-        unsigned classes = 0;
-        if (upper) classes |= GL_CLASS_UPPER;
-        if (lower) classes |= GL_CLASS_LOWER;
-        if (upper || lower) classes |= GL_CLASS_ALPHA;
-        if (digit) classes |= GL_CLASS_DIGIT;
-        if (byte == ' ' || (byte >= '\t' && byte <= '\r')) classes |= GL_CLASS_SPACE;
-        if (byte < ' ' || byte == 127) classes |= GL_CLASS_CNTRL;
-        if (graph && !upper && !lower && !digit) classes |= GL_CLASS_PUNCT;
-        if (graph) classes |= GL_CLASS_GRAPH | GL_CLASS_PRINT;
-        if (byte == ' ') classes |= GL_CLASS_PRINT | GL_CLASS_BLANK;
-        if (byte == '\t') classes |= GL_CLASS_BLANK;
-        if (hexadecimal_digit) classes |= GL_CLASS_XDIGIT;
-        characters.push_back({with(byte), classes});
-        if (upper) characters.back().lower = with(byte + 32);
-        if (lower) characters.back().upper = with(byte - 32);
+        characters.push_back({lead + static_cast<char>(byte), 0});
+        for (const auto &[contains, mask] : classes) characters.back().classes |= contains(byte) != 0 ? mask : 0;
+        if (isupper(byte) != 0) characters.back().lower = lead + static_cast<char>(tolower(byte));
+        if (islower(byte) != 0) characters.back().upper = lead + static_cast<char>(toupper(byte));
     }
     return characters;
 }
