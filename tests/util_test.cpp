@@ -67,50 +67,33 @@ TEST(Log, GoesToTheHostsFunctionWhateverTheSwitchesSay) {
     EXPECT_EQ(told, (std::vector<string>{"100%s", "100%s"}));
 }
 
-TEST(Log, AssertionStopsAndExitClosesADebugStream) {
+TEST(Log, AssertionStopsAndExitClosesADebugStreamOnce) {
     EXPECT_EXIT(gl_assert_failed("a.cpp", 12), testing::ExitedWithCode(1), "^Assert in a.cpp at line 12 failed.\n$");
     const Faults faults;
-    for (FILE *stream : {std::tmpfile(), static_cast<FILE *>(nullptr)}) {
-        pg_have_debug_file = 1;
-        pg_debug_file = stream;
-        _gl_exit_utilities();
-        _gl_exit_utilities();
-        EXPECT_EQ(faults.count(Operation::close), 1U);
-        EXPECT_EQ(pg_debug_file, nullptr);
-    }
+    pg_have_debug_file = 1;
+    pg_debug_file = std::tmpfile();
+    for (int twice = 0; twice < 2; ++twice) _gl_exit_utilities();
+    EXPECT_EQ(faults.count(Operation::close), 1U);
+    EXPECT_EQ(pg_debug_file, nullptr);
 }
 
-TEST(Util, MemoryDigitsAndPowers) {
+TEST(Util, NumbersWrapWithinTheirBytes) {
     EXPECT_EQ(_gl_alloc_ptr(0), nullptr);
-    EXPECT_EQ(_gl_digits(0, 10), 1);
-    EXPECT_EQ(_gl_digits(-10, 10), 2);
-    EXPECT_EQ(_gl_digits(99, 10), 2);
     EXPECT_EQ(_gl_digits(INT_MIN, 10), 10);
     EXPECT_EQ(_gl_udigits(UINT_MAX, 2), 32);
     EXPECT_EQ(_gl_ipow(10, 10), 1410065408U);
     EXPECT_EQ(_gl_ipow(7, -2), 1U);
-    EXPECT_EQ(_gl_fpow(10, 3), 1000.0);
     EXPECT_EQ(_gl_fpow(2, -3), 0.125);
-}
-
-TEST(Util, DescriptorOffsetsWrapWithinTheirBytes) {
-    const auto moved = [](gl_desc desc, int offset) {
+    const std::tuple<gl_desc, int, gl_wchar> moved[] = {{{2, {0x81, 0xFF}}, 1, 0x8200}, {{2, {0, 0}}, -1, 0xFFFF},
+                                                        {{2, {0, 0xFF}}, 0xFFFF, 0xFE}, {{3, {1, 0, 0}}, -0x101, 0xFEFF},
+                                                        {{4, {0x80}}, INT_MIN, 0},      {{2, {0x8E, 0xA1, 7}}, 0, 0x8EA1}};
+    for (const auto &[desc, offset, value] : moved) {
         gl_desc result = {};
         _gl_desc_offset(&desc, offset, &result);
-        return _gl_desc_to_gl_wchar(&result);
-    };
-    EXPECT_EQ(moved({2, {0x81, 0xFF}}, 1), 0x8200U);
-    EXPECT_EQ(moved({2, {0xFF, 0xFF}}, 1), 0U);
-    EXPECT_EQ(moved({2, {0x00, 0x00}}, -1), 0xFFFFU);
-    EXPECT_EQ(moved({2, {0x00, 0xFF}}, 0xFFFF), 0x00FEU);
-    EXPECT_EQ(moved({3, {0x01, 0x00, 0x00}}, -0x101), 0xFEFFU);
-    EXPECT_EQ(moved({4, {0x80}}, INT_MIN), 0U);
-    EXPECT_EQ(moved({2, {0x8E, 0xA1, 7}}, 0), 0x8EA1U);
-
+        EXPECT_EQ(_gl_desc_to_gl_wchar(&result), value);
+    }
     const gl_desc one = {1, {5, 1}}, same = {1, {5, 2}}, two = {2, {5, 1}}, other = {2, {5, 2}};
-    EXPECT_EQ(_gl_desc_eq(&one, &same), 1);
-    EXPECT_EQ(_gl_desc_eq(&one, &two), 0);
-    EXPECT_EQ(_gl_desc_eq(&two, &other), 0);
+    EXPECT_EQ((std::tuple{_gl_desc_eq(&one, &same), _gl_desc_eq(&one, &two), _gl_desc_eq(&two, &other)}), std::tuple(1, 0, 0));
 }
 
 std::vector<string> tried;
@@ -127,55 +110,44 @@ class PathSearch : public testing::Test {
     int32_t error = 42;
 };
 
+const gl_file_functions RECORDING = {_gl_ext_malloc, _gl_ext_free, open_nothing, nullptr};
+
 TEST_F(PathSearch, TriesThePlacesInOrder) {
-    const gl_file_functions recording = {_gl_ext_malloc, _gl_ext_free, open_nothing, nullptr};
+    const string longest = "/" + string(255, 'h'), below_longest = longest + "/vrn/lc";
     const struct {
+        std::optional<string> named; // by the host
+        int result;
         const char *gl_path, *base, *name, *version;
         std::vector<string> tried;
         const char *rpath;
     } cases[] = {
-        {":/nil/a::/nil/b:", "/nil", "x.lco", "11", {"r /nil/a/x.lco", "r /nil/b/x.lco"}, "/nil/b"},
-        {":::", "/nil", "x.lco", "11", {}, nullptr},
-        {nullptr, "/nil", "x.lco", "11", {"r /nil/vrn/lc11/x.lco", "r /nil/vrn/lc/x.lco"}, "/nil/vrn/lc"},
-        {"", "", "0/x", nullptr, {"r " QBGL_DEFAULT_DIRECTORY "/vrn/lc/0/x"}, QBGL_DEFAULT_DIRECTORY "/vrn/lc"},
-        {"/nil/a", "/nil", "/nil/x", "11", {"r /nil/x"}, "/"},
+        {{}, 0, ":/nil/a::/nil/b:", "/nil", "x.lco", "11", {"r /nil/a/x.lco", "r /nil/b/x.lco"}, "/nil/b"},
+        {{}, 0, ":::", "/nil", "x.lco", "11", {}, nullptr},
+        {{}, 0, nullptr, "/nil", "x.lco", "11", {"r /nil/vrn/lc11/x.lco", "r /nil/vrn/lc/x.lco"}, "/nil/vrn/lc"},
+        {{}, 0, "", "", "0/x", nullptr, {"r " QBGL_DEFAULT_DIRECTORY "/vrn/lc/0/x"}, QBGL_DEFAULT_DIRECTORY "/vrn/lc"},
+        {{}, 0, "/nil/a", "/nil", "/nil/x", "11", {"r /nil/x"}, "/"},
+        {"/host", 0, nullptr, "", "x", "", {"r /host/vrn/lc/x"}, "/host/vrn/lc"},
+        {"/host", 0, nullptr, "/variable", "x", "", {"r /variable/vrn/lc/x"}, "/variable/vrn/lc"},
+        {longest, 0, nullptr, nullptr, "x", "", {"r " + below_longest + "/x"}, below_longest.c_str()},
+        {longest + "h", -1, nullptr, nullptr, "x", "", {"r " + below_longest + "/x"}, below_longest.c_str()},
+        {"", 0, nullptr, nullptr, "x", "", {"r " QBGL_DEFAULT_DIRECTORY "/vrn/lc/x"}, QBGL_DEFAULT_DIRECTORY "/vrn/lc"},
+        {"/host", 0, nullptr, nullptr, "x", "", {"r /host/vrn/lc/x"}, "/host/vrn/lc"},
+        {{}, 0, nullptr, nullptr, "x", "", {"r " QBGL_DEFAULT_DIRECTORY "/vrn/lc/x"}, QBGL_DEFAULT_DIRECTORY "/vrn/lc"},
     };
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(testing::Message() << c.named.value_or("none") << " " << c.name);
         const ScopedEnv list("GL_PATH", c.gl_path), tree("QUORBANEDIR", c.base);
-        tried.clear();
-        char *rpath = nullptr;
-        EXPECT_EQ(gl_path_search1(&error, c.name, &rpath, "lc", c.version, &recording), nullptr);
-        EXPECT_EQ(std::exchange(error, 0), GL_ENOFILE);
-        EXPECT_EQ(tried, c.tried);
-        EXPECT_STREQ(rpath, c.rpath);
-        gl_destroystring(rpath);
-        EXPECT_EQ(gl_path_search(nullptr, c.name, "lc", c.version), nullptr); // a null context is fine
-    }
-}
-
-TEST_F(PathSearch, BeginsWhereTheEnvironmentOrElseTheHostSays) {
-    const string longest = "/" + string(255, 'h');
-    const struct {
-        std::optional<string> named; // by the host
-        int result;
-        const char *variable;
-        string base;
-    } cases[] = {{"/host", 0, nullptr, "/host"},         {"/host", 0, "", "/host"},
-                 {"/host", 0, "/variable", "/variable"}, {longest, 0, nullptr, longest},
-                 {longest + "h", -1, nullptr, longest},  {"", 0, nullptr, QBGL_DEFAULT_DIRECTORY},
-                 {"/host", 0, nullptr, "/host"},         {std::nullopt, 0, nullptr, QBGL_DEFAULT_DIRECTORY}};
-    const gl_file_functions recording = {_gl_ext_malloc, _gl_ext_free, open_nothing, nullptr};
-    for (const auto &c : cases) {
-        const ScopedEnv tree("QUORBANEDIR", c.variable);
         string named = c.named.value_or("");
         EXPECT_EQ(gl_set_directory(c.named ? named.c_str() : nullptr), c.result);
         named.assign(named.size(), '?'); // it was copied
         tried.clear();
         char *rpath = nullptr;
-        EXPECT_EQ(gl_path_search1(&error, "x", &rpath, "lc", "", &recording), nullptr);
-        EXPECT_EQ(tried, std::vector{"r " + c.base + "/vrn/lc/x"});
+        EXPECT_EQ(gl_path_search1(&error, c.name, &rpath, "lc", c.version, &RECORDING), nullptr);
+        EXPECT_EQ(std::exchange(error, 0), GL_ENOFILE);
+        EXPECT_EQ(tried, c.tried);
+        EXPECT_STREQ(rpath, c.rpath);
         gl_destroystring(rpath);
+        EXPECT_EQ(gl_path_search(nullptr, c.name, "lc", c.version), nullptr); // a null context is fine
     }
 }
 
@@ -249,21 +221,16 @@ TEST(Tokens, Numbers) {
     expect_read("  7;", _gl_get_int, 7, ";"); // the second blank is lost as the first character
     expect_read("x89.", _gl_get_int, 89, ".");
     expect_read("-45 6", _gl_get_int, -45, " 6");
-    expect_read("+6-3", _gl_get_int, 6, "-3");
-    expect_read("-", _gl_get_int, 0, "");
     expect_read("", _gl_get_int, 0, "");
     expect_read(string(39, '0') + "123,", _gl_get_int, 1, ","); // 40 characters count
     expect_read("-" + string(60, '9'), _gl_get_int, LONG_MIN, "");
     expect_read("-2.25E-1\n", _gl_get_dbl, -0.225, "\n");
-    expect_read(" 1", _gl_get_dbl, 0.0, " 1");
     expect_read(string(79, '0') + "789", _gl_get_dbl, 7.0, "789"); // the 80th character is read twice
     const auto hex = [](int digits) { return [digits](FILE *file) { return _gl_get_hex(file, digits); }; };
     expect_read("afgAF\xFF", hex(6), 0xAF0AF0U, "");
     expect_read("123456789a", hex(10), 0x12345678U, "9a");
-    expect_read("1", hex(-1), 0U, "1");
     expect_read("1f", hex(3), 0x1F0U, "");
     expect_read("5Cx", _gl_get_hex_byte, 0x5CU, "x");
-    expect_read("x5", _gl_get_hex_digit, 0U, "5");
 }
 
 TEST(Tokens, WordsAndSkips) {
@@ -277,16 +244,12 @@ TEST(Tokens, WordsAndSkips) {
     };
     expect_read("word\n", word(5), Word(0, "word"), "\n"); // ends where the room ends
     expect_read("word next", word(4), Word(-1, "wor"), "d next");
-    expect_read("word", word(10), Word(-1, "word"), "");
-    expect_read("word", word(1), Word(-1, ""), "word");
     expect_read("word", word(0), Word(-1, ""), "word");
     const auto skip = [](void (*skipper)(FILE *)) { return [skipper](FILE *file) { return skipper(file), true; }; };
     expect_read(" \t\n\v\f\rx ", skip(_gl_skip_whitespace), true, "x ");
-    expect_read("  x", skip(_gl_skip_space_if_needed), true, " x");
     expect_read("\tx", skip(_gl_skip_space_if_needed), true, "\tx");
     expect_read("\n\n", _gl_skip_nl, 1, "\n");
     expect_read("x\n", _gl_skip_nl, 0, "x\n");
-    expect_read("", _gl_skip_nl, 0, "");
 
     char whole[] = "text\n";
     EXPECT_EQ(qbgl::replace_nl(whole), 0);
