@@ -80,22 +80,18 @@ class Extension : public testing::Test {
 };
 
 TEST_F(Extension, IsLeftAloneUnlessHostAndEnvironmentWantIt) {
-    for (const int capable : {-1, 0, 1, 2, 3, 65537}) {
-        for (const char *value : {(const char *)nullptr, "", "0", "3", "12", "x2", "-1", "4294967297", "1"}) {
+    for (const int capable : {0, 1, 2, 3, 65537}) {
+        for (const char *value : {(const char *)nullptr, "", "3", "12", "x2", "4294967297", "1"}) {
             SCOPED_TRACE(testing::Message() << capable << " " << (value != nullptr ? value : "unset"));
             const bool can = capable == 1 || capable == 2, wanted = can && value != nullptr && strcmp(value, "1") == 0;
             const ScopedEnv asked("GL_USEGLU", value);
             gl_useglu(capable);
             unicode_collate = 5;
             EXPECT_EQ(start("not there\n"), wanted ? -1 : 0);
-            EXPECT_EQ(error, wanted ? GL_ENOFILE : UNTOUCHED);
-            EXPECT_EQ(unicode_collate, wanted ? 1 : 0);
-            EXPECT_EQ(glu_capable, capable);
-            const std::string log = take_log(), outcome = can ? "glu_capable\ngl_init_glu_dll: End\n" : "No glu_capable\n";
-            const std::string left_alone = "gl_useglu: Begin\ngl_useglu: exit\ngl_init_glu: Begin\ngl_init_glu_dll: Begin\n"
-                                           "gl_init_glu_dll: " +
-                                           outcome + "gl_init_glu: End\n";
-            EXPECT_EQ(log == left_alone, !wanted) << log;
+            EXPECT_EQ((std::tuple{error, unicode_collate, glu_capable}),
+                      std::tuple(wanted ? GL_ENOFILE : UNTOUCHED, wanted, capable));
+            const std::string end = can ? "glu_capable\ngl_init_glu_dll: End\n" : "No glu_capable\n";
+            EXPECT_EQ(take_log().ends_with("gl_init_glu_dll: Begin\ngl_init_glu_dll: " + end + "gl_init_glu: End\n"), !wanted);
         }
     }
 }
@@ -104,49 +100,37 @@ TEST_F(Extension, LoadingDependsOnWhatIsInstalled) {
     const std::string failed = "gl_init_glu: loading DLLs error\n", done = "locmap\ngl_init_glu: End\n",
                       missing = "gl_init_glu_dll: End icudata qbnx_dlsym error\n" + failed,
                       allowed = "gl_init_glu_dll: Error Loading DLLs allowed\ngl_init_glu: End\n";
-    const struct {
-        const char *registry; // null: none
-        int capable;
-        const char *wish;
-        std::string last_message;
-    } CASES[] = {
+    using Case =
+        std::tuple<const char *, int, const char *, std::string>; // the registry (null: none), what host and environment say
+    const Case CASES[] = {
         {nullptr, 2, "2", "gl_init_glu_dll: cannot open dllregistry\n" + failed},
         {"", 2, "2", missing},
         {"absent\n", 2, "2", failed}, // tolerated only when it is there
-        {"text\n", 2, "2", allowed},
-        {"\n", 2, "2", allowed}, // the directory itself
-        {"text", 1, "2", failed},
+        {"\n", 2, "2", allowed},      // the directory itself
         {"text", 2, "1", failed},
+        {"text", 1, "2", failed},
         {"complete\ntext\n", 2, "2", allowed},
         {"complete\nwithout_getmb\n", 1, "1", missing}, // the last one has the symbols
         {"complete \n", 1, "1", failed},                // no trimming
         {"# complete\n", 1, "1", failed},
-        {"complete", 2, "2x", done},
-        {"without_getmb\ncomplete\n", 1, " 2", done},
+        {"without_getmb\ncomplete\n", 1, " 2x", done},
     };
-    for (const auto &c : CASES) {
-        SCOPED_TRACE(testing::Message() << (c.registry != nullptr ? c.registry : "none") << c.capable << c.wish);
-        const ScopedEnv asked("GL_USEGLU", c.wish);
-        glu_capable = c.capable;
-        const bool given_up = c.last_message == allowed, started = c.last_message == done;
-        const int result = start(c.registry);
-        EXPECT_EQ(result, given_up || started ? 0 : -1);
-        EXPECT_EQ(error, result == 0 ? UNTOUCHED : GL_ENOFILE);
-        EXPECT_EQ(unicode_collate, given_up ? 0 : 1);
-        EXPECT_EQ(glu_capable, given_up ? 0 : c.capable);
+    for (const auto &[registry, capable, told, last_message] : CASES) {
+        SCOPED_TRACE(testing::Message() << (registry != nullptr ? registry : "none") << capable << told);
+        const ScopedEnv asked("GL_USEGLU", told);
+        glu_capable = capable;
+        const bool given_up = last_message == allowed, started = last_message == done;
+        const int result = start(registry);
+        EXPECT_EQ((std::tuple{result, error}), given_up || started ? std::tuple(0, UNTOUCHED) : std::tuple(-1, int{GL_ENOFILE}));
+        EXPECT_EQ((std::tuple{unicode_collate, glu_capable}), given_up ? std::tuple(0, 0) : std::tuple(1, capable));
         EXPECT_EQ(pMap != nullptr, started);
-        EXPECT_TRUE(take_log().ends_with(c.last_message));
+        EXPECT_TRUE(take_log().ends_with(last_message));
         EXPECT_EQ(gl_init_glu(nullptr), result); // and again, over what the first attempt has left
         const auto entry_point = fn_glu_mbtouc;
-        void *const handle = handleglu[0].handle;
         EXPECT_EQ(gl_unload_glu(), 0); // does nothing without a map
         EXPECT_EQ(fn_glu_mbtouc, started ? nullptr : entry_point);
-        EXPECT_EQ(handleglu[0].handle, started ? nullptr : handle);
         drop();
     }
-    const ScopedEnv empty("QUORBANEDIR", "");
-    EXPECT_EQ(start("complete\n"), -1);
-    EXPECT_EQ(error, GL_ENOFILE);
 }
 
 TEST_F(Extension, ResolvesWhatIsThereWhenAnEntryPointIsMissing) {
@@ -193,18 +177,16 @@ TEST_F(Extension, StartsOnceStopsAndStartsAgain) {
     ASSERT_NE(kept, nullptr);
     const ExtensionRecord &seen = record_of(kept);
     ASSERT_EQ(start("complete\n"), 0);
-    EXPECT_EQ(take_log(),
-              "gl_init_glu: Begin\ngl_init_glu_dll: Begin\ngl_init_glu_dll: glu_capable\n"
-              "gl_init_glu_dll: Initializing\ngl_init_glu_dll: Loading library:\n" +
-                  library +
-                  "\ngl_init_glu_dll: Loading symbols:\ngl_init_glu_dll: End\ngl_init_glu: Loading ICU data:\nOpened: " + etc +
-                  "icu.dat\nextension: loading\ngl_init_glu: Loading Map data:\nOpened: " + etc + "locmap\ngl_init_glu: End\n");
+    const std::string log = take_log();
+    for (const std::string &part : {"Loading library:\n" + library + "\n", "Opened: " + etc + "icu.dat\nextension: loading\n",
+                                    "Loading Map data:\nOpened: " + etc + "locmap\ngl_init_glu: End\n"})
+        EXPECT_NE(log.find(part), std::string::npos) << part;
     const std::string started = "data " + etc + "icu.dat map " + etc + "locmap ";
     EXPECT_EQ(seen.calls, started);
-    EXPECT_EQ((std::tuple{seen.malloc, seen.calloc, seen.realloc}),
-              std::make_tuple(_gl_ext_malloc, _gl_ext_calloc, _gl_ext_realloc));
-    EXPECT_EQ((std::tuple{seen.free, seen.fgetc, seen.fseek}), std::make_tuple(_gl_ext_free, _gl_ext_fgetc, _gl_ext_fseek));
-    EXPECT_EQ((std::tuple{seen.ftell, seen.ferror, seen.feof}), std::make_tuple(_gl_ext_ftell, _gl_ext_ferror, _gl_ext_feof));
+    EXPECT_EQ((std::tuple{seen.malloc, seen.calloc, seen.realloc, seen.free, seen.fgetc}),
+              std::make_tuple(_gl_ext_malloc, _gl_ext_calloc, _gl_ext_realloc, _gl_ext_free, _gl_ext_fgetc));
+    EXPECT_EQ((std::tuple{seen.fseek, seen.ftell, seen.ferror, seen.feof}),
+              std::make_tuple(_gl_ext_fseek, _gl_ext_ftell, _gl_ext_ferror, _gl_ext_feof));
     EXPECT_EQ((std::tuple{seen.print, seen.message_level, seen.message_sublevel}), std::make_tuple(gl_message, 65535, 1));
     EXPECT_EQ(glx_gluMap(), pMap);
 
@@ -223,37 +205,26 @@ TEST_F(Extension, StartsOnceStopsAndStartsAgain) {
 
     EXPECT_EQ(gl_init_glu(&error), 0);
     EXPECT_EQ(record_of(handleglu[0].handle).calls, started);
-    EXPECT_EQ(error, UNTOUCHED);
 }
 
 TEST_F(Extension, ReportsWhatItsFilesLack) {
-    const struct {
-        const char *data_name, *data, *map; // null: none
-        int error;
-        const char *last_message;
-    } CASES[] = {
-        {nullptr, "0", "0", GL_ENOFILE, "gl_init_glu: End icudata not loaded, could not get icudata file name\n"},
-        {"icu.dat", nullptr, "0", GL_ENOFILE, "gl_init_glu: End icudata not loaded, icudata file not found\n"},
-        {"a-name-that-fills-the-whole-buffer", "0", "0", GL_ENOFILE, "icudata file not found\n"},
-        {"icu.dat", "57", "0", 57, "gl_init_glu: End icudata not loaded\n"},
-        {"icu.dat", "0", nullptr, GL_ENOFILE, "gl_init_glu: End pMap not loaded locmap file not found\n"},
-        {"icu.dat", "-5", "1", 1, "gl_init_glu: End pMap not loaded\n"},
-    };
-    for (const auto &c : CASES) {
-        SCOPED_TRACE(c.last_message);
-        const ScopedEnv name("EXTENSION_DATA_FILE", c.data_name);
-        put("etc/icu.dat", c.data);
-        put("etc/locmap", c.map);
-        EXPECT_EQ(start("complete\n"), -1);
-        EXPECT_EQ(error, c.error);
-        EXPECT_EQ(pMap, nullptr);
-        EXPECT_TRUE(take_log().ends_with(c.last_message));
-        void *const data = glu_cudata_t;
-        EXPECT_EQ(data != nullptr, strstr(c.last_message, "pMap") != nullptr);
-        EXPECT_EQ(gl_init_glu(nullptr), -1);
-        EXPECT_EQ(glu_cudata_t, data); // kept for the next attempt
-        EXPECT_EQ(gl_unload_glu(), 0);
-        EXPECT_EQ(glu_cudata_t, data);
+    using Case = std::tuple<const char *, const char *, const char *, int, const char *>; // null: no such file
+    for (const auto &[data_name, data, map, number, last_message] :
+         {Case{nullptr, "0", "0", GL_ENOFILE, "gl_init_glu: End icudata not loaded, could not get icudata file name\n"},
+          Case{"icu.dat", nullptr, "0", GL_ENOFILE, "gl_init_glu: End icudata not loaded, icudata file not found\n"},
+          Case{"a-name-that-fills-the-whole-buffer", "0", "0", GL_ENOFILE, "icudata file not found\n"},
+          Case{"icu.dat", "57", "0", 57, "gl_init_glu: End icudata not loaded\n"},
+          Case{"icu.dat", "0", nullptr, GL_ENOFILE, "gl_init_glu: End pMap not loaded locmap file not found\n"},
+          Case{"icu.dat", "-5", "1", 1, "gl_init_glu: End pMap not loaded\n"}}) {
+        const ScopedEnv name("EXTENSION_DATA_FILE", data_name);
+        put("etc/icu.dat", data);
+        put("etc/locmap", map);
+        EXPECT_EQ((std::tuple{start("complete\n"), error, pMap}), std::tuple(-1, number, nullptr));
+        EXPECT_TRUE(take_log().ends_with(last_message)) << last_message;
+        void *const kept = glu_cudata_t; // for the next attempt
+        EXPECT_EQ(kept != nullptr, strstr(last_message, "pMap") != nullptr);
+        EXPECT_EQ(gl_init_glu(nullptr) + gl_unload_glu(), -1);
+        EXPECT_EQ(glu_cudata_t, kept);
         drop();
     }
 }
@@ -303,19 +274,17 @@ TEST_F(Extension, IsForwardedTo) {
     for (const int outside : {-1, 8}) EXPECT_EQ(glx_gluLoc(&locale, outside), nullptr);
 
     const auto at = [](intptr_t address) { return reinterpret_cast<void *>(address); };
-    EXPECT_EQ(glx_lc_close(at(1)), nullptr); // nothing is loaded
-    EXPECT_EQ(glx_ucs32toucs(at(1), at(2), 3, at(4), 5), -1);
-
-    ASSERT_EQ(start("complete\n"), 0);
+    for (const bool loaded : {false, true}) { // the arguments come back as digits
+        EXPECT_EQ(loaded ? start("complete\n") : 0, 0);
+        EXPECT_EQ(glx_lc_open(at(1), at(2), at(3)), at(loaded ? 3123 : 0));
+        EXPECT_EQ(glx_lc_close(at(4)), at(loaded ? 44 : 0));
+        EXPECT_EQ(glx_ucs32tombs(at(1), at(2), 3, at(4), 5, at(6)), loaded ? 5123456 : -1);
+        EXPECT_EQ(glx_ucs32toucs(at(5), at(4), 3, at(2), 1), loaded ? 654321 : -1);
+    }
     EXPECT_STREQ(glx_icuErrorName(7), "seven");
     EXPECT_EQ(glx_getICULocName(nullptr), nullptr);
-    EXPECT_EQ(glx_getICUCvtName(nullptr), nullptr);
-    EXPECT_EQ(glx_getICULocName(at(5)), at(15)); // the arguments as digits
+    EXPECT_EQ(glx_getICULocName(at(5)), at(15));
     EXPECT_EQ(glx_getICUCvtName(at(5)), at(25));
-    EXPECT_EQ(glx_lc_open(at(1), at(2), at(3)), at(3123));
-    EXPECT_EQ(glx_lc_close(at(4)), at(44));
-    EXPECT_EQ(glx_ucs32tombs(at(1), at(2), 3, at(4), 5, at(6)), 5123456);
-    EXPECT_EQ(glx_ucs32toucs(at(5), at(4), 3, at(2), 1), 654321);
 }
 
 TEST_F(Extension, SurvivesEveryFault) {
@@ -342,17 +311,13 @@ TEST(Registry, GivesAPathForEveryLine) {
     uint32_t capacity = 0;
     for_each_fault(Operation::allocate, Lasting::once, [&](const Faults &faults) {
         const auto file = stream_of("a\n\n b \n" + big + "\nlast");
+        int result = 0;
         for (const std::string &name : {std::string("a"), std::string(), std::string(" b "), big, std::string("last")}) {
-            if (qbgl::get_dl_name(file.get(), "/base", &path, &capacity) != 0) {
-                EXPECT_TRUE(faults.hit());
-                EXPECT_EQ(path, nullptr);
-                return;
-            }
-            EXPECT_EQ(path, "/base/vrn/dll/" + name);
+            if (result == 0) result = qbgl::get_dl_name(file.get(), "/base", &path, &capacity);
+            EXPECT_EQ(result == 0 ? path : "", result == 0 ? "/base/vrn/dll/" + name : "");
         }
-        EXPECT_FALSE(faults.hit());
-        EXPECT_GE(capacity, big.size());
-        EXPECT_EQ(qbgl::get_dl_name(file.get(), "/base", &path, &capacity), 0);
+        EXPECT_EQ(result != 0, faults.hit());
+        EXPECT_EQ(result == 0 ? qbgl::get_dl_name(file.get(), "/base", &path, &capacity) : 0, 0);
         EXPECT_EQ(path, nullptr);
     });
 }
@@ -374,13 +339,11 @@ TEST(Loader, KeepsErrorsAndPathInTheRecord) {
     EXPECT_NE(dlsym(RTLD_DEFAULT, "extension_record"), nullptr) << "not opened as global";
     expect_failure(qbnx_dlsym(&library, &pointer, "glu_nothing"), -1, "glu_nothing");
     EXPECT_EQ(pointer, nullptr);
-    expect_failure(qbnx_dlsym(&library, &pointer, nullptr), -2, "Internal Error");
     EXPECT_EQ(qbnx_dlclose(&library), 0);
-    EXPECT_EQ((std::tuple{library.handle, library.path}), std::make_tuple(nullptr, nullptr));
     errno = 71;
     EXPECT_EQ(qbnx_dlerror(&library), 71);
-    EXPECT_EQ(library.error, -1);
-    EXPECT_EQ(library.error_text, nullptr); // the loader has nothing to tell
+    EXPECT_EQ((std::tuple{library.handle, library.path, library.error, library.error_text}),
+              std::make_tuple(nullptr, nullptr, -1, nullptr));
 }
 
 } // namespace
