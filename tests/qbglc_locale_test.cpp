@@ -134,19 +134,16 @@ TEST_F(LocaleCompilerTest, ClassesAndCasesFollowTheDefinitionAndPosix) {
     EXPECT_EQ(load(compile(definition(), "utf8"), "c.lco")->case_growth, 1.5);
 }
 
-TEST_F(LocaleCompilerTest, CategoriesReachTheHandle) {
+TEST_F(LocaleCompilerTest, ValuesThatAreMissingOrDoNotFitAreReplaced) {
     const Locale locale = load(compile(definition(), "8859-1"), "a.lco");
     const gl_lconv *conv = gl_localeconv(locale.get());
     EXPECT_STREQ(conv->grouping, "\3\x7f");
     EXPECT_STREQ(conv->currency_symbol, "EUR") << "the first alternative is no character of the codeset either";
     EXPECT_STREQ(conv->num_negative_sign, "-");
-    EXPECT_EQ(conv->p_sign_posn, 127);
     EXPECT_EQ(conv->n_sign_posn, 127) << "not in the definition";
-    const gl_time_info &time = locale->time;
-    EXPECT_STREQ(time.day[6], "S\xE4t");
-    EXPECT_STREQ(time.t_fmt_ampm, "%I:%M:%S %p");
-    ASSERT_EQ(time.era_count, 2);
-    EXPECT_STREQ(time.era_strings[0], "+:1:2019/05/01:+*:R\xEAiwa:%EC%Ey:");
+    EXPECT_STREQ(locale->time.t_fmt_ampm, "%I:%M:%S %p");
+    ASSERT_EQ(locale->time.era_count, 2);
+    EXPECT_STREQ(locale->time.era_strings[0], "+:1:2019/05/01:+*:R\xEAiwa:%EC%Ey:");
 }
 
 TEST_F(LocaleCompilerTest, CalendarsBringTheirMonthsAndErasTheirLetters) {
@@ -181,7 +178,6 @@ TEST_F(LocaleCompilerTest, AnOwnCharmapOfTwoBytesServes) {
 TEST_F(LocaleCompilerTest, ErrorsNameFileAndLine) {
     EXPECT_EQ(message(definition("sep \".\"", "sep \"<U4E00>\""), "8859-1"),
               ":26:15: U+4E00: 8859-1 has no such character, and no rule says what to write instead");
-    EXPECT_EQ(message(definition("d_fmt \"%x\"\n", "d_fmt 3\n")).substr(0, 6), ":43:7:");
     EXPECT_EQ(message(definition(":BC:", ":")), ":45:5: an era of six fields expected");
     EXPECT_EQ(message(definition("2019//05", "2019//99")), ":45:5: field 3 of an era is 2019/99/01, not a date");
     EXPECT_EQ(message(definition("\"<U20AC>\"", '"' + std::string(256, 'x') + '"')),
@@ -229,13 +225,11 @@ order_end
         std::string rules, codeset, sorted; // UTF-8, with < or = between texts
     };
     const Case cases[] = {
-        {"order of entries", "order_start forward\n<b>\n<a>\n<d>\n<c>\norder_end\n", "8859-1", "<b<ba<bd<a<aa<d<c"},
         {"a level after the other", forward, "8859-1", "a<A<aa<aA<Aa<aá<áa<áA<aæ<ae"},
         {"a forward level", forward, "8859-1", "eaea<eaéa<éaea<éaéa"},
         {"a backward level", backward, "8859-1", "eaea<éaea<eaéa<éaéa"},
         {"strings of weights, cut, whole and by marks", forward, "8859-1", "ae<Ae<aé<áe<æ<æa<æe"},
         {"the same with a mark", forward, "utf8", "ae<Ae<aé=aé<áe=áe<æ<æa"},
-        {"the same backward", backward, "utf8", "ae<Ae<áe=áe<aé=aé<æ"},
         {"two letters in one", forward, "8859-1", "eha<½a<éha<½e"},
         {"positions of what is ignored", forward, "8859-1", "-a<a<a-<-aa<a-a<aa<ae<h<-h<h-<hh<-hh<h-h"},
         {"reordering", forward + "reorder-after <U0068>\n<U0061>\n<U00E1> <U0068>;<BASE>;<CAP>;<U00E1>\nreorder-end\n", "8859-1",
@@ -271,14 +265,13 @@ order_end
     for (const Case &test : cases) {
         const Locale locale =
             load(compile(definition("order_start forward\nUNDEFINED\norder_end\n", test.rules), test.codeset), "a.lco");
-        const auto encoded = [&](std::string_view utf8) { return test.codeset == "utf8" ? std::string(utf8) : latin1(utf8); };
-        const std::string &sorted = test.sorted;
+        const auto sign = [](int order) { return (order > 0) - (order < 0); };
+        const std::string sorted = test.codeset == "utf8" ? test.sorted : latin1(test.sorted);
         for (size_t at = 0, end; (end = sorted.find_first_of("<=", at)) != std::string::npos; at = end + 1) {
             const size_t next_end = std::min(sorted.find_first_of("<=", end + 1), sorted.size());
-            const std::string a = encoded(sorted.substr(at, end - at)), b = encoded(sorted.substr(end + 1, next_end - end - 1));
+            const std::string a = sorted.substr(at, end - at), b = sorted.substr(end + 1, next_end - end - 1);
             const int result = gl_mbscoll(locale.get(), a.c_str(), b.c_str()),
                       back = gl_mbscoll(locale.get(), b.c_str(), a.c_str());
-            const auto sign = [](int order) { return (order > 0) - (order < 0); };
             EXPECT_EQ(std::pair(sign(result), sign(back)), sorted[end] == '<' ? std::pair(-1, 1) : std::pair(0, 0))
                 << test.name << ": " << sorted.substr(at, next_end - at);
         }
@@ -286,20 +279,21 @@ order_end
 }
 
 TEST_F(LocaleCompilerTest, WrongRulesOfOrderAreReportedWithTheirPlace) {
-    const auto error = [&](const std::string &rules) {
-        const std::string all = message(definition("order_start forward\nUNDEFINED\norder_end\n", rules), "8859-1");
-        return all.substr(0, all.find('\n'));
+    const std::pair<const char *, const char *> cases[] = {
+        {"order_start forward\n<a> <X>\norder_end\n", ":21:1: <X> is not in the order"},
+        {"order_start forward\n<a> <a>;<a>\norder_end\n", ":21:1: 2 weights, but order_start has 1 levels"},
+        {"<a>\n", ":20:1: an entry outside of order_start and reorder-after"},
+        {"order_start <X>;forward\n<a>\norder_end\n", ":20:1: <X>: no such section"},
+        {"order_start forward\n..\n<a>\norder_end\n", ":21:1: an ellipsis needs a character before it"},
+        {"order_start forward\n<b>\n..\n<a>\norder_end\n", ":22:1: the ellipsis runs backward"},
+        {"order_start forward\n<a>\n..\norder_end\n", ":22:1: an ellipsis needs a character behind it"},
+        {"order_start forward\n<a>\norder_end\nreorder-after <b>\n<a>\nreorder-end\n", ":23:1: <b> is not in the order"},
+        {"collating-element <e> from \"ab\"\ncollating-symbol <e>\n", ":21:1: <e> has a meaning already"},
     };
-    EXPECT_EQ(error("order_start forward\n<a> <X>\norder_end\n"), ":21:1: <X> is not in the order");
-    EXPECT_EQ(error("order_start forward\n<a> <a>;<a>\norder_end\n"), ":21:1: 2 weights, but order_start has 1 levels");
-    EXPECT_EQ(error("<a>\n"), ":20:1: an entry outside of order_start and reorder-after");
-    EXPECT_EQ(error("order_start <X>;forward\n<a>\norder_end\n"), ":20:1: <X>: no such section");
-    EXPECT_EQ(error("order_start forward\n..\n<a>\norder_end\n"), ":21:1: an ellipsis needs a character before it");
-    EXPECT_EQ(error("order_start forward\n<b>\n..\n<a>\norder_end\n"), ":22:1: the ellipsis runs backward");
-    EXPECT_EQ(error("order_start forward\n<a>\n..\norder_end\n"), ":22:1: an ellipsis needs a character behind it");
-    EXPECT_EQ(error("order_start forward\n<a>\norder_end\nreorder-after <b>\n<a>\nreorder-end\n"),
-              ":23:1: <b> is not in the order");
-    EXPECT_EQ(error("collating-element <e> from \"ab\"\ncollating-symbol <e>\n"), ":21:1: <e> has a meaning already");
+    for (const auto &[rules, expected] : cases) {
+        const std::string all = message(definition("order_start forward\nUNDEFINED\norder_end\n", rules), "8859-1");
+        EXPECT_EQ(all.substr(0, all.find('\n')), expected);
+    }
 }
 
 TEST(LocaleRecipe, NamesFilesAndRefusesWhatNoSpecificationSays) {

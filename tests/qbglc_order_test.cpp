@@ -34,11 +34,9 @@ struct Object {
     std::string order = "";
     bool damaged = false; // behind the rules
 
-    size_t row_of(const std::string &character) const {
-        return std::find_if(rules.places.begin(), rules.places.end(), [&](const auto &place) { return place.first == character; })
-            ->second;
+    std::vector<unsigned> &row(const std::string &character) {
+        return rules.rows[std::ranges::find(rules.places, character, &std::pair<std::string, unsigned>::first)->second];
     }
-    std::vector<unsigned> &row(const std::string &character) { return rules.rows[row_of(character)]; }
     std::string write(const fs::path &path) const {
         LocaleObject object(codeset, rules.text());
         if (!order.empty()) object.header = "FILE_TYPE=locale_object\nCOMPILER_VERSION=11\nHEADER_LINES=5\nORDER=" + order + "\n";
@@ -91,33 +89,25 @@ TEST_F(OrderDiff, TellsWhatMoved) {
          [](Object &o) { o.row("c")[0] = o.row("b")[0]; },
          false,
          {"pairs: 0 of", "pass 1: weights of (62) and (63) are in another order", "The order differs."}},
-        {"a pass runs backward",
-         [](Object &o) {
-             o.rules.directions = {1, 2};
-         },
-         false,
-         {"pairs: 0 of", "pass 2 runs the other way"}},
+        {"a pass runs backward", [](Object &o) { o.rules.directions[1] = 2; }, false, {"pairs: 0 of", "pass 2 runs the other way"}},
         {"a pass is gone", [](Object &o) { o.rules = Collation::in_order(o.codeset, {1}); }, false, {"number of passes differs"}},
         {"code values", [](Object &o) { o.rules.direct = true; }, false, {"ordered by passes of weights, now by code values"}},
         {"two letters are an element",
          [](Object &o) {
-             o.rules.elements = {{{'c', 'h'}, 40}};
+             o.rules.elements.assign(1, {{'c', 'h'}, 40});
          },
          false,
          {"collating elements: 0 in both\n  1 only in the new: (63 68)\n"}},
         {"a letter weighs as two",
          [](Object &o) {
-             o.rules.expansions = {{'s', 's'}};
-             o.row("\xDF") = {0x4000, 0x4000};
+             o.rules.expansions.assign(1, {'s', 's'}), o.row("\xDF").assign(2, 0x4000);
          },
          false,
          {"\n  (DE) < (DF), now >\n", "pass 1: (DF) has another number of weights"}},
-        {"a character more",
-         [](Object &o) {
-             o.codeset.characters.push_back({"\x82\xF2", 0});
-         },
+        {"a character less",
+         [](Object &o) { o.codeset.characters.pop_back(); },
          false,
-         {"characters: 419 in both\n  1 only in the new: (82F2)\n"}},
+         {"characters: 418 in both\n  1 only in the old: (88FC)\n"}},
     };
     for (const auto &[name, change, same, said] : cases) {
         SCOPED_TRACE(name);
