@@ -200,10 +200,11 @@ TEST_F(Handle, KeepsItsCategoriesInOneCodeset) {
 TEST_F(Handle, IsLoadedBySpecification) {
     write_file(tree.path() / "other/ja_jp/e006.lco", SJIS.text());
     const string here = tree / "other", form = six("ja_JP.sjis"), names = six("ja_jp/e006.lco");
-    using Case = std::tuple<const char *, const char *, string>;
     for (const auto &[spec, directory, expected] :
-         {Case{"ja_JP.sjis", nullptr, names}, Case{"ja_jp.57350", here.c_str(), names}, Case{form.c_str(), nullptr, names},
-          Case{"latin.lco", here.c_str(), "error 8"}, Case{nullptr, nullptr, "error 2"}}) {
+         {std::tuple<const char *, const char *, string>{"ja_jp.57350", here.c_str(), names},
+          {form.c_str(), nullptr, names},
+          {"latin.lco", here.c_str(), "error 8"},
+          {nullptr, nullptr, "error 2"}}) {
         gl_locale *locale = nullptr;
         const bool done = gl_lc_load(&locale, spec, nullptr, directory) == 0;
         EXPECT_EQ(outcome(locale, done ? gl_setlocale_4(locale, 1, nullptr) : nullptr), expected);
