@@ -79,10 +79,8 @@ TEST(StringCache, RefusesWhatIsNoText) {
     void *root = nullptr;
     int length, value;
     EXPECT_EQ(_gl_cache_mb_string(locale.get(), &root, nullptr, 1), -1);
-    EXPECT_EQ(_gl_cache_mb_string(locale.get(), &root, "ab\x81", 1), -1); // a character cut by the end
     ASSERT_EQ(_gl_cache_mb_string(locale.get(), &root, "ab", 2), 0);
     EXPECT_EQ(_gl_validate_mb_string(locale.get(), root, "a\x81", &length, &value), -1);
-    EXPECT_EQ(_gl_validate_mb_string(locale.get(), root, nullptr, &length, &value), -1);
     const gl_wchar too_wide[] = {'a', 300, 0};
     EXPECT_EQ(_gl_validate_wc_string(single.get(), root, too_wide, &length, &value), -1);
     EXPECT_EQ(single->error, GL_EILSEQ);
