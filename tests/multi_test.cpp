@@ -183,7 +183,7 @@ TEST(Multi, BothTextFormsReadBackToTheSameMapping) {
     for (int round = 0; round < 60; ++round) {
         SCOPED_TRACE(round);
         const Model model = random_model(random);
-        std::vector<string> probes;
+        std::vector<string> probes = {""};
         for (const auto &[key, value] : model) {
             probes.push_back(key);
             probes.push_back(key.substr(0, key.size() - random() % 2) + static_cast<char>(random()) + "\x80\x81");
