@@ -1,6 +1,5 @@
 // Multibyte and wide characters, in codesets of every shape, against a model that knows a codeset as the set of its characters.
 #include "mbwc/maps.h"
-#include "support/faults.h"
 #include "support/locale_object.h"
 
 #include <climits>
@@ -297,14 +296,6 @@ TEST_P(Room, NullTextAndBadLengths) {
     const std::vector<gl_wchar> text = {wide(letter), wide(letter), 0};
     EXPECT_EQ(gl_wcslen(text.data()), 2);
     EXPECT_EQ(gl_wcsbytes(text.data()), 12);
-}
-
-TEST_P(Room, MapsDoWithoutMemory) {
-    for_each_fault(Operation::allocate, [&](const Faults &faults) {
-        qbgl::CodesetMaps *maps = qbgl::build_codeset_maps(locale.ctype, 0);
-        EXPECT_EQ(maps == nullptr, faults.hit());
-        qbgl::free_codeset_maps(maps);
-    });
 }
 
 INSTANTIATE_TEST_SUITE_P(Mbwc, Room,

@@ -90,18 +90,7 @@ TEST(Threads, ShareAConversion) {
         EXPECT_EQ(gl_cv_mconv(cd, &state, &in, &inleft, &out, &outleft, &subst), 0);
         return std::string(bytes.data(), out);
     };
-    std::vector<std::pair<ConversionObject, std::string>> shapes = {{TO_SHIFTED, "a\x81\x40\x81\x41\x81\x40"
-                                                                                 "a"},
-                                                                    {FROM_SHIFTED, "a\x0EKAKA\x0Fz"},
-                                                                    {BOTH_SHIFTED, "a\x0EKKx"}};
-    for (const auto &[name, shape] : STATELESS) {
-        std::string text;
-        for (const auto &[key, mapped] : shape.main)
-            if (mapped.first != 0 && text.size() < 12) text += key;
-        if (shape.lengths.source_min > 1) std::reverse(text.begin(), text.end()); // little-endian units
-        shapes.emplace_back(shape, text);
-    }
-    for (const auto &[shape, text] : shapes) {
+    for (const auto &[shape, text] : shapes_with_texts(12)) {
         const TempDir directory;
         write_file(directory.path() / "object", shape.text());
         gl_cv *cd = nullptr;

@@ -5,8 +5,10 @@
 
 #include "cvlib/record.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace qbgl_test {
 
@@ -87,5 +89,19 @@ inline const Mapping SHIFTED_OF_BOTH{{"\x0F", {TOGGLES, ""}}, {"K", {SHIFTED, "K
 inline const ConversionObject TO_SHIFTED{SHIFTING_TARGET, {1, 2, 1, 2}, {}, false, true, "10e21b2800"};
 inline const ConversionObject FROM_SHIFTED{INITIAL_SOURCE, {1, 2, 1, 2}, SHIFTED_SOURCE, true, false};
 inline const ConversionObject BOTH_SHIFTED{INITIAL_OF_BOTH, {1, 1, 1, 2}, SHIFTED_OF_BOTH, true, true, "10e21b2800"};
+
+// All of them, each with a text of about `size` bytes that it converts.
+inline std::vector<std::pair<ConversionObject, std::string>> shapes_with_texts(size_t size) {
+    std::vector<std::pair<ConversionObject, std::string>> shapes = {
+        {TO_SHIFTED, "a\x81\x40\x81\x41\x81\x40" + one('a')}, {FROM_SHIFTED, "a\x0EKAKA\x0Fz"}, {BOTH_SHIFTED, "a\x0EKKx"}};
+    for (const auto &[name, shape] : STATELESS) {
+        std::string text;
+        for (const auto &[key, mapped] : shape.main)
+            if (mapped.first != 0 && mapped.first != TERMINATOR && text.size() < size) text += key;
+        if (shape.lengths.source_min > 1) std::reverse(text.begin(), text.end()); // little-endian units
+        shapes.emplace_back(shape, text);
+    }
+    return shapes;
+}
 
 } // namespace qbgl_test
