@@ -116,6 +116,10 @@ TEST(CharacterTypes, AreKept) {
         read_section(other.get(), GL_CAT_CTYPE, ctype_text(small_codeset(growth)));
         EXPECT_EQ(other->case_growth, factor);
     }
+    const Locale none = null_locale();
+    EXPECT_EQ(read_section(none.get(), GL_CAT_CTYPE, "1 1 1 0000\n0 0\n0\n1 1 1 0000\n0 0\n0\n"), 1);
+    EXPECT_EQ(none->case_growth, 4.0);
+    EXPECT_EQ(none->ctype.class_list, nullptr);
     gl_wchar wc = 0;
     EXPECT_EQ(_gl_read_gl_wchar(stream_of("8FA1b2c3f").get(), &wc), 0);
     EXPECT_EQ(wc, 0x8FA1B2C3);
