@@ -356,9 +356,6 @@ TEST_F(LocaleClient, LocalesThatCannotBeHadAreExplained) {
         {"-l ja_JP.sjis@euro", "X=", 2,
          "unknown locale ja_JP.sjis@euro: ja_jp/e006euro.lco is not in " + places +
              nearest("ja_JP.sjis, de_DE.8859-1@euro, fr_FR.utf8")},
-        {"-l POSIX", "X=", 2,
-         "unknown locale POSIX: it names no known codeset after \".\", and no file in " + places +
-             nearest("default.lco, ja_JP.sjis, fr_FR.utf8")},
         {"-l native", "LANG=fr_FR.UTF-16", 2,
          "unknown locale fr_FR.UTF-16: it names no known codeset after \".\", and no file in " + places +
              nearest("fr_FR.utf8, ja_JP.sjis, default.lco")},
@@ -409,9 +406,6 @@ TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
          "9999-12-31 Friday     31 December 9999, day 365\n"},
         {"0622-07-17..0622-07-17", 0,
          "0622-07-17 Wednesday  17 July 622, day 198              1 Av 4382, day 296                -\n"},
-        {"2024-2", 0,
-         "       February 2024\nSun Mon Tue Wed Thu Fri Sat\n                  1   2   3\n  4   5   6   7   8   9  10\n"
-         " 11  12  13  14  15  16  17\n 18  19  20  21  22  23  24\n 25  26  27  28  29\n"},
         {"-l fi_FI.utf8 2024-9", 0,
          "      September 2024\nMon Tue Wed Thu Fri Sat Sun\n                          1\n  2   3   4   5   6   7   8\n"
          "  9  10  11  12  13  14  15\n 16  17  18  19  20  21  22\n 23  24  25  26  27  28  29\n 30\n"},
@@ -490,14 +484,7 @@ TEST_F(SymbolsClient, MessagesTellPlaceAndReason) {
               "/vrn/cm3/0390.cmo` makes it, if the platform has one\n"},
          {"--codeset cp437", "", 3, "",
           "qbgl: the charmap of cp437 in " + tree + "/vrn/cm3 is damaged or of another version: `qbglc charmap unitedstates -o " +
-              tree + "/vrn/cm3/01b5.cmo` makes it anew\n"},
-         {"-d --json --codeset 819", "<B>", 1, "",
-          at.substr(6).insert(0, R"({"kind":"error","message":")") +
-              R"(1:1: offset 0, bytes 3C 42 3E: the charmap of 819 has no name <B>","finding":"unknown",)"
-              R"("file":"-","line":1,"column":1,)"
-              R"("offset":0,"bytes":"3C423E","reason":"the charmap of 819 has no name <B>",)"
-              R"("codeset":"819","symbol":"<B>","status":1})"
-              "\n"}},
+              tree + "/vrn/cm3/01b5.cmo` makes it anew\n"}},
         words());
 }
 

@@ -2,7 +2,6 @@
 #include "charmap/sequence.h"
 #include "definition/definition.h"
 #include "support/files.h"
-#include "system/parallel.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -110,15 +109,6 @@ TEST(PlatformDefinitions, AllAreRead) {
         EXPECT_NO_THROW(reader.read(entry.path())) << entry.path();
     }
     EXPECT_GT(locales, 300u);
-}
-
-TEST(PlatformDefinitions, AreSharedByWhoCopiesThem) {
-    DefinitionReader reader;
-    std::vector<std::shared_ptr<const Definition>> read(4);
-    parallel_for(read.size(), 4, [&](size_t i) { read[i] = reader.read(reader.find(i % 2 ? "de_AT" : "de_DE")); });
-    const auto copied = [](const Definition &definition) { return std::get<CollationRulesPtr>(definition.collate->items.at(0)); };
-    EXPECT_EQ(read[0]->collate, read[2]->collate);
-    EXPECT_EQ(copied(*read[0]), copied(*read[1]));
 }
 
 TEST_F(Definitions, Members) {

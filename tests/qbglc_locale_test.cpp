@@ -230,6 +230,7 @@ order_end
         {"a backward level", backward, "8859-1", "eaea<éaea<eaéa<éaéa"},
         {"strings of weights, cut, whole and by marks", forward, "8859-1", "ae<Ae<aé<áe<æ<æa<æe"},
         {"the same with a mark", forward, "utf8", "ae<Ae<aé=aé<áe=áe<æ<æa"},
+        {"the same backward", backward, "utf8", "ae<Ae<áe=áe<aé=aé<æ"},
         {"two letters in one", forward, "8859-1", "eha<½a<éha<½e"},
         {"positions of what is ignored", forward, "8859-1", "-a<a<a-<-aa<a-a<aa<ae<h<-h<h-<hh<-hh<h-h"},
         {"reordering", forward + "reorder-after <U0068>\n<U0061>\n<U00E1> <U0068>;<BASE>;<CAP>;<U00E1>\nreorder-end\n", "8859-1",
