@@ -158,6 +158,10 @@ TEST(Multi, LittleEndianUnitsAreWalkedFromTheirLastByte) {
         const void *entry = _gl_retrieve_little_endian_unicode_limit(text.data(), two.get(), int(text.size()), &cd);
         EXPECT_EQ((std::pair{value_of(entry), cd.error}), std::pair(value, error)) << testing::PrintToString(text);
     }
+    const Table four = table_of({{"\0\1\xF6\x01"s, 2}});
+    cd.source_min_len = cd.source_max_len = 4;
+    for (const int limit : {3, 4})
+        EXPECT_EQ(value_of(_gl_retrieve_little_endian_unicode_limit("\x01\xF6\1\0", four.get(), limit, &cd)), limit == 4 ? 2 : -1);
 }
 
 // Keys of several lengths with runs of neighbours, whose values repeat often.
