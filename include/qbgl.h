@@ -398,7 +398,7 @@ QBGL_API const char *gl_order_fingerprint(gl_locale *locale);
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 /* One character: the bytes it has, 0 for the NUL character or a null s. At most n bytes are read; the third form also takes n = -1
- * for text with a terminator, and pwc is not null. */
+ * for text with a terminator, where empty text is GL_EINVAL, and pwc is not null. */
 static inline int gl_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n);
 QBGL_API int gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n);
 QBGL_API int _qbx_gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n);
@@ -1267,7 +1267,7 @@ QBGL_API void *_gl_retrieve_little_endian_unicode_limit(const char *bytes, const
 /* The entry of a wide character, or null with GL_EILSEQ. */
 QBGL_API void *_gl_retrieve_wchar_multi_nl(void *ctx, gl_wchar value, const gl_multi *table);
 
-/* The longest and shortest key (0 and 4 for an empty table), the error of the last read, and the number of nodes. */
+/* The longest and shortest key (0 and 4 for an empty table, 0 and 1 for that of a category without data), the error of the last read, and the number of nodes. */
 QBGL_API int _gl_multi_max_length(const gl_multi *table);
 QBGL_API int _gl_multi_min_length(const gl_multi *table);
 QBGL_API int _gl_multi_err(const gl_multi *table);
@@ -1287,7 +1287,8 @@ QBGL_API int _gl_fprintf_multi(FILE *stream, gl_multi *table, gl_entry_writer wr
  * 19. The Unicode extension library
  *
  * An optional shared object, listed in vrn/etc/dllregistry, that takes over Unicode locales and conversions. It is used when the
- * host allows it with gl_useglu and the environment asks for it with GL_USEGLU (1 or 2).
+ * host allows it with gl_useglu and the environment asks for it with GL_USEGLU (1 or 2). Loading it is one thread's work for all of
+ * them: neither the extension nor a function of the host's that is called meanwhile may open a locale or a conversion.
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 /* 1 allows the extension, 2 also tolerates a library that cannot be loaded (with GL_USEGLU=2), anything else forbids it. */
@@ -1298,7 +1299,8 @@ QBGL_API void gl_useglu(int value);
  * extension's own status. The _dll form only loads the libraries and their entry points. ctx may be null. */
 QBGL_API int gl_init_glu(void *ctx);
 QBGL_API int gl_init_glu_dll(void *ctx);
-/* Releases what gl_init_glu acquired. Returns 0, or -1 when a library could not be closed. */
+/* Releases what gl_init_glu acquired, once it succeeded: without a locale map nothing happens, and libraries that an attempt opened
+ * and then failed stay open for the next one. Returns 0, or -1 when a library could not be closed. */
 QBGL_API int gl_unload_glu(void);
 
 /* A library opened with the platform's loader. The record is the host's: all zero before the first call, and its texts are the

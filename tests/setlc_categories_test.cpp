@@ -106,6 +106,20 @@ TEST(CharacterTypes, EndTextAtTheTerminatorAlone) {
     expect_errors(GL_CAT_CTYPE, {}, one_byte, {{GL_EBADFILE, {"1 1 1=>0 1 1", "1 1 1=>1 0 1"}}});
 }
 
+// The table of a category without data is everyone's: it is written as one without characters, and takes none.
+TEST(CharacterTypes, AreNoneWithoutData) {
+    const Locale locale = null_locale();
+    gl_multi *table = locale->ctype.codeset_table;
+    const gl_desc letter = {1, {'a'}};
+    FILE *file = tmpfile();
+    EXPECT_EQ(
+        (std::tuple{_gl_insert_desc_multi(&letter, nullptr, table), _gl_compress_multi(table),
+                    _gl_fprintf_multi(file, table, [](FILE *stream, const void *) { return fputs("0000", stream) < 0 ? -1 : 0; }),
+                    _gl_fscanf_multi(file, table, 4, [](FILE *, void *, uint32_t) { return 0; }), _gl_multi_max_length(table)}),
+        (std::tuple{-1, 0, 0, -1, 0}));
+    fclose(file);
+}
+
 TEST(CharacterTypes, AreKept) {
     const Locale locale = null_locale();
     ASSERT_EQ(read_section(locale.get(), GL_CAT_CTYPE, ctype_text(small_codeset("1"))), 1);

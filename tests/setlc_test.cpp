@@ -4,6 +4,7 @@
 #include "qbnxdl/entry_points.h"
 #include "setlc/handle.h"
 
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <set>
@@ -195,6 +196,27 @@ TEST_F(Handle, KeepsItsCategoriesInOneCodeset) {
     EXPECT_EQ(select(locale, GL_CAT_CTYPE, "latin.lco"), "latin.lco"); // on the way from one to the other
     EXPECT_EQ((std::tuple{locale->error, locale->upper[0xE0], locale->mbscoll}),
               std::make_tuple(GL_EMIXEDCS, 0xC0, _gl_is_mbscoll_back));
+}
+
+// Whatever of a selection fails, comparison, keys and fingerprint go by the rules that the handle has then.
+TEST_F(Handle, ComparesByTheRulesThatItHas) {
+    Collation by_value = Collation::in_order(single_byte_codeset()), reversed = by_value;
+    by_value.direct = true;
+    std::reverse(reversed.rows.begin() + 1, reversed.rows.end());
+    put("values.lco", LocaleObject(single_byte_codeset(), by_value.text()).text());
+    put("reversed.lco", LocaleObject(single_byte_codeset(), reversed.text()).text());
+    const Locale fresh = {empty().release(), gl_lc_unload}, used = created();
+    for (const Locale *locale : {&fresh, &used})
+        for (const auto &[rules, order] : {std::pair{"values.lco", -1}, {"reversed.lco", 1}, {"values.lco", -1}}) {
+            const string spec = string("GL_NUMERIC = none.lco GL_COLLATE = ") + rules + " GL_CTYPE = latin.lco";
+            EXPECT_EQ(select(*locale, 1, spec.c_str()), "error 8");
+            char keys[2][16];
+            gl_mbsxfrm(locale->get(), keys[0], "a", 16);
+            gl_mbsxfrm(locale->get(), keys[1], "b", 16);
+            EXPECT_EQ((std::tuple{gl_mbscoll(locale->get(), "a", "b"), strcmp(keys[0], keys[1]) < 0 ? -1 : 1}),
+                      (std::tuple{order, order}))
+                << rules;
+        }
 }
 
 TEST_F(Handle, IsLoadedBySpecification) {

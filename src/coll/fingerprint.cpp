@@ -10,9 +10,6 @@ using namespace qbgl;
 
 namespace {
 
-// To be raised whenever texts compare differently, or have other sort keys, under the same object.
-constexpr uint32_t KEY_FORMAT = 1;
-
 // Of a handle that has no rules yet.
 constexpr char NO_ORDER[] = "0000000000000000";
 
@@ -67,7 +64,7 @@ void add_rules(Hash &hash, const gl_collate_info &info) {
 void qbgl::fingerprint_of_rules(const gl_locale *locale, OrderDigits &digits) {
     const gl_collate_info &info = locale->collate;
     Hash hash;
-    for (const int32_t number : {static_cast<int32_t>(KEY_FORMAT), info.kind, info.direct, info.fifth_count, info.row_count})
+    for (const int32_t number : {int32_t{KEY_FORMAT}, info.kind, info.direct, info.fifth_count, info.row_count})
         hash.add(static_cast<uint32_t>(number));
     const char *codeset = locale->codeset_name[GL_CAT_COLLATE];
     hash.add(std::span<const char>(codeset, strlen(codeset)));

@@ -171,13 +171,8 @@ template <Case TO> Mapped map_limited(gl_locale *locale, uint8_t *out, const uin
     return {length, length};
 }
 
-int fail(gl_locale *locale, int error) {
-    set_error(locale, error);
-    return -1;
-}
-
 int counted_single_byte_text(gl_locale *locale, const uint8_t *map, char *dst, int room, const char *src, int len) {
-    if (len > room) return fail(locale, GL_E2BIG);
+    if (len > room) return fail(locale, GL_E2BIG, -1);
     std::transform(src, src + len, dst, [map](char byte) { return static_cast<char>(map[static_cast<uint8_t>(byte)]); });
     return len;
 }
@@ -205,7 +200,7 @@ template <Case TO> int counted_multibyte_text(gl_locale *locale, char *dst, int 
             mapped = map_limited<TO>(locale, character, in, static_cast<int>(end - in));
         }
         if (mapped.written == 0) return -1;
-        if (mapped.written > out_end - out) return fail(locale, GL_E2BIG);
+        if (mapped.written > out_end - out) return fail(locale, GL_E2BIG, -1);
         out = std::copy_n(character, mapped.written, out);
         in += mapped.length;
     }
@@ -221,8 +216,8 @@ int bytes_before_terminator(gl_locale *locale, const char *s) {
 }
 
 template <Case TO> int counted_text(gl_locale *locale, char *dst, int room, const char *src, int len) {
-    if (src == nullptr) return fail(locale, GL_ENULLPTR);
-    if (room < 0 || len < -1) return fail(locale, GL_EBADARG);
+    if (src == nullptr) return fail(locale, GL_ENULLPTR, -1);
+    if (room < 0 || len < -1) return fail(locale, GL_EBADARG, -1);
     if (len == -1) len = bytes_before_terminator(locale, src);
     if (len < 0) return -1;
     const uint8_t *map = byte_map<TO>(locale);

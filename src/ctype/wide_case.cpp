@@ -34,15 +34,10 @@ template <Case TO> gl_wchar character(gl_locale *locale, gl_wchar wc) {
     return mapped != 0 ? mapped : wc;
 }
 
-int fail(gl_locale *locale, int error) {
-    set_error(locale, error);
-    return -1;
-}
-
 int single_byte_text(gl_locale *locale, const uint8_t *map, gl_wchar *dst, const gl_wchar *src) {
     gl_wchar wc;
     for (; (wc = *src) != 0; ++src) {
-        if (wc > UINT8_MAX) return fail(locale, GL_EILSEQ);
+        if (wc > UINT8_MAX) return fail(locale, GL_EILSEQ, -1);
         *dst++ = map[wc];
     }
     *dst = 0;
@@ -82,14 +77,14 @@ bool is_character(gl_locale *locale, gl_wchar wc) {
 }
 
 template <Case TO> int counted_text(gl_locale *locale, gl_wchar *dst, int room, const gl_wchar *src, int len) {
-    if (src == nullptr) return fail(locale, GL_ENULLPTR);
-    if (room < 0 || len < -1) return fail(locale, GL_EBADARG);
+    if (src == nullptr) return fail(locale, GL_ENULLPTR, -1);
+    if (room < 0 || len < -1) return fail(locale, GL_EBADARG, -1);
     if (len == -1) len = static_cast<int>(find_zero(src, INT32_MAX) - src);
-    if (len > room) return fail(locale, GL_E2BIG);
+    if (len > room) return fail(locale, GL_E2BIG, -1);
     const uint8_t *const map = locale->single_byte != 0 ? byte_map<TO>(locale) : nullptr;
     for (int i = 0; i < len; ++i) {
         const gl_wchar wc = src[i];
-        if (map != nullptr && wc > UINT8_MAX) return fail(locale, GL_EILSEQ);
+        if (map != nullptr && wc > UINT8_MAX) return fail(locale, GL_EILSEQ, -1);
         if (map == nullptr && !is_character(locale, wc)) return -1;
         dst[i] = map != nullptr ? map[wc] : character<TO>(locale, wc);
     }

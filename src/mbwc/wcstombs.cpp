@@ -13,11 +13,6 @@ using namespace qbgl;
 
 namespace {
 
-int invalid(gl_locale *locale) {
-    set_error(locale, GL_EILSEQ);
-    return -1;
-}
-
 bool served(const gl_locale *locale) { return served_by_extension(locale, GL_CAT_CTYPE); }
 
 int encode_served(gl_locale *locale, char *dst, const gl_wchar *src, int len, int n) {
@@ -77,7 +72,7 @@ template <TextShape SHAPE> [[gnu::noinline]] int encode_text(gl_locale *locale, 
             if (length == 0) {
                 length = encoded_length(table.min_length, wc);
                 if (length > room.end - out) return static_cast<int>(out - room.begin);
-                if (!encode(table.root, out, wc, length)) return invalid(locale);
+                if (!encode(table.root, out, wc, length)) return fail(locale, GL_EILSEQ, -1);
             } else {
                 if (length > room.end - out) return static_cast<int>(out - room.begin);
                 out[length - 1] = static_cast<uint8_t>(wc);
@@ -109,7 +104,7 @@ template <Above255 HIGH> int encode_bytes(gl_locale *locale, WideText text, Room
         const ptrdiff_t most = std::min(room.end - out, WIDE_SCAN);
         const gl_wchar *const stop = counted ? in + std::min(most, text.end - in) : find_zero(in, most);
         const auto count = static_cast<size_t>(stop - in);
-        if (!narrow(out, in, count) && HIGH == Above255::REFUSED) return invalid(locale);
+        if (!narrow(out, in, count) && HIGH == Above255::REFUSED) return fail(locale, GL_EILSEQ, -1);
         out += count;
         in = stop;
         if (!counted && static_cast<ptrdiff_t>(count) < most) return terminate(*locale->ctype.codeset_table, room, out);

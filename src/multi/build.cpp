@@ -85,7 +85,7 @@ void _gl_free_multi(gl_multi *table) {
 
 int _gl_insert_desc_multi(const gl_desc *key, const void *entry, gl_multi *table) {
     const auto length = static_cast<int32_t>(key->count);
-    if (length < 1 || length > MAX_KEY || table->shared_flags != nullptr) return -1;
+    if (length < 1 || length > MAX_KEY || table->shared_flags != nullptr || table == &empty_table) return -1;
     MultiNode *node = table->root;
     for (int32_t i = 0; i < length - 1; ++i) {
         node = descend(*table, *node, key->bytes[i]);

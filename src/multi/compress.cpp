@@ -115,7 +115,7 @@ class Compressor {
 } // namespace
 
 int _gl_compress_multi(gl_multi *table) {
-    if (table->shared_flags != nullptr) return 0;
+    if (table->shared_flags != nullptr || table == &empty_table) return 0;
     const auto nodes = static_cast<uint32_t>(_gl_multi_node_count(table));
     uint32_t slots = 4;
     while (slots < nodes * 2) slots *= 2;

@@ -263,6 +263,7 @@ TableRead qbgl::read_table(ByteReader &in, gl_multi &table, int longest_key, Ent
 }
 
 int _gl_fscanf_multi(FILE *stream, gl_multi *table, int longest_key, gl_entry_reader reader) {
+    if (table == &empty_table) return -1;
     ByteReader in(stream);
     return read_table(in, *table, longest_key, call_entry_reader, &reader) == TableRead::DONE ? 0 : -1;
 }

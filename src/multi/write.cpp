@@ -116,7 +116,7 @@ class TableWriter {
 
 int _gl_fprintf_multi(FILE *stream, gl_multi *table, gl_entry_writer writer) {
     // Every byte is a character of a single-byte codeset, whether it has an entry or not.
-    if (table->max_length < 2 && table->min_length == 1) memset(table->root->flags, FLAG_END, 256);
+    if (table->max_length < 2 && table->min_length == 1 && table != &empty_table) memset(table->root->flags, FLAG_END, 256);
     if ((table->flags & GL_MULTI_COMPRESSED) != 0 && _gl_compress_multi(table) != 0) return -1;
     return TableWriter(stream, *table, writer).write() ? 0 : -1;
 }

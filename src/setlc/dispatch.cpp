@@ -99,8 +99,13 @@ void ensure_functions(gl_locale *locale) {
     if (locale->mbstowcs == nullptr) set_flags(locale); // asks for memory only where a category is loaded
 }
 
-int set_flags(gl_locale *locale) {
+void take_rules(gl_locale *locale) {
     locale->coll_extras = locale->collate.direct != 0 ? 1 : 0;
+    if (locale->mbscoll != nullptr) set_collation_fp(locale);
+}
+
+int set_flags(gl_locale *locale) {
+    take_rules(locale);
     return set_function_pointers(locale);
 }
 

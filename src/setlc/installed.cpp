@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits.h>
+#include <sys/stat.h>
 
 using namespace qbgl;
 
@@ -33,7 +34,9 @@ bool specification_of(const Gathering &in, const char *file, const char *codeset
 
 // The codeset that an object names; empty when it cannot be read.
 void read_codeset(const char *path, ObjectHeader &header) {
-    const Stream stream(_gl_ext_fopen(path, "r"));
+    struct stat status;
+    const bool regular = stat(path, &status) == 0 && S_ISREG(status.st_mode); // opening a FIFO would wait for its writer
+    const Stream stream(regular ? _gl_ext_fopen(path, "r") : nullptr);
     int32_t error = 0;
     if (!stream || read_file_header(stream.get(), header, &error) == 0) header.codeset[0] = '\0';
 }
@@ -53,10 +56,10 @@ bool note_object(const char *directory, const char *name, void *data) {
 
 // An object, or a directory of objects.
 bool note_entry(const char *directory, const char *name, void *data) {
+    if (name[0] == '.') return true;
     if (!note_object(directory, name, data)) return false;
     auto in = *static_cast<Gathering *>(data);
     char path[PATH_MAX], language[LONGEST_LOCALE_NAME + 1];
-    if (name[0] == '.') return true;
     if (static_cast<size_t>(snprintf(language, sizeof language, "%s/", name)) >= sizeof language) return true;
     if (static_cast<size_t>(snprintf(path, sizeof path, "%s/%s", directory, name)) >= sizeof path) return true;
     in.language = language;

@@ -24,7 +24,7 @@ void make_null_collate(gl_locale *locale) {
     locale->collate.character_table = no_characters();
     locale->all_one = nullptr;
     locale->equivalence = nullptr;
-    if (locale->mbscoll != nullptr) set_collation_fp(locale);
+    take_rules(locale);
 }
 
 } // namespace

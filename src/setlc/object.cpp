@@ -3,6 +3,7 @@
 #include "coll/section.h"
 #include "ext/error.h"
 #include "setlc/categories.h"
+#include "setlc/dispatch.h"
 #include "spec/category.h"
 #include "util/object_header.h"
 #include "util/tokens.h"
@@ -59,6 +60,7 @@ void take_order(const char *line, OrderDigits &order) {
 
 int read_order(FILE *file, gl_locale *locale, const ObjectHeader &header) {
     if (read_collate(file, locale) != 0) return 1;
+    take_rules(locale);
     if (header.order[0] != '\0')
         memcpy(locale->order_fingerprint, header.order, sizeof header.order);
     else

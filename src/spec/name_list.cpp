@@ -64,12 +64,12 @@ int copy_name(void *ctx, Stock &stock, bool (*gather)(NameList &), int index, ch
     }
     const char *const name = stock.names[index];
     const auto length = static_cast<int>(strlen(name));
-    const int written = std::min(length, room - 1);
-    if (written >= 0) {
+    if (room > 0) {
+        const int written = std::min(length, room - 1);
         memcpy(out, name, static_cast<size_t>(written));
         out[written] = '\0';
+        if (written == length) return length;
     }
-    if (written == length) return length;
     set_error(ctx, GL_E2BIG);
     return -1;
 }

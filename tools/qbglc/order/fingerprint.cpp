@@ -1,5 +1,6 @@
 #include "order/fingerprint.h"
 
+#include "coll/fingerprint.h"
 #include "system/fingerprint.h"
 
 namespace qbgl::compiler {

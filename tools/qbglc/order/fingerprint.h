@@ -8,10 +8,6 @@
 
 namespace qbgl::compiler {
 
-// The version of what the library makes of a locale's rules. To be raised whenever texts compare differently, or have other sort
-// keys, under the same object: a database then rebuilds its indexes.
-inline constexpr unsigned KEY_FORMAT = 1;
-
 // Begins the header line of a locale object that holds the fingerprint of its order.
 inline constexpr std::string_view ORDER_LINE = "ORDER=";
 
