@@ -66,8 +66,9 @@ ExitStatus list_conversions(const std::string &filter, const Messages &messages)
     std::set<std::pair<std::string, std::string>> found;
     for (const auto &[source, target] : installed_conversions()) found.emplace(registry.name_of(source), registry.name_of(target));
     std::vector<Item> items;
+    items.reserve(found.size());
     for (const auto &[source, target] : found)
-        items.push_back({source + " " + target, JsonObject().text("source", source).text("target", target)});
+        items.push_back({fmt::format("{} {}", source, target), JsonObject().text("source", source).text("target", target)});
     return print_list("conversions", items, filter, messages);
 }
 
@@ -77,6 +78,7 @@ ExitStatus list_locales(const std::string &filter, const Messages &messages) {
     size_t longest = 0;
     for (const InstalledLocale &locale : locales) longest = std::max(longest, locale.specification.size());
     std::vector<Item> items;
+    items.reserve(locales.size());
     for (const InstalledLocale &locale : locales) {
         items.push_back(
             {fmt::format("{:{}} {:12} {}", locale.specification, longest, locale.codeset, locale.file),
