@@ -205,7 +205,7 @@ class Split : public testing::TestWithParam<std::string> {
   protected:
     void SetUp() override {
         const std::string &name = GetParam();
-        if (const bool own = name.size() < 3; own) {
+        if (name.size() < 3) { // the number of a shape
             const auto &[object, text] = SHAPES[std::stoul(name)];
             const TempDir directory;
             write_file(directory / "object.cvo", object.text());
