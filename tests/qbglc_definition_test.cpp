@@ -266,13 +266,14 @@ TEST_F(Definitions, ErrorsTellWhere) {
 
 TEST_F(Definitions, AllErrorsAreTold) {
     write("base", {{"LC_CTYPE", "lower <nosuch>\n"}});
-    const std::string ctype = "upper <U0041\nlower a;/\n <nosuch>;b\ncopy \"base\"\ntranslit_start\nae \"x\"\n<U00E9> e e\n"
-                              "translit_end\npunct \"\nupper A\n",
-                      collate = "order_start sideways\n<a> <b>..\norder_end\n";
+    const std::string ctype = "upper <U0041\nlower a;/\n <nosuch>;b\ncopy \"base\"\ntranslit_start x\nae \"x\"\n<U00E9> e e\n"
+                              "translit_end \"\npunct \"\nupper A\n",
+                      collate = "order_start sideways\n<a> <b>..\norder_end\nifdef\nelse\nendif\norder_start\nreorder-after <a>\n"
+                                "reorder-end\n";
     std::istringstream lines(error_of(write("d", {{"LC_CTYPE", ctype}, {"LC_COLLATE", collate}, {"LC_TIME", "day \"\"\n"}})));
     std::string places;
     for (std::string line; std::getline(lines, line);) places += line.substr(0, line.find(": ")) + " ";
-    EXPECT_EQ(places, "base:4:7 d:4:13 d:6:2 d:9:1 d:10:11 d:12:8 d:16:1 d:17:8 d:25:5 ");
+    EXPECT_EQ(places, "base:4:7 d:4:13 d:6:2 d:8:16 d:9:1 d:10:11 d:11:15 d:12:8 d:16:1 d:17:8 d:19:6 d:23:1 d:31:5 ");
 }
 
 TEST_F(Definitions, CategoriesStandOneBehindTheOther) {

@@ -88,8 +88,10 @@ TEST(Charmap, ErrorsNameFileLineAndConstruct) {
               "cm:7:13: not the UTF-8 form of the name: <U0041> /x42");
     EXPECT_EQ(message([] { parse_charmap("CHARMAP\n<U0041> \\x41\n", "cm"); }),
               "cm:2: CHARMAP section is not closed by END CHARMAP");
-    EXPECT_EQ(message([] { parse_charmap("CHARMAP\nx\n<U0041> \\x41\nEND CHARMAP\nWIDTH\n<U0041> 77\nEND WIDTH\n", "cm"); }),
-              "cm:2:1: <name> expected: x\ncm:6:9: a character fills two columns at most: <U0041> 77");
+    EXPECT_EQ(
+        message([] { parse_charmap("CHARMAP\nx\n<U0041> \\x41\nEND CHARMAP\nWIDTH\n<U0041> 77\nEND WIDTH\nDEPTH\nx\n", "cm"); }),
+        "cm:2:1: <name> expected: x\ncm:6:9: a character fills two columns at most: <U0041> 77\n"
+        "cm:8:1: unknown section: DEPTH");
     EXPECT_EQ(message([] { parse_charmap("\xEF\xBB\xBF", "cm"); }),
               "cm:1:1: begins with a byte order mark of UTF-8: save it as UTF-8 without one");
     EXPECT_EQ(message([] { parse_charmap("<colour> red\n", "cm"); }), "cm:1:10: unknown declaration: <colour> red");

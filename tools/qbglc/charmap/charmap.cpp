@@ -45,12 +45,14 @@ class Reader {
             errors_.collect([this] { read_character(); });
         }
         while (next_line()) {
-            if (keyword("WIDTH_DEFAULT"))
-                charmap_.default_width = columns();
-            else if (keyword("WIDTH"))
+            if (keyword("WIDTH")) {
                 read_widths();
-            else
-                fail("unknown section");
+            } else if (keyword("WIDTH_DEFAULT")) {
+                errors_.collect([this] { charmap_.default_width = columns(); });
+            } else {
+                errors_.collect([this] { fail("unknown section"); });
+                break; // nothing tells where it ends
+            }
         }
         errors_.throw_if_any();
         return std::move(charmap_);

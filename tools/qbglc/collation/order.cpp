@@ -40,7 +40,7 @@ class CollationResolver {
     void resolve(const CollationRules &rules) {
         undefined_ = add({Node::Kind::UNDEFINED});
         rules.for_each([this](const Statement &statement) { errors_.collect([&] { carry_out(statement); }); });
-        errors_.collect([this] { check_ellipsis(); });
+        check_ellipsis();
         errors_.throw_if_any();
         if (order_.by_code_) return;
         if (order_.levels_.empty()) order_.levels_.resize(1);
@@ -102,6 +102,11 @@ class CollationResolver {
     }
 
     // ---- statements
+    //
+    // The statements behind a wrong one are carried out, too, to find all errors. So what is missing is made when its error has
+    // been told: they have a section and a place, and are not blamed for what is not wrong with them.
+
+    void report(const Place &place, std::string_view what) { errors_.add(place.error(what).what()); }
 
     void carry_out(const Statement &statement) {
         switch (statement.kind) {
@@ -154,15 +159,18 @@ class CollationResolver {
         std::vector<std::string> directions;
     };
     Section &section_of(const Statement &statement) {
-        const auto section = sections_.find(statement.name);
-        if (section == sections_.end() || section->second.list == NONE)
-            throw statement.place.error(fmt::format("<{}>: no such section", statement.name));
-        return section->second;
+        Section &section = sections_[std::string(statement.name)];
+        if (section.list == NONE) {
+            report(statement.place, fmt::format("<{}>: no such section", statement.name));
+            section.list = list_.add_section();
+        }
+        return section;
     }
 
     void start_order(const Statement &statement) {
+        check_ellipsis();
         if (!statement.name.empty() && !sections_.contains(statement.name))
-            throw statement.place.error(fmt::format("<{}>: no such section", statement.name));
+            report(statement.place, fmt::format("<{}>: no such section", statement.name));
         Section &section = sections_[std::string(statement.name)];
         if (section.list == NONE) section.list = list_.add_section();
         if (!statement.directions.empty()) section.directions = statement.directions;
@@ -174,8 +182,11 @@ class CollationResolver {
     void reorder_after(const Statement &statement) {
         check_ellipsis();
         cursor_ = node_of(statement.operands[0], statement.place);
-        if (!list_.contains(cursor_))
-            throw statement.place.error(fmt::format("{} is not in the order", name_of(statement.operands[0])));
+        if (!list_.contains(cursor_)) {
+            report(statement.place, fmt::format("{} is not in the order", name_of(statement.operands[0])));
+            list_.append(cursor_, list_.add_section());
+            nodes_[cursor_].statement = &statement;
+        }
         part_ = Part::REORDER;
         previous_ = NONE;
     }
@@ -185,7 +196,7 @@ class CollationResolver {
     }
     void check_ellipsis() {
         if (const Statement *statement = std::exchange(pending_ellipsis_, nullptr))
-            throw statement->place.error("an ellipsis needs a character behind it");
+            report(statement->place, "an ellipsis needs a character behind it");
     }
 
     // ---- entries

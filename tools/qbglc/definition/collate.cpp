@@ -104,8 +104,10 @@ class RulesParser {
         const std::string_view word = lexer_.token().text;
         if (word == "ifdef" || word == "ifndef") {
             lexer_.advance();
+            // It stands open also when its name is missing; then none of its branches counts.
+            conditions_.push_back({false, true, false, place_});
             const bool holds = take_defined() == (word == "ifdef");
-            conditions_.push_back({holds, holds, false, place_});
+            conditions_.back().holds = conditions_.back().had_branch = holds;
             return true;
         }
         const bool is_else = word == "else", is_branch = is_else || word == "elif" || word == "elifdef" || word == "elifndef";
@@ -265,8 +267,9 @@ class RulesParser {
         if (open_ != &part) throw place_.error(fmt::format("{} without {}", part.end, part.begin));
         open_ = nullptr;
     }
-    void expect_closed() const {
-        if (open_) throw place_.error(fmt::format("{} of {} is missing", open_->end, open_place_.text()));
+    // The part that begins is open all the same.
+    void expect_closed() {
+        if (open_) errors_.add(place_.error(fmt::format("{} of {} is missing", open_->end, open_place_.text())).what());
     }
 
     void read_order_start() {

@@ -225,14 +225,14 @@ class TypesParser {
 
     void read_translit() {
         const Place start = place_;
-        lexer_.expect_end();
+        errors_.collect([this] { lexer_.expect_end(); });
+        if (!lexer_.token().is_end()) lexer_.recover();
         bool closed = false;
         lexer_.for_each_line(errors_, [&] {
             place_ = lexer_.place();
             closed = lexer_.token().is_word("translit_end");
-            if (closed)
-                lexer_.advance();
-            else if (lexer_.token().is_word("include"))
+            if (closed) return false;
+            if (lexer_.token().is_word("include"))
                 read_include();
             else if (lexer_.token().is_word("default_missing"))
                 read_default_missing();
@@ -240,10 +240,11 @@ class TypesParser {
                 read_ignored();
             else
                 read_rule();
-            if (!closed) lexer_.expect_end();
-            return !closed;
+            lexer_.expect_end();
+            return true;
         });
         if (!closed) throw start.error("translit_start is not closed by translit_end");
+        lexer_.advance();
     }
 
     // A second operand names a character repertoire; with names that are Unicode's there is nothing to choose.
