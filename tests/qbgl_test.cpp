@@ -94,6 +94,9 @@ TEST(Client, NumbersAreReadAndWritten) {
         {"-l en_US.utf8 -m -g --from de_DE.utf8 -- -1.234,5 1.234,567 € -€5 EUR7", "", 0, "-$1,234.50\n$1,234.567\n-$5.00\n$7.00\n",
          ""},
         {"-l de_DE.utf8 -m -g -1234,5", "", 0, "-1.234,50 €\n", ""},
+        {"-l en_SG.utf8 -m", "($1,234.50)\n( 5 )\n5 -\n(-5)\n", 1, "-1234.50\n-5\n-5\n",
+         "qbgl: line 4: \"(-5)\", character 1: no number begins here; the locale writes $1,234,567.89\n"},
+        {"-l de_CH.utf8 -m --from de_BE.utf8", "€- 1.234,50\n", 0, "CHF- 1\u2019234.50\n", ""},
         {"-l fr_FR.utf8", "1 234 567,5\n1 234\n1 2\n", 1, "1234567.5\n1234\n",
          "qbgl: line 3: \"1 2\", character 2: the separators do not stand where the locale has them; the locale writes "
          "1\\u202f234\\u202f567,89\n"},

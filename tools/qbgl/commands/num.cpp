@@ -95,7 +95,7 @@ class NumberTable {
             const bool integer = request_.base || request_.to_base;
             const PlainNumber number =
                 integer ? reader_.integer(text, request_.base.value_or(DECIMAL), request_.to_base.value_or(DECIMAL))
-                        : reader_.decimal(text_.readable(text));
+                        : decimal(text_.readable(text));
             const std::string written = request_.grouping || request_.from ? writer_.text(number) : plain(number);
             results_ += messages_.as_json() ? json(text, number, written) : written;
             results_ += '\n';
@@ -104,6 +104,12 @@ class NumberTable {
             report(fault, text, line);
         }
         if (results_.size() >= BLOCK) write();
+    }
+
+    PlainNumber decimal(const ReadableNumber &readable) {
+        PlainNumber number = reader_.decimal(readable.text);
+        number.negative = number.negative || readable.negative;
+        return number;
     }
 
     void report(const NumberFault &fault, const std::string &text, uint64_t line) {

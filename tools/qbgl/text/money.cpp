@@ -26,6 +26,14 @@ std::string trimmed(std::string text) {
     return text;
 }
 
+// Each character a blank.
+void blank(std::string &text, size_t at, size_t size) {
+    const auto begins = [](char byte) { return (static_cast<uint8_t>(byte) & 0xC0) != 0x80; };
+    const auto first = text.begin() + static_cast<ptrdiff_t>(at);
+    const auto characters = static_cast<size_t>(std::count_if(first, first + static_cast<ptrdiff_t>(size), begins));
+    text.replace(at, size, characters, ' ');
+}
+
 int known(int32_t value, int otherwise) { return value == GL_NOT_AVAILABLE ? otherwise : value; }
 
 } // namespace
@@ -40,14 +48,19 @@ NumberText::NumberText(const gl_locale &locale, NumberRules rules) : monetary_(r
         if (const std::string text = trimmed(view.plain(sign->bytes)); !text.empty()) currency_.push_back(text);
     }
     std::stable_sort(currency_.begin(), currency_.end(), [](const auto &a, const auto &b) { return a.size() > b.size(); });
-    minus_ = view.plain(money.negative_sign.bytes);
-    if (minus_.empty()) minus_ = "-";
+    for (const Sign &sign : {Sign{view.plain(money.negative_sign.bytes), true}, Sign{"-", true},
+                             Sign{view.plain(money.positive_sign.bytes), false}, Sign{"+", false}}) {
+        if (!sign.text.empty()) signs_.push_back(sign);
+    }
+    std::stable_sort(signs_.begin(), signs_.end(), [](const Sign &a, const Sign &b) { return a.text.size() > b.text.size(); });
 }
 
-std::string NumberText::readable(std::string text) const {
+ReadableNumber NumberText::readable(std::string text) const {
     if (!separator_.empty()) join_groups(text);
-    if (monetary_) blank_currency(text);
-    return text;
+    if (!monetary_) return {std::move(text)};
+    blank_currency(text);
+    const bool negative = take_sign(text);
+    return {std::move(text), negative};
 }
 
 // Any blank between digits is the locale's.
@@ -60,30 +73,51 @@ void NumberText::join_groups(std::string &text) const {
     }
 }
 
-// The currency's sign, the minus before it and the blanks around them become blanks, and the minus stands before the digits.
+// The currency's sign becomes blanks, and so does every blank that does not separate groups.
 void NumberText::blank_currency(std::string &text) const {
-    const size_t digit = std::min(text.find_first_of("0123456789"), text.size());
-    const auto blank = [&](size_t at, const std::string &what) {
-        size_t characters = 0;
-        for (const char byte : what) characters += (static_cast<uint8_t>(byte) & 0xC0) != 0x80 ? 1 : 0;
-        text.replace(at, what.size(), characters, ' ');
-    };
     for (const std::string &sign : currency_) {
         const size_t at = text.find(sign);
         if (at == std::string::npos) continue;
-        const size_t minus = text.find(minus_);
-        blank(at, sign);
-        if (at > digit) break;
-        if (minus == std::string::npos || minus > at) break;
-        blank(minus, minus_);
-        const size_t first = text.find_first_of("0123456789");
-        if (first != std::string::npos && first > 0) text.replace(first - 1, 1, minus_);
+        blank(text, at, sign.size());
         break;
     }
-    for (const std::string_view other : {BLANKS[1], BLANKS[2], BLANKS[3]}) {
-        for (size_t at = text.find(other); at != std::string::npos && separator_ != other; at = text.find(other, at))
-            text.replace(at, other.size(), " ");
+    for (size_t at = 0; at < text.size(); ++at) {
+        const size_t length = blank_length(std::string_view(text).substr(at));
+        const bool groups = at > 0 && is_digit(text[at - 1]) && at + length < text.size() && is_digit(text[at + length]);
+        if (length > 1 && !(groups && text.compare(at, length, separator_) == 0)) text.replace(at, length, " ");
     }
+}
+
+// Parentheses around the amount, or one sign on either side of it, become blanks. Whether they make it negative. Where there is
+// more than one, all stay, for the reader to refuse.
+bool NumberText::take_sign(std::string &text) const {
+    const auto inner = [](std::string_view whole) {
+        const size_t begin = std::min(whole.find_first_not_of(' '), whole.size());
+        return whole.substr(begin, whole.find_last_not_of(' ') + 1 - begin);
+    };
+    std::string rest = text;
+    bool negative = false;
+    const auto take = [&](std::string_view before, std::string_view behind, bool makes_negative) {
+        const std::string_view amount = inner(rest);
+        if (amount.size() < before.size() + behind.size()) return false;
+        if (!amount.starts_with(before) || !amount.ends_with(behind)) return false;
+        const auto begin = static_cast<size_t>(amount.data() - rest.data()), end = begin + amount.size();
+        blank(rest, end - behind.size(), behind.size());
+        blank(rest, begin, before.size());
+        negative = makes_negative;
+        return true;
+    };
+    const auto take_any = [&] {
+        return take("(", ")", true) || std::any_of(signs_.begin(), signs_.end(), [&](const Sign &sign) {
+                   return take(sign.text, "", sign.negative) || take("", sign.text, sign.negative);
+               });
+    };
+    if (!take_any()) return false;
+    const std::string once = rest;
+    const bool result = negative;
+    if (take_any()) return false;
+    text = once;
+    return result;
 }
 
 MoneyForm::MoneyForm(const gl_locale &locale) : money_(locale.monetary) {

@@ -5,19 +5,31 @@
 
 namespace qbgl {
 
+// The digits with blanks around them, and the sign of an amount of money.
+struct ReadableNumber {
+    std::string text;
+    bool negative = false;
+};
+
 // Makes texts, in UTF-8, such as a NumberReader takes. Characters give way to others one by one, so that places stay.
 class NumberText {
   public:
     NumberText(const gl_locale &locale, NumberRules rules);
-    std::string readable(std::string text) const;
+    ReadableNumber readable(std::string text) const;
 
   private:
     void join_groups(std::string &text) const;
     void blank_currency(std::string &text) const;
+    bool take_sign(std::string &text) const;
+
+    struct Sign {
+        std::string text;
+        bool negative;
+    };
 
     std::string separator_;             // of groups, when it is a blank
     std::vector<std::string> currency_; // its signs, the longer ones first
-    std::string minus_;
+    std::vector<Sign> signs_;           // likewise
     bool monetary_;
 };
 
