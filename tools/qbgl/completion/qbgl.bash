@@ -1,37 +1,37 @@
-# Completion of qbgl's commands, options, codesets and locales for bash.
-_qbgl() {
+# Completion of qbgl's commands, options, codesets and locales for bash, in terms that zsh's emulation of it has, too.
+# shellcheck disable=SC2207 # no word that is offered has blanks
+_qbgl_words() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
     local commands='conv upper lower class width sort key explain symbols num cal locale list'
     COMPREPLY=()
     if ((COMP_CWORD == 1)); then
-        mapfile -t COMPREPLY < <(compgen -W "$commands help --help --version" -- "$word")
+        COMPREPLY=($(compgen -W "$commands help --help --version" -- "$word"))
         return
     fi
     case $command,$before in
     *,-o | *,--output | *,--files0-from) ;; # files
     conv,-f | conv,-t | conv,--from-code | conv,--to-code | *,--codeset)
-        mapfile -t COMPREPLY < <(compgen -W "$(qbgl list codesets 2>/dev/null | grep -v '(no conversion)' | cut -c7-)" -- "$word")
+        COMPREPLY=($(compgen -W "$(qbgl list codesets 2>/dev/null | grep -v '(no conversion)' | cut -c7-)" -- "$word"))
         return
         ;;
-    conv,--bom) mapfile -t COMPREPLY < <(compgen -W 'add remove' -- "$word") && return ;;
-    conv,--newline) mapfile -t COMPREPLY < <(compgen -W 'lf crlf' -- "$word") && return ;;
-    cal,--from) mapfile -t COMPREPLY < <(compgen -W 'gregorian hebrew islamic' -- "$word") && return ;;
+    conv,--bom) COMPREPLY=($(compgen -W 'add remove' -- "$word")) && return ;;
+    conv,--newline) COMPREPLY=($(compgen -W 'lf crlf' -- "$word")) && return ;;
+    cal,--from) COMPREPLY=($(compgen -W 'gregorian hebrew islamic' -- "$word")) && return ;;
     locale,-k | locale,--category)
-        mapfile -t COMPREPLY < <(compgen -W 'LC_CTYPE LC_COLLATE LC_NUMERIC LC_MONETARY LC_TIME LC_MESSAGES' -- "$word")
+        COMPREPLY=($(compgen -W 'LC_CTYPE LC_COLLATE LC_NUMERIC LC_MONETARY LC_TIME LC_MESSAGES' -- "$word"))
         return
         ;;
     conv,-l) ;;
     *,-l | *,--locale | num,--from | locale,locale)
-        mapfile -t COMPREPLY < <(compgen -W "native $(qbgl list locales 2>/dev/null | cut -d' ' -f1)" -- "$word")
+        COMPREPLY=($(compgen -W "native $(qbgl list locales 2>/dev/null | cut -d' ' -f1)" -- "$word"))
         return
         ;;
-    list,list) mapfile -t COMPREPLY < <(compgen -W 'codesets conversions locales' -- "$word") && return ;;
-    help,help) mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$word") && return ;;
+    list,list) COMPREPLY=($(compgen -W 'codesets conversions locales' -- "$word")) && return ;;
+    help,help) COMPREPLY=($(compgen -W "$commands" -- "$word")) && return ;;
     esac
     if [[ $word == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$(qbgl "$command" --help 2>/dev/null | grep -oE -- '(^|[ ,])--?[A-Za-z][a-z0-9-]*' | tr -d ' ,')" -- "$word")
+        COMPREPLY=($(compgen -W "$(qbgl "$command" --help 2>/dev/null | grep -oE -- '(^|[ ,])--?[A-Za-z][a-z0-9-]*' | tr -d ' ,')" -- "$word"))
         return
     fi
-    mapfile -t COMPREPLY < <(compgen -f -- "$word")
 }
-complete -o filenames -F _qbgl qbgl
+complete -o default -F _qbgl_words qbgl # files where no word is offered
