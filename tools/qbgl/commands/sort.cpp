@@ -136,7 +136,7 @@ class Sorting {
             return bad_lines();
         }
         while (runs->count() > texts_at_once()) runs = merge_runs(*runs);
-        write(runs->size(), [&](OutputTarget target) {
+        write(runs->size(), [&](const OutputTarget &target) {
             if (runs->count() == 1)
                 copy(*runs, target);
             else
