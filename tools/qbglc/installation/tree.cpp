@@ -212,6 +212,7 @@ class TreeBuilder {
         for (const LocaleTask &locale : wanted) files.emplace(locale.definition, "");
         const std::vector<std::pair<const std::string, std::string> *> all = [&] {
             std::vector<std::pair<const std::string, std::string> *> result;
+            result.reserve(files.size());
             for (auto &item : files) result.push_back(&item);
             return result;
         }();
