@@ -252,6 +252,9 @@ TEST(File, LinksAndPipesAreWrittenTo) {
     EXPECT_EQ(read_file(file), "one");
     write_named_file(link, "two");
     EXPECT_EQ(read_file(file), "two");
+    fs::permissions(file, fs::perms::owner_read);
+    write_named_file(file, "three");
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read);
     EXPECT_TRUE(fs::is_symlink(link));
     write_named_file("/dev/null", "three");
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
@@ -263,6 +266,13 @@ TEST(File, LinksAndPipesAreWrittenTo) {
     EXPECT_EQ(read.size(), size_t{1} << 20);
     EXPECT_TRUE(fs::is_fifo(pipe));
     EXPECT_THROW(write_named_file(directory.path(), "four"), SystemError);
+    const std::string nowhere = directory.path() / "none/file";
+    try {
+        write_named_file(nowhere, "five");
+        FAIL();
+    } catch (const SystemError &error) {
+        EXPECT_EQ(error.what(), nowhere + ": No such file or directory");
+    }
 }
 
 // A tree of one locale and two conversions, whose sources a test changes.

@@ -80,8 +80,12 @@ void replace_file(const fs::path &path, std::string_view content) {
     // What a stopped process of the same number left is ours to remove; what others put there meanwhile is not taken.
     ::unlink(temporary.c_str());
     File file(temporary, O_WRONLY | O_CREAT | O_EXCL);
-    if (!file.is_open()) fail(temporary, errno);
-    if (!file.write(content) || fsync(file.get()) != 0 || !file.close() || std::rename(temporary.c_str(), path.c_str()) != 0) {
+    if (!file.is_open()) fail(path, errno);
+    // Who may read the old file may read the new one, and nobody else, at no time.
+    struct stat old;
+    const bool has_mode = ::stat(path.c_str(), &old) != 0 || fchmod(file.get(), old.st_mode & 0777) == 0;
+    if (!has_mode || !file.write(content) || fsync(file.get()) != 0 || !file.close() ||
+        std::rename(temporary.c_str(), path.c_str()) != 0) {
         const int error = errno;
         ::unlink(temporary.c_str());
         fail(path, error);
