@@ -32,7 +32,7 @@ struct Object {
     qbgl_test::Codeset codeset = sjis_codeset();
     Collation rules = Collation::in_order(codeset, {1, 1});
     std::string order = "";
-    bool damaged = false; // behind the rules
+    std::string damaged = ""; // what stands in it for the last time, and has a wrong byte at its end
 
     std::vector<unsigned> &row(const std::string &character) {
         return rules.rows[std::ranges::find(rules.places, character, &std::pair<std::string, unsigned>::first)->second];
@@ -42,7 +42,7 @@ struct Object {
         if (!order.empty()) object.header = "FILE_TYPE=locale_object\nCOMPILER_VERSION=11\nHEADER_LINES=5\nORDER=" + order + "\n";
         std::string text = object.text();
         if (!order.empty()) seal(text, object.header.size());
-        if (damaged) text.back() ^= 1;
+        if (!damaged.empty()) text.at(text.rfind(damaged) + damaged.size() - 1) ^= 1;
         write_file(path, text);
         return path.string();
     }
@@ -125,9 +125,13 @@ TEST_F(OrderDiff, BelievesEqualFingerprintsOfWholeObjectsOnly) {
     EXPECT_FALSE(report(before, after).same);
     before.order = after.order = "0123";
     EXPECT_EQ(report(before, after).text, "Both have the order 0123: order and sort keys are the same.\n");
-    after.damaged = true;
+    after.damaged = "ORDER=0123";
+    const OrderReport damaged = report(before, after);
+    EXPECT_FALSE(damaged.same);
+    EXPECT_EQ(damaged.warnings, Strings{(directory_ / "new") + ": is damaged: its checksum is not that of its bytes"});
+    after.damaged = "\n";
     EXPECT_THROW(report(before, after), DataError);
-    after.damaged = false;
+    after.damaged = "";
     after.codeset.name = "8859-15";
     after.order = "0124";
     EXPECT_THROW(report(before, after), DataError) << "another codeset";

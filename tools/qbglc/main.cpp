@@ -167,6 +167,7 @@ ExitStatus diff(const Options &options) {
     };
     try {
         const OrderReport report = report_order({options.source, options.target, options.strings, options.shown}, codeset_of);
+        for (const std::string &text : report.warnings) warn(text);
         write_output("-", report.text);
         return report.same ? EXIT_OK : EXIT_DATA;
     } catch (const DataError &error) {

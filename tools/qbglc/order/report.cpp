@@ -88,9 +88,12 @@ const char *kind_of(const OrderLocale &locale) {
 }
 
 // The fingerprint that an object has of its order, empty when it has none, or when nothing shows that it is that of its rules.
-std::string sealed_order(const std::filesystem::path &object) {
+// A damaged object is added to the warnings.
+std::string sealed_order(const std::filesystem::path &object, std::vector<std::string> &warnings) {
     const std::string text = read_file(object);
-    return check_seal(text) == Seal::WHOLE ? std::string(header_value(text, ORDER_LINE)) : std::string();
+    const Seal seal = check_seal(text);
+    if (seal == Seal::BROKEN) warnings.push_back(object.string() + ": is damaged: its checksum is not that of its bytes");
+    return seal == Seal::WHOLE ? std::string(header_value(text, ORDER_LINE)) : std::string();
 }
 
 // What one of two sorted lists has alone, and what both have.
@@ -129,7 +132,7 @@ class Comparison {
             say(fmt::format("The order{} is the same, but sort keys differ: what keeps keys must make them anew.", of));
         else
             say(fmt::format("Order and sort keys{} are the same.", of));
-        return {same_order_ && same_keys_, text_};
+        return {same_order_ && same_keys_, text_, {}};
     }
 
   private:
@@ -220,10 +223,13 @@ class Comparison {
 } // namespace
 
 OrderReport report_order(const OrderRequest &request, const std::function<CodesetPtr(const std::string &)> &codeset_of) {
-    const std::string old_order = sealed_order(request.before), new_order = sealed_order(request.after);
+    std::vector<std::string> warnings;
+    const std::string old_order = sealed_order(request.before, warnings), new_order = sealed_order(request.after, warnings);
     if (!old_order.empty() && old_order == new_order)
-        return {true, fmt::format("Both have the order {}: order and sort keys are the same.\n", old_order)};
-    return Comparison(request, codeset_of).run();
+        return {true, fmt::format("Both have the order {}: order and sort keys are the same.\n", old_order), {}};
+    OrderReport report = Comparison(request, codeset_of).run();
+    report.warnings = std::move(warnings);
+    return report;
 }
 
 } // namespace qbgl::compiler

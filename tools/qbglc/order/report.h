@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace qbgl::compiler {
 
@@ -18,6 +19,7 @@ struct OrderRequest {
 struct OrderReport {
     bool same;
     std::string text;
+    std::vector<std::string> warnings; // objects that were compared although they are not as they were written
 };
 
 // Nothing but the fingerprints is looked at when they are equal and both objects are as they were written. `codeset_of` gives a
