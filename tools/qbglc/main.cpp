@@ -185,6 +185,17 @@ void list(const Options &options) {
     }
 }
 
+// What a call that cannot be taken should have been.
+std::string wrong_call(const CLI::App &app, const CLI::ParseError &error, const char *first_word) {
+    const std::vector<CLI::App *> commands = app.get_subcommands();
+    if (!commands.empty()) return fmt::format("{}; see `qbglc {} --help`", error.what(), commands[0]->get_name());
+    if (first_word == nullptr || first_word[0] == '-') return fmt::format("{}; see `qbglc --help`", error.what());
+    std::vector<std::string> names;
+    for (const CLI::App *command : app.get_subcommands({})) names.push_back(command->get_name());
+    return fmt::format("no command {}: the nearest is {}; `qbglc --help` lists all", first_word,
+                       qbgl::by_nearness(first_word, names).front());
+}
+
 int run(int argc, char **argv) {
     CLI::App app("Compiles charmaps and locale definitions into objects and whole installation trees.", "qbglc");
     app.set_version_flag("--version", fmt::format("qbglc {}.{}.{}", QBGL_VERSION_MAJOR, QBGL_VERSION_MINOR, QBGL_VERSION_PATCH));
@@ -236,7 +247,9 @@ int run(int argc, char **argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? EXIT_OK : EXIT_CALL;
+        if (error.get_exit_code() == 0) return app.exit(error); // --help, --version
+        complain(wrong_call(app, error, argc > 1 ? argv[1] : nullptr));
+        return EXIT_CALL;
     }
     return status;
 }

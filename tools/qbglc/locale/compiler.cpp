@@ -29,6 +29,15 @@ std::string language_of(const std::string &definition) {
     return file.substr(0, file.find('_'));
 }
 
+// A definition that is named by its path.
+fs::path definition_file(const std::string &path) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (status.type() == fs::file_type::not_found) throw DataError(path + ": no such file");
+    if (fs::is_directory(status)) throw DataError(path + ": a directory, not a locale definition");
+    return fs::absolute(path);
+}
+
 void check_terminator(const Codeset &codeset) {
     const Character *terminator = codeset.find(U'\0');
     if (terminator == nullptr) throw DataError(codeset.name() + ": has no <U0000>, which ends every text");
@@ -52,8 +61,10 @@ std::string LocaleCompiler::find_definition(const std::string &name) const {
 }
 
 std::shared_ptr<const Definition> LocaleCompiler::definition(const std::string &name) {
-    return definitions_.get(name,
-                            [&] { return reader_.read(fs::is_regular_file(name) ? fs::absolute(name) : reader_.find(name)); });
+    return definitions_.get(name, [&] {
+        const bool is_path = name.find('/') != std::string::npos || fs::is_regular_file(name);
+        return reader_.read(is_path ? definition_file(name) : reader_.find(name));
+    });
 }
 
 const LocaleCompiler::Target &LocaleCompiler::target(size_t codeset) {
