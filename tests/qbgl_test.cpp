@@ -360,7 +360,7 @@ TEST_F(LocaleClient, LocalesThatCannotBeHadAreExplained) {
          "unknown locale ja_JP.sjis@euro: ja_jp/e006euro.lco is not in " + places +
              nearest("ja_JP.sjis, de_DE.8859-1@euro, fr_FR.utf8")},
         {"-l native", "LANG=fr_FR.UTF-16", 2,
-         "unknown locale fr_FR.UTF-16: it names no known codeset after \".\", and no file in " + places +
+         "-l native takes LANG: unknown locale fr_FR.UTF-16: it names no known codeset after \".\", and no file in " + places +
              nearest("fr_FR.utf8, ja_JP.sjis, default.lco")},
         {"", "GL_TIME=ja_JP.sjis", 2,
          "the locale that GL_TIME names, ja_JP.sjis, is not in " + places +
@@ -373,7 +373,7 @@ TEST_F(LocaleClient, LocalesThatCannotBeHadAreExplained) {
          "cannot load the locale ko_KR.utf8: its object " + tree + "/vrn/lc11/ko_kr/e01c.lco is damaged (malformed data file)" +
              anew},
         {"", "GL_PATH=/nosuch", 3,
-         "there are no locales in /nosuch: set QUORBANEDIR to an installation tree, or make one with `qbglc tree DIR`\n"},
+         "there are no locales in /nosuch: GL_PATH takes the place of the tree's directories: unset it, or add them to it\n"},
     };
     for (const auto &row : CASES) {
         const Result result = qbgl("upper " + row.arguments, "", WHOLE, words(row.set));

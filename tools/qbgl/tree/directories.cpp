@@ -47,7 +47,7 @@ void use_tree_beside_program() {
 
 std::string tree_directory() {
     const std::string tree = variable("QUORBANEDIR");
-    return tree.empty() ? "/usr/quorbane/" : tree;
+    return tree.empty() ? QBGL_DEFAULT_DIRECTORY : tree;
 }
 
 std::vector<std::string> conversion_directories() { return directories_of(GL_CV_DIRECTORY GL_CV_VERSION, GL_CV_DIRECTORY); }
@@ -56,12 +56,15 @@ std::vector<std::string> locale_directories() { return directories_of(GL_LC_DIRE
 
 std::vector<std::string> charmap_directories() { return directories_of(GL_CM_DIRECTORY GL_CM_VERSION, GL_CM_DIRECTORY); }
 
+std::string tree_advice() {
+    return variable("GL_PATH").empty() ? "set QUORBANEDIR to an installation tree, or make one with `qbglc tree DIR`"
+                                       : "GL_PATH takes the place of the tree's directories: unset it, or add them to it";
+}
+
 Failure no_tree() {
     const std::string path = variable("GL_PATH");
     const std::string place = printable(path.empty() ? tree_directory() : path);
-    const std::string advice = path.empty() ? "set QUORBANEDIR to an installation tree, or make one with `qbglc tree DIR`"
-                                            : "GL_PATH takes the place of the tree's directories: unset it, or add them to it";
-    return {ExitStatus::SYSTEM, fmt::format("there is no codeset registry in {}: {}", place, advice),
+    return {ExitStatus::SYSTEM, fmt::format("there is no codeset registry in {}: {}", place, tree_advice()),
             JsonObject().text("directory", place)};
 }
 

@@ -20,6 +20,9 @@ std::vector<std::string> conversion_directories();
 std::vector<std::string> locale_directories();
 std::vector<std::string> charmap_directories();
 
+// What to do where a tree lacks what every tree has.
+std::string tree_advice();
+
 // There is no codeset registry.
 Failure no_tree();
 

@@ -48,23 +48,40 @@ Wanted wanted_of_environment(const char *keyword) {
     return {DEFAULT_OBJECT};
 }
 
-// The locale of the platform's variables; "C" and "POSIX" are the order of code values here, too.
-std::string native_locale() {
+// A locale's name on the platform as a specification: "C" and "POSIX" are the order of code values here, too, and a modifier has
+// four letters at most.
+std::string specification_of(std::string name) {
+    const std::string language = name.substr(0, name.find('.'));
+    if (language == "C" || language == "POSIX") return DEFAULT_OBJECT;
+    for (const auto &[modifier, ours] : {std::pair("@latin", "@latn"), std::pair("@valencia", "@vale")}) {
+        if (name.ends_with(modifier)) name.replace(name.rfind('@'), std::string::npos, ours);
+    }
+    return name;
+}
+
+// The locale of the platform's variables, by the name that it has here.
+Wanted native_locale() {
     for (const char *variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
         const char *value = std::getenv(variable);
-        if (value == nullptr || *value == '\0') continue;
-        const std::string_view language = std::string_view(value).substr(0, std::string_view(value).find('.'));
-        return language == "C" || language == "POSIX" ? DEFAULT_OBJECT : value;
+        if (value != nullptr && *value != '\0') return {specification_of(value), variable};
     }
-    return DEFAULT_OBJECT;
+    return {DEFAULT_OBJECT};
+}
+
+bool can_be_loaded(const std::string &specification) {
+    gl_locale *locale = nullptr;
+    const bool loaded = gl_lc_load(&locale, specification.c_str(), nullptr, nullptr) == 0;
+    gl_lc_unload(locale);
+    return loaded;
 }
 
 // Who has set a language for the platform may expect it here.
 void tell_of_default(const Messages &messages) {
     const bool named = std::any_of(KEYWORDS.begin(), KEYWORDS.end(),
                                    [](const char *keyword) { return !wanted_of_environment(keyword).variable.empty(); });
-    const std::string native = native_locale();
+    const std::string native = native_locale().name;
     if (named || native == DEFAULT_OBJECT || messages.as_json() || isatty(STDERR_FILENO) == 0) return;
+    if (!can_be_loaded(registered_name(native))) return;
     messages.say("note",
                  fmt::format("no locale is named (-l, GL_ALL, GL_LANG), so that the text is ASCII or Latin-1 in the order of "
                              "code values; -l native takes {}",
@@ -158,11 +175,10 @@ Failure not_found(const Wanted &wanted, const std::string &specification) {
     const std::vector<InstalledLocale> locales = installed_locales();
     const std::string said = specification.empty() ? wanted.name : specification;
     if (locales.empty()) {
-        return {
-            ExitStatus::SYSTEM,
-            fmt::format("there are no locales in {}: set QUORBANEDIR to an installation tree, or make one with `qbglc tree DIR`",
-                        printable(fmt::format("{}", fmt::join(locale_directories(), " and ")))),
-            JsonObject().text("locale", said)};
+        return {ExitStatus::SYSTEM,
+                fmt::format("there are no locales in {}: {}",
+                            printable(fmt::format("{}", fmt::join(locale_directories(), " and "))), tree_advice()),
+                JsonObject().text("locale", said)};
     }
     const std::vector<std::string> likely = likely_locales(said, locales);
     return {ExitStatus::CALL,
@@ -199,7 +215,8 @@ Failure explain(int error, const std::string &specification) {
 } // namespace
 
 LocaleHandle open_locale(const std::string &name, const Messages &messages) {
-    const std::string specification = registered_name(name == NATIVE ? native_locale() : name);
+    const Wanted wanted = name == NATIVE ? native_locale() : Wanted{name};
+    const std::string specification = registered_name(wanted.name);
     if (name.empty()) tell_of_default(messages);
     gl_locale *locale = nullptr;
     bool loaded;
@@ -212,7 +229,11 @@ LocaleHandle open_locale(const std::string &name, const Messages &messages) {
         loaded = gl_lc_load(&locale, specification.c_str(), nullptr, nullptr) == 0;
     }
     LocaleHandle handle(locale, gl_lc_unload);
-    if (!loaded) throw explain(locale->error, specification);
+    if (!loaded) {
+        Failure failure = explain(locale->error, specification);
+        if (!wanted.variable.empty()) failure.sentence.insert(0, fmt::format("-l native takes {}: ", wanted.variable));
+        throw failure;
+    }
     return handle;
 }
 
