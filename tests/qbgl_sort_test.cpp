@@ -83,7 +83,7 @@ TEST_F(Sort, OptionsActAsInSort) {
         {"-f -s", "b\nB\nA\na\n", 0, "A\na\nb\nB\n", ""},
         {"--keep-bad", "b\n\0\na\n"s, 1, "a\nb\n\0\n"s,
          at + "2:1: offset 2, byte 00: a NUL character within a line; do NUL characters end the lines (-z)?\n"
-              "qbgl: 1 line is no text of the codeset, and stands behind the others\n"},
+              "qbgl: 1 line cannot be compared, and stands behind the others\n"},
         {"--files0-from - x", "", 2, "", "qbgl: --files0-from takes the place of files, but there is x\n"},
         {"-t : -k 2.2,2.2", "a:xb:\nb:za:\nc:yc:\nd\n", 0, "d\nb:za:\na:xb:\nc:yc:\n", ""},
         {"-u -k1,1", "a 2\nb 1\na 1\n", 0, "a 2\nb 1\n", ""},

@@ -22,7 +22,6 @@
 #include <cstdlib>
 #include <fmt/format.h>
 #include <functional>
-#include <map>
 
 using namespace qbgl;
 
@@ -120,12 +119,17 @@ class CommandLine {
             ->allow_extra_args(false)
             ->type_name("CHARACTER=TEXT");
         conv->add_option("--missing", conv_.missing, "What to write for all others: html (&#x20AC;), escape (\\u20AC) or a text")
+            ->check(CLI::Validator([](const std::string &form) { return form.empty() ? "-c leaves characters out" : ""; }, ""))
             ->type_name("FORM");
-        conv->add_option("--bom", conv_.bom, "The byte order mark: add or remove it")
-            ->transform(CLI::CheckedTransformer(std::map<std::string, Bom>{{"add", Bom::ADD}, {"remove", Bom::REMOVE}}))
+        conv->add_option_function<std::string>(
+                "--bom", [this](const std::string &what) { conv_.bom = what == "add" ? Bom::ADD : Bom::REMOVE; },
+                "The byte order mark: add or remove it")
+            ->check(CLI::IsMember({"add", "remove"}))
             ->option_text("add|remove");
-        conv->add_option("--newline", conv_.newline, "Make all line ends LF, or CR LF")
-            ->transform(CLI::CheckedTransformer(std::map<std::string, Newline>{{"lf", Newline::LF}, {"crlf", Newline::CRLF}}))
+        conv->add_option_function<std::string>(
+                "--newline", [this](const std::string &what) { conv_.newline = what == "lf" ? Newline::LF : Newline::CRLF; },
+                "Make all line ends LF, or CR LF")
+            ->check(CLI::IsMember({"lf", "crlf"}))
             ->option_text("lf|crlf");
         conv->add_flag("--report", conv_.report, "Report each substituted and left-out character, and their numbers");
         conv->add_flag("-l,--list", list_, "List the codesets instead");

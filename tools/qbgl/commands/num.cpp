@@ -115,9 +115,10 @@ class NumberTable {
     void report(const NumberFault &fault, const std::string &text, uint64_t line) {
         failed_ = true;
         std::string sentence = line != 0 ? fmt::format("line {}: ", line) : "";
-        sentence += fmt::format("\"{}\"", printable(text));
+        const std::string shown = excerpt(text);
+        sentence += fmt::format("\"{}\"", TextView("utf8").visible(shown));
         JsonObject details;
-        details.text("reason", fault.kind).text("text", text);
+        details.text("reason", fault.kind).text("text", shown);
         if (line != 0) details.number("line", line);
         if (fault.position != 0) {
             details.number("position", fault.position);
@@ -126,6 +127,15 @@ class NumberTable {
             sentence += fmt::format(": {}", fault.sentence);
         }
         messages_.say("error", sentence, details);
+    }
+
+    // As much as a number may have, of whole characters.
+    static std::string excerpt(const std::string &text) {
+        constexpr size_t SHOWN = 256;
+        if (text.size() <= SHOWN) return text;
+        size_t end = SHOWN;
+        while (end > SHOWN - 3 && (static_cast<uint8_t>(text[end]) & 0xC0) == 0x80) --end;
+        return text.substr(0, end) + "...";
     }
 
     // What tells a person which point and which separators are expected.

@@ -71,7 +71,13 @@ std::vector<std::string> files_of(const SortRequest &request) {
     InputFile input(request.files_from);
     LineReader reader([&](char *buffer, size_t size) { return input.read(buffer, size); }, std::string(1, '\0'));
     std::vector<std::string> files;
-    for (Line name{}; reader.next(name);) files.emplace_back(name.text);
+    for (Line name{}; reader.next(name);) {
+        if (name.text.empty()) {
+            throw Failure{ExitStatus::CALL, fmt::format("{}: name {} is empty", shown_name(request.files_from), name.number),
+                          JsonObject().text("file", request.files_from).number("name", name.number)};
+        }
+        files.emplace_back(name.text);
+    }
     if (files.empty()) {
         throw Failure{ExitStatus::CALL, fmt::format("{} names no files", shown_name(request.files_from)),
                       JsonObject().text("file", request.files_from)};
@@ -97,7 +103,7 @@ class Sorting {
     Sorting(const SortRequest &request, const Messages &messages, gl_locale &locale)
         : request_(request), messages_(messages), locale_(locale), files_(files_of(request)),
           end_(line_end(locale, request.zero_terminated)), memory_(memory_size(request.memory)), rules_(rules_of(request, locale)),
-          order_(locale, rules_), check_(locale) {
+          order_(locale, rules_), check_(locale, "do NUL characters end the lines (-z)?") {
         if (request.keep_bad) rules_.is_bad = [this](std::string_view line) { return !check_.is_sound(line); };
     }
 
@@ -180,8 +186,8 @@ class Sorting {
     ExitStatus bad_lines() const {
         if (bad_lines_ == 0) return ExitStatus::OK;
         return messages_.fail(ExitStatus::DATA,
-                              fmt::format("{} line{} no text of the codeset, and stand{} behind the others", bad_lines_,
-                                          bad_lines_ == 1 ? " is" : "s are", bad_lines_ == 1 ? "s" : ""),
+                              fmt::format("{} line{} cannot be compared, and stand{} behind the others", bad_lines_,
+                                          bad_lines_ == 1 ? "" : "s", bad_lines_ == 1 ? "s" : ""),
                               JsonObject().number("bad_lines", bad_lines_));
     }
 

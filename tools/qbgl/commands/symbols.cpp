@@ -19,6 +19,8 @@ using CharmapHandle = std::unique_ptr<gl_charmap, void (*)(gl_charmap *)>;
 
 Failure cannot_load(int error, const std::string &codeset, uint16_t number) {
     const std::string tree = printable(charmap_directories().front());
+    // A codeset without conversions is a name only: the compiler has no source of it.
+    const bool has_source = is_convertible(number, installed_conversions());
     const std::string remedy =
         fmt::format("`qbglc charmap {} -o {}/{:04x}.cmo` makes it", read_registry().name_of(number), tree, number);
     const std::string name = printable(codeset);
@@ -26,7 +28,8 @@ Failure cannot_load(int error, const std::string &codeset, uint16_t number) {
     if (error == GL_ENOMEM)
         sentence = fmt::format("out of memory while loading the charmap of {}", name);
     else if (error == GL_ENOFILE)
-        sentence = fmt::format("{} has no charmap of {}: {}, if the platform has one", tree, name, remedy);
+        sentence = fmt::format("{} has no charmap of {}{}", tree, name,
+                               has_source ? fmt::format(": {}, if the platform has one", remedy) : "");
     else
         sentence = fmt::format("the charmap of {} in {} is damaged or of another version: {} anew", name, tree, remedy);
     return {ExitStatus::SYSTEM, sentence, JsonObject().text("codeset", codeset).number("error", static_cast<unsigned>(error))};

@@ -31,11 +31,11 @@ class Parser {
             else if (take('f'))
                 chosen_.fold = true;
             else if (take('n'))
-                chosen_.order = PartOrder::NUMBERS;
+                choose(PartOrder::NUMBERS);
             else if (take('h'))
-                chosen_.order = PartOrder::SIZES;
+                choose(PartOrder::SIZES);
             else if (take('V'))
-                chosen_.order = PartOrder::VERSIONS;
+                choose(PartOrder::VERSIONS);
             else
                 return result;
         }
@@ -60,6 +60,11 @@ class Parser {
     }
 
   private:
+    void choose(PartOrder order) {
+        if (chosen_.order != PartOrder::TEXT && chosen_.order != order) fail("n, h and V exclude each other");
+        chosen_.order = order;
+    }
+
     size_t number(std::string_view what) {
         size_t value = 0;
         const auto [end, error] = std::from_chars(rest_.data(), rest_.data() + rest_.size(), value);

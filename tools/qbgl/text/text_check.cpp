@@ -27,7 +27,7 @@ size_t ascii_length(std::string_view text) {
 } // namespace
 
 // The tables of a single-byte codeset have an entry for every byte, so the conversions tell which of them are characters.
-TextCheck::TextCheck(gl_locale &locale) : locale_(locale) {
+TextCheck::TextCheck(gl_locale &locale, std::string nul_remedy) : locale_(locale), nul_remedy_(std::move(nul_remedy)) {
     if (locale.single_byte == 0) {
         int length = 0;
         bool cut = false;
@@ -102,7 +102,7 @@ Failure TextCheck::failure(const Line &line, const std::string &file) const {
     if (nul) {
         finding.kind = "nul";
         finding.reason = "a NUL character within a line";
-        finding.remedy = "do NUL characters end the lines (-z)?";
+        finding.remedy = nul_remedy_;
     }
     return finding.failure();
 }

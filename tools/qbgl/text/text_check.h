@@ -8,7 +8,8 @@ namespace qbgl {
 
 class TextCheck {
   public:
-    explicit TextCheck(gl_locale &locale);
+    // What the command offers for lines with NUL characters, if anything.
+    explicit TextCheck(gl_locale &locale, std::string nul_remedy = "");
 
     // Throws what is the matter with a line of a file: bytes that are no character, or a NUL character within.
     void operator()(const Line &line, const std::string &file);
@@ -24,6 +25,7 @@ class TextCheck {
     Failure failure(const Line &line, const std::string &file) const;
 
     gl_locale &locale_;
+    std::string nul_remedy_;
     bool known_[256] = {}; // the bytes that are characters of a single-byte codeset
     bool is_ascii_ = true; // of another: the bytes of ASCII are characters
     std::vector<gl_wchar> wide_;
