@@ -100,7 +100,7 @@ TEST(Client, NumbersAreReadAndWritten) {
         {"-l fr_FR.utf8", "1 234 567,5\n1 234\n1 2\n", 1, "1234567.5\n1234\n",
          "qbgl: line 3: \"1 2\", character 2: the separators do not stand where the locale has them; the locale writes "
          "1\\u202f234\\u202f567,89\n"},
-        {"-l de_DE.utf8 -b 16 ff -0xF.FFF -0", "", 0, "255\n-65535\n0\n", ""},
+        {"-l de_DE.utf8 -b 16 ff -- -0xF.FFF -0", "", 0, "255\n-65535\n0\n", ""},
         {"-l de_DE.utf8 --to-base 2 -g 255", "", 0, "11.111.111\n", ""},
         {"-l de_DE.utf8", "7\r\n 1.23.4\n8", 1, "7\n8\n",
          "qbgl: line 2: \" 1.23.4\", character 3: the separators do not stand where the locale has them" + german},

@@ -51,6 +51,7 @@ class CommandLine {
         add_cal();
         add_locale();
         add_lists();
+        for (CLI::App *command : app_.get_subcommands({})) take_marks(command);
     }
 
     int run(std::vector<std::string> words) {
@@ -65,6 +66,7 @@ class CommandLine {
                 if (word.starts_with("-") || command->get_subcommands({}).empty()) break;
                 command = known_command(*command, word);
             }
+            mark_operands(words);
             std::reverse(words.begin(), words.end()); // as the parser takes them
             app_.parse(words);
         } catch (const CLI::ParseError &error) {
@@ -87,6 +89,29 @@ class CommandLine {
   private:
     static std::string path_of(const CLI::App *command) {
         return (command->get_parent() != nullptr ? path_of(command->get_parent()) + " " : "") + command->get_name();
+    }
+
+    // Behind the first "--" all words are operands. The parser takes them as such only before any other operand, so a NUL
+    // character, which no argument holds, goes in front of them in its place.
+    static void mark_operands(std::vector<std::string> &words) {
+        const auto mark = std::find(words.begin(), words.end(), "--");
+        if (mark == words.end()) return;
+        for (auto word = mark + 1; word != words.end(); ++word) word->insert(0, 1, '\0');
+        words.erase(mark);
+    }
+
+    static void take_marks(CLI::App *command) {
+        for (CLI::Option *option : command->get_options()) {
+            if (option->get_items_expected_max() == 0) continue;
+            const bool operand = option->get_positional();
+            const auto take = [operand](std::string &word) -> std::string {
+                if (!word.starts_with('\0')) return "";
+                word.erase(0, 1);
+                return operand ? "" : "the argument is missing before --";
+            };
+            option->transform(CLI::Validator(take, "", ""));
+        }
+        for (CLI::App *inner : command->get_subcommands({})) take_marks(inner);
     }
 
     // Throws Failure with the command that was likely meant.
