@@ -1267,7 +1267,8 @@ QBGL_API void *_gl_retrieve_little_endian_unicode_limit(const char *bytes, const
 /* The entry of a wide character, or null with GL_EILSEQ. */
 QBGL_API void *_gl_retrieve_wchar_multi_nl(void *ctx, gl_wchar value, const gl_multi *table);
 
-/* The longest and shortest key (0 and 4 for an empty table, 0 and 1 for that of a category without data), the error of the last read, and the number of nodes. */
+/* The longest and shortest key (0 and 4 for an empty table, 0 and 1 for that of a category without data), the error of the last
+ * read, and the number of nodes. */
 QBGL_API int _gl_multi_max_length(const gl_multi *table);
 QBGL_API int _gl_multi_min_length(const gl_multi *table);
 QBGL_API int _gl_multi_err(const gl_multi *table);
