@@ -99,7 +99,7 @@ TEST(Threads, ShareAConversion) {
         int results[4] = {};
         std::vector<std::jthread> threads;
         for (int &result : results)
-            threads.emplace_back([&, cd] {
+            threads.emplace_back([&, cd, &text = text] { // clang 14 captures no structured binding by itself
                 for (int round = 0; round < 200 && result == 0; ++round) result = convert(cd, text, expected);
             });
         threads.clear();
