@@ -18,7 +18,7 @@ struct Gathering {
     const char *language; // the directory in it, as a part of a name: "ja_jp/"
 };
 
-// The specification that leads to an object: LL_TT.CODESET@MODIFIER, where the file's name is what the library makes of that.
+// The locale specification that leads to an object, LL_TT.CODESET@MODIFIER, where the library makes the file's name of it.
 bool specification_of(const Gathering &in, const char *file, const char *codeset, char (&spec)[NameList::SIZE]) {
     char territory[6], number[6], modifier[5];
     if (gl_lc_fname2lc_pieces(nullptr, file, territory, number, modifier) != 0) return false;
