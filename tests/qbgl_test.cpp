@@ -305,6 +305,8 @@ TEST_F(LocaleClient, WidthMeasuresLines) {
              R"({"kind":"error","message":"1 line could not be measured","unmeasured":1,"status":1})" + "\n"},
     };
     expect_all("width -l ja_JP.sjis ", CASES, words());
+    const std::string line = "\uFEFFa\u0301\u200B\u200D\u00AD\u1112\u1161\u11AB\uD7FB";
+    expect_all("width -l ", {{"de_DE.utf8", line + "\n", 0, "4\t" + line + "\n", ""}});
 }
 
 TEST_F(LocaleClient, LocaleShowsWhatTheHandleHolds) {

@@ -234,7 +234,7 @@ class CommandLine {
         command->add_flag("-C", sort_.check_quietly, "As -c, but without a message");
         command->add_flag("-z,--zero-terminated", sort_.zero_terminated, "Lines end with NUL characters");
         command->add_flag("--keep-bad", sort_.keep_bad,
-                          "Put lines that are no text of the codeset behind the others (exit status 1)");
+                          "Put lines with bytes that are no character, with NULs or too long behind the others (exit status 1)");
         command
             ->add_option("--files0-from", sort_.files_from,
                          "Read the names of the input files from FILE, NUL characters between them")

@@ -5,6 +5,7 @@
 #include "text/hexadecimal.h"
 #include "text/shown_text.h"
 #include "text/utf8.h"
+#include "text/zero_width.h"
 #include "tree/locale_handle.h"
 
 #include <algorithm>
@@ -59,7 +60,14 @@ class CharacterTable {
 
     unsigned width(const Character &character) const {
         if ((character.classes & (GL_CLASS_CNTRL | combining_)) != 0) return 0;
-        return (character.classes & full_width_) != 0 ? 2 : 1;
+        if ((character.classes & full_width_) != 0) return 2;
+        return zero_width_.contains(wide_value(character)) ? 0 : 1;
+    }
+
+    gl_wchar wide_value(const Character &character) const {
+        gl_wchar value = 0;
+        _qbx_gl_full_mbtowc(&locale_, &value, character.bytes.data(), static_cast<int>(character.bytes.size()));
+        return value;
     }
 
     std::vector<std::string> classes(const Character &character) const {
@@ -102,11 +110,9 @@ class CharacterTable {
     }
 
     std::string json(const Character &character, const std::string &file) const {
-        gl_wchar value = 0;
-        _qbx_gl_full_mbtowc(&locale_, &value, character.bytes.data(), static_cast<int>(character.bytes.size()));
         JsonObject result;
         result.text("file", file).number("offset", character.place.offset).text("bytes", hexadecimal(character.bytes));
-        result.number("value", value).text("code", code(character)).text("character", view_.plain(character.bytes));
+        result.number("value", wide_value(character)).text("code", code(character)).text("character", view_.plain(character.bytes));
         result.number("width", width(character)).raw("classes", json_strings(classes(character)));
         for (const auto &[name, map] : {std::pair("upper", Map{_gl_im_tomupper}), std::pair("lower", Map{_gl_im_tomlower})}) {
             const std::string other = mapped(character, map);
@@ -121,6 +127,7 @@ class CharacterTable {
     TextView view_;
     std::vector<CharacterClass> classes_;
     unsigned full_width_, combining_; // masks, 0 where the locale has no such class
+    ZeroWidth zero_width_{locale_};
     uint64_t unreadable_ = 0;
 };
 

@@ -4,6 +4,7 @@
 #include "text/encoded.h"
 #include "text/line_input.h"
 #include "text/text_check.h"
+#include "text/zero_width.h"
 #include "tree/locale_handle.h"
 
 #include <algorithm>
@@ -79,15 +80,18 @@ class WidthMeasure {
             const int columns = gl_wcswidth(&locale_, at, static_cast<int>(tab - at));
             if (columns < 0) return std::nullopt;
             width += static_cast<unsigned>(columns);
-            if (combining_ != 0)
-                width -= static_cast<uint64_t>(std::count_if(at, tab, [this](gl_wchar wc) { return is_combining(wc); }));
+            width -= static_cast<uint64_t>(std::count_if(at, tab, [this](gl_wchar wc) { return joins_another(wc); }));
             if (tab == end) return width;
             if (request_.tab_stops != 0) width += request_.tab_stops - width % request_.tab_stops;
             at = tab;
         }
     }
 
-    bool is_combining(gl_wchar wc) const { return gl_iswctype(&locale_, wc, combining_) != 0 && gl_wcwidth(&locale_, wc) == 1; }
+    // Whether the library gives a character one column that it does not take on a terminal.
+    bool joins_another(gl_wchar wc) const {
+        const bool joins = (combining_ != 0 && gl_iswctype(&locale_, wc, combining_) != 0) || zero_width_.contains(wc);
+        return joins && gl_wcwidth(&locale_, wc) == 1;
+    }
 
     void append(const std::string &file, const Line &line, uint64_t width) {
         if (messages_.as_json()) {
@@ -149,7 +153,8 @@ class WidthMeasure {
     std::vector<gl_wchar> wide_;
     std::string results_;
     unsigned combining_ = gl_ctype(&locale_, "combining"); // class mask, 0 where the locale has none
-    bool told_of_codeset_ = false;                         // of this file
+    ZeroWidth zero_width_{locale_};
+    bool told_of_codeset_ = false; // of this file
     uint64_t unmeasured_ = 0;
 };
 

@@ -29,6 +29,15 @@ char32_t utf8_code_point(std::string_view character) {
     return result;
 }
 
+std::string utf8_of(char32_t code_point) {
+    if (code_point < 0x80) return std::string(1, static_cast<char>(code_point));
+    const int continued = code_point < 0x800 ? 1 : code_point < 0x10000 ? 2 : 3;
+    constexpr unsigned LEADS[] = {0, 0xC0, 0xE0, 0xF0}; // by bytes behind it
+    std::string result(1, static_cast<char>(LEADS[continued] | code_point >> 6 * continued));
+    for (int i = continued - 1; i >= 0; --i) result += static_cast<char>(0x80 | (code_point >> 6 * i & 0x3F));
+    return result;
+}
+
 size_t utf8_columns(std::string_view text) {
     size_t columns = 0;
     while (!text.empty()) {

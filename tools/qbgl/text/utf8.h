@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace qbgl {
@@ -11,6 +12,7 @@ size_t utf8_length(std::string_view text);
 
 // The code point of one well-formed character.
 char32_t utf8_code_point(std::string_view character);
+std::string utf8_of(char32_t code_point);
 
 // The columns that a terminal needs for well-formed text, nearly: marks that combine with the character before them count, too.
 size_t utf8_columns(std::string_view text);
