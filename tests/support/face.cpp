@@ -83,6 +83,14 @@ gl_wchar Scene::value() {
     return value;
 }
 
+int next_byte(void *rest) {
+    auto &bytes = *static_cast<std::string_view *>(rest);
+    if (bytes.empty()) return -1;
+    const auto byte = static_cast<unsigned char>(bytes[0]);
+    bytes.remove_prefix(1);
+    return byte;
+}
+
 namespace {
 
 using Stream = std::unique_ptr<FILE, int (*)(FILE *)>;
@@ -99,13 +107,6 @@ Stream writing(Scene &s) { // as long as there is room
     return stream;
 }
 
-int next_byte(void *rest) {
-    auto &bytes = *static_cast<std::string_view *>(rest);
-    if (bytes.empty()) return -1;
-    const auto byte = static_cast<unsigned char>(bytes[0]);
-    bytes.remove_prefix(1);
-    return byte;
-}
 int take_byte(int, void *left) { return --*static_cast<int *>(left) < 0 ? -1 : 0; }
 
 // A handle without LC_CTYPE has no longest character; a byte may be stored nevertheless.
@@ -113,45 +114,18 @@ size_t longest(Scene &s) { return static_cast<size_t>(std::max(gl_mb_loc_max(s.l
 int flag(Scene &s) { return static_cast<int>(s.in.below(2)); }
 int base(Scene &s) { return static_cast<int>(s.in.below(38)); }
 
-template <auto function> void compare(Scene &s) {
-    const char *text = s.terminated();
-    function(s.locale, s.or_null(text), s.terminated());
-}
-template <auto function> void compare_counted(Scene &s) {
-    const char *text = s.either();
+// As far as both texts go.
+template <auto function, auto text> void compare_beginnings(Scene &s) {
+    const auto *one = (s.*text)();
     const int length = s.count();
-    const char *other = s.either();
-    function(s.locale, text, length, other, s.count());
-}
-template <auto function> void transform(Scene &s) {
-    const char *text = s.terminated();
-    char *out = s.out();
-    function(s.locale, out, s.or_null(text), s.room());
-}
-// For the handles only that have chosen the function.
-template <auto function> void where_chosen(Scene &s) {
-    if constexpr (std::is_same_v<decltype(function), decltype(gl_locale::mbscoll)>) {
-        if (s.locale->mbscoll == function) compare<function>(s);
-    } else if constexpr (std::is_same_v<decltype(function), decltype(gl_locale::mbfscoll)>) {
-        if (s.locale->mbfscoll == function) compare_counted<function>(s);
-    } else {
-        if (s.locale->mbsxfrm == function) transform<function>(s);
-    }
+    const auto *other = (s.*text)();
+    function(s.locale, one, other, std::min(length, s.count()));
 }
 // For single-byte codesets only.
-template <auto function, auto text> void where_single(Scene &s) {
-    auto *out = [&] {
-        if constexpr (std::is_same_v<decltype(text), const gl_wchar *(Scene::*)()>)
-            return s.out();
-        else
-            return s.wide_out();
-    }();
-    const auto *in = (s.*text)();
-    if (s.locale->single_byte == 0) return;
-    if constexpr (std::is_invocable_v<decltype(function), gl_locale *, decltype(out), decltype(in), int, int>)
-        function(s.locale, out, in, s.count(), s.room());
-    else
-        function(s.locale, out, in, s.room());
+void encode_single(Scene &s) {
+    char *const out = s.out();
+    const gl_wchar *const in = s.wide_either_not_empty();
+    if (s.locale->single_byte != 0) _qbx_gl_is_wcstombs(s.locale, out, in, s.count(), s.room());
 }
 
 // Where there is room for just the text, no terminator is looked at.
@@ -179,6 +153,13 @@ template <auto function> void map_text(Scene &s) {
 template <auto function> void map_wide_text(Scene &s) {
     const gl_wchar *text = s.wide_terminated();
     function(s.locale, s.wide_out(static_cast<size_t>(s.count()) + 1), text);
+}
+
+template <auto function, auto text> void put(Scene &s) {
+    int left = s.small(), count = 0;
+    const char *character = (s.*text)();
+    if (function == _qbx_gl_putmb && s.count() == 0) return; // which wants a length of 1 or more
+    function(s.locale, s.or_null(character), s.count(), take_byte, &left, &count);
 }
 
 // A text that is changed in its place, where it may grow by as much as one character is longer than another.
@@ -371,10 +352,7 @@ constexpr Call TABLE[] = {
     CALL(gl_mbfstowcfs, s.wide_out(), s.either_not_empty(), s.count(), s.room()),
     CALL(_gl_im_mbstowcs, s.wide_out(), s.terminated(), s.room()),
     CALL(_qbx_gl_im_mbfstowcfs, s.wide_out(), s.either_not_empty(), s.count(), s.room()),
-    BY(locale, _gl_is_mbstowcs, (where_single<_gl_is_mbstowcs, &Scene::terminated>)),
-    BY(locale, _qbx_gl_is_mbfstowcfs, (where_single<_qbx_gl_is_mbfstowcfs, &Scene::either_not_empty>)),
-    BY(locale, _gl_is_wcstombs, (where_single<_gl_is_wcstombs, &Scene::wide_terminated>)),
-    BY(locale, _qbx_gl_is_wcstombs, (where_single<_qbx_gl_is_wcstombs, &Scene::wide_either_not_empty>)),
+    BY(locale, _qbx_gl_is_wcstombs, encode_single),
     CALL(gl_full_wcstombs, s.out(), s.wide_terminated(), s.room()),
     CALL(_qbx_gl_full_wcstombs, s.out(), s.wide_either_not_empty(), s.count(), s.room()),
     BY(locale, gl_full_wcstombs, encode_all),
@@ -410,44 +388,21 @@ constexpr Call TABLE[] = {
     // Comparison and keys
     CALL(gl_wcscmp, s.wide_terminated(), s.wide_terminated()),
     CALL(gl_full_mbscmp, s.terminated(), s.terminated()),
-    BY(locale, gl_wcsncmp,
-       [](Scene &s) {
-           const gl_wchar *text = s.wide_counted();
-           const int length = s.count();
-           const gl_wchar *other = s.wide_counted();
-           gl_wcsncmp(s.locale, text, other, std::min(length, s.count()));
-       }),
-    BY(locale, gl_full_mbsncmp,
-       [](Scene &s) {
-           const char *text = s.counted();
-           const int length = s.count();
-           const char *other = s.counted();
-           gl_full_mbsncmp(s.locale, text, other, std::min(length, s.count()));
-       }),
+    BY(locale, gl_wcsncmp, (compare_beginnings<gl_wcsncmp, &Scene::wide_counted>)),
+    BY(locale, gl_full_mbsncmp, (compare_beginnings<gl_full_mbsncmp, &Scene::counted>)),
     CALL(_qbx_gl_wcfscmp, s.wide_counted(), s.count(), s.wide_counted(), s.count()),
-    BY(locale, _qbx_gl_mbscmp, compare_counted<_qbx_gl_mbscmp>),
+    CALL(_qbx_gl_mbscmp, s.either(), s.count(), s.either(), s.count()),
     CALL(_qbx_gl_full_wcscoll, s.wide_either(), s.count(), s.wide_either(), s.count()),
     CALL(gl_full_wcscoll, s.or_null(s.wide_terminated()), s.wide_terminated()),
     CALL(gl_wcsxfrm, s.out(), s.or_null(s.wide_terminated()), s.room()),
     CALL(gl_wcfsxfrm, s.out(), s.or_null(s.wide_either()), s.count(), s.room()),
     CALL(gl_mbfsxfrm, s.out(), s.or_null(s.either()), s.count(), s.room()),
-    BY(locale, gl_mbscoll, compare<gl_mbscoll>),
-    BY(locale, gl_mbfscoll, compare_counted<gl_mbfscoll>),
-    BY(locale, gl_mbsxfrm, transform<gl_mbsxfrm>),
-    BY(locale, _gl_im_mbscoll, compare<_gl_im_mbscoll>),
-    BY(locale, _qbx_gl_im_mbfscoll, compare_counted<_qbx_gl_im_mbfscoll>),
-    BY(locale, gl_full_mbsxfrm, transform<gl_full_mbsxfrm>),
-    BY(locale, _gl_is_mbscoll_exp, where_chosen<_gl_is_mbscoll_exp>),
-    BY(locale, _gl_is_mbscoll_elem, where_chosen<_gl_is_mbscoll_elem>),
-    BY(locale, _gl_is_mbscoll_back, where_chosen<_gl_is_mbscoll_back>),
-    BY(locale, _gl_is_mbscoll_exp_elem, where_chosen<_gl_is_mbscoll_exp_elem>),
-    BY(locale, _qbx_gl_is_mbfscoll_exp, where_chosen<_qbx_gl_is_mbfscoll_exp>),
-    BY(locale, _qbx_gl_is_mbfscoll_elem, where_chosen<_qbx_gl_is_mbfscoll_elem>),
-    BY(locale, _qbx_gl_is_mbfscoll_back, where_chosen<_qbx_gl_is_mbfscoll_back>),
-    BY(locale, _qbx_gl_is_mbfscoll_exp_elem, where_chosen<_qbx_gl_is_mbfscoll_exp_elem>),
-    BY(locale, _gl_thaismocoll, where_chosen<_gl_thaismocoll>),
-    BY(locale, _qbx_gl_thaismoncoll, where_chosen<_qbx_gl_thaismoncoll>),
-    BY(locale, _gl_thaismoxfrm, where_chosen<_gl_thaismoxfrm>),
+    CALL(gl_mbscoll, s.or_null(s.terminated()), s.terminated()),
+    CALL(gl_mbfscoll, s.either(), s.count(), s.either(), s.count()),
+    CALL(gl_mbsxfrm, s.out(), s.or_null(s.terminated()), s.room()),
+    CALL(_gl_im_mbscoll, s.or_null(s.terminated()), s.terminated()),
+    CALL(_qbx_gl_im_mbfscoll, s.either(), s.count(), s.either(), s.count()),
+    CALL(gl_full_mbsxfrm, s.out(), s.or_null(s.terminated()), s.room()),
 
     // Stepping, trailing blanks, width
     CALL(gl_full_mbsnext, s.or_null(s.terminated())),
@@ -486,18 +441,8 @@ constexpr Call TABLE[] = {
     CALL(gl_full_fgetwc, reading(s).get()),
     CALL(gl_fgetmbs, s.out(), s.room(), reading(s).get()),
     CALL(gl_fgetwcs, s.wide_out(), s.room(), reading(s).get()),
-    BY(locale, gl_putmb,
-       [](Scene &s) {
-           int left = s.small(), count = 0;
-           const char *text = s.either();
-           gl_putmb(s.locale, s.or_null(text), s.count(), take_byte, &left, &count);
-       }),
-    BY(locale, _qbx_gl_putmb,
-       [](Scene &s) {
-           int left = s.small(), count = 0;
-           const char *text = s.counted();
-           if (s.count() > 0) _qbx_gl_putmb(s.locale, text, s.count(), take_byte, &left, &count);
-       }),
+    BY(locale, gl_putmb, (put<gl_putmb, &Scene::either>)),
+    BY(locale, _qbx_gl_putmb, (put<_qbx_gl_putmb, &Scene::counted>)),
     CALL(gl_fputmb, s.terminated(), writing(s).get()),
     CALL(gl_fputwc, s.value(), writing(s).get()),
     CALL(gl_fputmbs, s.or_null(s.terminated()), writing(s).get()),
@@ -631,6 +576,8 @@ constexpr LeftOut NAMES[] = {
     {"_gl_ext_* gl_ext_* gl_setextfunc _gl_set_ext_funcptr _gl_get_ext_funcptr _gl_alloc_ptr _gl_free_ptr gl_fix_rpath "
      "gl_get_gl_path",
      "libc, as the host has replaced it"},
+    {"_gl_is_mbs* _qbx_gl_is_mbf* _gl_thaismo* _qbx_gl_thaismoncoll _gl_is_wcstombs",
+     "called by those above for the handles that have chosen them"},
     {"gl_assert_failed", "ends the process"},
     {"gl_init_debug _gl_exit_utilities gl_cache_registry gl_free_registry_cache gl_ccsid2cs_nums gl_strerror gl_version "
      "gl_version_text gl_set_log gl_locale_count gl_codeset_count",

@@ -80,6 +80,9 @@ class Scene {
     int count_ = 0, room_ = 0;
 };
 
+// Reads a std::string_view to its end.
+int next_byte(void *rest);
+
 enum class Needs { nothing, locale, charmap, conversion };
 
 struct Call {

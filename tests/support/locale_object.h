@@ -198,6 +198,12 @@ inline Locale load_locale(const std::string &object_text) {
 }
 inline Locale load_locale(const LocaleObject &object) { return load_locale(object.text()); }
 
+inline Locale null_locale(void (*release)(gl_locale *) = gl_lc_unload) {
+    gl_locale *locale = nullptr;
+    gl_create_null_locale_4(&locale);
+    return {locale, release};
+}
+
 // ASCII; `lead` stands before every byte.
 inline std::vector<Character> ascii_characters(const std::string &lead = "") {
     const std::pair<int (*)(int), unsigned> classes[] = {
@@ -284,6 +290,9 @@ inline Codeset two_byte_codeset() {
     add_uncased(codeset, "\xD8\x3D\xDE", 0x00, 0x3F);
     return codeset;
 }
+
+// Four bytes, big-endian: U+0000 to U+007F.
+inline Codeset four_byte_codeset() { return {"ucs4", ascii_characters(std::string(3, '\0'))}; }
 
 // Characters of four bytes behind a lead of their own.
 inline Codeset euctw_codeset() {
