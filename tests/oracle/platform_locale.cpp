@@ -37,22 +37,6 @@ constexpr std::pair<const char *, nl_item> SINGLE_ITEMS[] = {
 constexpr std::tuple<const char *, nl_item, int> SEQUENCES[] = {
     {"abday", ABDAY_1, 7}, {"day", DAY_1, 7}, {"abmon", ABMON_1, 12}, {"mon", MON_1, 12}};
 constexpr std::pair<const char *, nl_item> LISTS[] = {{"era", ERA}, {"alt_digits", ALT_DIGITS}};
-constexpr std::pair<const char *, char * lconv::*> CONVENTION_TEXTS[] = {{"decimal_point", &lconv::decimal_point},
-                                                                         {"thousands_sep", &lconv::thousands_sep},
-                                                                         {"grouping", &lconv::grouping},
-                                                                         {"int_curr_symbol", &lconv::int_curr_symbol},
-                                                                         {"currency_symbol", &lconv::currency_symbol},
-                                                                         {"mon_decimal_point", &lconv::mon_decimal_point},
-                                                                         {"mon_thousands_sep", &lconv::mon_thousands_sep},
-                                                                         {"mon_grouping", &lconv::mon_grouping},
-                                                                         {"positive_sign", &lconv::positive_sign},
-                                                                         {"negative_sign", &lconv::negative_sign}};
-constexpr std::pair<const char *, char lconv::*> CONVENTION_NUMBERS[] = {
-    {"int_frac_digits", &lconv::int_frac_digits}, {"frac_digits", &lconv::frac_digits},
-    {"p_cs_precedes", &lconv::p_cs_precedes},     {"p_sep_by_space", &lconv::p_sep_by_space},
-    {"n_cs_precedes", &lconv::n_cs_precedes},     {"n_sep_by_space", &lconv::n_sep_by_space},
-    {"p_sign_posn", &lconv::p_sign_posn},         {"n_sign_posn", &lconv::n_sign_posn}};
-
 // Tells one state of the platform's sources, and of its localedef, from another.
 std::string version_of_sources() {
     std::vector<std::string> files;
@@ -131,9 +115,7 @@ LocaleTexts PlatformLocale::texts() const {
     }
     static std::mutex one_record;
     const std::lock_guard lock(one_record);
-    const lconv &conv = *localeconv();
-    for (const auto &[name, field] : CONVENTION_TEXTS) texts[name] = {conv.*field};
-    for (const auto &[name, field] : CONVENTION_NUMBERS) texts[name] = {std::to_string(conv.*field)};
+    add_conventions(texts, *localeconv());
     return texts;
 }
 

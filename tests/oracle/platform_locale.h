@@ -33,6 +33,26 @@ class PlatformLocales {
 // The texts and numbers of a locale by name, as the standard's keywords are named; what has one text is a list of one.
 using LocaleTexts = std::map<std::string, std::vector<std::string>>;
 
+// Of the record of either localeconv().
+template <class Conventions> void add_conventions(LocaleTexts &texts, const Conventions &conv) {
+    const std::pair<const char *, const char *> TEXTS[] = {{"decimal_point", conv.decimal_point},
+                                                           {"thousands_sep", conv.thousands_sep},
+                                                           {"grouping", conv.grouping},
+                                                           {"int_curr_symbol", conv.int_curr_symbol},
+                                                           {"currency_symbol", conv.currency_symbol},
+                                                           {"mon_decimal_point", conv.mon_decimal_point},
+                                                           {"mon_thousands_sep", conv.mon_thousands_sep},
+                                                           {"mon_grouping", conv.mon_grouping},
+                                                           {"positive_sign", conv.positive_sign},
+                                                           {"negative_sign", conv.negative_sign}};
+    const std::pair<const char *, int> NUMBERS[] = {
+        {"int_frac_digits", conv.int_frac_digits}, {"frac_digits", conv.frac_digits},     {"p_cs_precedes", conv.p_cs_precedes},
+        {"p_sep_by_space", conv.p_sep_by_space},   {"n_cs_precedes", conv.n_cs_precedes}, {"n_sep_by_space", conv.n_sep_by_space},
+        {"p_sign_posn", conv.p_sign_posn},         {"n_sign_posn", conv.n_sign_posn}};
+    for (const auto &[name, text] : TEXTS) texts[name] = {text != nullptr ? text : ""};
+    for (const auto &[name, number] : NUMBERS) texts[name] = {std::to_string(number)};
+}
+
 // The calling thread's locale while this lives.
 class PlatformLocale {
   public:
