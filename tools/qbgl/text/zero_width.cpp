@@ -43,6 +43,7 @@ ZeroWidth::ZeroWidth(gl_locale &locale) {
         }
     }
     std::sort(values.begin(), values.end());
+    if (!values.empty()) least_ = values.front();
     for (const gl_wchar value : values) {
         if (!ranges_.empty() && ranges_.back().last + 1 == value)
             ranges_.back().last = value;
@@ -51,7 +52,7 @@ ZeroWidth::ZeroWidth(gl_locale &locale) {
     }
 }
 
-bool ZeroWidth::contains(gl_wchar wc) const {
+bool ZeroWidth::is_in_range(gl_wchar wc) const {
     const auto behind = std::upper_bound(ranges_.begin(), ranges_.end(), wc,
                                          [](gl_wchar value, const Range &range) { return value < range.first; });
     return behind != ranges_.begin() && wc <= behind[-1].last;

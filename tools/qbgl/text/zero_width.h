@@ -12,13 +12,16 @@ class ZeroWidth {
   public:
     explicit ZeroWidth(gl_locale &locale);
 
-    bool contains(gl_wchar wc) const;
+    bool contains(gl_wchar wc) const { return wc >= least_ && is_in_range(wc); }
 
   private:
     struct Range {
         gl_wchar first, last;
     };
+    bool is_in_range(gl_wchar wc) const;
+
     std::vector<Range> ranges_; // in order
+    gl_wchar least_ = UINT32_MAX;
 };
 
 } // namespace qbgl
