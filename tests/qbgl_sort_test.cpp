@@ -153,16 +153,21 @@ std::string lines_of(const std::vector<std::string> &words) {
 }
 
 TEST_F(Sort, LittleMemoryAndKeysGiveTheSameOrder) {
-    const std::string latin = lines_of(close_words(20000)), directory = tree_ / "temporary";
+    const std::string latin = lines_of(close_words(20000)), directory = tree_ / "temporary", half = tree_ / "half";
+    const std::string limits = " -S 16K -T " + directory;
     std::filesystem::create_directory(directory);
     for (const auto &[locale, text] : {std::pair("fr_FR.8859-1"s, latin), std::pair("fr_FR.utf8"s, to_utf8(latin))}) {
         for (const std::string &options : {""s, " -s"s, " -u"s, " -r"s, " -k2 -s -r"s, " -k2 -f"s}) {
             const std::string sort = "sort -l " + locale + options;
             const Result whole = client(sort, text);
             EXPECT_EQ(whole.status, 0) << whole.err;
-            EXPECT_TRUE(client(sort + " -S 16K -T " + directory, text).out == whole.out) << sort;
+            EXPECT_TRUE(client(sort + limits, text).out == whole.out) << sort;
             EXPECT_EQ(client(sort + " -c", whole.out).status, 0) << sort;
-            EXPECT_TRUE(client(sort + " -m", whole.out).out == whole.out) << sort;
+            const size_t middle = text.find('\n', text.size() / 2) + 1;
+            write_file(half, client(sort, text.substr(0, middle)).out);
+            const std::string other = client(sort, text.substr(middle)).out;
+            for (const std::string &merge : {" -m "s, limits + " -m "})
+                EXPECT_TRUE(client(sort + merge + half + " -", other).out == whole.out) << sort << merge;
         }
         std::istringstream keys(client("key -v -l " + locale, text).out);
         std::vector<std::string> by_key;

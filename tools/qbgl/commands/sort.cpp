@@ -160,7 +160,7 @@ class Sorting {
     size_t texts_at_once() const { return std::clamp(memory_ / (2 * BLOCK), FEWEST_TEXTS, MOST_TEXTS); }
     size_t block() const { return std::clamp(memory_ / texts_at_once() / 2, SMALLEST_BLOCK, BLOCK); }
 
-    std::unique_ptr<Runs> new_runs() const { return std::make_unique<Runs>(directory_); }
+    std::unique_ptr<Runs> new_runs(size_t memory = 0) const { return std::make_unique<Runs>(directory_, memory); }
     using OutputTarget = LineWriter::Target;
     LineWriter writer_to(OutputTarget target) const { return {std::move(target), end_, order_, request_.unique}; }
 
@@ -170,7 +170,8 @@ class Sorting {
             progress.add(count);
             return count;
         };
-        return SortedText(LineReader(source, end_, block()), [this, &file](const Line &line) { check(line, file); });
+        return SortedText(LineReader(source, end_, block()), {[this](std::string_view lines) { return check_.is_sound(lines); },
+                                                              [this, &file](const Line &line) { check(line, file); }});
     }
 
     // A bad line ends the program, or is told of and kept.
@@ -232,7 +233,7 @@ class Sorting {
 
     // The input files as runs. What is wrong with one of them is found before anything is written.
     std::unique_ptr<Runs> merge_files() {
-        std::unique_ptr<Runs> runs = new_runs();
+        std::unique_ptr<Runs> runs = new_runs(memory_ / 2); // the other half is for blocks of input
         Progress progress(size_of(files_), messages_, false);
         for (size_t first = 0; first < files_.size(); first += texts_at_once()) {
             const size_t count = std::min(texts_at_once(), files_.size() - first);

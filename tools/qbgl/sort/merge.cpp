@@ -18,10 +18,14 @@ void LineWriter::flush() {
     buffer_.clear();
 }
 
-bool SortedText::next() {
-    if (!reader_.next(line_)) return false;
-    if (check_) check_(line_);
-    return true;
+void SortedText::check() {
+    constexpr size_t AT_ONCE = 16 << 10;
+    if (line_.offset >= known_until_) {
+        const std::string_view lines = reader_.at_hand(line_, AT_ONCE);
+        known_until_ = line_.offset + lines.size();
+        sound_ = check_.are_sound(lines);
+    }
+    if (!sound_) check_.look(line_);
 }
 
 void merge(std::vector<SortedText> &texts, const SortOrder &order, LineWriter &writer) {

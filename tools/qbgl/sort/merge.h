@@ -28,20 +28,32 @@ class LineWriter {
     bool unique_, any_ = false;
 };
 
+// What becomes of text that nobody has looked at yet.
+struct LineCheck {
+    std::function<bool(std::string_view)> are_sound = {}; // whole lines with their ends; of others each is looked at
+    std::function<void(const Line &)> look = {};
+};
+
 // The lines of a sorted text, one at a time.
 class SortedText {
   public:
-    using Check = std::function<void(const Line &)>; // of text that nobody has looked at yet
+    explicit SortedText(LineReader reader, LineCheck check = {}) : reader_(std::move(reader)), check_(std::move(check)) {}
 
-    explicit SortedText(LineReader reader, Check check = {}) : reader_(std::move(reader)), check_(std::move(check)) {}
-
-    bool next();
+    bool next() {
+        if (!reader_.next(line_)) return false;
+        if (check_.look && (line_.offset >= known_until_ || !sound_)) check();
+        return true;
+    }
     const Line &line() const { return line_; }
 
   private:
+    void check();
+
     LineReader reader_;
-    Check check_;
+    LineCheck check_;
     Line line_{};
+    uint64_t known_until_ = 0; // the offset up to which all lines are sound, or some are not
+    bool sound_ = false;
 };
 
 // Of equal lines, those of the earlier text come first.

@@ -12,17 +12,26 @@ namespace {
 
 constexpr size_t TERMINATOR = 4;
 
+// Whether all that the parts are is the line, compared as text.
+bool is_text_of_line(const SortRules &rules) {
+    const SortPart &part = rules.parts.front();
+    const FieldPlace &begin = part.begin;
+    const bool whole = begin.field == 0 && begin.character == 0 && !begin.skip_blanks && !part.end;
+    return whole && rules.parts.size() == 1 && part.order == PartOrder::TEXT && !part.fold;
+}
+
 std::string text_of(const char *text) { return text != nullptr ? text : ""; }
 
 } // namespace
 
 SortOrder::SortOrder(gl_locale &locale, const SortRules &rules)
-    : locale_(locale), rules_(rules), point_(text_of(gl_localeconv(&locale)->decimal_point)),
+    : locale_(locale), rules_(rules), by_text_(is_text_of_line(rules)), point_(text_of(gl_localeconv(&locale)->decimal_point)),
       separator_(text_of(gl_localeconv(&locale)->thousands_sep)), keys_(locale), cutter_(locale, rules.separator) {
     constexpr int AS_SPECIFIED = 1;
     const bool by_rules = locale.collate.kind <= AS_SPECIFIED && locale.collate.direct == 0;
     const bool by_code_values = locale.collate.kind <= AS_SPECIFIED && locale.collate.direct != 0;
     collation_ = by_rules ? Collation::BY_RULES : by_code_values ? Collation::BY_CODE_VALUES : Collation::BY_KEYS;
+    if (by_rules) first_pass_ = std::make_unique<FirstPass>(locale);
 }
 
 // Appends a key in such a way that no other one begins with it: a zero byte becomes 00 FF, and 00 00 ends the key. With all bits
@@ -80,6 +89,7 @@ int SortOrder::collate(std::string_view a, std::string_view b) const {
         return key.compare(keys_.key(b));
     }
     if (a == b) return 0;
+    if (const int order = first_pass_->compare(a, b); order != 0) return order;
     locale_.error = 0;
     const int order = gl_mbfscoll(&locale_, a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()));
     if (order == 0 && locale_.error != 0) {
@@ -108,6 +118,12 @@ int SortOrder::compare_behind_parts(std::string_view a, std::string_view b) cons
 }
 
 int SortOrder::compare(std::string_view a, std::string_view b) const {
+    if (a == b) return 0;
+    if (by_text_ && !rules_.is_bad) {
+        const int order = collate(a, b);
+        if (order == 0) return compare_behind_parts(a, b);
+        return rules_.parts.front().reverse ? -order : order;
+    }
     if (rules_.is_bad) {
         const bool bad[] = {rules_.is_bad(a), rules_.is_bad(b)};
         if (bad[0] != bad[1]) return bad[0] ? 1 : -1;

@@ -3,9 +3,11 @@
 #pragma once
 
 #include "sort/fields.h"
+#include "sort/first_pass.h"
 #include "text/collation_key.h"
 
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace qbgl {
@@ -38,7 +40,7 @@ class SortOrder {
         const int order = a.key.compare(b.key);
         return order != 0 ? order : compare_behind_parts(a.text, b.text);
     }
-    // The same without keys: for lines that are compared once or twice. Throws Failure.
+    // The same without keys: for lines that are compared once or twice, and are text unless is_bad tells. Throws Failure.
     int compare(std::string_view a, std::string_view b) const;
 
   private:
@@ -54,8 +56,10 @@ class SortOrder {
 
     gl_locale &locale_;
     const SortRules &rules_;
+    bool by_text_; // the line itself is the only part
     Collation collation_;
-    std::string point_, separator_; // of numbers
+    std::unique_ptr<FirstPass> first_pass_; // where the locale compares by rules
+    std::string point_, separator_;         // of numbers
     mutable CollationKeys keys_;
     FieldCutter cutter_;
     mutable std::string text_, upper_;

@@ -3,6 +3,7 @@
 #include "text/encoded.h"
 #include "tree/locale_handle.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace qbgl {
@@ -52,7 +53,7 @@ bool LineReader::fill() {
     return count > 0;
 }
 
-bool LineReader::next(Line &line) {
+bool LineReader::read_on(Line &line) {
     size_t end = find_end(begin_);
     while (end == filled_ && !at_end_) {
         const size_t searched = filled_ - begin_;
@@ -60,11 +61,15 @@ bool LineReader::next(Line &line) {
         end = find_end(begin_ + searched);
     }
     if (begin_ == filled_) return false;
-    line = {{buffer_.data() + begin_, end - begin_}, ++number_, offset_};
-    const size_t taken = end == filled_ ? end - begin_ : end - begin_ + end_.size();
-    begin_ += taken;
-    offset_ += taken;
+    hand_out(line, end, end == filled_ ? 0 : end_.size());
     return true;
+}
+
+std::string_view LineReader::at_hand(const Line &last, size_t size) const {
+    const char *const begin = buffer_.data() + begin_;
+    const void *found = end_.size() == 1 ? memrchr(begin, end_[0], std::min(filled_ - begin_, size)) : nullptr;
+    if (found == nullptr) return last.text;
+    return {last.text.data(), static_cast<size_t>(static_cast<const char *>(found) + 1 - last.text.data())};
 }
 
 } // namespace qbgl

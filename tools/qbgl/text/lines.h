@@ -4,6 +4,7 @@
 #include "qbgl.h"
 
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -29,9 +30,26 @@ class LineReader {
         : source_(std::move(source)), end_(std::move(end)), buffer_(block) {}
 
     // False at the end of the text. The last line may lack its end.
-    bool next(Line &line);
+    bool next(Line &line) {
+        if (end_.size() == 1) {
+            if (const void *found = std::memchr(buffer_.data() + begin_, end_[0], filled_ - begin_)) {
+                hand_out(line, static_cast<size_t>(static_cast<const char *>(found) - buffer_.data()), 1);
+                return true;
+            }
+        }
+        return read_on(line);
+    }
+    // The last line and those behind it that are in memory, as they stand, some `size` bytes of them; the last one alone where ends
+    // of lines have several bytes.
+    std::string_view at_hand(const Line &last, size_t size) const;
 
   private:
+    void hand_out(Line &line, size_t end, size_t end_size) {
+        line = {{buffer_.data() + begin_, end - begin_}, ++number_, offset_};
+        offset_ += end + end_size - begin_;
+        begin_ = end + end_size;
+    }
+    bool read_on(Line &line);
     size_t find_end(size_t from) const;
     bool fill();
 

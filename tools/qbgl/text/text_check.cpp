@@ -38,6 +38,7 @@ TextCheck::TextCheck(gl_locale &locale, std::string nul_remedy) : locale_(locale
     for (int byte = 0; byte < 256; ++byte) known_[byte] = view.plain(std::string(1, static_cast<char>(byte))) != "\uFFFD";
     const bool any = std::find(std::begin(known_), std::end(known_), true) != std::end(known_);
     if (!any) std::fill(std::begin(known_), std::end(known_), true);
+    only_nul_is_bad_ = std::find(std::begin(known_) + 1, std::end(known_), false) == std::end(known_);
 }
 
 void TextCheck::operator()(const Line &line, const std::string &file) {
@@ -51,6 +52,7 @@ void TextCheck::operator()(const Line &line, const std::string &file) {
 
 bool TextCheck::is_sound(std::string_view text) {
     if (text.size() > CollationKeys::LONGEST) return false;
+    if (only_nul_is_bad_) return text.find('\0') == std::string_view::npos;
     if (locale_.single_byte != 0) {
         return std::all_of(text.begin(), text.end(), [&](char byte) { return byte != '\0' && known_[static_cast<uint8_t>(byte)]; });
     }

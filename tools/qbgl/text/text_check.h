@@ -26,8 +26,9 @@ class TextCheck {
 
     gl_locale &locale_;
     std::string nul_remedy_;
-    bool known_[256] = {}; // the bytes that are characters of a single-byte codeset
-    bool is_ascii_ = true; // of another: the bytes of ASCII are characters
+    bool known_[256] = {};         // the bytes that are characters of a single-byte codeset
+    bool only_nul_is_bad_ = false; // and all of them are
+    bool is_ascii_ = true;         // of another: the bytes of ASCII are characters
     std::vector<gl_wchar> wide_;
 };
 
