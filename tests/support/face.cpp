@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <deque>
 #include <memory>
+#include <sstream>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -115,7 +117,7 @@ int flag(Scene &s) { return static_cast<int>(s.in.below(2)); }
 int base(Scene &s) { return static_cast<int>(s.in.below(38)); }
 
 // As far as both texts go.
-template <auto function, auto text> void compare_beginnings(Scene &s) {
+void compare_beginnings(Scene &s, auto function, auto text) {
     const auto *one = (s.*text)();
     const int length = s.count();
     const auto *other = (s.*text)();
@@ -145,25 +147,31 @@ void encode_all(Scene &s) {
     gl_full_wcstombs(s.locale, s.out(static_cast<size_t>(bytes)), text, bytes);
 }
 
-template <auto function> void map_text(Scene &s) {
+void map_text(Scene &s, auto function) {
     const char *text = s.terminated();
     char *out = s.out(static_cast<size_t>(gl_case_conv_outbuflen(s.locale, s.count())) + s.terminator);
     function(s.locale, out, text);
 }
-template <auto function> void map_wide_text(Scene &s) {
+void map_wide_text(Scene &s, auto function) {
     const gl_wchar *text = s.wide_terminated();
     function(s.locale, s.wide_out(static_cast<size_t>(s.count()) + 1), text);
 }
 
-template <auto function, auto text> void put(Scene &s) {
+void get(Scene &s) {
+    const char *text = s.counted();
+    std::string_view rest(text, static_cast<size_t>(s.count()));
+    int length = 0;
+    gl_getmb(s.locale, s.out(longest(s)), next_byte, &rest, &length);
+}
+void put(Scene &s, auto function, auto text) {
     int left = s.small(), count = 0;
     const char *character = (s.*text)();
-    if (function == _qbx_gl_putmb && s.count() == 0) return; // which wants a length of 1 or more
+    if (function == &_qbx_gl_putmb && s.count() == 0) return; // which wants a length of 1 or more
     function(s.locale, s.or_null(character), s.count(), take_byte, &left, &count);
 }
 
 // A text that is changed in its place, where it may grow by as much as one character is longer than another.
-template <auto function> void replace(Scene &s) {
+void replace(Scene &s, auto function) {
     const std::string &text = s.some_text();
     if (text.empty()) return; // the terminator is not to be replaced
     char *place = s.copy<char>(text + std::string(s.terminator, '\0'), 3);
@@ -176,18 +184,18 @@ template <auto function> void replace(Scene &s) {
     }
 }
 // A character that is there, or the terminator: nothing else keeps the function from going on.
-template <auto function> void find_by_index(Scene &s) {
+void find_by_index(Scene &s, auto function) {
     const char *text = s.terminated();
     const int characters = std::max(_qbx_gl_im_mbfslen(s.locale, text, -1), 0);
     function(s.locale, text, static_cast<int>(s.in.below(static_cast<unsigned>(characters) + 2)) - 1);
 }
-template <auto function, auto text> void to_a_place(Scene &s) {
+void to_a_place(Scene &s, auto function, auto text) {
     const auto *begin = (s.*text)();
     function(s.locale, begin, begin + s.up_to_count());
 }
 
 // Where a symbol ends at a position, the text reaches back as far as any symbol is long.
-template <auto function> void find_symbol(Scene &s) {
+void find_symbol(Scene &s, auto function) {
     const gl_wchar *text = s.wide_terminated();
     const int monetary = flag(s), backward = flag(s);
     int longest = 0;
@@ -197,7 +205,7 @@ template <auto function> void find_symbol(Scene &s) {
     if (backward == 0 || s.count() >= longest) function(s.locale, text + backward * s.count(), backward, monetary);
 }
 
-template <auto add, auto find, auto release, auto text> void find_words(Scene &s) {
+void find_words(Scene &s, auto add, auto find, auto release, auto text) {
     void *root = nullptr;
     int length = 0, value = 0;
     for (unsigned words = s.in.below(4); words > 0; --words) add(s.locale, &root, s.terminated(), s.small());
@@ -222,7 +230,7 @@ void convert(Scene &s) {
     }
 }
 
-template <auto function> void to_symbols(Scene &s) {
+void to_symbols(Scene &s, auto function) {
     const bool counted = flag(s) != 0;
     const auto *text = [&] {
         if constexpr (std::is_invocable_v<decltype(function), gl_charmap *, char *, int, const char **, int>)
@@ -235,7 +243,7 @@ template <auto function> void to_symbols(Scene &s) {
     char *out = s.out();
     function(s.cm, out, s.room(), &text, counted ? length : -flag(s));
 }
-template <auto function> void from_symbols(Scene &s) {
+void from_symbols(Scene &s, auto function) {
     const char *text = s.word();
     auto *out = [&] {
         if constexpr (std::is_invocable_v<decltype(function), gl_charmap *, char *, int, const char **>)
@@ -252,9 +260,9 @@ const char *directory(Scene &s) {
     constexpr const char *DIRECTORIES[] = {nullptr, "", "/d", "/a/longer/directory"};
     return DIRECTORIES[s.in.below(4)];
 }
-template <auto function, size_t SIZE, size_t DIRECTORIES = 0> void specify(Scene &s) {
+void specify(Scene &s, auto function, size_t size, size_t directories = 0) {
     const char *text = s.word(), *const place = directory(s);
-    char *const out = s.out(SIZE + (place != nullptr ? DIRECTORIES * strlen(place) : 0));
+    char *const out = s.out(size + (place != nullptr ? directories * strlen(place) : 0));
     if constexpr (std::is_invocable_v<decltype(function), void *, const char *, char *, const char *, const char *>)
         function(&error, s.or_null(text), out, nullptr, place);
     else
@@ -262,7 +270,7 @@ template <auto function, size_t SIZE, size_t DIRECTORIES = 0> void specify(Scene
 }
 
 // What a name finds. The host's functions say what is in the file.
-template <auto open> void load_locale(Scene &s) {
+void load_locale(Scene &s, auto open) {
     gl_locale *loaded = nullptr;
     const char *text = s.word(), *const place = directory(s);
     if constexpr (std::is_invocable_v<decltype(open), gl_locale **, const char *, const char *, const char *>)
@@ -273,7 +281,7 @@ template <auto open> void load_locale(Scene &s) {
         open(&loaded);
     gl_lc_unload(loaded);
 }
-template <auto open> void open_conversion(Scene &s) {
+void open_conversion(Scene &s, auto open) {
     gl_cv *opened = nullptr;
     const char *to = s.word(), *const from = s.word();
     if constexpr (std::is_invocable_v<decltype(open), gl_cv **, const char *, const char *, const char *, const char *>)
@@ -284,13 +292,34 @@ template <auto open> void open_conversion(Scene &s) {
         open(&opened, s.or_null(to));
     gl_cv_unload(opened);
 }
-template <auto search, auto release> void find_file(Scene &s) {
+void find_file(Scene &s, auto search, auto release) {
     const char *name = s.word();
     if (auto *found = search(&error, name, "lc", "11")) release(found);
 }
 
+void open_file(Scene &s) {
+    if (FILE *file = gl_open_file(&error, s.word())) _gl_ext_fclose(file);
+}
+void load_charmap(Scene &s) {
+    gl_charmap *loaded = nullptr;
+    const char *const name = s.word();
+    gl_cm_load(&loaded, name, nullptr, directory(s));
+    gl_cm_unload(loaded);
+}
+void name_conversion(Scene &s) {
+    const char *const place = directory(s);
+    char *const out = s.out(14 + (place != nullptr ? strlen(place) : 0));
+    gl_cs_nums2cv_fname(&error, static_cast<uint16_t>(s.mask()), 0xFFFF, out, place);
+}
+void find_specification(Scene &s) {
+    const char *text = s.word();
+    char *out = s.out(19);
+    uint16_t number = 0;
+    _gl_is_xopen_spec(&error, &text, &out, &number, nullptr);
+}
+
 // A sharing handle for one call.
-template <auto use> void share(Scene &s) {
+void share(Scene &s, auto use) {
     gl_locale *target = nullptr;
     if (gl_create_null_locale_4(&target) != 0) return;
     const int category = flag(s) != 0 ? GL_CAT_ALL : static_cast<int>(s.in.below(9));
@@ -302,7 +331,7 @@ void use_shared(gl_locale *target, int) {
     gl_destroystring(gl_setlocale_4(target, GL_CAT_ALL, nullptr));
 }
 
-template <auto function> void convert_date(Scene &s) {
+void convert_date(Scene &s, auto function) {
     gl_tm date = {0, 0, 0, 0, s.small(), s.small(), s.small(), static_cast<int32_t>(s.mask()), 0, 0, 0, 0, 0};
     function(s.locale, &date, &date);
 }
@@ -313,256 +342,178 @@ char *text_end;
 int *const LENGTH = &length_found;
 char **const END = &text_end;
 
-} // namespace
+template <auto function, class Body> void run(Scene &s) { Body{}(s, function); }
 
-// The arguments are evaluated in their order, whatever the compiler.
+// A call for each function; `names` has their names, separated by ", ".
+template <auto... functions, class Body> void add(std::vector<Call> &calls, const char *names, Needs needs, Body) {
+    static std::deque<std::string> kept;
+    std::istringstream words(names);
+    const auto next = [&] {
+        words >> kept.emplace_back();
+        if (kept.back().ends_with(',')) kept.back().pop_back();
+        return kept.back().c_str();
+    };
+    (calls.push_back({next(), needs, run<functions, Body>}), ...);
+}
+
+// Functions that are called in one way: by an expression with the scene s and the function f, or with a list of arguments, which
+// are evaluated in their order, whatever the compiler.
 // clang-format off
-#define CALL_WITH(record, function, ...) \
-    {#function, Needs::record, [](Scene &s) { std::apply(function, std::tuple{__VA_ARGS__}); }}
-#define CALL(function, ...) CALL_WITH(locale, function, s.locale __VA_OPT__(,) __VA_ARGS__)
-#define CALL_FREE(function, ...) CALL_WITH(nothing, function, __VA_ARGS__)
-#define BY(record, function, ...) {#function, Needs::record, __VA_ARGS__}
+#define BY(record, expression, ...) \
+    add<__VA_ARGS__>(calls, #__VA_ARGS__, Needs::record, [](Scene &s, [[maybe_unused]] auto f) { expression; })
+#define WITH(record, arguments, ...) BY(record, std::apply(f, std::tuple{EACH_OF arguments}), __VA_ARGS__)
+#define EACH_OF(...) __VA_ARGS__
 // clang-format on
 
-namespace {
+std::vector<Call> table() {
+    std::vector<Call> calls;
 
-constexpr Call TABLE[] = {
     // Characters
-    CALL(gl_full_mbtowc, s.wide_out(1), s.or_null(s.counted()), s.up_to_count()),
-    CALL(_qbx_gl_full_mbtowc, s.wide_out(1), s.or_null(s.either()), s.count()),
-    CALL(gl_mbtowc, s.wide_out(1), s.or_null(s.counted()), s.up_to_count()),
-    CALL(gl_full_mbtowc, s.wide_out(1), s.terminated(), 4), // up to the terminator
-    CALL(gl_mbtowc, s.wide_out(1), s.terminated(), 4),
-    CALL(gl_full_mblen, s.terminated(), 4),
-    CALL(gl_full_wctomb, s.out(4), s.value()),
-    CALL(gl_wctomb, s.out(4), s.value()),
-    CALL(_gl_sl_wctomb, s.out(4), s.value()),
-    CALL(gl_full_mblen, s.or_null(s.counted()), s.up_to_count()),
-    CALL(gl_mblen, s.or_null(s.counted()), s.up_to_count()),
-    CALL(_qbx_gl_full_mblen, s.or_null(s.counted()), s.up_to_count()),
-    CALL(gl_wclen, s.value()),
-    CALL(gl_mb_loc_max),
-    CALL(gl_mb_loc_min),
-    CALL(gl_mbsterm, s.out(s.terminator)),
-    CALL(gl_ismbsterm, s.terminated()),
+    WITH(locale, (s.locale, s.wide_out(1), s.or_null(s.counted()), s.up_to_count()), gl_full_mbtowc, gl_mbtowc);
+    WITH(locale, (s.locale, s.wide_out(1), s.or_null(s.either()), s.count()), _qbx_gl_full_mbtowc);
+    WITH(locale, (s.locale, s.wide_out(1), s.terminated(), 4), gl_full_mbtowc, gl_mbtowc); // up to the terminator
+    WITH(locale, (s.locale, s.terminated(), 4), gl_full_mblen);
+    WITH(locale, (s.locale, s.or_null(s.counted()), s.up_to_count()), gl_full_mblen, gl_mblen, _qbx_gl_full_mblen,
+         _qbx_gl_full_mbsnext);
+    WITH(locale, (s.locale, s.out(4), s.value()), gl_full_wctomb, gl_wctomb, _gl_sl_wctomb);
+    WITH(locale, (s.locale, s.value()), gl_wclen, _gl_im_towupper, _gl_im_towlower, gl_wcwidth);
+    WITH(locale, (s.locale, s.value(), s.mask()), _gl_im_iswctype, gl_iswctype);
+    WITH(locale, (s.locale, s.terminated(), s.mask()), _gl_im_ismctype);
+    WITH(locale, (s.locale, s.counted(), s.up_to_count(), s.mask()), _qbx_gl_im_ismctype);
+    WITH(locale, (s.locale, s.out(4), s.terminated()), _gl_im_tomupper, _gl_im_tomlower);
+    WITH(locale, (s.locale, s.out(4), s.counted(), s.up_to_count()), _qbx_gl_im_tomupper, _qbx_gl_im_tomlower);
+    WITH(locale, (s.locale, s.out(s.terminator)), gl_mbsterm);
 
     // Texts
-    CALL(gl_mbstowcs, s.wide_out(), s.terminated(), s.room()),
-    BY(locale, gl_mbstowcs, decode_all),
-    CALL(gl_mbfstowcfs, s.wide_out(), s.either_not_empty(), s.count(), s.room()),
-    CALL(_gl_im_mbstowcs, s.wide_out(), s.terminated(), s.room()),
-    CALL(_qbx_gl_im_mbfstowcfs, s.wide_out(), s.either_not_empty(), s.count(), s.room()),
-    BY(locale, _qbx_gl_is_wcstombs, encode_single),
-    CALL(gl_full_wcstombs, s.out(), s.wide_terminated(), s.room()),
-    CALL(_qbx_gl_full_wcstombs, s.out(), s.wide_either_not_empty(), s.count(), s.room()),
-    BY(locale, gl_full_wcstombs, encode_all),
-    CALL_FREE(gl_wcslen, s.wide_terminated()),
-    CALL_FREE(gl_wcsbytes, s.wide_terminated()),
-    CALL(_gl_im_mbslen, s.terminated()),
-    CALL(_qbx_gl_im_mbfslen, s.either(), s.count()),
-    CALL(gl_mbsbytes, s.or_null(s.terminated())),
-    CALL(gl_mbsbytes_nt, s.or_null(s.terminated())),
-
-    // Classes and case
-    CALL(gl_ctype, s.word()),
-    CALL(_gl_im_iswctype, s.value(), s.mask()),
-    CALL(gl_iswctype, s.value(), s.mask()),
-    CALL(_gl_im_ismctype, s.terminated(), s.mask()),
-    CALL(_qbx_gl_im_ismctype, s.counted(), s.up_to_count(), s.mask()),
-    CALL(_gl_im_towupper, s.value()),
-    CALL(_gl_im_towlower, s.value()),
-    CALL(_gl_im_tomupper, s.out(4), s.terminated()),
-    CALL(_gl_im_tomlower, s.out(4), s.terminated()),
-    CALL(_qbx_gl_im_tomupper, s.out(4), s.counted(), s.up_to_count()),
-    CALL(_qbx_gl_im_tomlower, s.out(4), s.counted(), s.up_to_count()),
-    BY(locale, gl_tombsupper, map_text<gl_tombsupper>),
-    BY(locale, gl_tombslower, map_text<gl_tombslower>),
-    BY(locale, gl_towcsupper, map_wide_text<gl_towcsupper>),
-    BY(locale, gl_towcslower, map_wide_text<gl_towcslower>),
-    CALL(gl_tombfsupper, s.out(), s.room(), s.either(), s.count()),
-    CALL(gl_tombfslower, s.out(), s.room(), s.either(), s.count()),
-    CALL(gl_towcfsupper, s.wide_out(), s.room(), s.wide_either(), s.count()),
-    CALL(gl_towcfslower, s.wide_out(), s.room(), s.wide_either(), s.count()),
-    CALL(gl_case_conv_outbuflen, s.small()),
+    WITH(locale, (s.locale, s.terminated()), gl_ismbsterm, _gl_im_mbslen);
+    WITH(locale, (s.locale, s.or_null(s.terminated())), gl_mbsbytes, gl_mbsbytes_nt, gl_full_mbsnext, gl_mbsnext, gl_mbsntslen,
+         gl_mbsntsbytes, gl_mbsp, gl_mbwidth);
+    WITH(locale, (s.locale, s.wide_out(), s.terminated(), s.room()), gl_mbstowcs, _gl_im_mbstowcs);
+    WITH(locale, (s.locale, s.wide_out(), s.either_not_empty(), s.count(), s.room()), gl_mbfstowcfs, _qbx_gl_im_mbfstowcfs);
+    WITH(locale, (s.locale, s.out(), s.wide_terminated(), s.room()), gl_full_wcstombs);
+    WITH(locale, (s.locale, s.out(), s.wide_either_not_empty(), s.count(), s.room()), _qbx_gl_full_wcstombs);
+    BY(locale, decode_all(s), gl_mbstowcs);
+    BY(locale, encode_all(s), gl_full_wcstombs);
+    BY(locale, encode_single(s), _qbx_gl_is_wcstombs);
+    WITH(nothing, (s.wide_terminated()), gl_wcslen, gl_wcsbytes, gl_iswcexponent);
+    WITH(locale, (s.locale, s.either(), s.count()), _qbx_gl_im_mbfslen);
+    BY(locale, map_text(s, f), gl_tombsupper, gl_tombslower);
+    BY(locale, map_wide_text(s, f), gl_towcsupper, gl_towcslower);
+    WITH(locale, (s.locale, s.out(), s.room(), s.either(), s.count()), gl_tombfsupper, gl_tombfslower);
+    WITH(locale, (s.locale, s.wide_out(), s.room(), s.wide_either(), s.count()), gl_towcfsupper, gl_towcfslower);
+    WITH(locale, (s.locale, s.small()), gl_case_conv_outbuflen);
 
     // Comparison and keys
-    CALL(gl_wcscmp, s.wide_terminated(), s.wide_terminated()),
-    CALL(gl_full_mbscmp, s.terminated(), s.terminated()),
-    BY(locale, gl_wcsncmp, (compare_beginnings<gl_wcsncmp, &Scene::wide_counted>)),
-    BY(locale, gl_full_mbsncmp, (compare_beginnings<gl_full_mbsncmp, &Scene::counted>)),
-    CALL(_qbx_gl_wcfscmp, s.wide_counted(), s.count(), s.wide_counted(), s.count()),
-    CALL(_qbx_gl_mbscmp, s.either(), s.count(), s.either(), s.count()),
-    CALL(_qbx_gl_full_wcscoll, s.wide_either(), s.count(), s.wide_either(), s.count()),
-    CALL(gl_full_wcscoll, s.or_null(s.wide_terminated()), s.wide_terminated()),
-    CALL(gl_wcsxfrm, s.out(), s.or_null(s.wide_terminated()), s.room()),
-    CALL(gl_wcfsxfrm, s.out(), s.or_null(s.wide_either()), s.count(), s.room()),
-    CALL(gl_mbfsxfrm, s.out(), s.or_null(s.either()), s.count(), s.room()),
-    CALL(gl_mbscoll, s.or_null(s.terminated()), s.terminated()),
-    CALL(gl_mbfscoll, s.either(), s.count(), s.either(), s.count()),
-    CALL(gl_mbsxfrm, s.out(), s.or_null(s.terminated()), s.room()),
-    CALL(_gl_im_mbscoll, s.or_null(s.terminated()), s.terminated()),
-    CALL(_qbx_gl_im_mbfscoll, s.either(), s.count(), s.either(), s.count()),
-    CALL(gl_full_mbsxfrm, s.out(), s.or_null(s.terminated()), s.room()),
+    WITH(locale, (s.locale, s.wide_terminated(), s.wide_terminated()), gl_wcscmp);
+    WITH(locale, (s.locale, s.terminated(), s.terminated()), gl_full_mbscmp);
+    BY(locale, compare_beginnings(s, f, &Scene::wide_counted), gl_wcsncmp);
+    BY(locale, compare_beginnings(s, f, &Scene::counted), gl_full_mbsncmp);
+    WITH(locale, (s.locale, s.wide_counted(), s.count(), s.wide_counted(), s.count()), _qbx_gl_wcfscmp);
+    WITH(locale, (s.locale, s.either(), s.count(), s.either(), s.count()), _qbx_gl_mbscmp, gl_mbfscoll, _qbx_gl_im_mbfscoll);
+    WITH(locale, (s.locale, s.wide_either(), s.count(), s.wide_either(), s.count()), _qbx_gl_full_wcscoll);
+    WITH(locale, (s.locale, s.or_null(s.terminated()), s.terminated()), gl_mbscoll, _gl_im_mbscoll);
+    WITH(locale, (s.locale, s.or_null(s.wide_terminated()), s.wide_terminated()), gl_full_wcscoll);
+    WITH(locale, (s.locale, s.out(), s.or_null(s.terminated()), s.room()), gl_mbsxfrm, gl_full_mbsxfrm);
+    WITH(locale, (s.locale, s.out(), s.or_null(s.wide_terminated()), s.room()), gl_wcsxfrm);
+    WITH(locale, (s.locale, s.out(), s.or_null(s.either()), s.count(), s.room()), gl_mbfsxfrm);
+    WITH(locale, (s.locale, s.out(), s.or_null(s.wide_either()), s.count(), s.room()), gl_wcfsxfrm);
 
     // Stepping, trailing blanks, width
-    CALL(gl_full_mbsnext, s.or_null(s.terminated())),
-    CALL(gl_mbsnext, s.or_null(s.terminated())),
-    CALL(_qbx_gl_full_mbsnext, s.or_null(s.counted()), s.up_to_count()),
-    BY(locale, gl_full_mbsprev, (to_a_place<gl_full_mbsprev, &Scene::terminated>)),
-    BY(locale, gl_mbsprev, (to_a_place<gl_mbsprev, &Scene::terminated>)),
-    BY(locale, gl_full_getmbsi, find_by_index<gl_full_getmbsi>),
-    CALL(gl_getmbsinull, s.or_null(s.terminated()), s.small()),
-    BY(locale, gl_full_putmbsi, replace<gl_full_putmbsi>),
-    BY(locale, gl_mbcreplace, replace<gl_mbcreplace>),
-    CALL(gl_wcsntslen, s.or_null(s.wide_terminated())),
-    CALL(_qbx_gl_wcsntslen, s.or_null(s.wide_either()), s.count()),
-    CALL(gl_mbsntslen, s.or_null(s.terminated())),
-    CALL(gl_mbsntsbytes, s.or_null(s.terminated())),
-    CALL(_qbx_gl_mbsntsbytes, s.or_null(s.either()), s.count()),
-    CALL(gl_mbsp, s.or_null(s.terminated())),
-    CALL(gl_wcsntstrunc, const_cast<gl_wchar *>(s.or_null(s.wide_terminated()))),
-    CALL(gl_mbsntstrunc, const_cast<char *>(s.or_null(s.terminated()))),
-    CALL(gl_wcwidth, s.value()),
-    CALL(gl_mbwidth, s.or_null(s.terminated())),
-    CALL(gl_wcswidth, s.or_null(s.wide_terminated()), s.small() * 8),
-    CALL(gl_mbswidth, s.or_null(s.terminated()), s.small() * 8),
-    BY(locale, gl_wcspwidth, (to_a_place<gl_wcspwidth, &Scene::wide_terminated>)),
-    BY(locale, gl_mbspwidth, (to_a_place<gl_mbspwidth, &Scene::terminated>)),
+    BY(locale, to_a_place(s, f, &Scene::terminated), gl_full_mbsprev, gl_mbsprev, gl_mbspwidth);
+    BY(locale, to_a_place(s, f, &Scene::wide_terminated), gl_wcspwidth);
+    BY(locale, find_by_index(s, f), gl_full_getmbsi);
+    WITH(locale, (s.locale, s.or_null(s.terminated()), s.small()), gl_getmbsinull);
+    BY(locale, replace(s, f), gl_full_putmbsi, gl_mbcreplace);
+    WITH(locale, (s.locale, s.or_null(s.wide_terminated())), gl_wcsntslen);
+    WITH(locale, (s.locale, s.or_null(s.wide_either()), s.count()), _qbx_gl_wcsntslen);
+    WITH(locale, (s.locale, s.or_null(s.either()), s.count()), _qbx_gl_mbsntsbytes);
+    WITH(locale, (s.locale, const_cast<gl_wchar *>(s.or_null(s.wide_terminated()))), gl_wcsntstrunc);
+    WITH(locale, (s.locale, const_cast<char *>(s.or_null(s.terminated()))), gl_mbsntstrunc);
+    WITH(locale, (s.locale, s.or_null(s.wide_terminated()), s.small() * 8), gl_wcswidth);
+    WITH(locale, (s.locale, s.or_null(s.terminated()), s.small() * 8), gl_mbswidth);
 
     // Streams
-    BY(locale, gl_getmb,
-       [](Scene &s) {
-           const char *text = s.counted();
-           std::string_view rest(text, static_cast<size_t>(s.count()));
-           int length = 0;
-           gl_getmb(s.locale, s.out(longest(s)), next_byte, &rest, &length);
-       }),
-    CALL(gl_full_fgetmb, s.out(longest(s)), reading(s).get()),
-    CALL(gl_full_fgetwc, reading(s).get()),
-    CALL(gl_fgetmbs, s.out(), s.room(), reading(s).get()),
-    CALL(gl_fgetwcs, s.wide_out(), s.room(), reading(s).get()),
-    BY(locale, gl_putmb, (put<gl_putmb, &Scene::either>)),
-    BY(locale, _qbx_gl_putmb, (put<_qbx_gl_putmb, &Scene::counted>)),
-    CALL(gl_fputmb, s.terminated(), writing(s).get()),
-    CALL(gl_fputwc, s.value(), writing(s).get()),
-    CALL(gl_fputmbs, s.or_null(s.terminated()), writing(s).get()),
-    CALL(gl_fputwcs, s.or_null(s.wide_terminated()), writing(s).get()),
+    BY(locale, get(s), gl_getmb);
+    WITH(locale, (s.locale, s.out(longest(s)), reading(s).get()), gl_full_fgetmb);
+    WITH(locale, (s.locale, reading(s).get()), gl_full_fgetwc);
+    WITH(locale, (s.locale, s.out(), s.room(), reading(s).get()), gl_fgetmbs);
+    WITH(locale, (s.locale, s.wide_out(), s.room(), reading(s).get()), gl_fgetwcs);
+    BY(locale, put(s, f, &Scene::either), gl_putmb);
+    BY(locale, put(s, f, &Scene::counted), _qbx_gl_putmb);
+    WITH(locale, (s.locale, s.terminated(), writing(s).get()), gl_fputmb);
+    WITH(locale, (s.locale, s.value(), writing(s).get()), gl_fputwc);
+    WITH(locale, (s.locale, s.or_null(s.terminated()), writing(s).get()), gl_fputmbs);
+    WITH(locale, (s.locale, s.or_null(s.wide_terminated()), writing(s).get()), gl_fputwcs);
 
     // Numbers, calendars, words
-    CALL(gl_wcstol, s.or_null(s.wide_terminated()), nullptr, base(s), flag(s)),
-    CALL(gl_wcstoul, s.or_null(s.wide_terminated()), nullptr, base(s), flag(s)),
-    CALL(gl_wcstoull, s.or_null(s.wide_terminated()), nullptr, base(s), flag(s)),
-    CALL(gl_mbstol, s.or_null(s.terminated()), END, base(s), flag(s)),
-    CALL(gl_mbstoul, s.or_null(s.terminated()), END, base(s), flag(s)),
-    CALL(gl_wcstod, s.or_null(s.wide_terminated()), nullptr, flag(s)),
-    CALL(gl_wcstod_num_mon, s.or_null(s.wide_terminated()), nullptr, flag(s), flag(s)),
-    CALL(gl_mbstod, s.or_null(s.terminated()), END, flag(s)),
-    CALL(gl_ltowcs, s.wide_out(), s.room(), static_cast<long>(s.value()), base(s), flag(s)),
-    CALL(gl_ultowcs, s.wide_out(), s.room(), s.value(), base(s), flag(s)),
-    CALL(gl_ltombs, s.out(), s.room(), static_cast<long>(s.value()), base(s), flag(s)),
-    CALL(gl_ultombs, s.out(), s.room(), s.value(), base(s), flag(s)),
-    BY(locale, gl_iswgrpsymb, find_symbol<gl_iswgrpsymb>),
-    BY(locale, gl_iswcdecml, find_symbol<gl_iswcdecml>),
-    CALL_FREE(gl_iswcexponent, s.wide_terminated()),
-    CALL_FREE(gl_getDecimalCharIndex, s.word()),
-    BY(locale, gl_cal_gregorian_to_local, convert_date<gl_cal_gregorian_to_local>),
-    BY(locale, gl_cal_local_to_gregorian, convert_date<gl_cal_local_to_gregorian>),
-    CALL(gl_alt_getcentury),
-    BY(locale, _gl_cache_mb_string,
-       (find_words<_gl_cache_mb_string, _gl_validate_mb_string, _gl_free_mb_cache, &Scene::terminated>)),
-    BY(locale, _gl_cache_wc_string,
-       (find_words<_gl_cache_wc_string, _gl_validate_wc_string, _gl_free_wc_cache, &Scene::wide_terminated>)),
+    WITH(locale, (s.locale, s.or_null(s.wide_terminated()), nullptr, base(s), flag(s)), gl_wcstol, gl_wcstoul, gl_wcstoull);
+    WITH(locale, (s.locale, s.or_null(s.terminated()), END, base(s), flag(s)), gl_mbstol, gl_mbstoul);
+    WITH(locale, (s.locale, s.or_null(s.wide_terminated()), nullptr, flag(s)), gl_wcstod);
+    WITH(locale, (s.locale, s.or_null(s.wide_terminated()), nullptr, flag(s), flag(s)), gl_wcstod_num_mon);
+    WITH(locale, (s.locale, s.or_null(s.terminated()), END, flag(s)), gl_mbstod);
+    WITH(locale, (s.locale, s.wide_out(), s.room(), s.value(), base(s), flag(s)), gl_ltowcs, gl_ultowcs);
+    WITH(locale, (s.locale, s.out(), s.room(), s.value(), base(s), flag(s)), gl_ltombs, gl_ultombs);
+    BY(locale, find_symbol(s, f), gl_iswgrpsymb, gl_iswcdecml);
+    WITH(nothing, (s.word()), gl_getDecimalCharIndex);
+    BY(locale, convert_date(s, f), gl_cal_gregorian_to_local, gl_cal_local_to_gregorian);
+    BY(locale, find_words(s, f, _gl_validate_mb_string, _gl_free_mb_cache, &Scene::terminated), _gl_cache_mb_string);
+    BY(locale, find_words(s, f, _gl_validate_wc_string, _gl_free_wc_cache, &Scene::wide_terminated), _gl_cache_wc_string);
 
     // The codeset's table
-    CALL_WITH(locale, _gl_retrieve_text_multi, s.terminated(), s.locale->ctype.codeset_table, LENGTH, nullptr),
-    CALL_WITH(locale, _gl_retrieve_text_multi_nl, s.terminated(), s.locale->ctype.codeset_table, nullptr),
-    CALL_WITH(locale, _gl_retrieve_text_multi_nv, s.terminated(), s.locale->ctype.codeset_table, nullptr),
-    CALL_WITH(locale, _gl_retrieve_text_multi_limit, s.counted(), s.locale->ctype.codeset_table, s.count(), LENGTH, nullptr),
-    CALL_WITH(locale, _gl_retrieve_text_multi_limit_nl, s.counted(), s.locale->ctype.codeset_table, s.count(), nullptr),
-    CALL_WITH(locale, _gl_retrieve_wchar_multi_nl, nullptr, s.value(), s.locale->ctype.codeset_table),
-    CALL_WITH(conversion, _gl_retrieve_little_endian_unicode_limit, s.counted(), s.cd->main_table, s.count(), s.cd),
+    WITH(locale, (s.terminated(), s.locale->ctype.codeset_table, LENGTH, nullptr), _gl_retrieve_text_multi);
+    WITH(locale, (s.terminated(), s.locale->ctype.codeset_table, nullptr), _gl_retrieve_text_multi_nl, _gl_retrieve_text_multi_nv);
+    WITH(locale, (s.counted(), s.locale->ctype.codeset_table, s.count(), LENGTH, nullptr), _gl_retrieve_text_multi_limit);
+    WITH(locale, (s.counted(), s.locale->ctype.codeset_table, s.count(), nullptr), _gl_retrieve_text_multi_limit_nl);
+    WITH(locale, (nullptr, s.value(), s.locale->ctype.codeset_table), _gl_retrieve_wchar_multi_nl);
+    WITH(conversion, (s.counted(), s.cd->main_table, s.count(), s.cd), _gl_retrieve_little_endian_unicode_limit);
 
     // Handles
-    CALL(gl_localeconv),
-    CALL(gl_order_fingerprint),
-    CALL(gl_errno),
-    CALL(gl_clear_errno),
-    BY(locale, gl_copy_cat, share<use_shared>),
-    BY(locale, gl_make_null_category, share<gl_make_null_category>),
-    BY(locale, gl_free_category, share<gl_free_category>),
-    BY(nothing, gl_lc_load, load_locale<gl_lc_load>),
-    BY(nothing, gl_createlocale_4, load_locale<gl_createlocale_4>),
-    BY(nothing, gl_createlocale2_4, load_locale<gl_createlocale2_4>),
-    BY(nothing, gl_create_null_locale_4, load_locale<gl_create_null_locale_4>),
+    WITH(locale, (s.locale), gl_mb_loc_max, gl_mb_loc_min, gl_alt_getcentury, gl_localeconv, gl_order_fingerprint, gl_errno,
+         gl_clear_errno);
+    WITH(locale, (s.locale, s.word()), gl_ctype);
+    BY(locale, share(s, use_shared), gl_copy_cat);
+    BY(locale, share(s, f), gl_make_null_category, gl_free_category);
+    BY(nothing, load_locale(s, f), gl_lc_load, gl_createlocale_4, gl_createlocale2_4, gl_create_null_locale_4);
 
     // Conversions and charmaps
-    BY(conversion, gl_cv_mconv, convert),
-    CALL_WITH(conversion, gl_iconv_expansion, s.cd),
-    CALL_WITH(conversion, gl_cv_outbuflen, s.cd, s.small()),
-    BY(nothing, gl_cv_load, open_conversion<gl_cv_load>),
-    BY(nothing, gl_cv_open, open_conversion<gl_cv_open>),
-    BY(nothing, gl_iconv_open, open_conversion<gl_iconv_open>),
-    BY(nothing, gl_iconv_open1, open_conversion<gl_iconv_open1>),
-    CALL_WITH(charmap, gl_cm_mblen, s.cm, s.or_null(s.counted()), s.up_to_count()),
-    CALL_WITH(charmap, gl_mb_cm_max, s.cm),
-    CALL_WITH(charmap, gl_mb_cm_min, s.cm),
-    CALL_WITH(charmap, gl_cm_srcver, s.cm),
-    CALL_WITH(charmap, gl_cm_cmpver, s.cm),
-    CALL_WITH(charmap, gl_cm_csname, s.cm),
-    BY(charmap, gl_mbstosyms, to_symbols<gl_mbstosyms>),
-    BY(charmap, gl_wcstosyms, to_symbols<gl_wcstosyms>),
-    BY(charmap, gl_symstombs, from_symbols<gl_symstombs>),
-    BY(charmap, gl_symstowcs, from_symbols<gl_symstowcs>),
-    CALL_WITH(charmap, gl_mbtosymlist, s.cm, s.out(3 * GL_SYMBOL_SLOT), 3, s.counted(), s.up_to_count()),
-    BY(nothing, gl_cm_load,
-       [](Scene &s) {
-           gl_charmap *loaded = nullptr;
-           gl_cm_load(&loaded, s.word(), nullptr, directory(s));
-           gl_cm_unload(loaded);
-       }),
+    BY(conversion, convert(s), gl_cv_mconv);
+    WITH(conversion, (s.cd), gl_iconv_expansion);
+    WITH(conversion, (s.cd, s.small()), gl_cv_outbuflen);
+    BY(nothing, open_conversion(s, f), gl_cv_load, gl_cv_open, gl_iconv_open, gl_iconv_open1);
+    WITH(charmap, (s.cm, s.or_null(s.counted()), s.up_to_count()), gl_cm_mblen);
+    WITH(charmap, (s.cm), gl_mb_cm_max, gl_mb_cm_min, gl_cm_srcver, gl_cm_cmpver, gl_cm_csname);
+    BY(charmap, to_symbols(s, f), gl_mbstosyms, gl_wcstosyms);
+    BY(charmap, from_symbols(s, f), gl_symstombs, gl_symstowcs);
+    WITH(charmap, (s.cm, s.out(3 * GL_SYMBOL_SLOT), 3, s.counted(), s.up_to_count()), gl_mbtosymlist);
+    BY(nothing, load_charmap(s), gl_cm_load);
 
     // Names and files
-    CALL_FREE(gl_cs_name2cs_num, &error, s.or_null(s.word()), nullptr),
-    CALL_FREE(gl_cs_nums2ccsid, &error, static_cast<uint16_t>(s.mask())),
-    BY(nothing, gl_cs_nums2cv_fname,
-       [](Scene &s) {
-           const char *const place = directory(s);
-           char *const out = s.out(14 + (place != nullptr ? strlen(place) : 0));
-           gl_cs_nums2cv_fname(&error, static_cast<uint16_t>(s.mask()), 0xFFFF, out, place);
-       }),
-    CALL_FREE(_gl_all_decimal_digits, s.word()),
-    CALL_FREE(_gl_is_category, s.word(), LENGTH),
-    BY(nothing, _gl_is_xopen_spec,
-       [](Scene &s) {
-           const char *text = s.word();
-           char *out = s.out(19);
-           uint16_t number = 0;
-           _gl_is_xopen_spec(&error, &text, &out, &number, nullptr);
-       }),
-    BY(nothing, gl_lc_spec2lc_fname, (specify<gl_lc_spec2lc_fname, 208, 6>)),
-    BY(nothing, gl_lc_spec2msg_dname, (specify<gl_lc_spec2msg_dname, 11>)),
-    BY(nothing, gl_lc_fname2lc_spec, (specify<gl_lc_fname2lc_spec, 187>)),
-    CALL_FREE(gl_lc_spec2cs_num, &error, s.or_null(s.word()), nullptr),
-    CALL_FREE(gl_lc_spec2lc_norm, &error, s.or_null(s.word()), s.out(200), nullptr),
-    CALL_FREE(_gl_lc_short_spec2lc_short_norm, &error, s.or_null(s.word()), s.out(17), nullptr),
-    CALL_FREE(gl_lc_short2lc_long, &error, s.or_null(s.word()), s.out(277), nullptr),
-    CALL_FREE(gl_lc_spec2lc_short, &error, s.or_null(s.word()), s.out(32), nullptr),
-    CALL_FREE(gl_lc_spec2category, &error, s.or_null(s.word()), s.small() + 3, s.out(32), nullptr),
-    CALL_FREE(gl_is_lc_spec, &error, s.or_null(s.word())),
-    CALL_FREE(gl_lc_fname2lc_pieces, &error, s.or_null(s.word()), s.out(6), s.out(6), s.out(5)),
-    CALL_FREE(gl_lc_pieces2lc_spec, &error, "ja_JP", s.word(), s.or_null(s.word()), s.out(17)),
-    BY(nothing, gl_open_file,
-       [](Scene &s) {
-           if (FILE *file = gl_open_file(&error, s.word())) _gl_ext_fclose(file);
-       }),
-    BY(nothing, gl_path_search, (find_file<gl_path_search, _gl_ext_fclose>)),
-    BY(nothing, gl_path_search_no_ext, (find_file<gl_path_search_no_ext, std::fclose>)),
-    CALL_FREE(gl_message, s.word()),
-    CALL_FREE(gl_set_directory, s.or_null(s.word())),
-    CALL_FREE(gl_locale_name, nullptr, s.small(), s.out(), s.room()),
-    CALL_FREE(gl_codeset_name, nullptr, s.small(), s.out(), s.room()),
-    CALL_FREE(_gl_get_env_var, s.word()),
-};
+    WITH(nothing, (&error, s.or_null(s.word()), nullptr), gl_cs_name2cs_num, gl_lc_spec2cs_num);
+    WITH(nothing, (&error, static_cast<uint16_t>(s.mask())), gl_cs_nums2ccsid);
+    BY(nothing, name_conversion(s), gl_cs_nums2cv_fname);
+    WITH(nothing, (s.word()), _gl_all_decimal_digits, gl_message, _gl_get_env_var);
+    WITH(nothing, (s.word(), LENGTH), _gl_is_category);
+    BY(nothing, find_specification(s), _gl_is_xopen_spec);
+    BY(nothing, specify(s, f, 208, 6), gl_lc_spec2lc_fname);
+    BY(nothing, specify(s, f, 11), gl_lc_spec2msg_dname);
+    BY(nothing, specify(s, f, 187), gl_lc_fname2lc_spec);
+    WITH(nothing, (&error, s.or_null(s.word()), s.out(200), nullptr), gl_lc_spec2lc_norm);
+    WITH(nothing, (&error, s.or_null(s.word()), s.out(17), nullptr), _gl_lc_short_spec2lc_short_norm);
+    WITH(nothing, (&error, s.or_null(s.word()), s.out(277), nullptr), gl_lc_short2lc_long);
+    WITH(nothing, (&error, s.or_null(s.word()), s.out(32), nullptr), gl_lc_spec2lc_short);
+    WITH(nothing, (&error, s.or_null(s.word()), s.small() + 3, s.out(32), nullptr), gl_lc_spec2category);
+    WITH(nothing, (&error, s.or_null(s.word())), gl_is_lc_spec);
+    WITH(nothing, (&error, s.or_null(s.word()), s.out(6), s.out(6), s.out(5)), gl_lc_fname2lc_pieces);
+    WITH(nothing, (&error, "ja_JP", s.word(), s.or_null(s.word()), s.out(17)), gl_lc_pieces2lc_spec);
+    BY(nothing, open_file(s), gl_open_file);
+    BY(nothing, find_file(s, f, _gl_ext_fclose), gl_path_search);
+    BY(nothing, find_file(s, f, std::fclose), gl_path_search_no_ext);
+    WITH(nothing, (s.or_null(s.word())), gl_set_directory);
+    WITH(nothing, (nullptr, s.small(), s.out(), s.room()), gl_locale_name, gl_codeset_name);
+    return calls;
+}
+
+const std::vector<Call> TABLE = table();
 
 } // namespace
 
