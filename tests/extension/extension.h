@@ -19,6 +19,4 @@ struct ExtensionRecord {
     int (*feof)(FILE *);
     void (*print)(const char *);
     int message_level, message_sublevel;
-
-    int16_t error; // the error cell of the calls to come
 };

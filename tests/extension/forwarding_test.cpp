@@ -1,6 +1,4 @@
 // The calls of a locale that the extension library serves.
-#include "extension.h"
-
 #include "multi/table.h"
 #include "qbgl.h"
 #include "qbnxdl/entry_points.h"
@@ -15,6 +13,25 @@ constexpr int UNTOUCHED = 99;
 char *bytes(intptr_t address) { return reinterpret_cast<char *>(address); }
 gl_wchar *wides(intptr_t address) { return reinterpret_cast<gl_wchar *>(address); }
 intptr_t number(const void *address) { return reinterpret_cast<intptr_t>(address); }
+
+// Takes the place of an entry point, and gives what was there.
+int16_t error_cell;
+template <int OWN, class Result, class... Arguments> void *replace(Result (*&entry_point)(Arguments...)) {
+    return reinterpret_cast<void *>(std::exchange(entry_point, [](Arguments... arguments) -> Result {
+        intptr_t digits = OWN;
+        const auto take = [&](auto argument) {
+            const auto value = (intptr_t)argument;
+            if (std::is_pointer_v<decltype(argument)> && static_cast<uintptr_t>(value) > 99999) {
+                EXPECT_EQ(std::exchange(*reinterpret_cast<int16_t *>(value), error_cell), 0);
+            } else {
+                digits = digits * 10 + value;
+            }
+        };
+        (take(arguments), ...);
+        return (Result)digits;
+    }));
+}
+#define REPLACED(own, name) std::pair(#name, replace<own>(qbgl::fn_##name))
 
 // Makes every call. Its answer is the entry point's own digit and its arguments', 7 and 8 being the handles of the two categories;
 // or the last number while no extension is loaded.
@@ -56,6 +73,18 @@ void call_all(gl_locale *l, auto expect) {
     expect(static_cast<int>(gl_full_fgetwc(l, reinterpret_cast<FILE *>(5))), 475, -1);
 }
 
+// Those without a locale.
+void call_plain(auto expect) {
+    expect(number(glx_lc_open(bytes(1), bytes(2), bytes(3))), 3123, 0);
+    expect(number(glx_lc_close(bytes(4))), 44, 0);
+    expect(glx_ucs32tombs(bytes(1), bytes(2), 3, bytes(4), 5, bytes(6)), 5123456, -1);
+    expect(glx_ucs32toucs(bytes(5), bytes(4), 3, bytes(2), 1), 654321, -1);
+    expect(number(glx_icuErrorName(7)), 77, 0);
+    expect(number(glx_getICULocName(bytes(5))), 15, 0);
+    expect(number(glx_getICUCvtName(bytes(5))), 25, 0);
+    for (const auto name_of : {glx_getICULocName, glx_getICUCvtName}) EXPECT_EQ(name_of(nullptr), nullptr);
+}
+
 TEST(Forwarding, HandsOverArgumentsAnswersAndErrors) {
     gl_locale locale = {};
     locale.glu_flag[GL_CAT_CTYPE] = locale.glu_flag[GL_CAT_COLLATE] = 1;
@@ -63,16 +92,37 @@ TEST(Forwarding, HandsOverArgumentsAnswersAndErrors) {
     locale.glu_handle[GL_CAT_COLLATE] = bytes(8);
     qbnx_library library = {};
     ASSERT_EQ(qbnx_dlopen(&library, QBGL_BINARY_DIR "/extension/complete.so", -99), 0);
-    ExtensionRecord &record = *reinterpret_cast<ExtensionRecord *(*)()>(dlsym(library.handle, "extension_record"))();
     ASSERT_EQ(qbgl::resolve_entry_points(&library), 0);
+    for (const auto &[name, resolved] : {REPLACED(1, glu_mbtouc32),      REPLACED(2, glu_uc32tomb),
+                                         REPLACED(3, glu_mbstoucs32),    REPLACED(4, glu_mblen),
+                                         REPLACED(5, glu_ucs32tombs),    REPLACED(6, glu_isuc32type),
+                                         REPLACED(7, glu_ismctype),      REPLACED(8, glu_uc32toupper),
+                                         REPLACED(9, glu_uc32tolower),   REPLACED(1, glu_mbtoupper),
+                                         REPLACED(2, glu_mbtolower),     REPLACED(3, glu_mbstoupper),
+                                         REPLACED(4, glu_mbstolower),    REPLACED(5, glu_ucs32toupper),
+                                         REPLACED(6, glu_ucs32tolower),  REPLACED(7, glu_case_conv_outbuflen),
+                                         REPLACED(2, glu_mb_loc_max),    REPLACED(3, glu_mb_loc_min),
+                                         REPLACED(1, glu_mbsnext),       REPLACED(2, glu_mbsprev),
+                                         REPLACED(3, glu_putmbsi),       REPLACED(4, glu_mbsntsbytes),
+                                         REPLACED(5, glu_mbswidth),      REPLACED(6, glu_mbspwidth),
+                                         REPLACED(7, glu_ucs32pwidth),   REPLACED(8, glu_ucs32width),
+                                         REPLACED(9, glu_uc32width),     REPLACED(1, glu_mbwidth),
+                                         REPLACED(8, glu_mbscoll),       REPLACED(9, glu_mbsxfrm),
+                                         REPLACED(1, glu_ucs32coll),     REPLACED(2, glu_ucs32xfrm),
+                                         REPLACED(3, glu_getmb),         REPLACED(4, glu_fgetuc32),
+                                         REPLACED(6, glu_ucs32toucs),    REPLACED(7, glu_icuErrorName),
+                                         REPLACED(1, glu_getICULocName), REPLACED(2, glu_getICUCvtName),
+                                         REPLACED(3, glu_lc_open),       REPLACED(4, glu_lc_close)})
+        EXPECT_EQ(resolved, dlsym(library.handle, name)) << name;
     for (const int16_t cell : {0, -3, 57}) {
         locale.error = UNTOUCHED;
-        record.error = cell;
+        error_cell = cell;
         call_all(&locale, [&](int64_t result, int answer, int) {
             EXPECT_EQ(result, answer);
             EXPECT_EQ(std::exchange(locale.error, UNTOUCHED), cell > 0 ? cell : UNTOUCHED) << answer;
         });
     }
+    call_plain([](int64_t result, int answer, int) { EXPECT_EQ(result, answer); });
     EXPECT_EQ(_gl_im_iswctype(&locale, 1, 2), 612U); // these two have neither cell nor, the first one, handle
     EXPECT_EQ(gl_case_conv_outbuflen(&locale, 9), 779);
     EXPECT_EQ(gl_mb_loc_max(&locale), 27);
@@ -84,6 +134,7 @@ TEST(Forwarding, HandsOverArgumentsAnswersAndErrors) {
     locale.error = UNTOUCHED;
     qbgl::clear_entry_points(); // what is left of a locale when the extension is unloaded under it
     call_all(&locale, [](int64_t result, int, int without) { EXPECT_EQ(result, without); });
+    call_plain([](int64_t result, int, int without) { EXPECT_EQ(result, without); });
     EXPECT_EQ(_gl_im_iswctype(&locale, 1, 2), 0U);
     for (const int none : {gl_case_conv_outbuflen(&locale, 9), gl_mb_loc_max(&locale), gl_mb_loc_min(&locale)}) EXPECT_EQ(none, -1);
     EXPECT_EQ(locale.error, UNTOUCHED);
