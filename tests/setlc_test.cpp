@@ -33,11 +33,7 @@ string select(const Locale &locale, int category, const char *spec) {
     return outcome(locale.get(), gl_setlocale_4(locale.get(), category, spec));
 }
 
-Locale empty() {
-    gl_locale *locale = nullptr;
-    EXPECT_EQ(gl_create_null_locale_4(&locale), 0);
-    return {locale, gl_free_nonshared_loc};
-}
+Locale empty() { return null_locale(gl_free_nonshared_loc); }
 
 // An installation with a registry and objects, and an environment that names none of them.
 class Handle : public testing::Test {
@@ -111,33 +107,33 @@ TEST_F(Handle, ComesFromAWholeObject) {
     EXPECT_STREQ(locale->time.day[0], "Sunday");
 }
 
+// That the functions are right for the rules, the comparisons of texts show; here, that they are those that the rules need.
 TEST(Dispatch, FollowsCodesetAndRules) {
-    using Functions = std::pair<decltype(gl_locale::mbscoll), decltype(gl_locale::mbfscoll)>;
-    const Functions multibyte{_gl_im_mbscoll, _qbx_gl_im_mbfscoll}, back{_gl_is_mbscoll_back, _qbx_gl_is_mbfscoll_back},
-        exp{_gl_is_mbscoll_exp, _qbx_gl_is_mbfscoll_exp}, elem{_gl_is_mbscoll_elem, _qbx_gl_is_mbfscoll_elem},
-        exp_elem{_gl_is_mbscoll_exp_elem, _qbx_gl_is_mbfscoll_exp_elem};
-    const Codeset one = single_byte_codeset(), two = sjis_codeset();
-    using Case = std::tuple<bool, std::vector<unsigned>, bool, bool, Functions>;
-    for (const auto &[single, directions, expansions, elements, functions] :
-         {Case{true, {1, 2}, false, false, back}, Case{true, {1}, true, false, exp}, Case{true, {1}, false, true, elem},
-          Case{true, {1, 1}, true, true, exp_elem}, Case{true, {1, 2}, true, false, multibyte},
-          Case{true, {2}, false, true, multibyte}, Case{false, {1}, false, true, multibyte}}) {
-        Collation rules = Collation::in_order(single ? one : two, directions);
+    const auto compares_by = [](const Codeset &codeset, const std::vector<unsigned> &directions, bool expansions, bool elements) {
+        Collation rules = Collation::in_order(codeset, directions);
         if (expansions) rules.expansions = {{'s', 's'}};
         if (elements) rules.elements = {{{'c', 'h'}, 5}};
-        const Locale locale = load_locale(LocaleObject(single ? one : two, rules.text()));
-        EXPECT_EQ((std::tuple{Functions(locale->mbscoll, locale->mbfscoll), locale->mbsxfrm, locale->coll_extras}),
-                  std::make_tuple(functions, gl_full_mbsxfrm, 0));
-        EXPECT_EQ((std::tuple{locale->mbstowcs, locale->mbfstowcfs, locale->single_byte}),
-                  single ? std::make_tuple(_gl_is_mbstowcs, _qbx_gl_is_mbfstowcfs, 1)
-                         : std::make_tuple(_gl_im_mbstowcs, _qbx_gl_im_mbfstowcfs, 0));
-    }
+        const Locale locale = load_locale(LocaleObject(codeset, rules.text()));
+        return std::pair(locale->mbscoll, locale->mbfscoll);
+    };
+    const Codeset one = single_byte_codeset(), two = sjis_codeset();
+    const auto multibyte = std::make_pair(_gl_im_mbscoll, _qbx_gl_im_mbfscoll);
+    EXPECT_EQ(compares_by(one, {1, 2}, false, false), std::make_pair(_gl_is_mbscoll_back, _qbx_gl_is_mbfscoll_back));
+    EXPECT_EQ(compares_by(one, {1}, true, false), std::make_pair(_gl_is_mbscoll_exp, _qbx_gl_is_mbfscoll_exp));
+    EXPECT_EQ(compares_by(one, {1}, false, true), std::make_pair(_gl_is_mbscoll_elem, _qbx_gl_is_mbfscoll_elem));
+    EXPECT_EQ(compares_by(one, {1, 1}, true, true), std::make_pair(_gl_is_mbscoll_exp_elem, _qbx_gl_is_mbfscoll_exp_elem));
+    for (const bool elements : {false, true}) EXPECT_EQ(compares_by(one, {1, 2}, !elements, elements), multibyte);
+    EXPECT_EQ(compares_by(two, {1}, false, true), multibyte);
     const Locale thai = load_locale(LocaleObject(one, "thai_smo\n"));
     EXPECT_EQ((std::tuple{thai->mbscoll, thai->mbfscoll, thai->mbsxfrm}),
               std::make_tuple(_gl_thaismocoll, _qbx_gl_thaismoncoll, _gl_thaismoxfrm));
-    Collation literal = Collation::in_order(one);
+    EXPECT_EQ((std::tuple{thai->mbstowcs, thai->mbfstowcfs, thai->single_byte}),
+              std::make_tuple(_gl_is_mbstowcs, _qbx_gl_is_mbfstowcfs, 1));
+    Collation literal = Collation::in_order(two);
     literal.direct = true;
-    EXPECT_EQ(load_locale(LocaleObject(one, literal.text()))->coll_extras, 1);
+    const Locale direct = load_locale(LocaleObject(two, literal.text()));
+    EXPECT_EQ((std::tuple{direct->mbstowcs, direct->mbfstowcfs, direct->single_byte, direct->mbsxfrm, direct->coll_extras}),
+              std::make_tuple(_gl_im_mbstowcs, _qbx_gl_im_mbfstowcfs, 0, gl_full_mbsxfrm, 1));
 }
 
 TEST_F(Handle, SelectsByNameListAndEnvironment) {
