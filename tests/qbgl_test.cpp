@@ -2,6 +2,7 @@
 #include "support/client.h"
 
 #include <algorithm>
+#include <random>
 
 using namespace qbgl_test;
 using namespace std::string_literals;
@@ -132,6 +133,25 @@ TEST(Client, FindingsFarIntoLargeTextsKeepTheirPlace) {
     const Result two_steps = qbgl("conv -f sjis -t koi-8", cyrillic + "\x82\xA0");
     EXPECT_EQ(two_steps.out.size(), 50001U);
     EXPECT_TRUE(two_steps.err.starts_with("qbgl: standard input:1:50002: offset 100001, ")) << two_steps.err;
+}
+
+TEST(Client, WhatIsLeftOutAndSubstitutedDoesNotDependOnWhoIsTold) {
+    std::mt19937 random(1);
+    std::string text;
+    for (int i = 0; i < 30000; ++i) {
+        const auto byte = static_cast<char>(random());
+        const std::string pieces[] = {std::string(1, byte), "\xE3\x81" + std::string(1, byte), "\xC3\xA4", "plain text "};
+        text += pieces[random() % 4];
+    }
+    for (const char *pair : {"-f utf8 -t 8859-1", "-f utf8 -t sjis", "-f utf8 -t ccsid930", "-f utf8 -t utf8", "-f sjis -t koi-8",
+                             "-f gb18030 -t utf8", "-f 8859-3 -t 8859-3", "-f unicode -t utf8"}) {
+        const std::string command = "conv -c --json "s + pair;
+        const Result quiet = qbgl(command, text), told = qbgl(command + " --report", text);
+        const auto counts = [](const std::string &err) { return err.substr(err.rfind("\"substituted\":")); };
+        EXPECT_EQ(quiet.status, 1) << pair;
+        EXPECT_TRUE(quiet.out == told.out) << pair;
+        EXPECT_EQ(counts(quiet.err), counts(told.err)) << pair;
+    }
 }
 
 TEST(Client, FindingsAsJsonEscapeNames) {

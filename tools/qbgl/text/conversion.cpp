@@ -133,18 +133,6 @@ bool Stage::is_shift(const gl_cv_state &state, char byte) const {
     return stateful_source() && shifts_[state.source_shift != 0 ? 1 : 0][static_cast<uint8_t>(byte)];
 }
 
-bool Stage::begins_nothing(const gl_cv_state &state, char byte) const {
-    if (stateful_source() || unit() != 0) return false;
-    if (!begin_nothing_) {
-        begin_nothing_.emplace();
-        for (size_t i = 0; i < begin_nothing_->size(); ++i) {
-            const char one = static_cast<char>(i);
-            (*begin_nothing_)[i] = character_length(state, {&one, 1}) == 0 && unreadable_length(state, {&one, 1}) != 0;
-        }
-    }
-    return (*begin_nothing_)[static_cast<uint8_t>(byte)];
-}
-
 size_t Stage::unreadable_length(const gl_cv_state &state, std::string_view text) const {
     if (unit() != 0) return text.size() < static_cast<size_t>(unit()) ? 0 : static_cast<size_t>(unit());
     const gl_multi *characters = table(state);
@@ -191,12 +179,20 @@ Opened Conversion::open_copy(const std::string &codeset, std::unique_ptr<Convers
 
 bool Conversion::is_undefined(std::string_view character) const {
     if (first_.longest_character() != 1 || character.size() != 1) return false;
-    int error = 0;
-    const std::optional<Stage> to_pivot = Stage::open(source_name_.c_str(), PIVOT, error);
-    gl_cv_state state{};
-    OutputBuffer result;
-    bool substituted = false;
-    return to_pivot && to_pivot->run(state, character, result, substituted) != Outcome::DONE;
+    if (!undefined_) {
+        undefined_.emplace();
+        int error = 0;
+        const std::optional<Stage> to_pivot = Stage::open(source_name_.c_str(), PIVOT, error);
+        for (size_t i = 0; to_pivot && i < undefined_->size(); ++i) {
+            const char byte = static_cast<char>(i);
+            std::string_view text(&byte, 1);
+            gl_cv_state state{};
+            OutputBuffer result;
+            bool substituted = false;
+            (*undefined_)[i] = to_pivot->run(state, text, result, substituted) != Outcome::DONE;
+        }
+    }
+    return (*undefined_)[static_cast<uint8_t>(character[0])];
 }
 
 // What the first stage lacks is a character all the same.

@@ -49,6 +49,8 @@ class Stage {
     int unit() const;
     int longest_character() const;
     bool stateful_source() const { return cd_->source_stateful != 0; }
+    // Whether the bytes at hand alone tell where characters end, by a table.
+    bool plain_source() const { return !stateful_source() && unit() == 0 && cd_->main_table != nullptr; }
 
     // Opens by specifications; null with the error number when that fails.
     static std::optional<Stage> open(const char *source, const char *target, int &error);
@@ -61,9 +63,6 @@ class Stage {
 
     // Whether a byte switches the source's shift state, and so is no character.
     bool is_shift(const gl_cv_state &state, char byte) const;
-
-    // Whether a byte begins no character, known of stateless codesets.
-    bool begins_nothing(const gl_cv_state &state, char byte) const;
 
     // How many bytes at the text's beginning make plain that no character is there; 0 when the text merely ends too early.
     size_t unreadable_length(const gl_cv_state &state, std::string_view text) const;
@@ -78,7 +77,6 @@ class Stage {
     bool reads(gl_cv_state &state, std::string_view text) const;
 
     std::unique_ptr<gl_cv, int (*)(gl_cv *)> cd_;
-    mutable std::optional<std::bitset<256>> begin_nothing_;
     std::bitset<256> shifts_[2]; // by source shift state: the bytes that switch it
 };
 
@@ -126,6 +124,7 @@ class Conversion {
     Outcome walk(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted);
 
     std::string source_name_;
+    mutable std::optional<std::bitset<256>> undefined_; // once it is asked for
     Stage first_;
     std::optional<Stage> second_;
     std::string_view newlines_;

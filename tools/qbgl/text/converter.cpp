@@ -1,30 +1,53 @@
 #include "text/converter.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace qbgl {
 
-bool Approximations::contains(const Shift &shift, std::string_view text, size_t &length) {
-    length = 1;
-    std::optional<bool> &byte = bytes_[shift.first.source_shift != 0 ? 1 : 0][static_cast<uint8_t>(text[0])];
-    if (byte) return *byte;
-    length = std::max<size_t>(conversion_.source().character_length(shift.first, text), 1);
-    const std::string_view character = text.substr(0, length);
-    const auto is_one = [&] {
-        Shift state = shift;
-        scratch_.clear();
-        return conversion_.step(state, character, scratch_).substituted;
-    };
-    uint32_t value = 0; // no two characters have the same, for none begins with a zero byte and another
-    for (const char one : character) value = value << 8 | static_cast<uint8_t>(one);
-    if (length <= 2) {
-        std::optional<bool> &known = length == 1 ? byte : pairs_[value];
-        if (!known) known = is_one();
-        return *known;
+uint64_t Approximations::count(Shift shift, std::string_view text) {
+    const Stage &source = conversion_.source();
+    const bool stateful = source.stateful_source();
+    uint64_t result = 0;
+    while (!text.empty()) {
+        if (stateful && source.is_shift(shift.first, text[0])) {
+            shift.first.source_shift = shift.first.source_shift == 0 ? 1 : 0;
+            text.remove_prefix(1);
+            continue;
+        }
+        std::optional<CharacterMemo> &memo = memos_[shift.first.source_shift != 0 ? 1 : 0];
+        if (!memo) memo.emplace(source, shift.first);
+        text.remove_prefix(memo->unmarked_bytes(text));
+        if (text.empty() || (stateful && source.is_shift(shift.first, text[0]))) continue;
+        const uint8_t fact = memo->at(text, [&](std::string_view character) {
+            Shift state = shift;
+            scratch_.clear();
+            return conversion_.step(state, character, scratch_).substituted;
+        });
+        result += (fact & CharacterMemo::MARKED) != 0 ? 1 : 0;
+        text.remove_prefix(fact & CharacterMemo::LENGTH);
     }
-    const auto [known, is_new] = longer_.try_emplace(value, false);
-    if (is_new) known->second = is_one();
-    return known->second;
+    return result;
+}
+
+std::string_view Sieve::sift(std::string_view &text, uint64_t &left_out) {
+    char *out = kept_.data();
+    size_t bad = 0;
+    const size_t behind = std::max(text.size() - std::min(piece_, text.size()), LONGEST_CHARACTER - 1); // what is not looked at
+    std::string_view rest = text;
+    while (rest.size() > behind) {
+        const uint8_t fact = memo_.at(rest, [](std::string_view) { return false; });
+        const size_t length = fact & CharacterMemo::LENGTH, kept = (fact & CharacterMemo::MARKED) == 0 ? length : 0;
+        std::memcpy(out, rest.data(), LONGEST_CHARACTER);
+        out += kept;
+        bad += kept == 0 ? 1 : 0;
+        rest.remove_prefix(length);
+    }
+    text = rest;
+    left_out += bad;
+    constexpr size_t RARE = 32; // bytes for each that is left out
+    piece_ = bad * RARE > piece_ ? std::min(2 * piece_, MOST) : LEAST;
+    return {kept_.data(), static_cast<size_t>(out - kept_.data())};
 }
 
 std::optional<Incident> Converter::convert(std::string_view &text, bool at_end, OutputBuffer &output) {
@@ -43,10 +66,10 @@ std::optional<Incident> Converter::convert(std::string_view &text, bool at_end, 
             stopped = walk(taken, output);
             if (stopped) break;
         } else {
-            if (substituted) count_substitutions(before, taken);
+            if (substituted) substituted_ += approximations_.count(before, taken);
             if (wants_places()) position_.advance(before.first, taken);
         }
-        if (outcome == Outcome::DONE || skip_quickly(outcome, text)) continue;
+        if (outcome == Outcome::DONE || skip_quickly(outcome, text, output)) continue;
         const bool may_continue = text.size() < static_cast<size_t>(conversion_.source().longest_character());
         if (outcome == Outcome::UNREADABLE && may_continue && !at_end) return std::nullopt;
         stopped = resolve(incident_at(text), text, output);
@@ -112,31 +135,37 @@ bool Converter::replace(const Incident &incident, OutputBuffer &output) {
     return true;
 }
 
-void Converter::count_substitutions(Shift shift, std::string_view text) {
-    const Stage &source = conversion_.source();
-    for (size_t length = 0; !text.empty(); text.remove_prefix(length)) {
-        if (source.is_shift(shift.first, text[0])) {
-            shift.first.source_shift = shift.first.source_shift == 0 ? 1 : 0;
-            length = 1;
-        } else if (approximations_.contains(shift, text, length)) {
-            ++substituted_;
-        }
-    }
-}
-
 // Where nobody asks what was left out: all but the last bytes of a text, which may be a character that is cut.
-bool Converter::skip_quickly(Outcome outcome, std::string_view &text) {
+bool Converter::skip_quickly(Outcome outcome, std::string_view &text, OutputBuffer &output) {
     const Stage &source = conversion_.source();
     if (wants_places() || options_.replacement || text.size() < static_cast<size_t>(source.longest_character())) return false;
+    if (source.plain_source() && !walks_substitutions()) {
+        if (!sieve_) sieve_.emplace(source);
+        if (outcome == Outcome::UNMAPPED) sieve_->leave_out(text);
+        const size_t before = text.size();
+        sift(text, output);
+        if (text.size() < before) return true;
+    }
     const size_t skipped = outcome == Outcome::UNMAPPED ? source.character_length(shift_.first, text)
                                                         : static_cast<size_t>(std::max(source.unit(), 1));
     ++left_out_;
     text.remove_prefix(std::max<size_t>(skipped, 1));
-    while (outcome == Outcome::UNREADABLE && !text.empty() && source.begins_nothing(shift_.first, text[0])) {
-        ++left_out_;
-        text.remove_prefix(1);
-    }
     return true;
+}
+
+void Converter::sift(std::string_view &text, OutputBuffer &output) {
+    for (std::string_view kept = sieve_->sift(text, left_out_); !kept.empty();) {
+        const Shift before = shift_;
+        const std::string_view start = kept;
+        bool substituted = false;
+        const Outcome outcome = conversion_.run(shift_, kept, output, substituted);
+        if (outcome == Outcome::BROKEN) throw Broken{};
+        if (substituted) substituted_ += approximations_.count(before, start.substr(0, start.size() - kept.size()));
+        if (outcome == Outcome::DONE) continue;
+        sieve_->leave_out(kept);
+        ++left_out_;
+        kept.remove_prefix(std::max<size_t>(conversion_.source().character_length(shift_.first, kept), 1));
+    }
 }
 
 Incident Converter::incident_at(std::string_view text) {

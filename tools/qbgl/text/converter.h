@@ -2,11 +2,11 @@
 // messages.
 #pragma once
 
+#include "text/character_memo.h"
 #include "text/position.h"
 
 #include <array>
 #include <functional>
-#include <unordered_map>
 
 namespace qbgl {
 
@@ -38,15 +38,34 @@ struct ConverterOptions {
 class Approximations {
   public:
     explicit Approximations(const Conversion &conversion) : conversion_(conversion) {}
-    // The one that begins a text, and its length.
-    bool contains(const Shift &shift, std::string_view text, size_t &length);
+
+    // How many are in a text that can be converted.
+    uint64_t count(Shift shift, std::string_view text);
 
   private:
     const Conversion &conversion_;
-    std::array<std::array<std::optional<bool>, 256>, 2> bytes_{}; // of one byte, by shift state
-    std::vector<std::optional<bool>> pairs_ = std::vector<std::optional<bool>>(1 << 16);
-    std::unordered_map<uint32_t, bool> longer_;
+    std::array<std::optional<CharacterMemo>, 2> memos_; // by source shift state; marked are approximations
     OutputBuffer scratch_;
+};
+
+// Takes out of a text what cannot be converted. An engine that stops at each such place takes longer than to look for them.
+class Sieve {
+  public:
+    explicit Sieve(const Stage &source) : memo_(source, {}) {}
+
+    // Passes some of a text, and nothing only where all that is left may be a character that is cut. Returns the characters that
+    // can be converted, as far as is known.
+    std::string_view sift(std::string_view &text, uint64_t &left_out);
+    // The target lacks the character at the text's beginning.
+    void leave_out(std::string_view text) { memo_.mark(text); }
+
+  private:
+    // What is looked at once: little where text that cannot be converted is rare.
+    static constexpr size_t LEAST = 64, MOST = 4096, LONGEST_CHARACTER = 4;
+
+    CharacterMemo memo_; // marked are those to leave out
+    size_t piece_ = LEAST;
+    std::array<char, MOST + 2 * LONGEST_CHARACTER> kept_;
 };
 
 class Converter {
@@ -75,9 +94,9 @@ class Converter {
     bool walks_substitutions() const { return options_.strict || options_.observer || options_.replacement; }
     std::optional<Incident> walk(std::string_view text, OutputBuffer &output);
     std::optional<Incident> resolve(Incident incident, std::string_view &text, OutputBuffer &output);
-    void count_substitutions(Shift shift, std::string_view text);
     bool replace(const Incident &incident, OutputBuffer &output);
-    bool skip_quickly(Outcome outcome, std::string_view &text);
+    bool skip_quickly(Outcome outcome, std::string_view &text, OutputBuffer &output);
+    void sift(std::string_view &text, OutputBuffer &output);
     Incident incident_at(std::string_view text);
     size_t skip_length(const Incident &incident, std::string_view text) const;
 
@@ -86,6 +105,7 @@ class Converter {
     Shift shift_;
     Position position_;
     Approximations approximations_;
+    std::optional<Sieve> sieve_; // once it is needed
     OutputBuffer scratch_;
     uint64_t left_out_ = 0, substituted_ = 0, replaced_ = 0;
 };
