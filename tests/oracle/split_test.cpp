@@ -1,5 +1,4 @@
 // Text in pieces: whatever the cuts and the room, the result is that of one call; and every single call is as a plain model has it.
-#include "oracle/sample.h"
 #include "support/conversion_shapes.h"
 #include "support/files.h"
 
@@ -11,11 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <random>
-#include <set>
-#include <stdexcept>
 #include <tuple>
 #include <vector>
 
@@ -23,21 +19,11 @@ namespace {
 
 using namespace qbgl_test;
 using namespace qbgl;
-namespace fs = std::filesystem;
-
-constexpr const char *UTF8 = "e01c";
 
 using Conversion = std::unique_ptr<gl_cv, int (*)(gl_cv *)>;
 
-// The tests' own conversions: each has a text, and needs none of the tree.
+// Each has a text; those of the tree are of the same shapes.
 const auto SHAPES = shapes_with_texts(120);
-
-Conversion load(const std::string &name) {
-    setenv("QUORBANEDIR", QBGL_TREE, 1);
-    gl_cv *cd = nullptr;
-    if (gl_iconv_open1(&cd, (name + ".cvo").c_str()) != 0) throw std::runtime_error(name + ": cannot be loaded");
-    return {cd, gl_cv_unload};
-}
 
 bool is_stateful(const gl_cv &cd) { return cd.source_stateful != 0 || cd.target_stateful != 0; }
 
@@ -164,57 +150,16 @@ Outcome convert_by(gl_cv &cd, std::string_view input, int room, bool to_terminat
     }
 }
 
-// A text for a conversion, in its source codeset: what both sides have of the example texts and a line of ASCII.
-std::string text_for(const std::string &source, gl_cv &cd) {
-    const Conversion encode = source == UTF8 ? Conversion(nullptr, gl_cv_unload) : load(UTF8 + source);
-    const auto encoded = [&](const std::string &utf8) { return encode ? convert_all(*encode, utf8) : Outcome{.output = utf8}; };
-    std::string result;
-    const auto take = [&](const std::string &text, size_t most, size_t most_ascii) {
-        for (size_t at = 0, size, ascii = 0; at < text.size() && most > 0; at += size) {
-            for (size = 1; (text[at + size] & 0xC0) == 0x80;) ++size;
-            const std::string character = text.substr(at, size);
-            ascii = size == 1 ? ascii + 1 : 0;
-            const Outcome o = encoded(character);
-            if (ascii > most_ascii || o.result != 0 || convert_all(cd, o.output).result != 0) continue;
-            result += character;
-            --most;
-        }
-    };
-    const std::set<fs::path> examples(fs::directory_iterator(QBGL_SOURCE_DIR "/examples/text"), fs::directory_iterator{});
-    for (const fs::path &example : examples) take(read_file(example), 20, 6);
-    take(" ASCII text that is longer than two blocks of sixteen; 12345 \\ ~\n", 66, 66);
-    take(read_file(*examples.begin()), 10, 6);
-    return encoded(result).output;
-}
-
-// The conversions of the tree, or a sample: the numbers of their codesets.
-std::vector<std::string> conversions() {
-    std::set<std::string> all;
-    for (const auto &entry : fs::directory_iterator(QBGL_TREE "/vrn/cv9"))
-        if (!entry.is_symlink() && entry.path().extension() == ".cvo") all.insert(entry.path().stem());
-    const size_t part = oracle_part();
-    size_t i = 0;
-    std::erase_if(all, [&](const std::string &) { return i++ % part != 0; });
-    for (i = 0; i < SHAPES.size(); ++i) all.insert(std::to_string(i));
-    return {all.begin(), all.end()};
-}
-
-TEST(SplitTree, IsThere) { ASSERT_GT(conversions().size(), SHAPES.size()) << "no conversions in " QBGL_TREE; }
-
-class Split : public testing::TestWithParam<std::string> {
+class Split : public testing::TestWithParam<size_t> {
   protected:
     void SetUp() override {
-        const std::string &name = GetParam();
-        if (name.size() < 3) { // the number of a shape
-            const auto &[object, text] = SHAPES[std::stoul(name)];
-            const TempDir directory;
-            write_file(directory / "object.cvo", object.text());
-            cd_ = load(directory / "object");
-            text_ = text;
-        } else {
-            cd_ = load(name);
-            text_ = text_for(name.substr(0, 4), *cd_);
-        }
+        const auto &[object, text] = SHAPES[GetParam()];
+        const TempDir directory;
+        write_file(directory / "object.cvo", object.text());
+        gl_cv *cd = nullptr;
+        ASSERT_EQ(gl_iconv_open1(&cd, (directory / "object.cvo").c_str()), 0);
+        cd_.reset(cd);
+        text_ = text;
         ASSERT_FALSE(text_.empty());
         whole_ = convert_all(*cd_, text_);
         ASSERT_EQ(whole_.result, 0);
@@ -288,6 +233,6 @@ TEST_P(Split, DamagedTexts) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Tree, Split, testing::ValuesIn(conversions()), [](const auto &test) { return test.param; });
+INSTANTIATE_TEST_SUITE_P(Shapes, Split, testing::Range(size_t{0}, SHAPES.size()));
 
 } // namespace
