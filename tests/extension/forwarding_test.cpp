@@ -14,8 +14,10 @@ char *bytes(intptr_t address) { return reinterpret_cast<char *>(address); }
 gl_wchar *wides(intptr_t address) { return reinterpret_cast<gl_wchar *>(address); }
 intptr_t number(const void *address) { return reinterpret_cast<intptr_t>(address); }
 
-// Takes the place of an entry point, and gives what was there.
-int16_t error_cell;
+int16_t error_cell; // what entry points store in the one that a call hands over
+
+// Puts a function in an entry point's place that answers with a digit of its own and those of its arguments, and gives what was
+// there.
 template <int OWN, class Result, class... Arguments> void *replace(Result (*&entry_point)(Arguments...)) {
     return reinterpret_cast<void *>(std::exchange(entry_point, [](Arguments... arguments) -> Result {
         intptr_t digits = OWN;
@@ -31,7 +33,7 @@ template <int OWN, class Result, class... Arguments> void *replace(Result (*&ent
         return (Result)digits;
     }));
 }
-#define REPLACED(own, name) std::pair(#name, replace<own>(qbgl::fn_##name))
+#define AS(own, name) std::pair(#name, replace<own>(qbgl::fn_##name))
 
 // Makes every call. Its answer is the entry point's own digit and its arguments', 7 and 8 being the handles of the two categories;
 // or the last number while no extension is loaded.
@@ -93,26 +95,17 @@ TEST(Forwarding, HandsOverArgumentsAnswersAndErrors) {
     qbnx_library library = {};
     ASSERT_EQ(qbnx_dlopen(&library, QBGL_BINARY_DIR "/extension/complete.so", -99), 0);
     ASSERT_EQ(qbgl::resolve_entry_points(&library), 0);
-    for (const auto &[name, resolved] : {REPLACED(1, glu_mbtouc32),      REPLACED(2, glu_uc32tomb),
-                                         REPLACED(3, glu_mbstoucs32),    REPLACED(4, glu_mblen),
-                                         REPLACED(5, glu_ucs32tombs),    REPLACED(6, glu_isuc32type),
-                                         REPLACED(7, glu_ismctype),      REPLACED(8, glu_uc32toupper),
-                                         REPLACED(9, glu_uc32tolower),   REPLACED(1, glu_mbtoupper),
-                                         REPLACED(2, glu_mbtolower),     REPLACED(3, glu_mbstoupper),
-                                         REPLACED(4, glu_mbstolower),    REPLACED(5, glu_ucs32toupper),
-                                         REPLACED(6, glu_ucs32tolower),  REPLACED(7, glu_case_conv_outbuflen),
-                                         REPLACED(2, glu_mb_loc_max),    REPLACED(3, glu_mb_loc_min),
-                                         REPLACED(1, glu_mbsnext),       REPLACED(2, glu_mbsprev),
-                                         REPLACED(3, glu_putmbsi),       REPLACED(4, glu_mbsntsbytes),
-                                         REPLACED(5, glu_mbswidth),      REPLACED(6, glu_mbspwidth),
-                                         REPLACED(7, glu_ucs32pwidth),   REPLACED(8, glu_ucs32width),
-                                         REPLACED(9, glu_uc32width),     REPLACED(1, glu_mbwidth),
-                                         REPLACED(8, glu_mbscoll),       REPLACED(9, glu_mbsxfrm),
-                                         REPLACED(1, glu_ucs32coll),     REPLACED(2, glu_ucs32xfrm),
-                                         REPLACED(3, glu_getmb),         REPLACED(4, glu_fgetuc32),
-                                         REPLACED(6, glu_ucs32toucs),    REPLACED(7, glu_icuErrorName),
-                                         REPLACED(1, glu_getICULocName), REPLACED(2, glu_getICUCvtName),
-                                         REPLACED(3, glu_lc_open),       REPLACED(4, glu_lc_close)})
+    for (const auto &[name, resolved] :
+         {AS(1, glu_mbtouc32),      AS(2, glu_uc32tomb),      AS(3, glu_mbstoucs32),   AS(4, glu_mblen),
+          AS(5, glu_ucs32tombs),    AS(6, glu_isuc32type),    AS(7, glu_ismctype),     AS(8, glu_uc32toupper),
+          AS(9, glu_uc32tolower),   AS(1, glu_mbtoupper),     AS(2, glu_mbtolower),    AS(3, glu_mbstoupper),
+          AS(4, glu_mbstolower),    AS(5, glu_ucs32toupper),  AS(6, glu_ucs32tolower), AS(7, glu_case_conv_outbuflen),
+          AS(2, glu_mb_loc_max),    AS(3, glu_mb_loc_min),    AS(1, glu_mbsnext),      AS(2, glu_mbsprev),
+          AS(3, glu_putmbsi),       AS(4, glu_mbsntsbytes),   AS(5, glu_mbswidth),     AS(6, glu_mbspwidth),
+          AS(7, glu_ucs32pwidth),   AS(8, glu_ucs32width),    AS(9, glu_uc32width),    AS(1, glu_mbwidth),
+          AS(8, glu_mbscoll),       AS(9, glu_mbsxfrm),       AS(1, glu_ucs32coll),    AS(2, glu_ucs32xfrm),
+          AS(3, glu_getmb),         AS(4, glu_fgetuc32),      AS(6, glu_ucs32toucs),   AS(7, glu_icuErrorName),
+          AS(1, glu_getICULocName), AS(2, glu_getICUCvtName), AS(3, glu_lc_open),      AS(4, glu_lc_close)})
         EXPECT_EQ(resolved, dlsym(library.handle, name)) << name;
     for (const int16_t cell : {0, -3, 57}) {
         locale.error = UNTOUCHED;
