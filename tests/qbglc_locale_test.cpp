@@ -245,6 +245,8 @@ order_end
          "8859-1", "b<a"},
         {"ellipses and ranges", "order_start forward;forward\n<z>\n<b> <b>;<z>\n.. ..;<b>\n<e>\n<U0031>..<U0033>\norder_end\n",
          "8859-1", "z<b<bz<c<cb<d<e<1<2<3"},
+        {"ranges by twos and in decimal", "order_start forward\n<U0061>..(2)..<U0065>\n<U0058>....<U0060>\n<b>\norder_end\n",
+         "8859-1", "a<c<e<X<Y<`<b"},
         {"collating elements, the longest first",
          "collating-element <ch> from \"ch\"\ncollating-element <chh> from \"chh\"\ncollating-element <x> from \"c<U4E00>\"\n"
          "order_start forward\n<c>\n<h>\n<ch>\n<chh>\n<i>\norder_end\n",
