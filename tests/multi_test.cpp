@@ -224,13 +224,6 @@ TEST(Multi, RunsAreWrittenAsTheFormatHasThem) {
     EXPECT_EQ(text_of(new_table()), "0 4 1 d0d0d0\n1 0\n0000000\n");
 }
 
-TEST(Multi, EveryByteIsACharacterOfAWrittenSingleByteTable) {
-    for (const int32_t form : {0, GL_MULTI_COMPRESSED}) {
-        const Table table = read(text_of(table_of({{"A", 7}, {"B", DEFAULT}}, form)));
-        for (int byte = 0; byte < 256; ++byte) EXPECT_EQ(get(table, string(1, char(byte))), byte == 'A' ? 7 : DEFAULT) << byte;
-    }
-}
-
 TEST(Multi, ReadsAnySplitIntoRuns) {
     const string all = "1 1 1 000009\n1 1\n0000110004\n0000000\n", end = "0000000\n";
     using Case = std::tuple<string, string, int>;
