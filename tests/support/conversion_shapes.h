@@ -90,14 +90,18 @@ inline const ConversionObject TO_SHIFTED{SHIFTING_TARGET, {1, 2, 1, 2}, {}, fals
 inline const ConversionObject FROM_SHIFTED{INITIAL_SOURCE, {1, 2, 1, 2}, SHIFTED_SOURCE, true, false};
 inline const ConversionObject BOTH_SHIFTED{INITIAL_OF_BOTH, {1, 1, 1, 2}, SHIFTED_OF_BOTH, true, true, "10e21b2800"};
 
-// All of them, each with a text of about `size` bytes that it converts.
+// All of them, each with a text of about `size` bytes that it converts: the first characters, some of all, and the first again.
 inline std::vector<std::pair<ConversionObject, std::string>> shapes_with_texts(size_t size) {
     std::vector<std::pair<ConversionObject, std::string>> shapes = {
         {TO_SHIFTED, "a\x81\x40\x81\x41\x81\x40" + one('a')}, {FROM_SHIFTED, "a\x0EKAKA\x0Fz"}, {BOTH_SHIFTED, "a\x0EKKx"}};
     for (const auto &[name, shape] : STATELESS) {
-        std::string text;
+        std::vector<std::string> keys;
         for (const auto &[key, mapped] : shape.main)
-            if (mapped.first != 0 && mapped.first != TERMINATOR && text.size() < size) text += key;
+            if (mapped.first != 0 && mapped.first != TERMINATOR) keys.push_back(key);
+        std::string text, first;
+        for (size_t i = 0; first.size() < size / 3; ++i) first += keys[i];
+        for (size_t i = 0; i < keys.size(); i += keys.size() * 8 / size + 1) text += keys[i];
+        text = first + text + first;
         if (shape.lengths.source_min > 1) std::reverse(text.begin(), text.end()); // little-endian units
         shapes.emplace_back(shape, text);
     }
