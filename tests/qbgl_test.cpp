@@ -76,6 +76,9 @@ TEST(Client, MessagesTellPlaceBytesReasonAndRemedy) {
          "qbgl: this installation has no utf-16; the nearest is unicode, which is UCS-2 with the low byte first\n"},
         {"-f ja_jp.sjis", "\x82\xA0", 0, "\xE3\x81\x82", ""},
         {"-t sjis", "", 0, "", ""},
+        {"-t latin1//TRANSLIT", "", 2, "",
+         "qbgl: unknown codeset latin1//TRANSLIT: what stands behind // elsewhere are options here: -c leaves out what cannot be "
+         "converted, similar characters are taken unless --strict refuses them\n"},
         {"-f sjos --json", "", 2, "",
          R"({"kind":"error","message":"unknown codeset sjos: the nearest are sjis, ujis, sjis-s; `qbgl conv -l` lists all",)"
          R"("codeset":"sjos","nearest":["sjis","ujis","sjis-s"],"status":2})" +

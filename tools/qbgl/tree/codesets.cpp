@@ -141,6 +141,12 @@ uint16_t codeset_number(const std::string &name) {
     if (likely.empty()) {
         failure.sentence = fmt::format("unknown codeset {}: there is no codeset registry in {}: set QUORBANEDIR", shown,
                                        printable(tree_directory()));
+    } else if (const size_t suffix = name.find("//");
+               suffix != std::string::npos && !registered(name.substr(0, suffix), registry).empty()) {
+        failure.sentence =
+            fmt::format("unknown codeset {}: what stands behind // elsewhere are options here: -c leaves out what cannot "
+                        "be converted, similar characters are taken unless --strict refuses them",
+                        shown);
     } else if (elsewhere != std::end(ELSEWHERE)) {
         failure.sentence = fmt::format("this installation has no {}; the nearest is {}", shown, elsewhere->registered);
     } else {

@@ -113,13 +113,17 @@ std::string folded(std::string_view text) {
     return result;
 }
 
-// The installed locales that were most likely meant. Who leaves out the codeset or errs in it wants the language and territory.
+// The installed locales that were most likely meant. Who errs in the codeset wants the language and territory, who leaves it out
+// has UTF-8 in mind.
 std::vector<std::string> likely_locales(const std::string &name, const std::vector<InstalledLocale> &locales) {
     constexpr size_t SHOWN = 3;
     std::vector<std::string> specifications;
     specifications.reserve(locales.size());
     for (const InstalledLocale &locale : locales) specifications.push_back(locale.specification);
-    std::vector<std::string> result = by_nearness(name, specifications);
+    const size_t modifier = std::min(name.find('@'), name.size());
+    const bool has_codeset = name.find('.') != std::string::npos;
+    std::vector<std::string> result =
+        by_nearness(has_codeset ? name : name.substr(0, modifier) + ".utf8" + name.substr(modifier), specifications);
     std::stable_partition(result.begin(), result.end(), [wanted = folded(name).substr(0, LANGUAGE_TERRITORY)](const auto &near) {
         return wanted.size() > 1 && folded(near).starts_with(wanted);
     });
