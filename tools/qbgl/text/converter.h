@@ -61,7 +61,7 @@ class Sieve {
 
   private:
     // What is looked at once: little where text that cannot be converted is rare.
-    static constexpr size_t LEAST = 64, MOST = 4096, LONGEST_CHARACTER = 4;
+    static constexpr size_t LEAST = 32, MOST = 4096, LONGEST_CHARACTER = 4;
 
     CharacterMemo memo_; // marked are those to leave out
     size_t piece_ = LEAST;
