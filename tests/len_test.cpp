@@ -21,7 +21,11 @@ TEST(Steps, LeadToTheCharactersOfText) {
         for (const std::string &character : characters) text += character;
         const std::string end = codeset.encode(std::string(1, '\0'));
         const auto count = static_cast<int>(characters.size()), shortest = static_cast<int>(end.size());
-        const Guarded<char> s(text + end);
+        GuardedMemory memory;
+        const auto guarded = [&](const std::string &bytes) {
+            return static_cast<char *>(memory.take(bytes.size(), Guard::behind, bytes.data()));
+        };
+        char *const s = guarded(text + end);
         char *at = s;
         for (int i = 0; i < count; ++i) {
             const auto length = static_cast<int>(characters[i].size());
@@ -41,7 +45,7 @@ TEST(Steps, LeadToTheCharactersOfText) {
         EXPECT_EQ(gl_mbsterm(l, s), shortest);
         EXPECT_EQ(gl_mbsbytes_nt(l, s), 0);
         EXPECT_EQ(std::string(s, end.size() + 1), end + text[end.size()]);
-        EXPECT_TRUE(shortest == 1 || gl_ismbsterm(l, Guarded<char>(std::string("\0A", 2))) == 0);
+        EXPECT_TRUE(shortest == 1 || gl_ismbsterm(l, guarded(std::string("\0A", 2))) == 0);
     });
 }
 

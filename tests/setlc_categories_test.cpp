@@ -176,24 +176,11 @@ TEST(Collation, OtherKinds) {
 // Rows that are alike on every pass form a class, and so do an expansion and the rows that stand for nothing but it. Of a class,
 // the elements are first, then the expansion, then the characters; the last one represents it.
 TEST(Collation, ListsNameWhatNoPassTellsApart) {
-    Collation rules{{1, 1},
-                    {{3, 3},
-                     {1, 1},
-                     {5, 6},
-                     {1, 2},
-                     {5, 6},
-                     {0x4001, 0x4001},
-                     {0x4000, 0x4000},
-                     {0x4001, 0x4001},
-                     {0x4001, 0x4000},
-                     {0x8001, 1},
-                     {0x8001, 1},
-                     {1, 1},
-                     {1, 2},
-                     {6, 5},
-                     {5, 6},
-                     {0x4002, 0x4003},
-                     {1, 0x4000}}};
+    Collation rules;
+    rules.directions = {1, 1};
+    rules.rows = {{3, 3},           {1, 1},           {5, 6},           {1, 2},           {5, 6},      {0x4001, 0x4001},
+                  {0x4000, 0x4000}, {0x4001, 0x4001}, {0x4001, 0x4000}, {0x8001, 1},      {0x8001, 1}, {1, 1},
+                  {1, 2},           {6, 5},           {5, 6},           {0x4002, 0x4003}, {1, 0x4000}};
     const std::pair<const char *, unsigned> PLACES[] = {
         {"a", 1},  {"b", 2},  {"c", 4}, {"d", 14}, {"e", 5},  {"f", 7},  {"g", 6},  {"h", 8},        {"i", 9},
         {"j", 10}, {"k", 11}, {"l", 3}, {"m", 12}, {"n", 13}, {"o", 15}, {"p", 16}, {"\xF0\x10", 2}, {"\xF0\xF0", 1}};

@@ -189,17 +189,9 @@ TEST(RegistryTokens, KeepToTheirRoomAndToDigits) {
 }
 
 TEST(CodesetNumbers, Ccsid) {
-    for (const auto &[number, ccsid] : {std::pair{0, 0},
-                                        {57343, 57343},
-                                        {57344, 0},
-                                        {57349, 1202},
-                                        {57350, 943},
-                                        {57351, 33722},
-                                        {57372, 1208},
-                                        {57392, 1234},
-                                        {57393, 0},
-                                        {65535, 0}})
-        EXPECT_EQ(gl_cs_nums2ccsid(nullptr, static_cast<uint16_t>(number)), ccsid) << number;
+    constexpr std::pair<int, int> CASES[] = {{0, 0},         {57343, 57343}, {57344, 0},    {57349, 1202}, {57350, 943},
+                                             {57351, 33722}, {57372, 1208},  {57392, 1234}, {57393, 0},    {65535, 0}};
+    for (const auto &[number, ccsid] : CASES) EXPECT_EQ(gl_cs_nums2ccsid(nullptr, static_cast<uint16_t>(number)), ccsid) << number;
     EXPECT_EQ(gl_ccsid2cs_nums(), 0);
 }
 

@@ -160,7 +160,7 @@ class Oracle {
     void compare(const TreeLocale &locale, const Causes &causes, const std::vector<Compared> &pairs) {
         gl_locale *loaded = nullptr;
         const int result = gl_lc_load(&loaded, locale.spec.c_str(), nullptr, nullptr);
-        const std::unique_ptr<gl_locale, void (*)(gl_locale *)> ours(loaded, gl_lc_unload);
+        const std::unique_ptr<gl_locale, void (*)(gl_locale *)> owner(loaded, gl_lc_unload);
         ASSERT_EQ(result, 0) << locale.spec << ": error " << gl_errno(loaded);
         size_t different = 0, unknown = 0;
         for (const Compared &pair : pairs) {
@@ -168,13 +168,8 @@ class Oracle {
             if (our_sign == pair.theirs) continue;
             const std::string kind = causes.cause(pair.texts, our_sign, pair.theirs);
             ++different;
-            const Difference difference = {locale.name,
-                                           locale.codeset,
-                                           "",
-                                           "texts",
-                                           kind,
-                                           fmt::format("{} {} {}", hexadecimal(pair.a), our_sign, hexadecimal(pair.b)),
-                                           std::to_string(pair.theirs),
+            const std::string ours = fmt::format("{} {} {}", hexadecimal(pair.a), our_sign, hexadecimal(pair.b));
+            const Difference difference = {locale.name, locale.codeset, "", "texts", kind, ours, std::to_string(pair.theirs),
                                            "platform"};
             if (!known_.covers(difference) && unknown++ < REPORTED) ADD_FAILURE() << difference.text();
         }

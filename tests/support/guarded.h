@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <span>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -65,18 +64,6 @@ class GuardedMemory {
     char *begin_;
     Block blocks_[MOST_PLACES];
     size_t used_ = 0;
-};
-
-// One text that ends where the page begins.
-template <class T> class Guarded {
-  public:
-    explicit Guarded(std::span<const T> text)
-        : text_(static_cast<T *>(memory_.take(text.size_bytes(), Guard::behind, text.data()))) {}
-    operator T *() const { return text_; }
-
-  private:
-    GuardedMemory memory_{1};
-    T *const text_;
 };
 
 inline sigjmp_buf *survival = nullptr;
