@@ -5,16 +5,17 @@
 namespace qbgl {
 
 FirstPass::FirstPass(gl_locale &locale) : locale_(locale) {
-    const gl_collate_info &rules = locale.collate;
+    bytes_.fill(NONE);
     if (pass_count(locale) == 0 || is_backward(locale, 0)) {
         pairs_.assign(pairs_.size(), NONE);
         return;
     }
+    const gl_collate_info &rules = locale.collate;
     for (int i = 0; i < rules.element_count; ++i) {
         const gl_collating_element &element = rules.elements[i];
+        if (element.count < 2) continue; // a character of its own, and walked as one
         starts_.insert(element.chars[0]);
-        if (element.count < 2) followers_.set();
-        const int length = element.count < 2 ? 0 : gl_wclen(&locale, element.chars[1]);
+        const int length = gl_wclen(&locale, element.chars[1]);
         if (length > 0) followers_.set(element.chars[1] >> 8 * (length - 1));
     }
     for (size_t i = 0; i < bytes_.size(); ++i) {

@@ -32,7 +32,7 @@ class FirstPass {
     gl_locale &locale_;
     std::unordered_set<gl_wchar> starts_; // characters that begin elements
     std::bitset<256> followers_;          // the first bytes of those that stand second in one
-    std::array<uint16_t, 256> bytes_{};
+    std::array<uint16_t, 256> bytes_;
     mutable std::vector<uint16_t> pairs_ = std::vector<uint16_t>(1 << 16, UNKNOWN);
 };
 

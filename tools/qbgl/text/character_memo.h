@@ -4,6 +4,7 @@
 
 #include "text/conversion.h"
 
+#include <algorithm>
 #include <array>
 
 namespace qbgl {
