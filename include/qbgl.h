@@ -24,6 +24,7 @@
  *  18. The byte-sequence table
  *  19. The Unicode extension library
  *  20. The handle's records, parts of loading, the inline functions
+ *  21. An order for indexes                       <- read this and build an index over any bytes
  *
  * Conventions that hold for every function
  *   - Errors. The first argument `ctx` (a gl_locale, or any record whose first field is an int32_t error number, such as gl_cv)
@@ -1518,8 +1519,9 @@ struct gl_locale {
     char locale_name[8][32];  /* a name of 32 characters has no terminator */
     void *glu_handle[8];
     int32_t glu_flag[8];
-    int32_t shared[8];          /* 1: the category's data belongs to the source of gl_copy_cat */
-    char order_fingerprint[17]; /* empty while LC_COLLATE is not loaded */
+    int32_t shared[8];                      /* 1: the category's data belongs to the source of gl_copy_cat */
+    char order_fingerprint[17];             /* empty while LC_COLLATE is not loaded */
+    const struct gl_order_maps *order_maps; /* of the order for indexes, or null: by code values */
 };
 
 /* Parts of loading, for tools that read objects themselves: the empty state of a record; the section of an object, behind its
@@ -1619,6 +1621,58 @@ static inline unsigned gl_iswprint(gl_locale *locale, gl_wchar wc) { return gl_i
 static inline unsigned gl_iswxdigit(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_XDIGIT); }
 static inline unsigned gl_iswblank(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_BLANK); }
 static inline unsigned gl_iswalnum(gl_locale *locale, gl_wchar wc) { return gl_iswctype(locale, wc, GL_CLASS_ALNUM); }
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 21. An order for indexes
+ *
+ * A total order of all texts, valid or not, that a database index can stand on. The rules are those of section 6, and where both
+ * texts are characters alone, the result is that of gl_mbfscoll wherever that tells the two apart. Beyond it,
+ *   - no bytes are an error: what is no character counts byte by byte, behind all characters, by its value (in a codeset whose
+ *     shortest character has more than one byte, as many bytes at a time as that has);
+ *   - a character that the rules do not have comes behind those that they have, by its code value;
+ *   - the sign of a comparison is that of memcmp on the two keys, the shorter first, in every locale: also where code values are
+ *     compared, and for a handle without rules, or a null one, under which bytes are compared. So are they where the extension
+ *     library orders, which has no such order.
+ * The order and the keys are the same on every machine. A host that stores either stores gl_order_fingerprint (section 3), too.
+ *
+ *   len      bytes of the text, NUL among them an ordinary character; -1: up to the terminator. Each text has its own. Any other
+ *            negative length, and a null text, count as an empty text.
+ *   passes   n > 0: the first n passes of the rules count and nothing else (1: letters alone, neither case nor accents); -1: all
+ *            passes; 0: all passes, then the bytes themselves, so that only identical texts are equal. An order by code values is
+ * one pass. Any other negative number is -1.
+ *
+ * Nothing is asked for but memory for texts of more than 127 characters under th_th@dict: without it, GL_ENOMEM, and 0 from a
+ * comparison or -1 from a key.
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* -1, 0 or 1. */
+QBGL_API int gl_order_compare(gl_locale *locale, const char *s1, int len1, const char *s2, int len2, int passes);
+
+/* Writes at most `room` bytes of a text's key, and nothing behind them; the size of the whole key, as far as an int reaches,
+ * whatever the room is. A key may hold any byte. A cut key is a prefix: keys of one room compare right where they differ. The key
+ * of n passes is a prefix of that of more. The form of the keys stands in docs/keys.md. */
+QBGL_API int gl_order_key(gl_locale *locale, const char *s, int len, int passes, unsigned char *key, int room);
+
+/* The first `room` bytes of the key, in time that follows the room and not the text. What the first pass ignores is read as far as
+ * needed, and so is a text of -1 up to its terminator. Returns the bytes written. */
+QBGL_API int gl_order_key_part(gl_locale *locale, const char *s, int len, int passes, unsigned char *key, int room);
+
+/* The keys of `count` texts, text i being data[offsets[i]] up to data[offsets[i + 1]], one behind the other into `keys`; key i lies
+ * from key_offsets[i] to key_offsets[i + 1]. Both arrays have count + 1 numbers, the first of key_offsets is 0. Returns how many
+ * keys fitted as a whole: key_offsets is set up to the end of the last of them, and the rest can be asked for from there. */
+QBGL_API int gl_order_keys(gl_locale *locale, int count, const char *data, const int32_t *offsets, int passes, unsigned char *keys,
+                           int room, int32_t *key_offsets);
+
+/* Where the keys of all texts lie that begin with the bytes of a prefix: in at most GL_ORDER_RANGES ranges, which do not overlap
+ * and are in order. In Czech, `c` has two, around those of `ch`. Other texts may lie there, too: the host looks at what it finds.
+ *
+ * Range i begins with the key at bounds[bound_offsets[2 * i]], included, and ends before the one at bounds[bound_offsets[2 * i +
+ * 1]]; each lies up to where the next begins, and an empty last one says that there is no end. bound_offsets has room for 2 *
+ * GL_ORDER_RANGES + 1 numbers. The ranges hold for keys of any passes. Returns their number. 0 says that `room` bytes are too few;
+ * bound_offsets[0] is then a number that is enough, or 0 where memory is out. */
+#define GL_ORDER_RANGES 8
+QBGL_API int gl_order_ranges(gl_locale *locale, const char *prefix, int len, unsigned char *bounds, int room,
+                             int32_t *bound_offsets);
 
 #ifdef __cplusplus
 }

@@ -5,8 +5,8 @@
 
 namespace qbgl {
 
-// The version of what the library makes of a locale's rules. To be raised whenever texts compare differently, or have other sort
-// keys, under the same object: a database then rebuilds its indexes.
+// The version of what the library makes of a locale's rules. To be raised whenever texts compare differently, or have other keys of
+// either form, under the same object: a database then rebuilds its indexes.
 inline constexpr uint32_t KEY_FORMAT = 1;
 
 using OrderDigits = char[sizeof gl_locale::order_fingerprint]; // 16 hexadecimal digits and a terminator, or empty

@@ -49,10 +49,13 @@ class KeyWriter {
     size_t room() const { return at_ != end_ ? static_cast<size_t>(end_ - at_) - 1 : 0; }
     void advance(uint8_t *to) { at_ = to; }
 
-    // Puts the terminator where it fits. The length of the whole key, as far as an int reaches.
+    // Of the whole key, as far as an int reaches.
+    int length() const { return static_cast<int>(std::min<uint64_t>(static_cast<size_t>(at_ - begin_) + beyond_, INT32_MAX)); }
+
+    // Puts the terminator where it fits, and returns the length.
     int finish() {
         if (at_ != end_) *at_ = 0;
-        return static_cast<int>(std::min<uint64_t>(static_cast<size_t>(at_ - begin_) + beyond_, INT32_MAX));
+        return length();
     }
 
   private:

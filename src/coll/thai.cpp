@@ -1,18 +1,18 @@
 #include "coll/thai.h"
 
 #include "coll/code_values.h"
-#include "coll/key_writer.h"
 #include "coll/wide_text.h"
 #include "ext/error.h"
 
 #include <array>
+#include <span>
 
 using namespace qbgl;
 
 namespace {
 
 enum class Pass : uint8_t { LETTERS, MARKS, VARIANTS, PUNCTUATION };
-constexpr Pass PASSES[] = {Pass::LETTERS, Pass::MARKS, Pass::VARIANTS, Pass::PUNCTUATION};
+constexpr Pass PASSES[THAI_PASSES] = {Pass::LETTERS, Pass::MARKS, Pass::VARIANTS, Pass::PUNCTUATION};
 
 enum class Kind : uint8_t { LETTER, CONSONANT, LEADING_VOWEL, MARK, PUNCTUATION }; // the passes take the first three for letters
 
@@ -186,11 +186,13 @@ ThaiLayout qbgl::thai_layout(gl_locale *locale) {
                : ThaiLayout::OTHER;
 }
 
-int qbgl::compare_thai(ThaiLayout layout, WideSpan a, WideSpan b) {
+bool qbgl::leads_consonant(ThaiLayout layout, gl_wchar wc) { return element_of(layout, wc).kind == Kind::LEADING_VOWEL; }
+
+int qbgl::compare_thai(ThaiLayout layout, WideSpan a, WideSpan b, size_t passes) {
     const int32_t same = common_prefix(layout, a, b);
     a = {a.text + same, a.length - same};
     b = {b.text + same, b.length - same};
-    for (const Pass pass : PASSES) {
+    for (const Pass pass : std::span(PASSES).first(passes)) {
         Elements elements_a(layout, a), elements_b(layout, b);
         uint32_t weight_a, weight_b;
         do {
@@ -202,13 +204,17 @@ int qbgl::compare_thai(ThaiLayout layout, WideSpan a, WideSpan b) {
     return 0;
 }
 
-int qbgl::thai_key(ThaiLayout layout, char *out, WideSpan text, int capacity) {
-    KeyWriter key(out, capacity);
+void qbgl::write_thai_key(KeyWriter &key, ThaiLayout layout, WideSpan text, size_t passes) {
     write_letters(key, Elements(layout, text));
-    for (const Pass pass : {Pass::MARKS, Pass::VARIANTS, Pass::PUNCTUATION}) {
+    for (const Pass pass : std::span(PASSES).first(passes).subspan(1)) {
         key.separate();
         write_pass(key, Elements(layout, text), pass);
     }
+}
+
+int qbgl::thai_key(ThaiLayout layout, char *out, WideSpan text, int capacity) {
+    KeyWriter key(out, capacity);
+    write_thai_key(key, layout, text);
     return key.finish();
 }
 

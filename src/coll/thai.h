@@ -9,6 +9,7 @@
 // Only equal texts are equal: a leading vowel that no consonant follows is a variant, too.
 #pragma once
 
+#include "coll/key_writer.h"
 #include "coll/table_walk.h"
 
 namespace qbgl {
@@ -23,7 +24,14 @@ enum class ThaiLayout : uint8_t {
 
 ThaiLayout thai_layout(gl_locale *locale);
 
-int compare_thai(ThaiLayout layout, WideSpan a, WideSpan b);
+inline constexpr size_t THAI_PASSES = 4;
+
+// Of the first passes, at least one.
+int compare_thai(ThaiLayout layout, WideSpan a, WideSpan b, size_t passes = THAI_PASSES);
+void write_thai_key(KeyWriter &key, ThaiLayout layout, WideSpan text, size_t passes = THAI_PASSES);
+
+// Whether a character is a vowel that is written before its consonant.
+bool leads_consonant(ThaiLayout layout, gl_wchar wc);
 
 // The length of the whole key. A weight is one byte; that of a character by code value has five more.
 int thai_key(ThaiLayout layout, char *out, WideSpan text, int capacity);

@@ -2,6 +2,7 @@
 
 #include "coll/section.h"
 #include "ext/error.h"
+#include "order/maps.h"
 #include "setlc/categories.h"
 #include "setlc/dispatch.h"
 #include "spec/category.h"
@@ -58,9 +59,18 @@ void take_order(const char *line, OrderDigits &order) {
     if (strspn(line + KEY_LENGTH, "0123456789abcdef") == DIGITS) memcpy(order, line + KEY_LENGTH, sizeof order);
 }
 
+// Rules that compare code values, or that no compiler writes, have none.
+bool take_order_maps(gl_locale *locale) {
+    const gl_collate_info &rules = locale->collate;
+    if (rules.kind != GL_COLLATION_AS_SPECIFIED || rules.direct != 0 || rules.pass_count == 0 || rules.maps == nullptr) return true;
+    locale->order_maps = build_order_maps(rules);
+    return locale->order_maps != nullptr || fail(locale, GL_ENOMEM, false);
+}
+
 int read_order(FILE *file, gl_locale *locale, const ObjectHeader &header) {
     if (read_collate(file, locale) != 0) return 1;
     take_rules(locale);
+    if (!take_order_maps(locale)) return 1;
     if (header.order[0] != '\0')
         memcpy(locale->order_fingerprint, header.order, sizeof header.order);
     else

@@ -1,6 +1,7 @@
 // Releasing categories and handles. A category that gl_copy_cat shares is only forgotten; what its handle has built from it for
 // itself (byte tables, conversion record, eras) is freed.
 #include "coll/section.h"
+#include "order/maps.h"
 #include "setlc/categories.h"
 #include "setlc/dispatch.h"
 #include "setlc/handle.h"
@@ -16,7 +17,10 @@ namespace {
 void free_data(gl_locale *locale, int category) {
     switch (category) {
     case GL_CAT_CTYPE: free_ctype(locale); break;
-    case GL_CAT_COLLATE: free_collate(locale); break;
+    case GL_CAT_COLLATE:
+        free_order_maps(locale->order_maps);
+        free_collate(locale);
+        break;
     case GL_CAT_NUMERIC: free_numeric(&locale->numeric); break;
     case GL_CAT_MONETARY: free_monetary(&locale->monetary); break;
     case GL_CAT_TIME: free_ltime(locale); break;
@@ -69,7 +73,10 @@ void free_record(gl_locale *locale) {
 void qbgl::release_names(gl_locale *locale, int category) {
     memset(locale->codeset_name[category], 0, sizeof locale->codeset_name[category]);
     memset(locale->locale_name[category], 0, sizeof locale->locale_name[category]);
-    if (category == GL_CAT_COLLATE) locale->order_fingerprint[0] = '\0';
+    if (category == GL_CAT_COLLATE) {
+        locale->order_fingerprint[0] = '\0';
+        locale->order_maps = nullptr;
+    }
     set_categories_glu_null(locale, category);
     locale->glu_flag[category] = 0;
     locale->shared[category] = 0;

@@ -123,6 +123,30 @@ void compare_beginnings(Scene &s, auto function, auto text) {
     const auto *other = (s.*text)();
     function(s.locale, one, other, std::min(length, s.count()));
 }
+void compare_for_index(Scene &s) {
+    const char *text = s.or_null(s.either());
+    const int length = s.count();
+    const char *other = s.either();
+    gl_order_compare(s.locale, text, length, other, s.count(), s.small());
+}
+void key_for_index(Scene &s, auto function) {
+    const char *text = s.or_null(s.either());
+    const int length = s.count();
+    auto *key = reinterpret_cast<unsigned char *>(s.out());
+    function(s.locale, text, length, s.small(), key, s.room());
+}
+void keys_for_index(Scene &s) {
+    const char *text = s.counted();
+    const int32_t half = s.count() / 2, offsets[] = {0, half, s.count()};
+    auto *keys = reinterpret_cast<unsigned char *>(s.out());
+    gl_order_keys(s.locale, 2, text, s.copy<int32_t>(offsets), s.small(), keys, s.room(), s.copy<int32_t>({}, 3));
+}
+void ranges_for_index(Scene &s) {
+    const char *text = s.or_null(s.either());
+    const int length = s.count();
+    auto *bounds = reinterpret_cast<unsigned char *>(s.out());
+    gl_order_ranges(s.locale, text, length, bounds, s.room(), s.copy<int32_t>({}, 2 * GL_ORDER_RANGES + 1));
+}
 // For single-byte codesets only.
 void encode_single(Scene &s) {
     char *const out = s.out();
@@ -474,6 +498,10 @@ std::vector<Call> table() {
     BY(locale, share(s, use_shared), gl_copy_cat);
     BY(locale, share(s, f), gl_make_null_category, gl_free_category);
     BY(nothing, load_locale(s, f), gl_lc_load, gl_createlocale_4, gl_createlocale2_4, gl_create_null_locale_4);
+    BY(locale, compare_for_index(s), gl_order_compare);
+    BY(locale, key_for_index(s, f), gl_order_key, gl_order_key_part);
+    BY(locale, keys_for_index(s), gl_order_keys);
+    BY(locale, ranges_for_index(s), gl_order_ranges);
 
     // Conversions and charmaps
     BY(conversion, convert(s), gl_cv_mconv);

@@ -1,0 +1,98 @@
+// Comparison in the order for indexes.
+#include "coll/thai.h"
+#include "order/code_values.h"
+#include "order/prefix.h"
+#include "order/thai.h"
+#include "order/walk.h"
+
+using namespace qbgl;
+
+namespace {
+
+// What a pass says of two texts. The last two: the weights of the one are the beginning of the other's.
+enum Finding { LESS = -1, EQUAL = 0, GREATER = 1, SHORTER = -2, LONGER = 2 };
+
+template <class Walk> Finding compare_pass(Walk a, Walk b) {
+    for (;;) {
+        OrderWeight x, y;
+        const bool in_a = a.next(x), in_b = b.next(y);
+        if (!in_a || !in_b) return in_a ? LONGER : in_b ? SHORTER : EQUAL;
+        if (!(x == y)) return x < y ? LESS : GREATER;
+    }
+}
+
+// One-byte characters at the beginning, as far as nothing can change their weights.
+template <OrderShape SHAPE> Finding compare_bytes(const gl_collation_maps &maps, OrderText a, OrderText b, size_t &from) {
+    if (SHAPE == OrderShape::OTHER) return EQUAL;
+    const size_t end = std::min(a.length, b.length);
+    for (; from < end; ++from) {
+        const uint16_t x = maps.first_codes[a.bytes[from]], y = maps.first_codes[b.bytes[from]];
+        if (!is_ordinary(x) || !is_ordinary(y)) break;
+        if (x != y) return x < y ? LESS : GREATER;
+    }
+    return EQUAL;
+}
+
+template <OrderShape SHAPE>
+Finding compare_first(const gl_locale *locale, const gl_collation_maps &maps, OrderText a, OrderText b, size_t from) {
+    if (const Finding order = compare_bytes<SHAPE>(maps, a, b, from); order != EQUAL) return order;
+    using Source = DecodedUnits<SHAPE>;
+    return compare_pass(OrderWalk(maps, 0, Source(locale, maps, a, from)), OrderWalk(maps, 0, Source(locale, maps, b, from)));
+}
+
+// A backward pass meets what the texts have in common behind the rest.
+[[gnu::noinline]] int compare_passes(const gl_locale *locale, OrderText a, OrderText b, size_t common, int first, int passes) {
+    const gl_order_maps &rules = *locale->order_maps;
+    const gl_collation_maps &maps = *rules.maps;
+    Units units_a(locale, maps, a, common), units_b(locale, maps, b, common);
+    for (int pass = first; pass < passes; ++pass) {
+        const bool forward = rules.passes[pass].forward;
+        const auto compare = [&](Units &x, Units &y) {
+            return compare_pass(OrderWalk(maps, pass, KeptUnits(x, forward)), OrderWalk(maps, pass, KeptUnits(y, forward)));
+        };
+        Finding order = compare(units_a, units_b);
+        if (!forward && common > 0 && (order == SHORTER || order == LONGER)) {
+            Units whole_a(locale, maps, a), whole_b(locale, maps, b);
+            order = compare(whole_a, whole_b);
+        }
+        if (order != EQUAL) return order < 0 ? -1 : 1;
+    }
+    return 0;
+}
+
+int compare_by_rules(const gl_locale *locale, OrderText a, OrderText b, size_t common, int passes) {
+    const gl_order_maps &rules = *locale->order_maps;
+    const gl_collation_maps &maps = *rules.maps;
+    passes = passes > 0 ? std::min(passes, rules.pass_count) : rules.pass_count;
+    common = safe_prefix(locale, &maps, a, b, common);
+    int first = 0;
+    if (rules.passes[0].forward) {
+        const Finding order =
+            with_shape(order_shape(locale), [&]<OrderShape SHAPE>() { return compare_first<SHAPE>(locale, maps, a, b, common); });
+        if (order != EQUAL) return order < 0 ? -1 : 1;
+        first = 1;
+    }
+    return first < passes ? compare_passes(locale, a, b, common, first, passes) : 0;
+}
+
+int compare_bytes(OrderText a, OrderText b, size_t common) {
+    const size_t end = std::min(a.length, b.length);
+    if (common < end) return a.bytes[common] < b.bytes[common] ? -1 : 1;
+    return a.length < b.length ? -1 : a.length > b.length ? 1 : 0;
+}
+
+} // namespace
+
+int gl_order_compare(gl_locale *locale, const char *s1, int len1, const char *s2, int len2, int passes) {
+    const OrderText a = order_text(locale, s1, len1), b = order_text(locale, s2, len2);
+    const size_t common = common_prefix(a.bytes, b.bytes, std::min(a.length, b.length));
+    if (common == a.length && common == b.length) return 0;
+    int order;
+    if (locale != nullptr && locale->order_maps != nullptr)
+        order = compare_by_rules(locale, a, b, common, passes);
+    else if (is_thai_order(locale))
+        order = compare_as_thai(locale, a, b, passes);
+    else
+        return compare_code_values(locale, a, b, common);
+    return order != 0 || passes != 0 ? order : compare_bytes(a, b, common);
+}

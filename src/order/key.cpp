@@ -1,0 +1,202 @@
+#include "order/key.h"
+
+#include "order/code_values.h"
+#include "order/thai.h"
+#include "order/walk.h"
+
+using namespace qbgl;
+
+namespace {
+
+void put_number(KeySink &sink, uint32_t number, int bytes) {
+    while (bytes-- > 0) sink.put(number >> (8 * bytes) & 0xFF);
+}
+
+uint32_t code_of(const gl_order_maps &rules, gl_wchar character) { return rules.utf8 ? scalar_value(character) : character; }
+
+void put_special(KeySink &sink, const gl_order_maps &rules, const OrderPass &pass, OrderToken token, gl_wchar character) {
+    if (character < 128 && pass.ascii[character] != 0) {
+        sink.put(pass.ascii[character]);
+        return;
+    }
+    const OrderSpecial &special = rules.specials[token.bytes[0] | token.bytes[1] << 8];
+    const uint32_t distance = code_of(rules, character) - special.least;
+    switch (special.form) {
+    case CodeForm::SLOTS:
+        put_number(sink, special.bytes + (distance >> 8), 2);
+        put_number(sink, distance, 1);
+        break;
+    case CodeForm::LEADS:
+        sink.put((special.bytes >> 8) + (distance >> 16));
+        put_number(sink, distance, 2);
+        break;
+    case CodeForm::TWO_BYTES:
+        put_number(sink, special.bytes, 2);
+        put_number(sink, distance, 2);
+        break;
+    case CodeForm::FOUR_BYTES:
+        put_number(sink, special.bytes, 2);
+        put_number(sink, distance, 4);
+        break;
+    }
+}
+
+void put_token(KeySink &sink, const gl_order_maps &rules, const OrderPass &pass, OrderToken token, gl_wchar character) {
+    if (token.length == 0) {
+        put_special(sink, rules, pass, token, character);
+        return;
+    }
+    sink.put(token.bytes[0]);
+    if (token.length > 1) sink.put(token.bytes[1]);
+}
+
+// A weight of the first pass.
+void put_first(KeySink &sink, const gl_order_maps &rules, OrderWeight weight) {
+    if (weight.weight < WEIGHT_OF_UNKNOWN) {
+        put_token(sink, rules, rules.passes[0], rules.passes[0].tokens[weight.weight], weight.character);
+    } else if (weight.weight == WEIGHT_OF_UNKNOWN) {
+        sink.put(OF_UNKNOWN);
+        put_number(sink, code_of(rules, weight.character), rules.utf8 ? 3 : 4);
+    } else {
+        sink.put(OF_BYTE);
+        sink.put(weight.character);
+    }
+}
+
+template <class Walk> void write_first(KeySink &sink, const gl_order_maps &rules, Walk walk, bool part) {
+    for (OrderWeight weight; !(part && sink.is_full()) && walk.next(weight);) put_first(sink, rules, weight);
+}
+
+// The weights of a further pass, with the common ones counted.
+class RunWriter {
+  public:
+    RunWriter(KeySink &sink, const gl_order_maps &rules, int pass) : sink_(sink), rules_(rules), pass_(rules.passes[pass]) {}
+
+    void put(OrderWeight weight) {
+        if (weight.weight >= WEIGHT_OF_UNKNOWN) {
+            end_run(false);
+            sink_.put(OF_EITHER);
+            return;
+        }
+        const OrderToken token = (open_ ? pass_.open : pass_.tokens)[weight.weight];
+        if ((token.flags & TOKEN_COMMON) != 0) {
+            ++run_;
+            return;
+        }
+        end_run((token.flags & TOKEN_BELOW) != 0);
+        put_token(sink_, rules_, pass_, token, weight.character);
+        open_ = open_ || (token.flags & TOKEN_BREAKS) != 0;
+    }
+    void put_common(size_t count) { run_ += count; }
+    void end() {
+        if (pass_.ends_told && run_ > 0) end_run(true);
+    }
+
+  private:
+    void end_run(bool low) {
+        sink_.begin_pass();
+        const size_t most = pass_.run_most;
+        for (; run_ > most; run_ -= most) sink_.put(low ? pass_.low + most : pass_.high - most);
+        if (run_ > 0) sink_.put(low ? pass_.low + run_ - 1 : pass_.high - (run_ - 1));
+        run_ = 0;
+    }
+
+    KeySink &sink_;
+    const gl_order_maps &rules_;
+    const OrderPass &pass_;
+    size_t run_ = 0;
+    bool open_ = false;
+};
+
+// What all units have in common of what gl_order_maps tells of rows.
+unsigned quiet_passes(const gl_order_maps &rules, const Unit *units, size_t count) {
+    unsigned quiet = UINT16_MAX;
+    for (size_t i = 0; i < count; ++i) quiet &= rules.quiet[units[i].row];
+    return quiet;
+}
+
+void write_by_rules(KeySink &sink, const gl_locale *locale, OrderText text, int passes, bool part) {
+    const gl_order_maps &rules = *locale->order_maps;
+    const gl_collation_maps &maps = *rules.maps;
+    const int last = passes > 0 ? std::min(passes, rules.pass_count) : rules.pass_count;
+    Units units(locale, maps, text);
+    const bool forward = rules.passes[0].forward;
+    if (part && forward)
+        with_shape(order_shape(locale), [&]<OrderShape SHAPE>() {
+            write_first(sink, rules, OrderWalk(maps, 0, DecodedUnits<SHAPE>(locale, maps, text, 0)), true);
+        });
+    else
+        write_first(sink, rules, OrderWalk(maps, 0, KeptUnits(units, forward)), part);
+    if (last == 1 || (part && sink.is_full())) return;
+    const Unit *all = nullptr;
+    size_t count = 0;
+    const unsigned quiet = units.all(all, count) ? quiet_passes(rules, all, count) : 0;
+    for (int pass = 1; pass < last && !(part && sink.is_full()); ++pass) {
+        sink.separate();
+        if ((quiet >> pass & 0x100) != 0) continue;
+        RunWriter writer(sink, rules, pass);
+        if ((quiet >> pass & 1) != 0) {
+            writer.put_common(count);
+        } else {
+            OrderWalk walk(maps, pass, KeptUnits(units, rules.passes[pass].forward));
+            for (OrderWeight weight; !(part && sink.is_full()) && walk.next(weight);) writer.put(weight);
+        }
+        writer.end();
+    }
+}
+
+} // namespace
+
+void qbgl::write_first_pass(KeySink &sink, const gl_order_maps &rules, const Unit &unit) {
+    class One {
+      public:
+        explicit One(const Unit &unit) : unit_(unit) {}
+        bool next(Unit &unit) {
+            unit = unit_;
+            return std::exchange(left_, false);
+        }
+
+      private:
+        Unit unit_;
+        bool left_ = true;
+    };
+    write_first(sink, rules, OrderWalk(*rules.maps, 0, One(unit)), false);
+}
+
+bool qbgl::write_order_key(KeySink &sink, gl_locale *locale, OrderText text, int passes, bool part) {
+    if (locale != nullptr && locale->order_maps != nullptr) {
+        write_by_rules(sink, locale, text, passes, part);
+    } else if (!is_thai_order(locale)) {
+        write_code_values(sink, locale, text, part);
+        return true;
+    } else if (!write_as_thai(sink, locale, text, passes)) {
+        return false;
+    }
+    if (passes != 0 || text.length == 0) return true;
+    sink.separate();
+    sink.begin_pass();
+    sink.put_all(text.bytes, text.length);
+    return true;
+}
+
+int gl_order_key(gl_locale *locale, const char *s, int len, int passes, unsigned char *key, int room) {
+    KeySink sink(key, room);
+    return write_order_key(sink, locale, order_text(locale, s, len), passes, false) ? sink.size() : -1;
+}
+
+int gl_order_key_part(gl_locale *locale, const char *s, int len, int passes, unsigned char *key, int room) {
+    KeySink sink(key, room);
+    return write_order_key(sink, locale, order_text(locale, s, len), passes, true) ? sink.written() : -1;
+}
+
+int gl_order_keys(gl_locale *locale, int count, const char *data, const int32_t *offsets, int passes, unsigned char *keys, int room,
+                  int32_t *key_offsets) {
+    key_offsets[0] = 0;
+    for (int i = 0; i < count; ++i) {
+        const int32_t at = key_offsets[i], left = room - at;
+        const int size = gl_order_key(locale, data + offsets[i], std::max(offsets[i + 1] - offsets[i], 0), passes, keys + at, left);
+        if (size < 0 || size > left) return i;
+        key_offsets[i + 1] = at + size;
+    }
+    return std::max(count, 0);
+}

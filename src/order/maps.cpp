@@ -1,0 +1,648 @@
+#include "order/maps.h"
+
+#include "coll/rules.h"
+#include "multi/table.h"
+#include "util/growing.h"
+
+#include <iterator>
+#include <string.h>
+
+namespace qbgl {
+
+namespace {
+
+constexpr uint32_t WEIGHTS = WEIGHT_VALUE + 1, SLOTS = 256, LEADS_DISTANCE = 65536, ASCII = 128;
+constexpr uint8_t OF_CHARACTER = 1, HAS_SPECIAL = 2, OF_ELEMENT = 4;
+constexpr uint32_t MOST_RUN = 32, MOST_RELATIVE = 64;
+constexpr uint32_t ANY_GROUP = UINT32_MAX; // of a letter that can stand beside any
+constexpr uint32_t FIRST_BYTE = 2, FIRST_PASS_BYTES = OF_UNKNOWN - FIRST_BYTE, FURTHER_PASS_BYTES = OF_EITHER - FIRST_BYTE;
+
+// Of characters, by what tells them apart in a key.
+struct Range {
+    uint32_t least = UINT32_MAX, most = 0;
+    uint32_t width() const { return least <= most ? most - least + 1 : 1; }
+};
+
+// A weight of a pass, and what the rules say of it.
+struct WeightFacts {
+    uint8_t used, special;
+    uint8_t preferred;             // 0, or the number of the block of characters for which it should be one byte
+    uint8_t lettered, unlettered;  // a row has it that has a weight in the first pass, or one that has none there
+    uint8_t breaks, common, below; // as the flags of its token
+    uint16_t relative;             // its place in its group, where that is enough to tell
+    uint32_t rows;                 // how many have it and nothing else
+    uint32_t lengths;              // what its rows have in the passes before, + 1
+};
+
+// The weights that can stand in one place where the passes before are equal.
+struct GroupMember {
+    uint32_t group, weight;
+    bool operator<(const GroupMember &other) const { return group != other.group ? group < other.group : weight < other.weight; }
+    bool operator==(const GroupMember &) const = default;
+};
+
+// Characters of a script of one case: each block has one byte a letter where there is room, in this order.
+struct Block {
+    uint16_t first, last;
+};
+constexpr Block BLOCKS[] = {{0xDF, 0x17F},  {0x430, 0x45F}, {0x3B1, 0x3C9},   {0x5D0, 0x5EA}, {0x621, 0x64A},
+                            {0x904, 0x939}, {0xE01, 0xE2E}, {0x10D0, 0x10F0}, {0x561, 0x586}, {0x3041, 0x3093}};
+constexpr uint8_t ONE_BYTE_BLOCK = 1, BLOCK_COUNT = 1 + std::size(BLOCKS);
+
+bool is_letter_or_digit(gl_wchar wc) { return wc - '0' < 10 || (wc | 0x20) - 'a' < 26; }
+
+// Lays the weights of a region out in the order of their values.
+class Bytes {
+  public:
+    Bytes(const WeightFacts *facts, uint32_t count, const Range *ranges, const uint16_t *ascii)
+        : facts_(facts), count_(count), ranges_(ranges), ascii_(ascii) {}
+
+    uint8_t preferred = 0;      // blocks up to this number have one byte
+    uint32_t plain_singles = 0; // and so have the first ordinary weights
+    bool ascii_singles = false; // and ASCII characters that have special ones
+    bool wide_codes = true;     // special weights have room for their characters among the slots
+
+    // Visits the weights: visit(weight, place, form), the place being two bytes, or visit(character, place) for ASCII characters.
+    // Returns how many lead bytes are used.
+    template <class Member, class Visit, class VisitAscii>
+    uint32_t lay_out(Member is_member, Visit visit, VisitAscii visit_ascii) const {
+        uint32_t lead = 0, slot = 0, singles = 0; // slot: used ones behind the lead
+        const auto close = [&] {
+            lead += (slot + SLOTS - 1) / SLOTS;
+            slot = 0;
+        };
+        const auto take = [&](uint32_t weight, uint32_t slots, CodeForm form) {
+            visit(weight, (lead << 8) + slot, form);
+            slot += slots;
+        };
+        for (uint32_t weight = 2; weight < count_; ++weight) {
+            const WeightFacts &fact = facts_[weight];
+            if (fact.used == 0 || !is_member(fact)) continue;
+            if (fact.special == 0) {
+                if ((fact.preferred == 0 || fact.preferred > preferred) && singles >= plain_singles) {
+                    take(weight, 1, CodeForm::SLOTS);
+                    continue;
+                }
+                close();
+                ++singles;
+                visit(weight, lead++ << 8, CodeForm::LEADS);
+                continue;
+            }
+            for (uint32_t character = 0; ascii_singles && character < ASCII; ++character) {
+                if (ascii_[character] != weight) continue;
+                close();
+                visit_ascii(character, lead++);
+            }
+            const uint32_t width = ranges_[weight].width();
+            if (width > LEADS_DISTANCE && wide_codes) {
+                close();
+                visit(weight, lead << 8, CodeForm::LEADS);
+                lead += (width - 1) / LEADS_DISTANCE + 1;
+            } else if (width <= SLOTS || wide_codes) {
+                take(weight, (width - 1) / SLOTS + 1, CodeForm::SLOTS);
+            } else {
+                take(weight, 1, width <= LEADS_DISTANCE ? CodeForm::TWO_BYTES : CodeForm::FOUR_BYTES);
+            }
+        }
+        close();
+        return lead;
+    }
+    template <class Member> uint32_t leads(Member is_member) const {
+        return lay_out(
+            is_member, [](uint32_t, uint32_t, CodeForm) {}, [](uint32_t, uint32_t) {});
+    }
+
+  private:
+    const WeightFacts *facts_;
+    uint32_t count_;
+    const Range *ranges_;
+    const uint16_t *ascii_;
+};
+
+bool is_utf8_character(gl_wchar wc) { return utf8_character(scalar_value(wc)) == wc; }
+
+class OrderBuilder {
+  public:
+    explicit OrderBuilder(const gl_collate_info &rules) : rules_(rules), maps_(*rules.maps) {}
+
+    gl_order_maps *build();
+
+  private:
+    bool allocate();
+    bool is_utf8() const;
+    void scan_node(const MultiNode &node, gl_wchar prefix, int length);
+    void scan_code(int pass, uint16_t code, gl_wchar character);
+    void scan_rules();
+
+    void collect_facts(int pass);
+    void collect_blocks();
+    void find_hidden(int pass);
+    uint32_t most_frequent() const;
+    bool find_implied(int pass);
+    void collect_members(int pass, int earlier);
+    int pass_of_case(int pass) const;
+    template <class Chosen> bool count_follows(int pass, int earlier, Chosen is_chosen);
+    bool ends_are_told(int pass);
+
+    Bytes bytes_of(int pass) const { return {facts_.get(), WEIGHTS, ranges_.get() + pass * WEIGHTS, ascii_weights_[pass]}; }
+    void write_first();
+    void write_further(int pass);
+    // The tokens of the weights of a region whose first byte is given.
+    template <class Member> void write(int pass, OrderToken *tokens, const Bytes &bytes, uint32_t first, Member is_member);
+    OrderToken *add_tokens(uint32_t &at);
+    gl_order_maps *assemble();
+
+    uint16_t code(uint32_t row, int pass) const { return maps_.code_of(row, pass); }
+    uint32_t linear(gl_wchar wc) const { return utf8_ ? scalar_value(wc) : wc; }
+
+    template <class Visit> void for_each_row(Visit visit) const {
+        for (uint32_t row = 0; row < maps_.unknown; ++row)
+            if (used_[row] != 0) visit(row);
+    }
+    // visit(weight, special) for what a row has in a pass.
+    template <class Visit> void visit_weights(uint32_t row, int pass, Visit visit) const {
+        for_each_weight(maps_, pass, code(row, pass), 0,
+                        [&visit](uint16_t code, gl_wchar) { visit(uint32_t{code} & WEIGHT_VALUE, is_special(code)); });
+    }
+    uint32_t count_weights(uint32_t row, int pass) const {
+        uint32_t count = 0;
+        visit_weights(row, pass, [&count](uint32_t, bool) { ++count; });
+        return count;
+    }
+    // 0 for a row that has none.
+    uint32_t first_weight(uint32_t row, int pass) const {
+        uint32_t first = 0;
+        visit_weights(row, pass, [&first](uint32_t weight, bool) { first = first != 0 ? first : weight; });
+        return first;
+    }
+    bool is_ignored(uint32_t row, int pass) const { return first_weight(row, pass) == 0; }
+    uint32_t count_shown(uint32_t row) const {
+        uint32_t count = 0;
+        visit_weights(row, 0, [&](uint32_t weight, bool) { count += hidden_[weight] == 0 ? 1U : 0U; });
+        return count;
+    }
+
+    const gl_collate_info &rules_;
+    const gl_collation_maps &maps_;
+    bool utf8_ = false;
+    Owned<uint8_t> used_; // by row, of the bits above
+    Owned<Range> ranges_; // by pass and weight: the characters of special ones
+    uint16_t ascii_weights_[GL_MAX_PASSES][ASCII] = {};
+    Owned<WeightFacts> facts_; // of the pass at hand
+    Owned<int32_t> first_counts_, further_counts_;
+    Owned<uint8_t> hidden_; // weights of the first pass that rows have which the pass at hand ignores
+    Growing<GroupMember> members_;
+    uint32_t member_count_ = 0, most_relative_ = 0;
+    bool memory_ = true;
+
+    gl_order_maps made_ = {};
+    Growing<OrderToken> tokens_; // of all passes; where those of each begin
+    uint32_t tokens_at_[GL_MAX_PASSES] = {}, open_at_[GL_MAX_PASSES] = {};
+    Growing<OrderSpecial> specials_;
+    uint8_t ascii_[GL_MAX_PASSES][ASCII] = {};
+};
+
+// Of a table whose characters are those of utf8, special weights tell scalar values apart; of any other, the bytes.
+bool OrderBuilder::is_utf8() const {
+    const MultiNode &root = *rules_.character_table->root;
+    for (const uint8_t lead : {uint8_t{0xC3}, uint8_t{0xE4}}) {
+        if (root.flags[lead] != FLAG_CHILD) return false;
+        const MultiNode &node = *child_of(root, lead);
+        for (int byte = 0; byte < 256; ++byte)
+            if ((node.flags[byte] != FLAG_NONE) != (byte >= 0x80 && byte < 0xC0)) return false;
+    }
+    for (int pass = 0; pass < rules_.pass_count; ++pass)
+        for (uint32_t i = 0; i < maps_.expansion_count; ++i)
+            for (const ExpansionItem *item =
+                     maps_.items + maps_.item_lists[static_cast<uint32_t>(pass) * maps_.expansion_count + i];
+                 item->code != CODE_END && !is_expansion(item->code); ++item)
+                if (is_special(item->code) && !is_utf8_character(item->character)) return false;
+    return true;
+}
+
+void OrderBuilder::scan_code(int pass, uint16_t code, gl_wchar character) {
+    for_each_weight(maps_, pass, code, character, [&](uint16_t each, gl_wchar of) {
+        if (!is_special(each)) return;
+        const uint32_t weight = each & WEIGHT_VALUE, value = linear(of);
+        Range &range = ranges_[static_cast<uint32_t>(pass) * WEIGHTS + weight];
+        range.least = std::min(range.least, value);
+        range.most = std::max(range.most, value);
+        if (of < ASCII && of != ELEMENT_CHARACTER) ascii_weights_[pass][of] = static_cast<uint16_t>(weight);
+    });
+}
+
+void OrderBuilder::scan_node(const MultiNode &node, gl_wchar prefix, int length) {
+    const gl_multi &table = *rules_.character_table;
+    for (int byte = 0; byte < 256; ++byte) {
+        const auto at = static_cast<uint8_t>(byte);
+        const gl_wchar wc = prefix << 8 | at;
+        if (node.flags[at] == FLAG_CHILD) {
+            scan_node(*child_of(node, at), wc, length + 1);
+        } else if (node.flags[at] == FLAG_END) {
+            if (utf8_ && !is_utf8_character(wc)) continue; // carries weights for expansions, and stands in no text
+            uint16_t row;
+            memcpy(&row, entry_of(table, node, at), sizeof row);
+            used_[row] |= OF_CHARACTER;
+            if ((used_[row] & HAS_SPECIAL) == 0) continue;
+            for (int pass = 0; pass < rules_.pass_count; ++pass) scan_code(pass, code(row, pass), wc);
+        }
+    }
+}
+
+void OrderBuilder::scan_rules() {
+    for (uint32_t row = 0; row < maps_.unknown; ++row)
+        for (int pass = 0; pass < rules_.pass_count; ++pass)
+            visit_weights(row, pass, [&](uint32_t, bool special) {
+                if (special) used_[row] |= HAS_SPECIAL;
+            });
+    scan_node(*rules_.character_table->root, 0, 1);
+    for (int32_t i = 0; i < rules_.element_count; ++i) {
+        const uint16_t row = rules_.elements[i].row;
+        used_[row] |= OF_ELEMENT;
+        for (int pass = 0; pass < rules_.pass_count; ++pass) scan_code(pass, code(row, pass), ELEMENT_CHARACTER);
+    }
+    for (uint32_t row = 0; row < maps_.unknown; ++row)
+        if ((used_[row] & (OF_CHARACTER | OF_ELEMENT)) == 0) used_[row] = 0;
+}
+
+void OrderBuilder::collect_facts(int pass) {
+    memset(static_cast<void *>(facts_.get()), 0, WEIGHTS * sizeof(WeightFacts));
+    for_each_row([&](uint32_t row) {
+        const bool lettered = !is_ignored(row, 0);
+        visit_weights(row, pass, [&](uint32_t weight, bool special) {
+            WeightFacts &fact = facts_[weight];
+            fact.used = 1;
+            fact.special |= special ? 1 : 0;
+            (lettered ? fact.lettered : fact.unlettered) = 1;
+        });
+        const uint16_t only = code(row, pass);
+        if (is_ordinary(only)) ++facts_[only].rows;
+    });
+}
+
+// Letters of the first pass that should be one byte each.
+void OrderBuilder::collect_blocks() {
+    const auto prefer = [&](gl_wchar wc, uint8_t block) {
+        uint32_t row = maps_.row_of(wc);
+        if (row > maps_.unknown) row = maps_.starts[row - maps_.unknown - 1].row;
+        const uint16_t weight = row < maps_.unknown ? code(row, 0) : WEIGHT_IGNORED;
+        if (is_ordinary(weight) && facts_[weight].preferred == 0) facts_[weight].preferred = block;
+    };
+    for (gl_wchar wc = 0; wc < 256; ++wc)
+        if (is_letter_or_digit(wc) || wc >= ASCII) prefer(wc, ONE_BYTE_BLOCK);
+    uint8_t number = ONE_BYTE_BLOCK;
+    for (const auto &[first, last] : BLOCKS) {
+        ++number;
+        for (uint32_t scalar = first; utf8_ && scalar <= last; ++scalar) prefer(utf8_character(scalar), number);
+    }
+}
+
+void OrderBuilder::find_hidden(int pass) {
+    memset(hidden_.get(), 0, WEIGHTS);
+    for_each_row([&](uint32_t row) {
+        if (is_ignored(row, pass)) visit_weights(row, 0, [&](uint32_t weight, bool) { hidden_[weight] = 1; });
+    });
+}
+
+// The weight that the most rows have, or 0.
+uint32_t OrderBuilder::most_frequent() const {
+    uint32_t common = 0;
+    for (uint32_t weight = 2; weight < WEIGHTS; ++weight)
+        if (facts_[weight].rows > facts_[common].rows) common = weight;
+    return common;
+}
+
+// The last pass before the one at hand that says something of each of its letters, and nothing of what it ignores; 0 for none.
+int OrderBuilder::pass_of_case(int pass) const {
+    for (int earlier = pass - 1; earlier > 0; --earlier) {
+        bool fits = is_forward(rules_, earlier);
+        for_each_row([&](uint32_t row) {
+            const bool told = !is_ignored(row, earlier);
+            if (is_ignored(row, pass) ? told : !told && !is_ignored(row, 0)) fits = false;
+        });
+        if (fits) return earlier;
+    }
+    return 0;
+}
+
+// Notes which letters can stand in one place, and the weights behind which two texts may be at different places of the passes
+// before.
+void OrderBuilder::collect_members(int pass, int earlier) {
+    members_ = Growing<GroupMember>();
+    for_each_row([&](uint32_t row) {
+        const uint32_t first = first_weight(row, pass);
+        if (first == 0) return;
+        WeightFacts &fact = facts_[first];
+        const uint32_t lengths = 1 + count_shown(row) + (earlier > 0 ? count_weights(row, earlier) << 16 : 0);
+        const bool by_character = fact.special != 0 && !is_expansion(code(row, pass)) && used_[row] < OF_ELEMENT;
+        const bool uncertain = !by_character && (fact.special != 0 || (fact.lengths != 0 && fact.lengths != lengths));
+        if (uncertain || count_weights(row, pass) > 1) fact.breaks = 1;
+        fact.lengths = lengths;
+        const uint32_t letter = first_weight(row, 0);
+        if (letter == 0) return;
+        const uint32_t group = hidden_[letter] != 0 ? ANY_GROUP : letter << 14 | (earlier > 0 ? first_weight(row, earlier) : 0);
+        memory_ = memory_ && members_.append({group, first});
+    });
+    if (!memory_ || members_.size() == 0) return;
+    GroupMember *const begin = &members_[0], *const end = begin + members_.size();
+    std::sort(begin, end);
+    member_count_ = static_cast<uint32_t>(std::unique(begin, end) - begin);
+}
+
+// Whether the letters of a pass follow from the passes before but for rare ones: then the least of those that can stand in a place
+// is a common weight, and the others are told by their place among them. docs/keys.md has the proof.
+bool OrderBuilder::find_implied(int pass) {
+    uint32_t least_letter = WEIGHTS, most_other = 0;
+    for (uint32_t weight = 2; weight < WEIGHTS; ++weight) {
+        if (facts_[weight].lettered != 0) least_letter = std::min(least_letter, weight);
+        if (facts_[weight].unlettered != 0) most_other = weight;
+    }
+    if (!is_forward(rules_, pass) || !is_forward(rules_, 0) || most_other >= least_letter) return false;
+    find_hidden(pass);
+    collect_members(pass, pass_of_case(pass));
+    Owned<uint16_t> groups = Owned<uint16_t>::allocate(2 * WEIGHTS); // of each weight, and those that it is the least of
+    if (!memory_ || !groups) return memory_ = false;
+    memset(groups.get(), 0, 2 * WEIGHTS * sizeof(uint16_t));
+    uint16_t *const least_of = groups.get() + WEIGHTS;
+    const auto for_each_group = [this](auto visit) {
+        for (uint32_t i = 0, end; i < member_count_; i = end) {
+            for (end = i; end < member_count_ && members_[end].group == members_[i].group;) ++end;
+            visit(members_[i].group, &members_[i], end - i);
+        }
+    };
+    uint32_t limit = WEIGHTS; // from here on a weight can stand beside any
+    for_each_group([&](uint32_t group, const GroupMember *members, uint32_t count) {
+        if (group == ANY_GROUP) limit = members[0].weight;
+        ++least_of[members[0].weight];
+        for (uint32_t i = 0; i < count; ++i) ++groups[members[i].weight];
+    });
+    const auto is_common = [&](uint32_t weight) {
+        const WeightFacts &fact = facts_[weight];
+        return fact.lettered != 0 && weight < limit && fact.special == 0 && fact.breaks == 0 && groups[weight] == least_of[weight];
+    };
+    uint32_t rows = 0;
+    for (uint32_t weight = 2; weight < WEIGHTS; ++weight) rows += is_common(weight) ? facts_[weight].rows : 0;
+    if (rows <= facts_[most_frequent()].rows) return false;
+    for (uint32_t weight = 2; weight < WEIGHTS; ++weight) {
+        facts_[weight].common = is_common(weight) ? 1 : 0;
+        facts_[weight].below = facts_[weight].unlettered;
+    }
+    most_relative_ = 0;
+    for_each_group([&](uint32_t group, const GroupMember *members, uint32_t count) {
+        uint16_t place = 0;
+        for (uint32_t i = 0; i < count && place < MOST_RELATIVE && group != ANY_GROUP; ++i) {
+            WeightFacts &fact = facts_[members[i].weight];
+            if (groups[members[i].weight] > 1 || members[i].weight >= limit || fact.special != 0) break;
+            if (fact.common == 0) fact.relative = ++place;
+        }
+        most_relative_ = std::max<uint32_t>(most_relative_, place);
+    });
+    return true;
+}
+
+// Whether the number of some weights of a pass follows from what the rows have in two passes before, each weight of which stands
+// for some number of them. `chosen` tells the weights, which are in facts_.
+template <class Chosen> bool OrderBuilder::count_follows(int pass, int earlier, Chosen is_chosen) {
+    constexpr int32_t OPEN = INT32_MIN;
+    std::fill_n(first_counts_.get(), WEIGHTS, OPEN);
+    std::fill_n(further_counts_.get(), WEIGHTS, OPEN);
+    const auto chosen_of = [&](uint32_t row) {
+        int32_t count = 0;
+        visit_weights(row, pass, [&](uint32_t weight, bool) { count += is_chosen(facts_[weight]) ? 1 : 0; });
+        return count;
+    };
+    const auto sum_of = [this](uint32_t row, int of, const Owned<int32_t> &counts) {
+        int32_t sum = 0;
+        visit_weights(row, of, [&](uint32_t weight, bool) { sum += counts[weight] == OPEN ? 0 : counts[weight]; });
+        return sum;
+    };
+    const auto said_alone = [this, pass](uint32_t row) { // in the first pass, and in none of the others before
+        for (int other = 1; other < pass; ++other)
+            if (!is_ignored(row, other)) return false;
+        return count_weights(row, 0) == 1;
+    };
+    for_each_row([&](uint32_t row) {
+        if (earlier > 0 && said_alone(row)) first_counts_[first_weight(row, 0)] = chosen_of(row);
+    });
+    for (const bool alone : {true, false}) // then those that are only found behind others
+        for_each_row([&](uint32_t row) {
+            uint32_t last = 0;
+            visit_weights(row, earlier, [&last](uint32_t weight, bool) { last = weight; });
+            if (last == 0 || further_counts_[last] != OPEN || (alone && count_weights(row, earlier) > 1)) return;
+            further_counts_[last] = chosen_of(row) - sum_of(row, 0, first_counts_) - sum_of(row, earlier, further_counts_);
+        });
+    bool follows = true;
+    for_each_row([&](uint32_t row) {
+        follows = follows && chosen_of(row) == sum_of(row, 0, first_counts_) + sum_of(row, earlier, further_counts_);
+    });
+    return follows;
+}
+
+// Whether texts that are equal in the passes before can differ in the number of common weights at the end alone. They cannot where
+// nothing is less than those, and the number of weights among which the common ones are follows from the passes before.
+bool OrderBuilder::ends_are_told(int pass) {
+    for (uint32_t weight = 2; weight < WEIGHTS; ++weight)
+        if (facts_[weight].used != 0 && facts_[weight].below != 0) return true;
+    const auto all = [](const WeightFacts &) { return true; };
+    const auto lettered = [](const WeightFacts &fact) { return fact.unlettered == 0; };
+    const auto common = [](const WeightFacts &fact) { return fact.common != 0; };
+    for (int earlier = 0; earlier < pass; ++earlier)
+        if (count_follows(pass, earlier, all) || count_follows(pass, earlier, common)) return false;
+    if (facts_[most_frequent()].unlettered != 0) return true;
+    for (int earlier = 0; earlier < pass; ++earlier)
+        if (count_follows(pass, earlier, lettered)) return false;
+    return true;
+}
+
+template <class Member>
+void OrderBuilder::write(int pass, OrderToken *tokens, const Bytes &bytes, uint32_t first, Member is_member) {
+    bytes.lay_out(
+        is_member,
+        [&](uint32_t weight, uint32_t place, CodeForm form) {
+            const WeightFacts &fact = facts_[weight];
+            const uint32_t at = (first << 8) + place;
+            OrderToken &token = tokens[weight];
+            token.flags = static_cast<uint8_t>((fact.common != 0 ? TOKEN_COMMON : 0) | (fact.below != 0 ? TOKEN_BELOW : 0) |
+                                               (fact.breaks != 0 ? TOKEN_BREAKS : 0));
+            token.length = fact.special != 0 ? 0 : form == CodeForm::LEADS ? 1 : 2;
+            uint32_t said = at;
+            if (fact.special != 0) {
+                said = specials_.size() << 8 | specials_.size() >> 8;
+                const uint32_t least = ranges_[static_cast<uint32_t>(pass) * WEIGHTS + weight].least;
+                memory_ = memory_ && specials_.append({least, static_cast<uint16_t>(at), form});
+            }
+            token.bytes[0] = static_cast<uint8_t>(said >> 8);
+            token.bytes[1] = static_cast<uint8_t>(said);
+        },
+        [&](uint32_t character, uint32_t place) { ascii_[pass][character] = static_cast<uint8_t>(first + place); });
+}
+
+// Room for the tokens of a pass. Null when memory is out.
+OrderToken *OrderBuilder::add_tokens(uint32_t &at) {
+    uint32_t count = WEIGHTS;
+    while (count > 2 && facts_[count - 1].used == 0) --count;
+    at = tokens_.size();
+    static constexpr OrderToken NONE[64] = {};
+    for (uint32_t left = count; memory_ && left > 0; left -= std::min<uint32_t>(left, std::size(NONE)))
+        memory_ = tokens_.append(NONE, std::min<uint32_t>(left, std::size(NONE)));
+    return memory_ ? &tokens_[at] : nullptr;
+}
+
+constexpr auto ALL = [](const WeightFacts &) { return true; };
+
+// As many blocks of letters as there is room for have one byte each.
+void OrderBuilder::write_first() {
+    collect_blocks();
+    Bytes bytes = bytes_of(0);
+    bytes.wide_codes = bytes.leads(ALL) <= FIRST_PASS_BYTES;
+    for (uint8_t block = 1; block <= BLOCK_COUNT; ++block) {
+        bytes.preferred = block;
+        if (bytes.leads(ALL) <= FIRST_PASS_BYTES) continue;
+        for (uint32_t weight = 0; weight < WEIGHTS; ++weight) // not this one
+            if (facts_[weight].preferred == block) facts_[weight].preferred = 0;
+    }
+    OrderToken *const tokens = add_tokens(tokens_at_[0]);
+    if (tokens != nullptr) write(0, tokens, bytes, FIRST_BYTE, ALL);
+    open_at_[0] = tokens_at_[0];
+}
+
+// The bytes of a further pass, from the least on: the weights below the common ones; runs before such; runs before others; places
+// in groups; the weights above.
+void OrderBuilder::write_further(int pass) {
+    OrderPass &made = made_.passes[pass];
+    const bool implied = find_implied(pass);
+    if (!memory_) return;
+    if (!implied) {
+        const uint32_t common = most_frequent();
+        for (uint32_t weight = 0; weight < WEIGHTS; ++weight) {
+            facts_[weight].below = weight < common ? 1 : 0;
+            facts_[weight].common = weight == common && common != 0 ? 1 : 0;
+            facts_[weight].breaks = facts_[weight].relative = 0;
+        }
+        most_relative_ = 0;
+    }
+    made.ends_told = implied || ends_are_told(pass);
+    const auto is_below = [](const WeightFacts &fact) { return fact.below != 0; };
+    const auto is_above = [implied](const WeightFacts &fact) { return fact.below == 0 && (implied || fact.common == 0); };
+    Bytes below = bytes_of(pass), above = bytes_of(pass);
+    below.wide_codes = above.wide_codes = below.leads(is_below) + above.leads(is_above) + 2 * MOST_RUN <= FURTHER_PASS_BYTES;
+    uint32_t least = below.leads(is_below) + above.leads(is_above);
+    uint32_t run = MOST_RUN;
+    while (run > 2 && least + 2 * run > FURTHER_PASS_BYTES) run /= 2;
+    least += 2 * run;
+    const auto raise = [&least](uint32_t before, uint32_t after) { // takes the better form where there is room for it
+        if (least - before + after > FURTHER_PASS_BYTES) return false;
+        least = least - before + after;
+        return true;
+    };
+    const uint32_t plain_below = below.leads(is_below);
+    below.ascii_singles = true;
+    if (!raise(plain_below, below.leads(is_below))) below.ascii_singles = false;
+    while (!raise(0, most_relative_)) most_relative_ /= 2;
+    for (Bytes *const region : {&below, &above}) {
+        uint32_t count = 0;
+        bool special = false;
+        for (uint32_t weight = 2; weight < WEIGHTS; ++weight) {
+            const WeightFacts &fact = facts_[weight];
+            if (fact.used == 0 || !(region == &below ? is_below(fact) : is_above(fact))) continue;
+            ++count;
+            special = special || fact.special != 0;
+        }
+        if (special || implied) continue;
+        const uint32_t now = (count + SLOTS - 1) / SLOTS, room = FURTHER_PASS_BYTES - least + now;
+        uint32_t singles = std::min(count, room);
+        while (singles > 0 && singles + (count - singles + SLOTS - 1) / SLOTS > room) --singles;
+        region->plain_singles = singles;
+        least += singles + (count - singles + SLOTS - 1) / SLOTS - now;
+    }
+    OrderToken *const open = add_tokens(open_at_[pass]);
+    if (open == nullptr) return;
+    uint32_t at = FIRST_BYTE;
+    write(pass, open, below, at, is_below);
+    at += below.leads(is_below);
+    made.low = static_cast<uint8_t>(at);
+    made.high = static_cast<uint8_t>(at + 2 * run - 1);
+    made.run_most = static_cast<uint8_t>(run - 1);
+    at += 2 * run;
+    const uint32_t relative = at;
+    at += most_relative_;
+    write(pass, open, above, at, is_above);
+    tokens_at_[pass] = open_at_[pass];
+    for (uint32_t weight = 2; weight < WEIGHTS && !implied; ++weight)
+        if (facts_[weight].common != 0) open[weight].flags |= TOKEN_COMMON;
+    if (!implied || add_tokens(tokens_at_[pass]) == nullptr) return;
+    for (uint32_t weight = 2; weight < tokens_.size() - tokens_at_[pass]; ++weight) {
+        OrderToken &token = tokens_[tokens_at_[pass] + weight], &plain = tokens_[open_at_[pass] + weight];
+        token = plain;
+        plain.flags = static_cast<uint8_t>(plain.flags & TOKEN_BELOW);
+        if (facts_[weight].relative == 0 || facts_[weight].relative > most_relative_) continue;
+        token.bytes[0] = static_cast<uint8_t>(relative + facts_[weight].relative - 1U);
+        token.length = 1;
+    }
+}
+
+gl_order_maps *OrderBuilder::assemble() {
+    const auto passes = static_cast<uint32_t>(rules_.pass_count);
+    const uint32_t rows = maps_.unknown + 2;
+    size_t size = sizeof(gl_order_maps);
+    const auto place = [&size](size_t bytes) { return std::exchange(size, size + (bytes + 3) / 4 * 4); };
+    const size_t tokens = place(tokens_.size() * sizeof(OrderToken)), specials = place(specials_.size() * sizeof(OrderSpecial)),
+                 ascii = place(passes * ASCII), quiet = place(rows * sizeof(uint16_t));
+    auto *const block = static_cast<uint8_t *>(_gl_alloc_ptr(static_cast<uint32_t>(size)));
+    if (block == nullptr) return nullptr;
+    auto *const of_rows = reinterpret_cast<uint16_t *>(block + quiet);
+    memcpy(block + tokens, tokens_.begin(), tokens_.size() * sizeof(OrderToken));
+    if (specials_.size() > 0) memcpy(block + specials, specials_.begin(), specials_.size() * sizeof(OrderSpecial));
+    memcpy(block + ascii, ascii_, passes * ASCII);
+    memset(of_rows, 0, rows * sizeof(uint16_t));
+    made_.maps = &maps_;
+    made_.pass_count = rules_.pass_count;
+    made_.utf8 = utf8_;
+    made_.specials = reinterpret_cast<const OrderSpecial *>(block + specials);
+    made_.quiet = of_rows;
+    for (int pass = 0; pass < rules_.pass_count; ++pass) {
+        OrderPass &made = made_.passes[pass];
+        const auto *const all = reinterpret_cast<const OrderToken *>(block + tokens);
+        made.tokens = all + tokens_at_[pass];
+        made.open = all + open_at_[pass];
+        made.ascii = block + ascii + static_cast<uint32_t>(pass) * ASCII;
+        made.forward = is_forward(rules_, pass);
+        for (uint32_t row = 0; pass > 0 && row < maps_.unknown; ++row) {
+            const uint16_t of_row = code(row, pass);
+            const bool common = is_ordinary(of_row) && used_[row] != 0 && (made.tokens[of_row].flags & TOKEN_COMMON) != 0;
+            if (common && (made.tokens[of_row].flags & TOKEN_BREAKS) == 0) of_rows[row] |= static_cast<uint16_t>(1U << pass);
+            if (of_row == WEIGHT_IGNORED) of_rows[row] |= static_cast<uint16_t>(0x100U << pass);
+        }
+    }
+    memcpy(static_cast<void *>(block), &made_, sizeof made_);
+    return reinterpret_cast<gl_order_maps *>(block);
+}
+
+gl_order_maps *OrderBuilder::build() {
+    const auto passes = static_cast<uint32_t>(rules_.pass_count);
+    used_ = Owned<uint8_t>::allocate(maps_.unknown);
+    ranges_ = Owned<Range>::allocate(passes * WEIGHTS);
+    facts_ = Owned<WeightFacts>::allocate(WEIGHTS);
+    hidden_ = Owned<uint8_t>::allocate(WEIGHTS);
+    first_counts_ = Owned<int32_t>::allocate(WEIGHTS);
+    further_counts_ = Owned<int32_t>::allocate(WEIGHTS);
+    if (!used_ || !ranges_ || !facts_ || !hidden_ || !first_counts_ || !further_counts_) return nullptr;
+    memset(used_.get(), 0, maps_.unknown);
+    std::fill_n(ranges_.get(), passes * WEIGHTS, Range());
+    utf8_ = is_utf8();
+    scan_rules();
+    for (int pass = 0; pass < rules_.pass_count; ++pass) {
+        collect_facts(pass);
+        pass == 0 ? write_first() : write_further(pass);
+        if (!memory_) return nullptr;
+    }
+    return assemble();
+}
+
+} // namespace
+
+gl_order_maps *build_order_maps(const gl_collate_info &rules) { return OrderBuilder(rules).build(); }
+
+void free_order_maps(const gl_order_maps *maps) { _gl_free_ptr(const_cast<gl_order_maps *>(maps)); }
+
+} // namespace qbgl

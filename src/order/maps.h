@@ -1,0 +1,107 @@
+// What the order for indexes makes of a locale's rules while they are loaded: for each pass the bytes of a weight in a key, and
+// which weights are so common, or follow so surely from what was said before, that only their number is written. docs/keys.md has
+// the form of the keys, and why it keeps the order.
+#pragma once
+
+#include "coll/maps.h"
+
+namespace qbgl {
+
+// The bytes of a weight. Of a special one only a number, see OrderSpecial.
+struct OrderToken {
+    uint8_t bytes[2];
+    uint8_t length; // 1 or 2; 0 for a special weight, whose number the bytes are
+    uint8_t flags;
+};
+inline constexpr uint8_t TOKEN_COMMON = 1; // counted, and not written
+inline constexpr uint8_t TOKEN_BELOW = 2;  // less than the common ones
+inline constexpr uint8_t TOKEN_BREAKS = 4; // what follows in the pass is written by the tokens of `open`
+
+// How the characters that share a special weight are told apart, by their distance from the least of them.
+enum class CodeForm : uint8_t {
+    SLOTS,     // the distance / 256 is added to the two bytes; the remainder follows
+    LEADS,     // the distance / 65536 is added to the one byte; two bytes follow
+    TWO_BYTES, // two follow, behind the two
+    FOUR_BYTES // four do
+};
+
+struct OrderSpecial {
+    uint32_t least;
+    uint16_t bytes; // the first one in its upper half
+    CodeForm form;
+};
+
+struct OrderPass {
+    const OrderToken *tokens; // by weight
+    const OrderToken *open;   // the same behind a weight that breaks
+    const uint8_t *ascii;     // 128: the one byte of an ASCII character that has a special weight, or 0
+    // A run of common weights, of 1 to run_most of them: before a greater one high - (n - 1), otherwise low + n - 1. One more
+    // stands for run_most of them, with further ones behind it.
+    uint8_t low, high, run_most;
+    bool ends_told; // a run at the end of the pass is written
+    bool forward;
+};
+
+inline constexpr gl_wchar ELEMENT_CHARACTER = 1; // what stands for an element's where its weight is special
+
+inline constexpr uint8_t PASS_END = 1, OF_UNKNOWN = 0xFE, OF_BYTE = 0xFF; // the last two in the first pass
+inline constexpr uint8_t OF_EITHER = 0xFF;                                // in a further one
+
+} // namespace qbgl
+
+struct gl_order_maps {
+    const gl_collation_maps *maps;
+    int pass_count;
+    bool utf8; // the code of a character is its scalar value, not its bytes
+    qbgl::OrderPass passes[GL_MAX_PASSES];
+    const qbgl::OrderSpecial *specials;
+    // By row: bit k, k > 0, when pass k has nothing but one common weight of it; bit k + 8 when it has nothing.
+    const uint16_t *quiet;
+};
+
+namespace qbgl {
+
+// The row of a character that the rules do not have is maps.unknown, that of a byte that is none the next one.
+inline uint32_t row_of_byte(const gl_collation_maps &maps) { return maps.unknown + 1; }
+
+// The scalar value of a character of utf8.
+constexpr uint32_t scalar_value(gl_wchar wc) {
+    if (wc < 0x80) return wc;
+    const uint32_t low = wc & 0x3F, second = wc >> 2 & 0xFC0;
+    if (wc < 0x10000) return (wc >> 2 & 0x7C0) | low;
+    if (wc < 0x1000000) return (wc >> 4 & 0xF000) | second | low;
+    return (wc >> 6 & 0x1C0000) | (wc >> 4 & 0x3F000) | second | low;
+}
+static_assert(scalar_value(0xC3BF) == 0xFF && scalar_value(0xE4B880) == 0x4E00 && scalar_value(0xF09FABA8) == 0x1FAE8);
+
+constexpr gl_wchar utf8_character(uint32_t scalar) {
+    const uint32_t last = 0x80 | (scalar & 0x3F), second = 0x8000 | (scalar << 2 & 0x3F00);
+    if (scalar < 0x80) return scalar;
+    if (scalar < 0x800) return 0xC000 | (scalar << 2 & 0x1F00) | last;
+    if (scalar < 0x10000) return 0xE00000 | (scalar << 4 & 0xF0000) | second | last;
+    return 0xF0000000 | (scalar << 6 & 0x7000000) | 0x800000 | (scalar << 4 & 0x3F0000) | second | last;
+}
+
+// The weights that a code of the arrays stands for, in the order of the pass: visit(code, character) with the code of each, and the
+// character of a special one, which is `character` itself where the code is no expansion.
+template <class Visit>
+void for_each_weight(const gl_collation_maps &maps, int pass, uint16_t code, gl_wchar character, Visit visit) {
+    if (!is_expansion(code)) {
+        if (code != WEIGHT_IGNORED) visit(code, character);
+        return;
+    }
+    const auto list_of = [&](uint16_t expansion) {
+        return maps.items + maps.item_lists[static_cast<uint32_t>(pass) * maps.expansion_count + (expansion & WEIGHT_VALUE)];
+    };
+    for (const ExpansionItem *item = list_of(code); item->code != CODE_END; ++item) {
+        while (is_expansion(item->code)) item = list_of(item->code);
+        if (item->code == CODE_END) return;
+        visit(item->code, item->character);
+    }
+}
+
+// Null when memory is out. The rules must have maps and a pass.
+gl_order_maps *build_order_maps(const gl_collate_info &rules);
+void free_order_maps(const gl_order_maps *maps);
+
+} // namespace qbgl

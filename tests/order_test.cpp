@@ -1,0 +1,360 @@
+// The order for indexes against a slow model of it, on texts of characters, elements, and bytes that are none.
+#include "support/guarded.h"
+#include "support/locale_object.h"
+
+#include "order/maps.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <random>
+
+namespace {
+
+using namespace qbgl_test;
+using std::string;
+using Strings = std::vector<string>;
+
+int sign(int value) { return (value > 0) - (value < 0); }
+int sign_of(const string &a, const string &b) { return sign(a.compare(b)); } // of char: as unsigned bytes
+
+// A pair of numbers for each weight of a pass, and what a text is made of otherwise.
+using Weights = std::vector<std::pair<uint32_t, uint32_t>>;
+
+// Written from the contract, on the tables of the rules.
+class Model {
+  public:
+    explicit Model(gl_locale *locale) : locale_(locale), rules_(locale->collate) {}
+
+    bool by_rules() const { return rules_.kind == GL_COLLATION_AS_SPECIFIED && rules_.direct == 0 && rules_.pass_count > 0; }
+
+    std::vector<Weights> passes(const string &text, int passes) const {
+        const std::vector<Piece> pieces = pieces_of(text);
+        std::vector<Weights> result;
+        if (!by_rules()) {
+            result.emplace_back();
+            for (const Piece &piece : pieces) result[0].emplace_back(piece.valid ? piece.length : 9, piece.value);
+        }
+        for (int pass = 0; by_rules() && pass < rules_.pass_count && (passes <= 0 || pass < passes); ++pass)
+            result.push_back(weights(pieces, pass));
+        if (passes == 0) {
+            result.emplace_back();
+            for (const char byte : text) result.back().emplace_back(static_cast<unsigned char>(byte), 0);
+        }
+        return result;
+    }
+
+    // Whether every character is one, and the rules have it.
+    bool is_known(const string &text) const {
+        return std::ranges::all_of(pieces_of(text),
+                                   [this](const Piece &p) { return p.valid && (!by_rules() || row_of(p.value) >= 0); });
+    }
+
+  private:
+    struct Piece {
+        uint32_t value, length;
+        bool valid;
+    };
+
+    std::vector<Piece> pieces_of(const string &text) const {
+        std::vector<Piece> pieces;
+        const auto unit = static_cast<size_t>(gl_mb_loc_min(locale_));
+        for (size_t at = 0; at < text.size();) {
+            gl_wchar wc = 0;
+            const string rest = text.substr(at);
+            int length = locale_->single_byte != 0 ? 1 : gl_full_mblen(locale_, rest.data(), static_cast<int>(rest.size()));
+            if (length == 0) length = static_cast<int>(unit); // NUL
+            const bool valid = length > 0;
+            if (!valid) length = static_cast<int>(std::min(unit, rest.size()));
+            for (int i = 0; i < length; ++i) {
+                wc = wc << 8 | static_cast<unsigned char>(rest[static_cast<size_t>(i)]);
+                if (!valid) pieces.push_back({static_cast<unsigned char>(rest[static_cast<size_t>(i)]), 1, false});
+            }
+            if (valid) pieces.push_back({wc, static_cast<uint32_t>(length), true});
+            at += static_cast<size_t>(length);
+        }
+        return pieces;
+    }
+
+    int row_of(gl_wchar wc) const {
+        const void *entry = _gl_retrieve_wchar_multi_nl(nullptr, wc, rules_.character_table);
+        uint16_t row = 0;
+        if (entry == nullptr) return -1;
+        std::memcpy(&row, entry, sizeof row);
+        return row;
+    }
+
+    Weights weights(const std::vector<Piece> &pieces, int pass) const {
+        const uint32_t beyond = GL_WEIGHT_VALUE + 1;
+        std::vector<std::pair<int, gl_wchar>> units; // rows and characters
+        for (size_t at = 0; at < pieces.size(); ++at) {
+            const gl_collating_element *found = nullptr;
+            for (int i = 0; i < rules_.element_count && found == nullptr; ++i) {
+                const gl_collating_element &element = rules_.elements[i];
+                int same = 0;
+                while (same < element.count && at + static_cast<size_t>(same) < pieces.size()) {
+                    const Piece &piece = pieces[at + static_cast<size_t>(same)];
+                    if (!piece.valid || piece.value != element.chars[same]) break;
+                    ++same;
+                }
+                if (same == element.count) found = &element;
+            }
+            if (found != nullptr) {
+                units.emplace_back(found->row, 1);
+                at += static_cast<size_t>(found->count) - 1;
+            } else {
+                units.emplace_back(pieces[at].valid ? row_of(pieces[at].value) : -2, pieces[at].value);
+            }
+        }
+        const bool forward = (rules_.directions[pass] & GL_PASS_FORWARD) != 0;
+        if (!forward) std::ranges::reverse(units);
+        Weights result;
+        for (const auto &[row, character] : units) {
+            if (row >= 0)
+                add(result, pass, row, character, forward);
+            else
+                result.emplace_back(pass > 0 ? beyond : beyond + (row == -2 ? 1U : 0U), pass > 0 ? 0 : character);
+        }
+        return result;
+    }
+
+    void add(Weights &weights, int pass, int row, gl_wchar character, bool forward) const {
+        const uint16_t weight = rules_.weights[pass][row];
+        if ((weight & GL_WEIGHT_SPECIAL) != 0) {
+            weights.emplace_back(weight & GL_WEIGHT_VALUE, character);
+        } else if ((weight & GL_WEIGHT_EXPANSION) != 0) {
+            const gl_expansion &expansion = rules_.expansions[weight & GL_WEIGHT_VALUE];
+            for (int i = 0; i < expansion.count; ++i) {
+                const gl_wchar wc = expansion.chars[forward ? i : expansion.count - 1 - i];
+                add(weights, pass, row_of(wc), wc, forward);
+                if ((rules_.weights[pass][row_of(wc)] & (GL_WEIGHT_SPECIAL | GL_WEIGHT_EXPANSION)) == GL_WEIGHT_EXPANSION) return;
+            }
+        } else if (weight != GL_WEIGHT_IGNORED) {
+            weights.emplace_back(weight, 0);
+        }
+    }
+
+    gl_locale *locale_;
+    const gl_collate_info &rules_;
+};
+
+string utf8_bytes(uint32_t scalar) {
+    string bytes;
+    for (gl_wchar wc = qbgl::utf8_character(scalar); wc != 0 || bytes.empty(); wc >>= 8)
+        bytes.insert(bytes.begin(), static_cast<char>(wc));
+    return bytes;
+}
+
+// Texts that are often near each other.
+class Texts {
+  public:
+    Texts(gl_locale *locale, unsigned seed) : random_(seed) {
+        const int longest = locale->ctype.codeset_table != nullptr ? gl_mb_loc_max(locale) : 1;
+        for (int i = 0; i < 20000 && characters_.size() < 300; ++i) {
+            string bytes;
+            if (longest == 4 && below(2) == 0)
+                bytes = utf8_bytes(below(8) == 0 ? below(0x30000) : below(below(2) == 0 ? 0x250 : 0xA000));
+            while (bytes.empty() || (bytes.size() < static_cast<size_t>(longest) && below(2) == 0))
+                bytes += static_cast<char>(below(256));
+            if (i % 4 == 0)
+                bytes = string(static_cast<size_t>(gl_mb_loc_min(locale)) - 1, '\0') + static_cast<char>(0x20 + below(0x5F));
+            const int size = static_cast<int>(bytes.size());
+            if (gl_full_mblen(locale, bytes.data(), size) == size) characters_.push_back(bytes);
+        }
+        for (int i = 0; i < locale->collate.element_count; ++i) {
+            const gl_collating_element &element = locale->collate.elements[i];
+            string bytes;
+            char one[4];
+            for (int k = 0; k < element.count; ++k)
+                bytes.append(one, static_cast<size_t>(std::max(gl_wctomb(locale, one, element.chars[k]), 0)));
+            elements_.push_back(bytes);
+        }
+        if (characters_.empty()) characters_.push_back("a");
+    }
+
+    unsigned below(unsigned limit) { return static_cast<unsigned>(random_() % limit); }
+
+    string piece() {
+        const unsigned kind = below(20);
+        if (kind < 4 && !elements_.empty()) return elements_[below(static_cast<unsigned>(elements_.size()))];
+        const string &character = characters_[below(static_cast<unsigned>(characters_.size()))];
+        if (kind < 16) return character;
+        if (kind < 18) return character.substr(0, character.size() - below(2));
+        return string(1, static_cast<char>(kind == 18 ? below(256) : 0));
+    }
+    string text(const Strings &alphabet) {
+        string result;
+        for (unsigned left = below(below(40) == 0 ? 400 : 9); left > 0; --left)
+            result += alphabet[below(static_cast<unsigned>(alphabet.size()))];
+        return result;
+    }
+    std::pair<string, string> pair() {
+        Strings alphabet(1 + below(6));
+        for (string &each : alphabet) each = piece();
+        string a = text(alphabet), b = text(alphabet);
+        if (below(3) != 0 || a.empty()) return {a, b};
+        b = a;
+        const unsigned at = below(static_cast<unsigned>(a.size()));
+        b.replace(at, below(4), below(2) == 0 ? "" : alphabet[0]);
+        return {a, b};
+    }
+
+  private:
+    std::mt19937 random_;
+    Strings characters_, elements_;
+};
+
+// Texts and keys beside pages that cannot be touched.
+GuardedMemory &guarded() {
+    static GuardedMemory memory(2);
+    return memory;
+}
+const char *guarded_text(const string &text) {
+    return static_cast<char *>(guarded().take(text.size(), Guard::behind, text.data()));
+}
+
+int compare(gl_locale *locale, const string &a, const string &b, int passes) {
+    const char *const left = guarded_text(a), *const right = guarded_text(b);
+    const int order = gl_order_compare(locale, left, static_cast<int>(a.size()), right, static_cast<int>(b.size()), passes);
+    EXPECT_TRUE(guarded().clear());
+    return order;
+}
+template <class Function> string key(Function function, gl_locale *locale, const string &text, int passes, size_t room) {
+    auto *const key = static_cast<unsigned char *>(guarded().take(room, Guard::behind));
+    const int size = function(locale, guarded_text(text), static_cast<int>(text.size()), passes, key, static_cast<int>(room));
+    const string result(reinterpret_cast<const char *>(key), std::min(room, static_cast<size_t>(std::max(size, 0))));
+    EXPECT_TRUE(guarded().clear());
+    return result;
+}
+string whole_key(gl_locale *locale, const string &text, int passes) {
+    const int size = gl_order_key(locale, text.data(), static_cast<int>(text.size()), passes, nullptr, 0);
+    const string result = key(gl_order_key, locale, text, passes, static_cast<size_t>(size));
+    EXPECT_EQ(result.size(), static_cast<size_t>(size));
+    return result;
+}
+
+void check_pairs(gl_locale *locale, unsigned pairs) {
+    const Model model(locale);
+    const bool thai = locale->collate.kind == GL_COLLATION_THAI;
+    Texts texts(locale, 1);
+    for (unsigned i = 0; i < pairs && !testing::Test::HasFailure(); ++i) {
+        const auto [a, b] = texts.pair();
+        const int passes = static_cast<int>(texts.below(8)) - 1;
+        SCOPED_TRACE(hexadecimal(a) + " " + hexadecimal(b) + " passes " + std::to_string(passes));
+        locale->error = 0;
+        const int order = compare(locale, a, b, passes);
+        EXPECT_EQ(compare(locale, b, a, passes), -order);
+        const string key_a = whole_key(locale, a, passes), key_b = whole_key(locale, b, passes);
+        EXPECT_EQ(sign_of(key_a, key_b), order);
+        EXPECT_EQ(locale->error, 0);
+        EXPECT_TRUE(passes != 0 || (order == 0) == (a == b));
+        const auto weights_a = model.passes(a, passes), weights_b = model.passes(b, passes);
+        if (!thai) {
+            EXPECT_EQ(weights_a < weights_b ? -1 : weights_b < weights_a ? 1 : 0, order);
+        }
+        if (passes == -1 && model.is_known(a) && model.is_known(b)) {
+            locale->error = 0;
+            const int told = sign(gl_mbfscoll(locale, a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size())));
+            EXPECT_EQ(locale->error, 0);
+            EXPECT_TRUE(told == 0 || order == told);
+        }
+        const size_t room = texts.below(12);
+        EXPECT_EQ(key(gl_order_key_part, locale, a, passes, room), key_a.substr(0, room));
+        EXPECT_EQ(key(gl_order_key, locale, a, passes, room), key_a.substr(0, room));
+        EXPECT_TRUE(passes <= 0 || whole_key(locale, a, -1).starts_with(key_a));
+    }
+}
+
+class OrderOfTree : public testing::TestWithParam<const char *> {
+  protected:
+    OrderOfTree() { EXPECT_EQ(gl_lc_load(&locale_, GetParam(), nullptr, nullptr), 0); }
+    ~OrderOfTree() override { gl_lc_unload(locale_); }
+
+    const ScopedEnv tree_{"QUORBANEDIR", QBGL_TREE};
+    gl_locale *locale_ = nullptr;
+};
+
+TEST_P(OrderOfTree, IsThatOfTheRulesAndOfTheKeys) { check_pairs(locale_, 1500); }
+
+TEST_P(OrderOfTree, RangesHoldWhatBeginsWithAPrefix) {
+    Texts texts(locale_, 2);
+    for (int i = 0; i < 1000 && !HasFailure(); ++i) {
+        const auto [prefix, rest] = texts.pair();
+        SCOPED_TRACE(hexadecimal(prefix));
+        int32_t at[2 * GL_ORDER_RANGES + 1] = {};
+        const auto ranges = [&](unsigned char *bounds, int room) {
+            return gl_order_ranges(locale_, prefix.data(), static_cast<int>(prefix.size()), bounds, room, at);
+        };
+        EXPECT_TRUE(ranges(nullptr, 0) > 0 || at[0] > 0);
+        string bounds(static_cast<size_t>(at[0]), '\0');
+        const int count = ranges(reinterpret_cast<unsigned char *>(bounds.data()), at[0]);
+        ASSERT_GT(count, 0);
+        const auto bound = [&](int k) { return bounds.substr(static_cast<size_t>(at[k]), static_cast<size_t>(at[k + 1] - at[k])); };
+        for (int k = 1; k < 2 * count - 1; ++k) EXPECT_LE(bound(k - 1), bound(k));
+        for (const string &more : {string(), rest, texts.piece(), texts.piece() + rest}) {
+            const string text = whole_key(locale_, prefix + more, static_cast<int>(texts.below(3)) - 1);
+            bool inside = false;
+            for (int k = 0; k < count; ++k)
+                inside = inside || (text >= bound(2 * k) && (bound(2 * k + 1).empty() || text < bound(2 * k + 1)));
+            EXPECT_TRUE(inside) << hexadecimal(more);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, OrderOfTree,
+                         testing::Values("de_de.utf8", "fr_ca.utf8", "fr_ca.8859-1", "cs_cz.utf8", "cs_cz.8859-2", "da_dk.utf8",
+                                         "ja_jp.utf8", "ja_jp.sjis", "ja_jp.ujis", "zh_cn.utf8", "zh_cn.gb18030", "zh_tw.big5",
+                                         "ko_kr.utf8", "th_th.utf8", "th_th.utf8@dict", "hu_hu.8859-2", "ar_eg.utf8",
+                                         "hi_in.utf8"));
+
+// Codesets of every shape, by code values and by rules that have a backward pass.
+TEST(Order, HoldsInEveryShapeOfCodeset) {
+    for (const Codeset &codeset : {single_byte_codeset(), sjis_codeset(), eucjp_codeset(), utf8_codeset(), two_byte_codeset(),
+                                   euctw_codeset(), gb18030_codeset()})
+        for (const bool direct : {false, true}) {
+            SCOPED_TRACE(codeset.name + (direct ? ", code values" : ", rules"));
+            Collation rules = Collation::in_order(codeset, {1, 2});
+            rules.rows[0].assign(2, GL_WEIGHT_SPECIAL | (rules.rows.size() + 1)); // of what has no other row
+            rules.direct = direct;
+            const Locale locale = load_locale(LocaleObject(codeset, rules.text()));
+            ASSERT_EQ(locale->error, 0);
+            ASSERT_EQ(locale->order_maps == nullptr, direct);
+            check_pairs(locale.get(), 700);
+        }
+}
+
+TEST(Order, OfAHandleWithoutRulesIsThatOfBytes) {
+    gl_locale *null = nullptr;
+    ASSERT_EQ(gl_create_null_locale_4(&null), 0);
+    for (gl_locale *locale : {static_cast<gl_locale *>(nullptr), null})
+        for (const auto &[a, b] : {std::pair{"a", "b"}, {"a", "a\x01"}, {"\x7F", "\x80"}, {"", "\xFF"}}) {
+            EXPECT_EQ(gl_order_compare(locale, a, -1, b, -1, -1), -1);
+            EXPECT_LT(whole_key(locale, a, -1), whole_key(locale, b, -1));
+        }
+    EXPECT_EQ(gl_order_compare(null, nullptr, -1, "", -1, 0), 0);
+    EXPECT_EQ(gl_order_compare(null, "a", -7, "a", 0, 0), 0);
+    gl_lc_unload(null);
+}
+
+TEST(Order, WritesKeysOfAColumnAsFarAsTheyFit) {
+    const ScopedEnv tree("QUORBANEDIR", QBGL_TREE);
+    gl_locale *locale = nullptr;
+    ASSERT_EQ(gl_lc_load(&locale, "cs_cz.utf8", nullptr, nullptr), 0);
+    const string data = "chata\xFF"
+                        "cihla";
+    const int32_t offsets[] = {0, 5, 5, 6, 11};
+    string expected;
+    for (const auto &[text, end] : {std::pair{string("chata"), 0}, {"", 0}, {"\xFF", 0}, {"cihla", 0}})
+        expected += whole_key(locale, text, 0);
+    unsigned char keys[100];
+    int32_t at[5];
+    ASSERT_EQ(gl_order_keys(locale, 4, data.data(), offsets, 0, keys, sizeof keys, at), 4);
+    EXPECT_EQ(string(reinterpret_cast<char *>(keys), static_cast<size_t>(at[4])), expected);
+    EXPECT_EQ(gl_order_keys(locale, 4, data.data(), offsets, 0, keys, at[4] - 1, at), 3);
+    EXPECT_EQ(gl_order_keys(locale, 0, data.data(), offsets, 0, keys, 0, at), 0);
+    gl_lc_unload(locale);
+}
+
+} // namespace
