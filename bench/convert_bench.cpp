@@ -29,6 +29,8 @@ const Codeset BIG5 = {"big5", "BIG5", "Big5"};
 const Codeset LATIN1 = {"8859-1", "ISO-8859-1", "ISO-8859-1"};
 const Codeset CP1252 = {"cp1252", "CP1252", "windows-1252"};
 const Codeset KOI8 = {"koi-8", "KOI8-R", "KOI8-R"};
+const Codeset UTF16 = {"utf-16le", "UTF-16LE", "UTF-16LE"};
+const Codeset UTF32 = {"ucs4", "UTF-32LE", "UTF-32LE"};
 const Codeset CP1251 = {"pc-slavic", "CP1251", "windows-1251"};
 
 struct Work {
@@ -51,6 +53,20 @@ const Work WORKS[] = {
     {"ujis_sjis_ascii_text", UJIS, SJIS, "en", false, 3.0, 3.0},
     {"utf8_sjis_ascii_text", UTF8, SJIS, "en", false, 3.0, 3.0},
     {"big5_utf8_ascii_text", BIG5, UTF8, "en", false, 3.0, 3.0},
+    {"utf8_utf16_de", UTF8, UTF16, "de", false, 2.0, 2.0},
+    {"utf8_utf16_ru", UTF8, UTF16, "ru", false, 2.0, 2.0},
+    {"utf8_utf16_ja", UTF8, UTF16, "ja", false, 2.0, 2.0},
+    {"utf8_utf16_ascii_text", UTF8, UTF16, "en", false, 2.0, 2.0},
+    {"utf16_utf8_de", UTF16, UTF8, "de", false, 2.0, 2.0},
+    {"utf16_utf8_ru", UTF16, UTF8, "ru", false, 2.0, 2.0},
+    {"utf16_utf8_ja", UTF16, UTF8, "ja", false, 2.0, 2.0},
+    {"utf16_utf8_ascii_text", UTF16, UTF8, "en", false, 2.0, 2.0},
+    {"utf8_utf32_ja", UTF8, UTF32, "ja", false, 2.0, 2.0},
+    {"utf8_utf32_ascii_text", UTF8, UTF32, "en", false, 2.0, 2.0},
+    {"utf32_utf8_ja", UTF32, UTF8, "ja", false, 2.0, 2.0},
+    {"utf32_utf8_ascii_text", UTF32, UTF8, "en", false, 2.0, 2.0},
+    {"utf16_sjis", UTF16, SJIS, "ja", false, 1.0, 1.0},
+    {"sjis_utf16", SJIS, UTF16, "ja", false, 2.0, 1.0},
     {"sjis_utf8_by_line", SJIS, UTF8, "ja", true, 2.0, 2.0},
 };
 
@@ -77,7 +93,7 @@ void convert_with_qbgl(benchmark::State &state, const Work &work, const Input &i
         state.SkipWithError("the conversion does not load");
         return;
     }
-    std::vector<char> buffer(input.size * 3);
+    std::vector<char> buffer(input.size * 4);
     for (auto _ : state) {
         for (const std::string &piece : input.pieces) {
             const char *in = piece.data();
@@ -93,7 +109,7 @@ void convert_with_qbgl(benchmark::State &state, const Work &work, const Input &i
 
 void convert_with_iconv(benchmark::State &state, const Work &work, const Input &input) {
     const iconv_t cd = iconv_open(work.target.iconv, work.source.iconv);
-    std::vector<char> buffer(input.size * 3);
+    std::vector<char> buffer(input.size * 4);
     for (auto _ : state) {
         for (const std::string &piece : input.pieces) {
             char *in = const_cast<char *>(piece.data());
@@ -114,7 +130,7 @@ void convert_with_icu(benchmark::State &state, const Work &work, const Input &in
     UErrorCode status = U_ZERO_ERROR;
     UConverter *source = ucnv_open(work.source.icu, &status);
     UConverter *target = ucnv_open(work.target.icu, &status);
-    std::vector<char> buffer(input.size * 3);
+    std::vector<char> buffer(input.size * 4);
     for (auto _ : state) {
         for (const std::string &piece : input.pieces) {
             const char *in = piece.data();
@@ -186,7 +202,11 @@ int main(int argc, char **argv) {
                                          {"8859-1", "utf8"},
                                          {"utf8", "sjis"},
                                          {"sjis", "utf8"},
-                                         {"sjis", "ujis"},
+                                         {"sjis", "ujis"}, // composed, as are those between two of the following
+                                         {"cp1251", "koi-8"},
+                                         {"gb18030", "big5"},
+                                         {"utf-16le", "sjis"},
+                                         {"sjis", "utf-16le"},
                                          {"utf8", "korhstmxexsbcs"},
                                          {"korhstmxexsbcs", "utf8"},
                                          {"unicode", "utf8"},

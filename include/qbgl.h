@@ -222,13 +222,20 @@ struct gl_cv {
     void *glu_handle; /* the extension library's converter */
     int32_t glu_flag; /* 1: the extension library converts */
     void *lane;       /* lookup arrays derived from main_table while loading, or null */
+    /* A side that is a form of Unicode and is read or written by algorithm, as src/unicode/form.h numbers them; 0: by the tables. A
+     * source of this kind has its records in main_table by their UTF-8; the table is empty where the target is one, too. */
+    int32_t source_form, target_form;
 };
 
 /* Canned descriptors, handed out by an open that failed before it had a record: read with gl_errno, never freed or changed
  * (gl_cv_unload accepts them and does nothing). Their errors are GL_ENOMEM, GL_ENOFILE and GL_EINVAL. */
 extern QBGL_API const gl_cv cd_enomem, cd_fileerr, cd_einval;
 
-/* Opens the conversion from one codeset to another, by codeset number: reads SSSSTTTT.cvo, the numbers in hexadecimal.
+/* Opens the conversion from one codeset to another, by codeset number. In this order it is
+ *   - the object SSSSTTTT.cvo, the numbers in hexadecimal, where there is one;
+ *   - an algorithm, between the forms of Unicode: utf8, utf-16le, utf-16be, ucs4 (utf-32le), utf-32be, and from unicode (two-byte
+ *     units) to these;
+ *   - composed of the two conversions through utf8, each of which may be an object or an algorithm.
  *   cd             receives the descriptor; release it with gl_cv_unload, also after a failure
  *   target_spec,   a codeset name ("sjis", "819") or a locale specification ("ja_jp.sjis")
  *   source_spec
@@ -242,11 +249,12 @@ QBGL_API int gl_cv_load(gl_cv **cd, const char *target_spec, const char *source_
                         const char *directory);
 
 /* Opens by codeset names: what follows the first "." of each specification, up to a space or "@", names the file
- * SOURCE_TARGET.cvo, searched in "cv9". Results as gl_cv_load; a specification without a "." is GL_ENOFILE. */
+ * SOURCE_TARGET.cvo, searched in "cv9"; where there is none, as gl_cv_load by the numbers of the names. Results as gl_cv_load; a
+ * specification without a "." is GL_ENOFILE. */
 QBGL_API int gl_cv_open(gl_cv **cd, const char *target_spec, const char *source_spec);
 
-/* Opens SOURCE_TARGET.cvo by two bare codeset names. Returns 0, or -1 with *cd as for gl_cv_load; two equal names are a failure
- * here (cd_fileerr). */
+/* The same by two bare codeset names. Returns 0, or -1 with *cd as for gl_cv_load; two equal names are a failure here
+ * (cd_fileerr). */
 QBGL_API int gl_iconv_open(gl_cv **cd, const char *target_cs_name, const char *source_cs_name);
 
 /* Opens a conversion object by its file name, searched in "cv9" (a name that begins with "/" is opened as it is). Returns 0, or -1
@@ -997,7 +1005,7 @@ QBGL_API int gl_lc_pieces2lc_spec(void *ctx, const char *lang_terr, const char *
 QBGL_API int gl_set_directory(const char *directory);
 
 /* What is installed: the locales that gl_lc_load finds when it is given no directory, and the codesets that have a charmap or stand
- * on a side of a conversion.
+ * on a side of a conversion, or that have a name and are converted by algorithm.
  *
  *     for (int i = 0, count = gl_locale_count(NULL); i < count; ++i)
  *         if (gl_locale_name(NULL, i, name, sizeof name) > 0) ...

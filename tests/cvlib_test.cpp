@@ -1,4 +1,5 @@
 #include "support/conversion_shapes.h"
+#include "support/faults.h"
 #include "support/files.h"
 
 #include "cvlib/canned.h"
@@ -7,6 +8,8 @@
 #include "util/log.h"
 
 #include <gtest/gtest.h>
+
+#include <cerrno>
 #include <vector>
 
 namespace {
@@ -250,6 +253,193 @@ TEST(ConversionDescriptor, OfTheExtensionIsHandedOn) {
     pMap = nullptr;
     unicode_collate = 0;
     fn_glu_useIcuCvtCall = nullptr, fn_glu_cv_open = nullptr, fn_glu_cv_close = nullptr, fn_glu_cv_conv = nullptr;
+}
+
+// The halves of conversions, by the names of their files: the codesets 1 and 3 to UTF-8, UTF-8 to 2 and 4; 3 and 4 have states.
+const std::pair<const char *, ConversionObject> HALVES[] = {
+    {"0001e01c",
+     {{{"\0"s, {TERMINATOR, "\0"s}},
+       {"a", {M, "a"}},
+       {"b", {SUBSTITUTED, "b"}},
+       {"c", {M, "\xC3\xA9"}},
+       {"d", {0, ""}},
+       {"e", {M, "ab"}},
+       {"f", {M, "\xC3\xAA"}},
+       {"\x81\x40", {M, "\xE3\x81\x82"}},
+       {"\x81\x41", {M, "\xF0\x9F\x98\x80"}}},
+      {1, 2, 1, 4}}},
+    {"e01c0002",
+     {{{"\0"s, {TERMINATOR, "\0"s}},
+       {"a", {M, "A"}},
+       {"b", {M, "BB"}},
+       {"\xC3\xA9", {SUBSTITUTED, "e"}},
+       {"\xE3\x81\x82", {M, "\x82\xA0"}},
+       {"\xF0\x9F\x98\x80", {0, ""}}},
+      {1, 4, 1, 2}}},
+    {"0003e01c",
+     {{{"\0"s, {TERMINATOR, "\0"s}}, {"a", {M, "a"}}, {"\x0E", {TOGGLES, ""}}, {"\x0F", {M, ""}}},
+      {1, 2, 1, 3},
+      {{"\x0F", {TOGGLES, ""}}, {"\x0E", {M, ""}}, {"KA", {M, "\xE3\x81\x82"}}, {"KI", {0, ""}}},
+      true}},
+    {"e01c0004",
+     {{{"\0"s, {TERMINATOR, "\0"s}}, {"a", {M, "a"}}, {"\xC3\xA9", {0, ""}}, {"\xE3\x81\x82", {SHIFTED, "ka"}}},
+      {1, 3, 1, 2},
+      {},
+      false,
+      true,
+      "10e10f00"}},
+};
+
+class Composed : public testing::Test {
+  protected:
+    Composed() {
+        write_file(tree_.path() / "vrn/cm3/registry", "one 1\nuno 1\ntwo 2\nutf8 57372\n");
+        for (const auto &[name, object] : HALVES) put(name, object.text());
+    }
+    string object(const string &name) const { return tree_ / ("vrn/cv9/" + name + ".cvo"); }
+    void put(const string &name, const string &text) const { write_file(object(name), text); }
+    static Descriptor open(const char *target, const char *source, int error = 0) {
+        gl_cv *cd = nullptr;
+        EXPECT_EQ(gl_cv_load(&cd, target, source, nullptr, nullptr), error == 0 ? 1 : -1) << source << " to " << target;
+        EXPECT_EQ(cd->error, error) << source << " to " << target;
+        return {cd, gl_cv_unload};
+    }
+
+  private:
+    const TempDir tree_;
+    const ScopedEnv base_{"QUORBANEDIR", tree_.path().string()}, path_{"GL_PATH", nullptr};
+};
+
+TEST_F(Composed, IsWhatAnObjectOfThePairWouldBe) {
+    const Mapping plain{{"\0"s, {TERMINATOR, "\0"s}},
+                        {"a", {M, "A"}},
+                        {"b", {SUBSTITUTED, "BB"}},
+                        {"c", {SUBSTITUTED, "e"}},
+                        {"d", {0, ""}},
+                        {"e", {0, ""}},
+                        {"f", {0, ""}},
+                        {"\x81\x40", {M, "\x82\xA0"}},
+                        {"\x81\x41", {0, ""}}};
+    const Mapping shifting{{"\0"s, {TERMINATOR, "\0"s}},
+                           {"a", {M, "a"}},
+                           {"b", {0, ""}},
+                           {"c", {0, ""}},
+                           {"d", {0, ""}},
+                           {"e", {0, ""}},
+                           {"f", {0, ""}},
+                           {"\x81\x40", {SHIFTED, "ka"}},
+                           {"\x81\x41", {0, ""}}};
+    const ConversionObject to_states{shifting, {1, 2, 1, 2}, {}, false, true, "10e10f00"};
+    const ConversionObject from_states{{{"\0"s, {TERMINATOR, "\0"s}}, {"a", {M, "A"}}, {"\x0E", {TOGGLES, ""}}, {"\x0F", {M, ""}}},
+                                       {1, 2, 1, 2},
+                                       {{"\x0F", {TOGGLES, ""}}, {"\x0E", {M, ""}}, {"KA", {M, "\x82\xA0"}}, {"KI", {0, ""}}},
+                                       true};
+    using Case = std::tuple<const char *, const char *, ConversionObject, float>;
+    for (const auto &[source, target, object, growth] :
+         {Case{"1", "2", {plain, {1, 2, 1, 2}}, 2.0F}, Case{"1", "4", to_states, 2.0F}, Case{"3", "2", from_states, 1.0F}}) {
+        const Descriptor composed = open(target, source), whole = load(object.text());
+        EXPECT_EQ(composed->convert, whole->convert);
+        EXPECT_EQ(composed->lane != nullptr, whole->lane != nullptr);
+        EXPECT_EQ(composed->expansion, growth);
+        EXPECT_EQ(composed->target_max_len, 2);
+        for (const string &text : {"a\0b"s, "aabc"s, "ab\x81\x40"s + "c", "\x81\x40\x81\x40" + "a"s, "d"s, "ae"s, "f"s, "\x81\x41"s,
+                                   "g"s, "\x81"s, "a\x0EKAKA\x0F"s + "a", "\x0EKI"s, "\x0FKA"s, "\x0EK"s})
+            for (const int room : {0, 1, 2, 3, 9})
+                for (const bool counted : {true, false}) {
+                    gl_cv_state states[] = {{0, 1, 0, 0}, {0, 1, 0, 0}};
+                    const string ended = counted ? text : text + "\0"s;
+                    EXPECT_EQ(convert(composed.get(), ended, room, &states[0], counted),
+                              convert(whole.get(), ended, room, &states[1], counted))
+                        << source << " to " << target << ": " << hexadecimal(text) << " into " << room;
+                    EXPECT_EQ(states[0].source_shift * 2 + states[0].target_shift,
+                              states[1].source_shift * 2 + states[1].target_shift);
+                }
+    }
+}
+
+TEST_F(Composed, ReadsAndWritesFormsOfUnicode) {
+    const string smile = "\x81\x41";
+    using Case = std::tuple<const char *, const char *, string, Outcome>;
+    for (const auto &[source, target, text, outcome] :
+         {Case{"57404",
+               "2",
+               "a\0\x42\x30\xE9\0"s,
+               {0, 0, 6, 5, 1,
+                "A\x82\xA0"
+                "e"}},
+          Case{"1200", "2", "\0a\xD8\x3D\xDE\0"s, {-1, GL_EILSEQ, 2, 8, 0, "A"}},
+          Case{"1200", "2", "\0a\0\xEA"s, {-1, GL_EILSEQ, 2, 8, 0, "A"}}, // the table does not know it, but Unicode does
+          Case{"1200", "2", "\0a\xDC\0"s, {-1, 0, 2, 8, 0, "A"}}, Case{"1200", "2", "\0a\xD8\x3D"s, {-1, 0, 2, 8, 0, "A"}},
+          Case{"57392", "4", "a\0\0\0\x42\x30\0\0"s, {0, 0, 8, 4, 0, "a\x0Eka\x0F"}},
+          Case{"1232", "4", "\0\x11\0\0"s, {-1, 0, 0, 9, 0, ""}}, Case{"57349", "2", "\x42\x30"s, {0, 0, 2, 7, 0, "\x82\xA0"}},
+          Case{"1", "57404", "ab" + smile, {0, 0, 4, 1, 1, "a\0b\0\x3D\xD8\0\xDE"s}},
+          Case{"1", "1200", "c" + smile, {0, 0, 3, 3, 0, "\0\xE9\xD8\x3D\xDE\0"s}},
+          Case{"1", "57392", "a" + smile, {0, 0, 3, 1, 0, "a\0\0\0\0\xF6\x01\0"s}},
+          Case{"1", "1232", "a" + smile, {0, 0, 3, 1, 0, "\0\0\0a\0\x01\xF6\0"s}},
+          Case{"1", "57349", "a" + smile, {-1, GL_EILSEQ, 1, 7, 0, "a\0"s}},
+          Case{"3", "57392", "a\x0EKA"s, {0, 0, 4, 1, 0, "a\0\0\0\x42\x30\0\0"s}},
+          Case{"3", "57349", "a\x0EKA"s, {0, 0, 4, 5, 0, "a\0\x42\x30"s}}}) {
+        const Descriptor cd = open(target, source);
+        EXPECT_EQ(convert(cd.get(), text, 9), outcome) << source << " to " << target;
+        EXPECT_GE(gl_cv_outbuflen(cd.get(), static_cast<int>(text.size())), outcome.output.size());
+    }
+    // What UTF-8 has for two-byte units, the other forms have, too.
+    put("e01ce005", ConversionObject{{{"a", {M, "\0a"s}}, {"\xF0\x9F\x98\x80", {SUBSTITUTED, "\0)"s}}}, {1, 4, 2, 2}}.text());
+    EXPECT_EQ(convert(open("57349", "1200").get(), "\0a\xD8\x3D\xDE\0"s, 9), (Outcome{0, 0, 6, 5, 1, "a\0)\0"s}));
+    EXPECT_EQ(convert(open("57349", "1").get(), "a" + smile, 9), (Outcome{0, 0, 3, 5, 1, "a\0)\0"s}));
+}
+
+TEST_F(Composed, GivesWayToAnObjectAndNamesWhatItLacks) {
+    open("5", "1", GL_ENOFILE), open("2", "5", GL_ENOFILE), open("5", "1200", GL_ENOFILE), open("1200", "5", GL_ENOFILE);
+    open("57372", "2", GL_ENOFILE), open("1", "57372", GL_ENOFILE);
+    gl_cv *cd = nullptr;
+    EXPECT_EQ(gl_iconv_open(&cd, "two", "uno"), 0);
+    EXPECT_EQ(convert(cd, "b", 9).output, "BB");
+    EXPECT_EQ(gl_cv_unload(cd), 0);
+    EXPECT_EQ(gl_cv_load(&cd, "2", "1", nullptr, "/none"), -1); // neither the pair nor its halves
+    EXPECT_EQ(cd->error, GL_ENOFILE);
+    EXPECT_EQ(gl_cv_unload(cd), 0);
+    put("00010002", TWO_BYTES.text());
+    EXPECT_EQ(convert(open("2", "1").get(), "b", 9).output, "xyz");
+    put("00010002", "FILE_TYPE=other\n");
+    open("2", "1", GL_ENOFILE);
+    std::filesystem::remove(object("00010002"));
+    // A file that is there and cannot be opened is not replaced by what may be something else.
+    gl_setextfunc(nullptr, GL_EXT_FOPEN, reinterpret_cast<gl_extfunc>(+[](const char *, const char *) -> FILE * {
+                      errno = EMFILE;
+                      return nullptr;
+                  }));
+    open("57404", "57372", GL_ENOFILE);
+    gl_setextfunc(nullptr, GL_EXT_FOPEN, nullptr);
+    open("57404", "57372");
+    for (const char *half : {"0001e01c", "e01c0002"}) {
+        const string good = read_file(object(half));
+        put(half, good.substr(0, good.size() / 2));
+        open("2", "1", GL_EBADFILE);
+        put(half, good);
+    }
+    // Halves that are sound, and make a text run on.
+    put("0001e01c", ConversionObject{{{"\0"s, {M, "a"}}, {"a", {0, ""}}}}.text());
+    open("2", "1", GL_EBADFILE);
+}
+
+TEST_F(Composed, FailsWithAnErrorAndLeavesNothing) {
+    for (const auto &[source, target] : {std::pair("1", "2"), {"3", "4"}, {"3", "1200"}, {"57404", "4"}, {"57404", "57372"}})
+        for (const Operation operation : {Operation::allocate, Operation::open, Operation::read})
+            for_each_fault(operation, [&](const Faults &faults) {
+                gl_cv *cd = nullptr;
+                const int result = gl_cv_load(&cd, target, source, nullptr, nullptr), error = cd->error;
+                // An object of the pair is looked for in vain, and the halves are found in the second directory as well as in the
+                // first.
+                const bool in_file = operation != Operation::allocate && (error == GL_ENOFILE || error == GL_EBADFILE);
+                const bool expected =
+                    result == 1 ? operation != Operation::read || !faults.hit() : faults.hit() && (error == GL_ENOMEM || in_file);
+                EXPECT_TRUE(expected) << source << " to " << target << ": " << result << ", error " << error;
+                if (result == 1) {
+                    EXPECT_EQ(convert(cd, "", 9).result, 0);
+                }
+                EXPECT_EQ(gl_cv_unload(cd), 0);
+            });
 }
 
 TEST(Engine, HasALaneForPlainCharacters) {

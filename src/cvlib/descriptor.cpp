@@ -1,5 +1,6 @@
 // Opening and closing conversion descriptors.
 #include "cvlib/canned.h"
+#include "cvlib/compose.h"
 #include "cvlib/object.h"
 #include "ext/error.h"
 #include "qbnxdl/entry_points.h"
@@ -46,18 +47,6 @@ int open_in_extension(gl_cv *cd, uint16_t source, uint16_t target) {
     return status;
 }
 
-FILE *open_object(gl_cv *cd, uint16_t source, uint16_t target, const char *directory) {
-    constexpr size_t NAME_AND_MARK = 14; // "SSSSTTTT.cvo", the separator mark and the terminator
-    const size_t size = (directory != nullptr ? strlen(directory) : 0) + NAME_AND_MARK;
-    const Owned<char> name = Owned<char>::allocate(static_cast<uint32_t>(size));
-    if (!name) {
-        set_error(cd, GL_ENOMEM);
-        return nullptr;
-    }
-    gl_cs_nums2cv_fname(cd, source, target, name.get(), directory);
-    return directory != nullptr ? gl_open_file(cd, name.get()) : gl_path_search(cd, name.get(), GL_CV_DIRECTORY, GL_CV_VERSION);
-}
-
 // What follows the first "." of a specification, up to a blank, "@" or the end; empty when there is none or it is too long.
 void lc_spec2cs_name(const char *spec, char (&name)[NAME_SIZE]) {
     name[0] = '\0';
@@ -73,6 +62,13 @@ void lc_spec2cs_name(const char *spec, char (&name)[NAME_SIZE]) {
 int read_opened(FILE *file, gl_cv *cd) {
     if (file == nullptr && get_error(cd) == GL_ENOMEM) return -1;
     return read_cv_file(file, cd);
+}
+
+// Reads the object of two codesets into `cd`, or composes what there is none of.
+int open_by_numbers(gl_cv *cd, uint16_t source, uint16_t target, const char *directory) {
+    bool missing = false;
+    FILE *const file = open_cv_object(cd, source, target, directory, missing);
+    return missing ? compose_cv(cd, source, target, directory) : read_opened(file, cd);
 }
 
 } // namespace
@@ -95,7 +91,7 @@ int gl_cv_load(gl_cv **cd, const char *target_spec, const char *source_spec, con
         set_error(opened, GL_ENOFILE);
         return -1;
     }
-    return read_opened(open_object(opened, source, target, directory), opened) == 0 ? 1 : -1;
+    return open_by_numbers(opened, source, target, directory) == 0 ? 1 : -1;
 }
 
 int gl_cv_open(gl_cv **cd, const char *target_spec, const char *source_spec) {
@@ -129,7 +125,17 @@ int gl_iconv_open(gl_cv **cd, const char *target_cs_name, const char *source_cs_
     char name[NAME_SIZE];
     const int length = snprintf(name, sizeof name, "%s_%s.cvo", source_cs_name, target_cs_name);
     if (length < 0 || length >= NAME_SIZE) return fail_with(cd, cd_fileerr);
-    return gl_iconv_open1(cd, name);
+    gl_cv *opened = new_descriptor();
+    if (opened == nullptr) return fail_with(cd, cd_enomem);
+    *cd = opened;
+    bool missing = false;
+    FILE *const file = search_cv_object(opened, name, missing);
+    if (!missing) return read_opened(file, opened);
+    const uint16_t target = gl_cs_name2cs_num(nullptr, target_cs_name, nullptr);
+    const uint16_t source = gl_cs_name2cs_num(nullptr, source_cs_name, nullptr);
+    if (target == GL_NO_CODESET || source == GL_NO_CODESET || target == source) return -1;
+    set_error(opened, 0);
+    return open_by_numbers(opened, source, target, nullptr);
 }
 
 int gl_iconv_open1(gl_cv **cd, const char *file_name) {
@@ -140,7 +146,8 @@ int gl_iconv_open1(gl_cv **cd, const char *file_name) {
         set_error(opened, GL_ENOFILE);
         return -1;
     }
-    return read_opened(gl_path_search(opened, file_name, GL_CV_DIRECTORY, GL_CV_VERSION), opened);
+    bool missing = false;
+    return read_opened(search_cv_object(opened, file_name, missing), opened);
 }
 
 int gl_cv_unload(gl_cv *cd) {

@@ -6,6 +6,7 @@
 #include "ext/error.h"
 #include "multi/table.h"
 #include "qbnxdl/entry_points.h"
+#include "unicode/transcode.h"
 
 #include <algorithm>
 #include <string.h>
@@ -98,6 +99,20 @@ struct MultibyteStep {
     static void write(Cursor &at, const Record &record) { at.write(record.output(), record.length()); }
 };
 
+// The record of a character that is read by algorithm, looked up by its UTF-8. One that the table does not have is a character of
+// the source all the same.
+Found find_by_utf8(const gl_cv &cd, const Cursor &at) {
+    static constexpr uint8_t UNMAPPED[] = {0};
+    const auto *in = reinterpret_cast<const uint8_t *>(at.in);
+    const Scalar scalar = decode(static_cast<UnicodeForm>(cd.source_form), in, static_cast<uint32_t>(at.remaining));
+    if (scalar.length == 0) return {nullptr, 0};
+    uint8_t key[LONGEST_FORM];
+    const int size = encode<UnicodeForm::UTF8>(scalar.code, key);
+    int length = 0;
+    const void *record = _gl_retrieve_text_multi_limit(reinterpret_cast<const char *>(key), cd.main_table, size, &length, nullptr);
+    return {record != nullptr ? static_cast<const uint8_t *>(record) : UNMAPPED, scalar.length};
+}
+
 struct SingleByteStep {
     const gl_cv &cd;
 
@@ -143,6 +158,11 @@ struct UnicodeTargetStep {
     }
 };
 
+// The same steps with the source read by algorithm.
+template <class Step> struct ByUtf8 : Step {
+    Found find(const Cursor &at) const { return find_by_utf8(this->cd, at); }
+};
+
 // Lets the descriptor's lane take the plain characters from here on.
 void take_lane(const Lane &lane, Cursor &at, bool single_byte) {
     const auto *in = reinterpret_cast<const uint8_t *>(at.in);
@@ -185,6 +205,15 @@ template <class Step> int convert_stateless(gl_cv *cd, const Buffers &buffers, c
     return store(at, buffers, 0);
 }
 
+// The record of a character in the state that the text is in.
+Found find_in_state(const gl_cv &cd, const gl_cv_state &state, const Cursor &at) {
+    if (cd.source_form != 0) return find_by_utf8(cd, at);
+    const gl_multi *table = state.source_shift == 1 && cd.shifted_table != nullptr ? cd.shifted_table : cd.main_table;
+    int length = 0;
+    const void *record = _gl_retrieve_text_multi_limit(at.in, table, at.remaining, &length, nullptr);
+    return {static_cast<const uint8_t *>(record), length};
+}
+
 } // namespace
 
 int mb_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst) {
@@ -203,16 +232,41 @@ int little_endian_unicode_target_miconv(gl_cv *cd, const char **in, int *inleft,
     return convert_stateless(cd, {in, inleft, out, outleft, subst}, UnicodeTargetStep{*cd});
 }
 
+int unicode_source_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst) {
+    const Buffers buffers = {in, inleft, out, outleft, subst};
+    if (is_unicode_unit(cd->target_min_len, cd->target_max_len))
+        return convert_stateless(cd, buffers, ByUtf8<UnicodeTargetStep>{{*cd}});
+    return convert_stateless(cd, buffers, ByUtf8<MultibyteStep>{{*cd}});
+}
+
+int unicode_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst) {
+    const Buffers buffers = {in, inleft, out, outleft, subst};
+    Cursor at = load(buffers);
+    TranscodePosition place = {reinterpret_cast<const uint8_t *>(at.in), reinterpret_cast<uint8_t *>(at.out), at.remaining,
+                               at.room};
+    const Transcoder transcode = transcoder(static_cast<UnicodeForm>(cd->source_form), static_cast<UnicodeForm>(cd->target_form));
+    const Transcoded result = transcode(place, at.to_terminator);
+    at.in = reinterpret_cast<const char *>(place.in);
+    at.out = reinterpret_cast<char *>(place.out);
+    at.remaining = place.remaining;
+    at.room = place.room;
+    store(at, buffers, 0);
+    switch (result) {
+    case Transcoded::NO_CHARACTER: return fail_without_record();
+    case Transcoded::UNMAPPED: return fail_unmapped(cd);
+    case Transcoded::NO_ROOM: return fail_no_room(cd);
+    default: return 0;
+    }
+}
+
 int mb_smiconv(gl_cv *cd, gl_cv_state *state, const char **in, int *inleft, char **out, int *outleft, int *subst) {
     const Buffers buffers = {in, inleft, out, outleft, subst};
     Cursor at = load(buffers);
     if (state->reset != 0) state->source_shift = state->target_shift = 0;
     while (at.remaining >= 1) {
-        const gl_multi *table = state->source_shift == 1 && cd->shifted_table != nullptr ? cd->shifted_table : cd->main_table;
-        int key_length = 0;
-        const void *found = _gl_retrieve_text_multi_limit(at.in, table, at.remaining, &key_length, nullptr);
+        const auto [found, key_length] = find_in_state(*cd, *state, at);
         if (found == nullptr) return store(at, buffers, fail_without_record());
-        const Record record(static_cast<const uint8_t *>(found));
+        const Record record(found);
         if (record.unmapped()) return store(at, buffers, fail_unmapped(cd));
         if (record.substituted()) *subst = 1;
 

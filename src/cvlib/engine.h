@@ -9,6 +9,9 @@ int mb_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft,
 int sb_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
 int little_endian_unicode_source_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
 int little_endian_unicode_target_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
+// Where the source is read by algorithm, as cd->source_form says: to another form, or to a codeset by the records of its UTF-8.
+int unicode_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
+int unicode_source_miconv(gl_cv *cd, const char **in, int *inleft, char **out, int *outleft, int *subst);
 int mb_smiconv(gl_cv *cd, gl_cv_state *state, const char **in, int *inleft, char **out, int *outleft, int *subst);
 
 // Whether units of this shortest and longest length are little-endian Unicode.

@@ -11,6 +11,7 @@
 #include "util/tokens.h"
 
 #include <algorithm>
+#include <errno.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -102,20 +103,6 @@ gl_multi *read_conversion_table(ByteReader &in, gl_cv *cd) {
     return table;
 }
 
-// Whether a conversion up to the terminator ends there: no table steps over it, and its record says so or has nothing to convert.
-bool ends_at_terminator(const gl_cv &cd) {
-    int shortest = MAX_KEY;
-    for (const gl_multi *table : {cd.main_table, cd.shifted_table})
-        if (table != nullptr) shortest = std::min(shortest, std::max(key_lengths(*table).shortest, 1));
-    for (const gl_multi *table : {cd.main_table, cd.shifted_table}) {
-        if (table == nullptr) continue;
-        const uint8_t *const bytes = terminator_entry(*table, shortest);
-        if (!stops_at_terminator(*table, shortest)) return false;
-        if (bytes != nullptr && !Record(bytes).terminator() && !Record(bytes).unmapped()) return false;
-    }
-    return true;
-}
-
 // The 256 target bytes of a conversion between single-byte codesets; 0 where there is none.
 bool build_single_byte_table(gl_cv *cd) {
     cd->single_byte_table = static_cast<uint8_t *>(_gl_alloc_ptr(256));
@@ -158,6 +145,17 @@ bool set_iconv_fps(gl_cv *cd) {
     return true;
 }
 
+// Opens a file, and tells of one that is not opened whether it is not there.
+template <class Open> FILE *open_telling(gl_cv *cd, bool &missing, Open open) {
+    const int before = errno;
+    errno = 0; // a host's function may leave it alone
+    FILE *const file = open();
+    const bool absent = errno == 0 || errno == ENOENT || errno == ENOTDIR;
+    missing = file == nullptr && get_error(cd) == GL_ENOFILE && absent;
+    errno = before;
+    return file;
+}
+
 } // namespace
 
 void free_cv_tables(gl_cv *cd) {
@@ -171,7 +169,26 @@ void free_cv_tables(gl_cv *cd) {
     cd->convert = nullptr;
 }
 
-int read_cv_file(FILE *file, gl_cv *cd) {
+FILE *open_cv_object(gl_cv *cd, uint16_t source, uint16_t target, const char *directory, bool &missing) {
+    constexpr size_t NAME_AND_MARK = 14; // "SSSSTTTT.cvo", the separator mark and the terminator
+    missing = false;
+    const size_t size = (directory != nullptr ? strlen(directory) : 0) + NAME_AND_MARK;
+    const Owned<char> name = Owned<char>::allocate(static_cast<uint32_t>(size));
+    if (!name) {
+        set_error(cd, GL_ENOMEM);
+        return nullptr;
+    }
+    gl_cs_nums2cv_fname(cd, source, target, name.get(), directory);
+    return open_telling(cd, missing, [&] {
+        return directory != nullptr ? gl_open_file(cd, name.get()) : gl_path_search(cd, name.get(), GL_CV_DIRECTORY, GL_CV_VERSION);
+    });
+}
+
+FILE *search_cv_object(gl_cv *cd, const char *name, bool &missing) {
+    return open_telling(cd, missing, [&] { return gl_path_search(cd, name, GL_CV_DIRECTORY, GL_CV_VERSION); });
+}
+
+int read_cv_tables(FILE *file, gl_cv *cd) {
     Stream stream(file);
     cd->main_table = cd->shifted_table = nullptr;
     if (!stream || read_cv_header(stream.get()) == 0) {
@@ -199,12 +216,32 @@ int read_cv_file(FILE *file, gl_cv *cd) {
         set_error(cd, GL_ENOFILE);
         return -1;
     }
-    stream.close();
+    return 0;
+}
+
+bool ends_at_terminator(const gl_cv &cd) {
+    int shortest = MAX_KEY;
+    for (const gl_multi *table : {cd.main_table, cd.shifted_table})
+        if (table != nullptr) shortest = std::min(shortest, std::max(key_lengths(*table).shortest, 1));
+    for (const gl_multi *table : {cd.main_table, cd.shifted_table}) {
+        if (table == nullptr) continue;
+        const uint8_t *const bytes = terminator_entry(*table, shortest);
+        if (!stops_at_terminator(*table, shortest)) return false;
+        if (bytes != nullptr && !Record(bytes).terminator() && !Record(bytes).unmapped()) return false;
+    }
+    return true;
+}
+
+int complete_cv(gl_cv *cd) {
     if (!ends_at_terminator(*cd)) {
         set_error(cd, GL_EBADFILE);
         return -1;
     }
-    if (!set_iconv_fps(cd)) return -1;
+    return set_iconv_fps(cd) ? 0 : -1;
+}
+
+int read_cv_file(FILE *file, gl_cv *cd) {
+    if (read_cv_tables(file, cd) != 0 || complete_cv(cd) != 0) return -1;
     gl_message("CVO file loaded successfully.");
     return 0;
 }

@@ -1,6 +1,7 @@
 // Which codesets are installed.
 #include "spec/name_list.h"
 #include "spec/registry.h"
+#include "unicode/form.h"
 
 #include <stdlib.h>
 #include <string.h>
@@ -45,10 +46,13 @@ bool gather_codesets(NameList &names) {
     visit_directories(GL_CV_DIRECTORY, GL_CV_VERSION, look_into, &found);
     const RegistrySnapshot registry;
     for (uint32_t number = 0; number < 65536; ++number) {
-        if (!found.has(number)) continue;
+        // What the library converts by algorithm needs no file, but a name.
+        const bool by_algorithm = unicode_form(static_cast<uint16_t>(number)) != UnicodeForm::NONE;
+        if (!found.has(number) && !by_algorithm) continue;
+        const char *const name = registry.name_of(static_cast<uint16_t>(number));
+        if (!found.has(number) && name == nullptr) continue;
         char decimal[8];
         snprintf(decimal, sizeof decimal, "%u", number);
-        const char *name = registry.name_of(static_cast<uint16_t>(number));
         if (!names.add(name != nullptr ? name : decimal)) return false;
     }
     return true;

@@ -281,7 +281,12 @@ class OfShape : public testing::TestWithParam<size_t> {
   protected:
     OfShape() {
         malformed.emplace_back(); // nothing is
-        if (shape.conversion != nullptr) gl_iconv_open1(&cd, (string(shape.conversion) + ".cvo").c_str());
+        if (shape.conversion != nullptr) {
+            const auto codeset = [this](size_t at) {
+                return std::to_string(std::stoul(string(shape.conversion).substr(at, 4), nullptr, 16));
+            };
+            gl_cv_load(&cd, codeset(4).c_str(), codeset(0).c_str(), nullptr, nullptr);
+        }
         if (shape.charmap != nullptr) gl_cm_load(&cm, shape.charmap, nullptr, nullptr);
     }
     ~OfShape() override {
