@@ -2,6 +2,7 @@
 
 #include "cvlib/engine.h"
 #include "multi/table.h"
+#include "unicode/form.h"
 
 #include <algorithm>
 #include <map>
@@ -153,7 +154,20 @@ std::vector<Sequence> sequences_of(const gl_multi &table) {
     return result;
 }
 
+// A source that is read by algorithm has all of Unicode that its form can express.
+static std::vector<Sequence> form_characters(qbgl::UnicodeForm form) {
+    std::vector<Sequence> result;
+    for (uint32_t code = 0; code < CODE_LIMIT; ++code) {
+        uint8_t bytes[qbgl::LONGEST_FORM];
+        const int length = qbgl::is_scalar(code) ? qbgl::encode(form, code, bytes) : 0;
+        if (length > 0) result.push_back(Sequence({reinterpret_cast<char *>(bytes), static_cast<size_t>(length)}));
+    }
+    std::sort(result.begin(), result.end());
+    return result;
+}
+
 std::vector<Sequence> table_characters(const gl_cv &cd) {
+    if (cd.source_form != 0) return form_characters(static_cast<qbgl::UnicodeForm>(cd.source_form));
     const bool little_endian = cd.convert == qbgl::little_endian_unicode_source_miconv;
     std::vector<Sequence> result;
     for (const Sequence &bytes : sequences_of(*cd.main_table))

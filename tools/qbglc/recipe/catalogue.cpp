@@ -3,6 +3,7 @@
 #include "charmap/sequence.h"
 #include "recipe/lines.h"
 #include "system/file.h"
+#include "unicode/form.h"
 
 #include <qbgl.h>
 
@@ -115,6 +116,12 @@ std::vector<Catalogue::Pair> Catalogue::parse_conversions(std::string_view text,
     const auto add = [&](size_t a, size_t b) {
         if (a != b) pairs.insert({{codesets_[a].number, codesets_[b].number}, {a, b}});
     };
+    // The library converts between the forms of Unicode by itself. Two-byte units lack characters, for which there are
+    // approximations: those need an object.
+    const auto is_algorithm = [&](size_t source, size_t target) {
+        const UnicodeForm from = unicode_form(codesets_[source].number), to = unicode_form(codesets_[target].number);
+        return from != UnicodeForm::NONE && to != UnicodeForm::NONE && to != UnicodeForm::UCS2LE;
+    };
     for_each_line(parse_recipe(text, file), [&](const RecipeLine &line) {
         const auto codeset = [&](const std::string &name) {
             const auto index = find(name);
@@ -125,15 +132,16 @@ std::vector<Catalogue::Pair> Catalogue::parse_conversions(std::string_view text,
         if (line.words.size() < 2) throw line.error("one codeset, and those that it converts to and from, expected");
         const size_t first = codeset(line.words[0]);
         for (size_t i = 1; i < line.words.size(); ++i) {
-            std::vector<size_t> others;
-            if (line.words[i] != "*")
-                others.push_back(codeset(line.words[i]));
-            else
-                for (size_t k = 0; k < codesets_.size(); ++k)
-                    if (codesets_[k].available()) others.push_back(k);
-            for (const size_t other : others) {
+            if (line.words[i] != "*") {
+                const size_t other = codeset(line.words[i]);
                 add(first, other);
                 add(other, first);
+                continue;
+            }
+            for (size_t other = 0; other < codesets_.size(); ++other) {
+                if (!codesets_[other].available()) continue;
+                if (!is_algorithm(first, other)) add(first, other);
+                if (!is_algorithm(other, first)) add(other, first);
             }
         }
     });
