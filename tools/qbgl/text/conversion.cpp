@@ -26,18 +26,24 @@ bool has_object(uint16_t source, uint16_t target) {
 }
 
 // EBCDIC sets end lines with 0x25 (line feed) or 0x15 (new line); they are known by what they make of 0x25, which is "%" elsewhere.
+// So are the two orders of the bytes of a unit.
 std::string_view newlines_of(const char *source, const Stage &first, bool first_gives_utf8) {
-    constexpr std::string_view ASCII = "\n", EBCDIC = "\x25\x15";
-    if (first.longest_character() > 1 && !first.stateful_source()) return ASCII;
+    constexpr std::string_view ASCII = "\n", EBCDIC = "\x25\x15", LOW_FIRST("\n\0\0\0", 4), HIGH_FIRST("\0\0\0\n", 4);
+    const size_t granule = first.granule();
+    if (granule == 1 && first.longest_character() > 1 && !first.stateful_source()) return ASCII;
     int error = 0;
     std::optional<Stage> other;
     if (!first_gives_utf8 && !(other = Stage::open(source, PIVOT, error))) return ASCII;
-    gl_cv_state state{};
-    std::string_view probe = EBCDIC.substr(0, 1);
-    OutputBuffer result;
-    bool substituted = false;
-    (other ? *other : first).run(state, probe, result, substituted);
-    return result.text() == "\n" ? EBCDIC : ASCII;
+    const auto is_newline = [&](std::string_view probe) {
+        gl_cv_state state{};
+        OutputBuffer result;
+        bool substituted = false;
+        (other ? *other : first).run(state, probe, result, substituted);
+        return result.text() == "\n";
+    };
+    if (granule == 1) return is_newline(EBCDIC.substr(0, 1)) ? EBCDIC : ASCII;
+    const std::string_view low_first = LOW_FIRST.substr(0, granule);
+    return is_newline(low_first) ? low_first : HIGH_FIRST.substr(HIGH_FIRST.size() - granule);
 }
 
 } // namespace
@@ -101,6 +107,7 @@ Outcome Stage::run(gl_cv_state &state, std::string_view &text, OutputBuffer &out
 }
 
 const gl_multi *Stage::table(const gl_cv_state &state) const {
+    if (cd_->source_form != 0) return nullptr;
     return stateful_source() && state.source_shift != 0 ? cd_->shifted_table : cd_->main_table;
 }
 
@@ -121,7 +128,7 @@ size_t Stage::character_length(const gl_cv_state &state, std::string_view text) 
         const void *found = _gl_retrieve_text_multi_limit(text.data(), characters, static_cast<int>(longest), &length, nullptr);
         return found != nullptr ? static_cast<size_t>(length) : 0;
     }
-    // The extension library shows no table: longer and longer beginnings are tried until one can be read.
+    // Neither the extension library nor an algorithm shows a table: longer and longer beginnings are tried until one can be read.
     for (size_t length = 1; length <= longest; ++length) {
         gl_cv_state scratch = state;
         if (reads(scratch, text.substr(0, length))) return length;
@@ -133,10 +140,27 @@ bool Stage::is_shift(const gl_cv_state &state, char byte) const {
     return stateful_source() && shifts_[state.source_shift != 0 ? 1 : 0][static_cast<uint8_t>(byte)];
 }
 
+size_t Stage::granule() const {
+    return stateful_source() ? 1 : static_cast<size_t>(std::clamp(cd_->source_min_len, 1, LONGEST_CHARACTER));
+}
+
+// Whether more bytes would make a character of a text. Those tried complete every beginning of one: after leads of UTF-8 either the
+// lowest or the highest trail byte is allowed, and the second unit of UTF-16 is a low surrogate, in either byte order.
+bool Stage::may_go_on(const gl_cv_state &state, std::string_view text) const {
+    for (const std::string_view rest : {std::string_view("\x80\x80\x80"), std::string_view("\xBF\xBF\xBF"),
+                                        std::string_view("\x00\xDC", 2), std::string_view("\xDC\x00", 2)}) {
+        for (size_t length = 1; length <= rest.size() && text.size() + length <= LONGEST_CHARACTER; ++length) {
+            gl_cv_state scratch = state;
+            if (reads(scratch, std::string(text) + std::string(rest.substr(0, length)))) return true;
+        }
+    }
+    return text.size() < granule();
+}
+
 size_t Stage::unreadable_length(const gl_cv_state &state, std::string_view text) const {
     if (unit() != 0) return text.size() < static_cast<size_t>(unit()) ? 0 : static_cast<size_t>(unit());
     const gl_multi *characters = table(state);
-    if (characters == nullptr) return 1;
+    if (characters == nullptr) return may_go_on(state, text) ? 0 : std::min(text.size(), granule());
     gl_cv context{}; // receives the error
     int length = 1;
     const auto limit = static_cast<int>(std::min<size_t>(text.size(), LONGEST_CHARACTER));

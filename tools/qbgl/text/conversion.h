@@ -48,9 +48,13 @@ class Stage {
     // A source codeset of little-endian units has this many bytes a character, any other 0.
     int unit() const;
     int longest_character() const;
+    // All characters begin at multiples of so many bytes.
+    size_t granule() const;
     bool stateful_source() const { return cd_->source_stateful != 0; }
     // Whether the bytes at hand alone tell where characters end, by a table.
-    bool plain_source() const { return !stateful_source() && unit() == 0 && cd_->main_table != nullptr; }
+    bool plain_source() const {
+        return !stateful_source() && granule() == 1 && (cd_->main_table != nullptr || cd_->source_form != 0);
+    }
 
     // Opens by specifications; null with the error number when that fails.
     static std::optional<Stage> open(const char *source, const char *target, int &error);
@@ -75,6 +79,7 @@ class Stage {
     const gl_multi *table(const gl_cv_state &state) const;
     // Whether the text, as a whole, can be read in this state; the state moves on.
     bool reads(gl_cv_state &state, std::string_view text) const;
+    bool may_go_on(const gl_cv_state &state, std::string_view text) const;
 
     std::unique_ptr<gl_cv, int (*)(gl_cv *)> cd_;
     std::bitset<256> shifts_[2]; // by source shift state: the bytes that switch it
@@ -102,7 +107,7 @@ class Conversion {
 
     const Stage &source() const { return first_; }
     bool chained() const { return second_.has_value(); }
-    // The bytes that end a line of the source: any of these, or the unit 0x000A for little-endian units.
+    // What ends a line of the source: any of these bytes, or the one unit that they are.
     std::string_view newlines() const { return newlines_; }
 
     // Whether a byte that cannot be converted is no character of a single-byte source, whose table has all bytes: UTF-8 lacks it,

@@ -146,8 +146,7 @@ bool Converter::skip_quickly(Outcome outcome, std::string_view &text, OutputBuff
         sift(text, output);
         if (text.size() < before) return true;
     }
-    const size_t skipped = outcome == Outcome::UNMAPPED ? source.character_length(shift_.first, text)
-                                                        : static_cast<size_t>(std::max(source.unit(), 1));
+    const size_t skipped = outcome == Outcome::UNMAPPED ? source.character_length(shift_.first, text) : source.granule();
     ++left_out_;
     text.remove_prefix(std::max<size_t>(skipped, 1));
     return true;
@@ -185,7 +184,7 @@ Incident Converter::incident_at(std::string_view text) {
 // Of invalid bytes only the first is skipped (of units, the unit): the next one may begin a character.
 size_t Converter::skip_length(const Incident &incident, std::string_view text) const {
     if (incident.fault != Fault::INVALID) return incident.bytes.size();
-    return std::min<size_t>(std::max(conversion_.source().unit(), 1), text.size());
+    return std::min(conversion_.source().granule(), text.size());
 }
 
 } // namespace qbgl

@@ -5,16 +5,16 @@
 namespace qbgl {
 
 bool Position::is_newline(std::string_view character) const {
+    if (conversion_->source().granule() > 1) return character == conversion_->newlines();
     return character.size() == 1 && conversion_->newlines().find(character[0]) != std::string_view::npos;
 }
 
 // In every codeset without units a newline byte is no part of a longer character, so that bytes can be searched.
 size_t Position::pass_newlines(std::string_view text) {
     size_t behind = 0;
-    if (const auto unit = static_cast<size_t>(conversion_->source().unit()); unit != 0) {
-        const std::string_view newline("\n\0\0", unit);
+    if (const size_t unit = conversion_->source().granule(); unit > 1) {
         for (size_t at = 0; at + unit <= text.size(); at += unit) {
-            if (text.substr(at, unit) != newline) continue;
+            if (text.substr(at, unit) != conversion_->newlines()) continue;
             behind = at + unit;
             ++place_.line;
         }

@@ -15,6 +15,8 @@ namespace qbgl {
 
 namespace {
 
+constexpr const char *PIVOT = "utf8";
+
 struct Name {
     std::string_view folded, registered;
 };
@@ -45,12 +47,8 @@ constexpr Name ALIASES[] = {
 
 // Codesets that are well known elsewhere, and what comes nearest to them here.
 constexpr Name ELSEWHERE[] = {
-    {"utf16", "unicode, which is UCS-2 with the low byte first"},
-    {"utf16le", "unicode, which is UCS-2 with the low byte first"},
-    {"utf16be", "unicode, which is UCS-2 with the low byte first"},
+    {"utf16", "utf-16le, or utf-16be"},
     {"ucs2be", "unicode, which is UCS-2 with the low byte first"},
-    {"utf32be", "ucs4, which has the low byte first"},
-    {"ucs4be", "ucs4, which has the low byte first"},
     {"utf7", "utf8"},
     {"cesu8", "utf8"},
     {"iso2022jp", "eucjp, which has the same characters"},
@@ -169,8 +167,13 @@ ConversionNumbers installed_conversions() {
 }
 
 bool is_convertible(uint16_t codeset, const ConversionNumbers &conversions) {
-    return std::any_of(conversions.begin(), conversions.end(),
-                       [codeset](const auto &pair) { return pair.first == codeset || pair.second == codeset; });
+    if (std::any_of(conversions.begin(), conversions.end(),
+                    [codeset](const auto &pair) { return pair.first == codeset || pair.second == codeset; }))
+        return true;
+    gl_cv *cd = nullptr; // the library has codesets that need no object
+    const bool opened = gl_cv_load(&cd, PIVOT, std::to_string(codeset).c_str(), nullptr, nullptr) >= 0;
+    gl_cv_unload(cd);
+    return opened;
 }
 
 } // namespace qbgl
