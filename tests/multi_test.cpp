@@ -247,6 +247,36 @@ TEST(Multi, ReadsAnySplitIntoRuns) {
     for (const char *key : {"\1A", "\1B"}) EXPECT_EQ(get(two, key), key[1] == 'A' ? 42 : 0);
 }
 
+string repeated(const string &text, int times) {
+    string result;
+    for (; times > 0; --times) result += text;
+    return result;
+}
+
+const string REPEATS = "3 3 7 000009\n3 1\n00003001010101\n0000000\n000020010101\n0000000\n4100100104\n0000000\n"
+                       "4100100100002a\n0000000\n";
+
+TEST(Multi, ANodeStandsForThoseLikeIt) {
+    const Model model = {{"\0\0A"s, 42}, {"\0\1A"s, 42}, {"\1\0A"s, 42}, {"\1\1A", 42}, {"\2\0A"s, 42}, {"\2\1A", 9}};
+    const string text = REPEATS + "1 0 0 0\n1 0 1 0\n1 1 2 0\n2 2\n2 1\n1 0 1 0\n2 2\n1 0 2 0\n";
+    const Table table = read(text);
+    EXPECT_EQ(_gl_multi_node_count(table.get()), 5);
+    EXPECT_EQ(insert(table, "\3A", 1), -1);
+    const string whole = text_of(table);
+    EXPECT_EQ(whole.substr(0, 6), "3 3 3 ");
+    const Table again = read(whole);
+    EXPECT_EQ(_gl_multi_node_count(again.get()), 10);
+    for (const string &probe : {"\0\0A"s, "\0\1A"s, "\1\0A"s, "\1\1A"s, "\2\0A"s, "\2\1A"s, "\2\2A"s, "\3"s, "\0\0B"s}) {
+        EXPECT_EQ(find(table, probe), find(model, probe)) << testing::PrintToString(probe);
+        EXPECT_EQ(find(again, probe), find(model, probe)) << testing::PrintToString(probe);
+    }
+    for_each_fault(Operation::allocate, Lasting::once, [&text](const Faults &faults) {
+        const Table starved = new_table();
+        if (!starved || scan(starved, text)) return;
+        EXPECT_TRUE(faults.hit());
+    });
+}
+
 void expect_malformed(int error, std::initializer_list<string> texts) {
     for (const string &text : texts) {
         SCOPED_TRACE(text.substr(0, 80));
@@ -283,6 +313,12 @@ TEST(Multi, MalformedTextLeavesAnEmptyUsableTable) {
     expect_malformed(GL_ENOMEM, {shared + "1 1" + root + end + end + "1 0 0 0\n", shared + "2 1\n" + root + end + end + "1 0 0 0\n",
                                  shared + "0 0\n1 0 0 0\n", shared + "-1 -1\n1 0 -1 0\n", arrays + "1 0 1 0\n",
                                  arrays + "1 0 -1 0\n", arrays + "1 1 0 1\n", arrays + "1 1 0 -1\n", arrays + "2 0 0 0\n"});
+    // Nodes in place of others: of another depth, not there, not announced; more of them than any walk could take.
+    const string begun = REPEATS + "1 0 0 0\n1 0 1 0\n1 1 2 0\n", all = "0000110001\n" + end;
+    expect_malformed(GL_ENOMEM, {begun + "2 1\n", begun + "2 0\n", begun + "2 4\n", begun + "2 -1\n", begun + "2 2 0\n",
+                                 "3 3 3" + begun.substr(5) + "2 2\n2 1\n2 1\n", REPEATS + "2 0\n",
+                                 "4 4 7 000009\n2 0\n" + all + root + end + repeated("1 0 0 0\n", 3) + "1 0 1 0\n" +
+                                     repeated("2 3\n", 255) + repeated("2 2\n", 255) + repeated("2 1\n", 255)});
 }
 
 TEST(Multi, OutOfMemoryLeavesATableThatGoesOn) {

@@ -30,6 +30,10 @@ class Gatherer {
             if (const int error = save_encoded({expansion.chars, static_cast<size_t>(expansion.count)}, row); error != 0)
                 return error;
         }
+        const auto nodes = static_cast<uint32_t>(info_.character_table->node_count);
+        barren_ = Owned<uint8_t>::allocate(nodes + 1);
+        if (!barren_) return GL_ENOMEM;
+        memset(barren_.get(), 0, nodes);
         char key[MAX_KEY];
         return save_characters(*info_.character_table->root, key, key) ? 0 : GL_ENOMEM;
     }
@@ -108,6 +112,9 @@ class Gatherer {
     // All characters below a node that is reached by the bytes from `key` to `end`.
     bool save_characters(const MultiNode &node, char *key, char *end) {
         const gl_multi &table = *info_.character_table;
+        const auto number = static_cast<uint32_t>(node.number);
+        if (table.nodes != nullptr && barren_[number] != 0) return true;
+        const uint32_t before = saved_.size();
         for (int byte = 0; byte < 256; ++byte) {
             const auto at = static_cast<uint8_t>(byte);
             *end = static_cast<char>(byte);
@@ -118,6 +125,7 @@ class Gatherer {
                 if (!save_characters(*child_of(node, at), key, end + 1)) return false;
             }
         }
+        if (table.nodes != nullptr && saved_.size() == before) barren_[number] = 1;
         return true;
     }
 
@@ -154,6 +162,7 @@ class Gatherer {
     const RowGroups &groups_;
     Growing<Saved> saved_;
     Growing<char> bytes_;
+    Owned<uint8_t> barren_; // of the table's listed nodes: those below which there is nothing to save
 };
 
 } // namespace

@@ -5,6 +5,8 @@
 #include "multi/walk.h"
 #include "util/growing.h"
 
+#include <utility>
+
 namespace qbgl {
 
 namespace {
@@ -42,8 +44,11 @@ class MapsBuilder {
     // False when memory is out, or for rules that the arrays cannot hold.
     bool collect() {
         used_ = Owned<uint8_t>::allocate(unknown_);
-        if (!used_) return false;
+        const auto nodes = static_cast<uint32_t>(table_.node_count);
+        seen_ = Owned<uint8_t>::allocate(nodes + 1);
+        if (!used_ || !seen_) return false;
         memset(used_.get(), 0, unknown_);
+        memset(seen_.get(), 0, nodes);
         return add_mids() && add_rows() && collect_node(*table_.root, 0, 1) && collect_elements() && weights_fit() &&
                collect_items() && unknown_ + 1 + starts_.size() <= MOST_ROWS;
     }
@@ -78,8 +83,10 @@ class MapsBuilder {
         return true;
     }
 
-    // `prefix` are the bytes that lead to the node.
+    // `prefix` are the bytes that lead to the node. Of nodes whose characters are not in the arrays one of a kind is looked at.
     bool collect_node(const MultiNode &node, gl_wchar prefix, int length) {
+        if (table_.nodes != nullptr && length == MAX_KEY && std::exchange(seen_[static_cast<uint32_t>(node.number)], 1) != 0)
+            return true;
         for (int byte = 0; byte < 256; ++byte) {
             const auto at = static_cast<uint8_t>(byte);
             const gl_wchar wc = prefix << 8 | at;
@@ -177,6 +184,7 @@ class MapsBuilder {
     uint16_t tops_[256] = {};
     Growing<uint16_t> mids_, rows_;
     Owned<uint8_t> used_; // for each row whether a text can come to it
+    Owned<uint8_t> seen_; // for each listed node
     Growing<ElementStart> starts_;
     Owned<uint16_t> candidates_;
     uint32_t parts_[64] = {};

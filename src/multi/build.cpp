@@ -17,7 +17,7 @@ MultiNode *descend(gl_multi &table, MultiNode &node, uint8_t byte) {
     if (node.flags[byte] == FLAG_END) return nullptr;
     if (node.flags[byte] == FLAG_CHILD) return child_of(node, byte);
     if (!make_room_for_children(table, node)) return nullptr;
-    MultiNode *child = new_node(table, true);
+    MultiNode *child = new_node(table, node.depth + 1, true);
     if (child == nullptr) return nullptr;
     node.next[node.child_count] = child;
     node.offsets[byte] = static_cast<uint8_t>(node.child_count++);
@@ -41,7 +41,7 @@ bool widen_data(gl_multi &table, MultiNode &node) {
 }
 
 constexpr uint8_t NO_FLAGS[256] = {}, NO_VALUE[sizeof(uint16_t)] = {};
-constexpr MultiNode NO_KEYS = {0, -1, -1, const_cast<uint8_t *>(NO_FLAGS), nullptr, {nullptr, 0, 0}, nullptr};
+constexpr MultiNode NO_KEYS = {1, 0, 0, -1, -1, const_cast<uint8_t *>(NO_FLAGS), nullptr, {nullptr, 0, 0}, nullptr};
 
 } // namespace
 
@@ -57,7 +57,9 @@ const gl_multi qbgl::empty_table = {.element_size = sizeof NO_VALUE,
                                     .default_entry = const_cast<uint8_t *>(NO_VALUE),
                                     .element_shift = 1,
                                     .shared_flags = nullptr,
-                                    .shared_data = nullptr};
+                                    .shared_data = nullptr,
+                                    .nodes = nullptr,
+                                    .node_count = 0};
 
 gl_multi *_gl_create_multi(uint32_t element_size, int32_t flags, const void *default_entry) {
     if (element_size == 0 || element_size > MAX_ELEMENT_SIZE) return nullptr;
@@ -70,7 +72,7 @@ gl_multi *_gl_create_multi(uint32_t element_size, int32_t flags, const void *def
     table->min_length = MAX_KEY;
     table->flags = flags | MULTI_MARKED;
     table->element_shift = std::bit_width(element_size - 1);
-    table->root = new_node(*table, true);
+    table->root = new_node(*table, 1, true);
     if (table->root == nullptr) return nullptr;
     table->default_entry = default_copy.release();
     return table.release();

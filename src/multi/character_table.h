@@ -25,12 +25,13 @@ inline uint16_t value_at(const void *entry) {
     return value;
 }
 
-// Calls visit(length, value) for each character that has a value of its own.
-template <class Visit> void for_each_value(const gl_multi &table, const MultiNode &node, int length, Visit visit) {
-    for (int32_t i = 0; i < node.data.count; ++i)
-        if (node.flags[node.data.first + i] == FLAG_END) visit(length, value_at(node.data.entries + (i << table.element_shift)));
-    for (int32_t i = 0; i < node.child_count; ++i) for_each_value(table, *node.next[i], length + 1, visit);
+// Calls visit(length, value) for each character that has a value of its own, but for those below a node that repeats another one.
+template <class Visit> void for_each_value(const gl_multi &table, Visit visit) {
+    for_each_node(table, [&table, &visit](const MultiNode &node) {
+        for (int32_t i = 0; i < node.data.count; ++i)
+            if (node.flags[node.data.first + i] == FLAG_END)
+                visit(node.depth, value_at(node.data.entries + (i << table.element_shift)));
+    });
 }
-template <class Visit> void for_each_value(const gl_multi &table, Visit visit) { for_each_value(table, *table.root, 1, visit); }
 
 } // namespace qbgl

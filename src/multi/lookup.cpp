@@ -38,12 +38,6 @@ void *entry_at(const gl_multi &table, const Walk &at, void *ctx) {
     return nullptr;
 }
 
-int node_count(const MultiNode &node) {
-    int count = 1;
-    for (int32_t i = 0; i < node.child_count; ++i) count += node_count(*node.next[i]);
-    return count;
-}
-
 } // namespace
 
 void *_gl_retrieve_text_multi(const char *bytes, const gl_multi *table, int *length, void *ctx) {
@@ -116,4 +110,8 @@ void *_gl_retrieve_wchar_multi_nl(void *ctx, gl_wchar value, const gl_multi *tab
 int _gl_multi_max_length(const gl_multi *table) { return table->max_length; }
 int _gl_multi_min_length(const gl_multi *table) { return table->min_length; }
 int _gl_multi_err(const gl_multi *table) { return table->error; }
-int _gl_multi_node_count(const gl_multi *table) { return table->root != nullptr ? node_count(*table->root) : 0; }
+int _gl_multi_node_count(const gl_multi *table) {
+    int count = 0;
+    for_each_node(*table, [&count](const MultiNode &) { ++count; });
+    return count;
+}

@@ -6,10 +6,10 @@
 
 namespace qbgl {
 
-MultiNode *new_node(gl_multi &table, bool own_flags) {
+MultiNode *new_node(gl_multi &table, int32_t depth, bool own_flags) {
     Owned<MultiNode> node = Owned<MultiNode>::allocate();
     if (!node) return nullptr;
-    *node = {0, -1, -1, nullptr, nullptr, {nullptr, 0, 0}, nullptr};
+    *node = {depth, 0, 0, -1, -1, nullptr, nullptr, {nullptr, 0, 0}, nullptr};
     if (own_flags) {
         node->flags = static_cast<uint8_t *>(_gl_alloc_ptr(256));
         if (node->flags == nullptr) return nullptr;
@@ -19,9 +19,9 @@ MultiNode *new_node(gl_multi &table, bool own_flags) {
     return node.release();
 }
 
-void free_node(MultiNode *node) {
-    if (node == nullptr) return;
-    for (int32_t i = 0; node->next != nullptr && i < node->child_count; ++i) free_node(node->next[i]);
+namespace {
+
+void free_one(MultiNode *node) {
     _gl_free_ptr(node->next);
     if (node->flag_index < 0) {
         _gl_free_ptr(node->flags);
@@ -31,8 +31,20 @@ void free_node(MultiNode *node) {
     _gl_free_ptr(node);
 }
 
+} // namespace
+
+void free_node(MultiNode *node) {
+    if (node == nullptr) return;
+    for (int32_t i = 0; node->next != nullptr && i < node->child_count; ++i) free_node(node->next[i]);
+    free_one(node);
+}
+
 void free_nodes(gl_multi &table) {
-    free_node(table.root);
+    if (table.nodes == nullptr) free_node(table.root);
+    for (int32_t i = 0; i < table.node_count; ++i) free_one(table.nodes[i]);
+    _gl_free_ptr(table.nodes);
+    table.nodes = nullptr;
+    table.node_count = 0;
     table.root = nullptr;
     for (int32_t i = 0; table.shared_flags != nullptr && i < table.flag_array_count; ++i) {
         _gl_free_ptr(table.shared_flags[i].flags);

@@ -6,7 +6,7 @@
 namespace qbgl {
 
 // A node whose 256 flags are FLAG_NONE; `own_flags` false leaves the flag array to be a shared one. Null when memory is out.
-MultiNode *new_node(gl_multi &table, bool own_flags);
+MultiNode *new_node(gl_multi &table, int32_t depth, bool own_flags);
 
 // Frees a node, its own arrays and everything below it. Null is fine.
 void free_node(MultiNode *node);

@@ -4,7 +4,8 @@
 //   MAX MIN FLAGS DEFAULT-ENTRY
 //   uncompressed: nodes in pre-order       compressed: F D, then F flag arrays, D data arrays, then nodes in pre-order
 //     HAS-FLAGS HAS-DATA                     HAS-FLAGS HAS-DATA FLAG-INDEX DATA-INDEX
-//     [flag array] [data array]
+//     [flag array] [data array]              or, where FLAGS has 4: 2 NODE, as that line of 1 or 0 at the same depth, counted
+//                                            from 0, and all below it
 //   array: run lines "FFCCCRRR items", C items from index F on, R times in a row; then "0000000"
 #include "multi/read.h"
 
@@ -17,6 +18,10 @@
 using namespace qbgl;
 
 namespace {
+
+// What a walk through all keys of a table that repeats nodes may come by: several times what any codeset has.
+constexpr uint32_t MOST_NODES_OF_WALK = 1U << 21;
+constexpr long REPEATED = 2; // begins the line of such a node
 
 struct Run {
     unsigned first, count, repeat;
@@ -45,32 +50,30 @@ class TableReader {
     }
 
     bool read_uncompressed() {
-        table_.root = new_node(table_, true);
-        return got(table_.root != nullptr) && read_own_node(*table_.root, 1);
+        table_.root = new_node(table_, 1, true);
+        return got(table_.root != nullptr) && read_own_node(*table_.root);
     }
 
     bool read_compressed() {
         const long flag_arrays = in_.integer();
         const long data_arrays = in_.integer();
         if (!in_.skip_newline() || !read_shared_flags(flag_arrays) || !read_shared_data(data_arrays)) return false;
-        table_.root = new_node(table_, false);
-        return got(table_.root != nullptr) && read_sharing_node(*table_.root, 1);
+        repeats_ = (table_.flags & MULTI_REPEATS) != 0;
+        return read_child(table_.root, 1, false);
     }
 
-    bool read_own_node(MultiNode &node, int depth) {
+    bool read_own_node(MultiNode &node) {
         const long has_flags = in_.integer();
         const long has_data = in_.integer();
         if (!in_.skip_newline() || !is_bit(has_flags) || !is_bit(has_data)) return false;
         if (has_flags != 0 && !read_flag_array(node.flags)) return false;
         if (has_data != 0 && !read_data_array(node.data)) return false;
         if (memchr(node.flags, FLAG_CHILD, 256) == nullptr) return true;
-        if (depth >= table_.max_length || !got(make_room_for_children(table_, node))) return false;
-        return read_children(node, number_children(node.flags, node.offsets), depth, true);
+        if (node.depth >= table_.max_length || !got(make_room_for_children(table_, node))) return false;
+        return read_children(node, number_children(node.flags, node.offsets), true);
     }
 
-    bool read_sharing_node(MultiNode &node, int depth) {
-        const long has_flags = in_.integer();
-        const long has_data = in_.integer();
+    bool read_sharing_node(MultiNode &node, long has_flags, long has_data) {
         const long flag_index = in_.integer();
         const long data_index = in_.integer();
         if (!in_.skip_newline() || !is_bit(has_flags) || !is_bit(has_data)) return false;
@@ -90,18 +93,52 @@ class TableReader {
             node.data = table_.shared_data[data_index];
         }
         if (shared.child_count == 0) return true;
-        if (depth >= table_.max_length || !got(make_room_for_children(table_, node))) return false;
-        return read_children(node, shared.child_count, depth, false);
+        if (node.depth >= table_.max_length || !got(make_room_for_children(table_, node))) return false;
+        return read_children(node, shared.child_count, false);
     }
 
     // child_count grows with the children that are there, so that a failure can free them.
-    bool read_children(MultiNode &node, int32_t count, int depth, bool own) {
-        for (int32_t i = 0; i < count; ++i) {
-            MultiNode *child = new_node(table_, own);
-            if (!got(child != nullptr)) return false;
-            node.next[node.child_count++] = child;
-            if (!(own ? read_own_node(*child, depth + 1) : read_sharing_node(*child, depth + 1))) return false;
+    bool read_children(MultiNode &node, int32_t count, bool own) {
+        for (int32_t i = 0; i < count; ++i)
+            if (!read_child(node.next[node.child_count++], node.depth + 1, own)) return false;
+        return true;
+    }
+
+    bool read_child(MultiNode *&place, int32_t depth, bool own) {
+        if (own) {
+            place = new_node(table_, depth, true);
+            return got(place != nullptr) && read_own_node(*place);
         }
+        const long has_flags = in_.integer();
+        const long has_data = in_.integer();
+        if (repeats_ && has_flags == REPEATED) return in_.skip_newline() && repeat_node(place, depth, has_data);
+        MultiNode *const node = new_node(table_, depth, false);
+        if (!got(node != nullptr)) return false;
+        if (repeats_ && !list(*node)) {
+            free_node(node);
+            return false;
+        }
+        place = node;
+        const uint32_t before = walked_++;
+        if (!read_sharing_node(*node, has_flags, has_data)) return false;
+        if (repeats_) sizes_[static_cast<uint32_t>(node->number)] = walked_ - before;
+        return true;
+    }
+
+    // Nodes of a depth that have been listed before one of the same depth are whole.
+    bool repeat_node(MultiNode *&place, int32_t depth, long number) {
+        if (number < 0 || number >= table_.node_count || table_.nodes[number]->depth != depth) return false;
+        place = table_.nodes[number];
+        walked_ += sizes_[static_cast<uint32_t>(number)];
+        return walked_ <= MOST_NODES_OF_WALK;
+    }
+
+    // Takes a node into the table's list, which owns it.
+    bool list(MultiNode &node) {
+        if (table_.node_count == node_capacity_ && !got(grow(table_.nodes, node_capacity_))) return false;
+        if (!got(sizes_.append(0))) return false;
+        node.number = table_.node_count;
+        table_.nodes[table_.node_count++] = &node;
         return true;
     }
 
@@ -222,6 +259,10 @@ class TableReader {
     bool starved_ = false;
     int32_t flag_capacity_ = 0;
     int32_t no_flags_ = -1; // the shared array that stands for none, once a node needs it
+    bool repeats_ = false;
+    int32_t node_capacity_ = 0;
+    Growing<uint32_t> sizes_; // of the listed nodes: how many a walk below them comes by
+    uint32_t walked_ = 0;
 };
 
 bool call_entry_reader(ByteReader &in, void *destination, uint32_t size, void *self) {
@@ -235,7 +276,7 @@ TableRead qbgl::read_table(ByteReader &in, gl_multi &table, int longest_key, Ent
     const long min_length = in.integer();
     const long flags = in.integer();
     table.error = GL_ENOMEM;
-    MultiNode *empty_root = new_node(table, true); // what a failure leaves behind: a table without keys
+    MultiNode *empty_root = new_node(table, 1, true); // what a failure leaves behind: a table without keys
     if (empty_root == nullptr) return TableRead::FAILED;
     free_nodes(table);
     TableRead result = TableRead::FAILED;

@@ -21,6 +21,8 @@ struct DataArray {
 };
 
 struct MultiNode {
+    int32_t depth;       // 1 for the root
+    int32_t number;      // in gl_multi::nodes, 0 without that list
     int32_t child_count; // bytes with FLAG_CHILD; the next free index of `next`
     int32_t flag_index;  // place in the table's shared flag arrays, -1 when the node owns its own
     int32_t data_index;  // the same for the data array
@@ -51,11 +53,16 @@ struct gl_multi {
     int32_t element_shift;
     qbgl::SharedFlags *shared_flags; // flag_array_count of them when compressed
     qbgl::DataArray *shared_data;    // data_array_count of them when compressed
+    qbgl::MultiNode **nodes;         // each once, where the text form repeats some, which then have several parents; else null
+    int32_t node_count;              // of `nodes`
 };
 
 namespace qbgl {
 
 inline constexpr int32_t MULTI_MARKED = 1; // leaves are marked, as in every table
+// With GL_MULTI_COMPRESSED: the text form names a node that stood before at the same depth in place of one like it, with all below
+// it. Most of the code space is alike, so that a table has all of it in little more than what differs.
+inline constexpr int32_t MULTI_REPEATS = 4;
 
 // The table of a category without data: it has no characters, and ends text at the first zero byte. Everyone shares it, so that no
 // handle is ever without a table; it is not filled, and freeing it does nothing.
@@ -66,6 +73,16 @@ inline const uint8_t *entry_of(const gl_multi &table, const MultiNode &node, uin
     const auto place = static_cast<uint32_t>(byte - node.data.first);
     return place < static_cast<uint32_t>(node.data.count) ? node.data.entries + (place << table.element_shift)
                                                           : table.default_entry;
+}
+
+// Calls visit(node) for every node once, whatever number of keys leads through it. The root comes first.
+template <class Visit> void for_each_node(const MultiNode &node, Visit &visit) {
+    visit(node);
+    for (int32_t i = 0; i < node.child_count; ++i) for_each_node(*node.next[i], visit);
+}
+template <class Visit> void for_each_node(const gl_multi &table, Visit visit) {
+    if (table.nodes == nullptr) return for_each_node(*table.root, visit);
+    for (int32_t i = 0; i < table.node_count; ++i) visit(*table.nodes[i]);
 }
 
 inline MultiNode *child_of(const MultiNode &node, uint8_t byte) { return node.next[node.offsets[byte]]; }

@@ -7,15 +7,12 @@ namespace qbgl {
 
 namespace {
 
-// Adds a bit for each length of a key that ends in the node or below it, where keys of `length` bytes end.
-void gather_lengths(const MultiNode &node, int length, unsigned &lengths) {
-    if (memchr(node.flags, FLAG_END, 256) != nullptr) lengths |= 1U << length;
-    for (int32_t i = 0; i < node.child_count; ++i) gather_lengths(*node.next[i], length + 1, lengths);
-}
-
+// A bit for each length of a key.
 unsigned lengths_of(const gl_multi &table) {
     unsigned lengths = 0;
-    gather_lengths(*table.root, 1, lengths);
+    for_each_node(table, [&lengths](const MultiNode &node) {
+        if (memchr(node.flags, FLAG_END, 256) != nullptr) lengths |= 1U << node.depth;
+    });
     return lengths;
 }
 
@@ -28,15 +25,15 @@ const MultiNode *behind_zeros(const MultiNode *node, int unit) {
     return node;
 }
 
-// Whether none of the keys goes on with a unit of zeros. `behind` bytes of a unit lead to the node.
-bool lacks_zero_units(const MultiNode &node, int unit, int behind) {
-    if (behind == 0) {
+// Whether none of the keys goes on with a unit of zeros behind its first unit.
+bool lacks_zero_units(const gl_multi &table, int unit) {
+    bool lacks = true;
+    for_each_node(table, [&lacks, unit](const MultiNode &node) {
+        if (node.depth == 1 || (node.depth - 1) % unit != 0) return;
         const MultiNode *const last = behind_zeros(&node, unit);
-        if (last != nullptr && last->flags[0] != FLAG_NONE) return false;
-    }
-    for (int32_t i = 0; i < node.child_count; ++i)
-        if (!lacks_zero_units(*node.next[i], unit, (behind + 1) % unit)) return false;
-    return true;
+        if (last != nullptr && last->flags[0] != FLAG_NONE) lacks = false;
+    });
+    return lacks;
 }
 
 } // namespace
@@ -51,10 +48,7 @@ bool stops_at_terminator(const gl_multi &table, int unit) {
     for (int length = 1; length <= MAX_KEY; ++length)
         if ((lengths >> length & 1) != 0 && length % unit != 0) return false;
     const MultiNode *const last = behind_zeros(table.root, unit);
-    if (last != nullptr && last->flags[0] == FLAG_CHILD) return false;
-    for (int32_t i = 0; i < table.root->child_count; ++i)
-        if (!lacks_zero_units(*table.root->next[i], unit, 1 % unit)) return false;
-    return true;
+    return (last == nullptr || last->flags[0] != FLAG_CHILD) && lacks_zero_units(table, unit);
 }
 
 const uint8_t *terminator_entry(const gl_multi &table, int unit) {

@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <locale.h>
 #include <stdlib.h>
+#include <utility>
 
 using namespace qbgl;
 
@@ -42,15 +43,17 @@ bool ends_text(const gl_multi &codeset) {
     return stops_at_terminator(codeset, lengths.shortest) && (terminator == nullptr || (value_at(terminator) & PASSED_OVER) == 0);
 }
 
-// Whether the characters below one node are among those below the other.
-bool keys_within(const MultiNode &node, const MultiNode &all) {
+// Whether the characters below one node are among those below the other. Where a table repeats nodes, `known` has for each of them
+// the one that it was found to be within last; null without.
+bool keys_within(const MultiNode &node, const MultiNode &all, const MultiNode **known) {
+    if (known != nullptr && std::exchange(known[node.number], &all) == &all) return true;
     if (memcmp(node.flags, all.flags, 256) != 0) {
         for (int byte = 0; byte < 256; ++byte)
             if (node.flags[byte] != FLAG_NONE && node.flags[byte] != all.flags[byte]) return false;
     }
     for (int byte = 0; node.child_count > 0 && byte < 256; ++byte) {
         const auto at = static_cast<uint8_t>(byte);
-        if (node.flags[at] == FLAG_CHILD && !keys_within(*child_of(node, at), *child_of(all, at))) return false;
+        if (node.flags[at] == FLAG_CHILD && !keys_within(*child_of(node, at), *child_of(all, at), known)) return false;
     }
     return true;
 }
@@ -59,7 +62,11 @@ bool keys_within(const MultiNode &node, const MultiNode &all) {
 bool case_table_fits(const gl_ctype_info &info) {
     const gl_multi &codeset = *info.codeset_table, &cases = *info.case_table;
     if (!values_within(cases, static_cast<unsigned>(info.pair_count))) return false;
-    return codeset.max_length > 1 ? keys_within(*cases.root, *codeset.root) : cases.max_length <= 1;
+    if (codeset.max_length <= 1) return cases.max_length <= 1;
+    Owned<const MultiNode *> known;
+    if (cases.nodes != nullptr) known = Owned<const MultiNode *>::allocate(static_cast<uint32_t>(cases.node_count));
+    if (known) std::fill_n(known.get(), cases.node_count, nullptr);
+    return keys_within(*cases.root, *codeset.root, known.get());
 }
 
 bool read_class(ByteReader &in, gl_class_name &entry, gl_locale *locale) {

@@ -5,6 +5,7 @@
 #include "charmap/sequence.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,12 @@ struct Character {
     Sequence bytes;
     bool shifted = false; // stands in the shifted state of a stateful codeset
     bool one_way = false; // in Codeset::written(): the bytes read back as another character
+};
+
+// What the platform knows of Unicode, by code.
+struct KnownUnicode {
+    std::vector<bool> characters;
+    std::vector<bool> full_width; // two columns of a terminal; a default for those that it does not know
 };
 
 class Codeset {
@@ -33,6 +40,13 @@ class Codeset {
     void add_written(char32_t code, const Sequence &bytes, bool shifted = false) { written_.push_back({code, bytes, shifted}); }
     // Ends adding: sorts, drops repetitions, builds the index.
     void finish();
+
+    // How a scalar value is written that is not among the characters.
+    using Rule = Sequence (*)(char32_t code);
+    // The scalar values that are not among the characters are some, too: by a rule, for they are too many to be listed.
+    void complete(Rule rule) { rule_ = rule; }
+    // Null when it knows all that the codeset has.
+    void know(std::shared_ptr<const KnownUnicode> known) { known_ = std::move(known); }
 
     const std::string &name() const { return name_; }
     Form form() const { return form_; }
@@ -53,11 +67,27 @@ class Codeset {
     // What a sequence stands for; null when it is no character.
     const Character *find(const Sequence &bytes, bool shifted = false) const;
 
+    // Whether the platform's definitions can say anything about a character.
+    bool is_known(char32_t code) const { return !known_ || known_->characters[code]; }
+    bool is_full_width(char32_t code) const { return known_ && known_->full_width[code]; }
+    // Calls with every scalar value that is written by a rule, in code order.
+    template <class Function> void for_each_unlisted(Function function) const {
+        if (rule_ == nullptr) return;
+        for (char32_t code = 0; code < CODE_LIMIT; ++code)
+            if (const auto character = find_unlisted(code)) function(*character);
+    }
+    std::optional<Character> find_unlisted(char32_t code) const {
+        if (rule_ == nullptr || !is_scalar_value(code) || find(code) != nullptr) return std::nullopt;
+        return Character{code, rule_(code)};
+    }
+
   private:
     std::string name_;
     Form form_;
     bool stateful_;
     std::vector<Character> read_, written_;
+    Rule rule_ = nullptr;
+    std::shared_ptr<const KnownUnicode> known_;
     std::vector<uint32_t> pages_;  // code / 256 -> page, 0 for none
     std::vector<uint32_t> places_; // page * 256 + code % 256 -> index in written_ plus 1, 0 for none
 };
@@ -70,7 +100,12 @@ using CodesetPtr = std::shared_ptr<const Codeset>;
 std::shared_ptr<Codeset> codeset_from_charmap(const Charmap &charmap, const std::string &name, std::string &warning,
                                               char32_t below = CODE_LIMIT);
 
-// A form of Unicode, every scalar value that it can express: "ucs-2le" or "ucs-4le". Throws DataError for any other.
-CodesetPtr unicode_codeset(const std::string &form, const std::string &name);
+// How GB18030 writes a character that the platform's charmap of it lacks: by its number beyond the first plane; for 24 private
+// characters, in whose places of two bytes the charmap has others, with the four bytes that these have left.
+Sequence unlisted_in_gb18030(char32_t code);
+
+// A form of Unicode, every scalar value that it can express: "ucs-2le" or "ucs-4le", of which the platform knows some. Throws
+// DataError for any other.
+CodesetPtr unicode_codeset(const std::string &form, const std::string &name, std::shared_ptr<const KnownUnicode> known = nullptr);
 
 } // namespace qbgl::compiler

@@ -66,7 +66,7 @@ class LevelNumbering {
     void collect() {
         for (uint32_t i = 0; i < share_.members.size(); ++i) {
             if (share_.members[i].item == NONE) {
-                if (level_ == 0) add_undefined(i);
+                if (level_ == 0) add_undefined(undefined_weights(i));
                 continue;
             }
             const Weights weights = string_of(i);
@@ -76,6 +76,7 @@ class LevelNumbering {
             else
                 split_.push_back(i);
         }
+        if (level_ == 0 && !share_.unlisted.empty()) add_undefined({order_.undefined_ordinal(), FIRST_DIGIT});
     }
     // All have one weight and sort by their codes, but for codes that a key cannot have: these have weights of their own.
     std::u32string undefined_weights(uint32_t member) const {
@@ -83,8 +84,7 @@ class LevelNumbering {
         const bool is_low = value < FIRST_DIGIT;
         return {order_.undefined_ordinal(), is_low ? value : FIRST_DIGIT};
     }
-    void add_undefined(uint32_t member) {
-        const std::u32string weights = undefined_weights(member);
+    void add_undefined(const std::u32string &weights) {
         Segment &undefined = segments_[weights];
         undefined.weights = weights;
         undefined.is_undefined = weights.back() == FIRST_DIGIT;

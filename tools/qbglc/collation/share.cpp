@@ -52,6 +52,8 @@ std::vector<uint32_t> spare_values(const Codeset &codeset) {
         bytes.length = static_cast<uint8_t>(std::min<size_t>(bytes.length, length));
         beginnings.insert(wide_value(bytes));
     }
+    codeset.for_each_unlisted(
+        [&](const Character &character) { beginnings.insert(character.bytes.value() >> 8 * (character.bytes.length - length)); });
     std::vector<uint32_t> spares;
     const uint32_t top = length == 4 ? 0xFFFFFFFF : (1u << 8 * length) - 1;
     for (uint32_t value = top; value >> 8 * (length - 1) != 0 && spares.size() < MOST_SPARES; --value) {
@@ -76,6 +78,14 @@ CollationShare::CollationShare(const CollationOrder &order, const Codeset &codes
         if (item == CollationOrder::NONE && single_byte) item = order.undefined_item();
         members.push_back({{wide_value(bytes)}, item, bytes, std::u32string(1, character.code)});
     }
+    // What the platform knows and leaves out of the codeset has no place in its order either.
+    codeset.for_each_unlisted([&](const Character &character) {
+        const uint32_t item = codeset.is_known(character.code) ? CollationOrder::NONE : order.find(character.code);
+        if (item == CollationOrder::NONE)
+            unlisted.push_back(character.bytes);
+        else
+            members.push_back({{wide_value(character.bytes)}, item, character.bytes, std::u32string(1, character.code)});
+    });
     character_count = members.size();
     std::vector<std::u32string> too_long;
     for (const CollationOrder::Element &element : order.elements()) {

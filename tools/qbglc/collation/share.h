@@ -24,6 +24,7 @@ struct CollationShare {
 
     std::vector<Member> members; // characters, then elements: the longest first
     size_t character_count = 0;
+    std::vector<Sequence> unlisted; // characters that neither the order has nor the codeset lists
     // Values of sequences that are no characters, and do not get in the way of one. A single-byte codeset may have none: it has
     // controls here, too.
     std::vector<uint32_t> spares;

@@ -3,6 +3,7 @@
 #include "collation/alignment.h"
 #include "collation/level.h"
 #include "collation/share.h"
+#include "object/character_table.h"
 #include "object/text.h"
 #include "system/error.h"
 
@@ -47,14 +48,26 @@ class Section {
     CollateSection make() {
         number_levels();
         if (is_code_order()) {
-            result_.text = direct_section();
+            result_.text = result_.listed = direct_section();
             return std::move(result_);
         }
-        const std::string table = character_table(), elements = element_lines();
+        fill_tables();
+        const std::string rules = rule_lines();
+        result_.text = fmt::format("as_specified\n{}0\n{}", table_.text(), rules);
+        result_.listed = fmt::format("as_specified\n{}0\n{}", listed_table_.text(write_row_number), rules);
+        return std::move(result_);
+    }
+
+  private:
+    using Row = std::array<uint16_t, GL_MAX_PASSES>;
+    using Member = CollationShare::Member;
+    static constexpr uint16_t FIRST_ROW = 0; // that of what is not in the order
+
+    std::string rule_lines() {
+        const std::string elements = element_lines();
         size_t largest = 0;
         for (const CollationLevel &level : levels_) largest = std::max<size_t>(largest, level.largest);
-        std::string &text = result_.text;
-        text = fmt::format("as_specified\n{}0\n", table);
+        std::string text;
         text += fmt::format("{} {} {} {} {}\n", rows_.size() - 1, levels_.size(), share_.members.size() - share_.character_count,
                             expansions_.list().size(), largest);
         for (const unsigned direction : directions_) text += fmt::format("{:04x}", direction);
@@ -65,12 +78,8 @@ class Section {
             for (size_t level = 0; level < levels_.size(); ++level) text += fmt::format("{:04x}", row[level]);
             text += '\n';
         }
-        return std::move(result_);
+        return text;
     }
-
-  private:
-    using Row = std::array<uint16_t, GL_MAX_PASSES>;
-    using Member = CollationShare::Member;
 
     void number_levels() {
         CollationAlignment alignment(order_, share_);
@@ -130,11 +139,11 @@ class Section {
     }
 
     // Row 0 is that of most characters where most are not in the order. A single-byte codeset's table has all bytes.
-    std::string character_table() {
+    void fill_tables() {
         const uint16_t no_row = number_of(undefined_row());
-        TableWriter table(sizeof no_row, &no_row);
         const auto insert = [&](const Sequence &bytes, uint16_t number) {
-            table.insert(bytes, number == no_row ? nullptr : &number);
+            table_.insert(bytes, number);
+            listed_table_.insert(bytes, number == no_row ? nullptr : &number);
         };
         std::map<uint32_t, size_t> lent = lent_spares();
         std::vector<std::u32string> controls;
@@ -151,8 +160,8 @@ class Section {
         Row ignored = {};
         std::fill_n(ignored.begin(), levels_.size(), CollationLevel::IGNORED);
         for (const auto &[value, i] : lent) insert(bytes_of(value), number_of(row_of_spare(i, ignored)));
+        for (const Sequence &bytes : share_.unlisted) table_.insert(bytes, no_row);
         if (!controls.empty()) result_.warnings.push_back("lent to weights that no characters have alone: " + codes_of(controls));
-        return table.text(write_row_number);
     }
 
     // Those in use.
@@ -187,6 +196,8 @@ class Section {
     std::vector<unsigned> directions_;
     std::vector<Row> rows_;
     std::map<Row, uint16_t> numbers_;
+    CharacterTable table_{FIRST_ROW};
+    TableWriter listed_table_{sizeof FIRST_ROW, &FIRST_ROW};
     CollateSection result_;
 };
 

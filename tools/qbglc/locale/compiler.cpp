@@ -112,7 +112,7 @@ const std::string &LocaleCompiler::ctype(const Definition &definition, const Tar
 }
 
 // Most definitions copy the rules of another one and add nothing: they share the order, and the section.
-const std::string &LocaleCompiler::collate(const Definition &definition, const Target &target) {
+const LocaleCompiler::Order &LocaleCompiler::collate(const Definition &definition, const Target &target) {
     const CollationRules &rules = without_copying(*definition.collate);
     const std::string key = std::to_string(reinterpret_cast<uintptr_t>(&rules));
     const CollationOrderPtr &order = orders_.get(key, [&] {
@@ -124,7 +124,7 @@ const std::string &LocaleCompiler::collate(const Definition &definition, const T
         try {
             CollateSection section = collate_section(*order, *target.codeset);
             add_warnings(definition, definition.collate_place.text() + ": in " + target.codeset->name() + ": ", section.warnings);
-            return std::move(section.text);
+            return Order{std::move(section.text), order_fingerprint(target.characters, section.listed)};
         } catch (const DataError &error) {
             throw definition.collate_place.error(error.what());
         }
@@ -149,9 +149,17 @@ std::string LocaleCompiler::object(const std::string &name, const Target &target
     const auto source = definition(name);
     const LocaleEncoder encoder(source->ctype, *target.codeset, codeset_name);
     LocaleErrors errors;
-    const std::string order = errors.collect([&] { return collation.empty() ? collate(*source, target) : collation + '\n'; });
+    std::string order = collation + '\n', fingerprint;
+    if (collation.empty())
+        order = errors.collect([&] {
+            const Order &rules = collate(*source, target);
+            fingerprint = rules.fingerprint;
+            return rules.section;
+        });
+    else
+        fingerprint = order_fingerprint(target.characters, order);
     std::string text = header;
-    text.append(ORDER_LINE) += order_fingerprint(target.characters, order) + '\n';
+    text.append(ORDER_LINE) += fingerprint + '\n';
     const size_t end_of_header = text.size();
     text += codeset_name + '\n';
     text += "### LC_CTYPE\n" + errors.collect([&] { return ctype(*source, target); });

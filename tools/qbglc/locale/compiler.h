@@ -66,7 +66,10 @@ class LocaleCompiler {
     };
 
     const std::string &ctype(const Definition &definition, const Target &target);
-    const std::string &collate(const Definition &definition, const Target &target);
+    struct Order {
+        std::string section, fingerprint;
+    };
+    const Order &collate(const Definition &definition, const Target &target);
     void add_warnings(const Definition &definition, const std::string &before, const std::vector<std::string> &warnings);
     const std::string &file_mark(const std::filesystem::path &path);
 
@@ -77,7 +80,8 @@ class LocaleCompiler {
     Cache<std::shared_ptr<const Definition>> definitions_;
     Cache<std::shared_ptr<const CharacterProperties>> properties_;
     Cache<CollationOrderPtr> orders_;
-    Cache<std::string> ctypes_, collates_, file_marks_;
+    Cache<std::string> ctypes_, file_marks_;
+    Cache<Order> collates_;
     Cache<Target> targets_;
     std::mutex warnings_mutex_;
     std::vector<std::string> warnings_;

@@ -1,6 +1,7 @@
 #include "locale/ctype.h"
 
 #include "locale/encoder.h"
+#include "object/character_table.h"
 #include "object/text.h"
 #include "system/fingerprint.h"
 
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
+#include <optional>
 
 namespace qbgl::compiler {
 
@@ -145,12 +147,6 @@ std::string properties_key(const Definition &definition) {
 
 namespace {
 
-int write_ub2(FILE *stream, const void *entry) {
-    uint16_t value;
-    std::memcpy(&value, entry, sizeof value);
-    return std::fprintf(stream, "%04x", unsigned{value}) < 0 ? -1 : 0;
-}
-
 // The section of one codeset.
 class Section {
   public:
@@ -159,19 +155,21 @@ class Section {
 
     std::string text() {
         choose_bits();
-        const uint16_t none = 0;
-        TableWriter classes(sizeof none, &none), cases(sizeof none, &none);
+        CharacterTable classes(0), cases(0);
         const auto &characters = codeset_.read();
         for (size_t i = 0; i < characters.size(); ++i) {
             const Character &character = characters[i];
             const Sequence bytes = memory_bytes(codeset_, character.bytes);
-            const uint16_t mask = mask_of(i), index = case_of(character);
-            classes.insert(bytes, mask == none ? nullptr : &mask);
-            cases.insert(bytes, index == none ? nullptr : &index);
+            classes.insert(bytes, mask_of(character.code, full_width_[i]));
+            cases.insert(bytes, case_of(character));
         }
-        std::string text = classes.text(write_ub2) + fmt::format("{}\n", names_.size());
+        codeset_.for_each_unlisted([&](const Character &character) {
+            classes.insert(character.bytes, mask_of(character.code, codeset_.is_full_width(character.code)));
+            cases.insert(character.bytes, case_of(character));
+        });
+        std::string text = classes.text() + fmt::format("{}\n", names_.size());
         for (size_t bit = 0; bit < names_.size(); ++bit) text += fmt::format("{} {}\n", bit, names_[bit]);
-        text += cases.text(write_ub2) + fmt::format("{}", pairs_.size());
+        text += cases.text() + fmt::format("{}", pairs_.size());
         for (const auto &[upper, lower] : pairs_) text += fmt::format("\n{:08x}{:08x}", upper, lower);
         return text + fmt::format(" {}\n", ratio_text(growth_, per_));
     }
@@ -194,10 +192,10 @@ class Section {
         names_.insert(names_.end(), empty.begin(), empty.end());
     }
 
-    uint16_t mask_of(size_t i) const {
-        const char32_t code = codeset_.read()[i].code;
+    uint16_t mask_of(char32_t code, bool full_width) const {
         unsigned mask = properties_.mask(code);
-        if (full_width_[i]) mask |= 1u << FIRST_OWN_BIT;
+        if (mask == 0 && !codeset_.is_known(code)) mask = GRAPH | PRINT;
+        if (full_width) mask |= 1u << FIRST_OWN_BIT;
         for (size_t k = 0; k < matching_.size(); ++k)
             if (matching_[k]->members[code]) mask |= 1u << (FIRST_OWN_BIT + 1 + k);
         return static_cast<uint16_t>(mask);
@@ -217,9 +215,11 @@ class Section {
     }
 
     uint32_t value_of(char32_t code, const Character &original) {
-        const Character *character = code == original.code ? &original : codeset_.find(code);
+        const std::optional<Character> unlisted = codeset_.find_unlisted(code);
+        const Character *character = code == original.code ? &original : unlisted ? &*unlisted : codeset_.find(code);
         // What is written as a base and a mark, or comes back as another character, is no character of the codeset.
-        if (character == nullptr || character->one_way || codeset_.find(character->bytes) == nullptr) character = &original;
+        if (character == nullptr || character->one_way || (!unlisted && codeset_.find(character->bytes) == nullptr))
+            character = &original;
         const Sequence bytes = memory_bytes(codeset_, character->bytes);
         if (bytes.length * per_ > growth_ * original.bytes.length) {
             growth_ = bytes.length;

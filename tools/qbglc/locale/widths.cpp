@@ -1,8 +1,45 @@
 #include "locale/widths.h"
 
+#include <iterator>
+
 namespace qbgl::compiler {
 
+namespace {
+
+struct CodeBlock {
+    char32_t first, last;
+};
+
+bool full_width_by_default(char32_t code) {
+    constexpr CodeBlock BLOCKS[] = {
+        {0x2E80, 0x9FFF},   // radicals, kana and ideographs
+        {0xF900, 0xFAFF},   // compatibility ideographs
+        {0xFE30, 0xFE4F},   // compatibility forms
+        {0x1F000, 0x1FAFF}, // game tiles and pictures
+        {0x20000, 0x3FFFF}, // further ideographs
+    };
+    const bool is_noncharacter = (code & 0xFFFE) == 0xFFFE;
+    return !is_noncharacter && std::any_of(std::begin(BLOCKS), std::end(BLOCKS),
+                                           [code](const CodeBlock &block) { return code >= block.first && code <= block.last; });
+}
+
+} // namespace
+
 WidthSection width_section(const Charmap &charmap) { return {charmap.widths, charmap.steps_in_utf8()}; }
+
+std::shared_ptr<const KnownUnicode> known_unicode(const Charmap &charmap) {
+    auto known = std::make_shared<KnownUnicode>();
+    known->characters.resize(CODE_LIMIT);
+    known->full_width.resize(CODE_LIMIT);
+    for (const Charmap::Entry &entry : charmap.entries)
+        charmap.for_each(entry, [&](char32_t code, const Sequence &) { known->characters[code] = true; });
+    for (char32_t code = 0; code < CODE_LIMIT; ++code)
+        known->full_width[code] = !known->characters[code] && full_width_by_default(code);
+    for (const Charmap::Width &width : charmap.widths)
+        for (char32_t code = width.first; code <= width.last; ++code)
+            if (known->characters[code]) known->full_width[code] = width.columns == 2;
+    return known;
+}
 
 std::vector<bool> full_width(const Codeset &codeset, const WidthSection &section) {
     const auto &characters = codeset.read();
@@ -30,7 +67,10 @@ std::vector<bool> full_width(const Codeset &codeset, const WidthSection &section
         return columns[same == nullptr ? i : static_cast<size_t>(same - characters.data())];
     };
     std::vector<bool> result(characters.size());
-    for (size_t i = 0; i < result.size(); ++i) result[i] = columns_of(i) == 2;
+    for (size_t i = 0; i < result.size(); ++i) {
+        const char32_t code = characters[i].code;
+        result[i] = codeset.is_known(code) ? columns_of(i) == 2 : codeset.is_full_width(code);
+    }
     return result;
 }
 

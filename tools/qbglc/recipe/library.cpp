@@ -20,10 +20,9 @@ std::filesystem::path Library::charmap_path(const std::string &name) const {
 
 namespace {
 
-constexpr const char *WIDTH_CHARMAP = "UTF-8"; // has the widths of all characters
+constexpr const char *UNICODE_CHARMAP = "UTF-8"; // lists all characters that the platform knows, and has their widths
 
-// The platform's charmap of UTF-8 lists assigned characters; text of a later Unicode than its own must not be refused. Beyond the
-// first plane the unassigned codes are too many to be worth their memory.
+// The platform's charmap of UTF-8 lists assigned characters. Of the others those of the first plane are in conversions, too.
 void add_unassigned(Codeset &utf8) {
     for (char32_t code = 0; code < 0x10000; ++code)
         if (is_scalar_value(code)) utf8.add(code, utf8_of(code));
@@ -50,7 +49,12 @@ CodesetPtr Library::load_charmap_codeset(Item &item, const Catalogue::Codeset &c
     std::string warning;
     const Charmap charmap = load_charmap(charmap_path(codeset.source.argument));
     const auto result = codeset_from_charmap(charmap, codeset.name, warning, codeset.source.below);
-    if (charmap.steps_in_utf8()) add_unassigned(*result);
+    if (charmap.steps_in_utf8()) {
+        add_unassigned(*result);
+        result->complete(utf8_of);
+    }
+    if (charmap.codeset == "GB18030") result->complete(unlisted_in_gb18030);
+    if (charmap.codeset == "GB18030" || charmap.steps_in_utf8()) result->know(unicode().known);
     if (codeset.source.kind == CodesetSource::Kind::CHARMAP_ICONV) add_composed_from_iconv(codeset.iconv, *result);
     if (!warning.empty()) {
         const std::lock_guard lock(warnings_mutex_);
@@ -69,7 +73,7 @@ CodesetPtr Library::load(Item &item, const Catalogue::Codeset &codeset) {
     case Kind::ICONV: return codeset_from_iconv(source.argument, IconvPart::ALL, codeset.name);
     case Kind::ICONV_SINGLE: return codeset_from_iconv(source.argument, IconvPart::SINGLE, codeset.name);
     case Kind::ICONV_DOUBLE: return codeset_from_iconv(source.argument, IconvPart::DOUBLE, codeset.name);
-    case Kind::UNICODE: return unicode_codeset(source.argument, codeset.name);
+    case Kind::UNICODE: return unicode_codeset(source.argument, codeset.name, unicode().known);
     case Kind::NONE: break;
     }
     throw DataError(fmt::format("{}: has no source: {}", codeset.name, codeset.reason));
@@ -83,8 +87,15 @@ CodesetPtr Library::codeset(size_t index) {
 
 std::vector<bool> Library::full_width(const Codeset &codeset, const WidthSection &own) {
     if (!own.widths.empty()) return compiler::full_width(codeset, own);
-    std::call_once(widths_loaded_, [&] { utf8_widths_ = width_section(load_charmap(find_charmap(WIDTH_CHARMAP))); });
-    return compiler::full_width(codeset, utf8_widths_);
+    return compiler::full_width(codeset, unicode().widths);
+}
+
+const Library::Unicode &Library::unicode() {
+    std::call_once(unicode_loaded_, [&] {
+        const Charmap charmap = load_charmap(find_charmap(UNICODE_CHARMAP));
+        unicode_ = {width_section(charmap), known_unicode(charmap)};
+    });
+    return unicode_;
 }
 
 std::optional<std::filesystem::path> Library::charmap(size_t index) const {
@@ -106,7 +117,7 @@ const std::vector<bool> &Library::full_width(size_t index) {
 }
 
 std::string Library::width_mark(size_t index) {
-    std::call_once(widths_marked_, [&] { utf8_width_mark_ = Fingerprint().add(read_file(find_charmap(WIDTH_CHARMAP))).hex(); });
+    std::call_once(widths_marked_, [&] { utf8_width_mark_ = Fingerprint().add(read_file(find_charmap(UNICODE_CHARMAP))).hex(); });
     const auto own = width_charmap(catalogue_.codesets()[index]);
     return own ? Fingerprint().add(utf8_width_mark_).add(read_file(*own)).hex() : utf8_width_mark_;
 }

@@ -50,6 +50,12 @@ class Library {
     };
     CodesetPtr load(Item &item, const Catalogue::Codeset &codeset);
     CodesetPtr load_charmap_codeset(Item &item, const Catalogue::Codeset &codeset);
+    // The platform's charmap of UTF-8: all that it knows of Unicode.
+    struct Unicode {
+        WidthSection widths;
+        std::shared_ptr<const KnownUnicode> known;
+    };
+    const Unicode &unicode();
     // A charmap beside the recipes, or the platform's.
     std::filesystem::path charmap_path(const std::string &name) const;
 
@@ -57,9 +63,9 @@ class Library {
     Catalogue catalogue_;
     Substitutions substitutions_;
     std::deque<Item> items_;
-    std::once_flag iconv_asked_, widths_loaded_, widths_marked_;
+    std::once_flag iconv_asked_, unicode_loaded_, widths_marked_;
     std::string iconv_version_;
-    WidthSection utf8_widths_;
+    Unicode unicode_;
     std::string utf8_width_mark_;
     std::mutex warnings_mutex_;
     std::vector<std::string> warnings_;
