@@ -138,6 +138,32 @@ TEST(Symbols, NamesAndCharacters) {
     EXPECT_EQ(charmap.symbols("\x82\x00"s), "<j0103>");                           // the first range of the file
 }
 
+TEST(Symbols, CharactersByARule) {
+    const string records = "s 3 NUL 1 00\ns 1 A 1 41\n";
+    const auto with_rule = [&](const char *rule) { return replaced(HEADER, "SOURCE_VERSION=7", "UNLISTED="s + rule) + records; };
+    Charmap utf8(with_rule("utf8")), gb18030(with_rule("gb18030")), unknown(with_rule("utf16"));
+    const std::tuple<Charmap &, string, string> both_ways[] = {{utf8, "A\xF0\x9F\xAB\xA8\xCD\xB8", "<A><U0001FAE8><U0378>"},
+                                                               {utf8, "\xF4\x8F\xBF\xBF", "<U0010FFFF>"},
+                                                               {gb18030, "\x84\x31\x82\x36\x95\x32\x90\x31", "<UE78D><UE816>"},
+                                                               {gb18030, "\x90\x30\x81\x30", "<U00010000>"}};
+    for (const auto &[charmap, bytes, symbols] : both_ways) {
+        EXPECT_EQ(charmap.symbols(bytes), symbols);
+        EXPECT_EQ(charmap.text(symbols), bytes);
+        EXPECT_EQ(unknown.text(symbols), "-1");
+    }
+    EXPECT_EQ(gl_mbtosymlist(utf8.cm, nullptr, 0, "\xCD\xB8", 2), 1);
+    for (const string none :
+         {"\xED\xA0\x80", "\xF4\x90\x80\x80", "\xC1\x81", "\xE0\x9F\xBF", "\xFF", "\xF0\x9F\xAB", "\xF0\x9F\xAB\x41"})
+        EXPECT_EQ(utf8.symbols(none), "-1") << testing::PrintToString(none);
+    for (const string none : {"\xE3\x32\x9A\x36", "\x81\x30\x81\x30", "\x90\x30\x81", "\x90\x3A\x81\x30"})
+        EXPECT_EQ(gb18030.symbols(none), "-1") << testing::PrintToString(none);
+    EXPECT_EQ(gl_cm_mblen(utf8.cm, "\xF0\x9F\xAB\xA8", 3), -1);
+    EXPECT_EQ(utf8.cm->error, GL_EINVAL);
+    for (const char *none : {"<UD800>", "<U00110000>", "<U0001fae8>", "<U00000042>", "<U1FAE8>", "<U004>"})
+        EXPECT_EQ(utf8.text(none), "-1") << none;
+    EXPECT_EQ(gb18030.text("<U0080>"), "-1");
+}
+
 TEST(Symbols, InputEndsWhereItShould) {
     Charmap charmap(HEADER + RECORDS);
     EXPECT_EQ(charmap.symbols("A\0B"s, 0), "<alpha>");

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "syms/symbol_table.h"
+#include "syms/unlisted.h"
 
 inline constexpr int CHARMAP_CODESET_NAME_SIZE = 22; // 21 characters and a terminator
 
@@ -10,7 +11,8 @@ struct gl_charmap {
     char codeset_name[CHARMAP_CODESET_NAME_SIZE];
     uint16_t codeset_number; // GL_NO_CODESET when it was loaded by file name
     int32_t source_version, compiler_version;
-    gl_multi *characters; // null in a record that failed to load
+    gl_multi *characters; // those with a record; null in a charmap that failed to load
+    qbgl::Unlisted unlisted;
     qbgl::SymbolTable symbols;
 };
 

@@ -3,7 +3,7 @@
 //   FILE_TYPE=charmap_object
 //   COMPILER_VERSION=3
 //   HEADER_LENGTH=lines of the header
-//   CODESET=name, SOURCE_VERSION=number, and others, which are ignored
+//   CODESET=name, SOURCE_VERSION=number, UNLISTED=the rule for characters without a record, and others, which are ignored
 //   a line that is skipped
 //   s LENGTH NAME N BYTES               a character
 //   r LENGTH NAME START COUNT N BYTES   COUNT of them, from NAME on, whose last digits are START, and from BYTES on
@@ -43,6 +43,7 @@ bool take_header_line(const char *line, gl_charmap *cm) {
         memcpy(cm->codeset_name, name, length);
         cm->codeset_name[length] = '\0';
     }
+    if (const char *rule = value_of(line, "UNLISTED=")) cm->unlisted = unlisted_of(rule);
     const char *version = value_of(line, "SOURCE_VERSION=");
     return version == nullptr || parse_number(version, cm->source_version);
 }

@@ -11,6 +11,9 @@ inline constexpr int LONGEST_SYMBOL = 2 * LONGEST_RANGE_NAME + 3;
 // The character at s, at most n bytes. 0; GL_EILSEQ for none, GL_EINVAL for one that n bytes cut.
 int recognize_charmap_char(const gl_charmap &cm, const char *s, int n, gl_desc &character);
 
+// The name of a character, empty for none. It stands in the charmap or in `buffer`.
+std::string_view name_of_character(const gl_charmap &cm, const gl_desc &character, RangeName &buffer);
+
 // Writes the symbol of a name. Returns its length, or -1 when it does not fit with its terminator; then nothing is written.
 int string_to_symbol(std::string_view name, char *out, int room);
 

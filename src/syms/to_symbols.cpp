@@ -43,7 +43,7 @@ bool is_zero(const gl_desc &character) {
 // Puts the name of a character; false with GL_ENOSYM when it has none.
 bool mb_to_symbol(gl_charmap *cm, const gl_desc &character, SymbolWriter &out) {
     RangeName buffer;
-    const std::string_view name = symbol_table_query_desc(cm->symbols, character, buffer);
+    const std::string_view name = name_of_character(*cm, character, buffer);
     if (name.empty()) {
         set_error(cm, GL_ENOSYM);
         return false;
@@ -194,5 +194,10 @@ int gl_mbtosymlist(gl_charmap *cm, char *out_list, int max, const char *s, int n
         slots.put(calculate_name(table, *member.range, member.offset).view());
         from = static_cast<uint32_t>(member.range - table.ranges.items) + 1;
     }
-    return singles + count_ranges_of_desc(table, character);
+    const int listed = singles + count_ranges_of_desc(table, character);
+    RangeName buffer;
+    const std::string_view unlisted = listed == 0 ? name_of_character(*cm, character, buffer) : std::string_view();
+    if (unlisted.empty()) return listed;
+    slots.put(unlisted);
+    return 1;
 }

@@ -55,13 +55,16 @@ class Checker {
         EXPECT_EQ(gl_lc_load(&loaded, spec.c_str(), nullptr, nullptr), 0);
         locale_.reset(loaded);
         full_width_ = gl_ctype(loaded, "full_width");
+        gl_charmap *charmap = nullptr;
+        EXPECT_EQ(gl_cm_load(&charmap, spec.c_str(), nullptr, nullptr), 0);
+        charmap_.reset(charmap);
     }
 
     bool is_character(const string &bytes) {
         return _qbx_gl_full_mblen(locale_.get(), bytes.data(), static_cast<int>(bytes.size())) == static_cast<int>(bytes.size());
     }
 
-    // Both ways, its classes, width, case, comparison and key. The one before it in the pass must differ.
+    // Both ways, its symbol, its classes, width, case, comparison and key. The one before it in the pass must differ.
     void check(const string &bytes) {
         gl_locale *const l = locale_.get();
         const auto length = static_cast<int>(bytes.size());
@@ -74,6 +77,7 @@ class Checker {
         expect(_qbx_gl_im_ismctype(l, bytes.data(), length, 0xFFFF) == classes, bytes, "class of bytes");
         const bool prints = (classes & GL_CLASS_PRINT) != 0;
         expect(gl_wcwidth(l, wc) == (wc == 0 ? 0 : !prints ? -1 : (classes & full_width_) != 0 ? 2 : 1), bytes, "width");
+        check_symbol(bytes);
         l->error = 0; // width says of controls that they have none
         for (const auto map : {_qbx_gl_im_tomupper, _qbx_gl_im_tomlower}) {
             const int lengths = map(l, written, bytes.data(), length);
@@ -97,12 +101,21 @@ class Checker {
     unsigned full_width() const { return full_width_; }
 
   private:
+    void check_symbol(const string &bytes) {
+        char symbol[32], text[8];
+        const char *in = bytes.data(), *symbols = symbol;
+        expect(gl_mbstosyms(charmap_.get(), symbol, sizeof symbol, &in, static_cast<int>(bytes.size())) > 0, bytes, "no symbol");
+        const int size = gl_symstombs(charmap_.get(), text, sizeof text, &symbols);
+        expect(size > 0 && string(text, static_cast<size_t>(size) - 1) == bytes, bytes, "another character's symbol");
+    }
+
     void expect(bool good, const string &bytes, const char *what) {
         if (!good && failures_++ < REPORTED) ADD_FAILURE() << spec_ << ": " << what << ": " << testing::PrintToString(bytes);
     }
 
     string spec_;
     Locale locale_{nullptr, gl_lc_unload};
+    std::unique_ptr<gl_charmap, void (*)(gl_charmap *)> charmap_{nullptr, gl_cm_unload};
     unsigned full_width_ = 0;
     string before_, key_before_; // a text and its key
     size_t failures_ = 0;

@@ -1,5 +1,6 @@
 #include "charmap/codeset.h"
 
+#include "syms/unlisted.h"
 #include "system/error.h"
 
 #include <fmt/format.h>
@@ -68,42 +69,11 @@ std::shared_ptr<Codeset> codeset_from_charmap(const Charmap &charmap, const std:
     return codeset;
 }
 
-namespace {
-
-// The private characters of GB18030 in the places of two bytes that became others', and the codes whose places of four bytes were
-// these others' before.
-struct Displaced {
-    char32_t first, last;
-    uint32_t number; // of the place of `first` among those of four bytes
-};
-constexpr uint32_t FIRST_BEYOND_PLANE_0 = 189000;
-constexpr uint32_t number_beyond(char32_t code) { return FIRST_BEYOND_PLANE_0 + (code - 0x10000); }
-constexpr Displaced DISPLACED[] = {
-    {0xE78D, 0xE796, 39076},
-    {0xE81E, 0xE81E, 19057},
-    {0xE826, 0xE826, 19058},
-    {0xE82B, 0xE82C, 19059},
-    {0xE832, 0xE832, 19061},
-    {0xE843, 0xE843, 19062},
-    {0xE854, 0xE854, 19063},
-    {0xE864, 0xE864, 19064},
-    {0xE816, 0xE816, number_beyond(0x20087)},
-    {0xE817, 0xE817, number_beyond(0x20089)},
-    {0xE818, 0xE818, number_beyond(0x200CC)},
-    {0xE831, 0xE831, number_beyond(0x215D7)},
-    {0xE83B, 0xE83B, number_beyond(0x2298F)},
-    {0xE855, 0xE855, number_beyond(0x241FE)},
-};
-
-} // namespace
-
 Sequence unlisted_in_gb18030(char32_t code) {
-    uint32_t number = code >= 0x10000 ? number_beyond(code) : 0;
-    for (const Displaced &displaced : DISPLACED)
-        if (code >= displaced.first && code <= displaced.last) number = displaced.number + (code - displaced.first);
-    if (number == 0) throw DataError(fmt::format("U+{:04X} is in no charmap of GB18030", static_cast<uint32_t>(code)));
-    const uint32_t last = number % 10, third = number / 10 % 126, second = number / 1260 % 10, first = number / 12600;
-    return Sequence::big_endian((0x81 + first) << 24 | (0x30 + second) << 16 | (0x81 + third) << 8 | (0x30 + last), 4);
+    gl_desc character{};
+    if (!encode_unlisted(Unlisted::GB18030, code, character))
+        throw DataError(fmt::format("U+{:04X}: in no charmap of GB18030", static_cast<uint32_t>(code)));
+    return Sequence::big_endian(_gl_desc_to_gl_wchar(&character), character.count);
 }
 
 CodesetPtr unicode_codeset(const std::string &form, const std::string &name, std::shared_ptr<const KnownUnicode> known) {

@@ -100,8 +100,7 @@ using CodesetPtr = std::shared_ptr<const Codeset>;
 std::shared_ptr<Codeset> codeset_from_charmap(const Charmap &charmap, const std::string &name, std::string &warning,
                                               char32_t below = CODE_LIMIT);
 
-// How GB18030 writes a character that the platform's charmap of it lacks: by its number beyond the first plane; for 24 private
-// characters, in whose places of two bytes the charmap has others, with the four bytes that these have left.
+// How GB18030 writes a character that the platform's charmap of it lacks.
 Sequence unlisted_in_gb18030(char32_t code);
 
 // A form of Unicode, every scalar value that it can express: "ucs-2le" or "ucs-4le", of which the platform knows some. Throws

@@ -135,8 +135,9 @@ std::string charmap_header(const std::string &codeset, const std::vector<std::st
 
 std::string charmap_header(Library &library, size_t codeset) {
     const std::string content = Fingerprint().add(library.mark(codeset)).add(compiler_digest(ObjectKind::CHARMAP)).hex();
-    return charmap_header(library.catalogue().codesets()[codeset].name,
-                          {"SOURCE=" + library.description(codeset), "CONTENT=" + content});
+    std::vector<std::string> lines{"SOURCE=" + library.description(codeset), "CONTENT=" + content};
+    if (const std::string rule = library.unlisted_rule(codeset); !rule.empty()) lines.insert(lines.begin(), "UNLISTED=" + rule);
+    return charmap_header(library.catalogue().codesets()[codeset].name, lines);
 }
 
 // The library finds the later of two definitions first, and a single character before a range. So characters with one name, whose

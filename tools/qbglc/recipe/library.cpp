@@ -29,6 +29,11 @@ void add_unassigned(Codeset &utf8) {
     utf8.finish();
 }
 
+std::string rule_of(const CodesetSource &source) {
+    if (source.kind != CodesetSource::Kind::CHARMAP) return "";
+    return source.argument == "UTF-8" ? "utf8" : source.argument == "GB18030" ? "gb18030" : "";
+}
+
 } // namespace
 
 namespace {
@@ -49,12 +54,11 @@ CodesetPtr Library::load_charmap_codeset(Item &item, const Catalogue::Codeset &c
     std::string warning;
     const Charmap charmap = load_charmap(charmap_path(codeset.source.argument));
     const auto result = codeset_from_charmap(charmap, codeset.name, warning, codeset.source.below);
-    if (charmap.steps_in_utf8()) {
-        add_unassigned(*result);
-        result->complete(utf8_of);
+    if (charmap.steps_in_utf8()) add_unassigned(*result);
+    if (const std::string rule = rule_of(codeset.source); !rule.empty()) {
+        result->complete(rule == "utf8" ? utf8_of : unlisted_in_gb18030);
+        result->know(unicode().known);
     }
-    if (charmap.codeset == "GB18030") result->complete(unlisted_in_gb18030);
-    if (charmap.codeset == "GB18030" || charmap.steps_in_utf8()) result->know(unicode().known);
     if (codeset.source.kind == CodesetSource::Kind::CHARMAP_ICONV) add_composed_from_iconv(codeset.iconv, *result);
     if (!warning.empty()) {
         const std::lock_guard lock(warnings_mutex_);
@@ -105,6 +109,8 @@ std::optional<std::filesystem::path> Library::charmap(size_t index) const {
         return charmap_path(codeset.source.argument);
     return width_charmap(codeset);
 }
+
+std::string Library::unlisted_rule(size_t index) const { return rule_of(catalogue_.codesets()[index].source); }
 
 const std::vector<bool> &Library::full_width(size_t index) {
     const CodesetPtr codeset = this->codeset(index);

@@ -31,6 +31,8 @@ class Library {
     std::vector<bool> full_width(const Codeset &codeset, const WidthSection &own);
     // The platform's charmap, or one beside the recipes, that lists a codeset's characters; nothing when there is none.
     std::optional<std::filesystem::path> charmap(size_t index) const;
+    // The rule by which a codeset writes what its charmap does not list: a name that charmap objects know, or nothing.
+    std::string unlisted_rule(size_t index) const;
     // The header lines of the object of a pair: they change whenever a source, a recipe or the compiler does.
     std::vector<std::string> header_lines(Catalogue::Pair pair);
     // Name, number and source of a codeset; fingerprints of what its characters and what their widths are taken from.
