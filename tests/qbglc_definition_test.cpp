@@ -173,6 +173,15 @@ TEST_F(Definitions, Conditions) {
     }
 }
 
+TEST_F(Definitions, RulesThatAreCopiedByTwoWaysCountOnce) {
+    write("base", {{"LC_COLLATE", "<a>\n<b>\n"}});
+    write("left", {{"LC_COLLATE", "copy \"base\"\n<l>\n"}});
+    write("right", {{"LC_COLLATE", "copy \"base\"\n<r>\n"}});
+    DefinitionReader reader;
+    const auto both = reader.read(write("both", {{"LC_COLLATE", "copy \"left\"\ncopy \"right\"\n"}}));
+    EXPECT_EQ(entries(*both->collate), "a b l r ");
+}
+
 TEST_F(Definitions, ErrorsTellWhere) {
     write("loop", {{"LC_CTYPE", "copy \"d\"\n"}});
     EXPECT_EQ(error_of(write("d", {{"LC_CTYPE", "copy \"loop\"\n"}})),

@@ -19,8 +19,8 @@ using namespace qbgl;
 
 namespace {
 
-// What a walk through all keys of a table that repeats nodes may come by: several times what any codeset has.
-constexpr uint32_t MOST_NODES_OF_WALK = 1U << 21;
+// The nodes and keys that a walk through a table may come by where nodes stand for others: more than any codeset has.
+constexpr uint32_t MOST_OF_WALK = 1U << 22;
 constexpr long REPEATED = 2; // begins the line of such a node
 
 struct Run {
@@ -119,10 +119,12 @@ class TableReader {
             return false;
         }
         place = node;
-        const uint32_t before = walked_++;
+        const uint32_t before = walked_;
         if (!read_sharing_node(*node, has_flags, has_data)) return false;
-        if (repeats_) sizes_[static_cast<uint32_t>(node->number)] = walked_ - before;
-        return true;
+        if (!repeats_) return true;
+        walked_ += 1 + static_cast<uint32_t>(std::count(node->flags, node->flags + 256, FLAG_END));
+        sizes_[static_cast<uint32_t>(node->number)] = walked_ - before;
+        return walked_ <= MOST_OF_WALK;
     }
 
     // Nodes of a depth that have been listed before one of the same depth are whole.
@@ -130,7 +132,7 @@ class TableReader {
         if (number < 0 || number >= table_.node_count || table_.nodes[number]->depth != depth) return false;
         place = table_.nodes[number];
         walked_ += sizes_[static_cast<uint32_t>(number)];
-        return walked_ <= MOST_NODES_OF_WALK;
+        return walked_ <= MOST_OF_WALK;
     }
 
     // Takes a node into the table's list, which owns it.
@@ -261,7 +263,7 @@ class TableReader {
     int32_t no_flags_ = -1; // the shared array that stands for none, once a node needs it
     bool repeats_ = false;
     int32_t node_capacity_ = 0;
-    Growing<uint32_t> sizes_; // of the listed nodes: how many a walk below them comes by
+    Growing<uint32_t> sizes_; // of the listed nodes: what a walk below them comes by
     uint32_t walked_ = 0;
 };
 

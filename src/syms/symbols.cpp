@@ -14,12 +14,13 @@ constexpr bool is_escaped(char c) { return c == '<' || c == '\\'; }
 bool code_of_name(std::string_view name, uint32_t &code) {
     if ((name.size() != 5 && name.size() != 9) || name[0] != 'U') return false;
     code = 0;
-    for (const char digit : name.substr(1)) {
+    name.remove_prefix(1);
+    for (const char digit : name) {
         const bool is_decimal = digit >= '0' && digit <= '9';
         if (!is_decimal && (digit < 'A' || digit > 'F')) return false;
         code = code << 4 | static_cast<uint32_t>(is_decimal ? digit - '0' : digit - 'A' + 10);
     }
-    return (code > 0xFFFF) == (name.size() == 9);
+    return (code > 0xFFFF) == (name.size() == 8);
 }
 
 bool name_to_descriptor(const gl_charmap &cm, std::string_view name, gl_desc &character) {

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -111,12 +112,20 @@ struct CollationRules {
     std::vector<std::variant<CollationStatement, CollationRulesPtr>> items;
     std::shared_ptr<const void> storage;
 
+    // What is copied a second time, by another way, adds nothing.
     template <class Function> void for_each(Function function) const {
+        std::set<const CollationRules *> copied;
+        for_each(function, copied);
+    }
+
+  private:
+    template <class Function> void for_each(Function &function, std::set<const CollationRules *> &copied) const {
         for (const auto &item : items)
-            if (const auto *copied = std::get_if<CollationRulesPtr>(&item))
-                (*copied)->for_each(function);
-            else
+            if (const auto *rules = std::get_if<CollationRulesPtr>(&item)) {
+                if (copied.insert(rules->get()).second) (*rules)->for_each(function, copied);
+            } else {
                 function(std::get<CollationStatement>(item));
+            }
     }
 };
 
