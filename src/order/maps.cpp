@@ -6,6 +6,7 @@
 
 #include <iterator>
 #include <string.h>
+#include <utility>
 
 namespace qbgl {
 
@@ -130,7 +131,8 @@ class OrderBuilder {
   private:
     bool allocate();
     bool is_utf8() const;
-    void scan_node(const MultiNode &node, gl_wchar prefix, int length);
+    enum class Scan { FORWARD, BACKWARD };
+    void scan_node(const MultiNode &node, gl_wchar prefix, Scan direction);
     void scan_code(int pass, uint16_t code, gl_wchar character);
     void scan_rules();
 
@@ -186,6 +188,7 @@ class OrderBuilder {
     const gl_collation_maps &maps_;
     bool utf8_ = false;
     Owned<uint8_t> used_; // by row, of the bits above
+    Owned<uint8_t> seen_; // of the character table's listed nodes
     Owned<Range> ranges_; // by pass and weight: the characters of special ones
     uint16_t ascii_weights_[GL_MAX_PASSES][ASCII] = {};
     Owned<WeightFacts> facts_; // of the pass at hand
@@ -231,13 +234,16 @@ void OrderBuilder::scan_code(int pass, uint16_t code, gl_wchar character) {
     });
 }
 
-void OrderBuilder::scan_node(const MultiNode &node, gl_wchar prefix, int length) {
+// A node that stands for others is looked at where it stands first: one way, that has the least of its characters, the other way
+// the greatest.
+void OrderBuilder::scan_node(const MultiNode &node, gl_wchar prefix, Scan direction) {
     const gl_multi &table = *rules_.character_table;
-    for (int byte = 0; byte < 256; ++byte) {
-        const auto at = static_cast<uint8_t>(byte);
+    if (table.nodes != nullptr && std::exchange(seen_[static_cast<uint32_t>(node.number)], 1) != 0) return;
+    for (int i = 0; i < 256; ++i) {
+        const auto at = static_cast<uint8_t>(direction == Scan::FORWARD ? i : 255 - i);
         const gl_wchar wc = prefix << 8 | at;
         if (node.flags[at] == FLAG_CHILD) {
-            scan_node(*child_of(node, at), wc, length + 1);
+            scan_node(*child_of(node, at), wc, direction);
         } else if (node.flags[at] == FLAG_END) {
             if (utf8_ && !is_utf8_character(wc)) continue; // carries weights for expansions, and stands in no text
             uint16_t row;
@@ -255,7 +261,12 @@ void OrderBuilder::scan_rules() {
             visit_weights(row, pass, [&](uint32_t, bool special) {
                 if (special) used_[row] |= HAS_SPECIAL;
             });
-    scan_node(*rules_.character_table->root, 0, 1);
+    const gl_multi &table = *rules_.character_table;
+    scan_node(*table.root, 0, Scan::FORWARD);
+    if (table.nodes != nullptr) {
+        memset(seen_.get(), 0, static_cast<size_t>(table.node_count));
+        scan_node(*table.root, 0, Scan::BACKWARD);
+    }
     for (int32_t i = 0; i < rules_.element_count; ++i) {
         const uint16_t row = rules_.elements[i].row;
         used_[row] |= OF_ELEMENT;
@@ -620,14 +631,17 @@ gl_order_maps *OrderBuilder::assemble() {
 
 gl_order_maps *OrderBuilder::build() {
     const auto passes = static_cast<uint32_t>(rules_.pass_count);
+    const auto nodes = static_cast<uint32_t>(rules_.character_table->node_count);
     used_ = Owned<uint8_t>::allocate(maps_.unknown);
+    seen_ = Owned<uint8_t>::allocate(nodes + 1);
     ranges_ = Owned<Range>::allocate(passes * WEIGHTS);
     facts_ = Owned<WeightFacts>::allocate(WEIGHTS);
     hidden_ = Owned<uint8_t>::allocate(WEIGHTS);
     first_counts_ = Owned<int32_t>::allocate(WEIGHTS);
     further_counts_ = Owned<int32_t>::allocate(WEIGHTS);
-    if (!used_ || !ranges_ || !facts_ || !hidden_ || !first_counts_ || !further_counts_) return nullptr;
+    if (!used_ || !seen_ || !ranges_ || !facts_ || !hidden_ || !first_counts_ || !further_counts_) return nullptr;
     memset(used_.get(), 0, maps_.unknown);
+    memset(seen_.get(), 0, nodes);
     std::fill_n(ranges_.get(), passes * WEIGHTS, Range());
     utf8_ = is_utf8();
     scan_rules();
