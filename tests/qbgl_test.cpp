@@ -72,7 +72,31 @@ TEST(Client, MessagesTellPlaceBytesReasonAndRemedy) {
          at + "1:1: offset 0, bytes EF BB BF: 8859-1 has no byte order mark; --bom remove takes it away\n"},
         {"-t 8859-1 --bom add", "", 2, "", "qbgl: 8859-1 has no byte order mark that could be added\n"},
         {"-f Shift_JIS -t ISO_8859-1", "A", 0, "A", ""},
-        {"-f utf-16", "", 2, "", "qbgl: this installation has no utf-16; the nearest is utf-16le, or utf-16be\n"},
+        {"-f utf-16", "\xFE\xFF\0A\xD8\x3D\xDE\0"s, 0, "A\xF0\x9F\x98\x80", ""},
+        {"-f utf-16", "A\0"s, 0, "A", ""},
+        {"-f utf-16 --bom keep",
+         "\xFF\xFE"
+         "A\0"s,
+         0,
+         "\xEF\xBB\xBF"
+         "A",
+         ""},
+        {"-f utf-16 -t UTF_16", "\xFE\xFF\0A"s, 0,
+         "\xFF\xFE"
+         "A\0"s,
+         ""},
+        {"-t utf-32",
+         "\xEF\xBB\xBF"
+         "A",
+         0, "\xFF\xFE\0\0A\0\0\0"s, ""},
+        {"-t utf-32 --bom remove",
+         "\xEF\xBB\xBF"
+         "A",
+         0, "A\0\0\0"s, ""},
+        {"-f utf-32 -t utf-16le", "\0\0\xFE\xFF\0\0\0A\0"s, 1, "A\0"s,
+         at + "1:2: offset 8, byte 00: the text ends inside a character of utf-32be; was it cut short? -c leaves the rest out\n"},
+        {"-f utf-16be -t utf8 -c", "\0A\xD8\0\0\n\0B\xDC"s, 1, "A\nB", "qbgl: 2 left out\n"},
+        {"-t utf-16be --newline crlf", "x\n", 0, "\0x\0\r\0\n"s, ""},
         {"-f ja_jp.sjis", "\x82\xA0", 0, "\xE3\x81\x82", ""},
         {"-t sjis", "", 0, "", ""},
         {"-t latin1//TRANSLIT", "", 2, "",

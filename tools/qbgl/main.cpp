@@ -147,10 +147,13 @@ class CommandLine {
             ->check(CLI::Validator([](const std::string &form) { return form.empty() ? "-c leaves characters out" : ""; }, ""))
             ->type_name("FORM");
         conv->add_option_function<std::string>(
-                "--bom", [this](const std::string &what) { conv_.bom = what == "add" ? Bom::ADD : Bom::REMOVE; },
-                "The byte order mark: add or remove it")
-            ->check(CLI::IsMember({"add", "remove"}))
-            ->option_text("add|remove");
+                "--bom",
+                [this](const std::string &what) {
+                    conv_.bom = what == "add" ? Bom::ADD : what == "keep" ? Bom::KEEP : Bom::REMOVE;
+                },
+                "The byte order mark: add, remove or keep it")
+            ->check(CLI::IsMember({"add", "remove", "keep"}))
+            ->option_text("add|remove|keep");
         conv->add_option_function<std::string>(
                 "--newline", [this](const std::string &what) { conv_.newline = what == "lf" ? Newline::LF : Newline::CRLF; },
                 "Make all line ends LF, or CR LF")

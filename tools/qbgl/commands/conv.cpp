@@ -10,6 +10,7 @@
 #include "tree/directories.h"
 #include "tree/registry.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <utility>
 
@@ -32,20 +33,13 @@ class Conv {
     Conv(const ConvRequest &request, const Messages &messages, Conversion &conversion)
         : request_(request), messages_(messages),
           replacements_(request.from, conversion.source().stateful_source(), request.to, request.substitutions, request.missing),
-          converter_(conversion, options()), newlines_(request.newline, request.to), source_mark_(byte_order_mark(request.from)) {
-        if (request.bom != Bom::ADD) return;
-        target_mark_ = byte_order_mark(request.to);
-        if (target_mark_.empty())
-            throw Failure{ExitStatus::CALL, fmt::format("{} has no byte order mark that could be added", printable(request.to))};
-    }
+          converter_(conversion, options()), newlines_(request.newline, request.to), source_mark_(byte_order_mark(request.from)) {}
 
-    ExitStatus operator()(const std::string &file, OutputFile &output) {
-        Blocks blocks(file, messages_, output);
+    ExitStatus operator()(Blocks &blocks, const std::string &file, OutputFile &output) {
         file_ = file;
-        output.write(std::exchange(target_mark_, ""));
         for (bool at_beginning = true; blocks.next();) {
             std::string_view text = blocks.text();
-            if (at_beginning && request_.bom != Bom::AS_IT_IS) {
+            if (at_beginning && request_.bom != Bom::KEEP) {
                 if (text.size() < source_mark_.size() && !blocks.at_end()) {
                     blocks.keep(text);
                     continue;
@@ -66,18 +60,7 @@ class Conv {
         return ExitStatus::OK;
     }
 
-    ExitStatus summary(ExitStatus status) const {
-        const uint64_t substituted = converter_.substituted(), left_out = converter_.left_out(), replaced = converter_.replaced();
-        const char *similar = request_.report ? "" : " by similar characters (--report names them, --strict refuses them)";
-        std::vector<std::string> parts;
-        if (substituted > 0 || request_.report) parts.push_back(fmt::format("{} substituted{}", substituted, similar));
-        if (left_out > 0 || request_.report) parts.push_back(fmt::format("{} left out", left_out));
-        if (replaced > 0) parts.push_back(fmt::format("{} replaced", replaced));
-        if (parts.empty()) return status;
-        messages_.say("summary", fmt::format("{}", fmt::join(parts, ", ")),
-                      JsonObject().number("substituted", substituted).number("left_out", left_out).number("replaced", replaced));
-        return status == ExitStatus::OK && left_out > 0 ? ExitStatus::DATA : status;
-    }
+    const Converter &converter() const { return converter_; }
 
   private:
     ConverterOptions options() {
@@ -143,7 +126,7 @@ class Conv {
     Replacements replacements_;
     Converter converter_;
     NewlineFilter newlines_;
-    std::string source_mark_, target_mark_, file_;
+    std::string source_mark_, file_;
     OutputBuffer converted_;
 };
 
@@ -173,23 +156,113 @@ Failure cannot_open(Opened opened, const ConvRequest &request, uint16_t from, ui
     return {ExitStatus::SYSTEM, sentence, JsonObject().text("from", request.from).text("to", request.to)};
 }
 
+// A name that leaves the order of the bytes to a signature. Without one a text has the low byte first, as the platform's iconv has
+// it.
+struct SignedForm {
+    std::string_view folded;
+    const char *low_first, *high_first;
+};
+constexpr SignedForm SIGNED_FORMS[] = {{"utf16", "utf-16le", "utf-16be"}, {"utf32", "ucs4", "utf-32be"}};
+
+const SignedForm *signed_form(const std::string &name) {
+    const auto *const form = std::find_if(std::begin(SIGNED_FORMS), std::end(SIGNED_FORMS),
+                                          [folded = folded_name(name)](const SignedForm &one) { return one.folded == folded; });
+    return form != std::end(SIGNED_FORMS) ? form : nullptr;
+}
+
+// The conversions of one run: two where the source may have either byte order, each opened when a file needs it.
+class Conversions {
+  public:
+    Conversions(ConvRequest request, const Messages &messages)
+        : request_(std::move(request)), messages_(messages), source_(signed_form(request_.from)),
+          target_(signed_form(request_.to)) {
+        if (source_ != nullptr) request_.from = source_->low_first;
+        if (target_ != nullptr) request_.to = target_->low_first;
+        if (request_.bom == Bom::BY_CODESETS && target_ != nullptr) request_.bom = Bom::ADD;
+        if (request_.bom == Bom::BY_CODESETS) request_.bom = source_ != nullptr ? Bom::REMOVE : Bom::KEEP;
+        open(0);
+        if (request_.bom != Bom::ADD) return;
+        target_mark_ = byte_order_mark(request_.to);
+        if (target_mark_.empty())
+            throw Failure{ExitStatus::CALL, fmt::format("{} has no byte order mark that could be added", printable(request_.to))};
+    }
+
+    ExitStatus run() {
+        const ExitStatus status =
+            for_each_file(inputs_of(request_.files), request_.output,
+                          [this](const std::string &file, OutputFile &output) { return convert(file, output); });
+        return summary(status);
+    }
+
+  private:
+    struct Side {
+        ConvRequest request;
+        std::unique_ptr<Conversion> conversion;
+        std::optional<Conv> conv;
+    };
+
+    Conv &open(size_t high_first) {
+        if (sides_[high_first]) return *sides_[high_first]->conv;
+        auto side = std::make_unique<Side>(Side{request_, nullptr, std::nullopt});
+        ConvRequest &request = side->request;
+        if (high_first != 0) request.from = source_->high_first;
+        const uint16_t from = codeset_number(request.from), to = codeset_number(request.to);
+        const Opened opened = from == to ? Conversion::open_copy(request.from, side->conversion)
+                                         : Conversion::open(request.from, request.to, side->conversion);
+        if (opened != Opened::CONVERSION) throw cannot_open(opened, request, from, to);
+        side->conv.emplace(request, messages_, *side->conversion);
+        sides_[high_first] = std::move(side);
+        return *sides_[high_first]->conv;
+    }
+
+    ExitStatus convert(const std::string &file, OutputFile &output) {
+        Blocks blocks(file, messages_, output);
+        size_t high_first = 0;
+        if (source_ != nullptr) {
+            const std::string mark = byte_order_mark(source_->high_first);
+            high_first = blocks.peek(mark.size()) == mark ? 1 : 0;
+        }
+        output.write(std::exchange(target_mark_, ""));
+        Conv &conv = open(high_first);
+        try {
+            return conv(blocks, file, output);
+        } catch (const Converter::Broken &) {
+            const ConvRequest &request = sides_[high_first]->request;
+            throw cannot_open(Opened::DAMAGED, request, codeset_number(request.from), codeset_number(request.to));
+        }
+    }
+
+    ExitStatus summary(ExitStatus status) const {
+        uint64_t substituted = 0, left_out = 0, replaced = 0;
+        for (const std::unique_ptr<Side> &side : sides_) {
+            if (!side) continue;
+            substituted += side->conv->converter().substituted();
+            left_out += side->conv->converter().left_out();
+            replaced += side->conv->converter().replaced();
+        }
+        const char *similar = request_.report ? "" : " by similar characters (--report names them, --strict refuses them)";
+        std::vector<std::string> parts;
+        if (substituted > 0 || request_.report) parts.push_back(fmt::format("{} substituted{}", substituted, similar));
+        if (left_out > 0 || request_.report) parts.push_back(fmt::format("{} left out", left_out));
+        if (replaced > 0) parts.push_back(fmt::format("{} replaced", replaced));
+        if (parts.empty()) return status;
+        messages_.say("summary", fmt::format("{}", fmt::join(parts, ", ")),
+                      JsonObject().number("substituted", substituted).number("left_out", left_out).number("replaced", replaced));
+        return status == ExitStatus::OK && left_out > 0 ? ExitStatus::DATA : status;
+    }
+
+    ConvRequest request_;
+    const Messages &messages_;
+    const SignedForm *source_, *target_;
+    std::string target_mark_;
+    std::unique_ptr<Side> sides_[2]; // by whether the high byte comes first
+};
+
 } // namespace
 
 ExitStatus run_conv(const ConvRequest &request, const Messages &messages) {
     if (read_registry().names.empty()) throw no_tree();
-    const uint16_t from = codeset_number(request.from), to = codeset_number(request.to);
-    std::unique_ptr<Conversion> conversion;
-    const Opened opened =
-        from == to ? Conversion::open_copy(request.from, conversion) : Conversion::open(request.from, request.to, conversion);
-    if (opened != Opened::CONVERSION) throw cannot_open(opened, request, from, to);
-    try {
-        Conv conv(request, messages, *conversion);
-        const ExitStatus status = for_each_file(inputs_of(request.files), request.output,
-                                                [&](const std::string &file, OutputFile &output) { return conv(file, output); });
-        return conv.summary(status);
-    } catch (const Converter::Broken &) {
-        throw cannot_open(Opened::DAMAGED, request, from, to);
-    }
+    return Conversions(request, messages).run();
 }
 
 } // namespace qbgl

@@ -9,10 +9,11 @@
 
 namespace qbgl {
 
-enum class Bom { AS_IT_IS, ADD, REMOVE };
+enum class Bom { BY_CODESETS, KEEP, ADD, REMOVE };
 
 struct ConvRequest {
-    std::string from = "utf8", to = "utf8"; // codeset names or locale specifications
+    // Codeset names or locale specifications. utf-16 and utf-32 read either byte order, as a signature says, and write one.
+    std::string from = "utf8", to = "utf8";
     std::string output = "-";
     std::vector<std::string> files = {}; // none: standard input
     bool leave_out = false;
@@ -20,7 +21,7 @@ struct ConvRequest {
     bool report = false;
     std::vector<std::string> substitutions = {}; // CHARACTER=TEXT
     std::optional<std::string> missing = {};     // "html", "escape", or a text
-    Bom bom = Bom::AS_IT_IS;
+    Bom bom = Bom::BY_CODESETS;
     Newline newline = Newline::AS_IT_IS;
 };
 

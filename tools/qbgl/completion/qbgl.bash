@@ -14,7 +14,7 @@ _qbgl_words() {
         COMPREPLY=($(compgen -W "$(qbgl list codesets 2>/dev/null | grep -v '(no conversion)' | cut -c7-)" -- "$word"))
         return
         ;;
-    conv,--bom) COMPREPLY=($(compgen -W 'add remove' -- "$word")) && return ;;
+    conv,--bom) COMPREPLY=($(compgen -W 'add remove keep' -- "$word")) && return ;;
     conv,--newline) COMPREPLY=($(compgen -W 'lf crlf' -- "$word")) && return ;;
     cal,--from) COMPREPLY=($(compgen -W 'gregorian hebrew islamic' -- "$word")) && return ;;
     locale,-k | locale,--category)

@@ -6,6 +6,7 @@
 #include "frame/progress.h"
 
 #include <cstring>
+#include <utility>
 
 namespace qbgl {
 
@@ -17,6 +18,7 @@ class Blocks {
 
     // Reads on, as soon as something is there; false behind the end. At the end there is an empty read, with what was kept.
     bool next() {
+        if (std::exchange(peeked_, false)) return true;
         if (at_end_) return false;
         const size_t count = input_.read(buffer_.data() + kept_, BLOCK - kept_);
         at_end_ = count == 0;
@@ -26,6 +28,13 @@ class Blocks {
     }
     std::string_view text() const { return text_; }
     bool at_end() const { return at_end_; }
+
+    // What the text begins with, `size` bytes or all that there are; the next call of next() delivers it. For a file's beginning.
+    std::string_view peek(size_t size) {
+        while (next() && text_.size() < size && !at_end_) keep(text_);
+        peeked_ = true;
+        return text_.substr(0, size);
+    }
 
     // `rest` is the text's end.
     void keep(std::string_view rest) {
@@ -43,7 +52,7 @@ class Blocks {
     std::vector<char> buffer_ = std::vector<char>(BLOCK + SLACK);
     std::string_view text_;
     size_t kept_ = 0;
-    bool at_end_ = false;
+    bool at_end_ = false, peeked_ = false;
 };
 
 // Hands each file to `work(file, output)` until one fails.
