@@ -22,22 +22,25 @@ template <class Walk> Finding compare_pass(Walk a, Walk b) {
 }
 
 // One-byte characters at the beginning, as far as nothing can change their weights.
-template <OrderShape SHAPE> Finding compare_bytes(const gl_collation_maps &maps, OrderText a, OrderText b, size_t &from) {
+template <OrderShape SHAPE>
+Finding compare_bytes(const gl_collation_maps &maps, OrderText a, OrderText b, size_t &from_a, size_t &from_b) {
     if (SHAPE == OrderShape::OTHER) return EQUAL;
-    const size_t end = std::min(a.length, b.length);
-    for (; from < end; ++from) {
-        const uint16_t x = maps.first_codes[a.bytes[from]], y = maps.first_codes[b.bytes[from]];
-        if (!is_ordinary(x) || !is_ordinary(y)) break;
+    for (;; ++from_a, ++from_b) {
+        while (from_a < a.length && maps.first_codes[a.bytes[from_a]] == FIRST_IGNORED) ++from_a;
+        while (from_b < b.length && maps.first_codes[b.bytes[from_b]] == FIRST_IGNORED) ++from_b;
+        if (from_a == a.length || from_b == b.length) return EQUAL;
+        const uint16_t x = maps.first_codes[a.bytes[from_a]], y = maps.first_codes[b.bytes[from_b]];
+        if (!is_ordinary(x) || !is_ordinary(y)) return EQUAL;
         if (x != y) return x < y ? LESS : GREATER;
     }
-    return EQUAL;
 }
 
 template <OrderShape SHAPE>
 Finding compare_first(const gl_locale *locale, const gl_collation_maps &maps, OrderText a, OrderText b, size_t from) {
-    if (const Finding order = compare_bytes<SHAPE>(maps, a, b, from); order != EQUAL) return order;
+    size_t from_a = from, from_b = from;
+    if (const Finding order = compare_bytes<SHAPE>(maps, a, b, from_a, from_b); order != EQUAL) return order;
     using Source = DecodedUnits<SHAPE>;
-    return compare_pass(OrderWalk(maps, 0, Source(locale, maps, a, from)), OrderWalk(maps, 0, Source(locale, maps, b, from)));
+    return compare_pass(OrderWalk(maps, 0, Source(locale, maps, a, from_a)), OrderWalk(maps, 0, Source(locale, maps, b, from_b)));
 }
 
 // A backward pass meets what the texts have in common behind the rest.

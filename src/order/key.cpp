@@ -1,8 +1,11 @@
 #include "order/key.h"
 
+#include "coll/key_writer.h"
 #include "order/code_values.h"
 #include "order/thai.h"
 #include "order/walk.h"
+
+#include <string.h>
 
 using namespace qbgl;
 
@@ -67,6 +70,48 @@ template <class Walk> void write_first(KeySink &sink, const gl_order_maps &rules
     for (OrderWeight weight; !(part && sink.is_full()) && walk.next(weight);) put_first(sink, rules, weight);
 }
 
+// The same as far as it goes with the room for the longest bytes, by units that are kept: ordinary weights, and what is ignored.
+size_t write_plain(KeySink &sink, const gl_order_maps &rules, const Unit *units, size_t count) {
+    const gl_collation_maps &maps = *rules.maps;
+    const OrderToken *const tokens = rules.passes[0].tokens;
+    uint8_t *out = sink.position();
+    count = std::min(count, sink.room() / sizeof OrderToken::bytes);
+    size_t i = 0;
+    for (; i < count && units[i].row < maps.unknown; ++i) {
+        const uint16_t code = maps.code_of(units[i].row, 0);
+        if (is_ordinary(code)) [[likely]] {
+            const OrderToken token = tokens[code];
+            memcpy(out, token.bytes, sizeof token.bytes);
+            out += token.length;
+        } else if (code != WEIGHT_IGNORED) {
+            break;
+        }
+    }
+    sink.advance(out);
+    return i;
+}
+
+// Units of an array from its beginning on.
+class ListedUnits {
+  public:
+    ListedUnits(const Unit *units, size_t count) : at_(units), end_(units + count) {}
+    bool next(Unit &unit) {
+        if (at_ == end_) return false;
+        unit = *at_++;
+        return true;
+    }
+
+  private:
+    const Unit *at_, *end_;
+};
+
+void write_first(KeySink &sink, const gl_order_maps &rules, const Unit *units, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        i += write_plain(sink, rules, units + i, count - i);
+        if (i < count) write_first(sink, rules, OrderWalk(*rules.maps, 0, ListedUnits(units + i, 1)), false);
+    }
+}
+
 // The weights of a further pass, with the common ones counted.
 class RunWriter {
   public:
@@ -88,6 +133,17 @@ class RunWriter {
         open_ = open_ || (token.flags & TOKEN_BREAKS) != 0;
     }
     void put_common(size_t count) { run_ += count; }
+    // What a unit has in the pass, in the order of the pass.
+    void put_unit(const Unit &unit, int pass) {
+        const unsigned quiet = rules_.quiet[unit.row] >> pass;
+        if ((quiet & 0x100) != 0) return;
+        if ((quiet & 1) != 0 && !open_) {
+            ++run_;
+        } else {
+            OrderWalk walk(*rules_.maps, pass, ListedUnits(&unit, 1));
+            for (OrderWeight weight; walk.next(weight);) put(weight);
+        }
+    }
     void end() {
         if (pass_.ends_told && run_ > 0) end_run(true);
     }
@@ -108,11 +164,18 @@ class RunWriter {
     bool open_ = false;
 };
 
-// What all units have in common of what gl_order_maps tells of rows.
-unsigned quiet_passes(const gl_order_maps &rules, const Unit *units, size_t count) {
-    unsigned quiet = UINT16_MAX;
-    for (size_t i = 0; i < count; ++i) quiet &= rules.quiet[units[i].row];
-    return quiet;
+void write_further(KeySink &sink, const gl_order_maps &rules, int pass, Units &units, bool part) {
+    const bool forward = rules.passes[pass].forward;
+    RunWriter writer(sink, rules, pass);
+    const Unit *all = nullptr;
+    size_t count = 0;
+    if (units.all(all, count)) {
+        for (size_t i = 0; i < count; ++i) writer.put_unit(all[forward ? i : count - 1 - i], pass);
+    } else {
+        units.begin(forward);
+        for (const Unit *unit; !(part && sink.is_full()) && (unit = units.next()) != nullptr;) writer.put_unit(*unit, pass);
+    }
+    writer.end();
 }
 
 void write_by_rules(KeySink &sink, const gl_locale *locale, OrderText text, int passes, bool part) {
@@ -121,46 +184,39 @@ void write_by_rules(KeySink &sink, const gl_locale *locale, OrderText text, int 
     const int last = passes > 0 ? std::min(passes, rules.pass_count) : rules.pass_count;
     Units units(locale, maps, text);
     const bool forward = rules.passes[0].forward;
+    const Unit *all = nullptr;
+    size_t count = 0;
     if (part && forward)
         with_shape(order_shape(locale), [&]<OrderShape SHAPE>() {
             write_first(sink, rules, OrderWalk(maps, 0, DecodedUnits<SHAPE>(locale, maps, text, 0)), true);
         });
+    else if (forward && units.all(all, count))
+        write_first(sink, rules, all, count);
     else
         write_first(sink, rules, OrderWalk(maps, 0, KeptUnits(units, forward)), part);
     if (last == 1 || (part && sink.is_full())) return;
-    const Unit *all = nullptr;
-    size_t count = 0;
-    const unsigned quiet = units.all(all, count) ? quiet_passes(rules, all, count) : 0;
+    unsigned quiet = 0;
+    if (units.all(all, count)) {
+        quiet = UINT16_MAX;
+        for (size_t i = 0; i < count; ++i) quiet &= rules.quiet[all[i].row];
+    }
     for (int pass = 1; pass < last && !(part && sink.is_full()); ++pass) {
         sink.separate();
         if ((quiet >> pass & 0x100) != 0) continue;
-        RunWriter writer(sink, rules, pass);
         if ((quiet >> pass & 1) != 0) {
+            RunWriter writer(sink, rules, pass);
             writer.put_common(count);
+            writer.end();
         } else {
-            OrderWalk walk(maps, pass, KeptUnits(units, rules.passes[pass].forward));
-            for (OrderWeight weight; !(part && sink.is_full()) && walk.next(weight);) writer.put(weight);
+            write_further(sink, rules, pass, units, part);
         }
-        writer.end();
     }
 }
 
 } // namespace
 
 void qbgl::write_first_pass(KeySink &sink, const gl_order_maps &rules, const Unit &unit) {
-    class One {
-      public:
-        explicit One(const Unit &unit) : unit_(unit) {}
-        bool next(Unit &unit) {
-            unit = unit_;
-            return std::exchange(left_, false);
-        }
-
-      private:
-        Unit unit_;
-        bool left_ = true;
-    };
-    write_first(sink, rules, OrderWalk(*rules.maps, 0, One(unit)), false);
+    write_first(sink, rules, OrderWalk(*rules.maps, 0, ListedUnits(&unit, 1)), false);
 }
 
 bool qbgl::write_order_key(KeySink &sink, gl_locale *locale, OrderText text, int passes, bool part) {
@@ -172,9 +228,12 @@ bool qbgl::write_order_key(KeySink &sink, gl_locale *locale, OrderText text, int
     } else if (!write_as_thai(sink, locale, text, passes)) {
         return false;
     }
-    if (passes != 0 || text.length == 0) return true;
+    if (passes != 0 || text.length == 0 || (part && sink.is_full())) return true;
     sink.separate();
-    sink.begin_pass();
+    if (is_thai_order(locale))
+        sink.put(PASS_SEPARATOR);
+    else
+        sink.begin_pass();
     sink.put_all(text.bytes, text.length);
     return true;
 }

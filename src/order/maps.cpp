@@ -13,10 +13,10 @@ namespace qbgl {
 namespace {
 
 constexpr uint32_t WEIGHTS = WEIGHT_VALUE + 1, SLOTS = 256, LEADS_DISTANCE = 65536, ASCII = 128;
-constexpr uint8_t OF_CHARACTER = 1, HAS_SPECIAL = 2, OF_ELEMENT = 4;
-constexpr uint32_t MOST_RUN = 32, MOST_RELATIVE = 64;
+constexpr uint8_t OF_CHARACTER = 1, OF_ELEMENT = 2;
+constexpr uint32_t MOST_RUN = 32, MOST_RELATIVE = 64, LEAST_LETTERS = 64;
 constexpr uint32_t ANY_GROUP = UINT32_MAX; // of a letter that can stand beside any
-constexpr uint32_t FIRST_BYTE = 2, FIRST_PASS_BYTES = OF_UNKNOWN - FIRST_BYTE, FURTHER_PASS_BYTES = OF_EITHER - FIRST_BYTE;
+constexpr uint32_t FIRST_PASS_BYTES = OF_UNKNOWN - FIRST_WEIGHT_BYTE, FURTHER_PASS_BYTES = OF_EITHER - FIRST_WEIGHT_BYTE;
 
 // Of characters, by what tells them apart in a key.
 struct Range {
@@ -132,8 +132,8 @@ class OrderBuilder {
     bool allocate();
     bool is_utf8() const;
     enum class Scan { FORWARD, BACKWARD };
-    void scan_node(const MultiNode &node, gl_wchar prefix, Scan direction);
-    void scan_code(int pass, uint16_t code, gl_wchar character);
+    void scan_node(const MultiNode &node, gl_wchar prefix, int length, Scan direction);
+    void scan_code(int pass, uint16_t code, Range characters);
     void scan_rules();
 
     void collect_facts(int pass);
@@ -146,7 +146,7 @@ class OrderBuilder {
     template <class Chosen> bool count_follows(int pass, int earlier, Chosen is_chosen);
     bool ends_are_told(int pass);
 
-    Bytes bytes_of(int pass) const { return {facts_.get(), WEIGHTS, ranges_.get() + pass * WEIGHTS, ascii_weights_[pass]}; }
+    Bytes bytes_of(int pass) const { return {facts_.get(), count_, ranges_.get() + pass * WEIGHTS, ascii_weights_[pass]}; }
     void write_first();
     void write_further(int pass);
     // The tokens of the weights of a region whose first byte is given.
@@ -187,11 +187,14 @@ class OrderBuilder {
     const gl_collate_info &rules_;
     const gl_collation_maps &maps_;
     bool utf8_ = false;
-    Owned<uint8_t> used_; // by row, of the bits above
-    Owned<uint8_t> seen_; // of the character table's listed nodes
-    Owned<Range> ranges_; // by pass and weight: the characters of special ones
+    Owned<uint8_t> used_;                 // by row, of the bits above
+    Owned<uint8_t> seen_;                 // of the character table's listed nodes
+    Owned<Range> row_ranges_;             // the characters of rows
+    uint32_t counts_[GL_MAX_PASSES] = {}; // one more than the greatest weight
+    Owned<Range> ranges_;                 // by pass and weight: the characters of special ones
     uint16_t ascii_weights_[GL_MAX_PASSES][ASCII] = {};
     Owned<WeightFacts> facts_; // of the pass at hand
+    uint32_t count_ = 0;       // of them
     Owned<int32_t> first_counts_, further_counts_;
     Owned<uint8_t> hidden_; // weights of the first pass that rows have which the pass at hand ignores
     Growing<GroupMember> members_;
@@ -223,61 +226,81 @@ bool OrderBuilder::is_utf8() const {
     return true;
 }
 
-void OrderBuilder::scan_code(int pass, uint16_t code, gl_wchar character) {
-    for_each_weight(maps_, pass, code, character, [&](uint16_t each, gl_wchar of) {
-        if (!is_special(each)) return;
-        const uint32_t weight = each & WEIGHT_VALUE, value = linear(of);
+void OrderBuilder::scan_code(int pass, uint16_t code, Range characters) {
+    const auto widen = [&](uint32_t weight, Range by) {
         Range &range = ranges_[static_cast<uint32_t>(pass) * WEIGHTS + weight];
-        range.least = std::min(range.least, value);
-        range.most = std::max(range.most, value);
-        if (of < ASCII && of != ELEMENT_CHARACTER) ascii_weights_[pass][of] = static_cast<uint16_t>(weight);
+        range = {std::min(range.least, by.least), std::max(range.most, by.most)};
+    };
+    if (is_special(code)) widen(code & WEIGHT_VALUE, characters);
+    if (!is_expansion(code)) return;
+    for_each_weight(maps_, pass, code, 0, [&](uint16_t each, gl_wchar character) {
+        if (is_special(each)) widen(each & WEIGHT_VALUE, {linear(character), linear(character)});
     });
+}
+
+// Whether the first bytes of a sequence can be those of a character of utf8. What else stands in its table carries weights for
+// expansions, and stands in no text.
+bool begins_utf8(gl_wchar prefix, int length) {
+    const gl_wchar lead = prefix >> (8 * (length - 1));
+    for (const int longest = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4; length < longest; ++length) prefix = prefix << 8 | 0x80;
+    return lead >= 0xC2 && is_utf8_character(prefix);
 }
 
 // A node that stands for others is looked at where it stands first: one way, that has the least of its characters, the other way
 // the greatest.
-void OrderBuilder::scan_node(const MultiNode &node, gl_wchar prefix, Scan direction) {
+void OrderBuilder::scan_node(const MultiNode &node, gl_wchar prefix, int length, Scan direction) {
     const gl_multi &table = *rules_.character_table;
     if (table.nodes != nullptr && std::exchange(seen_[static_cast<uint32_t>(node.number)], 1) != 0) return;
-    for (int i = 0; i < 256; ++i) {
-        const auto at = static_cast<uint8_t>(direction == Scan::FORWARD ? i : 255 - i);
+    const bool continued = utf8_ && length > 1;
+    const int begin = continued ? 0x80 : 0, end = utf8_ ? (continued ? 0xC0 : 0xF5) : 256;
+    for (int i = begin; i < end; ++i) {
+        const auto at = static_cast<uint8_t>(direction == Scan::FORWARD ? i : begin + end - 1 - i);
         const gl_wchar wc = prefix << 8 | at;
         if (node.flags[at] == FLAG_CHILD) {
-            scan_node(*child_of(node, at), wc, direction);
-        } else if (node.flags[at] == FLAG_END) {
-            if (utf8_ && !is_utf8_character(wc)) continue; // carries weights for expansions, and stands in no text
+            if (!utf8_ || begins_utf8(wc, length)) scan_node(*child_of(node, at), wc, length + 1, direction);
+        } else if (node.flags[at] == FLAG_END && (!utf8_ || continued || at < ASCII)) {
             uint16_t row;
             memcpy(&row, entry_of(table, node, at), sizeof row);
             used_[row] |= OF_CHARACTER;
-            if ((used_[row] & HAS_SPECIAL) == 0) continue;
-            for (int pass = 0; pass < rules_.pass_count; ++pass) scan_code(pass, code(row, pass), wc);
+            const uint32_t value = linear(wc);
+            Range &range = row_ranges_[row];
+            range = {std::min(range.least, value), std::max(range.most, value)};
         }
     }
 }
 
 void OrderBuilder::scan_rules() {
-    for (uint32_t row = 0; row < maps_.unknown; ++row)
-        for (int pass = 0; pass < rules_.pass_count; ++pass)
-            visit_weights(row, pass, [&](uint32_t, bool special) {
-                if (special) used_[row] |= HAS_SPECIAL;
-            });
     const gl_multi &table = *rules_.character_table;
-    scan_node(*table.root, 0, Scan::FORWARD);
+    scan_node(*table.root, 0, 1, Scan::FORWARD);
     if (table.nodes != nullptr) {
         memset(seen_.get(), 0, static_cast<size_t>(table.node_count));
-        scan_node(*table.root, 0, Scan::BACKWARD);
+        scan_node(*table.root, 0, 1, Scan::BACKWARD);
     }
     for (int32_t i = 0; i < rules_.element_count; ++i) {
         const uint16_t row = rules_.elements[i].row;
         used_[row] |= OF_ELEMENT;
-        for (int pass = 0; pass < rules_.pass_count; ++pass) scan_code(pass, code(row, pass), ELEMENT_CHARACTER);
+        Range &range = row_ranges_[row];
+        range = {std::min(range.least, uint32_t{ELEMENT_CHARACTER}), std::max(range.most, uint32_t{ELEMENT_CHARACTER})};
     }
-    for (uint32_t row = 0; row < maps_.unknown; ++row)
-        if ((used_[row] & (OF_CHARACTER | OF_ELEMENT)) == 0) used_[row] = 0;
+    for (int pass = 0; pass < rules_.pass_count; ++pass) {
+        uint32_t largest = 1;
+        for_each_row([&](uint32_t row) {
+            scan_code(pass, code(row, pass), row_ranges_[row]);
+            visit_weights(row, pass, [&largest](uint32_t weight, bool) { largest = std::max(largest, weight); });
+        });
+        counts_[pass] = largest + 1;
+        for (gl_wchar wc = 0; wc < ASCII; ++wc) {
+            const uint32_t row = maps_.row_of(wc);
+            if (wc == ELEMENT_CHARACTER || row == maps_.unknown) continue;
+            const uint16_t of_row = code(row > maps_.unknown ? maps_.starts[row - maps_.unknown - 1].row : row, pass);
+            if (is_special(of_row)) ascii_weights_[pass][wc] = of_row & WEIGHT_VALUE;
+        }
+    }
 }
 
 void OrderBuilder::collect_facts(int pass) {
-    memset(static_cast<void *>(facts_.get()), 0, WEIGHTS * sizeof(WeightFacts));
+    count_ = counts_[pass];
+    memset(static_cast<void *>(facts_.get()), 0, count_ * sizeof(WeightFacts));
     for_each_row([&](uint32_t row) {
         const bool lettered = !is_ignored(row, 0);
         visit_weights(row, pass, [&](uint32_t weight, bool special) {
@@ -318,7 +341,7 @@ void OrderBuilder::find_hidden(int pass) {
 // The weight that the most rows have, or 0.
 uint32_t OrderBuilder::most_frequent() const {
     uint32_t common = 0;
-    for (uint32_t weight = 2; weight < WEIGHTS; ++weight)
+    for (uint32_t weight = 2; weight < count_; ++weight)
         if (facts_[weight].rows > facts_[common].rows) common = weight;
     return common;
 }
@@ -363,12 +386,14 @@ void OrderBuilder::collect_members(int pass, int earlier) {
 // Whether the letters of a pass follow from the passes before but for rare ones: then the least of those that can stand in a place
 // is a common weight, and the others are told by their place among them. docs/keys.md has the proof.
 bool OrderBuilder::find_implied(int pass) {
-    uint32_t least_letter = WEIGHTS, most_other = 0;
-    for (uint32_t weight = 2; weight < WEIGHTS; ++weight) {
+    uint32_t least_letter = WEIGHTS, most_other = 0, letters = 0;
+    for (uint32_t weight = 2; weight < count_; ++weight) {
         if (facts_[weight].lettered != 0) least_letter = std::min(least_letter, weight);
+        letters += facts_[weight].lettered;
         if (facts_[weight].unlettered != 0) most_other = weight;
     }
     if (!is_forward(rules_, pass) || !is_forward(rules_, 0) || most_other >= least_letter) return false;
+    if (letters < LEAST_LETTERS) return false;
     find_hidden(pass);
     collect_members(pass, pass_of_case(pass));
     Owned<uint16_t> groups = Owned<uint16_t>::allocate(2 * WEIGHTS); // of each weight, and those that it is the least of
@@ -392,9 +417,9 @@ bool OrderBuilder::find_implied(int pass) {
         return fact.lettered != 0 && weight < limit && fact.special == 0 && fact.breaks == 0 && groups[weight] == least_of[weight];
     };
     uint32_t rows = 0;
-    for (uint32_t weight = 2; weight < WEIGHTS; ++weight) rows += is_common(weight) ? facts_[weight].rows : 0;
+    for (uint32_t weight = 2; weight < count_; ++weight) rows += is_common(weight) ? facts_[weight].rows : 0;
     if (rows <= facts_[most_frequent()].rows) return false;
-    for (uint32_t weight = 2; weight < WEIGHTS; ++weight) {
+    for (uint32_t weight = 2; weight < count_; ++weight) {
         facts_[weight].common = is_common(weight) ? 1 : 0;
         facts_[weight].below = facts_[weight].unlettered;
     }
@@ -415,44 +440,53 @@ bool OrderBuilder::find_implied(int pass) {
 // for some number of them. `chosen` tells the weights, which are in facts_.
 template <class Chosen> bool OrderBuilder::count_follows(int pass, int earlier, Chosen is_chosen) {
     constexpr int32_t OPEN = INT32_MIN;
-    std::fill_n(first_counts_.get(), WEIGHTS, OPEN);
-    std::fill_n(further_counts_.get(), WEIGHTS, OPEN);
+    std::fill_n(first_counts_.get(), counts_[0], 0);
+    std::fill_n(further_counts_.get(), counts_[earlier], OPEN);
     const auto chosen_of = [&](uint32_t row) {
         int32_t count = 0;
         visit_weights(row, pass, [&](uint32_t weight, bool) { count += is_chosen(facts_[weight]) ? 1 : 0; });
         return count;
     };
-    const auto sum_of = [this](uint32_t row, int of, const Owned<int32_t> &counts) {
-        int32_t sum = 0;
-        visit_weights(row, of, [&](uint32_t weight, bool) { sum += counts[weight] == OPEN ? 0 : counts[weight]; });
-        return sum;
-    };
     const auto said_alone = [this, pass](uint32_t row) { // in the first pass, and in none of the others before
         for (int other = 1; other < pass; ++other)
-            if (!is_ignored(row, other)) return false;
-        return count_weights(row, 0) == 1;
+            if (code(row, other) != WEIGHT_IGNORED) return false;
+        return !is_expansion(code(row, 0)) && code(row, 0) != WEIGHT_IGNORED;
     };
-    for_each_row([&](uint32_t row) {
-        if (earlier > 0 && said_alone(row)) first_counts_[first_weight(row, 0)] = chosen_of(row);
-    });
-    for (const bool alone : {true, false}) // then those that are only found behind others
+    if (earlier > 0)
         for_each_row([&](uint32_t row) {
-            uint32_t last = 0;
-            visit_weights(row, earlier, [&last](uint32_t weight, bool) { last = weight; });
-            if (last == 0 || further_counts_[last] != OPEN || (alone && count_weights(row, earlier) > 1)) return;
-            further_counts_[last] = chosen_of(row) - sum_of(row, 0, first_counts_) - sum_of(row, earlier, further_counts_);
+            if (said_alone(row)) first_counts_[first_weight(row, 0)] = chosen_of(row);
         });
-    bool follows = true;
-    for_each_row([&](uint32_t row) {
-        follows = follows && chosen_of(row) == sum_of(row, 0, first_counts_) + sum_of(row, earlier, further_counts_);
-    });
-    return follows;
+    // A row with an open weight settles it: first those that have one, then two, then the others. The rest must be right.
+    const auto settle = [&](uint32_t row) {
+        int32_t left = chosen_of(row), *open = nullptr;
+        if (earlier > 0) visit_weights(row, 0, [&](uint32_t weight, bool) { left -= first_counts_[weight]; });
+        visit_weights(row, earlier, [&](uint32_t weight, bool) {
+            int32_t &count = further_counts_[weight];
+            if (count == OPEN) {
+                count = 0;
+                open = &count;
+            }
+            left -= count;
+        });
+        if (open != nullptr) *open = left;
+        return left == 0 || open != nullptr;
+    };
+    for (const uint32_t length : {1U, 2U, 3U}) {
+        for (uint32_t row = 0; row < maps_.unknown; ++row) {
+            if (used_[row] == 0) continue;
+            const uint32_t weights = is_expansion(code(row, earlier))       ? std::min(count_weights(row, earlier), 3U)
+                                     : code(row, earlier) == WEIGHT_IGNORED ? 0
+                                                                            : 1;
+            if ((weights == length || (weights == 0 && length == 1)) && !settle(row)) return false;
+        }
+    }
+    return true;
 }
 
 // Whether texts that are equal in the passes before can differ in the number of common weights at the end alone. They cannot where
 // nothing is less than those, and the number of weights among which the common ones are follows from the passes before.
 bool OrderBuilder::ends_are_told(int pass) {
-    for (uint32_t weight = 2; weight < WEIGHTS; ++weight)
+    for (uint32_t weight = 2; weight < count_; ++weight)
         if (facts_[weight].used != 0 && facts_[weight].below != 0) return true;
     const auto all = [](const WeightFacts &) { return true; };
     const auto lettered = [](const WeightFacts &fact) { return fact.unlettered == 0; };
@@ -490,11 +524,10 @@ void OrderBuilder::write(int pass, OrderToken *tokens, const Bytes &bytes, uint3
 
 // Room for the tokens of a pass. Null when memory is out.
 OrderToken *OrderBuilder::add_tokens(uint32_t &at) {
-    uint32_t count = WEIGHTS;
-    while (count > 2 && facts_[count - 1].used == 0) --count;
+
     at = tokens_.size();
     static constexpr OrderToken NONE[64] = {};
-    for (uint32_t left = count; memory_ && left > 0; left -= std::min<uint32_t>(left, std::size(NONE)))
+    for (uint32_t left = count_; memory_ && left > 0; left -= std::min<uint32_t>(left, std::size(NONE)))
         memory_ = tokens_.append(NONE, std::min<uint32_t>(left, std::size(NONE)));
     return memory_ ? &tokens_[at] : nullptr;
 }
@@ -509,11 +542,11 @@ void OrderBuilder::write_first() {
     for (uint8_t block = 1; block <= BLOCK_COUNT; ++block) {
         bytes.preferred = block;
         if (bytes.leads(ALL) <= FIRST_PASS_BYTES) continue;
-        for (uint32_t weight = 0; weight < WEIGHTS; ++weight) // not this one
+        for (uint32_t weight = 0; weight < count_; ++weight) // not this one
             if (facts_[weight].preferred == block) facts_[weight].preferred = 0;
     }
     OrderToken *const tokens = add_tokens(tokens_at_[0]);
-    if (tokens != nullptr) write(0, tokens, bytes, FIRST_BYTE, ALL);
+    if (tokens != nullptr) write(0, tokens, bytes, FIRST_WEIGHT_BYTE, ALL);
     open_at_[0] = tokens_at_[0];
 }
 
@@ -525,7 +558,7 @@ void OrderBuilder::write_further(int pass) {
     if (!memory_) return;
     if (!implied) {
         const uint32_t common = most_frequent();
-        for (uint32_t weight = 0; weight < WEIGHTS; ++weight) {
+        for (uint32_t weight = 0; weight < count_; ++weight) {
             facts_[weight].below = weight < common ? 1 : 0;
             facts_[weight].common = weight == common && common != 0 ? 1 : 0;
             facts_[weight].breaks = facts_[weight].relative = 0;
@@ -553,7 +586,7 @@ void OrderBuilder::write_further(int pass) {
     for (Bytes *const region : {&below, &above}) {
         uint32_t count = 0;
         bool special = false;
-        for (uint32_t weight = 2; weight < WEIGHTS; ++weight) {
+        for (uint32_t weight = 2; weight < count_; ++weight) {
             const WeightFacts &fact = facts_[weight];
             if (fact.used == 0 || !(region == &below ? is_below(fact) : is_above(fact))) continue;
             ++count;
@@ -568,7 +601,7 @@ void OrderBuilder::write_further(int pass) {
     }
     OrderToken *const open = add_tokens(open_at_[pass]);
     if (open == nullptr) return;
-    uint32_t at = FIRST_BYTE;
+    uint32_t at = FIRST_WEIGHT_BYTE;
     write(pass, open, below, at, is_below);
     at += below.leads(is_below);
     made.low = static_cast<uint8_t>(at);
@@ -579,7 +612,7 @@ void OrderBuilder::write_further(int pass) {
     at += most_relative_;
     write(pass, open, above, at, is_above);
     tokens_at_[pass] = open_at_[pass];
-    for (uint32_t weight = 2; weight < WEIGHTS && !implied; ++weight)
+    for (uint32_t weight = 2; weight < count_ && !implied; ++weight)
         if (facts_[weight].common != 0) open[weight].flags |= TOKEN_COMMON;
     if (!implied || add_tokens(tokens_at_[pass]) == nullptr) return;
     for (uint32_t weight = 2; weight < tokens_.size() - tokens_at_[pass]; ++weight) {
@@ -634,15 +667,17 @@ gl_order_maps *OrderBuilder::build() {
     const auto nodes = static_cast<uint32_t>(rules_.character_table->node_count);
     used_ = Owned<uint8_t>::allocate(maps_.unknown);
     seen_ = Owned<uint8_t>::allocate(nodes + 1);
+    row_ranges_ = Owned<Range>::allocate(maps_.unknown);
     ranges_ = Owned<Range>::allocate(passes * WEIGHTS);
     facts_ = Owned<WeightFacts>::allocate(WEIGHTS);
     hidden_ = Owned<uint8_t>::allocate(WEIGHTS);
     first_counts_ = Owned<int32_t>::allocate(WEIGHTS);
     further_counts_ = Owned<int32_t>::allocate(WEIGHTS);
-    if (!used_ || !seen_ || !ranges_ || !facts_ || !hidden_ || !first_counts_ || !further_counts_) return nullptr;
+    if (!used_ || !seen_ || !row_ranges_ || !ranges_ || !facts_ || !hidden_ || !first_counts_ || !further_counts_) return nullptr;
     memset(used_.get(), 0, maps_.unknown);
     memset(seen_.get(), 0, nodes);
     std::fill_n(ranges_.get(), passes * WEIGHTS, Range());
+    std::fill_n(row_ranges_.get(), maps_.unknown, Range());
     utf8_ = is_utf8();
     scan_rules();
     for (int pass = 0; pass < rules_.pass_count; ++pass) {

@@ -44,8 +44,10 @@ struct OrderPass {
 
 inline constexpr gl_wchar ELEMENT_CHARACTER = 1; // what stands for an element's where its weight is special
 
-inline constexpr uint8_t PASS_END = 1, OF_UNKNOWN = 0xFE, OF_BYTE = 0xFF; // the last two in the first pass
-inline constexpr uint8_t OF_EITHER = 0xFF;                                // in a further one
+// The bytes below the first one end passes, of which there are GL_MAX_PASSES, and the bytes of the text behind them.
+inline constexpr uint8_t FIRST_WEIGHT_BYTE = GL_MAX_PASSES + 1;
+inline constexpr uint8_t OF_UNKNOWN = 0xFE, OF_BYTE = 0xFF; // in the first pass
+inline constexpr uint8_t OF_EITHER = 0xFF;                  // in a further one
 
 } // namespace qbgl
 

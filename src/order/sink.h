@@ -22,10 +22,12 @@ class KeySink {
         at_ = std::copy_n(bytes, fitting, at_);
         beyond_ += count - fitting;
     }
-    // A pass ends here, which is told when a later one has anything to say.
+    // A pass ends here. That is told when a later one has anything to say, and with it how many there are until that one: the more,
+    // the less the byte.
     void separate() { ++pending_; }
     void begin_pass() {
-        for (; pending_ > 0; --pending_) put(PASS_END);
+        if (pending_ > 0) put(FIRST_WEIGHT_BYTE - pending_);
+        pending_ = 0;
     }
 
     // For those who write themselves.
