@@ -18,9 +18,14 @@ namespace {
 namespace fs = std::filesystem;
 
 // Languages without an example take one in the same script.
-const std::map<std::string, std::string> EXAMPLES = {
-    {"ja", "japanese"}, {"zh_TW", "chinese_traditional"}, {"de", "german"}, {"ru", "russian"}, {"en", "german"}, {"fr", "german"},
-    {"cs", "german"}};
+const std::map<std::string, std::string> EXAMPLES = {{"ja", "japanese"},
+                                                     {"zh_TW", "chinese_traditional"},
+                                                     {"zh_CN", "chinese_simplified"},
+                                                     {"de", "german"},
+                                                     {"ru", "russian"},
+                                                     {"en", "german"},
+                                                     {"fr", "german"},
+                                                     {"cs", "german"}};
 
 std::string unpack(const fs::path &page) {
     FILE *pipe = popen(("gzip -dc '" + page.string() + "'").c_str(), "r");

@@ -8,7 +8,8 @@
 
 namespace bench {
 
-// At least `size` bytes of UTF-8 text in a language ("ja", "zh_TW", "de", "fr", "cs", "ru", "en"), cut at a line end near it.
+// At least `size` bytes of UTF-8 text in a language ("ja", "zh_TW", "zh_CN", "de", "fr", "cs", "ru", "en"), cut at a line end near
+// it.
 std::string text_of(const std::string &language, size_t size);
 
 // Text converted by the platform's iconv; of UTF-8, what the target lacks is left out.
