@@ -49,13 +49,17 @@ class MapsBuilder {
         if (!used_ || !seen_) return false;
         memset(used_.get(), 0, unknown_);
         memset(seen_.get(), 0, nodes);
-        return add_mids() && add_rows() && collect_node(*table_.root, 0, 1) && collect_elements() && weights_fit() &&
-               collect_items() && unknown_ + 1 + starts_.size() <= MOST_ROWS;
+        return add_mids() && add_rows() && collect_node(*table_.root, 0, 1) && collect_elements() && (weights_fit() || misfit()) &&
+               collect_items() && (unknown_ + 1 + starts_.size() <= MOST_ROWS || misfit());
     }
 
     gl_collation_maps *assemble() const;
 
+    bool fits() const { return fits_; }
+
   private:
+    bool misfit() { return fits_ = false; }
+
     bool add_mids() {
         const uint16_t none[MIDS] = {};
         return mids_.append(none, MIDS);
@@ -76,7 +80,8 @@ class MapsBuilder {
         uint16_t &mid = mids_[top * MIDS + (wc >> 6 & (MIDS - 1))];
         if (mid == 0) {
             const uint32_t number = rows_.size() / ROWS;
-            if (number > UINT16_MAX || !add_rows()) return false;
+            if (number > UINT16_MAX) return misfit();
+            if (!add_rows()) return false;
             mid = static_cast<uint16_t>(number);
         }
         rows_[mid * ROWS + (wc & (ROWS - 1))] = static_cast<uint16_t>(row);
@@ -108,7 +113,7 @@ class MapsBuilder {
         if (!candidates_) return false;
         const bool single_byte = table_.max_length == 1;
         for (uint32_t i = 0; i < count; ++i) {
-            if (single_byte && info_.elements[i].count == 1) return false;
+            if (single_byte && info_.elements[i].count == 1) return misfit();
             candidates_[i] = static_cast<uint16_t>(i);
         }
         const auto first_of = [this](uint16_t element) { return info_.elements[element].chars[0]; };
@@ -120,7 +125,7 @@ class MapsBuilder {
                 collect_element(info_.elements[candidates_[end]]);
             const int32_t row = row_in(table_, first);
             const uint32_t number = unknown_ + 1 + starts_.size();
-            if (row < 0 || starts_.size() == MOST_STARTS || number > MOST_ROWS) return false;
+            if (row < 0 || starts_.size() == MOST_STARTS || number > MOST_ROWS) return misfit();
             if (!starts_.append({first, static_cast<uint16_t>(row), i, end})) return false;
             if (first <= LARGEST_IN_ARRAYS && !put(first, number)) return false;
         }
@@ -159,11 +164,12 @@ class MapsBuilder {
         for (int pass = 0; pass < info_.pass_count; ++pass) {
             for (int32_t expansion = 0; expansion < info_.expansion_count; ++expansion) {
                 if (!lists_.append(items_.size())) return false;
-                bool fits = true;
+                bool memory = true;
                 const int32_t successor = walk_expansion(info_, pass, expansion, [&](uint16_t weight, gl_wchar wc, bool unknown) {
-                    if (weight != WEIGHT_IGNORED) fits = fits && !unknown && items_.append({code_of(weight), wc});
+                    if (unknown) misfit();
+                    if (weight != WEIGHT_IGNORED) memory = memory && items_.append({code_of(weight), wc});
                 });
-                if (!fits || (successor < 0 && !items_.append({CODE_END, 0}))) return false;
+                if (!fits_ || !memory || (successor < 0 && !items_.append({CODE_END, 0}))) return false;
             }
         }
         return true;
@@ -181,6 +187,7 @@ class MapsBuilder {
     const gl_collate_info &info_;
     const gl_multi &table_;
     const uint32_t unknown_;
+    bool fits_ = true;
     uint16_t tops_[256] = {};
     Growing<uint16_t> mids_, rows_;
     Owned<uint8_t> used_; // for each row whether a text can come to it
@@ -306,9 +313,10 @@ bool expansions_end(gl_locale *locale) {
     return true;
 }
 
-gl_collation_maps *build_collation_maps(const gl_collate_info &info) {
+bool build_collation_maps(const gl_collate_info &info, gl_collation_maps *&maps) {
     MapsBuilder builder(info);
-    return builder.collect() ? builder.assemble() : nullptr;
+    maps = builder.collect() ? builder.assemble() : nullptr;
+    return maps != nullptr || !builder.fits();
 }
 
 } // namespace qbgl

@@ -123,9 +123,9 @@ namespace qbgl {
 // error.
 bool expansions_end(gl_locale *locale);
 
-// Builds the arrays of rules whose tables are read: one block of memory. Null when memory is out, or for rules that no compiler
+// Builds the arrays of rules whose tables are read: one block of memory. False when memory is out. Null for rules that no compiler
 // writes: more of anything than the arrays can number, weights of 0, special weights that ordinary ones share, unknown characters
 // in expansions or at the beginning of elements, single bytes as elements. Then the tables alone serve.
-gl_collation_maps *build_collation_maps(const gl_collate_info &info);
+bool build_collation_maps(const gl_collate_info &info, gl_collation_maps *&maps);
 
 } // namespace qbgl

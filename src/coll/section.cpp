@@ -179,10 +179,12 @@ bool build_candidates(gl_locale *locale) {
     return true;
 }
 
-// Without them only comparisons take longer.
 bool build_maps(gl_locale *locale) {
     gl_collate_info &info = locale->collate;
-    if (info.direct == 0 && info.pass_count > 0) info.maps = build_collation_maps(info);
+    if (info.direct != 0 || info.pass_count == 0) return true;
+    gl_collation_maps *maps = nullptr;
+    if (!build_collation_maps(info, maps)) return fail(locale, GL_ENOMEM, false); // the order for indexes must not depend on it
+    info.maps = maps;
     return true;
 }
 
