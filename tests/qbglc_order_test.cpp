@@ -156,7 +156,7 @@ TEST(OrderFingerprint, OfAnObjectIsThatOfItsRulesAndCharacters) {
 
 // What the library makes of a fixed list of texts under every locale of the tree.
 struct Digests {
-    std::string order, keys;
+    std::string order, keys, dense_keys;
     bool operator==(const Digests &) const = default;
 };
 using Table = std::map<std::string, Digests>; // by locale
@@ -202,7 +202,7 @@ Strings in_codeset(const Strings &texts, const std::string &codeset) {
 }
 
 Digests digests_of(gl_locale *locale, const Strings &texts) {
-    Fingerprint order, keys;
+    Fingerprint order, keys, dense_keys;
     std::vector<size_t> sorted(texts.size());
     std::iota(sorted.begin(), sorted.end(), 0);
     const auto compare = [&](size_t a, size_t b) { return gl_mbscoll(locale, texts[a].c_str(), texts[b].c_str()); };
@@ -213,9 +213,13 @@ Digests digests_of(gl_locale *locale, const Strings &texts) {
         std::string key(static_cast<size_t>(std::max(gl_mbsxfrm(locale, nullptr, text.c_str(), 0), 0)) + 1, '\0');
         EXPECT_GE(gl_mbsxfrm(locale, key.data(), text.c_str(), static_cast<int>(key.size())), 0) << text;
         keys.add(key);
+        const auto dense_key = [&](unsigned char *out, int room) { return gl_order_key(locale, text.c_str(), -1, -1, out, room); };
+        std::string dense(static_cast<size_t>(dense_key(nullptr, 0)), '\0');
+        EXPECT_EQ(dense_key(reinterpret_cast<unsigned char *>(dense.data()), static_cast<int>(dense.size())), dense.size());
+        dense_keys.add(dense);
     }
     EXPECT_EQ(locale->error, 0);
-    return {order.hex(), keys.hex()};
+    return {order.hex(), keys.hex(), dense_keys.hex()};
 }
 
 // ll_TT.codeset@modifier
@@ -258,7 +262,8 @@ TEST(FrozenOrder, OfNoLocaleChangesUnnoticed) {
     ASSERT_GT(now.size(), 400U);
     if (const char *file = std::getenv("QBGL_NEW_ORDER")) {
         std::string text = "platform " + platform_mark() + "\n";
-        for (const auto &[locale, digests] : now) text += fmt::format("{} {} {}\n", locale, digests.order, digests.keys);
+        for (const auto &[locale, digests] : now)
+            text += fmt::format("{} {} {} {}\n", locale, digests.order, digests.keys, digests.dense_keys);
         write_file(file, text);
         return;
     }
@@ -266,7 +271,7 @@ TEST(FrozenOrder, OfNoLocaleChangesUnnoticed) {
     std::string word, platform, changes;
     file >> word >> platform;
     Table frozen;
-    for (Digests digests; file >> word >> digests.order >> digests.keys;) frozen[word] = digests;
+    for (Digests digests; file >> word >> digests.order >> digests.keys >> digests.dense_keys;) frozen[word] = digests;
     for (const auto &[locale, digests] : frozen)
         if (!now.contains(locale)) changes += locale + ": no longer in the tree\n";
     for (const auto &[locale, digests] : now) {
@@ -274,7 +279,9 @@ TEST(FrozenOrder, OfNoLocaleChangesUnnoticed) {
         if (place == frozen.end())
             changes += locale + ": not in the list\n";
         else if (place->second != digests)
-            changes += locale + (place->second.order == digests.order ? ": sort keys changed\n" : ": order changed\n");
+            changes += locale + (place->second.order != digests.order ? ": order changed\n"
+                                 : place->second.keys != digests.keys ? ": sort keys changed\n"
+                                                                      : ": dense keys changed\n");
     }
     EXPECT_EQ(changes, "")
         << "Databases whose indexes were built with the former order or keys need to rebuild them. The platform's\n"

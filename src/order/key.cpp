@@ -133,16 +133,19 @@ class RunWriter {
         open_ = open_ || (token.flags & TOKEN_BREAKS) != 0;
     }
     void put_common(size_t count) { run_ += count; }
-    // What a unit has in the pass, in the order of the pass.
-    void put_unit(const Unit &unit, int pass) {
-        const unsigned quiet = rules_.quiet[unit.row] >> pass;
-        if ((quiet & 0x100) != 0) return;
-        if ((quiet & 1) != 0 && !open_) {
-            ++run_;
-        } else {
-            OrderWalk walk(*rules_.maps, pass, ListedUnits(&unit, 1));
-            for (OrderWeight weight; walk.next(weight);) put(weight);
+    // What a unit has in the pass, in the order of the pass. `quiet` is what gl_order_maps tells of its row, from the pass on.
+    void put_unit(const Unit &unit, unsigned quiet, int pass) {
+        if ((quiet & 0x101) != 0 && !(open_ && (quiet & 1) != 0)) [[likely]] {
+            run_ += quiet & 1;
+            return;
         }
+        const uint16_t code = unit.row < rules_.maps->unknown ? rules_.maps->code_of(unit.row, pass) : CODE_UNKNOWN;
+        if (is_ordinary(code) || is_special(code)) [[likely]] {
+            put({uint32_t{code} & WEIGHT_VALUE, unit.character});
+            return;
+        }
+        OrderWalk walk(*rules_.maps, pass, ListedUnits(&unit, 1));
+        for (OrderWeight weight; walk.next(weight);) put(weight);
     }
     void end() {
         if (pass_.ends_told && run_ > 0) end_run(true);
@@ -165,51 +168,62 @@ class RunWriter {
 };
 
 void write_further(KeySink &sink, const gl_order_maps &rules, int pass, Units &units, bool part) {
-    const bool forward = rules.passes[pass].forward;
     RunWriter writer(sink, rules, pass);
-    const Unit *all = nullptr;
-    size_t count = 0;
-    if (units.all(all, count)) {
-        for (size_t i = 0; i < count; ++i) writer.put_unit(all[forward ? i : count - 1 - i], pass);
-    } else {
-        units.begin(forward);
-        for (const Unit *unit; !(part && sink.is_full()) && (unit = units.next()) != nullptr;) writer.put_unit(*unit, pass);
-    }
+    units.begin(rules.passes[pass].forward);
+    for (const Unit *unit; !(part && sink.is_full()) && (unit = units.next()) != nullptr;)
+        writer.put_unit(*unit, rules.quiet[unit->row] >> pass, pass);
     writer.end();
+}
+
+// The same for all further passes of units that are kept.
+void write_listed(KeySink &sink, const gl_order_maps &rules, int passes, const Unit *units, size_t count) {
+    uint16_t quiet[Units::ON_STACK];
+    unsigned said = 0, common = UINT16_MAX; // passes in which a unit has more than a common weight, and in which each has one
+    for (size_t i = 0; i < count; ++i) {
+        quiet[i] = rules.quiet[units[i].row];
+        said |= ~(quiet[i] | quiet[i] >> 8U);
+        common &= quiet[i];
+    }
+    for (int pass = 1; pass < passes; ++pass) {
+        sink.separate();
+        if ((said >> pass & 1) == 0 && !rules.passes[pass].ends_told) continue;
+        RunWriter writer(sink, rules, pass);
+        if ((common >> pass & 1) != 0)
+            writer.put_common(count);
+        else if (rules.passes[pass].forward)
+            for (size_t i = 0; i < count; ++i) writer.put_unit(units[i], quiet[i] >> static_cast<unsigned>(pass), pass);
+        else
+            for (size_t i = count; i-- > 0;) writer.put_unit(units[i], quiet[i] >> static_cast<unsigned>(pass), pass);
+        writer.end();
+    }
 }
 
 void write_by_rules(KeySink &sink, const gl_locale *locale, OrderText text, int passes, bool part) {
     const gl_order_maps &rules = *locale->order_maps;
     const gl_collation_maps &maps = *rules.maps;
-    const int last = passes > 0 ? std::min(passes, rules.pass_count) : rules.pass_count;
-    Units units(locale, maps, text);
+    passes = passes > 0 ? std::min(passes, rules.pass_count) : rules.pass_count;
     const bool forward = rules.passes[0].forward;
-    const Unit *all = nullptr;
-    size_t count = 0;
-    if (part && forward)
+    if (part && forward) {
         with_shape(order_shape(locale), [&]<OrderShape SHAPE>() {
             write_first(sink, rules, OrderWalk(maps, 0, DecodedUnits<SHAPE>(locale, maps, text, 0)), true);
         });
-    else if (forward && units.all(all, count))
-        write_first(sink, rules, all, count);
-    else
-        write_first(sink, rules, OrderWalk(maps, 0, KeptUnits(units, forward)), part);
-    if (last == 1 || (part && sink.is_full())) return;
-    unsigned quiet = 0;
-    if (units.all(all, count)) {
-        quiet = UINT16_MAX;
-        for (size_t i = 0; i < count; ++i) quiet &= rules.quiet[all[i].row];
+        if (passes == 1 || sink.is_full()) return;
     }
-    for (int pass = 1; pass < last && !(part && sink.is_full()); ++pass) {
+    Units units(locale, maps, text);
+    const Unit *all = nullptr;
+    size_t count = 0;
+    const bool listed = units.all(all, count);
+    if (!part && forward && listed)
+        write_first(sink, rules, all, count);
+    else if (!part || !forward)
+        write_first(sink, rules, OrderWalk(maps, 0, KeptUnits(units, forward)), part);
+    if (listed) {
+        write_listed(sink, rules, passes, all, count);
+        return;
+    }
+    for (int pass = 1; pass < passes && !(part && sink.is_full()); ++pass) {
         sink.separate();
-        if ((quiet >> pass & 0x100) != 0) continue;
-        if ((quiet >> pass & 1) != 0) {
-            RunWriter writer(sink, rules, pass);
-            writer.put_common(count);
-            writer.end();
-        } else {
-            write_further(sink, rules, pass, units, part);
-        }
+        write_further(sink, rules, pass, units, part);
     }
 }
 

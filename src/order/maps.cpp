@@ -61,7 +61,9 @@ class Bytes {
     uint8_t preferred = 0;      // blocks up to this number have one byte
     uint32_t plain_singles = 0; // and so have the first ordinary weights
     bool ascii_singles = false; // and ASCII characters that have special ones
-    bool wide_codes = true;     // special weights have room for their characters among the slots
+    // Special weights of up to so many codes have room for their characters among the slots; from ALL_CODES on those of more, too.
+    static constexpr uint32_t ALL_CODES = 2 * LEADS_DISTANCE;
+    uint32_t most_codes = ALL_CODES;
 
     // Visits the weights: visit(weight, place, form), the place being two bytes, or visit(character, place) for ASCII characters.
     // Returns how many lead bytes are used.
@@ -95,11 +97,11 @@ class Bytes {
                 visit_ascii(character, lead++);
             }
             const uint32_t width = ranges_[weight].width();
-            if (width > LEADS_DISTANCE && wide_codes) {
+            if (width > LEADS_DISTANCE && most_codes == ALL_CODES) {
                 close();
                 visit(weight, lead << 8, CodeForm::LEADS);
                 lead += (width - 1) / LEADS_DISTANCE + 1;
-            } else if (width <= SLOTS || wide_codes) {
+            } else if (width <= std::min(most_codes, LEADS_DISTANCE)) {
                 take(weight, (width - 1) / SLOTS + 1, CodeForm::SLOTS);
             } else {
                 take(weight, 1, width <= LEADS_DISTANCE ? CodeForm::TWO_BYTES : CodeForm::FOUR_BYTES);
@@ -538,8 +540,9 @@ constexpr auto ALL = [](const WeightFacts &) { return true; };
 void OrderBuilder::write_first() {
     collect_blocks();
     Bytes bytes = bytes_of(0);
-    bytes.wide_codes = bytes.leads(ALL) <= FIRST_PASS_BYTES;
-    for (uint8_t block = 1; block <= BLOCK_COUNT; ++block) {
+    bytes.preferred = ONE_BYTE_BLOCK;
+    while (bytes.most_codes > SLOTS && bytes.leads(ALL) > FIRST_PASS_BYTES) bytes.most_codes /= 2;
+    for (uint8_t block = ONE_BYTE_BLOCK; block <= BLOCK_COUNT; ++block) {
         bytes.preferred = block;
         if (bytes.leads(ALL) <= FIRST_PASS_BYTES) continue;
         for (uint32_t weight = 0; weight < count_; ++weight) // not this one
@@ -569,8 +572,10 @@ void OrderBuilder::write_further(int pass) {
     const auto is_below = [](const WeightFacts &fact) { return fact.below != 0; };
     const auto is_above = [implied](const WeightFacts &fact) { return fact.below == 0 && (implied || fact.common == 0); };
     Bytes below = bytes_of(pass), above = bytes_of(pass);
-    below.wide_codes = above.wide_codes = below.leads(is_below) + above.leads(is_above) + 2 * MOST_RUN <= FURTHER_PASS_BYTES;
-    uint32_t least = below.leads(is_below) + above.leads(is_above);
+    const auto leads = [&] { return below.leads(is_below) + above.leads(is_above); };
+    while (below.most_codes > SLOTS && leads() + 2 * MOST_RUN > FURTHER_PASS_BYTES)
+        below.most_codes = above.most_codes = below.most_codes / 2;
+    uint32_t least = leads();
     uint32_t run = MOST_RUN;
     while (run > 2 && least + 2 * run > FURTHER_PASS_BYTES) run /= 2;
     least += 2 * run;

@@ -23,7 +23,7 @@ bool Units::read_block() {
 
 bool Units::all(const Unit *&first, size_t &count) {
     if (before_ == SIZE_MAX) read_block();
-    if (total_ > room_ || before_ != 0) return false;
+    if (total_ > ON_STACK || before_ != 0) return false;
     first = block_;
     count = total_;
     return true;

@@ -77,12 +77,11 @@ class Units {
         if (at_ == end_ && !more()) return nullptr;
         return forward_ ? at_++ : --at_;
     }
-    // All of them, where they fit the block.
+    // All of them, where they are no more than ON_STACK.
+    static constexpr size_t ON_STACK = 128;
     bool all(const Unit *&first, size_t &count);
 
   private:
-    static constexpr size_t ON_STACK = 128;
-
     bool more();
     bool read_block();
     void count();
