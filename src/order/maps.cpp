@@ -244,8 +244,9 @@ void OrderBuilder::scan_code(int pass, uint16_t code, Range characters) {
 // expansions, and stands in no text.
 bool begins_utf8(gl_wchar prefix, int length) {
     const gl_wchar lead = prefix >> (8 * (length - 1));
+    const bool alone = length == 1; // what is too long for its character is known from the second byte on
     for (const int longest = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4; length < longest; ++length) prefix = prefix << 8 | 0x80;
-    return lead >= 0xC2 && is_utf8_character(prefix);
+    return lead >= 0xC2 && (alone || is_utf8_character(prefix));
 }
 
 // A node that stands for others is looked at where it stands first: one way, that has the least of its characters, the other way
