@@ -8,6 +8,7 @@
 #include "cvlib/compose.h"
 
 #include "cvlib/engine.h"
+#include "cvlib/lane.h"
 #include "cvlib/object.h"
 #include "cvlib/record.h"
 #include "ext/error.h"
@@ -239,6 +240,9 @@ int compose_from_form(gl_cv *cd, UnicodeForm source, FILE *object) {
         return -1;
     }
     cd->expansion = static_cast<float>(cd->target_max_len + shift_length(*cd)) / static_cast<float>(lengths_of(source).shortest);
+    const bool units = is_unicode_unit(cd->target_min_len, cd->target_max_len);
+    if (cd->target_stateful == 0 && !(units && cd->target_max_len == 4))
+        cd->lane = build_lane(*cd->main_table, units ? LaneOutput::TWO_BYTES_REVERSED : LaneOutput::AS_STORED);
     return read_by_algorithm(cd, source, unicode_source_miconv);
 }
 

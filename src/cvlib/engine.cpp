@@ -158,11 +158,6 @@ struct UnicodeTargetStep {
     }
 };
 
-// The same steps with the source read by algorithm.
-template <class Step> struct ByUtf8 : Step {
-    Found find(const Cursor &at) const { return find_by_utf8(this->cd, at); }
-};
-
 // Lets the descriptor's lane take the plain characters from here on.
 void take_lane(const Lane &lane, Cursor &at, bool single_byte) {
     const auto *in = reinterpret_cast<const uint8_t *>(at.in);
@@ -183,13 +178,53 @@ void take_lane(const Lane &lane, Cursor &at, bool single_byte) {
     if (at.out != nullptr) at.out += written;
 }
 
+// The bytes that some UTF-8 takes in another form.
+int length_in_form(UnicodeForm form, const uint8_t *utf8, const uint8_t *end) {
+    int units = 0;
+    const int unit = lengths_of(form).shortest;
+    for (; utf8 < end; ++utf8) units += ((*utf8 & 0xC0) != 0x80 ? 1 : 0) + (*utf8 >= 0xF0 && unit == 2 ? 1 : 0);
+    return units * unit;
+}
+
+// A step with the source read by algorithm.
+template <class Step> struct ByUtf8 : Step {
+    Found find(const Cursor &at) const { return find_by_utf8(this->cd, at); }
+
+    // Lets the lane take the UTF-8 of a piece of the text after the other.
+    void take_pieces(const Lane &lane, Cursor &at) const {
+        constexpr int PIECE = 256, END = 4; // zero bytes behind the piece: the lane stops at them
+        uint8_t utf8[PIECE * 2 + END];
+        const auto form = static_cast<UnicodeForm>(this->cd.source_form);
+        const Transcoder transcode = transcoder(form, UnicodeForm::UTF8);
+        while (at.remaining >= 1) {
+            const int size = std::min(at.remaining, PIECE);
+            TranscodePosition piece = {reinterpret_cast<const uint8_t *>(at.in), utf8, size, PIECE * 2};
+            transcode(piece, false);
+            const auto length = static_cast<int>(piece.out - utf8);
+            memset(piece.out, 0, END);
+            Cursor through = {reinterpret_cast<const char *>(utf8), length + END, at.out, at.room, false};
+            take_lane(lane, through, false);
+            at.out = through.out;
+            at.room = through.room;
+            const bool whole = through.remaining == END;
+            const auto *const stop = reinterpret_cast<const uint8_t *>(through.in);
+            at.consume(whole ? size - piece.remaining : length_in_form(form, utf8, stop));
+            if (!whole || length == 0) return;
+        }
+    }
+};
+
 template <class Step> int convert_stateless(gl_cv *cd, const Buffers &buffers, const Step &step, bool single_byte = false) {
     Cursor at = load(buffers);
     const auto *lane = static_cast<const Lane *>(cd->lane);
-    if (single_byte && at.to_terminator) lane = nullptr; // that lane looks ahead
+    constexpr bool IN_PIECES = requires { step.take_pieces(*lane, at); };
+    if ((single_byte || IN_PIECES) && at.to_terminator) lane = nullptr; // these look ahead
     while (at.remaining >= 1) {
         if (lane != nullptr) {
-            take_lane(*lane, at, single_byte);
+            if constexpr (IN_PIECES)
+                step.take_pieces(*lane, at);
+            else
+                take_lane(*lane, at, single_byte);
             if (at.remaining < 1) break;
         }
         const Found found = step.find(at);
