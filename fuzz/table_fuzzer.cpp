@@ -90,10 +90,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const Table table = read(data + 1, size - 1, data[0] % 5);
     if (!table) return 0;
     const std::string text = text_of(table.get());
+    if (text.size() > 1 << 20) return 0; // a few lines can stand for millions
     const Table again = read(text.data(), text.size(), 4);
     require(again != nullptr);
     require_same(table.get(), again.get(), {});
-    require(_gl_compress_multi(again.get()) == 0 && _gl_multi_node_count(table.get()) == _gl_multi_node_count(again.get()));
+    // One that stands for others is written for each.
+    require(_gl_compress_multi(again.get()) == 0 && _gl_multi_node_count(table.get()) <= _gl_multi_node_count(again.get()));
     require_same(table.get(), again.get(), {});
     const std::string compressed = text_of(again.get());
     const Table last = read(compressed.data(), compressed.size(), 4);
