@@ -90,6 +90,8 @@ class Checker {
         const string own(key, static_cast<size_t>(std::max(size, 0)));
         const int order = gl_mbfscoll(l, before_.data(), static_cast<int>(before_.size()), bytes.data(), length);
         expect((order > 0) - (order < 0) == (key_before_ > own) - (key_before_ < own), bytes, "key unlike comparison");
+        const int total = gl_order_compare(l, before_.data(), static_cast<int>(before_.size()), bytes.data(), length, -1);
+        expect(total == (order > 0) - (order < 0), bytes, "order for indexes unlike comparison");
         expect(l->error == 0, bytes, "an error");
         before_ = bytes;
         key_before_ = own;
