@@ -132,6 +132,7 @@ TEST_F(Sort, LinesMustBeInTheCodeset) {
         EXPECT_EQ(cut.status, 1);
         EXPECT_EQ(cut.err, at + "2:2: offset 5, byte C3: the text ends inside a character of utf8; was it cut short?\n");
     }
+    EXPECT_EQ(client("key --dense -v -l fr_FR.utf8", "\xC3\n").out, "ffc308ff08ff08ff\t\xC3\n"); // of four passes
 }
 
 // Words whose neighbours differ in an accent, in case or in a hyphen.

@@ -255,6 +255,7 @@ class CommandLine {
         add_locale_option(command, "-l,--locale", key_.locale);
         add_files(command, key_.files);
         command->add_flag("-v,--text", key_.with_text, "The line itself, too, behind a tab");
+        command->add_flag("--dense", key_.dense, "The shorter keys for indexes, which any bytes have");
         command->add_flag("--json", json_, "Messages as JSON, an object a line");
         add_examples(command, "  qbgl key -l cs_CZ.utf8 -v words | LC_ALL=C sort | cut -f 2-");
         command->callback([this] { command_ = [this](const Messages &messages) { return run_key(key_, messages); }; });

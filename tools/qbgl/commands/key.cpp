@@ -30,13 +30,17 @@ ExitStatus run_key(const KeyRequest &request, const Messages &messages) {
         };
         LineInput input(file, line_end(*locale, false), messages, output, write);
         for (Line line{}; input.next(line);) {
-            try {
-                check(line, file);
-            } catch (const Failure &) {
-                write(); // the lines before it
-                throw;
+            if (request.dense) {
+                append_digits(lines, keys.dense_key(line.text));
+            } else {
+                try {
+                    check(line, file);
+                } catch (const Failure &) {
+                    write(); // the lines before it
+                    throw;
+                }
+                append_digits(lines, keys.key(line.text));
             }
-            append_digits(lines, keys.key(line.text));
             if (request.with_text) lines.append("\t").append(line.text);
             lines += '\n';
             if (lines.size() >= BLOCK) write();

@@ -11,6 +11,7 @@ struct KeyRequest {
     std::string locale;
     std::vector<std::string> files = {}; // none: standard input
     bool with_text = false;
+    bool dense = false; // those of gl_order_key, which every line has
 };
 
 ExitStatus run_key(const KeyRequest &request, const Messages &messages);

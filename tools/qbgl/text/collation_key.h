@@ -18,6 +18,8 @@ class CollationKeys {
 
     // The sort key of a text of at most LONGEST bytes, without NUL characters; valid until the next call. Throws Failure.
     std::string_view key(std::string_view text);
+    // The same of the order for indexes, which takes any bytes.
+    std::string_view dense_key(std::string_view text);
 
   private:
     gl_locale &locale_;
