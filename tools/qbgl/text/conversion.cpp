@@ -11,8 +11,6 @@ namespace {
 
 constexpr const char *PIVOT = "utf8";
 constexpr int LONGEST_CHARACTER = 4;
-// What a chained conversion takes at once: small enough to be walked again character by character.
-constexpr size_t CHAINED_PIECE = 16 << 10;
 
 uint16_t number_of(const std::string &name) { return gl_lc_spec2cs_num(nullptr, name.c_str(), nullptr); }
 
@@ -180,17 +178,10 @@ Opened Conversion::open(const std::string &source, const std::string &target, st
 
     int error = 0;
     std::optional<Stage> first = Stage::open(source_name.c_str(), target_name.c_str(), error);
-    std::optional<Stage> second;
-    if (!first && error == GL_ENOFILE && !has_object(from, to) && has_object(from, pivot) && has_object(pivot, to)) {
-        first = Stage::open(source_name.c_str(), PIVOT, error);
-        if (first) second = Stage::open(PIVOT, target_name.c_str(), error);
-        if (!second) first.reset();
-    } else if (!first && error == GL_ENOFILE && !has_object(from, to)) {
-        return Opened::MISSING;
-    }
+    if (!first && error == GL_ENOFILE && !has_object(from, to)) return Opened::MISSING;
     if (!first) return error == GL_ENOMEM ? Opened::NO_MEMORY : Opened::DAMAGED;
-    const std::string_view newlines = newlines_of(source_name.c_str(), *first, second.has_value() || to == pivot);
-    conversion.reset(new Conversion(source_name, std::move(*first), std::move(second), newlines));
+    const std::string_view newlines = newlines_of(source_name.c_str(), *first, to == pivot);
+    conversion.reset(new Conversion(source_name, std::move(*first), newlines));
     return Opened::CONVERSION;
 }
 
@@ -236,47 +227,7 @@ Outcome Conversion::run_copy(Shift &shift, std::string_view &text, OutputBuffer 
 
 Outcome Conversion::run(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted) {
     if (copies_) return run_copy(shift, text, output);
-    if (!second_) return first_.run(shift.first, text, output, substituted);
-    Outcome outcome = Outcome::DONE;
-    while (outcome == Outcome::DONE && !text.empty()) outcome = run_chained(shift, text, output, substituted);
-    return outcome;
-}
-
-// Converts one piece through both halves. When the second half meets a character that the target lacks, nothing of the piece
-// counts, and it is walked instead.
-Outcome Conversion::run_chained(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted) {
-    if (to_walk_ > 0) return walk(shift, text, output, substituted);
-    const Shift before = shift;
-    const size_t output_before = output.size();
-    std::string_view rest = text.substr(0, CHAINED_PIECE);
-    const size_t piece = rest.size();
-    bool approximate = false;
-    middle_.clear();
-    const Outcome outcome = first_.run(shift.first, rest, middle_, approximate);
-    std::string_view middle = middle_.text();
-    if (second_->run(shift.second, middle, output, approximate) != Outcome::DONE) {
-        shift = before;
-        output.truncate(output_before);
-        to_walk_ = piece;
-        return Outcome::DONE;
-    }
-    substituted = substituted || approximate;
-    const size_t taken = piece - rest.size();
-    const bool cut = piece < text.size() && rest.size() < LONGEST_CHARACTER && taken > 0;
-    text.remove_prefix(taken);
-    return outcome == Outcome::UNREADABLE && cut ? Outcome::DONE : outcome;
-}
-
-Outcome Conversion::walk(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted) {
-    while (to_walk_ > 0 && !text.empty()) {
-        const Step one = step(shift, text, output);
-        const size_t taken = std::max<size_t>(one.length, 1); // what is no character is the caller's to skip, by a byte at least
-        to_walk_ -= std::min(to_walk_, taken);
-        if (one.outcome != Outcome::DONE) return one.outcome;
-        substituted = substituted || one.substituted;
-        text.remove_prefix(taken);
-    }
-    return Outcome::DONE;
+    return first_.run(shift.first, text, output, substituted);
 }
 
 Step Conversion::step(Shift &shift, std::string_view text, OutputBuffer &output) const {
@@ -287,14 +238,11 @@ Step Conversion::step(Shift &shift, std::string_view text, OutputBuffer &output)
     bool substituted = false;
     std::string_view rest = text.substr(0, length);
     middle_.clear();
-    Outcome outcome = first_.run(after.first, rest, second_ || copies_ ? middle_ : output, substituted);
+    const Outcome outcome = first_.run(after.first, rest, copies_ ? middle_ : output, substituted);
     if (copies_ && !(outcome == Outcome::UNMAPPED && is_undefined(text.substr(0, 1)))) {
         output.append(text.substr(0, length));
         return {Outcome::DONE, length, false};
     }
-    std::string_view middle = middle_.text();
-    if (outcome == Outcome::DONE && second_ && second_->run(after.second, middle, output, substituted) != Outcome::DONE)
-        outcome = Outcome::UNMAPPED;
     if (outcome == Outcome::DONE)
         shift = after;
     else
@@ -303,7 +251,7 @@ Step Conversion::step(Shift &shift, std::string_view text, OutputBuffer &output)
 }
 
 void Conversion::close(Shift &shift, OutputBuffer &output) const {
-    if (!copies_) output.append(second_ ? second_->closing_sequence(shift.second) : first_.closing_sequence(shift.first));
+    if (!copies_) output.append(first_.closing_sequence(shift.first));
     shift = {};
 }
 

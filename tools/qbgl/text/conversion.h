@@ -1,5 +1,4 @@
-// A conversion between two codesets, opened from the installation tree: direct, or by way of UTF-8 where the tree holds only the
-// two halves.
+// A conversion between two codesets, opened from the installation tree.
 #pragma once
 
 #include "qbgl.h"
@@ -86,7 +85,7 @@ class Stage {
 };
 
 struct Shift {
-    gl_cv_state first{}, second{};
+    gl_cv_state first{};
 };
 
 // One character of a conversion.
@@ -106,7 +105,6 @@ class Conversion {
     static Opened open_copy(const std::string &codeset, std::unique_ptr<Conversion> &conversion);
 
     const Stage &source() const { return first_; }
-    bool chained() const { return second_.has_value(); }
     // What ends a line of the source: any of these bytes, or the one unit that they are.
     std::string_view newlines() const { return newlines_; }
 
@@ -122,21 +120,15 @@ class Conversion {
     void close(Shift &shift, OutputBuffer &output) const;
 
   private:
-    Conversion(std::string source, Stage first, std::optional<Stage> second, std::string_view newlines)
-        : source_name_(std::move(source)), first_(std::move(first)), second_(std::move(second)), newlines_(newlines) {}
+    Conversion(std::string source, Stage first, std::string_view newlines)
+        : source_name_(std::move(source)), first_(std::move(first)), newlines_(newlines) {}
     Outcome run_copy(Shift &shift, std::string_view &text, OutputBuffer &output);
-    Outcome run_chained(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted);
-    Outcome walk(Shift &shift, std::string_view &text, OutputBuffer &output, bool &substituted);
 
     std::string source_name_;
     mutable std::optional<std::bitset<256>> undefined_; // once it is asked for
     Stage first_;
-    std::optional<Stage> second_;
     std::string_view newlines_;
     bool copies_ = false; // the first stage only tells what is a character
-    // Of a piece whose second half met a character that the target lacks, the bytes that are still to be taken one character at a
-    // time: only so its place in the source is known.
-    size_t to_walk_ = 0;
     mutable OutputBuffer middle_;
 };
 
