@@ -67,7 +67,7 @@ extern "C" {
 /* The version of this header; gl_version tells that of the library in the process. What a version promises about hosts that were
  * built with another one stands in docs/abi.md. */
 #define QBGL_VERSION_MAJOR 1
-#define QBGL_VERSION_MINOR 1
+#define QBGL_VERSION_MINOR 2
 #define QBGL_VERSION_PATCH 0
 #define QBGL_VERSION (QBGL_VERSION_MAJOR * 10000 + QBGL_VERSION_MINOR * 100 + QBGL_VERSION_PATCH)
 
