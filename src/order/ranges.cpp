@@ -20,8 +20,7 @@ struct Tail {
 
     void add(const uint8_t *more, size_t count) {
         count = std::min(count, sizeof bytes - length);
-        memcpy(bytes + length, more, count);
-        length += count;
+        length = static_cast<size_t>(std::copy_n(more, count, bytes + length) - bytes);
     }
     bool begins(const Tail &other) const { return length <= other.length && memcmp(bytes, other.bytes, length) == 0; }
     bool operator<(const Tail &other) const {
@@ -105,8 +104,8 @@ int Ways::write(unsigned char *bounds, int room, int32_t *offsets) {
     for (size_t i = 0; i < 2 * count; ++i) {
         const Tail &tail = tails[i / 2];
         offsets[i] = static_cast<int32_t>(at);
-        if (at != 0) memcpy(bounds + at, bounds, head_);
-        memcpy(bounds + at + head_, tail.bytes, tail.length);
+        if (at != 0) std::copy_n(bounds, head_, bounds + at);
+        std::copy_n(tail.bytes, tail.length, bounds + at + head_);
         at += i % 2 == 0 ? head_ + tail.length : pass_over(bounds + at, head_ + tail.length);
     }
     offsets[2 * count] = static_cast<int32_t>(at);
