@@ -98,7 +98,7 @@ class SecondHalf {
         const void *found = _gl_retrieve_text_multi_limit(text, object_->main_table, utf8.length(), &length, nullptr);
         const auto *const bytes = static_cast<const uint8_t *>(found);
         if (bytes == nullptr || length != utf8.length() || Record(bytes).unmapped()) return false;
-        memcpy(record, bytes, static_cast<size_t>(1 + Record(bytes).length()));
+        memcpy(record, bytes, 1 + static_cast<size_t>(Record(bytes).length()));
         return true;
     }
 

@@ -40,8 +40,10 @@ void free_node(MultiNode *node) {
 }
 
 void free_nodes(gl_multi &table) {
-    if (table.nodes == nullptr) free_node(table.root);
-    for (int32_t i = 0; i < table.node_count; ++i) free_one(table.nodes[i]);
+    if (table.nodes == nullptr)
+        free_node(table.root);
+    else
+        for (int32_t i = 0; i < table.node_count; ++i) free_one(table.nodes[i]);
     _gl_free_ptr(table.nodes);
     table.nodes = nullptr;
     table.node_count = 0;

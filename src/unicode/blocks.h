@@ -9,6 +9,7 @@
 
 #include <bit>
 #include <emmintrin.h>
+#include <initializer_list>
 #include <string.h>
 
 namespace qbgl::unicode {

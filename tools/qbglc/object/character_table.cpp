@@ -9,6 +9,7 @@
 #include <iterator>
 #include <map>
 #include <span>
+#include <tuple>
 
 namespace qbgl::compiler {
 
@@ -88,7 +89,9 @@ class CharacterTableText {
         uint8_t first, last;
         bool continues;
         uint32_t target; // the value, or the node
-        auto operator<=>(const Part &) const = default;
+        bool operator<(const Part &other) const {
+            return std::tie(first, last, continues, target) < std::tie(other.first, other.last, other.continues, other.target);
+        }
     };
     using Node = std::vector<Part>;
 
