@@ -2,22 +2,6 @@
 
 namespace qbgl {
 
-namespace {
-
-// Calls action with the form as a constant.
-template <class Action> auto with_form(UnicodeForm form, Action action) {
-    switch (form) {
-    case UnicodeForm::UTF16LE: return action.template operator()<UnicodeForm::UTF16LE>();
-    case UnicodeForm::UTF16BE: return action.template operator()<UnicodeForm::UTF16BE>();
-    case UnicodeForm::UTF32LE: return action.template operator()<UnicodeForm::UTF32LE>();
-    case UnicodeForm::UTF32BE: return action.template operator()<UnicodeForm::UTF32BE>();
-    case UnicodeForm::UCS2LE: return action.template operator()<UnicodeForm::UCS2LE>();
-    default: return action.template operator()<UnicodeForm::UTF8>();
-    }
-}
-
-} // namespace
-
 UnicodeForm unicode_form(uint16_t codeset) {
     switch (codeset) {
     case 57372: return UnicodeForm::UTF8;
@@ -41,11 +25,11 @@ FormLengths lengths_of(UnicodeForm form) {
 }
 
 Scalar decode(UnicodeForm form, const uint8_t *in, uint32_t remaining) {
-    return with_form(form, [=]<UnicodeForm FORM>() { return decode<FORM>(in, remaining); });
+    return unicode::with_form(form, [=]<UnicodeForm FORM>() { return decode<FORM>(in, remaining); });
 }
 
 int encode(UnicodeForm form, uint32_t code, uint8_t *out) {
-    return with_form(form, [=]<UnicodeForm FORM>() { return encode<FORM>(code, out); });
+    return unicode::with_form(form, [=]<UnicodeForm FORM>() { return encode<FORM>(code, out); });
 }
 
 } // namespace qbgl

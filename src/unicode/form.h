@@ -48,6 +48,18 @@ int encode(UnicodeForm form, uint32_t code, uint8_t *out);
 
 namespace unicode {
 
+// Calls action with a form, which must be one, as a constant.
+template <class Action> auto with_form(UnicodeForm form, Action action) {
+    switch (form) {
+    case UnicodeForm::UTF16LE: return action.template operator()<UnicodeForm::UTF16LE>();
+    case UnicodeForm::UTF16BE: return action.template operator()<UnicodeForm::UTF16BE>();
+    case UnicodeForm::UTF32LE: return action.template operator()<UnicodeForm::UTF32LE>();
+    case UnicodeForm::UTF32BE: return action.template operator()<UnicodeForm::UTF32BE>();
+    case UnicodeForm::UCS2LE: return action.template operator()<UnicodeForm::UCS2LE>();
+    default: return action.template operator()<UnicodeForm::UTF8>();
+    }
+}
+
 constexpr bool is_big_endian(UnicodeForm form) { return form == UnicodeForm::UTF16BE || form == UnicodeForm::UTF32BE; }
 
 // The bytes of a unit; those of UTF-8 are its own.

@@ -75,36 +75,17 @@ template <UnicodeForm SOURCE, UnicodeForm TARGET> Transcoded transcode(Transcode
     return Transcoded::ALL;
 }
 
-template <UnicodeForm SOURCE> Transcoder transcoder_from(UnicodeForm target) {
-    const auto to = []<UnicodeForm TARGET>() -> Transcoder {
-        if constexpr (SOURCE == TARGET)
-            return nullptr;
-        else
-            return transcode<SOURCE, TARGET>;
-    };
-    switch (target) {
-    case UnicodeForm::UTF8: return to.template operator()<UnicodeForm::UTF8>();
-    case UnicodeForm::UTF16LE: return to.template operator()<UnicodeForm::UTF16LE>();
-    case UnicodeForm::UTF16BE: return to.template operator()<UnicodeForm::UTF16BE>();
-    case UnicodeForm::UTF32LE: return to.template operator()<UnicodeForm::UTF32LE>();
-    case UnicodeForm::UTF32BE: return to.template operator()<UnicodeForm::UTF32BE>();
-    case UnicodeForm::UCS2LE: return to.template operator()<UnicodeForm::UCS2LE>();
-    default: return nullptr;
-    }
-}
-
 } // namespace
 
 Transcoder transcoder(UnicodeForm source, UnicodeForm target) {
-    switch (source) {
-    case UnicodeForm::UTF8: return transcoder_from<UnicodeForm::UTF8>(target);
-    case UnicodeForm::UTF16LE: return transcoder_from<UnicodeForm::UTF16LE>(target);
-    case UnicodeForm::UTF16BE: return transcoder_from<UnicodeForm::UTF16BE>(target);
-    case UnicodeForm::UTF32LE: return transcoder_from<UnicodeForm::UTF32LE>(target);
-    case UnicodeForm::UTF32BE: return transcoder_from<UnicodeForm::UTF32BE>(target);
-    case UnicodeForm::UCS2LE: return transcoder_from<UnicodeForm::UCS2LE>(target);
-    default: return nullptr;
-    }
+    return unicode::with_form(source, [target]<UnicodeForm SOURCE>() {
+        return unicode::with_form(target, []<UnicodeForm TARGET>() -> Transcoder {
+            if constexpr (SOURCE == TARGET)
+                return nullptr;
+            else
+                return transcode<SOURCE, TARGET>;
+        });
+    });
 }
 
 float growth(UnicodeForm source, UnicodeForm target) {
