@@ -1,5 +1,5 @@
 // Characters and text of a locale against the platform's functions in its own locale of the same codeset, all in one process on the
-// same text; and what loading a locale costs.
+// same text; and what loading a locale costs, and a further handle by gl_copy_cat.
 //
 //   text_bench --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true
 #include "rows.h"
@@ -334,8 +334,19 @@ void add_loading(const Codeset &codeset) {
     const auto libc = [&codeset](benchmark::State &state) {
         for (auto _ : state) freelocale(bench::load_platform(codeset.platform));
     };
+    const auto copies = [&codeset](benchmark::State &state) {
+        gl_locale *const source = bench::load(codeset.spec);
+        for (auto _ : state) {
+            gl_locale *session = nullptr;
+            gl_create_null_locale_4(&session);
+            if (gl_copy_cat(session, source, GL_CAT_ALL) != 0) state.SkipWithError("no copy");
+            gl_free_nonshared_loc(session);
+        }
+        gl_lc_unload(source);
+    };
     benchmark::RegisterBenchmark((name + "/qbgl").c_str(), ours)->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark((name + "/libc").c_str(), libc)->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark((name + "/copy").c_str(), copies)->Unit(benchmark::kMicrosecond);
 }
 
 } // namespace

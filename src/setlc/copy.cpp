@@ -54,15 +54,14 @@ int share_data(gl_locale *target, gl_locale *source, int category) {
 }
 
 // 0, or -1 with the error number set; the category is shared in any case.
-int copy_category(gl_locale *target, gl_locale *source, int category) {
+int share_category(gl_locale *target, gl_locale *source, int category) {
     gl_free_category(target, category);
     target->shared[category] = 1;
     memcpy(target->codeset_name[category], source->codeset_name[category], sizeof target->codeset_name[category]);
     memcpy(target->locale_name[category], source->locale_name[category], sizeof target->locale_name[category]);
     target->glu_handle[category] = source->glu_handle[category];
     target->glu_flag[category] = source->glu_flag[category];
-    if (share_data(target, source, category) < 0) return -1;
-    return update_locale(target);
+    return share_data(target, source, category) < 0 ? -1 : 0;
 }
 
 } // namespace
@@ -83,10 +82,11 @@ int gl_copy_cat(gl_locale *target, gl_locale *source, int category) {
     }
     ensure_functions(target);
     int result = 0;
-    for (int each = first; each <= last; ++each) {
-        result = copy_category(target, source, each);
-        // Until the last one is copied, a category may still be without the others' codeset.
-        if (result != 0 && get_error(target) != GL_EMIXEDCS) return -1;
-    }
-    return result;
+    for (int each = first; each <= last && result == 0; ++each) result = share_category(target, source, each);
+    // Once, when all are there: before that their codesets differ, and would be looked up to tell so.
+    const int error = get_error(target);
+    const int updated = update_locale(target);
+    if (result == 0) return updated;
+    set_error(target, error);
+    return -1;
 }
