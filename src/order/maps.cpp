@@ -13,7 +13,8 @@ namespace qbgl {
 namespace {
 
 constexpr uint32_t WEIGHTS = WEIGHT_VALUE + 1, SLOTS = 256, LEADS_DISTANCE = 65536, ASCII = 128;
-constexpr uint8_t OF_CHARACTER = 1, OF_ELEMENT = 2;
+constexpr uint8_t OF_CHARACTER = 1, OF_ELEMENT = 2, HAS_SPECIAL = 4; // of a row
+constexpr uint8_t LOOKED_AT = 1, WITHOUT_SPECIAL = 2;                // of a node
 constexpr uint32_t MOST_RUN = 32, MOST_RELATIVE = 64, LEAST_LETTERS = 64;
 constexpr uint32_t ANY_GROUP = UINT32_MAX; // of a letter that can stand beside any
 constexpr uint32_t FIRST_PASS_BYTES = OF_UNKNOWN - FIRST_WEIGHT_BYTE, FURTHER_PASS_BYTES = OF_EITHER - FIRST_WEIGHT_BYTE;
@@ -22,6 +23,10 @@ constexpr uint32_t FIRST_PASS_BYTES = OF_UNKNOWN - FIRST_WEIGHT_BYTE, FURTHER_PA
 struct Range {
     uint32_t least = UINT32_MAX, most = 0;
     uint32_t width() const { return least <= most ? most - least + 1 : 1; }
+    void take(uint32_t character) {
+        least = std::min(least, character);
+        most = std::max(most, character);
+    }
 };
 
 // A weight of a pass, and what the rules say of it.
@@ -30,9 +35,14 @@ struct WeightFacts {
     uint8_t preferred;             // 0, or the number of the block of characters for which it should be one byte
     uint8_t lettered, unlettered;  // a row has it that has a weight in the first pass, or one that has none there
     uint8_t breaks, common, below; // as the flags of its token
-    uint16_t relative;             // its place in its group, where that is enough to tell
-    uint32_t rows;                 // how many have it and nothing else
+    uint8_t relative;              // its place in its group, where that is enough to tell
+    uint16_t rows;                 // how many have it and nothing else
     uint32_t lengths;              // what its rows have in the passes before, + 1
+};
+
+// The weights that an expansion comes to in a pass: the first one, 0 for none, and how many, as far as that can be told in 16 bits.
+struct ExpansionFacts {
+    uint16_t first, count;
 };
 
 // The weights that can stand in one place where the passes before are equal.
@@ -134,8 +144,8 @@ class OrderBuilder {
     bool allocate();
     bool is_utf8() const;
     enum class Scan { FORWARD, BACKWARD };
-    void scan_node(const MultiNode &node, gl_wchar prefix, int length, Scan direction);
-    void scan_code(int pass, uint16_t code, Range characters);
+    bool scan_node(const MultiNode &node, gl_wchar prefix, int length, Scan direction);
+    void scan_expansions();
     void scan_rules();
 
     void collect_facts(int pass);
@@ -148,7 +158,7 @@ class OrderBuilder {
     template <class Chosen> bool count_follows(int pass, int earlier, Chosen is_chosen);
     bool ends_are_told(int pass);
 
-    Bytes bytes_of(int pass) const { return {facts_.get(), count_, ranges_.get() + pass * WEIGHTS, ascii_weights_[pass]}; }
+    Bytes bytes_of(int pass) const { return {facts_.get(), count_, ranges_.get(), ascii_weights_[pass]}; }
     void write_first();
     void write_further(int pass);
     // The tokens of the weights of a region whose first byte is given.
@@ -163,26 +173,31 @@ class OrderBuilder {
         for (uint32_t row = 0; row < maps_.unknown; ++row)
             if (used_[row] != 0) visit(row);
     }
-    // visit(weight, special) for what a row has in a pass.
+    // visit(code, character) for what a row has in a pass; the character is that of an expansion.
+    template <class Visit> void visit_codes(uint32_t row, int pass, Visit visit) const {
+        for_each_weight(maps_, pass, code(row, pass), 0, visit);
+    }
     template <class Visit> void visit_weights(uint32_t row, int pass, Visit visit) const {
-        for_each_weight(maps_, pass, code(row, pass), 0,
-                        [&visit](uint16_t code, gl_wchar) { visit(uint32_t{code} & WEIGHT_VALUE, is_special(code)); });
+        visit_codes(row, pass, [&visit](uint16_t code, gl_wchar) { visit(uint32_t{code} & WEIGHT_VALUE); });
+    }
+    const ExpansionFacts &expansion_facts(int pass, uint16_t code) const {
+        return expansions_[static_cast<uint32_t>(pass) * maps_.expansion_count + (code & WEIGHT_VALUE)];
     }
     uint32_t count_weights(uint32_t row, int pass) const {
-        uint32_t count = 0;
-        visit_weights(row, pass, [&count](uint32_t, bool) { ++count; });
-        return count;
+        const uint16_t of_row = code(row, pass);
+        if (is_expansion(of_row)) return expansion_facts(pass, of_row).count;
+        return of_row != WEIGHT_IGNORED ? 1 : 0;
     }
     // 0 for a row that has none.
     uint32_t first_weight(uint32_t row, int pass) const {
-        uint32_t first = 0;
-        visit_weights(row, pass, [&first](uint32_t weight, bool) { first = first != 0 ? first : weight; });
-        return first;
+        const uint16_t of_row = code(row, pass);
+        if (is_expansion(of_row)) return expansion_facts(pass, of_row).first;
+        return of_row != WEIGHT_IGNORED ? of_row & WEIGHT_VALUE : 0;
     }
     bool is_ignored(uint32_t row, int pass) const { return first_weight(row, pass) == 0; }
     uint32_t count_shown(uint32_t row) const {
         uint32_t count = 0;
-        visit_weights(row, 0, [&](uint32_t weight, bool) { count += hidden_[weight] == 0 ? 1U : 0U; });
+        visit_weights(row, 0, [&](uint32_t weight) { count += hidden_[weight] == 0 ? 1U : 0U; });
         return count;
     }
 
@@ -190,16 +205,19 @@ class OrderBuilder {
     const gl_collation_maps &maps_;
     bool utf8_ = false;
     Owned<uint8_t> used_;                 // by row, of the bits above
-    Owned<uint8_t> seen_;                 // of the character table's listed nodes
-    Owned<Range> row_ranges_;             // the characters of rows
-    uint32_t counts_[GL_MAX_PASSES] = {}; // one more than the greatest weight
-    Owned<Range> ranges_;                 // by pass and weight: the characters of special ones
+    Owned<uint8_t> seen_;                 // of the character table's listed nodes, of the bits above
+    Owned<Range> row_ranges_;             // the characters of rows that have a special weight
+    Owned<ExpansionFacts> expansions_;    // by pass and expansion
+    uint32_t counts_[GL_MAX_PASSES] = {}; // one more than the greatest weight, of the passes up to the one at hand
     uint16_t ascii_weights_[GL_MAX_PASSES][ASCII] = {};
     Owned<WeightFacts> facts_; // of the pass at hand
-    uint32_t count_ = 0;       // of them
+    Owned<Range> ranges_;      // the characters of its special weights
+    uint32_t count_ = 0;       // of its weights
     Owned<int32_t> first_counts_, further_counts_;
-    Owned<uint8_t> hidden_; // weights of the first pass that rows have which the pass at hand ignores
-    Growing<GroupMember> members_;
+    Owned<uint16_t> longer_;     // rows of more than one weight in a pass
+    Owned<uint8_t> hidden_;      // weights of the first pass that rows have which the pass at hand ignores
+    Owned<GroupMember> members_; // and room to sort them
+    Owned<uint32_t> letter_ends_;
     uint32_t member_count_ = 0, most_relative_ = 0;
     bool memory_ = true;
 
@@ -228,18 +246,6 @@ bool OrderBuilder::is_utf8() const {
     return true;
 }
 
-void OrderBuilder::scan_code(int pass, uint16_t code, Range characters) {
-    const auto widen = [&](uint32_t weight, Range by) {
-        Range &range = ranges_[static_cast<uint32_t>(pass) * WEIGHTS + weight];
-        range = {std::min(range.least, by.least), std::max(range.most, by.most)};
-    };
-    if (is_special(code)) widen(code & WEIGHT_VALUE, characters);
-    if (!is_expansion(code)) return;
-    for_each_weight(maps_, pass, code, 0, [&](uint16_t each, gl_wchar character) {
-        if (is_special(each)) widen(each & WEIGHT_VALUE, {linear(character), linear(character)});
-    });
-}
-
 // Whether the first bytes of a sequence can be those of a character of utf8. What else stands in its table carries weights for
 // expansions, and stands in no text.
 bool begins_utf8(gl_wchar prefix, int length) {
@@ -250,48 +256,65 @@ bool begins_utf8(gl_wchar prefix, int length) {
 }
 
 // A node that stands for others is looked at where it stands first: one way, that has the least of its characters, the other way
-// the greatest.
-void OrderBuilder::scan_node(const MultiNode &node, gl_wchar prefix, int length, Scan direction) {
+// the greatest. Returns whether rows with special weights are below it: only their characters matter the other way.
+bool OrderBuilder::scan_node(const MultiNode &node, gl_wchar prefix, int length, Scan direction) {
     const gl_multi &table = *rules_.character_table;
-    if (table.nodes != nullptr && std::exchange(seen_[static_cast<uint32_t>(node.number)], 1) != 0) return;
+    uint8_t *const seen = table.nodes != nullptr ? &seen_[static_cast<uint32_t>(node.number)] : nullptr;
+    if (seen != nullptr && std::exchange(*seen, *seen | LOOKED_AT) != 0) return (*seen & WITHOUT_SPECIAL) == 0;
     const bool continued = utf8_ && length > 1;
     const int begin = continued ? 0x80 : 0, end = utf8_ ? (continued ? 0xC0 : 0xF5) : 256;
+    bool special = false;
     for (int i = begin; i < end; ++i) {
         const auto at = static_cast<uint8_t>(direction == Scan::FORWARD ? i : begin + end - 1 - i);
         const gl_wchar wc = prefix << 8 | at;
         if (node.flags[at] == FLAG_CHILD) {
-            if (!utf8_ || begins_utf8(wc, length)) scan_node(*child_of(node, at), wc, length + 1, direction);
+            if (!utf8_ || begins_utf8(wc, length)) special |= scan_node(*child_of(node, at), wc, length + 1, direction);
         } else if (node.flags[at] == FLAG_END && (!utf8_ || continued || at < ASCII)) {
             uint16_t row;
             memcpy(&row, entry_of(table, node, at), sizeof row);
             used_[row] |= OF_CHARACTER;
-            const uint32_t value = linear(wc);
-            Range &range = row_ranges_[row];
-            range = {std::min(range.least, value), std::max(range.most, value)};
+            if ((used_[row] & HAS_SPECIAL) == 0) continue;
+            special = true;
+            row_ranges_[row].take(linear(wc));
+        }
+    }
+    if (seen != nullptr && !special) *seen |= WITHOUT_SPECIAL;
+    return special;
+}
+
+void OrderBuilder::scan_expansions() {
+    for (int pass = 0; pass < rules_.pass_count; ++pass) {
+        for (uint32_t i = 0; i < maps_.expansion_count; ++i) {
+            ExpansionFacts &facts = expansions_[static_cast<uint32_t>(pass) * maps_.expansion_count + i];
+            facts = {0, 0};
+            for_each_weight(maps_, pass, static_cast<uint16_t>(WEIGHT_EXPANSION | i), 0, [&facts](uint16_t code, gl_wchar) {
+                if (facts.count++ == 0) facts.first = code & WEIGHT_VALUE;
+                if (facts.count == 0) facts.count = UINT16_MAX;
+            });
         }
     }
 }
 
 void OrderBuilder::scan_rules() {
     const gl_multi &table = *rules_.character_table;
+    for (uint32_t row = 0; row < maps_.unknown; ++row) {
+        uint8_t special = 0;
+        for (int pass = 0; pass < rules_.pass_count; ++pass) special |= is_special(code(row, pass)) ? HAS_SPECIAL : 0;
+        used_[row] = special;
+    }
     scan_node(*table.root, 0, 1, Scan::FORWARD);
     if (table.nodes != nullptr) {
-        memset(seen_.get(), 0, static_cast<size_t>(table.node_count));
+        for (int32_t i = 0; i < table.node_count; ++i) seen_[static_cast<uint32_t>(i)] &= WITHOUT_SPECIAL;
         scan_node(*table.root, 0, 1, Scan::BACKWARD);
     }
     for (int32_t i = 0; i < rules_.element_count; ++i) {
         const uint16_t row = rules_.elements[i].row;
         used_[row] |= OF_ELEMENT;
-        Range &range = row_ranges_[row];
-        range = {std::min(range.least, uint32_t{ELEMENT_CHARACTER}), std::max(range.most, uint32_t{ELEMENT_CHARACTER})};
+        row_ranges_[row].take(ELEMENT_CHARACTER);
     }
+    for (uint32_t row = 0; row < maps_.unknown; ++row) used_[row] &= OF_CHARACTER | OF_ELEMENT;
+    scan_expansions();
     for (int pass = 0; pass < rules_.pass_count; ++pass) {
-        uint32_t largest = 1;
-        for_each_row([&](uint32_t row) {
-            scan_code(pass, code(row, pass), row_ranges_[row]);
-            visit_weights(row, pass, [&largest](uint32_t weight, bool) { largest = std::max(largest, weight); });
-        });
-        counts_[pass] = largest + 1;
         for (gl_wchar wc = 0; wc < ASCII; ++wc) {
             const uint32_t row = maps_.row_of(wc);
             if (wc == ELEMENT_CHARACTER || row == maps_.unknown) continue;
@@ -302,19 +325,30 @@ void OrderBuilder::scan_rules() {
 }
 
 void OrderBuilder::collect_facts(int pass) {
-    count_ = counts_[pass];
-    memset(static_cast<void *>(facts_.get()), 0, count_ * sizeof(WeightFacts));
+    memset(static_cast<void *>(facts_.get()), 0, WEIGHTS * sizeof(WeightFacts));
+    std::fill_n(ranges_.get(), WEIGHTS, Range());
+    uint32_t largest = 1;
     for_each_row([&](uint32_t row) {
         const bool lettered = !is_ignored(row, 0);
-        visit_weights(row, pass, [&](uint32_t weight, bool special) {
+        visit_codes(row, pass, [&](uint16_t each, gl_wchar character) {
+            const uint32_t weight = each & WEIGHT_VALUE;
             WeightFacts &fact = facts_[weight];
+            largest = std::max(largest, weight);
             fact.used = 1;
-            fact.special |= special ? 1 : 0;
             (lettered ? fact.lettered : fact.unlettered) = 1;
+            if (!is_special(each)) return;
+            fact.special = 1;
+            if (is_expansion(code(row, pass))) {
+                ranges_[weight].take(linear(character));
+            } else {
+                ranges_[weight].take(row_ranges_[row].least);
+                ranges_[weight].take(row_ranges_[row].most);
+            }
         });
         const uint16_t only = code(row, pass);
         if (is_ordinary(only)) ++facts_[only].rows;
     });
+    count_ = counts_[pass] = largest + 1;
 }
 
 // Letters of the first pass that should be one byte each.
@@ -337,7 +371,7 @@ void OrderBuilder::collect_blocks() {
 void OrderBuilder::find_hidden(int pass) {
     memset(hidden_.get(), 0, WEIGHTS);
     for_each_row([&](uint32_t row) {
-        if (is_ignored(row, pass)) visit_weights(row, 0, [&](uint32_t weight, bool) { hidden_[weight] = 1; });
+        if (is_ignored(row, pass)) visit_weights(row, 0, [&](uint32_t weight) { hidden_[weight] = 1; });
     });
 }
 
@@ -365,7 +399,10 @@ int OrderBuilder::pass_of_case(int pass) const {
 // Notes which letters can stand in one place, and the weights behind which two texts may be at different places of the passes
 // before.
 void OrderBuilder::collect_members(int pass, int earlier) {
-    members_ = Growing<GroupMember>();
+    member_count_ = 0;
+    uint32_t *const ends = letter_ends_.get(); // of each letter's members; those of ANY_GROUP are the last
+    std::fill_n(ends, WEIGHTS + 1, 0);
+    GroupMember *const found = members_.get(), *const sorted = found + maps_.unknown;
     for_each_row([&](uint32_t row) {
         const uint32_t first = first_weight(row, pass);
         if (first == 0) return;
@@ -377,13 +414,15 @@ void OrderBuilder::collect_members(int pass, int earlier) {
         fact.lengths = lengths;
         const uint32_t letter = first_weight(row, 0);
         if (letter == 0) return;
-        const uint32_t group = hidden_[letter] != 0 ? ANY_GROUP : letter << 14 | (earlier > 0 ? first_weight(row, earlier) : 0);
-        memory_ = memory_ && members_.append({group, first});
+        const bool any = hidden_[letter] != 0;
+        found[member_count_++] = {any ? ANY_GROUP : letter << 14 | (earlier > 0 ? first_weight(row, earlier) : 0), first};
+        ++ends[any ? WEIGHTS : letter];
     });
-    if (!memory_ || members_.size() == 0) return;
-    GroupMember *const begin = &members_[0], *const end = begin + members_.size();
-    std::sort(begin, end);
-    member_count_ = static_cast<uint32_t>(std::unique(begin, end) - begin);
+    for (uint32_t letter = 0, end = 0; letter <= WEIGHTS; ++letter) ends[letter] = std::exchange(end, end + ends[letter]);
+    for (uint32_t i = 0; i < member_count_; ++i) sorted[ends[std::min(found[i].group >> 14, WEIGHTS)]++] = found[i];
+    for (uint32_t letter = 0, begin = 0; letter <= WEIGHTS; begin = ends[letter++])
+        if (ends[letter] - begin > 1) std::sort(sorted + begin, sorted + ends[letter]);
+    member_count_ = static_cast<uint32_t>(std::unique_copy(sorted, sorted + member_count_, found) - found);
 }
 
 // Whether the letters of a pass follow from the passes before but for rare ones: then the least of those that can stand in a place
@@ -447,7 +486,7 @@ template <class Chosen> bool OrderBuilder::count_follows(int pass, int earlier, 
     std::fill_n(further_counts_.get(), counts_[earlier], OPEN);
     const auto chosen_of = [&](uint32_t row) {
         int32_t count = 0;
-        visit_weights(row, pass, [&](uint32_t weight, bool) { count += is_chosen(facts_[weight]) ? 1 : 0; });
+        visit_weights(row, pass, [&](uint32_t weight) { count += is_chosen(facts_[weight]) ? 1 : 0; });
         return count;
     };
     const auto said_alone = [this, pass](uint32_t row) { // in the first pass, and in none of the others before
@@ -462,8 +501,8 @@ template <class Chosen> bool OrderBuilder::count_follows(int pass, int earlier, 
     // A row with an open weight settles it: first those that have one, then two, then the others. The rest must be right.
     const auto settle = [&](uint32_t row) {
         int32_t left = chosen_of(row), *open = nullptr;
-        if (earlier > 0) visit_weights(row, 0, [&](uint32_t weight, bool) { left -= first_counts_[weight]; });
-        visit_weights(row, earlier, [&](uint32_t weight, bool) {
+        if (earlier > 0) visit_weights(row, 0, [&](uint32_t weight) { left -= first_counts_[weight]; });
+        visit_weights(row, earlier, [&](uint32_t weight) {
             int32_t &count = further_counts_[weight];
             if (count == OPEN) {
                 count = 0;
@@ -474,15 +513,17 @@ template <class Chosen> bool OrderBuilder::count_follows(int pass, int earlier, 
         if (open != nullptr) *open = left;
         return left == 0 || open != nullptr;
     };
-    for (const uint32_t length : {1U, 2U, 3U}) {
-        for (uint32_t row = 0; row < maps_.unknown; ++row) {
-            if (used_[row] == 0) continue;
-            const uint32_t weights = is_expansion(code(row, earlier))       ? std::min(count_weights(row, earlier), 3U)
-                                     : code(row, earlier) == WEIGHT_IGNORED ? 0
-                                                                            : 1;
-            if ((weights == length || (weights == 0 && length == 1)) && !settle(row)) return false;
-        }
+    uint32_t longer_count = 0;
+    for (uint32_t row = 0; row < maps_.unknown; ++row) {
+        if (used_[row] == 0) continue;
+        if (count_weights(row, earlier) > 1)
+            longer_[longer_count++] = static_cast<uint16_t>(row);
+        else if (!settle(row))
+            return false;
     }
+    for (const bool of_two : {true, false})
+        for (uint32_t i = 0; i < longer_count; ++i)
+            if ((count_weights(longer_[i], earlier) == 2) == of_two && !settle(longer_[i])) return false;
     return true;
 }
 
@@ -516,7 +557,7 @@ void OrderBuilder::write(int pass, OrderToken *tokens, const Bytes &bytes, uint3
             uint32_t said = at;
             if (fact.special != 0) {
                 said = specials_.size() << 8 | specials_.size() >> 8;
-                const uint32_t least = ranges_[static_cast<uint32_t>(pass) * WEIGHTS + weight].least;
+                const uint32_t least = ranges_[weight].least;
                 memory_ = memory_ && specials_.append({least, static_cast<uint16_t>(at), form});
             }
             token.bytes[0] = static_cast<uint8_t>(said >> 8);
@@ -674,15 +715,19 @@ gl_order_maps *OrderBuilder::build() {
     used_ = Owned<uint8_t>::allocate(maps_.unknown);
     seen_ = Owned<uint8_t>::allocate(nodes + 1);
     row_ranges_ = Owned<Range>::allocate(maps_.unknown);
-    ranges_ = Owned<Range>::allocate(passes * WEIGHTS);
+    expansions_ = Owned<ExpansionFacts>::allocate(passes * maps_.expansion_count + 1);
+    ranges_ = Owned<Range>::allocate(WEIGHTS);
     facts_ = Owned<WeightFacts>::allocate(WEIGHTS);
     hidden_ = Owned<uint8_t>::allocate(WEIGHTS);
     first_counts_ = Owned<int32_t>::allocate(WEIGHTS);
     further_counts_ = Owned<int32_t>::allocate(WEIGHTS);
-    if (!used_ || !seen_ || !row_ranges_ || !ranges_ || !facts_ || !hidden_ || !first_counts_ || !further_counts_) return nullptr;
-    memset(used_.get(), 0, maps_.unknown);
+    longer_ = Owned<uint16_t>::allocate(maps_.unknown);
+    members_ = Owned<GroupMember>::allocate(2 * maps_.unknown);
+    letter_ends_ = Owned<uint32_t>::allocate(WEIGHTS + 1);
+    if (!used_ || !seen_ || !row_ranges_ || !expansions_ || !ranges_ || !facts_ || !hidden_ || !first_counts_ || !further_counts_ ||
+        !longer_ || !members_ || !letter_ends_)
+        return nullptr;
     memset(seen_.get(), 0, nodes);
-    std::fill_n(ranges_.get(), passes * WEIGHTS, Range());
     std::fill_n(row_ranges_.get(), maps_.unknown, Range());
     utf8_ = is_utf8();
     scan_rules();
