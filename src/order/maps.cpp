@@ -743,6 +743,9 @@ gl_order_maps *OrderBuilder::build() {
 
 gl_order_maps *build_order_maps(const gl_collate_info &rules) { return OrderBuilder(rules).build(); }
 
-void free_order_maps(const gl_order_maps *maps) { _gl_free_ptr(const_cast<gl_order_maps *>(maps)); }
+void free_order_maps(const gl_order_maps *maps) {
+    if (maps != nullptr && maps->owns_maps) _gl_free_ptr(const_cast<gl_collation_maps *>(maps->maps));
+    _gl_free_ptr(const_cast<gl_order_maps *>(maps));
+}
 
 } // namespace qbgl

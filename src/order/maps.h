@@ -53,6 +53,7 @@ inline constexpr uint8_t OF_EITHER = 0xFF;                  // in a further one
 
 struct gl_order_maps {
     const gl_collation_maps *maps;
+    bool owns_maps;
     int pass_count;
     bool utf8; // the code of a character is its scalar value, not its bytes
     qbgl::OrderPass passes[GL_MAX_PASSES];

@@ -2,7 +2,7 @@
 
 #include "coll/section.h"
 #include "ext/error.h"
-#include "order/maps.h"
+#include "order/raised.h"
 #include "setlc/categories.h"
 #include "setlc/dispatch.h"
 #include "spec/category.h"
@@ -59,12 +59,18 @@ void take_order(const char *line, OrderDigits &order) {
     if (strspn(line + KEY_LENGTH, "0123456789abcdef") == DIGITS) memcpy(order, line + KEY_LENGTH, sizeof order);
 }
 
-// Rules that compare code values, or that no compiler writes, have none.
+// Rules that compare code values have none, and some that no compiler writes.
 bool take_order_maps(gl_locale *locale) {
     const gl_collate_info &rules = locale->collate;
-    if (rules.kind != GL_COLLATION_AS_SPECIFIED || rules.direct != 0 || rules.pass_count == 0 || rules.maps == nullptr) return true;
-    locale->order_maps = build_order_maps(rules);
-    return locale->order_maps != nullptr || fail(locale, GL_ENOMEM, false);
+    if (rules.kind != GL_COLLATION_AS_SPECIFIED || rules.direct != 0 || rules.pass_count == 0) return true;
+    gl_order_maps *maps = nullptr;
+    bool memory = true;
+    if (rules.maps == nullptr)
+        memory = build_raised_order_maps(rules, maps);
+    else
+        memory = (maps = build_order_maps(rules)) != nullptr;
+    locale->order_maps = maps;
+    return memory || fail(locale, GL_ENOMEM, false);
 }
 
 int read_order(FILE *file, gl_locale *locale, const ObjectHeader &header) {

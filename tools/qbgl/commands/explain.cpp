@@ -17,28 +17,26 @@ namespace qbgl {
 
 namespace {
 
-constexpr int THAI = 2, EXTENSION = 3; // kinds of collation
-
 int sign(int order) { return order < 0 ? -1 : order > 0 ? 1 : 0; }
 
 class Explanation {
   public:
     Explanation(const ExplainRequest &request, const Messages &messages, gl_locale &locale)
         : request_(request), messages_(messages), locale_(locale), codeset_(category_codeset(locale, GL_CAT_COLLATE)),
-          view_(codeset_), a_(encoded(request.a, codeset_)), b_(encoded(request.b, codeset_)) {}
+          view_(codeset_), a_(encoded_bytes(request.a, codeset_)), b_(encoded_bytes(request.b, codeset_)) {}
 
     ExitStatus run() {
-        for (const std::string &text : {request_.a, request_.b}) check_known(text);
-        if (locale_.collate.kind == EXTENSION) {
+        if (locale_.collate.kind == GL_COLLATION_EXTENSION) {
             return messages_.fail(ExitStatus::CALL,
                                   "the extension library compares the texts of this locale, and does not tell why",
                                   JsonObject().text("locale", request_.locale));
         }
-        if (locale_.collate.kind == THAI)
+        if (locale_.collate.kind == GL_COLLATION_THAI)
             show_thai_passes();
         else
-            show_passes(wide(a_), wide(b_));
-        const int compared = sign(compare());
+            show_passes(characters(a_), characters(b_));
+        const int compared =
+            gl_order_compare(&locale_, a_.data(), static_cast<int>(a_.size()), b_.data(), static_cast<int>(b_.size()), -1);
         if (compared != order_) {
             return messages_.fail(
                 ExitStatus::SYSTEM,
@@ -54,38 +52,31 @@ class Explanation {
     // A step as it is shown: itself, what it is, its weight.
     using Cells = std::array<std::string, 3>;
 
-    // A character may be one of the codeset's, but newer than the locale's tables.
-    void check_known(std::string_view text) const {
+    // Also of bytes that are none, by NO_CHARACTER.
+    Characters characters(std::string_view text) const {
+        Characters result;
         while (!text.empty()) {
-            const std::string character(text.substr(0, utf8_length(text)));
-            if (wide(encoded(character, codeset_)).empty()) {
-                throw Failure{ExitStatus::CALL,
-                              fmt::format("the locale does not know {}, and so not its place", printable(character)),
-                              JsonObject().text("character", character).text("codeset", codeset_)};
+            gl_wchar wc = 0;
+            int length = gl_mbtowc(&locale_, &wc, text.data(), static_cast<int>(text.size()));
+            if (length <= 0) {
+                length = static_cast<int>(std::min(shortest(), text.size()));
+                wc = NO_CHARACTER;
+                for (int i = 0; i < length; ++i) wc += static_cast<gl_wchar>(static_cast<uint8_t>(text[i])) << 8 * (length - 1 - i);
             }
-            text.remove_prefix(character.size());
+            result.push_back(wc);
+            text.remove_prefix(static_cast<size_t>(length));
         }
-    }
-
-    Characters wide(const std::string &text) const {
-        Characters result(text.size() + 1);
-        if (text.empty()) return {};
-        const auto length = static_cast<int>(text.size());
-        const int count = gl_mbfstowcfs(&locale_, result.data(), text.data(), length, length);
-        result.resize(static_cast<size_t>(std::max(count, 0)));
         return result;
     }
 
-    int compare() const {
-        return gl_mbfscoll(&locale_, a_.data(), static_cast<int>(a_.size()), b_.data(), static_cast<int>(b_.size()));
-    }
+    // Bytes of a character.
+    size_t shortest() const { return static_cast<size_t>(std::max(_gl_multi_min_length(locale_.ctype.codeset_table), 1)); }
 
     std::string bytes(const Characters &characters) const {
-        const auto shortest = static_cast<size_t>(std::max(_gl_multi_min_length(locale_.ctype.codeset_table), 1));
         std::string result;
         for (const gl_wchar character : characters) {
-            size_t length = shortest;
-            while (length < sizeof character && character >> 8 * length != 0) ++length;
+            size_t length = shortest();
+            while (is_character(character) && length < sizeof character && character >> 8 * length != 0) ++length;
             while (length-- > 0) result += static_cast<char>(character >> 8 * length & 0xFF);
         }
         return result;
@@ -113,8 +104,13 @@ class Explanation {
         case StepSort::SPECIAL: return fmt::format("{} code {:X}", step.weight, step.code);
         case StepSort::CODE: return fmt::format("code {:X}", step.code);
         case StepSort::EXPANSION: return "expanded";
-        default: return "unknown: ends the text";
+        default: return unknown(step) + ": behind all weights";
         }
+    }
+
+    static std::string unknown(const WalkStep &step) {
+        if (step.code == 0) return "unknown";
+        return is_character(step.code) ? fmt::format("unknown, code {:X}", step.code) : "no character";
     }
 
     Cells cells(const WalkStep *step) const {
@@ -131,7 +127,8 @@ class Explanation {
         if (!step->of.empty()) result.text("as", hexadecimal(bytes(step->chars)));
         result.text("sort", NAMES[static_cast<size_t>(step->sort)]);
         if (step->sort == StepSort::WEIGHT || step->sort == StepSort::SPECIAL) result.number("weight", step->weight);
-        if (step->sort == StepSort::SPECIAL || step->sort == StepSort::CODE) result.number("code", step->code);
+        if (step->sort == StepSort::SPECIAL || step->sort == StepSort::CODE || step->sort == StepSort::UNKNOWN)
+            result.number("code", step->code);
         return result.str();
     }
 
@@ -166,7 +163,7 @@ class Explanation {
     // The order of Thai dictionaries has no tables to look into: what each pass compares stands in the keys.
     void show_thai_passes() {
         CollationKeys keys(locale_);
-        std::string a(keys.key(a_)), b(keys.key(b_));
+        std::string a(keys.dense_key(a_)), b(keys.dense_key(b_));
         for (size_t pass = 0; order_ == 0 && pass < std::size(THAI_PASSES); ++pass) {
             const std::string name = fmt::format("pass {} ({})", pass + 1, THAI_PASSES[pass]);
             const std::string left = take_pass(a), right = take_pass(b);
@@ -226,7 +223,13 @@ class Explanation {
             return fmt::format("{} has nothing left to compare with {}", quoted(row.a == nullptr ? a_ : b_),
                                shown(row.a == nullptr ? *row.b : *row.a));
         }
-        const bool by_weight = row.a->sort != StepSort::CODE && row.a->weight != row.b->weight;
+        if (row.a->sort == StepSort::UNKNOWN || row.b->sort == StepSort::UNKNOWN) {
+            const auto value = [&](const WalkStep &step) {
+                return step.sort == StepSort::UNKNOWN ? "is " + unknown(step) : fmt::format("has the weight {}", step.weight);
+            };
+            return fmt::format("{} {}, {} {}", shown(*row.a), value(*row.a), shown(*row.b), value(*row.b));
+        }
+        const bool by_weight = row.a->weight != row.b->weight;
         const auto value = [&](const WalkStep &step) {
             return by_weight ? std::to_string(step.weight) : fmt::format("{:X}", step.code);
         };

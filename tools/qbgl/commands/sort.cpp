@@ -5,6 +5,7 @@
 #include "frame/progress.h"
 #include "sort/line_store.h"
 #include "sort/merge.h"
+#include "text/collation_key.h"
 #include "text/encoded.h"
 #include "text/shown_text.h"
 #include "text/text_check.h"
@@ -15,6 +16,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <new>
+#include <optional>
 
 namespace qbgl {
 
@@ -103,8 +105,10 @@ class Sorting {
     Sorting(const SortRequest &request, const Messages &messages, gl_locale &locale)
         : request_(request), messages_(messages), locale_(locale), files_(files_of(request)),
           end_(line_end(locale, request.zero_terminated)), memory_(memory_size(request.memory)), rules_(rules_of(request, locale)),
-          order_(locale, rules_), check_(locale, "do NUL characters end the lines (-z)?") {
-        if (request.keep_bad) rules_.is_bad = [this](std::string_view line) { return !check_.is_sound(line); };
+          order_(locale, rules_) {
+        if (!request.keep_bad && locale.collate.kind != GL_COLLATION_EXTENSION) return;
+        check_.emplace(locale, "do NUL characters end the lines (-z)?");
+        if (request.keep_bad) rules_.is_bad = [this](std::string_view line) { return !check_->is_sound(line); };
     }
 
     ExitStatus check() {
@@ -170,14 +174,20 @@ class Sorting {
             progress.add(count);
             return count;
         };
-        return SortedText(LineReader(source, end_, block()), {[this](std::string_view lines) { return check_.is_sound(lines); },
-                                                              [this, &file](const Line &line) { check(line, file); }});
+        const auto are_sound = [this](std::string_view lines) {
+            return check_ ? check_->is_sound(lines) : lines.size() <= CollationKeys::LONGEST;
+        };
+        return SortedText(LineReader(source, end_, block()), {are_sound, [this, &file](const Line &line) { check(line, file); }});
     }
 
     // A bad line ends the program, or is told of and kept.
     void check(const Line &line, const std::string &file) {
+        if (!check_) {
+            TextCheck::check_length(line, file);
+            return;
+        }
         try {
-            check_(line, file);
+            (*check_)(line, file);
         } catch (const Failure &bad) {
             if (!request_.keep_bad) throw;
             if (++bad_lines_ <= MOST_TOLD) messages_.say("unreadable", bad.sentence, bad.details);
@@ -187,8 +197,8 @@ class Sorting {
     ExitStatus bad_lines() const {
         if (bad_lines_ == 0) return ExitStatus::OK;
         return messages_.fail(ExitStatus::DATA,
-                              fmt::format("{} line{} cannot be compared, and stand{} behind the others", bad_lines_,
-                                          bad_lines_ == 1 ? "" : "s", bad_lines_ == 1 ? "s" : ""),
+                              fmt::format("{} {} no text, and {} behind the others", bad_lines_,
+                                          bad_lines_ == 1 ? "line is" : "lines are", bad_lines_ == 1 ? "stands" : "stand"),
                               JsonObject().number("bad_lines", bad_lines_));
     }
 
@@ -294,7 +304,7 @@ class Sorting {
         request_.temporary_directory.empty() ? TemporaryFile::default_directory() : request_.temporary_directory;
     SortRules rules_;
     SortOrder order_;
-    TextCheck check_;
+    std::optional<TextCheck> check_; // the order takes any bytes: only where bad lines go elsewhere, or the extension orders
     LineStore store_{memory_};
     uint64_t bad_lines_ = 0;
 };

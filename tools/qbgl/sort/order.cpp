@@ -25,13 +25,12 @@ std::string text_of(const char *text) { return text != nullptr ? text : ""; }
 } // namespace
 
 SortOrder::SortOrder(gl_locale &locale, const SortRules &rules)
-    : locale_(locale), rules_(rules), by_text_(is_text_of_line(rules)), point_(text_of(gl_localeconv(&locale)->decimal_point)),
-      separator_(text_of(gl_localeconv(&locale)->thousands_sep)), keys_(locale), cutter_(locale, rules.separator) {
-    constexpr int AS_SPECIFIED = 1;
-    const bool by_rules = locale.collate.kind <= AS_SPECIFIED && locale.collate.direct == 0;
-    const bool by_code_values = locale.collate.kind <= AS_SPECIFIED && locale.collate.direct != 0;
-    collation_ = by_rules ? Collation::BY_RULES : by_code_values ? Collation::BY_CODE_VALUES : Collation::BY_KEYS;
-    if (by_rules) first_pass_ = std::make_unique<FirstPass>(locale);
+    : locale_(locale), rules_(rules), by_text_(is_text_of_line(rules)),
+      by_extension_(locale.collate.kind == GL_COLLATION_EXTENSION), point_(text_of(gl_localeconv(&locale)->decimal_point)),
+      separator_(text_of(gl_localeconv(&locale)->thousands_sep)), keys_(locale), cutter_(locale, rules.separator) {}
+
+std::string_view SortOrder::text_key(std::string_view text) const {
+    return by_extension_ ? keys_.key(text) : keys_.dense_key(text);
 }
 
 // Appends a key in such a way that no other one begins with it: a zero byte becomes 00 FF, and 00 00 ends the key. With all bits
@@ -61,7 +60,7 @@ std::string SortOrder::part_key(std::string_view text, const SortPart &part) con
     case PartOrder::NUMBERS: return number_key(text, point_, separator_);
     case PartOrder::SIZES: return size_key(text, point_, separator_);
     case PartOrder::VERSIONS: return version_key(text);
-    default: return std::string(keys_.key(part.fold ? upper(text) : text));
+    default: return std::string(text_key(part.fold ? upper(text) : text));
     }
 }
 
@@ -72,10 +71,11 @@ std::string_view SortOrder::key(std::string_view line) {
         key_ += bad ? '\1' : '\0';
         if (bad) return key_ += line;
     }
+    if (by_text_ && !rules_.is_bad && !rules_.parts.front().reverse) return text_key(line);
     for (const SortPart &part : rules_.parts) {
         const std::string_view text = cutter_.cut(line, part);
         if (part.order == PartOrder::TEXT && !part.fold)
-            append(keys_.key(text), part.reverse);
+            append(text_key(text), part.reverse);
         else
             append(part_key(text, part), part.reverse);
     }
@@ -83,15 +83,12 @@ std::string_view SortOrder::key(std::string_view line) {
 }
 
 int SortOrder::collate(std::string_view a, std::string_view b) const {
-    if (collation_ == Collation::BY_CODE_VALUES) return a.compare(b);
-    if (collation_ == Collation::BY_KEYS) {
+    if (by_extension_) {
         const std::string key(keys_.key(a));
         return key.compare(keys_.key(b));
     }
-    if (a == b) return 0;
-    if (const int order = first_pass_->compare(a, b); order != 0) return order;
     locale_.error = 0;
-    const int order = gl_mbfscoll(&locale_, a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()));
+    const int order = gl_order_compare(&locale_, a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()), -1);
     if (order == 0 && locale_.error != 0) {
         throw Failure{ExitStatus::SYSTEM, fmt::format("the locale cannot compare two texts: {}", gl_strerror(locale_.error)),
                       JsonObject().number("error", static_cast<unsigned>(locale_.error))};

@@ -3,11 +3,9 @@
 #pragma once
 
 #include "sort/fields.h"
-#include "sort/first_pass.h"
 #include "text/collation_key.h"
 
 #include <functional>
-#include <memory>
 #include <vector>
 
 namespace qbgl {
@@ -31,8 +29,8 @@ class SortOrder {
   public:
     SortOrder(gl_locale &locale, const SortRules &rules);
 
-    // What the parts of a line give, such that keys compare as unsigned bytes; valid until the next call. A line is compared with
-    // some twenty others and more while it is sorted, but transformed once. Throws Failure.
+    // What the parts of a line give, such that keys compare as unsigned bytes, the shorter first; valid until the next call. A line
+    // is compared with some twenty others and more while it is sorted, but transformed once. Throws Failure.
     std::string_view key(std::string_view line);
 
     // The order of lines whose keys are known.
@@ -40,26 +38,23 @@ class SortOrder {
         const int order = a.key.compare(b.key);
         return order != 0 ? order : compare_behind_parts(a.text, b.text);
     }
-    // The same without keys: for lines that are compared once or twice, and are text unless is_bad tells. Throws Failure.
+    // The same without keys: for lines that are compared once or twice. Throws Failure.
     int compare(std::string_view a, std::string_view b) const;
 
   private:
-    // How the locale compares: by code values the text is its own key.
-    enum class Collation { BY_RULES, BY_CODE_VALUES, BY_KEYS };
-
     int compare_behind_parts(std::string_view a, std::string_view b) const;
     int compare_parts(std::string_view a, std::string_view b, const SortPart &part) const;
     int collate(std::string_view a, std::string_view b) const;
+    std::string_view text_key(std::string_view text) const;
     std::string_view upper(std::string_view text) const;
     std::string part_key(std::string_view text, const SortPart &part) const;
     void append(std::string_view key, bool reverse);
 
     gl_locale &locale_;
     const SortRules &rules_;
-    bool by_text_; // the line itself is the only part
-    Collation collation_;
-    std::unique_ptr<FirstPass> first_pass_; // where the locale compares by rules
-    std::string point_, separator_;         // of numbers
+    bool by_text_;                  // the line itself is the only part
+    bool by_extension_;             // the extension library compares, of which only the keys are known
+    std::string point_, separator_; // of numbers
     mutable CollationKeys keys_;
     FieldCutter cutter_;
     mutable std::string text_, upper_;

@@ -21,13 +21,13 @@ struct Unit {
 class Walk {
   public:
     Walk(const gl_collate_info &rules, size_t pass, bool backward)
-        : rules_(rules), weights_(rules.weights[pass]), backward_(backward) {}
+        : rules_(rules), weights_(rules.weights[pass]), first_(pass == 0), backward_(backward) {}
 
     Steps run(const Characters &text) {
         std::vector<Unit> units = split(text);
         if (backward_) std::reverse(units.begin(), units.end());
         for (const Unit &unit : units) {
-            if (!take(unit)) break;
+            if (const std::optional<unsigned> expansion = add(unit, {})) expand(*expansion, unit.chars);
         }
         return std::move(steps_);
     }
@@ -57,48 +57,41 @@ class Walk {
         return {{code}, code, row != nullptr ? std::optional<unsigned>(*row) : std::nullopt};
     }
 
-    // False when the walk ends there.
-    bool take(const Unit &unit) {
-        const std::optional<unsigned> expansion = add(unit, {});
-        return expansion ? expand(*expansion, unit.chars) : steps_.back().sort != StepSort::UNKNOWN;
-    }
-
     // Adds a step. Returns the expansion that it leads to, if it does.
     std::optional<unsigned> add(const Unit &unit, const Characters &of) {
-        const unsigned weight = unit.row ? weights_[*unit.row] : 0;
+        if (!unit.row) {
+            steps_.push_back({StepSort::UNKNOWN, GL_WEIGHT_VALUE + 1, first_ ? unit.code : 0, unit.chars, of});
+            return std::nullopt;
+        }
+        const unsigned weight = weights_[*unit.row];
         const bool expands = (weight & (GL_WEIGHT_SPECIAL | GL_WEIGHT_EXPANSION)) == GL_WEIGHT_EXPANSION;
-        const StepSort sort = !unit.row                           ? StepSort::UNKNOWN
-                              : (weight & GL_WEIGHT_SPECIAL) != 0 ? StepSort::SPECIAL
-                              : expands                           ? StepSort::EXPANSION
-                              : weight == GL_WEIGHT_IGNORED       ? StepSort::IGNORED
-                                                                  : StepSort::WEIGHT;
+        const StepSort sort = (weight & GL_WEIGHT_SPECIAL) != 0 ? StepSort::SPECIAL
+                              : expands                         ? StepSort::EXPANSION
+                              : weight == GL_WEIGHT_IGNORED     ? StepSort::IGNORED
+                                                                : StepSort::WEIGHT;
         steps_.push_back({sort, weight & GL_WEIGHT_VALUE, unit.code, unit.chars, of});
         return expands ? std::optional<unsigned>(weight & GL_WEIGHT_VALUE) : std::nullopt;
     }
 
     // An expansion within an expansion takes the place of what is left of that one; loading has seen to it that this ends.
-    bool expand(unsigned index, const Characters &of) {
+    void expand(unsigned index, const Characters &of) {
         for (std::optional<unsigned> next = index; next;) {
             const gl_expansion &expansion = rules_.expansions[*next];
             Characters chars(expansion.chars, expansion.chars + expansion.count);
             if (backward_) std::reverse(chars.begin(), chars.end());
             next.reset();
-            for (size_t i = 0; i < chars.size() && !next; ++i) {
-                next = add(character(chars[i]), of);
-                if (steps_.back().sort == StepSort::UNKNOWN) return false;
-            }
+            for (size_t i = 0; i < chars.size() && !next; ++i) next = add(character(chars[i]), of);
         }
-        return true;
     }
 
     const gl_collate_info &rules_;
     const uint16_t *weights_;
-    bool backward_;
+    bool first_, backward_;
     Steps steps_;
 };
 
 bool is_compared(const WalkStep *step) {
-    return step != nullptr && (step->sort == StepSort::WEIGHT || step->sort == StepSort::SPECIAL || step->sort == StepSort::CODE);
+    return step != nullptr && step->sort != StepSort::IGNORED && step->sort != StepSort::EXPANSION;
 }
 
 int sign(uint64_t a, uint64_t b) { return a < b ? -1 : a > b ? 1 : 0; }
@@ -106,7 +99,7 @@ int sign(uint64_t a, uint64_t b) { return a < b ? -1 : a > b ? 1 : 0; }
 // Of two compared steps; a text that has ended comes first.
 int compare_steps(const WalkStep *a, const WalkStep *b) {
     if (a == nullptr || b == nullptr) return sign(a != nullptr ? 1 : 0, b != nullptr ? 1 : 0);
-    if (a->sort != StepSort::CODE && a->weight != b->weight) return sign(a->weight, b->weight);
+    if (const int order = sign(a->weight, b->weight); order != 0) return order;
     return a->sort != StepSort::WEIGHT ? sign(a->code, b->code) : 0;
 }
 

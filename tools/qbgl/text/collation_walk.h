@@ -1,4 +1,4 @@
-// How a text is compared, step by step: a plain walk over a locale's rules, for people to see.
+// How a text is compared in the order for indexes, step by step: a plain walk over a locale's rules, for people to see.
 #pragma once
 
 #include "qbgl.h"
@@ -15,7 +15,7 @@ enum class StepSort {
     SPECIAL,   // compared by weight, and where that is equal, by code value
     CODE,      // compared by code value
     EXPANSION, // the steps behind it stand for it
-    UNKNOWN    // not in the rules: the text ends here
+    UNKNOWN    // not in the rules: on the first pass behind all weights, by code value, and alike on the others
 };
 
 struct WalkStep {
@@ -27,6 +27,10 @@ struct WalkStep {
 };
 
 using Steps = std::vector<WalkStep>;
+
+// With the value of a byte, or two where no character has fewer, that are no character: those come behind all characters.
+constexpr gl_wchar NO_CHARACTER = 0xFFFF0000;
+constexpr bool is_character(gl_wchar code) { return code < NO_CHARACTER; }
 
 // The passes of a locale that compares by its rules, or by code values (one pass).
 size_t pass_count(const gl_locale &locale);

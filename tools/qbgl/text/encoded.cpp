@@ -27,9 +27,14 @@ void check_utf8(const std::string &text) {
 
 std::string encoded(const std::string &text, const std::string &codeset) {
     check_utf8(text);
+    return encoded_bytes(text, codeset);
+}
+
+std::string encoded_bytes(const std::string &text, const std::string &codeset) {
     std::unique_ptr<Conversion> conversion;
     const Opened opened = Conversion::open("utf8", codeset, conversion);
     if (opened == Opened::SAME_CODESET) return text;
+    check_utf8(text);
     if (opened != Opened::CONVERSION) {
         throw Failure{ExitStatus::SYSTEM,
                       fmt::format("the installation has no sound conversion from utf8 to {}: `qbglc tree {}` makes all anew",

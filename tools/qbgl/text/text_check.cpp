@@ -41,12 +41,15 @@ TextCheck::TextCheck(gl_locale &locale, std::string nul_remedy) : locale_(locale
     only_nul_is_bad_ = std::find(std::begin(known_) + 1, std::end(known_), false) == std::end(known_);
 }
 
+void TextCheck::check_length(const Line &line, const std::string &file) {
+    if (line.text.size() <= CollationKeys::LONGEST) return;
+    Finding finding{"long", file, {line.number}, {}, fmt::format("a line of {} bytes is too long", line.text.size())};
+    finding.whole_line = true;
+    throw finding.failure();
+}
+
 void TextCheck::operator()(const Line &line, const std::string &file) {
-    if (line.text.size() > CollationKeys::LONGEST) {
-        Finding finding{"long", file, {line.number}, {}, fmt::format("a line of {} bytes is too long", line.text.size())};
-        finding.whole_line = true;
-        throw finding.failure();
-    }
+    check_length(line, file);
     if (!is_sound(line.text)) throw failure(line, file);
 }
 

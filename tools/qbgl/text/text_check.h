@@ -13,6 +13,8 @@ class TextCheck {
 
     // Throws what is the matter with a line of a file: bytes that are no character, or a NUL character within.
     void operator()(const Line &line, const std::string &file);
+    // Throws when a line is too long for a key.
+    static void check_length(const Line &line, const std::string &file);
 
     // Neither of them is in it, and it is not too long for a key.
     bool is_sound(std::string_view text);
