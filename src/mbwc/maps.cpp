@@ -115,6 +115,7 @@ class MapsBuilder {
             maps->plain = plain;
             (shape == TextShape::ONE_OR_TWO ? maps->pairs : maps->triples) = plain;
             find_plain(*maps, plain);
+            maps->pairs_whole = shape == TextShape::CONTINUATION && memchr(plain, 0, 0x800) == nullptr;
         }
         return maps;
     }

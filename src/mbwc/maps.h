@@ -46,6 +46,7 @@ struct CodesetMaps : gl_codeset_maps {
     // Null for OTHER. 65536 bytes, the traits of each character of the lengths that the shape tells: by its value for ONE_OR_TWO,
     // by its continued_bits for CONTINUATION.
     const uint8_t *plain;
+    bool pairs_whole; // CONTINUATION: each byte below 80, and each of C2 to DF with any behind it, is a character
 
     bool has(gl_wchar wc) const {
         const uint32_t page = wc >> 8;

@@ -1,6 +1,7 @@
 // Comparison in the order for indexes.
 #include "coll/thai.h"
 #include "order/code_values.h"
+#include "order/entries.h"
 #include "order/prefix.h"
 #include "order/thai.h"
 #include "order/walk.h"
@@ -63,10 +64,15 @@ Finding compare_first(const gl_locale *locale, const gl_collation_maps &maps, Or
     return 0;
 }
 
+// How many passes are asked for.
+int pass_count_of(const gl_order_maps &rules, int passes) {
+    return passes > 0 ? std::min(passes, rules.pass_count) : rules.pass_count;
+}
+
 int compare_by_rules(const gl_locale *locale, OrderText a, OrderText b, size_t common, int passes) {
     const gl_order_maps &rules = *locale->order_maps;
     const gl_collation_maps &maps = *rules.maps;
-    passes = passes > 0 ? std::min(passes, rules.pass_count) : rules.pass_count;
+    passes = pass_count_of(rules, passes);
     common = safe_prefix(locale, &maps, a, b, common);
     int first = 0;
     if (rules.passes[0].forward) {
@@ -76,6 +82,52 @@ int compare_by_rules(const gl_locale *locale, OrderText a, OrderText b, size_t c
         first = 1;
     }
     return first < passes ? compare_passes(locale, a, b, common, first, passes) : 0;
+}
+
+// From where the entries do not tell all of the first pass.
+[[gnu::noinline]] Finding compare_rest(const gl_locale *locale, OrderText a, OrderText b, const uint8_t *in_a,
+                                       const uint8_t *in_b) {
+    using Source = DecodedUnits<OrderShape::CONTINUATION>;
+    const gl_collation_maps &maps = *locale->order_maps->maps;
+    return compare_pass(OrderWalk(maps, 0, Source(locale, maps, a, static_cast<size_t>(in_a - a.bytes))),
+                        OrderWalk(maps, 0, Source(locale, maps, b, static_cast<size_t>(in_b - b.bytes))));
+}
+
+// Of what two texts of utf8 have in common, as much as ends where units of both do.
+size_t whole_units(OrderText a, OrderText b, size_t common) {
+    const auto continues = [](OrderText text, size_t at) { return at < text.length && is_continuation_byte(text.bytes[at]); };
+    if (continues(a, common) || continues(b, common)) [[unlikely]]
+        while (common > 0 && (continues(a, common) || continues(b, common))) --common;
+    return common;
+}
+
+int compare_by_entries(const gl_locale *locale, const OrderEntries &entries, OrderText a, OrderText b, size_t common, int passes) {
+    const EntryReader reader(locale, entries);
+    common = whole_units(a, b, common);
+    if (reader.may_continue(a.bytes, a.bytes + common)) [[unlikely]]
+        common = safe_prefix(locale, locale->order_maps->maps, a, b, common);
+    const uint8_t *in_a = a.bytes + common, *in_b = b.bytes + common;
+    const uint8_t *const end_a = a.bytes + a.length, *const end_b = b.bytes + b.length;
+    for (;;) {
+        const uint8_t *const from_a = in_a, *const from_b = in_b;
+        const uint32_t x = reader.next_first(in_a, end_a), y = reader.next_first(in_b, end_b);
+        if (x == EntryReader::NONE || y == EntryReader::NONE) [[unlikely]] {
+            const Finding order = compare_rest(locale, a, b, from_a, from_b);
+            if (order != EQUAL) return order < 0 ? -1 : 1;
+            break;
+        }
+        if (x != y) return static_cast<int32_t>(x - y) >> 31 | 1; // either is as likely: no branch
+        if (x == EntryReader::END) break;
+        const OrderText rest_a = {in_a, static_cast<size_t>(end_a - in_a)}, rest_b = {in_b, static_cast<size_t>(end_b - in_b)};
+        const size_t left = std::min(rest_a.length, rest_b.length);
+        const size_t same = whole_units(rest_a, rest_b, common_prefix(in_a, in_b, left));
+        if (reader.may_continue(in_a, in_a + same)) [[unlikely]]
+            continue;
+        in_a += same;
+        in_b += same;
+    }
+    passes = pass_count_of(*locale->order_maps, passes);
+    return passes > 1 ? compare_passes(locale, a, b, common, 1, passes) : 0;
 }
 
 int compare_bytes(OrderText a, OrderText b, size_t common) {
@@ -91,11 +143,14 @@ int gl_order_compare(gl_locale *locale, const char *s1, int len1, const char *s2
     const size_t common = common_prefix(a.bytes, b.bytes, std::min(a.length, b.length));
     if (common == a.length && common == b.length) return 0;
     int order;
-    if (locale != nullptr && locale->order_maps != nullptr)
-        order = compare_by_rules(locale, a, b, common, passes);
-    else if (is_thai_order(locale))
+    if (locale != nullptr && locale->order_maps != nullptr) {
+        const OrderEntries *const entries = order_entries(locale);
+        order = entries != nullptr ? compare_by_entries(locale, *entries, a, b, common, passes)
+                                   : compare_by_rules(locale, a, b, common, passes);
+    } else if (is_thai_order(locale)) {
         order = compare_as_thai(locale, a, b, passes);
-    else
+    } else {
         return compare_code_values(locale, a, b, common);
+    }
     return order != 0 || passes != 0 ? order : compare_bytes(a, b, common);
 }

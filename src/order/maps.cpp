@@ -164,6 +164,7 @@ class OrderBuilder {
     // The tokens of the weights of a region whose first byte is given.
     template <class Member> void write(int pass, OrderToken *tokens, const Bytes &bytes, uint32_t first, Member is_member);
     OrderToken *add_tokens(uint32_t &at);
+    void write_entries(OrderEntries &entries) const;
     gl_order_maps *assemble();
 
     uint16_t code(uint32_t row, int pass) const { return maps_.code_of(row, pass); }
@@ -672,6 +673,32 @@ void OrderBuilder::write_further(int pass) {
     }
 }
 
+void OrderBuilder::write_entries(OrderEntries &entries) const {
+    memset(static_cast<void *>(&entries), 0, sizeof entries);
+    for (uint32_t scalar = 0; scalar < OrderEntries::COUNT; ++scalar) {
+        uint32_t row = maps_.row_of(utf8_character(scalar));
+        const bool begins = row > maps_.unknown;
+        if (begins) row = maps_.starts[row - maps_.unknown - 1].row;
+        const uint16_t of_row = row < maps_.unknown ? code(row, 0) : 0;
+        if (!is_ordinary(of_row) && of_row != WEIGHT_IGNORED) continue;
+        const uint16_t first = of_row == WEIGHT_IGNORED ? FIRST_IGNORED : of_row;
+        entries.firsts[scalar] = static_cast<uint16_t>(first | (begins ? OrderEntries::BEGINS : 0));
+        const OrderToken token = made_.passes[0].tokens[of_row]; // none for WEIGHT_IGNORED
+        const unsigned quiet = made_.quiet[row];
+        entries.of_key[scalar] = {common_runs(quiet), static_cast<uint16_t>(row),           {token.bytes[0], token.bytes[1]},
+                                  token.length,       said_passes(quiet, made_.pass_count), true};
+    }
+    for (int32_t i = 0; i < rules_.element_count; ++i) {
+        const gl_collating_element &element = rules_.elements[i];
+        for (int32_t place = 0; place < element.count; ++place) {
+            const uint32_t scalar = scalar_value(element.chars[place]);
+            if (scalar >= OrderEntries::COUNT || !is_utf8_character(element.chars[place])) continue;
+            if (place > 0) entries.parts[scalar] |= PART_FOLLOWING;
+            if (place + 1 < element.count) entries.parts[scalar] |= PART_CONTINUED;
+        }
+    }
+}
+
 gl_order_maps *OrderBuilder::assemble() {
     const auto passes = static_cast<uint32_t>(rules_.pass_count);
     const uint32_t rows = maps_.unknown + 2;
@@ -679,6 +706,8 @@ gl_order_maps *OrderBuilder::assemble() {
     const auto place = [&size](size_t bytes) { return std::exchange(size, size + (bytes + 3) / 4 * 4); };
     const size_t tokens = place(tokens_.size() * sizeof(OrderToken)), specials = place(specials_.size() * sizeof(OrderSpecial)),
                  ascii = place(passes * ASCII), quiet = place(rows * sizeof(uint16_t));
+    const bool with_entries = utf8_ && is_forward(rules_, 0) && rules_.pass_count <= ENTRY_PASSES;
+    const size_t entries = place(with_entries ? sizeof(OrderEntries) : 0);
     auto *const block = static_cast<uint8_t *>(_gl_alloc_ptr(static_cast<uint32_t>(size)));
     if (block == nullptr) return nullptr;
     auto *const of_rows = reinterpret_cast<uint16_t *>(block + quiet);
@@ -704,6 +733,11 @@ gl_order_maps *OrderBuilder::assemble() {
             if (common && (made.tokens[of_row].flags & TOKEN_BREAKS) == 0) of_rows[row] |= static_cast<uint16_t>(1U << pass);
             if (of_row == WEIGHT_IGNORED) of_rows[row] |= static_cast<uint16_t>(0x100U << pass);
         }
+    }
+    if (with_entries) {
+        auto *const made = reinterpret_cast<OrderEntries *>(block + entries);
+        write_entries(*made);
+        made_.entries = made;
     }
     memcpy(static_cast<void *>(block), &made_, sizeof made_);
     return reinterpret_cast<gl_order_maps *>(block);

@@ -42,6 +42,28 @@ struct OrderPass {
     bool forward;
 };
 
+// What a key says of a character of utf8 below U+0800, when the first pass has one weight of it, or none, in the rules' own form.
+struct OrderEntry {
+    uint32_t runs;    // a byte for each pass behind the first, from the lowest on: 1 when the pass has one common weight alone
+    uint16_t row;     // where no element begins
+    uint8_t bytes[2]; // of the first pass
+    uint8_t length;   // of them
+    uint8_t said;     // bit k: pass k > 0 has something else than one common weight, or nothing
+    bool known;       // false: the general way has to tell
+};
+inline constexpr int ENTRY_PASSES = 1 + sizeof OrderEntry::runs; // entries are made for rules of as many passes at most
+
+// Of the same characters what comparison asks for.
+struct OrderEntries {
+    static constexpr uint32_t COUNT = 0x800;
+    static constexpr uint16_t BEGINS = 0x8000; // an element may begin with the character
+
+    // The ordinary weight in the first pass, FIRST_IGNORED, or 0 where the general way has to tell; and BEGINS.
+    uint16_t firsts[COUNT];
+    uint8_t parts[COUNT]; // PART_CONTINUED, PART_FOLLOWING
+    OrderEntry of_key[COUNT];
+};
+
 inline constexpr gl_wchar ELEMENT_CHARACTER = 1; // what stands for an element's where its weight is special
 
 // The bytes below the first one end passes, of which there are GL_MAX_PASSES, and the bytes of the text behind them.
@@ -60,12 +82,23 @@ struct gl_order_maps {
     const qbgl::OrderSpecial *specials;
     // By row: bit k, k > 0, when pass k has nothing but one common weight of it; bit k + 8 when it has nothing.
     const uint16_t *quiet;
+    const qbgl::OrderEntries *entries; // null where the characters are not those of utf8, or the first pass is backward
 };
 
 namespace qbgl {
 
 // The row of a character that the rules do not have is maps.unknown, that of a byte that is none the next one.
 inline uint32_t row_of_byte(const gl_collation_maps &maps) { return maps.unknown + 1; }
+
+// What `quiet` of a row says, as an entry has it.
+constexpr uint32_t common_runs(unsigned quiet) {
+    uint32_t runs = 0;
+    for (unsigned pass = 1; pass < ENTRY_PASSES; ++pass) runs |= (quiet >> pass & 1) << (8 * (pass - 1));
+    return runs;
+}
+constexpr uint8_t said_passes(unsigned quiet, int pass_count) {
+    return static_cast<uint8_t>(~(quiet | quiet >> 8) & ((1U << pass_count) - 2));
+}
 
 // The scalar value of a character of utf8.
 constexpr uint32_t scalar_value(gl_wchar wc) {
