@@ -26,7 +26,8 @@ struct Language {
     const char *text, *spec;
     bool spaces;
 } const LANGUAGES[] = {{"de", "de_de.utf8", true}, {"fr", "fr_fr.utf8", true},  {"cs", "cs_cz.utf8", true},
-                       {"ru", "ru_ru.utf8", true}, {"ja", "ja_jp.utf8", false}, {"zh_CN", "zh_cn.utf8", false}};
+                       {"ru", "ru_ru.utf8", true}, {"ja", "ja_jp.utf8", false}, {"zh_CN", "zh_cn.utf8", false},
+                       {"ar", "ar_eg.utf8", true}, {"th", "th_th.utf8", false}};
 
 using Strings = std::vector<std::string>;
 unsigned char key[ROOM];

@@ -10,6 +10,7 @@
 #include <map>
 #include <sstream>
 #include <stdexcept>
+#include <string.h>
 
 namespace bench {
 
@@ -72,18 +73,45 @@ std::string manual_pages(const std::string &language, size_t size) {
     return text;
 }
 
+// What programs say, by their message catalogues.
+std::string messages(const std::string &language) {
+    const fs::path folder = fs::path("/usr/share/locale") / language / "LC_MESSAGES";
+    std::vector<fs::path> catalogues;
+    std::error_code none;
+    for (const auto &entry : fs::directory_iterator(folder, none)) catalogues.push_back(entry.path());
+    std::sort(catalogues.begin(), catalogues.end());
+    std::string text;
+    for (const fs::path &path : catalogues) {
+        std::ifstream file(path, std::ios::binary);
+        const std::string catalogue(std::istreambuf_iterator<char>(file), {});
+        const auto number = [&catalogue](size_t at) {
+            uint32_t value = 0;
+            if (at + sizeof value <= catalogue.size()) memcpy(&value, catalogue.data() + at, sizeof value);
+            return size_t{value};
+        };
+        constexpr size_t MAGIC = 0x950412DE, COUNT = 8, TRANSLATIONS = 16, RECORD = 8;
+        for (size_t i = 1; number(0) == MAGIC && i < number(COUNT); ++i) { // the first one is about the catalogue
+            const size_t record = number(TRANSLATIONS) + i * RECORD, place = number(record + 4);
+            if (place < catalogue.size()) text += catalogue.substr(place, number(record)) + '\n';
+        }
+    }
+    std::replace(text.begin(), text.end(), '\0', '\n');
+    return text;
+}
+
 } // namespace
 
 std::string text_of(const std::string &language, size_t size) {
     std::string text = manual_pages(language, size);
     constexpr size_t FEW = 128 << 10;
-    if (text.size() < FEW) {
+    if (text.size() < FEW) text += messages(language);
+    if (text.size() < FEW && EXAMPLES.contains(language)) {
         std::cerr << "few manual pages in " << language << " (package manpages-" << language.substr(0, 2)
                   << "): a short example text is repeated instead, which flatters everybody's branch prediction\n";
         std::ifstream file(fs::path(QBGL_TEXTS) / (EXAMPLES.at(language) + ".txt"));
         text.assign(std::istreambuf_iterator<char>(file), {});
-        if (text.empty()) throw std::runtime_error("no text in " + language);
     }
+    if (text.empty()) throw std::runtime_error("no text in " + language);
     if (language == "en") std::erase_if(text, [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
     const std::string once = text;
     while (text.size() < size) text += once;
