@@ -1415,7 +1415,7 @@ typedef struct gl_equivalence {
 #define GL_PASS_BACKWARD 2 /* what a compiler writes for the latter */
 
 /* gl_collate_info.weights: 1, a weight of 14 bits, the index of an expansion, or a special weight, which orders characters that
- * share it by their code values. */
+ * share it by their code values, or those of some rows by their ranks. */
 #define GL_WEIGHT_IGNORED 1
 #define GL_WEIGHT_VALUE 0x3fff
 #define GL_WEIGHT_EXPANSION 0x4000 /* without GL_WEIGHT_SPECIAL: the bits of GL_WEIGHT_VALUE are an index of the expansions */
@@ -1437,6 +1437,12 @@ typedef struct gl_collate_info {
     int32_t kind;
     const struct gl_collation_maps *maps; /* lookup arrays derived while loading, or null */
 } gl_collate_info;
+
+/* The ranks of characters in the rows 1 to row_count. */
+typedef struct gl_ranks {
+    gl_multi *table; /* 16-bit values; null for no rows */
+    int32_t row_count;
+} gl_ranks;
 
 /* A text in the locale's codeset, ended by four zero bytes, and the same as wide characters. */
 typedef struct gl_text {
@@ -1532,6 +1538,7 @@ struct gl_locale {
     int32_t shared[8];                      /* 1: the category's data belongs to the source of gl_copy_cat */
     char order_fingerprint[17];             /* empty while LC_COLLATE is not loaded */
     const struct gl_order_maps *order_maps; /* of the order for indexes, or null: by code values */
+    gl_ranks ranks;                         /* of collate */
 };
 
 /* Parts of loading, for tools that read objects themselves: the empty state of a record; the section of an object, behind its

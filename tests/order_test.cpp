@@ -86,6 +86,12 @@ class Model {
         return row;
     }
 
+    bool is_ranked(int row) const { return row > 0 && row <= locale_->ranks.row_count; }
+    uint32_t rank_of(gl_wchar wc) const {
+        const void *entry = _gl_retrieve_wchar_multi_nl(nullptr, wc, locale_->ranks.table);
+        return entry != nullptr ? *static_cast<const uint16_t *>(entry) : 0;
+    }
+
     Weights weights(const std::vector<Piece> &pieces, int pass) const {
         const uint32_t beyond = GL_WEIGHT_VALUE + 1;
         std::vector<std::pair<int, gl_wchar>> units; // rows and characters
@@ -123,7 +129,7 @@ class Model {
     void add(Weights &weights, int pass, int row, gl_wchar character, bool forward) const {
         const uint16_t weight = rules_.weights[pass][row];
         if ((weight & GL_WEIGHT_SPECIAL) != 0) {
-            weights.emplace_back(weight & GL_WEIGHT_VALUE, character);
+            weights.emplace_back(weight & GL_WEIGHT_VALUE, is_ranked(row) ? rank_of(character) : character);
         } else if ((weight & GL_WEIGHT_EXPANSION) != 0) {
             const gl_expansion &expansion = rules_.expansions[weight & GL_WEIGHT_VALUE];
             for (int i = 0; i < expansion.count; ++i) {
@@ -306,21 +312,45 @@ TEST_P(OrderOfTree, RangesHoldWhatBeginsWithAPrefix) {
 INSTANTIATE_TEST_SUITE_P(, OrderOfTree,
                          testing::Values("de_de.utf8", "fr_ca.utf8", "fr_ca.8859-1", "cs_cz.utf8", "cs_cz.8859-2", "da_dk.utf8",
                                          "ja_jp.utf8", "ja_jp.sjis", "ja_jp.ujis", "zh_cn.utf8", "zh_cn.gb18030", "zh_tw.big5",
+
                                          "ko_kr.utf8", "th_th.utf8", "th_th.utf8@dict", "hu_hu.8859-2", "ar_eg.utf8",
                                          "hi_in.utf8"));
 
-// Codesets of every shape, by code values and by rules that have a backward pass.
+// Every weight for three characters, the first half of which are told apart by ranks; an element and an expansion among them.
+void add_ranks(Collation &rules) {
+    const auto count = static_cast<unsigned>(rules.places.size()), further = GL_WEIGHT_SPECIAL | count;
+    rules.ranked_rows = count / 2;
+    for (unsigned i = 0; i < count; ++i) {
+        const unsigned weight = 2 + i % (count / 3);
+        rules.rows[i + 1] = {GL_WEIGHT_SPECIAL | weight, i % 4 == 0 ? further : weight};
+        if (i % 5 != 0) rules.ranks.emplace_back(rules.places[i].first, 40000 - i / 2 * 7);
+    }
+    const gl_wchar first = wide(rules.places[0].first), last = wide(rules.places[count - 1].first);
+    rules.elements = {{{first, last}, 1}};
+    rules.expansions = {{first, last, last}};
+    rules.rows[count] = {GL_WEIGHT_SPECIAL | 2U, further};
+    rules.rows[count - 1][0] = GL_WEIGHT_EXPANSION;
+}
+
+// Codesets of every shape, by code values, and by rules that have a backward pass.
 TEST(Order, HoldsInEveryShapeOfCodeset) {
+    enum class By { CODE_VALUES, WEIGHTS, RANKS };
     for (const Codeset &codeset : {single_byte_codeset(), sjis_codeset(), eucjp_codeset(), utf8_codeset(), two_byte_codeset(),
                                    euctw_codeset(), gb18030_codeset()})
-        for (const bool direct : {false, true}) {
-            SCOPED_TRACE(codeset.name + (direct ? ", code values" : ", rules"));
+        for (const By by : {By::CODE_VALUES, By::WEIGHTS, By::RANKS}) {
+            SCOPED_TRACE(codeset.name + ", " + std::to_string(static_cast<int>(by)));
             Collation rules = Collation::in_order(codeset, {1, 2});
             rules.rows[0].assign(2, GL_WEIGHT_SPECIAL | (rules.rows.size() + 1)); // of what has no other row
-            rules.direct = direct;
-            const Locale locale = load_locale(LocaleObject(codeset, rules.text()));
+            rules.direct = by == By::CODE_VALUES;
+            if (by == By::RANKS) add_ranks(rules);
+            const LocaleObject object(codeset, rules.text());
+            if (by == By::RANKS && codeset.name == single_byte_codeset().name) {
+                EXPECT_EQ(load_locale(object)->error, GL_EBADFILE);
+                continue;
+            }
+            const Locale locale = load_locale(object);
             ASSERT_EQ(locale->error, 0);
-            ASSERT_EQ(locale->order_maps == nullptr, direct);
+            ASSERT_EQ(locale->order_maps == nullptr, by == By::CODE_VALUES);
             check_pairs(locale.get(), 700);
         }
 }

@@ -154,6 +154,15 @@ TEST(Collation, IsReadWithItsChecks) {
                      "30002=>30006", "30002=>00002", "\n20000=>\n00000", "40014001=>40024001", "\n00010002\n=>\n00010002 \n"}},
                    {21, {"as_specified\n2=>as_specified\n5"}},
                    {1, {"30002" + hex('A', 8) + "=>30002" + hex('B', 8)}}});
+    Collation ranked = some_rules(), direct = some_rules(true);
+    ranked.rows[0] = {0x8008, 1};
+    ranked.ranked_rows = direct.ranked_rows = 2;
+    ranked.ranks = direct.ranks = {{"A", 7}, {"\x81\x40", 3}};
+    expect_errors(GL_CAT_COLLATE, small_codeset(), ranked.text(),
+                  {{0, {"=>"}},
+                   {11,
+                    {"as_ranked=>as_specified", "\n2\n0\n5=>\n0\n0\n5", "\n2\n0\n5=>\n6\n0\n5", "\n2\n0\n5=>\n2 \n0\n5",
+                     "80080001=>00000001", ranked.text() + "=>" + direct.text()}}});
 }
 
 TEST(Collation, OtherKinds) {

@@ -1,6 +1,6 @@
 #include "coll/fingerprint.h"
 
-#include "multi/table.h"
+#include "coll/rules.h"
 #include "qbnxdl/served.h"
 
 #include <span>
@@ -29,17 +29,15 @@ class Hash {
     uint64_t value_ = 0xCBF29CE484222325;
 };
 
-// The characters below a node, with their rows.
+// The characters below a node, with their rows or ranks.
 void add_characters(Hash &hash, const gl_multi &table, const MultiNode &node, uint32_t leading) {
     for (uint32_t byte = 0; byte < 256; ++byte) {
         const auto at = static_cast<uint8_t>(byte);
         if (node.flags[at] == FLAG_CHILD) {
             add_characters(hash, table, *child_of(node, at), leading << 8 | byte);
         } else if (node.flags[at] == FLAG_END) {
-            uint16_t row;
-            memcpy(&row, entry_of(table, node, at), sizeof row);
             hash.add(leading << 8 | byte);
-            hash.add(row);
+            hash.add(value_at(entry_of(table, node, at)));
         }
     }
 }
@@ -70,6 +68,10 @@ void qbgl::fingerprint_of_rules(const gl_locale *locale, OrderDigits &digits) {
     hash.add(std::span<const char>(codeset, strlen(codeset)));
     if (info.character_table != nullptr) add_characters(hash, *info.character_table, *info.character_table->root, 0);
     add_rules(hash, info);
+    if (const gl_ranks &ranks = locale->ranks; ranks.row_count > 0) {
+        hash.add(static_cast<uint32_t>(ranks.row_count));
+        add_characters(hash, *ranks.table, *ranks.table->root, 0);
+    }
     snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash.value()));
 }
 

@@ -21,15 +21,16 @@ int32_t row_in(const gl_multi &table, gl_wchar wc) {
     return entry != nullptr ? value_at(entry) : -1;
 }
 
-// Visits the weights of an expansion's characters in the order of the pass, until one ends it: a character without a row, or
-// another expansion. Returns that one's index, or -1.
-template <class Visit> int32_t walk_expansion(const gl_collate_info &info, int pass, int32_t expansion, Visit visit) {
+// Visits the weights of an expansion's characters in the order of the pass, and what tells special ones apart, until one ends it:
+// a character without a row, or another expansion. Returns that one's index, or -1.
+template <class Visit>
+int32_t walk_expansion(const gl_collate_info &info, const gl_ranks &ranks, int pass, int32_t expansion, Visit visit) {
     const gl_expansion &characters = info.expansions[expansion];
     for (int32_t i = 0; i < characters.count; ++i) {
         const gl_wchar wc = characters.chars[is_forward(info, pass) ? i : characters.count - 1 - i];
         const int32_t row = row_in(*info.character_table, wc);
         const uint16_t weight = row < 0 ? CODE_UNKNOWN : info.weights[pass][row];
-        visit(weight, wc, row < 0);
+        visit(weight, row < 0 ? wc : told_by(ranks, static_cast<uint32_t>(row), wc), row < 0);
         if (row < 0) return -1;
         if (is_expansion(weight)) return weight & WEIGHT_VALUE;
     }
@@ -38,8 +39,8 @@ template <class Visit> int32_t walk_expansion(const gl_collate_info &info, int p
 
 class MapsBuilder {
   public:
-    explicit MapsBuilder(const gl_collate_info &info)
-        : info_(info), table_(*info.character_table), unknown_(static_cast<uint32_t>(info.row_count) + 1) {}
+    MapsBuilder(const gl_collate_info &info, const gl_ranks &ranks)
+        : info_(info), ranks_(ranks), table_(*info.character_table), unknown_(static_cast<uint32_t>(info.row_count) + 1) {}
 
     // False when memory is out, or for rules that the arrays cannot hold.
     bool collect() {
@@ -165,10 +166,11 @@ class MapsBuilder {
             for (int32_t expansion = 0; expansion < info_.expansion_count; ++expansion) {
                 if (!lists_.append(items_.size())) return false;
                 bool memory = true;
-                const int32_t successor = walk_expansion(info_, pass, expansion, [&](uint16_t weight, gl_wchar wc, bool unknown) {
-                    if (unknown) misfit();
-                    if (weight != WEIGHT_IGNORED) memory = memory && items_.append({code_of(weight), wc});
-                });
+                const int32_t successor =
+                    walk_expansion(info_, ranks_, pass, expansion, [&](uint16_t weight, gl_wchar wc, bool unknown) {
+                        if (unknown) misfit();
+                        if (weight != WEIGHT_IGNORED) memory = memory && items_.append({code_of(weight), wc});
+                    });
                 if (!fits_ || !memory || (successor < 0 && !items_.append({CODE_END, 0}))) return false;
             }
         }
@@ -185,6 +187,7 @@ class MapsBuilder {
     }
 
     const gl_collate_info &info_;
+    const gl_ranks ranks_;
     const gl_multi &table_;
     const uint32_t unknown_;
     bool fits_ = true;
@@ -257,6 +260,7 @@ gl_collation_maps *MapsBuilder::assemble() const {
     memcpy(maps.tops, tops_, sizeof tops_);
     memcpy(maps.parts, parts_, sizeof parts_);
     maps.table = &table_;
+    maps.ranks = ranks_;
     maps.elements = info_.elements;
     maps.expansion_count = static_cast<uint32_t>(info_.expansion_count);
     maps.start_count = starts_.size();
@@ -303,7 +307,7 @@ bool expansions_end(gl_locale *locale) {
             auto at = static_cast<int32_t>(first);
             while (at >= 0 && seen[static_cast<uint32_t>(at)] == 0) {
                 seen[static_cast<uint32_t>(at)] = first + 1;
-                at = walk_expansion(info, pass, at, [](uint16_t, gl_wchar, bool) {});
+                at = walk_expansion(info, locale->ranks, pass, at, [](uint16_t, gl_wchar, bool) {});
             }
             if (at < 0 || seen[static_cast<uint32_t>(at)] != first + 1) continue;
             set_error(locale, GL_EBADFILE);
@@ -313,8 +317,8 @@ bool expansions_end(gl_locale *locale) {
     return true;
 }
 
-bool build_collation_maps(const gl_collate_info &info, gl_collation_maps *&maps) {
-    MapsBuilder builder(info);
+bool build_collation_maps(const gl_collate_info &info, const gl_ranks &ranks, gl_collation_maps *&maps) {
+    MapsBuilder builder(info, ranks);
     maps = builder.collect() ? builder.assemble() : nullptr;
     return maps != nullptr || !builder.fits();
 }

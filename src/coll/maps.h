@@ -69,6 +69,7 @@ struct gl_collation_maps {
     const uint16_t *mids; // by the next ten bits: number of 64 rows
     const uint16_t *rows;
     const gl_multi *table;
+    gl_ranks ranks;
 
     // Of one-byte characters: pass << 8 | byte, and behind those of all passes the same once more. The first ones take no notice of
     // elements, in the second ones the characters that begin elements have CODE_ELEMENT.
@@ -98,6 +99,9 @@ struct gl_collation_maps {
         return rows[mids[tops[wc >> 16] << 10 | (wc >> 6 & 0x3FF)] << 6 | (wc & 63)];
     }
     uint16_t code_of(uint32_t row, int pass) const { return codes[row << shift | static_cast<uint32_t>(pass)]; }
+    // What tells a character apart from others with its special weight.
+    gl_wchar told_by(uint32_t row, gl_wchar wc) const { return qbgl::told_by(ranks, row, wc); }
+    gl_wchar told_by(gl_wchar wc) const { return ranks.row_count == 0 ? wc : told_by(row_of(wc), wc); }
     // Whether an element may go on behind a character.
     bool may_continue(gl_wchar wc) const {
         const qbgl::PartBit bit(wc);
@@ -126,6 +130,6 @@ bool expansions_end(gl_locale *locale);
 // Builds the arrays of rules whose tables are read: one block of memory. False when memory is out. Null for rules that no compiler
 // writes: more of anything than the arrays can number, weights of 0, special weights that ordinary ones share, unknown characters
 // in expansions or at the beginning of elements, single bytes as elements. Then the tables alone serve.
-bool build_collation_maps(const gl_collate_info &info, gl_collation_maps *&maps);
+bool build_collation_maps(const gl_collate_info &info, const gl_ranks &ranks, gl_collation_maps *&maps);
 
 } // namespace qbgl

@@ -19,8 +19,8 @@ namespace {
     return compare_wide(locale, text1.span(), text2.span());
 }
 
-// A weight of the first pass that nothing can change, and the character that decides between two special ones; END_OF_TEXT, or 0
-// for what takes a walker to say.
+// A weight of the first pass that nothing can change, and what decides between two special ones; END_OF_TEXT, or 0 for what takes a
+// walker to say.
 struct FirstWeight {
     uint16_t code;
     gl_wchar character;
@@ -32,29 +32,34 @@ bool is_less(FirstWeight x, FirstWeight y) {
     return y.code != END_OF_TEXT && (x.code == END_OF_TEXT || (x.code & WEIGHT_VALUE) < (y.code & WEIGHT_VALUE));
 }
 
-uint16_t deciding(uint16_t code) { return is_ordinary(code) || is_special(code) ? code : 0; }
+FirstWeight deciding(const gl_collation_maps &maps, uint32_t row, gl_wchar wc) {
+    const uint16_t code = maps.code_of(row, 0);
+    if (is_special(code)) return {code, maps.told_by(row, wc)};
+    return {is_ordinary(code) ? code : uint16_t{0}, wc};
+}
 
-uint16_t deciding_code(const gl_collation_maps &maps, gl_wchar wc) { return deciding(maps.code_of(maps.row_of(wc), 0)); }
+FirstWeight deciding(const gl_collation_maps &maps, gl_wchar wc) { return deciding(maps, maps.row_of(wc), wc); }
 
 // The same for a character that may begin elements: its own, when what follows it is in none of them. `in` is behind it.
-template <TextShape SHAPE> uint16_t deciding_code(const gl_collation_maps &maps, gl_wchar wc, Reader<SHAPE> in) {
+template <TextShape SHAPE> FirstWeight deciding(const gl_collation_maps &maps, gl_wchar wc, Reader<SHAPE> in) {
     const uint32_t row = maps.row_of(wc);
-    if (row <= maps.unknown) return deciding_code(maps, wc);
+    if (row <= maps.unknown) return deciding(maps, row, wc);
     const ElementStart &start = maps.starts[row - maps.unknown - 1];
     gl_wchar follower = 0;
     const bool followed = !in.ended() && in.next(follower);
     for (uint32_t i = start.candidates; i < start.candidate_end; ++i) {
         const gl_collating_element &element = maps.elements[maps.candidates[i]];
-        if (element.count == 1 || (followed && element.chars[1] == follower)) return 0;
+        if (element.count == 1 || (followed && element.chars[1] == follower)) return {0, wc};
     }
-    return deciding(maps.code_of(start.row, 0));
+    return deciding(maps, start.row, wc);
 }
 
 template <TextShape SHAPE> bool read_first_weight(const gl_collation_maps &maps, Reader<SHAPE> &in, FirstWeight &weight) {
     weight = {END_OF_TEXT, 0};
     if (in.ended()) return true;
-    if (!in.next(weight.character)) return false;
-    weight.code = deciding_code(maps, weight.character, in);
+    gl_wchar wc;
+    if (!in.next(wc)) return false;
+    weight = deciding(maps, wc, in);
     return true;
 }
 
@@ -99,8 +104,7 @@ FirstPass collate_pairs(const gl_collation_maps &maps, Text a, Text b, size_t co
     const auto character_at = [](Text text, size_t at) { return gl_wchar{text.bytes[at]} << 8 | text.bytes[at + 1]; };
     const auto weight_at = [&](size_t at, Text text) -> FirstWeight {
         if (at == text.length) return {END_OF_TEXT, 0};
-        const gl_wchar wc = character_at(text, at);
-        return {deciding_code(maps, wc), wc};
+        return deciding(maps, character_at(text, at));
     };
     const size_t different = common - common % 2;
     for (size_t at = 0; at < different; at += 2)

@@ -30,7 +30,7 @@ bool Rows::build(const gl_collation_maps &maps, WideSpan span) {
             const gl_collating_element *element = maps.element_at(start, span.text + at, static_cast<ptrdiff_t>(length - at));
             row = element != nullptr ? element->row : start.row;
             if (element != nullptr) {
-                characters[count] = 1;
+                characters[count] = ELEMENT_CHARACTER;
                 at += static_cast<uint32_t>(element->count) - 1;
             }
         }

@@ -1,7 +1,9 @@
 // The section of LC_COLLATE:
 //
-//   as_specified, or thai_smo        nothing else stands in a section of the latter
+//   as_specified, as_ranked, or thai_smo: nothing else stands in a section of the last
 //   character table: a row for each character
+//   rank table: a rank for each character of a ranked row, and
+//   RANKED                           how many rows are ranked, from the row 1 on: both for as_ranked only
 //   DIRECT
 //   ROWS PASSES ELEMENTS EXPANSIONS FIFTH
 //   DIRECTIONS                       four hexadecimal digits for each pass
@@ -28,7 +30,7 @@ constexpr long MOST_EXPANSIONS = WEIGHT_VALUE + 1;
 
 bool end_line(gl_locale *locale, ByteReader &in) { return in.skip_newline() || fail(locale, GL_EBADFILE, false); }
 
-enum class Mode { AS_SPECIFIED, THAI, FAILED };
+enum class Mode { AS_SPECIFIED, AS_RANKED, THAI, FAILED };
 
 Mode read_mode(FILE *file, gl_locale *locale) {
     char line[MODE_LINE_SIZE];
@@ -36,9 +38,10 @@ Mode read_mode(FILE *file, gl_locale *locale) {
         set_error(locale, GL_EBADFILE);
         return Mode::FAILED;
     }
-    if (strcmp(line, "as_specified\n") == 0) {
+    for (const Mode mode : {Mode::AS_SPECIFIED, Mode::AS_RANKED}) {
+        if (strcmp(line, mode == Mode::AS_RANKED ? "as_ranked\n" : "as_specified\n") != 0) continue;
         locale->collate.kind = GL_COLLATION_AS_SPECIFIED;
-        return Mode::AS_SPECIFIED;
+        return mode;
     }
     if (strcmp(line, "thai_smo\n") == 0) {
         locale->collate.kind = GL_COLLATION_THAI;
@@ -76,6 +79,15 @@ bool read_weight_counts(gl_locale *locale, ByteReader &in, int32_t &element_coun
     element_count = static_cast<int32_t>(elements);
     expansion_count = static_cast<int32_t>(expansions);
     return values_within(*info.character_table, static_cast<unsigned>(rows)) || fail(locale, GL_EBADFILE, false);
+}
+
+bool read_ranks(gl_locale *locale, ByteReader &in) {
+    if (read_character_table(in, locale, locale->ranks.table) != 0) return false;
+    const long rows = in.integer();
+    if (!end_line(locale, in)) return false;
+    if (rows < 1 || rows > MOST_ROWS) return fail(locale, GL_EBADFILE, false);
+    locale->ranks.row_count = static_cast<int32_t>(rows);
+    return true;
 }
 
 bool read_directions(gl_locale *locale, ByteReader &in) {
@@ -183,9 +195,18 @@ bool build_maps(gl_locale *locale) {
     gl_collate_info &info = locale->collate;
     if (info.direct != 0 || info.pass_count == 0) return true;
     gl_collation_maps *maps = nullptr;
-    if (!build_collation_maps(info, maps)) return fail(locale, GL_ENOMEM, false); // the order for indexes must not depend on it
+    if (!build_collation_maps(info, locale->ranks, maps))
+        return fail(locale, GL_ENOMEM, false); // the order for indexes must not depend on it
     info.maps = maps;
     return true;
+}
+
+// The walks without lookup arrays, and those by bytes, know no ranks: a codeset of single bytes has weights enough.
+bool ranks_fit(gl_locale *locale) {
+    const gl_collate_info &info = locale->collate;
+    if (locale->ranks.row_count == 0) return true;
+    const bool fit = locale->ranks.row_count <= info.row_count && info.maps != nullptr && info.character_table->max_length > 1;
+    return fit || fail(locale, GL_EBADFILE, false);
 }
 
 bool read_body(gl_locale *locale, ByteReader &in) {
@@ -193,19 +214,18 @@ bool read_body(gl_locale *locale, ByteReader &in) {
     locale->collate.direct = static_cast<int32_t>(in.integer());
     return end_line(locale, in) && read_weight_counts(locale, in, element_count, expansion_count) && read_directions(locale, in) &&
            read_elements(locale, in, element_count) && read_expansions(locale, in, expansion_count) && read_rows(locale, in) &&
-           expansions_end(locale) && build_lists(locale) && build_candidates(locale) && build_maps(locale);
+           expansions_end(locale) && build_lists(locale) && build_candidates(locale) && build_maps(locale) && ranks_fit(locale);
 }
 
 } // namespace
 
 int qbgl::read_collate(FILE *file, gl_locale *locale) {
-    switch (read_mode(file, locale)) {
-    case Mode::THAI: return 0;
-    case Mode::FAILED: return -1;
-    case Mode::AS_SPECIFIED: break;
-    }
+    const Mode mode = read_mode(file, locale);
+    if (mode == Mode::THAI) return 0;
+    if (mode == Mode::FAILED) return -1;
     ByteReader in(file);
     if (const int result = read_character_table(in, locale, locale->collate.character_table); result != 0) return result;
+    if (mode == Mode::AS_RANKED && !read_ranks(locale, in)) return -1;
     return read_body(locale, in) ? 0 : -1;
 }
 
@@ -221,6 +241,7 @@ void qbgl::free_collate(gl_locale *locale) {
     _gl_free_ptr(info.element_candidates);
     _gl_free_ptr(const_cast<gl_collation_maps *>(info.maps));
     info = {};
+    _gl_free_multi(std::exchange(locale->ranks, {}).table);
     _gl_free_ptr(std::exchange(locale->all_one, nullptr));
     _gl_free_ptr(std::exchange(locale->equivalence, nullptr));
 }

@@ -48,7 +48,7 @@ bool TableWalk::choose(uint32_t &row, gl_wchar &character) {
         index_ += step_;
         if (index_ < 0 || index_ == expansion_->count) expansion_ = nullptr;
     } else if (const gl_collating_element *element = elements_.at(at_)) {
-        character = 1;
+        character = ELEMENT_CHARACTER;
         consumed_ = element->count;
         row = element->row;
         return true;

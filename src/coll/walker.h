@@ -9,7 +9,7 @@
 namespace qbgl {
 
 // Text of a single-byte codeset. A text knows the code of what stands at a place, the bytes of an ordinary one's weight in a key
-// (1 for an ignored one, 0 for any other), and the character.
+// (1 for an ignored one, 0 for any other), and what tells special ones apart.
 struct ByteText {
     using Unit = uint8_t;
 
@@ -33,7 +33,7 @@ struct CharacterText {
     CharacterText(const gl_collation_maps &of, int in_pass) : maps(&of), pass(in_pass) {}
 
     uint16_t code(const gl_wchar *at) const { return maps->code_of(maps->row_of(*at), pass); }
-    gl_wchar character(const gl_wchar *at) const { return *at; }
+    gl_wchar character(const gl_wchar *at) const { return maps->told_by(*at); }
 
     const gl_collation_maps *maps;
     int pass;
@@ -43,12 +43,13 @@ struct CharacterText {
 struct RowText {
     using Unit = uint16_t;
 
-    RowText(const gl_collation_maps &maps, int pass, const uint16_t *first_row, const gl_wchar *of_rows)
-        : codes(maps.codes + pass), shift(maps.shift), rows(first_row), characters(of_rows) {}
+    RowText(const gl_collation_maps &of, int pass, const uint16_t *first_row, const gl_wchar *of_rows)
+        : maps(&of), codes(of.codes + pass), shift(of.shift), rows(first_row), characters(of_rows) {}
 
     uint16_t code(const uint16_t *at) const { return codes[*at << shift]; }
-    gl_wchar character(const uint16_t *at) const { return characters[at - rows]; }
+    gl_wchar character(const uint16_t *at) const { return maps->told_by(*at, characters[at - rows]); }
 
+    const gl_collation_maps *maps;
     const uint16_t *codes;
     uint32_t shift;
     const uint16_t *rows;
@@ -93,7 +94,7 @@ template <class Text, bool BACKWARD, bool EXPANSIONS, bool ELEMENTS> class Walke
         return CODE_END;
     }
 
-    // Of the special weight found last.
+    // Of the special weight found last, or its rank.
     gl_wchar character() const { return character_; }
 
     // Writes all weights of the pass into a key.
@@ -127,7 +128,7 @@ template <class Text, bool BACKWARD, bool EXPANSIONS, bool ELEMENTS> class Walke
         const gl_collating_element *element = maps_.element_at(start, place, end_ - place);
         if (element == nullptr) return maps_.code_of(start.row, pass_);
         at_ = place + element->count;
-        character_ = 1;
+        character_ = maps_.told_by(element->row, ELEMENT_CHARACTER);
         return maps_.code_of(element->row, pass_);
     }
 

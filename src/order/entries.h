@@ -19,8 +19,8 @@ class EntryReader {
         : entries_(entries), plain_(maps_of(locale)->plain), maps_(*locale->order_maps->maps) {}
 
     // What the next unit that has a weight in the first pass compares by, `in` coming to stand behind it: the weight above, and the
-    // scalar value of a special one below. END is less than any; NONE says that the general way has to tell, and leaves `in` before
-    // the unit.
+    // scalar value or the rank of a special one below. END is less than any; NONE says that the general way has to tell, and leaves
+    // `in` before the unit.
     static constexpr uint32_t NONE = 0, END = 1;
     uint32_t next_first(const uint8_t *&in, const uint8_t *end) const {
         for (; in != end; ++in) {
@@ -84,8 +84,10 @@ class EntryReader {
             const uint16_t code = maps_.code_of(row, 0);
             length = 3;
             if (is_special(code)) {
+                const bool ranked = is_ranked(maps_.ranks, row);
+                if (!ranked && maps_.ranks.row_count > 0) return NONE;
                 in += length;
-                return (code & uint32_t{WEIGHT_VALUE}) << 16 | continued_bits(character);
+                return (code & uint32_t{WEIGHT_VALUE}) << 16 | (ranked ? maps_.told_by(row, character) : continued_bits(character));
             }
             first = code == WEIGHT_IGNORED ? FIRST_IGNORED : is_ordinary(code) ? code : 0;
         }

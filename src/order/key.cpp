@@ -18,12 +18,12 @@ void put_number(KeySink &sink, uint32_t number, int bytes) {
 uint32_t code_of(const gl_order_maps &rules, gl_wchar character) { return rules.utf8 ? scalar_value(character) : character; }
 
 void put_special(KeySink &sink, const gl_order_maps &rules, const OrderPass &pass, OrderToken token, gl_wchar character) {
-    if (character < 128 && pass.ascii[character] != 0) {
+    const OrderSpecial &special = rules.specials[token.bytes[0] | token.bytes[1] << 8];
+    if (character < 128 && !special.ranked && pass.ascii[character] != 0) {
         sink.put(pass.ascii[character]);
         return;
     }
-    const OrderSpecial &special = rules.specials[token.bytes[0] | token.bytes[1] << 8];
-    const uint32_t distance = code_of(rules, character) - special.least;
+    const uint32_t distance = (special.ranked ? character : code_of(rules, character)) - special.least;
     switch (special.form) {
     case CodeForm::SLOTS:
         put_number(sink, special.bytes + (distance >> 8), 2);
@@ -141,7 +141,7 @@ class RunWriter {
         }
         const uint16_t code = unit.row < rules_.maps->unknown ? rules_.maps->code_of(unit.row, pass) : CODE_UNKNOWN;
         if (is_ordinary(code) || is_special(code)) [[likely]] {
-            put({uint32_t{code} & WEIGHT_VALUE, unit.character});
+            put({uint32_t{code} & WEIGHT_VALUE, rules_.maps->told_by(unit.row, unit.character)});
             return;
         }
         OrderWalk walk(*rules_.maps, pass, ListedUnits(&unit, 1));

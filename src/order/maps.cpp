@@ -142,6 +142,7 @@ class OrderBuilder {
 
   private:
     bool allocate();
+    void find_ranked();
     bool is_utf8() const;
     enum class Scan { FORWARD, BACKWARD };
     bool scan_node(const MultiNode &node, gl_wchar prefix, int length, Scan direction);
@@ -169,6 +170,9 @@ class OrderBuilder {
 
     uint16_t code(uint32_t row, int pass) const { return maps_.code_of(row, pass); }
     uint32_t linear(gl_wchar wc) const { return utf8_ ? scalar_value(wc) : wc; }
+    bool is_ranked(int pass, uint32_t weight) const {
+        return ranked_ && ranked_[static_cast<uint32_t>(pass) * WEIGHTS + weight] != 0;
+    }
 
     template <class Visit> void for_each_row(Visit visit) const {
         for (uint32_t row = 0; row < maps_.unknown; ++row)
@@ -211,6 +215,7 @@ class OrderBuilder {
     Owned<ExpansionFacts> expansions_;    // by pass and expansion
     uint32_t counts_[GL_MAX_PASSES] = {}; // one more than the greatest weight, of the passes up to the one at hand
     uint16_t ascii_weights_[GL_MAX_PASSES][ASCII] = {};
+    Owned<uint8_t> ranked_;    // by pass and weight: special ones that ranked rows have; null where no row is ranked
     Owned<WeightFacts> facts_; // of the pass at hand
     Owned<Range> ranges_;      // the characters of its special weights
     uint32_t count_ = 0;       // of its weights
@@ -229,6 +234,12 @@ class OrderBuilder {
     uint8_t ascii_[GL_MAX_PASSES][ASCII] = {};
 };
 
+void OrderBuilder::find_ranked() {
+    for (int pass = 0; pass < rules_.pass_count; ++pass)
+        for (uint32_t row = 1; row <= static_cast<uint32_t>(maps_.ranks.row_count); ++row)
+            if (is_special(code(row, pass))) ranked_[static_cast<uint32_t>(pass) * WEIGHTS + (code(row, pass) & WEIGHT_VALUE)] = 1;
+}
+
 // Of a table whose characters are those of utf8, special weights tell scalar values apart; of any other, the bytes.
 bool OrderBuilder::is_utf8() const {
     const MultiNode &root = *rules_.character_table->root;
@@ -243,7 +254,8 @@ bool OrderBuilder::is_utf8() const {
             for (const ExpansionItem *item =
                      maps_.items + maps_.item_lists[static_cast<uint32_t>(pass) * maps_.expansion_count + i];
                  item->code != CODE_END && !is_expansion(item->code); ++item)
-                if (is_special(item->code) && !is_utf8_character(item->character)) return false;
+                if (is_special(item->code) && !is_ranked(pass, item->code & WEIGHT_VALUE) && !is_utf8_character(item->character))
+                    return false;
     return true;
 }
 
@@ -320,7 +332,8 @@ void OrderBuilder::scan_rules() {
             const uint32_t row = maps_.row_of(wc);
             if (wc == ELEMENT_CHARACTER || row == maps_.unknown) continue;
             const uint16_t of_row = code(row > maps_.unknown ? maps_.starts[row - maps_.unknown - 1].row : row, pass);
-            if (is_special(of_row)) ascii_weights_[pass][wc] = of_row & WEIGHT_VALUE;
+            const uint16_t weight = of_row & WEIGHT_VALUE;
+            if (is_special(of_row) && !is_ranked(pass, weight)) ascii_weights_[pass][wc] = weight;
         }
     }
 }
@@ -339,11 +352,16 @@ void OrderBuilder::collect_facts(int pass) {
             (lettered ? fact.lettered : fact.unlettered) = 1;
             if (!is_special(each)) return;
             fact.special = 1;
+            Range &range = ranges_[weight];
             if (is_expansion(code(row, pass))) {
-                ranges_[weight].take(linear(character));
+                range.take(is_ranked(pass, weight) ? character : linear(character));
+            } else if (qbgl::is_ranked(maps_.ranks, row)) {
+                range.take(0);
+                range.take(UINT16_MAX);
             } else {
-                ranges_[weight].take(row_ranges_[row].least);
-                ranges_[weight].take(row_ranges_[row].most);
+                const bool by_bytes = utf8_ && is_ranked(pass, weight);
+                for (const uint32_t end : {row_ranges_[row].least, row_ranges_[row].most})
+                    range.take(by_bytes ? utf8_character(end) : end);
             }
         });
         const uint16_t only = code(row, pass);
@@ -409,7 +427,8 @@ void OrderBuilder::collect_members(int pass, int earlier) {
         if (first == 0) return;
         WeightFacts &fact = facts_[first];
         const uint32_t lengths = 1 + count_shown(row) + (earlier > 0 ? count_weights(row, earlier) << 16 : 0);
-        const bool by_character = fact.special != 0 && !is_expansion(code(row, pass)) && used_[row] < OF_ELEMENT;
+        const bool by_code = fact.special != 0 && !is_ranked(pass, first); // ranks can be equal
+        const bool by_character = by_code && !is_expansion(code(row, pass)) && used_[row] < OF_ELEMENT;
         const bool uncertain = !by_character && (fact.special != 0 || (fact.lengths != 0 && fact.lengths != lengths));
         if (uncertain || count_weights(row, pass) > 1) fact.breaks = 1;
         fact.lengths = lengths;
@@ -559,7 +578,7 @@ void OrderBuilder::write(int pass, OrderToken *tokens, const Bytes &bytes, uint3
             if (fact.special != 0) {
                 said = specials_.size() << 8 | specials_.size() >> 8;
                 const uint32_t least = ranges_[weight].least;
-                memory_ = memory_ && specials_.append({least, static_cast<uint16_t>(at), form});
+                memory_ = memory_ && specials_.append({least, static_cast<uint16_t>(at), form, is_ranked(pass, weight)});
             }
             token.bytes[0] = static_cast<uint8_t>(said >> 8);
             token.bytes[1] = static_cast<uint8_t>(said);
@@ -763,6 +782,12 @@ gl_order_maps *OrderBuilder::build() {
         return nullptr;
     memset(seen_.get(), 0, nodes);
     std::fill_n(row_ranges_.get(), maps_.unknown, Range());
+    if (maps_.ranks.row_count > 0) {
+        ranked_ = Owned<uint8_t>::allocate(passes * WEIGHTS);
+        if (!ranked_) return nullptr;
+        memset(ranked_.get(), 0, passes * WEIGHTS);
+        find_ranked();
+    }
     utf8_ = is_utf8();
     scan_rules();
     for (int pass = 0; pass < rules_.pass_count; ++pass) {

@@ -29,6 +29,7 @@ struct OrderSpecial {
     uint32_t least;
     uint16_t bytes; // the first one in its upper half
     CodeForm form;
+    bool ranked; // some of its characters have ranks: told apart by the numbers that the walks compare, also in utf8
 };
 
 struct OrderPass {
@@ -63,8 +64,6 @@ struct OrderEntries {
     uint8_t parts[COUNT]; // PART_CONTINUED, PART_FOLLOWING
     OrderEntry of_key[COUNT];
 };
-
-inline constexpr gl_wchar ELEMENT_CHARACTER = 1; // what stands for an element's where its weight is special
 
 // The bytes below the first one end passes, of which there are GL_MAX_PASSES, and the bytes of the text behind them.
 inline constexpr uint8_t FIRST_WEIGHT_BYTE = GL_MAX_PASSES + 1;

@@ -32,7 +32,7 @@ bool build_raised_order_maps(const gl_collate_info &rules, gl_order_maps *&maps)
         copy.weights[pass] = raised[pass].get();
     }
     gl_collation_maps *arrays = nullptr;
-    if (!build_collation_maps(copy, arrays)) return false;
+    if (!build_collation_maps(copy, {}, arrays)) return false; // with ranks there are maps already
     if (arrays == nullptr) return true;
     copy.maps = arrays;
     maps = build_order_maps(copy);

@@ -9,7 +9,7 @@ namespace qbgl {
 // In the passes behind the first, one weight stands for either: what it is has been told.
 struct OrderWeight {
     uint32_t weight;
-    gl_wchar character; // that tells special weights apart, and what has none; otherwise 0
+    gl_wchar character; // or rank, that tells special weights apart, and what has none; otherwise 0
 
     bool operator==(const OrderWeight &other) const { return weight == other.weight && character == other.character; }
     bool operator<(const OrderWeight &other) const {
@@ -69,7 +69,7 @@ template <class Source> class OrderWalk {
                 return true;
             }
             if (is_special(code)) {
-                weight = {uint32_t{code} & WEIGHT_VALUE, unit.character};
+                weight = {uint32_t{code} & WEIGHT_VALUE, maps_.told_by(unit.row, unit.character)};
                 return true;
             }
             if (code == WEIGHT_IGNORED) continue;

@@ -41,6 +41,7 @@ int share_data(gl_locale *target, gl_locale *source, int category) {
         target->equivalence = source->equivalence;
         target->coll_growth = source->coll_growth;
         target->order_maps = source->order_maps;
+        target->ranks = source->ranks;
         memcpy(target->order_fingerprint, source->order_fingerprint, sizeof target->order_fingerprint);
         return 0;
     case GL_CAT_NUMERIC: _gl_copy_numeric(target, source); return build_conversion(target, source, create_glconv_numeric);

@@ -21,6 +21,7 @@ void make_null_ctype(gl_locale *locale) {
 
 void make_null_collate(gl_locale *locale) {
     locale->collate = {};
+    locale->ranks = {};
     locale->collate.character_table = no_characters();
     locale->all_one = nullptr;
     locale->equivalence = nullptr;

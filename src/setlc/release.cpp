@@ -33,6 +33,7 @@ void forget_data(gl_locale *locale, int category) {
     case GL_CAT_CTYPE: locale->ctype = {}; break;
     case GL_CAT_COLLATE:
         locale->collate = {};
+        locale->ranks = {};
         locale->all_one = nullptr;
         locale->equivalence = nullptr;
         break;

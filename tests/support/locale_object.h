@@ -105,6 +105,8 @@ struct Collation {
     std::vector<Element> elements{};
     std::vector<std::vector<gl_wchar>> expansions{};
     bool direct = false;
+    unsigned ranked_rows = 0;
+    std::vector<std::pair<std::string, unsigned>> ranks{}; // character and rank
 
     std::string text() const {
         unsigned largest = 0;
@@ -118,7 +120,9 @@ struct Collation {
             lines += row.empty() ? "" : "\n";
         }
         std::ostringstream head;
-        head << "as_specified\n" << values_text(places) << direct << "\n" << rows.size() - 1 << " " << directions.size() << " ";
+        head << (ranked_rows > 0 ? "as_ranked\n" : "as_specified\n") << values_text(places);
+        if (ranked_rows > 0) head << values_text(ranks) << ranked_rows << "\n";
+        head << direct << "\n" << rows.size() - 1 << " " << directions.size() << " ";
         head << elements.size() << " " << expansions.size() << " " << largest << "\n" << lines;
         return head.str();
     }

@@ -102,6 +102,7 @@ class Explanation {
         case StepSort::IGNORED: return "ignored";
         case StepSort::WEIGHT: return std::to_string(step.weight);
         case StepSort::SPECIAL: return fmt::format("{} code {:X}", step.weight, step.code);
+        case StepSort::RANKED: return fmt::format("{} rank {}", step.weight, step.code);
         case StepSort::CODE: return fmt::format("code {:X}", step.code);
         case StepSort::EXPANSION: return "expanded";
         default: return unknown(step) + ": behind all weights";
@@ -120,15 +121,16 @@ class Explanation {
 
     std::string step_json(const WalkStep *step) const {
         if (step == nullptr) return "null";
-        static constexpr const char *NAMES[] = {"ignored", "weight", "special", "code", "expanded", "unknown"};
+        static constexpr const char *NAMES[] = {"ignored", "weight", "special", "ranked", "code", "expanded", "unknown"};
         JsonObject result;
         const Characters &text = step->of.empty() ? step->chars : step->of;
         result.text("text", view_.plain(bytes(text))).text("bytes", hexadecimal(bytes(text)));
         if (!step->of.empty()) result.text("as", hexadecimal(bytes(step->chars)));
         result.text("sort", NAMES[static_cast<size_t>(step->sort)]);
-        if (step->sort == StepSort::WEIGHT || step->sort == StepSort::SPECIAL) result.number("weight", step->weight);
+        if (step->sort >= StepSort::WEIGHT && step->sort <= StepSort::RANKED) result.number("weight", step->weight);
         if (step->sort == StepSort::SPECIAL || step->sort == StepSort::CODE || step->sort == StepSort::UNKNOWN)
             result.number("code", step->code);
+        if (step->sort == StepSort::RANKED) result.number("rank", step->code);
         return result.str();
     }
 
@@ -230,11 +232,12 @@ class Explanation {
             return fmt::format("{} {}, {} {}", shown(*row.a), value(*row.a), shown(*row.b), value(*row.b));
         }
         const bool by_weight = row.a->weight != row.b->weight;
+        const bool by_rank = !by_weight && row.a->sort == StepSort::RANKED;
         const auto value = [&](const WalkStep &step) {
-            return by_weight ? std::to_string(step.weight) : fmt::format("{:X}", step.code);
+            return by_weight ? std::to_string(step.weight) : by_rank ? std::to_string(step.code) : fmt::format("{:X}", step.code);
         };
-        return fmt::format("{} has the {} {}, {} has {}", shown(*row.a), by_weight ? "weight" : "code", value(*row.a),
-                           shown(*row.b), value(*row.b));
+        const char *const what = by_weight ? "weight" : by_rank ? "rank" : "code";
+        return fmt::format("{} has the {} {}, {} has {}", shown(*row.a), what, value(*row.a), shown(*row.b), value(*row.b));
     }
 
     std::string sentence() const {

@@ -20,8 +20,8 @@ struct Unit {
 
 class Walk {
   public:
-    Walk(const gl_collate_info &rules, size_t pass, bool backward)
-        : rules_(rules), weights_(rules.weights[pass]), first_(pass == 0), backward_(backward) {}
+    Walk(const gl_locale &locale, size_t pass, bool backward)
+        : rules_(locale.collate), ranks_(locale.ranks), weights_(rules_.weights[pass]), first_(pass == 0), backward_(backward) {}
 
     Steps run(const Characters &text) {
         std::vector<Unit> units = split(text);
@@ -65,12 +65,21 @@ class Walk {
         }
         const unsigned weight = weights_[*unit.row];
         const bool expands = (weight & (GL_WEIGHT_SPECIAL | GL_WEIGHT_EXPANSION)) == GL_WEIGHT_EXPANSION;
-        const StepSort sort = (weight & GL_WEIGHT_SPECIAL) != 0 ? StepSort::SPECIAL
+        const StepSort sort = (weight & GL_WEIGHT_SPECIAL) != 0 ? special(*unit.row)
                               : expands                         ? StepSort::EXPANSION
                               : weight == GL_WEIGHT_IGNORED     ? StepSort::IGNORED
                                                                 : StepSort::WEIGHT;
-        steps_.push_back({sort, weight & GL_WEIGHT_VALUE, unit.code, unit.chars, of});
+        const gl_wchar code = sort == StepSort::RANKED ? rank(unit.code) : unit.code;
+        steps_.push_back({sort, weight & GL_WEIGHT_VALUE, code, unit.chars, of});
         return expands ? std::optional<unsigned>(weight & GL_WEIGHT_VALUE) : std::nullopt;
+    }
+
+    StepSort special(unsigned row) const {
+        return row >= 1 && row <= static_cast<unsigned>(ranks_.row_count) ? StepSort::RANKED : StepSort::SPECIAL;
+    }
+    gl_wchar rank(gl_wchar code) const {
+        const auto *rank = static_cast<const uint16_t *>(_gl_retrieve_wchar_multi_nl(nullptr, code, ranks_.table));
+        return rank != nullptr ? *rank : 0;
     }
 
     // An expansion within an expansion takes the place of what is left of that one; loading has seen to it that this ends.
@@ -85,6 +94,7 @@ class Walk {
     }
 
     const gl_collate_info &rules_;
+    const gl_ranks &ranks_;
     const uint16_t *weights_;
     bool first_, backward_;
     Steps steps_;
@@ -114,7 +124,7 @@ bool is_backward(const gl_locale &locale, size_t pass) {
 }
 
 Steps walk_pass(const gl_locale &locale, const std::vector<gl_wchar> &text, size_t pass) {
-    if (locale.coll_extras == 0) return Walk(locale.collate, pass, is_backward(locale, pass)).run(text);
+    if (locale.coll_extras == 0) return Walk(locale, pass, is_backward(locale, pass)).run(text);
     Steps steps;
     for (const gl_wchar code : text) steps.push_back({StepSort::CODE, 0, code, {code}, {}});
     return steps;

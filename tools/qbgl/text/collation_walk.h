@@ -13,6 +13,7 @@ enum class StepSort {
     IGNORED,   // skipped on this pass
     WEIGHT,    // compared by weight
     SPECIAL,   // compared by weight, and where that is equal, by code value
+    RANKED,    // compared by weight, and where that is equal, by rank
     CODE,      // compared by code value
     EXPANSION, // the steps behind it stand for it
     UNKNOWN    // not in the rules: on the first pass behind all weights, by code value, and alike on the others
@@ -21,7 +22,7 @@ enum class StepSort {
 struct WalkStep {
     StepSort sort;
     unsigned weight;
-    gl_wchar code;               // of a character; an element has none
+    gl_wchar code;               // of a character, or its rank; an element has none
     std::vector<gl_wchar> chars; // a character, or those of a collating element
     std::vector<gl_wchar> of;    // the character or element that was expanded to this one, if any
 };

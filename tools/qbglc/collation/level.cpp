@@ -16,8 +16,9 @@ using Weights = std::span<const Ordinal>;
 using Member = CollationShare::Member;
 
 constexpr uint32_t NONE = CollationOrder::NONE;
-constexpr size_t LONG_RUN = 500;    // a row for all of its characters is worth their longer keys
-constexpr uint32_t FIRST_DIGIT = 2; // a code value below cannot be written into a key
+constexpr size_t LONG_RUN = 500;                            // a row for all of its characters is worth their longer keys
+constexpr uint32_t FIRST_DIGIT = 2;                         // a code value or a rank below cannot be written into a key
+constexpr size_t MOST_RANKS = UINT16_MAX - FIRST_DIGIT + 1; // on a weight
 
 // What gets a number.
 struct Segment {
@@ -30,7 +31,7 @@ struct Segment {
     uint16_t weight = 0;
 };
 
-// Neighbours whose order is that of their characters' codes.
+// Neighbours whose order is that of their characters' codes, or ranks; or could be that of ranks.
 struct Run {
     size_t begin, end;
     size_t size() const { return end - begin; }
@@ -39,14 +40,14 @@ struct Run {
 class LevelNumbering {
   public:
     LevelNumbering(const CollationOrder &order, const CollationShare &share, size_t level, const CollationParts &parts,
-                   CollationExpansions &expansions)
-        : order_(order), share_(share), level_(level), parts_(parts), expansions_(expansions) {}
+                   const CollationRanks &ranks, CollationExpansions &expansions)
+        : order_(order), share_(share), level_(level), parts_(parts), ranks_(ranks), expansions_(expansions) {}
 
     CollationLevel number() {
         collect();
         for (const uint32_t member : split_) choose_carriers(member);
         number_segments();
-        number_members();
+        if (result_.missing_ranks.empty()) number_members();
         return std::move(result_);
     }
 
@@ -124,15 +125,21 @@ class LevelNumbering {
                wide(one) >= FIRST_DIGIT;
     }
     uint32_t wide(const Segment &one) const { return share_.members[one.member].wide[0]; }
+    bool is_ranked(const Segment &one) const { return ranks_.contains(wide(one)); }
+    uint32_t told_by(const Segment &one) const {
+        const auto rank = ranks_.find(wide(one));
+        return rank != ranks_.end() ? rank->second : wide(one);
+    }
+    bool is_less(const Segment &a, const Segment &b) const { return is_ranked(a) == is_ranked(b) && told_by(a) < told_by(b); }
 
-    // The longest first.
-    template <class Predicate> std::vector<Run> runs(const std::vector<Segment *> &sorted, Predicate can_share) const {
+    // Of neighbours that may follow each other in one, the longest first.
+    template <class Follows> std::vector<Run> runs(const std::vector<Segment *> &sorted, Follows may_follow) const {
         std::vector<Run> runs;
-        const auto may = [&](size_t i) { return is_of_one_character(*sorted[i]) && can_share(*sorted[i]); };
+        const auto may = [&](size_t i) { return is_of_one_character(*sorted[i]); };
         for (size_t begin = 0, end; begin < sorted.size(); begin = end) {
             end = begin + 1;
             if (may(begin))
-                while (end < sorted.size() && may(end) && wide(*sorted[end - 1]) < wide(*sorted[end])) ++end;
+                while (end < sorted.size() && may(end) && may_follow(*sorted[end - 1], *sorted[end])) ++end;
             if (end - begin > 1) runs.push_back({begin, end});
         }
         std::stable_sort(runs.begin(), runs.end(), [](const Run &a, const Run &b) { return a.size() > b.size(); });
@@ -142,22 +149,37 @@ class LevelNumbering {
     // The runs that share one weight: none where all have room, because the code value behind it makes keys longer; else the long
     // ones, and as many as are needed to make room. Where controls can make the room that lets all others have keys of one byte a
     // weight, theirs may be longer.
-    std::vector<Run> shared_runs(const std::vector<Segment *> &sorted) const {
+    std::vector<Run> shared_runs(const std::vector<Segment *> &sorted) {
         std::vector<Run> shared = fewest_of_controls(sorted);
         if (!shared.empty() || sorted.size() <= room(CollationLevel::LAST)) return shared;
         size_t left = sorted.size();
-        for (const Run &run : runs(sorted, [](const Segment &) { return true; })) {
+        for (const Run &run : runs(sorted, [this](const Segment &a, const Segment &b) { return is_less(a, b); })) {
             if (run.size() < LONG_RUN && left <= room(CollationLevel::LAST)) break;
             shared.push_back(run);
             left -= run.size() - 1;
         }
+        if (left > room(CollationLevel::LAST) && ranks_.empty()) choose_ranks(sorted);
         return shared;
+    }
+    // For the longest stretches of neighbours, in whatever order their codes are, until all have room.
+    void choose_ranks(const std::vector<Segment *> &sorted) {
+        size_t left = sorted.size();
+        for (const Run &run : runs(sorted, [](const Segment &, const Segment &) { return true; })) {
+            if (left <= room(CollationLevel::LAST)) return;
+            for (size_t i = 0; i < run.size(); ++i)
+                result_.missing_ranks[wide(*sorted[run.begin + i])] = static_cast<uint16_t>(FIRST_DIGIT + i % MOST_RANKS);
+            left -= run.size() - (run.size() - 1) / MOST_RANKS - 1;
+        }
+        if (left > room(CollationLevel::LAST)) result_.missing_ranks.clear();
     }
     std::vector<Run> fewest_of_controls(const std::vector<Segment *> &sorted) const {
         if (sorted.size() <= room(CollationLevel::LAST_OF_ONE_BYTE)) return {};
         size_t excess = sorted.size() - room(CollationLevel::LAST_OF_ONE_BYTE);
         std::vector<Run> shared;
-        for (Run run : runs(sorted, [this](const Segment &one) { return is_control(share_.members[one.member].text[0]); })) {
+        const auto are_controls = [this](const Segment &a, const Segment &b) {
+            return is_control(a) && is_control(b) && is_less(a, b);
+        };
+        for (Run run : runs(sorted, are_controls)) {
             run.end = std::min(run.end, run.begin + excess + 1);
             shared.push_back(run);
             excess -= run.size() - 1;
@@ -165,7 +187,10 @@ class LevelNumbering {
         }
         return {};
     }
-    static bool is_control(char32_t code) { return code < U' ' || (code >= 0x7F && code < 0xA0); }
+    bool is_control(const Segment &one) const {
+        const char32_t code = share_.members[one.member].text[0];
+        return code < U' ' || (code >= 0x7F && code < 0xA0);
+    }
     static size_t room(uint16_t last) { return size_t{last} - CollationLevel::FIRST + 1; }
 
     void number_segments() {
@@ -176,6 +201,7 @@ class LevelNumbering {
         for (const Run &run : shared_runs(sorted))
             std::fill(joins.begin() + static_cast<std::ptrdiff_t>(run.begin) + 1,
                       joins.begin() + static_cast<std::ptrdiff_t>(run.end), true);
+        if (!result_.missing_ranks.empty()) return;
         uint16_t next = CollationLevel::FIRST - 1;
         std::vector<std::u32string> crowded;
         for (size_t i = 0; i < sorted.size(); ++i) {
@@ -232,6 +258,7 @@ class LevelNumbering {
     const CollationShare &share_;
     const size_t level_;
     const CollationParts &parts_;
+    const CollationRanks &ranks_;
     CollationExpansions &expansions_;
     CollationLevel result_;
     std::unordered_map<std::u32string, Segment> segments_;
@@ -248,8 +275,8 @@ uint32_t CollationExpansions::index_of(const std::vector<uint32_t> &characters) 
 }
 
 CollationLevel number_level(const CollationOrder &order, const CollationShare &share, size_t level, const CollationParts &parts,
-                            CollationExpansions &expansions) {
-    return LevelNumbering(order, share, level, parts, expansions).number();
+                            const CollationRanks &ranks, CollationExpansions &expansions) {
+    return LevelNumbering(order, share, level, parts, ranks, expansions).number();
 }
 
 std::optional<CollationLevel> number_positions(const CollationOrder &order, const CollationShare &share, size_t level) {

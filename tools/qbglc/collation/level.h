@@ -26,6 +26,9 @@ class CollationExpansions {
     std::vector<std::vector<uint32_t>> list_;
 };
 
+// By the value of a character: what tells it apart, in place of the value, from others on its weight.
+using CollationRanks = std::map<uint32_t, uint16_t>;
+
 struct CollationLevel {
     static constexpr uint16_t IGNORED = WEIGHT_IGNORED, FIRST = 2, LAST = WEIGHT_VALUE, EXPANSION = WEIGHT_EXPANSION,
                               SPECIAL = WEIGHT_SPECIAL;
@@ -35,6 +38,7 @@ struct CollationLevel {
     uint16_t undefined = IGNORED;  // of a character that the order does not have
     uint16_t largest = IGNORED;
     std::vector<uint16_t> spares; // of the share's spares, as many as are in use
+    CollationRanks missing_ranks; // with which all would have room; then the rest is of no use
     std::vector<std::string> warnings;
 };
 
@@ -42,8 +46,9 @@ struct CollationLevel {
 // that the whole is an expansion.
 using CollationParts = std::function<std::vector<std::span<const CollationOrder::Ordinal>>(uint32_t item)>;
 
+// `ranks` are those of all levels. The level asks for some only where it is given none.
 CollationLevel number_level(const CollationOrder &order, const CollationShare &share, size_t level, const CollationParts &parts,
-                            CollationExpansions &expansions);
+                            const CollationRanks &ranks, CollationExpansions &expansions);
 
 // A pass behind a level that counts positions: of texts in which the same weights follow each other, that one is less which has
 // less of what the level ignores before the first of them. The letters that count on the level and on the first one stand over

@@ -41,20 +41,19 @@ std::string digits(const std::vector<uint32_t> &wide) {
 
 class Section {
   public:
-    Section(const CollationOrder &order, const Codeset &codeset) : order_(order), share_(order, codeset) {
-        result_.warnings = share_.warnings;
-    }
+    Section(const CollationOrder &order, const Codeset &codeset) : order_(order), share_(order, codeset) {}
 
     CollateSection make() {
-        number_levels();
+        if (!number_levels()) number_levels();
         if (is_code_order()) {
             result_.text = result_.listed = direct_section();
             return std::move(result_);
         }
         fill_tables();
-        const std::string rules = rule_lines();
-        result_.text = fmt::format("as_specified\n{}0\n{}", table_.text(), rules);
-        result_.listed = fmt::format("as_specified\n{}0\n{}", listed_table_.text(write_row_number), rules);
+        const std::string ranks = rank_lines(), rules = rule_lines();
+        const char *const mode = ranks.empty() ? "as_specified" : "as_ranked";
+        result_.text = fmt::format("{}\n{}{}0\n{}", mode, table_.text(), ranks, rules);
+        result_.listed = fmt::format("{}\n{}{}0\n{}", mode, listed_table_.text(write_row_number), ranks, rules);
         return std::move(result_);
     }
 
@@ -81,7 +80,12 @@ class Section {
         return text;
     }
 
-    void number_levels() {
+    // False, with ranks for the next time, when a level needs them.
+    bool number_levels() {
+        result_.warnings = share_.warnings;
+        expansions_ = {};
+        levels_.clear();
+        directions_.clear();
         CollationAlignment alignment(order_, share_);
         const CollationParts aligned = [&](uint32_t item) { return alignment.parts(item); };
         for (size_t level = 0; level < order_.levels().size(); ++level) {
@@ -92,11 +96,18 @@ class Section {
                 return parts;
             };
             const bool is_aligned = level > 0 && alignment.cut(level);
-            add_pass(number_level(order_, share_, level, is_aligned ? aligned : single_weights, expansions_), level);
+            CollationLevel numbered =
+                number_level(order_, share_, level, is_aligned ? aligned : single_weights, ranks_, expansions_);
+            if (!numbered.missing_ranks.empty()) {
+                ranks_ = std::move(numbered.missing_ranks);
+                return false;
+            }
+            add_pass(std::move(numbered), level);
             if (!order_.levels()[level].position) continue;
             if (auto positions = number_positions(order_, share_, level)) add_pass(std::move(*positions), level);
         }
         if (levels_.size() > GL_MAX_PASSES) throw DataError(fmt::format("more than {} levels of collation", int{GL_MAX_PASSES}));
+        return true;
     }
     void add_pass(CollationLevel pass, size_t level) {
         result_.warnings.insert(result_.warnings.end(), pass.warnings.begin(), pass.warnings.end());
@@ -131,16 +142,30 @@ class Section {
         for (size_t level = 0; level < levels_.size(); ++level) row[level] = levels_[level].undefined;
         return row;
     }
-    uint16_t number_of(const Row &row) {
-        const auto [place, is_new] = numbers_.emplace(row, static_cast<uint16_t>(rows_.size()));
+    uint16_t number_of(const Row &row, bool ranked = false) {
+        const auto [place, is_new] = numbers_.emplace(std::pair(row, ranked), static_cast<uint16_t>(rows_.size()));
         if (is_new) rows_.push_back(row);
         if (rows_.size() > UINT16_MAX) throw DataError("more rows of weights than an order can have");
         return place->second;
     }
 
+    bool is_ranked(const Member &character) const { return ranks_.contains(character.wide[0]); }
+
+    // The ranked rows come first behind row 0.
+    std::string rank_lines() {
+        if (ranks_.empty()) return "";
+        TableWriter ranks(sizeof FIRST_ROW, &FIRST_ROW);
+        for (const auto &[value, rank] : ranks_) ranks.insert(bytes_of(value), &rank);
+        const auto rows =
+            std::count_if(numbers_.begin(), numbers_.end(), [](const auto &numbered) { return numbered.first.second; });
+        return fmt::format("{}{}\n", ranks.text(write_row_number), rows);
+    }
+
     // Row 0 is that of most characters where most are not in the order. A single-byte codeset's table has all bytes.
     void fill_tables() {
         const uint16_t no_row = number_of(undefined_row());
+        for (size_t i = 0; i < share_.character_count && !ranks_.empty(); ++i)
+            if (is_ranked(share_.members[i])) number_of(row_of(i), true);
         const auto insert = [&](const Sequence &bytes, uint16_t number) {
             table_.insert(bytes, number);
             listed_table_.insert(bytes, number == no_row ? nullptr : &number);
@@ -155,7 +180,7 @@ class Section {
                 controls.push_back(character.text);
                 lent.erase(spare);
             }
-            insert(character.bytes, number_of(row));
+            insert(character.bytes, number_of(row, is_ranked(character)));
         }
         Row ignored = {};
         std::fill_n(ignored.begin(), levels_.size(), CollationLevel::IGNORED);
@@ -195,7 +220,8 @@ class Section {
     std::vector<CollationLevel> levels_; // by pass
     std::vector<unsigned> directions_;
     std::vector<Row> rows_;
-    std::map<Row, uint16_t> numbers_;
+    CollationRanks ranks_;
+    std::map<std::pair<Row, bool>, uint16_t> numbers_; // of a row, and whether it is ranked
     CharacterTable table_{FIRST_ROW};
     TableWriter listed_table_{sizeof FIRST_ROW, &FIRST_ROW};
     CollateSection result_;

@@ -18,6 +18,7 @@ class OrderLocale {
 
     std::string codeset() const { return handle_->codeset_name[GL_CAT_CTYPE]; }
     const gl_collate_info &rules() const { return handle_->collate; }
+    const gl_ranks &ranks() const { return handle_->ranks; }
     // Whether code values alone decide, and whether the rules stand in the tables of rules().
     bool by_code_values() const { return handle_->coll_extras != 0; }
     bool by_tables() const;

@@ -41,7 +41,7 @@ class Weights {
         }
         std::vector<uint64_t> result;
         if (const auto element = elements_.find(chars); element != elements_.end())
-            add_row(element->second, WEIGHT_IGNORED, pass, result);
+            add_row(element->second, ELEMENT_CHARACTER, pass, result);
         else if (chars.size() == 1)
             add_character(chars[0], pass, result);
         else
@@ -50,10 +50,11 @@ class Weights {
     }
 
   private:
-    static void add(uint16_t weight, gl_wchar code, std::vector<uint64_t> &result) {
+    void add(uint16_t weight, uint16_t row, gl_wchar code, std::vector<uint64_t> &result) const {
         const bool special = (weight & WEIGHT_SPECIAL) != 0;
         if (weight != WEIGHT_IGNORED)
-            result.push_back(uint64_t{weight} % (WEIGHT_VALUE + 1) << 33 | uint64_t{special} << 32 | (special ? code : 0));
+            result.push_back(uint64_t{weight} % (WEIGHT_VALUE + 1) << 33 | uint64_t{special} << 32 |
+                             (special ? told_by(locale_.ranks(), row, code) : 0));
     }
 
     void add_character(gl_wchar code, int pass, std::vector<uint64_t> &result) const {
@@ -67,7 +68,7 @@ class Weights {
         if (is_expansion(weight))
             add_expansion(&rules_.expansions[weight & WEIGHT_VALUE], pass, result);
         else
-            add(weight, code, result);
+            add(weight, row, code, result);
     }
     // As a comparison walks: an expansion inside an expansion takes its place.
     void add_expansion(const gl_expansion *expansion, int pass, std::vector<uint64_t> &result) const {
@@ -82,7 +83,7 @@ class Weights {
                 expansion = &rules_.expansions[weight & WEIGHT_VALUE];
                 i = 0;
             } else {
-                add(weight, code, result);
+                add(weight, *row, code, result);
                 ++i;
             }
         }
