@@ -313,8 +313,8 @@ INSTANTIATE_TEST_SUITE_P(, OrderOfTree,
                          testing::Values("de_de.utf8", "fr_ca.utf8", "fr_ca.8859-1", "cs_cz.utf8", "cs_cz.8859-2", "da_dk.utf8",
                                          "ja_jp.utf8", "ja_jp.sjis", "ja_jp.ujis", "zh_cn.utf8", "zh_cn.gb18030", "zh_tw.big5",
 
-                                         "ko_kr.utf8", "th_th.utf8", "th_th.utf8@dict", "hu_hu.8859-2", "ar_eg.utf8",
-                                         "hi_in.utf8"));
+                                         "zh_tw.utf8@cmn", "ko_kr.utf8", "th_th.utf8", "th_th.utf8@dict", "hu_hu.8859-2",
+                                         "ar_eg.utf8", "hi_in.utf8"));
 
 // Every weight for three characters, the first half of which are told apart by ranks; an element and an expansion among them.
 void add_ranks(Collation &rules) {
