@@ -15,8 +15,11 @@ namespace {
 constexpr uint32_t WEIGHTS = WEIGHT_VALUE + 1, SLOTS = 256, LEADS_DISTANCE = 65536, ASCII = 128;
 constexpr uint8_t OF_CHARACTER = 1, OF_ELEMENT = 2, HAS_SPECIAL = 4; // of a row
 constexpr uint8_t LOOKED_AT = 1, WITHOUT_SPECIAL = 2;                // of a node
+constexpr int MOST_TELLERS = 3;                                      // passes that tell a group, beside the first
+constexpr uint32_t MOST_LENGTH = 254;
+constexpr uint8_t HIDDEN_AND_TOLD = 2; // hidden_: with weights in a pass that tells groups
 constexpr uint32_t MOST_RUN = 32, MOST_RELATIVE = 64, LEAST_LETTERS = 64;
-constexpr uint32_t ANY_GROUP = UINT32_MAX; // of a letter that can stand beside any
+constexpr uint64_t ANY_GROUP = UINT64_MAX; // of a letter that can stand beside any
 constexpr uint32_t FIRST_PASS_BYTES = OF_UNKNOWN - FIRST_WEIGHT_BYTE, FURTHER_PASS_BYTES = OF_EITHER - FIRST_WEIGHT_BYTE;
 
 // Of characters, by what tells them apart in a key.
@@ -37,7 +40,7 @@ struct WeightFacts {
     uint8_t breaks, common, below; // as the flags of its token
     uint8_t relative;              // its place in its group, where that is enough to tell
     uint16_t rows;                 // how many have it and nothing else
-    uint32_t lengths;              // what its rows have in the passes before, + 1
+    uint32_t lengths;              // how many its rows have in the passes that tell its group, and 1
 };
 
 // The weights that an expansion comes to in a pass: the first one, 0 for none, and how many, as far as that can be told in 16 bits.
@@ -47,7 +50,8 @@ struct ExpansionFacts {
 
 // The weights that can stand in one place where the passes before are equal.
 struct GroupMember {
-    uint32_t group, weight;
+    uint64_t group;
+    uint32_t weight;
     bool operator<(const GroupMember &other) const { return group != other.group ? group < other.group : weight < other.weight; }
     bool operator==(const GroupMember &) const = default;
 };
@@ -154,8 +158,8 @@ class OrderBuilder {
     void find_hidden(int pass);
     uint32_t most_frequent() const;
     bool find_implied(int pass);
-    void collect_members(int pass, int earlier);
-    int pass_of_case(int pass) const;
+    bool tells_letters(int earlier, int pass);
+    void collect_members(int pass);
     template <class Chosen> bool count_follows(int pass, int earlier, Chosen is_chosen);
     bool ends_are_told(int pass);
 
@@ -402,22 +406,36 @@ uint32_t OrderBuilder::most_frequent() const {
     return common;
 }
 
-// The last pass before the one at hand that says something of each of its letters, and nothing of what it ignores; 0 for none.
-int OrderBuilder::pass_of_case(int pass) const {
-    for (int earlier = pass - 1; earlier > 0; --earlier) {
-        bool fits = is_forward(rules_, earlier);
-        for_each_row([&](uint32_t row) {
-            const bool told = !is_ignored(row, earlier);
-            if (is_ignored(row, pass) ? told : !told && !is_ignored(row, 0)) fits = false;
-        });
-        if (fits) return earlier;
-    }
-    return 0;
+// Whether it is known where in a pass before the one at hand its letters are: the pass says something of each of them, and of what
+// the pass at hand ignores a number of weights that follows from the first pass.
+bool OrderBuilder::tells_letters(int earlier, int pass) {
+    constexpr int32_t OPEN = -1;
+    if (!is_forward(rules_, earlier)) return false;
+    std::fill_n(first_counts_.get(), counts_[0], OPEN);
+    bool tells = true;
+    for_each_row([&](uint32_t row) {
+        const auto count = static_cast<int32_t>(count_weights(row, earlier));
+        if (!is_ignored(row, pass)) {
+            tells = tells && (count > 0 || is_ignored(row, 0));
+        } else if (is_ignored(row, 0) || is_expansion(code(row, 0))) {
+            tells = tells && count == 0;
+        } else {
+            int32_t &of_weight = first_counts_[first_weight(row, 0)];
+            tells = tells && (of_weight == OPEN || of_weight == count);
+            of_weight = count;
+        }
+    });
+    for (uint32_t weight = 0; tells && weight < counts_[0]; ++weight)
+        if (first_counts_[weight] > 0) hidden_[weight] |= HIDDEN_AND_TOLD;
+    return tells;
 }
 
 // Notes which letters can stand in one place, and the weights behind which two texts may be at different places of the passes
 // before.
-void OrderBuilder::collect_members(int pass, int earlier) {
+void OrderBuilder::collect_members(int pass) {
+    int tellers[MOST_TELLERS], teller_count = 0;
+    for (int earlier = pass - 1; earlier > 0 && teller_count < MOST_TELLERS; --earlier)
+        if (tells_letters(earlier, pass)) tellers[teller_count++] = earlier;
     member_count_ = 0;
     uint32_t *const ends = letter_ends_.get(); // of each letter's members; those of ANY_GROUP are the last
     std::fill_n(ends, WEIGHTS + 1, 0);
@@ -426,20 +444,34 @@ void OrderBuilder::collect_members(int pass, int earlier) {
         const uint32_t first = first_weight(row, pass);
         if (first == 0) return;
         WeightFacts &fact = facts_[first];
-        const uint32_t lengths = 1 + count_shown(row) + (earlier > 0 ? count_weights(row, earlier) << 16 : 0);
         const bool by_code = fact.special != 0 && !is_ranked(pass, first); // ranks can be equal
         const bool by_character = by_code && !is_expansion(code(row, pass)) && used_[row] < OF_ELEMENT;
-        const bool uncertain = !by_character && (fact.special != 0 || (fact.lengths != 0 && fact.lengths != lengths));
+        bool uncertain = !by_character && fact.special != 0;
+        visit_weights(row, 0, [&](uint32_t weight) { uncertain = uncertain || (hidden_[weight] & HIDDEN_AND_TOLD) != 0; });
+        const uint32_t letter = first_weight(row, 0);
+        uint32_t lengths = 0;
+        uint64_t group = letter;
+        const auto add_length = [&](uint32_t length) {
+            uncertain = uncertain || length > MOST_LENGTH;
+            lengths = lengths << 8 | length;
+        };
+        for (int i = 0; i < teller_count; ++i) {
+            add_length(count_weights(row, tellers[i]));
+            group = group << 14 | first_weight(row, tellers[i]);
+        }
+        add_length(count_shown(row));
+        ++lengths;
+        uncertain = uncertain || (!by_character && fact.lengths != 0 && fact.lengths != lengths);
         if (uncertain || count_weights(row, pass) > 1) fact.breaks = 1;
         fact.lengths = lengths;
-        const uint32_t letter = first_weight(row, 0);
         if (letter == 0) return;
         const bool any = hidden_[letter] != 0;
-        found[member_count_++] = {any ? ANY_GROUP : letter << 14 | (earlier > 0 ? first_weight(row, earlier) : 0), first};
+        found[member_count_++] = {any ? ANY_GROUP : group, first};
         ++ends[any ? WEIGHTS : letter];
     });
+    const auto letter_of = [&](uint64_t group) { return std::min<uint64_t>(group >> (14 * teller_count), WEIGHTS); };
     for (uint32_t letter = 0, end = 0; letter <= WEIGHTS; ++letter) ends[letter] = std::exchange(end, end + ends[letter]);
-    for (uint32_t i = 0; i < member_count_; ++i) sorted[ends[std::min(found[i].group >> 14, WEIGHTS)]++] = found[i];
+    for (uint32_t i = 0; i < member_count_; ++i) sorted[ends[letter_of(found[i].group)]++] = found[i];
     for (uint32_t letter = 0, begin = 0; letter <= WEIGHTS; begin = ends[letter++])
         if (ends[letter] - begin > 1) std::sort(sorted + begin, sorted + ends[letter]);
     member_count_ = static_cast<uint32_t>(std::unique_copy(sorted, sorted + member_count_, found) - found);
@@ -457,7 +489,7 @@ bool OrderBuilder::find_implied(int pass) {
     if (!is_forward(rules_, pass) || !is_forward(rules_, 0) || most_other >= least_letter) return false;
     if (letters < LEAST_LETTERS) return false;
     find_hidden(pass);
-    collect_members(pass, pass_of_case(pass));
+    collect_members(pass);
     Owned<uint16_t> groups = Owned<uint16_t>::allocate(2 * WEIGHTS); // of each weight, and those that it is the least of
     if (!memory_ || !groups) return memory_ = false;
     memset(groups.get(), 0, 2 * WEIGHTS * sizeof(uint16_t));
@@ -469,7 +501,7 @@ bool OrderBuilder::find_implied(int pass) {
         }
     };
     uint32_t limit = WEIGHTS; // from here on a weight can stand beside any
-    for_each_group([&](uint32_t group, const GroupMember *members, uint32_t count) {
+    for_each_group([&](uint64_t group, const GroupMember *members, uint32_t count) {
         if (group == ANY_GROUP) limit = members[0].weight;
         ++least_of[members[0].weight];
         for (uint32_t i = 0; i < count; ++i) ++groups[members[i].weight];
@@ -486,7 +518,7 @@ bool OrderBuilder::find_implied(int pass) {
         facts_[weight].below = facts_[weight].unlettered;
     }
     most_relative_ = 0;
-    for_each_group([&](uint32_t group, const GroupMember *members, uint32_t count) {
+    for_each_group([&](uint64_t group, const GroupMember *members, uint32_t count) {
         uint16_t place = 0;
         for (uint32_t i = 0; i < count && place < MOST_RELATIVE && group != ANY_GROUP; ++i) {
             WeightFacts &fact = facts_[members[i].weight];
