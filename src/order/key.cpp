@@ -112,31 +112,38 @@ void write_first(KeySink &sink, const gl_order_maps &rules, const Unit *units, s
     }
 }
 
-// The weights of a further pass, with the common ones counted.
+// The weights of a further pass, with the common ones counted, and those that a space has.
 class RunWriter {
   public:
     RunWriter(KeySink &sink, const gl_order_maps &rules, int pass) : sink_(sink), rules_(rules), pass_(rules.passes[pass]) {}
 
     void put(OrderWeight weight) {
         if (weight.weight >= WEIGHT_OF_UNKNOWN) {
-            end_run(false);
+            end_runs(OF_EITHER);
             sink_.put(OF_EITHER);
             return;
         }
         const OrderToken token = (open_ ? pass_.open : pass_.tokens)[weight.weight];
         if ((token.flags & TOKEN_COMMON) != 0) {
-            ++run_;
+            put_common(1);
             return;
         }
-        end_run((token.flags & TOKEN_BELOW) != 0);
-        put_token(sink_, rules_, pass_, token, weight.character);
+        const uint32_t first = first_byte(token, weight.character);
+        if (first == pass_.lesser && first != 0) {
+            ++lesser_;
+            return;
+        }
+        if (!end_runs(first)) put_token(sink_, rules_, pass_, token, weight.character);
         open_ = open_ || (token.flags & TOKEN_BREAKS) != 0;
     }
-    void put_common(size_t count) { run_ += count; }
+    void put_common(size_t count) {
+        if (lesser_ > 0 && count > 0) end_runs(pass_.high);
+        run_ += count;
+    }
     // What a unit has in the pass, in the order of the pass. `quiet` is what gl_order_maps tells of its row, from the pass on.
     void put_unit(const Unit &unit, unsigned quiet, int pass) {
         if ((quiet & 0x101) != 0 && !(open_ && (quiet & 1) != 0)) [[likely]] {
-            run_ += quiet & 1;
+            put_common(quiet & 1);
             return;
         }
         const uint16_t code = unit.row < rules_.maps->unknown ? rules_.maps->code_of(unit.row, pass) : CODE_UNKNOWN;
@@ -148,22 +155,49 @@ class RunWriter {
         for (OrderWeight weight; walk.next(weight);) put(weight);
     }
     void end() {
-        if (pass_.ends_told && run_ > 0) end_run(true);
+        if (lesser_ > 0 || (pass_.ends_told && run_ > 0)) end_runs(0);
     }
+    bool is_open() const { return open_; }
 
   private:
-    void end_run(bool low) {
+    // Which tells the place of a weight among the lesser and greater ones. Of characters that share a special weight only the
+    // one-byte ones are told apart.
+    uint32_t first_byte(OrderToken token, gl_wchar character) const {
+        if (token.length != 0) return token.bytes[0];
+        if (character < 128 && pass_.ascii[character] != 0) return pass_.ascii[character];
+        return rules_.specials[token.bytes[0] | token.bytes[1] << 8].bytes >> 8;
+    }
+    // A run of up to `most`, or more, before what is less or greater, with `step` places each, of which it takes one.
+    void put_run(size_t count, uint32_t most, bool low, uint32_t begin, uint32_t step, uint32_t place) {
+        const auto put = [&](uint32_t distance) { sink_.put(low ? begin + distance : begin - distance); };
+        for (; count > most; count -= most) put(most * step);
+        if (count > 0) put((static_cast<uint32_t>(count) - 1) * step + place);
+    }
+    // Before a weight with a first byte, or the end of the pass, which is 0. True when the weight is said, too.
+    bool end_runs(uint32_t next) {
         sink_.begin_pass();
-        const size_t most = pass_.run_most;
-        for (; run_ > most; run_ -= most) sink_.put(low ? pass_.low + most : pass_.high - most);
-        if (run_ > 0) sink_.put(low ? pass_.low + run_ - 1 : pass_.high - (run_ - 1));
-        run_ = 0;
+        const uint32_t lesser = pass_.lesser, greater = pass_.greater;
+        const size_t run = run_, counted = lesser_;
+        run_ = lesser_ = 0;
+        bool said = false;
+        if (counted > 0) {
+            if (run > 0) put_run(run, pass_.run_most, true, pass_.low, COMBINED_PLACES, 1);
+            put_run(counted - (run > 0 ? 1 : 0), LESSER_MOST, next < lesser, next < lesser ? lesser : lesser + LESSER_PLACES - 1, 1,
+                    0);
+        } else if (next < pass_.low) {
+            put_run(run, pass_.run_most, true, pass_.low, lesser != 0 ? COMBINED_PLACES : 1, lesser != 0 && next > lesser ? 2 : 0);
+        } else {
+            said = run > 0 && next == greater;
+            const uint32_t place = greater == 0 || next > greater ? 0 : next == greater ? 1 : 2;
+            put_run(run, pass_.run_most, false, pass_.high, greater != 0 ? COMBINED_PLACES : 1, place);
+        }
+        return said;
     }
 
     KeySink &sink_;
     const gl_order_maps &rules_;
     const OrderPass &pass_;
-    size_t run_ = 0;
+    size_t run_ = 0, lesser_ = 0; // common weights, and behind them weights that a space has
     bool open_ = false;
 };
 

@@ -18,6 +18,7 @@ constexpr uint8_t LOOKED_AT = 1, WITHOUT_SPECIAL = 2;                // of a nod
 constexpr int MOST_TELLERS = 3;                                      // passes that tell a group, beside the first
 constexpr uint32_t MOST_LENGTH = 254;
 constexpr uint8_t HIDDEN_AND_TOLD = 2; // hidden_: with weights in a pass that tells groups
+constexpr uint32_t COMBINED_RUN = 16;  // the same where the weight behind a run can be said with it
 constexpr uint32_t MOST_RUN = 32, MOST_RELATIVE = 64, LEAST_LETTERS = 64;
 constexpr uint64_t ANY_GROUP = UINT64_MAX; // of a letter that can stand beside any
 constexpr uint32_t FIRST_PASS_BYTES = OF_UNKNOWN - FIRST_WEIGHT_BYTE, FURTHER_PASS_BYTES = OF_EITHER - FIRST_WEIGHT_BYTE;
@@ -66,6 +67,11 @@ constexpr uint8_t ONE_BYTE_BLOCK = 1, BLOCK_COUNT = 1 + std::size(BLOCKS);
 
 bool is_letter_or_digit(gl_wchar wc) { return wc - '0' < 10 || (wc | 0x20) - 'a' < 26; }
 
+// The bytes of runs up to a length, and of one with more behind it: before lesser weights and before greater ones.
+constexpr uint32_t run_places(uint32_t run, bool lesser, bool greater) {
+    return 2 + (run - 1) * ((lesser ? COMBINED_PLACES : 1) + (greater ? COMBINED_PLACES : 1));
+}
+
 // Lays the weights of a region out in the order of their values.
 class Bytes {
   public:
@@ -75,6 +81,8 @@ class Bytes {
     uint8_t preferred = 0;      // blocks up to this number have one byte
     uint32_t plain_singles = 0; // and so have the first ordinary weights
     bool ascii_singles = false; // and ASCII characters that have special ones
+    // A weight of one byte, or an ASCII character that has one, whose runs are counted: places for them.
+    uint32_t counted_weight = 0, counted_character = ASCII;
     // Special weights of up to so many codes have room for their characters among the slots; from ALL_CODES on those of more, too.
     static constexpr uint32_t ALL_CODES = 2 * LEADS_DISTANCE;
     uint32_t most_codes = ALL_CODES;
@@ -103,12 +111,14 @@ class Bytes {
                 close();
                 ++singles;
                 visit(weight, lead++ << 8, CodeForm::LEADS);
+                if (weight == counted_weight) lead += LESSER_PLACES - 1;
                 continue;
             }
             for (uint32_t character = 0; ascii_singles && character < ASCII; ++character) {
                 if (ascii_[character] != weight) continue;
                 close();
                 visit_ascii(character, lead++);
+                if (character == counted_character) lead += LESSER_PLACES - 1;
             }
             const uint32_t width = ranges_[weight].width();
             if (width > LEADS_DISTANCE && most_codes == ALL_CODES) {
@@ -173,6 +183,12 @@ class OrderBuilder {
     gl_order_maps *assemble();
 
     uint16_t code(uint32_t row, int pass) const { return maps_.code_of(row, pass); }
+    // Of a character by itself; WEIGHT_IGNORED for one that the rules do not have.
+    uint16_t code_of_ascii(gl_wchar wc, int pass) const {
+        uint32_t row = maps_.row_of(wc);
+        if (row > maps_.unknown) row = maps_.starts[row - maps_.unknown - 1].row;
+        return row < maps_.unknown ? code(row, pass) : WEIGHT_IGNORED;
+    }
     uint32_t linear(gl_wchar wc) const { return utf8_ ? scalar_value(wc) : wc; }
     bool is_ranked(int pass, uint32_t weight) const {
         return ranked_ && ranked_[static_cast<uint32_t>(pass) * WEIGHTS + weight] != 0;
@@ -667,20 +683,59 @@ void OrderBuilder::write_further(int pass) {
     const auto is_above = [implied](const WeightFacts &fact) { return fact.below == 0 && (implied || fact.common == 0); };
     Bytes below = bytes_of(pass), above = bytes_of(pass);
     const auto leads = [&] { return below.leads(is_below) + above.leads(is_above); };
-    while (below.most_codes > SLOTS && leads() + 2 * MOST_RUN > FURTHER_PASS_BYTES)
+    while (below.most_codes > SLOTS && leads() + run_places(MOST_RUN, false, false) > FURTHER_PASS_BYTES)
         below.most_codes = above.most_codes = below.most_codes / 2;
     uint32_t least = leads();
     uint32_t run = MOST_RUN;
-    while (run > 2 && least + 2 * run > FURTHER_PASS_BYTES) run /= 2;
-    least += 2 * run;
+    while (run > 2 && least + run_places(run, false, false) > FURTHER_PASS_BYTES) run /= 2;
+    least += run_places(run, false, false);
     const auto raise = [&least](uint32_t before, uint32_t after) { // takes the better form where there is room for it
         if (least - before + after > FURTHER_PASS_BYTES) return false;
         least = least - before + after;
         return true;
     };
-    const uint32_t plain_below = below.leads(is_below);
-    below.ascii_singles = true;
-    if (!raise(plain_below, below.leads(is_below))) below.ascii_singles = false;
+    bool lesser = false, greater = false; // what a space or the letter A has can be said with a run before it
+    const auto combine = [&](bool &combined, Bytes &region, const Bytes &better, auto is_member) {
+        const uint32_t before = region.leads(is_member) + run_places(run, lesser, greater), longest = run;
+        combined = true;
+        run = std::min(run, COMBINED_RUN);
+        if (raise(before, better.leads(is_member) + run_places(run, lesser, greater))) {
+            region = better;
+        } else {
+            combined = false;
+            run = longest;
+        }
+    };
+    const auto rank_of = [&](uint32_t weight, auto is_member) {
+        uint32_t rank = 0;
+        for (uint32_t each = 2; each <= weight; ++each)
+            rank += facts_[each].used != 0 && facts_[each].special == 0 && is_member(facts_[each]) ? 1 : 0;
+        return rank;
+    };
+    const uint16_t space = code_of_ascii(' ', pass), capital = code_of_ascii('A', pass);
+    const WeightFacts &of_space = facts_[space & WEIGHT_VALUE];
+    const bool alone = is_ordinary(space) || (is_special(space) && ascii_weights_[pass][' '] != 0);
+    if (alone && of_space.below != 0 && of_space.breaks == 0) {
+        Bytes better = below;
+        if (is_special(space)) {
+            better.ascii_singles = true;
+            better.counted_character = ' ';
+        } else {
+            better.plain_singles = rank_of(space, is_below);
+            better.counted_weight = space;
+        }
+        combine(lesser, below, better, is_below);
+    }
+    if (!implied && is_ordinary(capital) && is_above(facts_[capital])) {
+        Bytes better = above;
+        better.plain_singles = rank_of(capital, is_above);
+        combine(greater, above, better, is_above);
+    }
+    if (!below.ascii_singles) {
+        const uint32_t plain_below = below.leads(is_below);
+        below.ascii_singles = true;
+        if (!raise(plain_below, below.leads(is_below))) below.ascii_singles = false;
+    }
     while (!raise(0, most_relative_)) most_relative_ /= 2;
     for (Bytes *const region : {&below, &above}) {
         uint32_t count = 0;
@@ -692,11 +747,12 @@ void OrderBuilder::write_further(int pass) {
             special = special || fact.special != 0;
         }
         if (special || implied) continue;
-        const uint32_t now = (count + SLOTS - 1) / SLOTS, room = FURTHER_PASS_BYTES - least + now;
+        const uint32_t now = region == &below ? below.leads(is_below) : above.leads(is_above);
+        const uint32_t runs = region->counted_weight != 0 ? LESSER_PLACES - 1 : 0, room = FURTHER_PASS_BYTES - least + now - runs;
         uint32_t singles = std::min(count, room);
         while (singles > 0 && singles + (count - singles + SLOTS - 1) / SLOTS > room) --singles;
         region->plain_singles = singles;
-        least += singles + (count - singles + SLOTS - 1) / SLOTS - now;
+        least += singles + (count - singles + SLOTS - 1) / SLOTS + runs - now;
     }
     OrderToken *const open = add_tokens(open_at_[pass]);
     if (open == nullptr) return;
@@ -704,12 +760,14 @@ void OrderBuilder::write_further(int pass) {
     write(pass, open, below, at, is_below);
     at += below.leads(is_below);
     made.low = static_cast<uint8_t>(at);
-    made.high = static_cast<uint8_t>(at + 2 * run - 1);
+    at += run_places(run, lesser, greater);
+    made.high = static_cast<uint8_t>(at - 1);
     made.run_most = static_cast<uint8_t>(run - 1);
-    at += 2 * run;
     const uint32_t relative = at;
     at += most_relative_;
     write(pass, open, above, at, is_above);
+    if (lesser) made.lesser = is_special(space) ? ascii_[pass][' '] : open[space].bytes[0];
+    if (greater) made.greater = open[capital].bytes[0];
     tokens_at_[pass] = open_at_[pass];
     for (uint32_t weight = 2; weight < count_ && !implied; ++weight)
         if (facts_[weight].common != 0) open[weight].flags |= TOKEN_COMMON;

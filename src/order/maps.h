@@ -36,10 +36,11 @@ struct OrderPass {
     const OrderToken *tokens; // by weight
     const OrderToken *open;   // the same behind a weight that breaks
     const uint8_t *ascii;     // 128: the one byte of an ASCII character that has a special weight, or 0
-    // A run of common weights, of 1 to run_most of them: before a greater one high - (n - 1), otherwise low + n - 1. One more
-    // stands for run_most of them, with further ones behind it.
+    // A run of common weights, of 1 to run_most of them, begins at low before a lesser weight or the end, and goes down from high
+    // before a greater one; one more stands for run_most of them, with further ones behind it. docs/keys.md has the numbers.
     uint8_t low, high, run_most;
-    bool ends_told; // a run at the end of the pass is written
+    uint8_t lesser, greater; // 0, or the byte of a weight that is said with the run before it; of `lesser` runs are counted, too
+    bool ends_told;          // a run at the end of the pass is written
     bool forward;
 };
 
@@ -64,6 +65,11 @@ struct OrderEntries {
     uint8_t parts[COUNT]; // PART_CONTINUED, PART_FOLLOWING
     OrderEntry of_key[COUNT];
 };
+
+// Where a run tells what follows it, it has this many places: for what is less, the weight itself, and what is greater.
+inline constexpr uint32_t COMBINED_PLACES = 3;
+// Runs of `lesser` of up to so many, and one with more behind it; the places of those before lesser weights, and before greater.
+inline constexpr uint32_t LESSER_MOST = 7, LESSER_PLACES = 2 * (LESSER_MOST + 1);
 
 // The bytes below the first one end passes, of which there are GL_MAX_PASSES, and the bytes of the text behind them.
 inline constexpr uint8_t FIRST_WEIGHT_BYTE = GL_MAX_PASSES + 1;
