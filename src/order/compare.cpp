@@ -108,6 +108,7 @@ int compare_by_entries(const gl_locale *locale, const OrderEntries &entries, Ord
         common = safe_prefix(locale, locale->order_maps->maps, a, b, common);
     const uint8_t *in_a = a.bytes + common, *in_b = b.bytes + common;
     const uint8_t *const end_a = a.bytes + a.length, *const end_b = b.bytes + b.length;
+    const uint8_t *looked_at = in_a; // what the texts have in common up to there is read unit by unit
     for (;;) {
         const uint8_t *const from_a = in_a, *const from_b = in_b;
         const uint32_t x = reader.next_first(in_a, end_a), y = reader.next_first(in_b, end_b);
@@ -118,11 +119,14 @@ int compare_by_entries(const gl_locale *locale, const OrderEntries &entries, Ord
         }
         if (x != y) return static_cast<int32_t>(x - y) >> 31 | 1; // either is as likely: no branch
         if (x == EntryReader::END) break;
+        if (in_a < looked_at) continue;
         const OrderText rest_a = {in_a, static_cast<size_t>(end_a - in_a)}, rest_b = {in_b, static_cast<size_t>(end_b - in_b)};
         const size_t left = std::min(rest_a.length, rest_b.length);
         const size_t same = whole_units(rest_a, rest_b, common_prefix(in_a, in_b, left));
-        if (reader.may_continue(in_a, in_a + same)) [[unlikely]]
+        if (reader.may_continue(in_a, in_a + same)) [[unlikely]] {
+            looked_at = in_a + same;
             continue;
+        }
         in_a += same;
         in_b += same;
     }
