@@ -10,6 +10,7 @@
 #include <cstring>
 #include <map>
 #include <random>
+#include <time.h>
 
 namespace {
 
@@ -196,9 +197,18 @@ class Texts {
             result += alphabet[below(static_cast<unsigned>(alphabet.size()))];
         return result;
     }
-    std::pair<string, string> pair() {
+    std::pair<string, string> pair() { return pairs(1)[0]; }
+    // Of one alphabet.
+    std::vector<std::pair<string, string>> pairs(unsigned count) {
         Strings alphabet(1 + below(6));
         for (string &each : alphabet) each = piece();
+        std::vector<std::pair<string, string>> result(count);
+        for (auto &each : result) each = pair_of(alphabet);
+        return result;
+    }
+
+  private:
+    std::pair<string, string> pair_of(const Strings &alphabet) {
         string a = text(alphabet), b = text(alphabet);
         if (below(3) != 0 || a.empty()) return {a, b};
         b = a;
@@ -207,7 +217,6 @@ class Texts {
         return {a, b};
     }
 
-  private:
     std::mt19937 random_;
     Strings characters_, elements_;
 };
@@ -306,6 +315,66 @@ TEST_P(OrderOfTree, RangesHoldWhatBeginsWithAPrefix) {
                 inside = inside || (text >= bound(2 * k) && (bound(2 * k + 1).empty() || text < bound(2 * k + 1)));
             EXPECT_TRUE(inside) << hexadecimal(more);
         }
+    }
+}
+
+// All pairs of many texts that are near each other. What agrees with the order of keys is antisymmetric and transitive.
+TEST_P(OrderOfTree, IsTotal) {
+    constexpr unsigned BATCHES = 170, PAIRS = 16;
+    Texts texts(locale_, 3);
+    for (unsigned batch = 0; batch < BATCHES && !HasFailure(); ++batch) {
+        Strings near;
+        for (const auto &[a, b] : texts.pairs(PAIRS)) near.insert(near.end(), {a, b});
+        for (int passes = -1; passes < 5; ++passes) {
+            Strings keys;
+            for (const string &text : near) keys.push_back(whole_key(locale_, text, passes));
+            const auto order = [&](size_t i, size_t k) {
+                return gl_order_compare(locale_, near[i].data(), static_cast<int>(near[i].size()), near[k].data(),
+                                        static_cast<int>(near[k].size()), passes);
+            };
+            for (size_t i = 0; i < near.size(); ++i)
+                for (size_t k = 0; k < near.size(); ++k)
+                    if (order(i, k) != sign_of(keys[i], keys[k]))
+                        ADD_FAILURE() << hexadecimal(near[i]) << " " << hexadecimal(near[k]) << " passes " << passes;
+        }
+    }
+}
+
+// Seconds of the processor for a text of a piece again and again, against the like of it.
+double cost(gl_locale *locale, const string &piece, size_t size) {
+    string text;
+    while (text.size() < size) text += piece;
+    timespec begin, end;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &begin);
+    for (const int passes : {-1, 1}) {
+        const string behind = text + "a", before = "a" + text;
+        const auto order = [&](const string &a, const string &b) {
+            return gl_order_compare(locale, a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()), passes);
+        };
+        EXPECT_EQ(order(text, behind), -order(behind, text));
+        EXPECT_EQ(order(behind, before), -order(before, behind));
+        unsigned char part[8];
+        const auto length = static_cast<int>(text.size());
+        const int whole = gl_order_key(locale, text.data(), length, passes, nullptr, 0);
+        EXPECT_EQ(gl_order_key_part(locale, text.data(), length, passes, part, sizeof part), std::min(whole, 8));
+    }
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &end);
+    return static_cast<double>(end.tv_sec - begin.tv_sec) + 1e-9 * static_cast<double>(end.tv_nsec - begin.tv_nsec);
+}
+
+// Also where a walk goes back, or looks ahead, at each character: marks, beginnings of elements, expansions, bytes that are none.
+TEST_P(OrderOfTree, TakesTimeThatFollowsTheLength) {
+    constexpr size_t SIZE = 1 << 15;
+    Strings pieces = {"-", "c", "dz", "\xC3\x9F", "\xCC\x81", "\xFF", "\xE4\xB8", "\xE3\x81\x8B\xE3\x83\xBC"};
+    for (int32_t i = 0; i < std::min(locale_->collate.element_count, 3); ++i) {
+        char bytes[4];
+        const int size = gl_wctomb(locale_, bytes, locale_->collate.elements[i].chars[0]);
+        if (size > 0) pieces.emplace_back(bytes, static_cast<size_t>(size));
+    }
+    for (const string &piece : pieces) {
+        cost(locale_, piece, SIZE); // for the caches
+        EXPECT_LT(cost(locale_, piece, 8 * SIZE), 24 * cost(locale_, piece, SIZE) + 0.05)
+            << hexadecimal(piece); // 64 times is a square
     }
 }
 
