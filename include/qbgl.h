@@ -222,9 +222,11 @@ struct gl_cv {
     void *glu_handle; /* the extension library's converter */
     int32_t glu_flag; /* 1: the extension library converts */
     void *lane;       /* lookup arrays derived from main_table while loading, or null */
-    /* A side that is a form of Unicode and is read or written by algorithm, as src/unicode/form.h numbers them; 0: by the tables. A
-     * source of this kind has its records in main_table by their UTF-8; the table is empty where the target is one, too. */
+    /* What is read or written by algorithm, as src/unicode/form.h numbers the forms; 0: nothing, the tables have all. That is a side
+     * as a whole, which is a form of Unicode: such a source has its records in main_table by their UTF-8, and the table is empty where
+     * the target is one, too. Or it is what the tables do not list. */
     int32_t source_form, target_form;
+    gl_multi *unlisted_table; /* by their UTF-8, the records of what the source has by algorithm beside its tables; null: none */
 };
 
 /* Canned descriptors, handed out by an open that failed before it had a record: read with gl_errno, never freed or changed

@@ -135,6 +135,23 @@ TEST(ConversionObjectFile, ShapeChoosesTheFunction) {
     }
 }
 
+// What a table does not list is a character where the header names a rule by which the source has it.
+TEST(ConversionObjectFile, NamesRulesForWhatItDoesNotList) {
+    const string smile = "\xF0\x9F\x98\x80", in_gb18030 = "\x94\x39\xFC\x36";
+    using Case = std::tuple<const char *, string, Outcome>;
+    for (const auto &[rules, text, outcome] :
+         {Case{"utf8", "a" + smile, {-1, GL_EILSEQ, 1, 8, 0, "a"}}, Case{"utf8", "a\xED\xA0\x80", {-1, 0, 1, 8, 0, "a"}},
+          Case{"utf8 gb18030", smile + "b", {0, 0, 5, 2, 1, in_gb18030 + "xyz"}},
+          Case{"utf8 gb18030", smile.substr(0, 3), {-1, 0, 0, 9, 0, ""}}, Case{"gb18030 utf8", in_gb18030, {0, 0, 4, 5, 0, smile}},
+          Case{"gb18030", in_gb18030, {-1, GL_EILSEQ, 0, 9, 0, ""}},
+          Case{"gb18030 utf8", in_gb18030.substr(0, 3), {-1, 0, 0, 9, 0, ""}},
+          Case{"gb18030 utf8", "\xE3\x32\x9A\x36", {-1, 0, 0, 9, 0, ""}}, Case{"utf7 utf8", smile, {-1, 0, 0, 9, 0, ""}}}) {
+        const Descriptor cd = load(TWO_BYTES.text(string("UNLISTED=") + rules));
+        EXPECT_EQ(convert(cd.get(), text, 9), outcome) << rules;
+        EXPECT_EQ(convert(cd.get(), text, 3).output, "a"s.substr(0, text[0] == 'a' ? 1 : 0)) << rules << ": no room for four bytes";
+    }
+}
+
 // Without a count only the record of the terminator ends a conversion.
 TEST(ConversionObjectFile, EndsTextAtTheTerminatorAlone) {
     const Mapped mapped{M, "x"}, terminator{TERMINATOR, "\0"s}, unmapped{0, ""};
@@ -384,6 +401,19 @@ TEST_F(Composed, ReadsAndWritesFormsOfUnicode) {
         EXPECT_EQ(convert(cd.get(), text, 9), outcome) << source << " to " << target;
         EXPECT_GE(gl_cv_outbuflen(cd.get(), static_cast<int>(text.size())), outcome.output.size());
     }
+    // By a rule of both sides; not beyond the length that the target's object declares.
+    const ConversionObject from_gb18030{{{"a", {M, "a"}}}, {1, 4, 1, 4}}, to_gb18030{{{"a", {M, "a"}}}, {1, 4, 1, 4}};
+    put("0006e01c", from_gb18030.text("UNLISTED=gb18030 utf8"));
+    put("e01c0006", to_gb18030.text("UNLISTED=utf8 gb18030"));
+    put("e01c0007", ConversionObject{{{"a", {M, "a"}}}}.text("UNLISTED=utf8 gb18030"));
+    const string in_gb18030 = "\x94\x39\xFC\x36";
+    EXPECT_EQ(convert(open("57404", "6").get(), in_gb18030, 4), (Outcome{0, 0, 4, 0, 0, "\x3D\xD8\0\xDE"s}));
+    EXPECT_EQ(convert(open("57392", "6").get(), in_gb18030, 4), (Outcome{0, 0, 4, 0, 0, "\0\xF6\x01\0"s}));
+    EXPECT_EQ(convert(open("57349", "6").get(), in_gb18030, 4), (Outcome{-1, GL_EILSEQ, 0, 4, 0, ""}));
+    EXPECT_EQ(convert(open("4", "6").get(), in_gb18030, 4), (Outcome{-1, GL_EILSEQ, 0, 4, 0, ""}));
+    EXPECT_EQ(convert(open("6", "1232").get(), "\0\x01\xF6\0"s, 4), (Outcome{0, 0, 4, 0, 0, in_gb18030}));
+    EXPECT_EQ(convert(open("6", "1").get(), smile, 4), (Outcome{0, 0, 2, 0, 0, in_gb18030}));
+    EXPECT_EQ(convert(open("7", "1").get(), smile, 4), (Outcome{-1, GL_EILSEQ, 0, 4, 0, ""}));
     // What UTF-8 has for two-byte units, the other forms have, too.
     put("e01ce005", ConversionObject{{{"a", {M, "\0a"s}}, {"\xF0\x9F\x98\x80", {SUBSTITUTED, "\0)"s}}}, {1, 4, 2, 2}}.text());
     EXPECT_EQ(convert(open("57349", "1200").get(), "\0a\xD8\x3D\xDE\0"s, 9), (Outcome{0, 0, 6, 5, 1, "a\0)\0"s}));

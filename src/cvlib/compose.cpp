@@ -2,7 +2,9 @@
 // to UTF-8" and "UTF-8 to target", into what an object of the pair would hold:
 //
 //   half from        half to          the descriptor gets
-//   object           object           the first one's tables, each record replaced by that of its UTF-8 in the second one
+//   object           object           the first one's tables, each record replaced by that of its UTF-8 in the second one; where
+//   the
+//                                     source has characters by a rule beside them, the second one's table, too
 //   object           a form           the same, by algorithm
 //   a form           object           the second one's table; the source is read by algorithm and looked up by its UTF-8
 #include "cvlib/compose.h"
@@ -18,6 +20,7 @@
 #include <algorithm>
 #include <bit>
 #include <string.h>
+#include <utility>
 
 namespace qbgl {
 
@@ -33,6 +36,7 @@ class Half {
     Half &operator=(const Half &) = delete;
     ~Half() { free_cv_tables(&cd_); }
     const gl_cv &operator*() const { return cd_; }
+    gl_multi *release_main_table() { return std::exchange(cd_.main_table, nullptr); }
 
   private:
     gl_cv cd_;
@@ -60,7 +64,7 @@ void declare_bytes(gl_cv &cd, int shortest, int longest) {
 class SecondHalf {
   public:
     SecondHalf(const gl_cv &object, bool source_stateful)
-        : object_(&object), longest_(object.target_max_len),
+        : object_(&object), form_(static_cast<UnicodeForm>(object.target_form)), longest_(object.target_max_len),
           units_(object.target_stateful == 0 && is_unicode_unit(object.target_min_len, object.target_max_len)),
           reversed_(units_ && source_stateful) {}
     SecondHalf(UnicodeForm form, bool source_stateful)
@@ -78,6 +82,9 @@ class SecondHalf {
 
     // What a descriptor says of the target, where its records have these lengths.
     void declare(gl_cv &cd, int shortest, int longest) const {
+        // What the source has by a rule the target has by its own, where the first half writes it in UTF-8.
+        const bool by_rule = cd.target_form == static_cast<int32_t>(UnicodeForm::UTF8);
+        cd.target_form = by_rule ? static_cast<int32_t>(form_) : 0;
         if (object_ != nullptr) {
             cd.target_stateful = object_->target_stateful;
             memcpy(cd.sequence, object_->sequence, sizeof cd.sequence);
@@ -97,21 +104,22 @@ class SecondHalf {
         const auto *const text = reinterpret_cast<const char *>(utf8.output());
         const void *found = _gl_retrieve_text_multi_limit(text, object_->main_table, utf8.length(), &length, nullptr);
         const auto *const bytes = static_cast<const uint8_t *>(found);
-        if (bytes == nullptr || length != utf8.length() || Record(bytes).unmapped()) return false;
+        if (bytes == nullptr) return encode_one(utf8, record);
+        if (length != utf8.length() || Record(bytes).unmapped()) return false;
         memcpy(record, bytes, 1 + static_cast<size_t>(Record(bytes).length()));
         return true;
     }
 
     bool encode_one(const Record &utf8, uint8_t *record) const {
         const Scalar scalar = decode<UnicodeForm::UTF8>(utf8.output(), static_cast<uint32_t>(utf8.length()));
-        if (scalar.length != utf8.length()) return false;
+        if (form_ == UnicodeForm::NONE || scalar.length != utf8.length()) return false;
         const int length = encode(form_, scalar.code, record + 1);
         record[0] = static_cast<uint8_t>(RECORD_MAPPED | length);
-        return length > 0;
+        return length > 0 && length <= longest_;
     }
 
-    const gl_cv *object_ = nullptr;
-    UnicodeForm form_ = UnicodeForm::NONE;
+    const gl_cv *object_ = nullptr; // of tables; what they lack
+    UnicodeForm form_;              // is written in a form, or not at all
     int longest_;
     bool units_, reversed_;
 };
@@ -182,6 +190,11 @@ struct Extent {
     int shortest = 0, longest = 0; // of the records that have bytes
     float growth = 0;              // bytes of a record, and of the shift in front of it, for a byte of its key
 
+    // Characters of four bytes that the tables do not list.
+    void add_unlisted(int length, int shift) {
+        longest = std::max(longest, length);
+        growth = std::max(growth, static_cast<float>(length + shift) / MAX_KEY);
+    }
     void gather(const gl_multi &table, const MultiNode &node, int depth, int shift) {
         for (int32_t i = 0; i < node.data.count; ++i) {
             const Record record(node.data.entries + (i << table.element_shift));
@@ -205,6 +218,7 @@ int compose_tables(gl_cv *cd, const SecondHalf &second, int shift) {
         }
         extent.gather(*table, *table->root, 1, shift);
     }
+    if (cd->source_form != static_cast<int32_t>(UnicodeForm::NONE)) extent.add_unlisted(second.longest(), shift);
     second.declare(*cd, std::max(extent.shortest, 1), std::max(extent.longest, 1));
     cd->expansion = extent.growth > 0 ? extent.growth : 1;
     cd->single_byte_table_flag = 0;
@@ -213,9 +227,11 @@ int compose_tables(gl_cv *cd, const SecondHalf &second, int shift) {
 
 int compose_objects(gl_cv *cd, uint16_t source, FILE *object, const char *directory) {
     if (read_cv_tables(object, cd) != 0) return -1;
-    const Half second(*cd);
+    Half second(*cd);
     if (read_half(cd, source, UTF8, directory) != 0) return -1;
-    return compose_tables(cd, SecondHalf(*second, cd->source_stateful != 0), shift_length(*second));
+    if (compose_tables(cd, SecondHalf(*second, cd->source_stateful != 0), shift_length(*second)) != 0) return -1;
+    if (cd->source_form != static_cast<int32_t>(UnicodeForm::NONE)) cd->unlisted_table = second.release_main_table();
+    return 0;
 }
 
 int compose_to_form(gl_cv *cd, uint16_t source, UnicodeForm target, const char *directory) {

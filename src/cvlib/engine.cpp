@@ -87,36 +87,58 @@ struct Found {
     int key_length;
 };
 
+// A record that no table holds, of a character that one side or both have by a rule.
+using MadeRecord = uint8_t[1 + LONGEST_FORM];
+
+// The record of a character of Unicode: the one that a table has for its UTF-8; else of the bytes that the target has for it by a
+// rule; else an unmapped one.
+const uint8_t *record_of(const gl_multi *table, const gl_cv &cd, uint32_t code, MadeRecord &made) {
+    if (table != nullptr) {
+        const int size = encode<UnicodeForm::UTF8>(code, made);
+        int length = 0;
+        const void *found = _gl_retrieve_text_multi_limit(reinterpret_cast<const char *>(made), table, size, &length, nullptr);
+        if (found != nullptr) return static_cast<const uint8_t *>(found);
+    }
+    const auto form = static_cast<UnicodeForm>(cd.target_form);
+    const int length = form != UnicodeForm::NONE ? encode(form, code, made + 1) : 0;
+    made[0] = length > 0 ? static_cast<uint8_t>(RECORD_MAPPED | length) : 0;
+    return made;
+}
+
+// What the tables do not list, where the source has it by a rule.
+Found find_unlisted(const gl_cv &cd, const Cursor &at, MadeRecord &made) {
+    const auto form = static_cast<UnicodeForm>(cd.source_form);
+    if (form == UnicodeForm::NONE) return {nullptr, 0};
+    const Scalar scalar = decode(form, reinterpret_cast<const uint8_t *>(at.in), static_cast<uint32_t>(at.remaining));
+    return {scalar.length != 0 ? record_of(cd.unlisted_table, cd, scalar.code, made) : nullptr, scalar.length};
+}
+
+Found find_in(const gl_multi &table, const gl_cv &cd, const Cursor &at, MadeRecord &made) {
+    int length = 0;
+    const void *const record = _gl_retrieve_text_multi_limit(at.in, &table, at.remaining, &length, nullptr);
+    if (record == nullptr) return find_unlisted(cd, at, made);
+    return {static_cast<const uint8_t *>(record), length};
+}
+
 struct MultibyteStep {
     const gl_cv &cd;
 
-    Found find(const Cursor &at) const {
-        int length = 0;
-        const void *record = _gl_retrieve_text_multi_limit(at.in, cd.main_table, at.remaining, &length, nullptr);
-        return {static_cast<const uint8_t *>(record), length};
-    }
+    Found find(const Cursor &at, MadeRecord &made) const { return find_in(*cd.main_table, cd, at, made); }
     static int room_needed(const Record &record) { return record.length(); }
     static void write(Cursor &at, const Record &record) { at.write(record.output(), record.length()); }
 };
 
-// The record of a character that is read by algorithm, looked up by its UTF-8. One that the table does not have is a character of
-// the source all the same.
-Found find_by_utf8(const gl_cv &cd, const Cursor &at) {
-    static constexpr uint8_t UNMAPPED[] = {0};
+// A character that is read by algorithm. One that the table does not have is a character of the source all the same.
+Found find_by_utf8(const gl_cv &cd, const Cursor &at, MadeRecord &made) {
     const auto *in = reinterpret_cast<const uint8_t *>(at.in);
     const Scalar scalar = decode(static_cast<UnicodeForm>(cd.source_form), in, static_cast<uint32_t>(at.remaining));
-    if (scalar.length == 0) return {nullptr, 0};
-    uint8_t key[LONGEST_FORM];
-    const int size = encode<UnicodeForm::UTF8>(scalar.code, key);
-    int length = 0;
-    const void *record = _gl_retrieve_text_multi_limit(reinterpret_cast<const char *>(key), cd.main_table, size, &length, nullptr);
-    return {record != nullptr ? static_cast<const uint8_t *>(record) : UNMAPPED, scalar.length};
+    return {scalar.length != 0 ? record_of(cd.main_table, cd, scalar.code, made) : nullptr, scalar.length};
 }
 
 struct SingleByteStep {
     const gl_cv &cd;
 
-    Found find(const Cursor &at) const {
+    Found find(const Cursor &at, MadeRecord &) const {
         const MultiNode &root = *cd.main_table->root;
         const auto byte = static_cast<uint8_t>(*at.in);
         return {root.flags[byte] == FLAG_END ? entry_of(*cd.main_table, root, byte) : nullptr, 1};
@@ -128,7 +150,7 @@ struct SingleByteStep {
 struct UnicodeSourceStep {
     gl_cv &cd;
 
-    Found find(const Cursor &at) const {
+    Found find(const Cursor &at, MadeRecord &) const {
         const int unit = cd.source_min_len == 4 && cd.source_max_len == 4 ? 4 : 2;
         const int error = get_error(&cd); // the lookup reports into the descriptor, which keeps its number when there is no record
         const void *record = _gl_retrieve_little_endian_unicode_limit(at.in, cd.main_table, at.remaining, &cd);
@@ -143,7 +165,11 @@ struct UnicodeSourceStep {
 struct UnicodeTargetStep {
     const gl_cv &cd;
 
-    Found find(const Cursor &at) const { return MultibyteStep{cd}.find(at); }
+    Found find(const Cursor &at, MadeRecord &made) const {
+        const Found found = MultibyteStep{cd}.find(at, made);
+        if (found.record == made) std::reverse(made + 1, made + 1 + Record(made).length());
+        return found;
+    }
     // Two bytes of room are asked for also where four are written: hosts size the output by the expansion factor.
     static int room_needed(const Record &) { return 2; }
     void write(Cursor &at, const Record &record) const {
@@ -188,7 +214,7 @@ int length_in_form(UnicodeForm form, const uint8_t *utf8, const uint8_t *end) {
 
 // A step with the source read by algorithm.
 template <class Step> struct ByUtf8 : Step {
-    Found find(const Cursor &at) const { return find_by_utf8(this->cd, at); }
+    Found find(const Cursor &at, MadeRecord &made) const { return find_by_utf8(this->cd, at, made); }
 
     // Lets the lane take the UTF-8 of a piece of the text after the other.
     void take_pieces(const Lane &lane, Cursor &at) const {
@@ -219,6 +245,7 @@ template <class Step> int convert_stateless(gl_cv *cd, const Buffers &buffers, c
     const auto *lane = static_cast<const Lane *>(cd->lane);
     constexpr bool IN_PIECES = requires { step.take_pieces(*lane, at); };
     if ((single_byte || IN_PIECES) && at.to_terminator) lane = nullptr; // these look ahead
+    MadeRecord made = {};
     while (at.remaining >= 1) {
         if (lane != nullptr) {
             if constexpr (IN_PIECES)
@@ -227,7 +254,7 @@ template <class Step> int convert_stateless(gl_cv *cd, const Buffers &buffers, c
                 take_lane(*lane, at, single_byte);
             if (at.remaining < 1) break;
         }
-        const Found found = step.find(at);
+        const Found found = step.find(at, made);
         if (found.record == nullptr) return store(at, buffers, fail_without_record());
         const Record record(found.record);
         if (record.unmapped()) return store(at, buffers, fail_unmapped(cd));
@@ -241,12 +268,10 @@ template <class Step> int convert_stateless(gl_cv *cd, const Buffers &buffers, c
 }
 
 // The record of a character in the state that the text is in.
-Found find_in_state(const gl_cv &cd, const gl_cv_state &state, const Cursor &at) {
-    if (cd.source_form != 0) return find_by_utf8(cd, at);
+Found find_in_state(const gl_cv &cd, const gl_cv_state &state, const Cursor &at, MadeRecord &made) {
+    if (cd.convert == unicode_source_miconv) return find_by_utf8(cd, at, made);
     const gl_multi *table = state.source_shift == 1 && cd.shifted_table != nullptr ? cd.shifted_table : cd.main_table;
-    int length = 0;
-    const void *record = _gl_retrieve_text_multi_limit(at.in, table, at.remaining, &length, nullptr);
-    return {static_cast<const uint8_t *>(record), length};
+    return find_in(*table, cd, at, made);
 }
 
 } // namespace
@@ -298,8 +323,9 @@ int mb_smiconv(gl_cv *cd, gl_cv_state *state, const char **in, int *inleft, char
     const Buffers buffers = {in, inleft, out, outleft, subst};
     Cursor at = load(buffers);
     if (state->reset != 0) state->source_shift = state->target_shift = 0;
+    MadeRecord made = {};
     while (at.remaining >= 1) {
-        const auto [found, key_length] = find_in_state(*cd, *state, at);
+        const auto [found, key_length] = find_in_state(*cd, *state, at, made);
         if (found == nullptr) return store(at, buffers, fail_without_record());
         const Record record(found);
         if (record.unmapped()) return store(at, buffers, fail_unmapped(cd));

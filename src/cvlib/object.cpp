@@ -6,6 +6,7 @@
 #include "ext/error.h"
 #include "multi/read.h"
 #include "multi/text_end.h"
+#include "unicode/form.h"
 #include "util/object_header.h"
 #include "util/owned.h"
 #include "util/tokens.h"
@@ -14,6 +15,7 @@
 #include <errno.h>
 #include <stdlib.h>
 #include <string.h>
+#include <string_view>
 
 namespace qbgl {
 
@@ -22,15 +24,27 @@ namespace {
 constexpr int MAX_SEQUENCE = 4;
 constexpr int MAX_EXPANSION = 256; // far above what shift sequences and long characters can come to
 
+// A line "UNLISTED=source target" or "UNLISTED=source": rules by which these have characters that the tables do not list.
+bool take_header_line(gl_cv *cd, const char *line) {
+    constexpr std::string_view KEYWORD = "UNLISTED=";
+    std::string_view rules = line;
+    if (!rules.starts_with(KEYWORD)) return true;
+    rules.remove_prefix(KEYWORD.size());
+    const size_t blank = std::min(rules.find(' '), rules.size());
+    cd->source_form = static_cast<int32_t>(unlisted_form(rules.substr(0, blank)));
+    cd->target_form = static_cast<int32_t>(unlisted_form(rules.substr(std::min(blank + 1, rules.size()))));
+    return true;
+}
+
 // 1 when the header is that of a conversion object of this version; the stream then stands behind it. Otherwise 0.
-int read_cv_header(FILE *file) {
+int read_cv_header(FILE *file, gl_cv *cd) {
     const auto count_of = [](const char *line, long &count) {
         const char *equals = strchr(line, '=');
         if (equals != nullptr) count = strtol(equals + 1, nullptr, 10);
         return equals != nullptr;
     };
-    const auto skip = [](const char *) { return true; };
-    switch (read_object_header(file, "FILE_TYPE=codeset_conversion_object", "COMPILER_VERSION=" GL_CV_VERSION, count_of, skip)) {
+    const auto take = [cd](const char *line) { return take_header_line(cd, line); };
+    switch (read_object_header(file, "FILE_TYPE=codeset_conversion_object", "COMPILER_VERSION=" GL_CV_VERSION, count_of, take)) {
     case Header::READ: return 1;
     case Header::OTHER_TYPE: gl_message("Invalid CVO file. Wrong FILE_TYPE."); return 0;
     case Header::OTHER_VERSION: gl_message("Invalid CVO file. Wrong Version."); return 0;
@@ -161,9 +175,10 @@ template <class Open> FILE *open_telling(gl_cv *cd, bool &missing, Open open) {
 void free_cv_tables(gl_cv *cd) {
     _gl_free_multi(cd->main_table);
     _gl_free_multi(cd->shifted_table);
+    _gl_free_multi(cd->unlisted_table);
     _gl_free_ptr(cd->single_byte_table);
     _gl_free_ptr(cd->lane);
-    cd->main_table = cd->shifted_table = nullptr;
+    cd->main_table = cd->shifted_table = cd->unlisted_table = nullptr;
     cd->single_byte_table = nullptr;
     cd->lane = nullptr;
     cd->convert = nullptr;
@@ -191,7 +206,7 @@ FILE *search_cv_object(gl_cv *cd, const char *name, bool &missing) {
 int read_cv_tables(FILE *file, gl_cv *cd) {
     Stream stream(file);
     cd->main_table = cd->shifted_table = nullptr;
-    if (!stream || read_cv_header(stream.get()) == 0) {
+    if (!stream || read_cv_header(stream.get(), cd) == 0) {
         set_error(cd, GL_ENOFILE);
         return -1;
     }

@@ -12,7 +12,7 @@ struct gl_charmap {
     uint16_t codeset_number; // GL_NO_CODESET when it was loaded by file name
     int32_t source_version, compiler_version;
     gl_multi *characters; // those with a record; null in a charmap that failed to load
-    qbgl::Unlisted unlisted;
+    qbgl::UnicodeForm unlisted;
     qbgl::SymbolTable symbols;
 };
 

@@ -43,7 +43,7 @@ bool take_header_line(const char *line, gl_charmap *cm) {
         memcpy(cm->codeset_name, name, length);
         cm->codeset_name[length] = '\0';
     }
-    if (const char *rule = value_of(line, "UNLISTED=")) cm->unlisted = unlisted_of(rule);
+    if (const char *rule = value_of(line, "UNLISTED=")) cm->unlisted = unlisted_form(rule);
     const char *version = value_of(line, "SOURCE_VERSION=");
     return version == nullptr || parse_number(version, cm->source_version);
 }

@@ -44,7 +44,7 @@ int recognize_charmap_char(const gl_charmap &cm, const char *s, int n, gl_desc &
     int length = 0;
     uint32_t code;
     if (_gl_retrieve_text_multi_limit(s, cm.characters, n, &length, &error) == nullptr)
-        return cm.unlisted == Unlisted::NONE ? error : decode_unlisted(cm.unlisted, s, n, code, character);
+        return cm.unlisted == UnicodeForm::NONE ? error : decode_unlisted(cm.unlisted, s, n, code, character);
     character.count = static_cast<uint32_t>(length);
     memcpy(character.bytes, s, std::min<size_t>(character.count, sizeof character.bytes));
     return 0;

@@ -1,5 +1,7 @@
 #include "unicode/form.h"
 
+#include "unicode/gb18030.h"
+
 namespace qbgl {
 
 UnicodeForm unicode_form(uint16_t codeset) {
@@ -14,6 +16,10 @@ UnicodeForm unicode_form(uint16_t codeset) {
     }
 }
 
+UnicodeForm unlisted_form(std::string_view rule) {
+    return rule == "utf8" ? UnicodeForm::UTF8 : rule == "gb18030" ? UnicodeForm::GB18030 : UnicodeForm::NONE;
+}
+
 FormLengths lengths_of(UnicodeForm form) {
     switch (form) {
     case UnicodeForm::UTF8: return {1, 4};
@@ -25,10 +31,16 @@ FormLengths lengths_of(UnicodeForm form) {
 }
 
 Scalar decode(UnicodeForm form, const uint8_t *in, uint32_t remaining) {
+    if (form == UnicodeForm::GB18030) {
+        Scalar scalar = {0, 0};
+        scalar.length = decode_gb18030(in, remaining, scalar.code);
+        return scalar;
+    }
     return unicode::with_form(form, [=]<UnicodeForm FORM>() { return decode<FORM>(in, remaining); });
 }
 
 int encode(UnicodeForm form, uint32_t code, uint8_t *out) {
+    if (form == UnicodeForm::GB18030) return encode_gb18030(code, out);
     return unicode::with_form(form, [=]<UnicodeForm FORM>() { return encode<FORM>(code, out); });
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <stdint.h>
+#include <string_view>
 
 namespace qbgl {
 
@@ -12,11 +13,15 @@ enum class UnicodeForm : int32_t {
     UTF16BE,
     UTF32LE,
     UTF32BE,
-    UCS2LE // the first plane alone, in two-byte units
+    UCS2LE, // the first plane alone, in two-byte units
+    GB18030 // what of it has a rule (gb18030.h): no form of a whole text
 };
 
 // The form that a codeset number stands for.
 UnicodeForm unicode_form(uint16_t codeset);
+
+// The form by which a codeset has characters that its tables do not list, as an object's header names it: "utf8", "gb18030".
+UnicodeForm unlisted_form(std::string_view rule);
 
 // Bytes of the shortest and the longest character.
 struct FormLengths {
@@ -48,7 +53,7 @@ int encode(UnicodeForm form, uint32_t code, uint8_t *out);
 
 namespace unicode {
 
-// Calls action with a form, which must be one, as a constant.
+// Calls action with a form of whole texts as a constant.
 template <class Action> auto with_form(UnicodeForm form, Action action) {
     switch (form) {
     case UnicodeForm::UTF16LE: return action.template operator()<UnicodeForm::UTF16LE>();

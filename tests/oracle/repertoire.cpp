@@ -154,12 +154,12 @@ std::vector<Sequence> sequences_of(const gl_multi &table) {
     return result;
 }
 
-// A source that is read by algorithm has all of Unicode that its form can express.
+// All of Unicode that a form has, none for none.
 static std::vector<Sequence> form_characters(qbgl::UnicodeForm form) {
     std::vector<Sequence> result;
     for (uint32_t code = 0; code < CODE_LIMIT; ++code) {
         uint8_t bytes[qbgl::LONGEST_FORM];
-        const int length = qbgl::is_scalar(code) ? qbgl::encode(form, code, bytes) : 0;
+        const int length = form != qbgl::UnicodeForm::NONE && qbgl::is_scalar(code) ? qbgl::encode(form, code, bytes) : 0;
         if (length > 0) result.push_back(Sequence({reinterpret_cast<char *>(bytes), static_cast<size_t>(length)}));
     }
     std::sort(result.begin(), result.end());
@@ -167,15 +167,17 @@ static std::vector<Sequence> form_characters(qbgl::UnicodeForm form) {
 }
 
 std::vector<Sequence> table_characters(const gl_cv &cd) {
-    if (cd.source_form != 0) return form_characters(static_cast<qbgl::UnicodeForm>(cd.source_form));
+    const auto form = static_cast<qbgl::UnicodeForm>(cd.source_form);
+    std::vector<Sequence> result = form_characters(form);
+    if (cd.convert == qbgl::unicode_source_miconv || cd.convert == qbgl::unicode_miconv) return result;
     const bool little_endian = cd.convert == qbgl::little_endian_unicode_source_miconv;
-    std::vector<Sequence> result;
     for (const Sequence &bytes : sequences_of(*cd.main_table))
         if (cd.source_stateful == 0 || !is_shift(bytes)) result.push_back(little_endian ? bytes.reversed() : bytes);
     if (cd.source_stateful != 0)
         for (const Sequence &bytes : sequences_of(*cd.shifted_table))
             if (bytes.length == 2) result.push_back(in_shifts(bytes));
     std::sort(result.begin(), result.end());
+    result.erase(std::unique(result.begin(), result.end()), result.end());
     return result;
 }
 

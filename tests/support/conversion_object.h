@@ -59,9 +59,11 @@ struct ConversionObject {
     std::string sequences = "0000"; // as written: digit and bytes, four times
     int single_byte_table_flag = 1;
 
-    std::string text() const {
+    // With one more line of header, or none.
+    std::string text(const std::string &header_line = "") const {
         std::ostringstream lines;
-        lines << "FILE_TYPE=codeset_conversion_object\nCOMPILER_VERSION=9\nHEADER_LINES=3\n" << source_stateful << " ";
+        lines << "FILE_TYPE=codeset_conversion_object\nCOMPILER_VERSION=9\nHEADER_LINES=" << (header_line.empty() ? 3 : 4) << "\n";
+        lines << header_line << (header_line.empty() ? "" : "\n") << source_stateful << " ";
         lines << target_stateful << "\n" << sequences << "\n" << lengths.target_min << " " << lengths.target_max << " 0 0 ";
         lines << lengths.source_min << " " << lengths.source_max << "\n" << single_byte_table_flag << "\n1.5\n";
         lines << table_text(main) << (source_stateful ? table_text(shifted) : "");

@@ -89,7 +89,9 @@ void conv(const Options &options) {
     Library library(options.data_directory());
     const Side source = side_of(library, options.source), target = side_of(library, options.target);
     for (const std::string &warning : library.take_warnings()) warn(warning);
-    const std::string header = conversion_header({"SOURCE=" + source.description, "TARGET=" + target.description});
+    std::vector<std::string> lines{"SOURCE=" + source.description, "TARGET=" + target.description};
+    add_rules(lines, source.codeset->rule(), target.codeset->rule());
+    const std::string header = conversion_header(lines);
     const std::string object = conversion_object(join(*source.codeset, *target.codeset, library.substitutions()), header);
     write_output(options.output.empty() ? fmt::format("{}_{}.cvo", source.name, target.name) : options.output, object);
 }

@@ -143,10 +143,12 @@ size_t Stage::granule() const {
 }
 
 // Whether more bytes would make a character of a text. Those tried complete every beginning of one: after leads of UTF-8 either the
-// lowest or the highest trail byte is allowed, and the second unit of UTF-16 is a low surrogate, in either byte order.
+// lowest or the highest trail byte is allowed, the second unit of UTF-16 is a low surrogate, in either byte order, and digits and
+// high bytes alternate in GB18030.
 bool Stage::may_go_on(const gl_cv_state &state, std::string_view text) const {
-    for (const std::string_view rest : {std::string_view("\x80\x80\x80"), std::string_view("\xBF\xBF\xBF"),
-                                        std::string_view("\x00\xDC", 2), std::string_view("\xDC\x00", 2)}) {
+    for (const std::string_view rest :
+         {std::string_view("\x80\x80\x80"), std::string_view("\xBF\xBF\xBF"), std::string_view("\x00\xDC", 2),
+          std::string_view("\xDC\x00", 2), std::string_view("\x30\x81\x30"), std::string_view("\x81\x30")}) {
         for (size_t length = 1; length <= rest.size() && text.size() + length <= LONGEST_CHARACTER; ++length) {
             gl_cv_state scratch = state;
             if (reads(scratch, std::string(text) + std::string(rest.substr(0, length)))) return true;

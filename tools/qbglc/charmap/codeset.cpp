@@ -1,6 +1,5 @@
 #include "charmap/codeset.h"
 
-#include "syms/unlisted.h"
 #include "system/error.h"
 
 #include <fmt/format.h>
@@ -42,6 +41,12 @@ void Codeset::finish() {
     }
 }
 
+Sequence Codeset::by_rule(char32_t code) const {
+    uint8_t bytes[LONGEST_FORM];
+    const int length = form_by_rule_ != UnicodeForm::NONE ? encode(form_by_rule_, code, bytes) : 0;
+    return Sequence({reinterpret_cast<const char *>(bytes), static_cast<size_t>(length)});
+}
+
 const Character *Codeset::find(const Sequence &bytes, bool shifted) const {
     const auto key = std::tie(shifted, bytes);
     const auto place =
@@ -67,13 +72,6 @@ std::shared_ptr<Codeset> codeset_from_charmap(const Charmap &charmap, const std:
     }
     codeset->finish();
     return codeset;
-}
-
-Sequence unlisted_in_gb18030(char32_t code) {
-    gl_desc character{};
-    if (!encode_unlisted(Unlisted::GB18030, code, character))
-        throw DataError(fmt::format("U+{:04X}: in no charmap of GB18030", static_cast<uint32_t>(code)));
-    return Sequence::big_endian(_gl_desc_to_gl_wchar(&character), character.count);
 }
 
 CodesetPtr unicode_codeset(const std::string &form, const std::string &name, std::shared_ptr<const KnownUnicode> known) {

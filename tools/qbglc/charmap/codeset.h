@@ -3,6 +3,7 @@
 
 #include "charmap/charmap.h"
 #include "charmap/sequence.h"
+#include "unicode/form.h"
 
 #include <memory>
 #include <optional>
@@ -41,10 +42,15 @@ class Codeset {
     // Ends adding: sorts, drops repetitions, builds the index.
     void finish();
 
-    // How a scalar value is written that is not among the characters.
-    using Rule = Sequence (*)(char32_t code);
-    // The scalar values that are not among the characters are some, too: by a rule, for they are too many to be listed.
-    void complete(Rule rule) { rule_ = rule; }
+    // The scalar values that are not among the characters are some, too: by a rule, for they are too many to be listed. The library
+    // knows it by its name, empty for none.
+    void complete(const std::string &rule) {
+        rule_ = rule;
+        form_by_rule_ = unlisted_form(rule);
+    }
+    const std::string &rule() const { return rule_; }
+    // The bytes that the rule has for a character, no bytes where it has none.
+    Sequence by_rule(char32_t code) const;
     // Null when it knows all that the codeset has.
     void know(std::shared_ptr<const KnownUnicode> known) { known_ = std::move(known); }
 
@@ -72,13 +78,13 @@ class Codeset {
     bool is_full_width(char32_t code) const { return known_ && known_->full_width[code]; }
     // Calls with every scalar value that is written by a rule, in code order.
     template <class Function> void for_each_unlisted(Function function) const {
-        if (rule_ == nullptr) return;
+        if (rule_.empty()) return;
         for (char32_t code = 0; code < CODE_LIMIT; ++code)
             if (const auto character = find_unlisted(code)) function(*character);
     }
     std::optional<Character> find_unlisted(char32_t code) const {
-        if (rule_ == nullptr || !is_scalar_value(code) || find(code) != nullptr) return std::nullopt;
-        return Character{code, rule_(code)};
+        if (rule_.empty() || !is_scalar_value(code) || find(code) != nullptr) return std::nullopt;
+        return Character{code, by_rule(code)};
     }
 
   private:
@@ -86,7 +92,8 @@ class Codeset {
     Form form_;
     bool stateful_;
     std::vector<Character> read_, written_;
-    Rule rule_ = nullptr;
+    std::string rule_;
+    UnicodeForm form_by_rule_ = UnicodeForm::NONE;
     std::shared_ptr<const KnownUnicode> known_;
     std::vector<uint32_t> pages_;  // code / 256 -> page, 0 for none
     std::vector<uint32_t> places_; // page * 256 + code % 256 -> index in written_ plus 1, 0 for none
@@ -99,9 +106,6 @@ using CodesetPtr = std::shared_ptr<const Codeset>;
 // number. Codes from `below` on are left out.
 std::shared_ptr<Codeset> codeset_from_charmap(const Charmap &charmap, const std::string &name, std::string &warning,
                                               char32_t below = CODE_LIMIT);
-
-// How GB18030 writes a character that the platform's charmap of it lacks.
-Sequence unlisted_in_gb18030(char32_t code);
 
 // A form of Unicode, every scalar value that it can express: "ucs-2le" or "ucs-4le", of which the platform knows some. Throws
 // DataError for any other.

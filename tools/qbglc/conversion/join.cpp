@@ -18,8 +18,8 @@ class Joiner {
         result_.main.reserve(source_.read().size());
         for (const Character &character : source_.read()) {
             const ConversionRecord record = record_of(character);
-            (character.shifted ? result_.shifted : result_.main).push_back(record);
             count(record);
+            if (!is_by_rule(character, record)) (character.shifted ? result_.shifted : result_.main).push_back(record);
         }
         if (source_.stateful()) add_shifts();
         if (result_.growth == 0) result_.growth = 1;
@@ -50,6 +50,8 @@ class Joiner {
     ConversionRecord record_of(const Character &character) {
         ConversionRecord record{as_text(source_.form()) ? character.bytes.reversed() : character.bytes, 0, {}};
         const Character *target = target_.find(character.code);
+        const std::optional<Character> unlisted = target_.find_unlisted(character.code);
+        if (unlisted && unlisted->bytes.length != 0) target = &*unlisted;
         bool substituted = target != nullptr && target->one_way;
         if (target == nullptr) {
             target = stand_in(character.code);
@@ -68,6 +70,13 @@ class Joiner {
             ++result_.substituted;
         }
         return record;
+    }
+
+    // Whether the rules of both codesets say what a record says: then nobody need read it.
+    bool is_by_rule(const Character &character, const ConversionRecord &record) const {
+        constexpr uint8_t EXACT = RECORD_MAPPED | 7;
+        const bool exact = (record.control & ~EXACT) == 0 && record.output == target_.by_rule(character.code);
+        return exact && character.bytes == source_.by_rule(character.code);
     }
 
     void count(const ConversionRecord &record) {

@@ -40,6 +40,10 @@ std::string conversion_header(const std::vector<std::string> &lines) {
     return object_header("codeset_conversion_object", GL_CV_VERSION, lines);
 }
 
+void add_rules(std::vector<std::string> &lines, const std::string &source, const std::string &target) {
+    if (!source.empty()) lines.push_back("UNLISTED=" + source + (target.empty() ? "" : " " + target));
+}
+
 std::string conversion_object(const Conversion &conversion, const std::string &header) {
     const char *shift_sequences = conversion.target_stateful ? "10e10f00" : "0000";
     std::string text = header;

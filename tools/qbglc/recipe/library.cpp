@@ -1,6 +1,7 @@
 #include "recipe/library.h"
 
 #include "charmap/iconv_source.h"
+#include "object/conversion.h"
 #include "object/digest.h"
 #include "system/error.h"
 #include "system/fingerprint.h"
@@ -56,7 +57,7 @@ CodesetPtr Library::load_charmap_codeset(Item &item, const Catalogue::Codeset &c
     const auto result = codeset_from_charmap(charmap, codeset.name, warning, codeset.source.below);
     if (charmap.steps_in_utf8()) add_unassigned(*result);
     if (const std::string rule = rule_of(codeset.source); !rule.empty()) {
-        result->complete(rule == "utf8" ? utf8_of : unlisted_in_gb18030);
+        result->complete(rule);
         result->know(unicode().known);
     }
     if (codeset.source.kind == CodesetSource::Kind::CHARMAP_ICONV) add_composed_from_iconv(codeset.iconv, *result);
@@ -158,7 +159,9 @@ std::vector<std::string> Library::header_lines(Catalogue::Pair pair) {
                                     .add(substitutions_.fingerprint())
                                     .add(compiler_digest(ObjectKind::CONVERSION))
                                     .hex();
-    return {"SOURCE=" + description(pair.first), "TARGET=" + description(pair.second), "CONTENT=" + content};
+    std::vector<std::string> lines{"SOURCE=" + description(pair.first), "TARGET=" + description(pair.second), "CONTENT=" + content};
+    add_rules(lines, unlisted_rule(pair.first), unlisted_rule(pair.second));
+    return lines;
 }
 
 std::vector<std::string> Library::take_warnings() {
