@@ -2,8 +2,10 @@
 
 #include "mbwc/bytes.h"
 #include "mbwc/ranges.h"
+#include "util/processor.h"
 
 #include <array>
+#include <tmmintrin.h>
 
 namespace qbgl {
 
@@ -130,49 +132,115 @@ TextPosition decode_blocks<TextShape::ONE_OR_TWO>(const CodesetMaps &maps, TextP
     return at;
 }
 
+namespace {
+
+__m128i all8(unsigned byte) { return _mm_set1_epi8(static_cast<char>(byte)); }
+__m128i at_least(__m128i block, unsigned byte) { return _mm_cmpeq_epi8(_mm_max_epu8(block, all8(byte)), block); }
+// Where a byte is behind this one.
+__m128i behind(__m128i block, unsigned byte) { return _mm_slli_si128(_mm_cmpeq_epi8(block, all8(byte)), 1); }
+
+// A block of text with continuation bytes.
+struct ContinuedBlock {
+    unsigned starts; // the places at which characters begin
+    unsigned last;   // the place at which the first character of the next block does; 0 where the block has something else than
+                     // characters of one to three bytes
+    // The value of a character stands at its last byte: the two low bytes, and the high one, in 16 bits each.
+    __m128i low0, low1, high0, high1;
+
+    // The set of those out of some places at which characters end.
+    unsigned ends_from(int place) const { return starts >> (place + 1); }
+};
+
+inline ContinuedBlock split_block(const uint8_t *in, bool refuses_surrogates) {
+    ContinuedBlock result;
+    const __m128i block = load(in);
+    const __m128i is_further = _mm_cmplt_epi8(block, all8(0xC0)); // 80 to BF, as signed bytes
+    const unsigned further = mask_of(is_further);
+    const unsigned starts = ~further & 0xFFFF;
+    const unsigned leads = mask_of(block) & starts, leads3 = mask_of(at_least(block, 0xE0));
+    // Longer than need be, with the bits of a shorter one: C0, C1, and E0 before a byte below A0. And what is longer than three.
+    const __m128i c0_or_c1 = _mm_cmpeq_epi8(_mm_and_si128(block, all8(0xFE)), all8(0xC0));
+    const __m128i short_e0 = _mm_and_si128(behind(block, 0xE0), _mm_cmplt_epi8(block, all8(0xA0)));
+    __m128i odd = _mm_or_si128(_mm_or_si128(short_e0, c0_or_c1), at_least(block, 0xF0));
+    if (refuses_surrogates) odd = _mm_or_si128(odd, _mm_and_si128(behind(block, 0xED), at_least(block, 0xA0)));
+    result.starts = starts;
+    result.last = 31U - static_cast<unsigned>(__builtin_clz(starts | 1));
+    // A character that is cut by the one at `last` lacks the byte that would stand there.
+    // The one at `last` itself may be odd: it is left to the next block.
+    const unsigned misplaced = (leads << 1 | leads3 << 2) ^ further;
+    if (((misplaced | mask_of(odd) << 1) & ((2U << result.last) - 1)) != 0) result.last = 0;
+
+    const __m128i before1 = _mm_and_si128(_mm_slli_si128(block, 1), is_further);
+    const __m128i before2 = _mm_and_si128(_mm_slli_si128(before1, 1), is_further);
+    const __m128i zero = _mm_setzero_si128();
+    result.low0 = _mm_unpacklo_epi8(block, before1), result.low1 = _mm_unpackhi_epi8(block, before1);
+    result.high0 = _mm_unpacklo_epi8(before2, zero), result.high1 = _mm_unpackhi_epi8(before2, zero);
+    return result;
+}
+
+// For each set of four lanes of 32 bits: the shuffle that moves those in it to the front.
+struct Shuffles {
+    alignas(16) uint8_t bytes[16][16];
+};
+consteval Shuffles list_shuffles() {
+    Shuffles shuffles = {};
+    for (unsigned set = 0; set < 16; ++set) {
+        int count = 0;
+        for (uint8_t lane = 0; lane < 4; ++lane)
+            if ((set >> lane & 1) != 0)
+                for (uint8_t byte = 0; byte < 4; ++byte) shuffles.bytes[set][count++] = static_cast<uint8_t>(4 * lane + byte);
+    }
+    return shuffles;
+}
+constexpr Shuffles SHUFFLES = list_shuffles();
+
+// Stores those of four values that are in a set.
+[[gnu::target("ssse3")]] inline gl_wchar *put_set(gl_wchar *out, __m128i values, unsigned set) {
+    store_lanes(out, _mm_shuffle_epi8(values, load(SHUFFLES.bytes[set & 15])));
+    return out + COUNTS[set & 15];
+}
+
+// Where all characters of one to three bytes are some, none has to be looked up.
+[[gnu::target("ssse3")]] TextPosition decode_whole_plane(TextPosition at, const uint8_t *in_end, const gl_wchar *out_end) {
+    while (has_work(at, in_end, out_end)) {
+        const ContinuedBlock block = split_block(at.in, true);
+        if (block.last == 0) break;
+        gl_wchar *out = at.out;
+        out = put_set(out, _mm_unpacklo_epi16(block.low0, block.high0), block.ends_from(0));
+        out = put_set(out, _mm_unpackhi_epi16(block.low0, block.high0), block.ends_from(4));
+        out = put_set(out, _mm_unpacklo_epi16(block.low1, block.high1), block.ends_from(8));
+        out = put_set(out, _mm_unpackhi_epi16(block.low1, block.high1), block.ends_from(12));
+        at.in += block.last;
+        at.out = out;
+        if (block.starts == 0xFFFF) at = copy_ascii(at, in_end, out_end);
+    }
+    return at;
+}
+
+} // namespace
+
 template <>
 TextPosition decode_blocks<TextShape::CONTINUATION>(const CodesetMaps &maps, TextPosition at, const uint8_t *in_end,
                                                     const gl_wchar *out_end) {
-    const auto all = [](unsigned byte) { return _mm_set1_epi8(static_cast<char>(byte)); };
-    const auto at_least = [all](__m128i block, unsigned byte) { return _mm_cmpeq_epi8(_mm_max_epu8(block, all(byte)), block); };
+    if (maps.whole_plane && has_ssse3()) return decode_whole_plane(at, in_end, out_end);
     const uint8_t *const plain = maps.plain;
     while (has_work(at, in_end, out_end)) {
-        const __m128i block = load(at.in);
-        const __m128i is_further = _mm_cmplt_epi8(block, all(0xC0)); // 80 to BF, as signed bytes
-        const unsigned further = mask_of(is_further);
-        const unsigned starts = ~further & 0xFFFF;
-        const unsigned leads = mask_of(block) & starts, leads3 = mask_of(at_least(block, 0xE0));
-        // Longer than need be, with the bits of a shorter one: C0, C1, and E0 before a byte below A0. And what is longer than
-        // three.
-        const __m128i short_e0 =
-            _mm_and_si128(_mm_slli_si128(_mm_cmpeq_epi8(block, all(0xE0)), 1), _mm_cmplt_epi8(block, all(0xA0)));
-        const __m128i c0_or_c1 = _mm_cmpeq_epi8(_mm_and_si128(block, all(0xFE)), all(0xC0));
-        const unsigned odd = mask_of(_mm_or_si128(_mm_or_si128(short_e0, c0_or_c1), at_least(block, 0xF0)));
-        const unsigned last = 31U - static_cast<unsigned>(__builtin_clz(starts)); // where the first character of the next block is
-        // A character that is cut by the one at `last` lacks the byte that would stand there.
-        // The one at `last` itself may be odd: it is left to the next block.
-        const unsigned misplaced = (leads << 1 | leads3 << 2) ^ further;
-        if (((misplaced | odd << 1) & ((2U << last) - 1)) != 0 || last == 0) break;
-
-        // The value of a character stands at its last byte. So does its key: 7 bits of one byte; 5 or 4, and 6 of each further one.
-        const __m128i before1 = _mm_and_si128(_mm_slli_si128(block, 1), is_further);
-        const __m128i before2 = _mm_and_si128(_mm_slli_si128(before1, 1), is_further);
-        const __m128i zero = _mm_setzero_si128();
-        const __m128i low0 = _mm_unpacklo_epi8(block, before1), low1 = _mm_unpackhi_epi8(block, before1);
-        const __m128i high0 = _mm_unpacklo_epi8(before2, zero), high1 = _mm_unpackhi_epi8(before2, zero);
+        const ContinuedBlock block = split_block(at.in, false);
+        if (block.last == 0) break;
         gl_wchar candidates[BLOCK];
-        store_lanes(candidates, _mm_unpacklo_epi16(low0, high0));
-        store_lanes(candidates + 4, _mm_unpackhi_epi16(low0, high0));
-        store_lanes(candidates + 8, _mm_unpacklo_epi16(low1, high1));
-        store_lanes(candidates + 12, _mm_unpackhi_epi16(low1, high1));
+        store_lanes(candidates, _mm_unpacklo_epi16(block.low0, block.high0));
+        store_lanes(candidates + 4, _mm_unpackhi_epi16(block.low0, block.high0));
+        store_lanes(candidates + 8, _mm_unpacklo_epi16(block.low1, block.high1));
+        store_lanes(candidates + 12, _mm_unpackhi_epi16(block.low1, block.high1));
+        // A character's key stands at its last byte, too: 7 bits of one byte; 5 or 4, and 6 of each further one.
         const auto keys_of = [](__m128i last_two, __m128i first) {
             const __m128i middle = _mm_and_si128(_mm_srli_epi16(last_two, 2), _mm_set1_epi16(0xFC0));
             return _mm_or_si128(_mm_or_si128(_mm_and_si128(last_two, _mm_set1_epi16(0x7F)), middle), _mm_slli_epi16(first, 12));
         };
         uint16_t keys[BLOCK];
-        store_lanes(keys, keys_of(low0, high0));
-        store_lanes(keys + 8, keys_of(low1, high1));
-        const unsigned set0 = starts >> 1 & 0xFF, set1 = starts >> 9;
+        store_lanes(keys, keys_of(block.low0, block.high0));
+        store_lanes(keys + 8, keys_of(block.low1, block.high1));
+        const unsigned set0 = block.ends_from(0) & 0xFF, set1 = block.ends_from(8);
         const size_t count0 = COUNTS[set0], count1 = COUNTS[set1];
         uint8_t plain0, plain1;
         if (count0 <= 4 && count1 <= 4) {
@@ -183,9 +251,9 @@ TextPosition decode_blocks<TextShape::CONTINUATION>(const CodesetMaps &maps, Tex
             plain1 = pick<8>(candidates + 8, keys + 8, set1, at.out + count0, plain);
         }
         if ((plain0 & plain1) == 0) break;
-        at.in += last;
+        at.in += block.last;
         at.out += count0 + count1;
-        if (starts == 0xFFFF && maps.ascii_plain) at = copy_ascii(at, in_end, out_end);
+        if (block.starts == 0xFFFF && maps.ascii_plain) at = copy_ascii(at, in_end, out_end);
     }
     return at;
 }

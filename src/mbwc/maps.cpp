@@ -116,6 +116,9 @@ class MapsBuilder {
             (shape == TextShape::ONE_OR_TWO ? maps->pairs : maps->triples) = plain;
             find_plain(*maps, plain);
             maps->pairs_whole = shape == TextShape::CONTINUATION && memchr(plain, 0, 0x800) == nullptr;
+            constexpr size_t SURROGATES = 0xD800, BEHIND_THEM = 0xE000;
+            maps->whole_plane = shape == TextShape::CONTINUATION && memchr(plain, 0, SURROGATES) == nullptr &&
+                                memchr(plain + BEHIND_THEM, 0, 0x10000 - BEHIND_THEM) == nullptr;
         }
         return maps;
     }

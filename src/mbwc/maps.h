@@ -47,6 +47,7 @@ struct CodesetMaps : gl_codeset_maps {
     // by its continued_bits for CONTINUATION.
     const uint8_t *plain;
     bool pairs_whole; // CONTINUATION: each byte below 80, and each of C2 to DF with any behind it, is a character
+    bool whole_plane; // CONTINUATION: all of the first plane are characters, but for surrogates
 
     bool has(gl_wchar wc) const {
         const uint32_t page = wc >> 8;

@@ -6,11 +6,12 @@
 #pragma once
 
 #include "unicode/form.h"
+#include "util/processor.h"
 
 #include <bit>
-#include <emmintrin.h>
 #include <initializer_list>
 #include <string.h>
+#include <tmmintrin.h>
 
 namespace qbgl::unicode {
 
@@ -78,6 +79,73 @@ struct BlockPosition {
     uintptr_t out; // an address, or a mere count when measuring
 };
 
+// For each set of eight lanes of 16 bits: the shuffle that moves those in it to the front, and how many they are.
+struct LaneSets {
+    alignas(16) uint8_t shuffles[256][16];
+    uint8_t counts[256];
+};
+consteval LaneSets list_lane_sets() {
+    LaneSets sets = {};
+    for (unsigned set = 0; set < 256; ++set) {
+        uint8_t count = 0;
+        for (uint8_t lane = 0; lane < 8; ++lane) {
+            if ((set >> lane & 1) == 0) continue;
+            sets.shuffles[set][2 * count] = static_cast<uint8_t>(2 * lane);
+            sets.shuffles[set][2 * count + 1] = static_cast<uint8_t>(2 * lane + 1);
+            ++count;
+        }
+        sets.counts[set] = count;
+    }
+    return sets;
+}
+inline constexpr LaneSets LANE_SETS = list_lane_sets();
+
+// Blocks of UTF-8 in which characters of one and two bytes come in any order, where the processor can shuffle bytes. What a
+// character is that begins at a byte is computed for all sixteen bytes of a block; then the lanes of those at which none begins are
+// dropped.
+template <UnicodeForm TARGET, bool WRITE> class MixedUtf8 {
+  public:
+    // Converts block after block, until one has anything else or nothing but ASCII, for which there is a shorter way, or input or
+    // room get short. False when that is already the first.
+    __attribute__((target("ssse3"))) static bool run(BlockPosition &at, const uint8_t *in_end, uintptr_t out_end) {
+        const uint8_t *in = at.in;
+        uintptr_t out = at.out;
+        while (in_end - in >= BLOCK_INPUT && out_end - out >= BLOCK_ROOM) {
+            const __m128i block = load(in), next = load(in + 1), zero = _mm_setzero_si128(); // the last character may end behind it
+            const unsigned beyond_7f = mask_of(block), trails = mask_of(_mm_cmplt_epi8(block, all8(0xC0)));
+            const unsigned leads = beyond_7f & ~trails;
+            const __m128i is_wrong = _mm_or_si128(_mm_cmpeq_epi8(_mm_max_epu8(block, all8(0xE0)), block),
+                                                  _mm_cmpeq_epi8(_mm_and_si128(block, all8(0xFE)), all8(0xC0)));
+            const unsigned overlaps = leads >> 15, all_trails = trails | (static_cast<int8_t>(in[16]) < -0x40 ? overlaps << 16 : 0);
+            if (((leads << 1) ^ all_trails) != 0 || mask_of(is_wrong) != 0 || leads == 0) break;
+            const unsigned starts = ~trails;
+            out += put(out, codes_of(_mm_unpacklo_epi8(block, zero), _mm_unpacklo_epi8(next, zero)), starts & 0xFF);
+            out += put(out, codes_of(_mm_unpackhi_epi8(block, zero), _mm_unpackhi_epi8(next, zero)), starts >> 8 & 0xFF);
+            in += 16 + overlaps;
+        }
+        const bool any = in != at.in;
+        at = {in, out};
+        return any;
+    }
+
+  private:
+    static __m128i all8(int value) { return _mm_set1_epi8(static_cast<char>(value)); }
+    static unsigned mask_of(__m128i bytes) { return static_cast<unsigned>(_mm_movemask_epi8(bytes)); }
+
+    // The first bytes as they are where they are ASCII, and with the second ones as characters where they are not.
+    static __m128i codes_of(__m128i first, __m128i second) {
+        const __m128i two = _mm_or_si128(_mm_slli_epi16(_mm_and_si128(first, all16(0x1F)), 6), _mm_and_si128(second, all16(0x3F)));
+        const __m128i is_one = _mm_cmplt_epi16(first, all16(0x80));
+        return _mm_or_si128(_mm_and_si128(is_one, first), _mm_andnot_si128(is_one, two));
+    }
+
+    // Stores the codes in a set, and returns their size.
+    __attribute__((target("ssse3"))) static unsigned put(uintptr_t out, __m128i codes, unsigned set) {
+        store_codes<TARGET, WRITE>(out, _mm_shuffle_epi8(codes, load(LANE_SETS.shuffles[set])));
+        return LANE_SETS.counts[set] * unsigned{unit_of(TARGET)};
+    }
+};
+
 // Runs of a UTF-8 text as whole units.
 template <UnicodeForm TARGET, bool WRITE> class FromUtf8 {
   public:
@@ -85,10 +153,14 @@ template <UnicodeForm TARGET, bool WRITE> class FromUtf8 {
 
     // Converts runs from the place on, until one begins with something else, or input or room get short.
     static void run(BlockPosition &at, const uint8_t *in_end, uintptr_t out_end) {
+        const bool mixes = has_ssse3();
         while (in_end - at.in >= BLOCK_INPUT && out_end - at.out >= BLOCK_ROOM) {
-            if (at.in[0] < 0x80)
+            const uint8_t lead = at.in[0];
+            if (lead < 0x80)
                 ascii(at);
-            else if (const int taken = at.in[0] < 0xE0 ? two_bytes(at) : at.in[0] < 0xF0 ? three_bytes(at) : 0; taken == 0)
+            else if (lead < 0xE0 && mixes && MixedUtf8<TARGET, WRITE>::run(at, in_end, out_end))
+                continue;
+            else if (const int taken = lead < 0xE0 ? two_bytes(at) : lead < 0xF0 ? three_bytes(at) : 0; taken == 0)
                 return;
         }
     }
