@@ -53,6 +53,8 @@ class EntryReader {
         if (behind - begin < 3 || behind[-3] - 0xE1U > 0xEF - 0xE1) return true;
         return maps_.may_continue(triple(behind - 3));
     }
+    // Whether the codeset has a character of three bytes.
+    bool is_character(gl_wchar character) const { return plain_[continued_bits(character)] != 0; }
     // Whether an element may go on with what stands at a place.
     bool may_go_on(const uint8_t *in, const uint8_t *end) const {
         if (in == end) return false;
@@ -60,13 +62,17 @@ class EntryReader {
         return !is_pair(in, end) || (entries_.parts[pair(in)] & PART_FOLLOWING) != 0;
     }
 
-  private:
-    static bool is_weight(uint32_t first) { return first - 2 <= WEIGHT_VALUE - 2; }
     static bool is_pair(const uint8_t *in, const uint8_t *end) {
         return in[0] - 0xC2U <= 0xDF - 0xC2 && end - in >= 2 && is_continuation_byte(in[1]);
     }
+    static bool is_triple(const uint8_t *in, const uint8_t *end) {
+        return in[0] - 0xE1U <= 0xEF - 0xE1 && end - in >= 3 && is_continuation_byte(in[1]) && is_continuation_byte(in[2]);
+    }
     static uint32_t pair(const uint8_t *in) { return (in[0] & 0x1FU) << 6 | (in[1] & 0x3FU); }
     static gl_wchar triple(const uint8_t *in) { return uint32_t{in[0]} << 16 | uint32_t{in[1]} << 8 | in[2]; }
+
+  private:
+    static bool is_weight(uint32_t first) { return first - 2 <= WEIGHT_VALUE - 2; }
 
     // The same of one character of more bytes. Of what is ignored, `in` comes to stand at the last byte.
     uint32_t next_longer(const uint8_t *&in, const uint8_t *end) const {
@@ -77,10 +83,10 @@ class EntryReader {
                 if (may_go_on(in + 2, end)) return NONE;
                 first -= OrderEntries::BEGINS;
             }
-        } else if (in[0] - 0xE1U <= 0xEF - 0xE1 && end - in >= 3 && is_continuation_byte(in[1]) && is_continuation_byte(in[2])) {
+        } else if (is_triple(in, end)) {
             const gl_wchar character = triple(in);
             const uint32_t row = maps_.row_of(character);
-            if (row >= maps_.unknown || plain_[continued_bits(character)] == 0) return NONE;
+            if (row >= maps_.unknown || !is_character(character)) return NONE;
             const uint16_t code = maps_.code_of(row, 0);
             length = 3;
             if (is_special(code)) {

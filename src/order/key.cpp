@@ -2,10 +2,13 @@
 
 #include "coll/key_writer.h"
 #include "order/code_values.h"
+#include "order/entries.h"
 #include "order/thai.h"
 #include "order/walk.h"
 
+#include <array>
 #include <string.h>
+#include <utility>
 
 using namespace qbgl;
 
@@ -129,8 +132,8 @@ class RunWriter {
             return;
         }
         const uint32_t first = first_byte(token, weight.character);
-        if (first == pass_.lesser && first != 0) {
-            ++lesser_;
+        if (first == pass_.lesser) {
+            put_lesser();
             return;
         }
         if (!end_runs(first)) put_token(sink_, rules_, pass_, token, weight.character);
@@ -146,7 +149,18 @@ class RunWriter {
             put_common(quiet & 1);
             return;
         }
-        const uint16_t code = unit.row < rules_.maps->unknown ? rules_.maps->code_of(unit.row, pass) : CODE_UNKNOWN;
+        const bool known = unit.row < rules_.maps->unknown;
+        if (known && unit.character < 128 && pass_.ascii[unit.character] != 0 && !pass_.ascii_breaks) {
+            const uint32_t byte = pass_.ascii[unit.character];
+            if (byte == pass_.lesser) {
+                put_lesser();
+            } else {
+                end_runs(byte);
+                sink_.put(byte);
+            }
+            return;
+        }
+        const uint16_t code = known ? rules_.maps->code_of(unit.row, pass) : CODE_UNKNOWN;
         if (is_ordinary(code) || is_special(code)) [[likely]] {
             put({uint32_t{code} & WEIGHT_VALUE, rules_.maps->told_by(unit.row, unit.character)});
             return;
@@ -160,6 +174,16 @@ class RunWriter {
     bool is_open() const { return open_; }
 
   private:
+    // What a space has, which is said with a run before it.
+    void put_lesser() {
+        if (run_ == 0) {
+            ++lesser_;
+            return;
+        }
+        sink_.begin_pass();
+        put_run(run_, pass_.run_most, true, pass_.low, COMBINED_PLACES, 1);
+        run_ = 0;
+    }
     // Which tells the place of a weight among the lesser and greater ones. Of characters that share a special weight only the
     // one-byte ones are told apart.
     uint32_t first_byte(OrderToken token, gl_wchar character) const {
@@ -171,33 +195,30 @@ class RunWriter {
     void put_run(size_t count, uint32_t most, bool low, uint32_t begin, uint32_t step, uint32_t place) {
         const auto put = [&](uint32_t distance) { sink_.put(low ? begin + distance : begin - distance); };
         for (; count > most; count -= most) put(most * step);
-        if (count > 0) put((static_cast<uint32_t>(count) - 1) * step + place);
+        put((static_cast<uint32_t>(count) - 1) * step + place);
     }
     // Before a weight with a first byte, or the end of the pass, which is 0. True when the weight is said, too.
     bool end_runs(uint32_t next) {
         sink_.begin_pass();
         const uint32_t lesser = pass_.lesser, greater = pass_.greater;
-        const size_t run = run_, counted = lesser_;
-        run_ = lesser_ = 0;
-        bool said = false;
+        const size_t run = std::exchange(run_, 0), counted = std::exchange(lesser_, 0);
         if (counted > 0) {
-            if (run > 0) put_run(run, pass_.run_most, true, pass_.low, COMBINED_PLACES, 1);
-            put_run(counted - (run > 0 ? 1 : 0), LESSER_MOST, next < lesser, next < lesser ? lesser : lesser + LESSER_PLACES - 1, 1,
-                    0);
-        } else if (next < pass_.low) {
+            const bool low = next < lesser;
+            put_run(counted, LESSER_MOST, low, low ? lesser : lesser + LESSER_PLACES - 1, 1, 0);
+        } else if (run > 0 && next < pass_.low) {
             put_run(run, pass_.run_most, true, pass_.low, lesser != 0 ? COMBINED_PLACES : 1, lesser != 0 && next > lesser ? 2 : 0);
-        } else {
-            said = run > 0 && next == greater;
+        } else if (run > 0) {
             const uint32_t place = greater == 0 || next > greater ? 0 : next == greater ? 1 : 2;
             put_run(run, pass_.run_most, false, pass_.high, greater != 0 ? COMBINED_PLACES : 1, place);
+            return place == 1;
         }
-        return said;
+        return false;
     }
 
     KeySink &sink_;
     const gl_order_maps &rules_;
     const OrderPass &pass_;
-    size_t run_ = 0, lesser_ = 0; // common weights, and behind them weights that a space has
+    size_t run_ = 0, lesser_ = 0; // common weights, or weights that a space has
     bool open_ = false;
 };
 
@@ -232,10 +253,206 @@ void write_listed(KeySink &sink, const gl_order_maps &rules, int passes, const U
     }
 }
 
+// What common_runs makes of the bits of the passes behind the first.
+constexpr auto RUNS_OF = [] {
+    std::array<uint32_t, 1U << (ENTRY_PASSES - 1)> runs{};
+    for (unsigned bits = 0; bits < runs.size(); ++bits) runs[bits] = common_runs(bits << 1);
+    return runs;
+}();
+
+// Texts of utf8 of up to so many units: one walk writes the first pass, and marks the units of which a further pass has more to say
+// than one common weight. The passes look at those alone.
+class ShortKey {
+  public:
+    static constexpr size_t MOST_UNITS = 255;
+
+    ShortKey(KeySink &sink, const gl_locale *locale, const OrderEntries &entries, OrderText text, bool part)
+        : sink_(sink), locale_(locale), rules_(*locale->order_maps), maps_(*rules_.maps), entries_(entries),
+          reader_(locale, entries), text_(text), part_(part) {}
+
+    // False where the text has more units, and is not done.
+    bool write_first();
+    void write_further(int passes);
+
+  private:
+    using Source = Decoder<OrderShape::CONTINUATION>;
+
+    struct Mark {
+        uint32_t runs; // before the unit, as an entry has them
+        uint32_t at;   // where it is in the text; once it is read, behind it
+    };
+    uint32_t write_triple(gl_wchar character, uint8_t *&out);
+    uint32_t write_unit(const uint8_t *&in);
+    void read_marked();
+    void write_pass(int pass);
+    unsigned said_of(uint32_t row) const { return said_passes(rules_.quiet[row], rules_.pass_count); }
+
+    KeySink &sink_;
+    const gl_locale *locale_;
+    const gl_order_maps &rules_;
+    const gl_collation_maps &maps_;
+    const OrderEntries &entries_;
+    EntryReader reader_;
+    OrderText text_;
+    bool part_;
+    size_t marked_ = 0;
+    uint32_t runs_ = 0; // of all units
+    Mark marks_[MOST_UNITS];
+    Unit units_[MOST_UNITS];                  // those that are marked
+    uint8_t lists_[ENTRY_PASSES][MOST_UNITS]; // by pass: which of them it has more to say of
+    size_t listed_[ENTRY_PASSES] = {};
+};
+
+// The row of a character of three bytes, for which there is room, and which has one weight or none in the first pass; or `unknown`.
+inline uint32_t ShortKey::write_triple(gl_wchar character, uint8_t *&out) {
+    const uint32_t row = maps_.row_of(character);
+    if (row >= maps_.unknown || !reader_.is_character(character)) return maps_.unknown;
+    const uint16_t code = maps_.code_of(row, 0);
+    if (code == WEIGHT_IGNORED) return row;
+    if (!is_ordinary(code) && !is_special(code)) return maps_.unknown;
+    const OrderToken token = rules_.passes[0].tokens[code & WEIGHT_VALUE];
+    if (token.length != 0) [[likely]] {
+        memcpy(out, token.bytes, 2);
+        out += token.length;
+        return row;
+    }
+    const OrderSpecial &special = rules_.specials[token.bytes[0] | token.bytes[1] << 8];
+    if (special.form != CodeForm::SLOTS || special.ranked) return maps_.unknown;
+    const uint32_t distance = continued_bits(character) - special.least, slot = special.bytes + (distance >> 8);
+    *out++ = static_cast<uint8_t>(slot >> 8);
+    *out++ = static_cast<uint8_t>(slot);
+    *out++ = static_cast<uint8_t>(distance);
+    return row;
+}
+
+// Writes the unit at a place, which comes to be behind it. Returns its row.
+[[gnu::noinline]] uint32_t ShortKey::write_unit(const uint8_t *&in) {
+    Source source(locale_, text_, static_cast<size_t>(in - text_.bytes));
+    const Unit unit = take_unit(maps_, source);
+    in = source.at();
+    ::write_first(sink_, rules_, OrderWalk(maps_, 0, ListedUnits(&unit, 1)), part_);
+    return unit.row;
+}
+
+bool ShortKey::write_first() {
+    constexpr ptrdiff_t LONGEST = 3; // of what is written without the sink
+    const KeySink before = sink_;
+    const OrderEntry *const entries = entries_.of_key;
+    const uint16_t *const quiet = rules_.quiet;
+    const int pass_count = rules_.pass_count;
+    const uint8_t *in = text_.bytes, *const end = text_.bytes + text_.length;
+    uint8_t *out = sink_.position(), *const out_end = sink_.end();
+    size_t marked = 0, units = 0;
+    uint32_t runs = 0;
+    for (; in != end && !(part_ && out == out_end); ++units) {
+        if (units == MOST_UNITS) {
+            sink_ = before;
+            return false;
+        }
+        marks_[marked] = {runs, static_cast<uint32_t>(in - text_.bytes)};
+        uint32_t scalar = in[0], length = 1, row = maps_.unknown;
+        const bool room = out_end - out >= LONGEST;
+        if (scalar >= 0x80) {
+            length = EntryReader::is_pair(in, end) ? 2 : 0;
+            scalar = length != 0 ? EntryReader::pair(in) : 0;
+        }
+        if (room && length != 0) [[likely]] {
+            const OrderEntry &entry = entries[scalar];
+            if (entry.kind == EntryKind::PLAIN || (entry.kind == EntryKind::BEGINS && !reader_.may_go_on(in + length, end)))
+                [[likely]] {
+                memcpy(out, entry.bytes, 2);
+                out += entry.length;
+                runs += entry.runs;
+                in += length;
+                marked += entry.said != 0 ? 1 : 0;
+                continue;
+            }
+        } else if (room && EntryReader::is_triple(in, end)) {
+            row = write_triple(EntryReader::triple(in), out);
+            if (row != maps_.unknown) in += 3;
+        }
+        if (row == maps_.unknown) [[unlikely]] {
+            sink_.advance(out);
+            row = write_unit(in);
+            out = sink_.position();
+        }
+        runs += RUNS_OF[quiet[row] >> 1 & (std::size(RUNS_OF) - 1)];
+        marked += said_passes(quiet[row], pass_count) != 0 ? 1 : 0;
+    }
+    sink_.advance(out);
+    marked_ = marked;
+    runs_ = runs;
+    return true;
+}
+
+void ShortKey::read_marked() {
+    for (size_t i = 0; i < marked_; ++i) {
+        Mark &mark = marks_[i];
+        const uint8_t first = text_.bytes[mark.at];
+        const OrderEntry &entry = entries_.of_key[first & 0x7F];
+        unsigned said = entry.said;
+        if (first < 0x80 && entry.kind == EntryKind::PLAIN) [[likely]] {
+            units_[i] = {entry.row, first};
+            ++mark.at;
+        } else {
+            Source source(locale_, text_, mark.at);
+            units_[i] = take_unit(maps_, source);
+            said = said_of(units_[i].row);
+            mark.at = static_cast<uint32_t>(source.at() - text_.bytes);
+        }
+        for (int pass = 1; pass < ENTRY_PASSES; ++pass) {
+            lists_[pass][listed_[pass]] = static_cast<uint8_t>(i);
+            listed_[pass] += said >> pass & 1;
+        }
+    }
+}
+
+void ShortKey::write_further(int passes) {
+    read_marked();
+    for (int pass = 1; pass < passes && !(part_ && sink_.is_full()); ++pass) {
+        sink_.separate();
+        if (listed_[pass] > 0 || rules_.passes[pass].ends_told) write_pass(pass);
+    }
+}
+
+void ShortKey::write_pass(int pass) {
+    const bool forward = rules_.passes[pass].forward;
+    const int lane = 8 * (pass - 1);
+    const auto of_pass = [lane](uint32_t runs) { return runs >> lane & 0xFF; };
+    RunWriter writer(sink_, rules_, pass);
+    uint32_t before = forward ? 0 : of_pass(runs_); // common weights up to the last unit that was written, in the order of the text
+    for (size_t i = 0, count = listed_[pass]; i < count; ++i) {
+        const size_t at = lists_[pass][forward ? i : count - 1 - i];
+        const uint32_t here = of_pass(marks_[at].runs);
+        writer.put_common(forward ? here - before : before - here);
+        before = here;
+        writer.put_unit(units_[at], 0, pass);
+        if (!writer.is_open()) [[likely]]
+            continue;
+        // Only forward passes have weights that break.
+        for (Source source(locale_, text_, marks_[at].at); !source.ended();) {
+            const Unit unit = take_unit(maps_, source);
+            writer.put_unit(unit, rules_.quiet[unit.row] >> pass, pass);
+        }
+        writer.end();
+        return;
+    }
+    writer.put_common(forward ? of_pass(runs_) - before : before);
+    writer.end();
+}
+
 void write_by_rules(KeySink &sink, const gl_locale *locale, OrderText text, int passes, bool part) {
     const gl_order_maps &rules = *locale->order_maps;
     const gl_collation_maps &maps = *rules.maps;
     passes = passes > 0 ? std::min(passes, rules.pass_count) : rules.pass_count;
+    const OrderEntries *const entries = order_entries(locale);
+    if (entries != nullptr && (part || text.length <= ShortKey::MOST_UNITS)) {
+        ShortKey key(sink, locale, *entries, text, part);
+        if (key.write_first()) {
+            key.write_further(passes);
+            return;
+        }
+    }
     const bool forward = rules.passes[0].forward;
     if (part && forward) {
         with_shape(order_shape(locale), [&]<OrderShape SHAPE>() {

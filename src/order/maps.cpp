@@ -13,6 +13,7 @@ namespace qbgl {
 namespace {
 
 constexpr uint32_t WEIGHTS = WEIGHT_VALUE + 1, SLOTS = 256, LEADS_DISTANCE = 65536, ASCII = 128;
+constexpr gl_wchar SPACE = ' ', CAPITAL = 'A';
 constexpr uint8_t OF_CHARACTER = 1, OF_ELEMENT = 2, HAS_SPECIAL = 4; // of a row
 constexpr uint8_t LOOKED_AT = 1, WITHOUT_SPECIAL = 2;                // of a node
 constexpr int MOST_TELLERS = 3;                                      // passes that tell a group, beside the first
@@ -712,14 +713,14 @@ void OrderBuilder::write_further(int pass) {
             rank += facts_[each].used != 0 && facts_[each].special == 0 && is_member(facts_[each]) ? 1 : 0;
         return rank;
     };
-    const uint16_t space = code_of_ascii(' ', pass), capital = code_of_ascii('A', pass);
+    const uint16_t space = code_of_ascii(SPACE, pass), capital = code_of_ascii(CAPITAL, pass);
     const WeightFacts &of_space = facts_[space & WEIGHT_VALUE];
-    const bool alone = is_ordinary(space) || (is_special(space) && ascii_weights_[pass][' '] != 0);
+    const bool alone = is_ordinary(space) || (is_special(space) && ascii_weights_[pass][SPACE] != 0);
     if (alone && of_space.below != 0 && of_space.breaks == 0) {
         Bytes better = below;
         if (is_special(space)) {
             better.ascii_singles = true;
-            better.counted_character = ' ';
+            better.counted_character = SPACE;
         } else {
             better.plain_singles = rank_of(space, is_below);
             better.counted_weight = space;
@@ -766,7 +767,9 @@ void OrderBuilder::write_further(int pass) {
     const uint32_t relative = at;
     at += most_relative_;
     write(pass, open, above, at, is_above);
-    if (lesser) made.lesser = is_special(space) ? ascii_[pass][' '] : open[space].bytes[0];
+    for (gl_wchar character = 0; character < ASCII; ++character)
+        if (ascii_[pass][character] != 0 && facts_[ascii_weights_[pass][character]].breaks != 0) made.ascii_breaks = true;
+    if (lesser) made.lesser = is_special(space) ? ascii_[pass][SPACE] : open[space].bytes[0];
     if (greater) made.greater = open[capital].bytes[0];
     tokens_at_[pass] = open_at_[pass];
     for (uint32_t weight = 2; weight < count_ && !implied; ++weight)
@@ -794,8 +797,9 @@ void OrderBuilder::write_entries(OrderEntries &entries) const {
         entries.firsts[scalar] = static_cast<uint16_t>(first | (begins ? OrderEntries::BEGINS : 0));
         const OrderToken token = made_.passes[0].tokens[of_row]; // none for WEIGHT_IGNORED
         const unsigned quiet = made_.quiet[row];
-        entries.of_key[scalar] = {common_runs(quiet), static_cast<uint16_t>(row),           {token.bytes[0], token.bytes[1]},
-                                  token.length,       said_passes(quiet, made_.pass_count), true};
+        entries.of_key[scalar] = {
+            common_runs(quiet), static_cast<uint16_t>(row),           {token.bytes[0], token.bytes[1]},
+            token.length,       said_passes(quiet, made_.pass_count), begins ? EntryKind::BEGINS : EntryKind::PLAIN};
     }
     for (int32_t i = 0; i < rules_.element_count; ++i) {
         const gl_collating_element &element = rules_.elements[i];

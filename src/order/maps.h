@@ -40,18 +40,20 @@ struct OrderPass {
     // before a greater one; one more stands for run_most of them, with further ones behind it. docs/keys.md has the numbers.
     uint8_t low, high, run_most;
     uint8_t lesser, greater; // 0, or the byte of a weight that is said with the run before it; of `lesser` runs are counted, too
+    bool ascii_breaks;       // one of `ascii` stands for a weight that breaks
     bool ends_told;          // a run at the end of the pass is written
     bool forward;
 };
 
 // What a key says of a character of utf8 below U+0800, when the first pass has one weight of it, or none, in the rules' own form.
+enum class EntryKind : uint8_t { GENERAL, PLAIN, BEGINS }; // the general way has to tell; no element begins there; one may
 struct OrderEntry {
     uint32_t runs;    // a byte for each pass behind the first, from the lowest on: 1 when the pass has one common weight alone
     uint16_t row;     // where no element begins
     uint8_t bytes[2]; // of the first pass
     uint8_t length;   // of them
     uint8_t said;     // bit k: pass k > 0 has something else than one common weight, or nothing
-    bool known;       // false: the general way has to tell
+    EntryKind kind;
 };
 inline constexpr int ENTRY_PASSES = 1 + sizeof OrderEntry::runs; // entries are made for rules of as many passes at most
 

@@ -32,6 +32,7 @@ class KeySink {
 
     // For those who write themselves.
     uint8_t *position() const { return at_; }
+    uint8_t *end() const { return end_; }
     size_t room() const { return static_cast<size_t>(end_ - at_); }
     void advance(uint8_t *to) { at_ = to; }
     // Bytes that stand at the position as far as they fit.
