@@ -1,3 +1,4 @@
+#include "support/compact.h"
 #include "support/faults.h"
 #include "support/files.h"
 
@@ -319,6 +320,66 @@ TEST(Multi, MalformedTextLeavesAnEmptyUsableTable) {
                                  "3 3 3" + begun.substr(5) + "2 2\n2 1\n2 1\n", REPEATS + "2 0\n",
                                  "4 4 7 000009\n2 0\n" + all + root + end + repeated("1 0 0 0\n", 3) + "1 0 1 0\n" +
                                      repeated("2 3\n", 255) + repeated("2 2\n", 255) + repeated("2 1\n", 255)});
+}
+
+// Values of two bytes alone have a compact form.
+TEST(Multi, TheCompactFormReadsBackToTheSameMapping) {
+    const uint16_t none = 9;
+    const auto read_compact = [&none](const string &text) {
+        Table table{_gl_create_multi(sizeof none, 0, &none), _gl_free_multi};
+        const auto reader = [](FILE *stream, void *entry, uint32_t size) {
+            const unsigned value = _gl_get_hex(stream, 4);
+            std::memcpy(entry, &value, size);
+            return 0;
+        };
+        const int result = _gl_fscanf_multi(stream_of(text).get(), table.get(), 4, reader);
+        EXPECT_EQ(result, _gl_multi_err(table.get()) == 0 ? 0 : -1);
+        return table;
+    };
+    const auto value = [](const Table &table, const string &bytes) {
+        const gl_desc key = key_of(bytes);
+        uint16_t found = 0;
+        const void *entry = _gl_retrieve_desc_multi(&key, table.get());
+        if (entry != nullptr) std::memcpy(&found, entry, sizeof found);
+        return entry != nullptr ? int{found} : -1;
+    };
+    // Leaves of the characters @ to C; the second array begins where the first one ends.
+    const string flags = "00003001010101\n0000000\n4000100404\n0000000\n", head = "2 2 15 0009\n2 2\n" + flags,
+                 first = numbers({'@', 3}) + list({0xFFFF, 0, 7}) + "\n", second = numbers({'C', 1}) + number(2 * coded(-6)) + "\n",
+                 arrays = head + first + second, root = numbers({1, 0}),
+                 nodes = root + numbers({2, 1 + coded(1), 2, 1 + coded(-2), 0, 1}) + "\n";
+    const Table table = read_compact(arrays + nodes);
+    ASSERT_EQ(_gl_multi_err(table.get()), 0);
+    EXPECT_EQ(_gl_multi_node_count(table.get()), 3);
+    const std::array<std::array<int, 4>, 3> expected = {{{9, 9, 9, 1}, {0xFFFF, 0, 7, 9}, {9, 9, 9, 1}}};
+    for (int lead = 0; lead < 3; ++lead)
+        for (int at = 0; at < 4; ++at)
+            EXPECT_EQ(value(table, string(1, static_cast<char>(lead)) + static_cast<char>('@' + at)), expected[lead][at]);
+    const File file = stream_of("");
+    _gl_fprintf_multi(file.get(), table.get(), [](FILE *out, const void *entry) {
+        uint16_t written;
+        std::memcpy(&written, entry, sizeof written);
+        return std::fprintf(out, "%04x", unsigned{written}) == 4 ? 0 : -1;
+    });
+    std::rewind(file.get());
+    const Table again = read_compact(rest_of(file.get()));
+    EXPECT_EQ(value(again, "\2C"), 1);
+
+    const string end = "\n", one = head + first.substr(0, 2);
+    for (const string &text :
+         {arrays + nodes.substr(0, nodes.size() - 1), arrays + root + numbers({2, 0, 2, 0, 0, 3}) + end,
+          arrays + root + numbers({2, 0, 2, 0, 0, 0}) + end, arrays + root + numbers({2, 0, 3, 0, 0, 1}) + end,
+          arrays + root + numbers({2, 1 + coded(2), 2, 0, 0, 1}) + end,
+          arrays + root + numbers({2, 1 + coded(-1), 2, 0, 0, 1}) + end, arrays + root + numbers({2, 0, 2, 0, UINT32_MAX}) + end,
+          arrays + numbers({1, 0, 2, 0, 1, 0}) + end, head + numbers({256, 1}) + list({5}) + end + second + nodes,
+          head + numbers({'@', 193}) + list({5}) + end + second + nodes, head + numbers({'@', 0}) + end + second + nodes,
+          one + list({5, 6, 7, 8}) + end + second + nodes, one + list({5, 6}) + end + second + nodes,
+          head + first.substr(0, first.size() - 1) + second + nodes, "2 2 11 0009\n2 2\n" + flags + first + second + nodes}) {
+        SCOPED_TRACE(text.substr(head.size()));
+        EXPECT_EQ(_gl_multi_err(read_compact(text).get()), GL_ENOMEM);
+    }
+    const Table three = new_table();
+    EXPECT_FALSE(scan(three, "2 2 15 000009\n2 2\n" + flags + first + second + nodes));
 }
 
 TEST(Multi, OutOfMemoryLeavesATableThatGoesOn) {

@@ -1,4 +1,6 @@
 // Order that is compared, told by a fingerprint, and kept.
+#include "definition/definition.h"
+#include "locale/collate.h"
 #include "object/seal.h"
 #include "order/fingerprint.h"
 #include "order/line_sorter.h"
@@ -142,10 +144,15 @@ TEST(OrderFingerprint, OfAnObjectIsThatOfItsRulesAndCharacters) {
     const std::string text = qbgl_test::read_file(object), mark = "### LC_COLLATE\n";
     const size_t begin = text.find(mark) + mark.size();
     const std::string section = text.substr(begin, text.find("### LC_NUMERIC") - begin);
+    DefinitionReader definitions;
+    const auto definition = definitions.read(definitions.find("de_DE"));
+    const CollateSection made =
+        collate_section(CollationOrder(*definition->collate), *library.codeset(*library.catalogue().find("8859-1")));
     const auto characters = [&](const char *name) {
         return characters_fingerprint(*library.codeset(*library.catalogue().find(name)));
     };
-    EXPECT_EQ(header_value(text, ORDER_LINE), order_fingerprint(characters("8859-1"), section));
+    EXPECT_EQ(section, made.text);
+    EXPECT_EQ(header_value(text, ORDER_LINE), order_fingerprint(characters("8859-1"), made.listed));
     gl_locale *locale = nullptr;
     EXPECT_EQ(gl_lc_load(&locale, "de_de/0333.lco", nullptr, QBGL_TREE "/vrn/lc11"), 0);
     EXPECT_EQ(header_value(text, ORDER_LINE), gl_order_fingerprint(locale));

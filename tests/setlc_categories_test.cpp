@@ -113,6 +113,27 @@ TEST(CharacterTypes, AreNoneWithoutData) {
     fclose(file);
 }
 
+// Both tables are in the compact form, and the pairs with the second one.
+TEST(CharacterTypes, AreReadInTheCompactForm) {
+    std::vector<unsigned> values('a' - 'A' + 1);
+    values.front() = 1, values.back() = 2;
+    const string table = "1 1 11 0000\n1 1\n0000100104\n4100100104\n6100100104\n0000000\n" + numbers({'A', 'a' - 'A' + 1}) +
+                         list(values) + "\n" + numbers({1, 1}) + "\n",
+                 pairs = "2\n" + difference(0, 0) + difference('a', 0) + difference('A', 0) + difference(0, 'A') + " 1.5\n",
+                 good = table + "0\n" + table + pairs;
+    const Locale locale = null_locale();
+    ASSERT_EQ(read_section(locale.get(), GL_CAT_CTYPE, good), 1);
+    EXPECT_EQ((std::pair{locale->ctype.case_pairs[1].upper, locale->ctype.case_pairs[1].lower}), std::pair(0U, gl_wchar{'a'}));
+    EXPECT_EQ((std::pair{locale->ctype.case_pairs[2].upper, locale->ctype.case_pairs[2].lower}), std::pair(gl_wchar{'A'}, 0U));
+    const auto class_of = [&locale](gl_wchar wc) {
+        return locale->ctype.maps->cells[locale->ctype.maps->page_blocks[0] * 256 + wc].classes;
+    };
+    EXPECT_EQ((std::tuple{class_of('A'), class_of('B'), class_of('a')}), std::tuple(1, 0, 2));
+    expect_errors(
+        GL_CAT_CTYPE, {}, good,
+        {{11, {pairs + "=>2\n" + pairs.substr(3), pairs + "=>2 " + pairs.substr(2), pairs + "=>2\np" + pairs.substr(2)}}});
+}
+
 TEST(CharacterTypes, AreKept) {
     const Locale locale = null_locale();
     ASSERT_EQ(read_section(locale.get(), GL_CAT_CTYPE, ctype_text(small_codeset("1"))), 1);
@@ -163,6 +184,36 @@ TEST(Collation, IsReadWithItsChecks) {
                    {11,
                     {"as_ranked=>as_specified", "\n2\n0\n5=>\n0\n0\n5", "\n2\n0\n5=>\n6\n0\n5", "\n2\n0\n5=>\n2 \n0\n5",
                      "80080001=>00000001", ranked.text() + "=>" + direct.text()}}});
+}
+
+TEST(Collation, TheCompactFormIsTheSameRules) {
+    Collation rules = some_rules();
+    const Locale plain = null_locale(), compact = null_locale();
+    ASSERT_EQ(read_section(plain.get(), GL_CAT_COLLATE, rules.text()), 1);
+    rules.compact = true;
+    const string good = rules.text(), begin = "\n00010002\n",
+                 elements = numbers({3, 2, coded('A'), coded('a'), coded('\n'), 1, 5, coded('a' - 'A')}) + "\n",
+                 expansions = numbers({1, coded('a'), 2, coded('A' - 'a'), coded('A')}) + "\n",
+                 first = list({0, 1, 5, 0x4001, 5, 0x8007}) + "\n";
+    ASSERT_NE(good.find("2\n5 2 2 2 32775" + begin + elements + expansions + first), string::npos) << good;
+    ASSERT_EQ(read_section(compact.get(), GL_CAT_COLLATE, good), 1);
+    EXPECT_EQ(compact->collate.direct, 0);
+    EXPECT_EQ(compact->coll_growth, plain->coll_growth);
+    EXPECT_STREQ(gl_order_fingerprint(compact.get()), gl_order_fingerprint(plain.get())); // that of all rules
+    const string elements_end = begin + elements, expansions_end = elements_end + expansions;
+    const auto weights = [&](const string &text) { return expansions_end + first + "=>" + expansions_end + text + "\n"; };
+    expect_errors(
+        GL_CAT_COLLATE, small_codeset(), good,
+        {{0, {"=>", weights(list({0, 1, 5, 0x4001, 5, 0x8007}, false))}},
+         {11,
+          {elements_end + "=>" + begin + "\n", elements_end + "=>" + begin + elements.substr(1),
+           elements_end + "=>" + begin + number(0) + elements, elements_end + "=>" + begin + number(16) + elements.substr(1),
+           elements_end + "=>" + begin + numbers({3, 6}) + elements.substr(2), elements_end + "=>" + begin + "oooooooo" + elements,
+           elements_end + "=>" + begin + elements.substr(0, 2) + " " + elements.substr(2),
+           expansions_end + "=>" + elements_end + expansions.substr(0, expansions.size() - 1),
+           weights(list({0, 1, 5, 0x4002, 5, 0x8007})), weights(list({0, 1, 5, 0x4001, 5})),
+           weights(list({0, 1, 5, 0x4001, 5, 0x8007, 1})), weights(numbers({1, 5})), weights(numbers({1, UINT32_MAX})),
+           weights(number(0x20000) + list({1, 5, 0x4001, 5, 0x8007})), weights("p" + first), weights("/" + first)}}});
 }
 
 TEST(Collation, OtherKinds) {

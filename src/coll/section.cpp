@@ -10,6 +10,11 @@
 //   elements                         lines KRRRRCCCCCCCC...: K characters of eight digits sort as row R
 //   expansions                       lines KCCCCCCCC...
 //   rows 0 to ROWS                   lines of a weight for each pass, four digits; white space is free where DIRECT is 1
+//
+// DIRECT 2 is 0 with elements, expansions and rows in the compact form, in numbers (ByteReader::number):
+//   elements, in one line            K, the row, K characters, each by its difference from what the element before has in its place
+//   expansions, in one line          the same without a row
+//   a line for each pass             the weights of all rows (RunReader, each pass from 0 on)
 #include "coll/section.h"
 
 #include "coll/lists.h"
@@ -50,6 +55,9 @@ Mode read_mode(FILE *file, gl_locale *locale) {
     locale->collate.kind = 0; // an unknown kind of collation has no error number
     return Mode::FAILED;
 }
+
+constexpr int32_t COMPACT = 2;           // of DIRECT
+constexpr uint32_t MOST_CHARACTERS = 15; // of an element or an expansion
 
 // A list with all items empty; null for no items.
 template <class T> bool allocate_items(gl_locale *locale, T *&list, int32_t count) {
@@ -102,45 +110,73 @@ bool read_directions(gl_locale *locale, ByteReader &in) {
     return end_line(locale, in);
 }
 
-// The characters of an element or an expansion, and their line's end. One without characters would never be left.
-bool read_characters(gl_locale *locale, ByteReader &in, int32_t count, gl_wchar *&characters) {
-    if (count == 0) return fail(locale, GL_EBADFILE, false);
-    characters = Owned<gl_wchar>::allocate(static_cast<uint32_t>(count)).release();
-    if (characters == nullptr) return fail(locale, GL_ENOMEM, false);
-    for (int32_t i = 0; i < count; ++i) characters[i] = in.hex(8);
-    locale->coll_growth = std::max(locale->coll_growth, static_cast<double>(count));
-    return end_line(locale, in);
-}
+// Reads elements or expansions, and their characters into one list.
+class ItemReader {
+  public:
+    ItemReader(gl_locale *locale, ByteReader &in, bool compact) : locale_(locale), in_(in), compact_(compact) {}
 
-bool read_coll_elem(gl_locale *locale, ByteReader &in, gl_collating_element &element) {
-    element.count = static_cast<int32_t>(in.hex(1));
-    element.row = static_cast<uint16_t>(in.hex(4));
-    if (element.row > locale->collate.row_count) return fail(locale, GL_EBADFILE, false);
-    return read_characters(locale, in, element.count, element.chars);
-}
+    // The counts in the record are those of the lists: a failure may come before there are any.
+    template <class Item> bool read(Item *&items, int32_t &item_count, int32_t count) {
+        if (!allocate_items(locale_, items, count)) return false;
+        item_count = count;
+        for (int32_t i = 0; i < count; ++i)
+            if (!read_head(items[i]) || !read_characters(items[i].count)) return false;
+        if (count == 0) return true;
+        if (compact_ && !end_line(locale_, in_)) return false;
+        if (!characters_.fit()) return fail(locale_, GL_ENOMEM, false);
+        gl_wchar *next = characters_.release(); // the first item's, and so the list's
+        for (int32_t i = 0; i < count; next += items[i++].count) items[i].chars = next;
+        return true;
+    }
 
-bool read_expansion(gl_locale *locale, ByteReader &in, gl_expansion &expansion) {
-    expansion.count = static_cast<int32_t>(in.hex(1));
-    return read_characters(locale, in, expansion.count, expansion.chars);
-}
+  private:
+    bool malformed() { return fail(locale_, GL_EBADFILE, false); }
 
-// The counts in the record are those of the lists: a failure may come before there are any.
-bool read_elements(gl_locale *locale, ByteReader &in, int32_t count) {
+    bool read_number(uint32_t &value) { return compact_ ? in_.number(value) : (value = in_.hex(1), true); }
+    bool read_head(gl_expansion &expansion) {
+        uint32_t count;
+        if (!read_number(count)) return malformed();
+        expansion.count = static_cast<int32_t>(std::min(count, MOST_CHARACTERS + 1));
+        return true;
+    }
+    bool read_head(gl_collating_element &element) {
+        uint32_t count, row;
+        if (!read_number(count)) return malformed();
+        if (!compact_)
+            row = in_.hex(4);
+        else if (!in_.number(row))
+            return malformed();
+        if (row > static_cast<uint32_t>(locale_->collate.row_count)) return malformed();
+        element.count = static_cast<int32_t>(std::min(count, MOST_CHARACTERS + 1));
+        element.row = static_cast<uint16_t>(row);
+        return true;
+    }
+
+    // One without characters would never be left.
+    bool read_characters(int32_t count) {
+        if (count < 1 || count > static_cast<int32_t>(MOST_CHARACTERS)) return malformed();
+        for (int32_t i = 0; i < count; ++i) {
+            if (!compact_)
+                last_[i] = in_.hex(8);
+            else if (!in_.difference(last_[i]))
+                return malformed();
+        }
+        if (!characters_.append(last_, static_cast<uint32_t>(count))) return fail(locale_, GL_ENOMEM, false);
+        locale_->coll_growth = std::max(locale_->coll_growth, static_cast<double>(count));
+        return compact_ || end_line(locale_, in_);
+    }
+
+    gl_locale *const locale_;
+    ByteReader &in_;
+    const bool compact_;
+    Growing<gl_wchar> characters_;
+    gl_wchar last_[MOST_CHARACTERS] = {};
+};
+
+bool read_items(gl_locale *locale, ByteReader &in, bool compact, int32_t element_count, int32_t expansion_count) {
     gl_collate_info &info = locale->collate;
-    if (!allocate_items(locale, info.elements, count)) return false;
-    info.element_count = count;
-    for (int32_t i = 0; i < count; ++i)
-        if (!read_coll_elem(locale, in, info.elements[i])) return false;
-    return true;
-}
-
-bool read_expansions(gl_locale *locale, ByteReader &in, int32_t count) {
-    gl_collate_info &info = locale->collate;
-    if (!allocate_items(locale, info.expansions, count)) return false;
-    info.expansion_count = count;
-    for (int32_t i = 0; i < count; ++i)
-        if (!read_expansion(locale, in, info.expansions[i])) return false;
-    return true;
+    return ItemReader(locale, in, compact).read(info.elements, info.element_count, element_count) &&
+           ItemReader(locale, in, compact).read(info.expansions, info.expansion_count, expansion_count);
 }
 
 // Four hexadecimal digits. False at the end of the file.
@@ -171,6 +207,19 @@ bool read_row(gl_locale *locale, ByteReader &in, int32_t row) {
 bool read_rows(gl_locale *locale, ByteReader &in) {
     for (int32_t row = 0; row <= locale->collate.row_count; ++row)
         if (!read_row(locale, in, row)) return false;
+    return true;
+}
+
+bool read_compact_rows(gl_locale *locale, ByteReader &in) {
+    gl_collate_info &info = locale->collate;
+    const auto count = static_cast<uint32_t>(info.row_count) + 1;
+    for (int pass = 0; pass < info.pass_count; ++pass) {
+        const uint16_t *const weights = info.weights[pass];
+        if (!RunReader(in).read(info.weights[pass], count) || !in.skip_newline()) return fail(locale, GL_EBADFILE, false);
+        for (uint32_t row = 0; row < count; ++row)
+            if (is_expansion(weights[row]) && (weights[row] & WEIGHT_VALUE) >= info.expansion_count)
+                return fail(locale, GL_EBADFILE, false);
+    }
     return true;
 }
 
@@ -212,9 +261,12 @@ bool ranks_fit(gl_locale *locale) {
 bool read_body(gl_locale *locale, ByteReader &in) {
     int32_t element_count = 0, expansion_count = 0;
     locale->collate.direct = static_cast<int32_t>(in.integer());
+    const bool compact = locale->collate.direct == COMPACT;
+    if (compact) locale->collate.direct = 0; // the same rules
     return end_line(locale, in) && read_weight_counts(locale, in, element_count, expansion_count) && read_directions(locale, in) &&
-           read_elements(locale, in, element_count) && read_expansions(locale, in, expansion_count) && read_rows(locale, in) &&
-           expansions_end(locale) && build_lists(locale) && build_candidates(locale) && build_maps(locale) && ranks_fit(locale);
+           read_items(locale, in, compact, element_count, expansion_count) &&
+           (compact ? read_compact_rows(locale, in) : read_rows(locale, in)) && expansions_end(locale) && build_lists(locale) &&
+           build_candidates(locale) && build_maps(locale) && ranks_fit(locale);
 }
 
 } // namespace
@@ -233,9 +285,9 @@ void qbgl::free_collate(gl_locale *locale) {
     gl_collate_info &info = locale->collate;
     _gl_free_multi(info.character_table);
     for (uint16_t *weights : info.weights) _gl_free_ptr(weights);
-    for (int32_t i = 0; i < info.element_count; ++i) _gl_free_ptr(info.elements[i].chars);
+    if (info.element_count > 0) _gl_free_ptr(info.elements[0].chars);
     _gl_free_ptr(info.elements);
-    for (int32_t i = 0; i < info.expansion_count; ++i) _gl_free_ptr(info.expansions[i].chars);
+    if (info.expansion_count > 0) _gl_free_ptr(info.expansions[0].chars);
     _gl_free_ptr(info.expansions);
     for (gl_expansion **candidates : info.expansion_candidates) _gl_free_ptr(candidates);
     _gl_free_ptr(info.element_candidates);

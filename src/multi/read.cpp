@@ -6,6 +6,9 @@
 //     HAS-FLAGS HAS-DATA                     HAS-FLAGS HAS-DATA FLAG-INDEX DATA-INDEX
 //     [flag array] [data array]              or, where FLAGS has 4: 2 NODE, as that line of 1 or 0 at the same depth, counted
 //                                            from 0, and all below it
+//   compact, where FLAGS has 8: as compressed, but D lines of numbers (ByteReader::number): the first byte of a data array, how
+//   many entries it has, and those (RunReader, over all arrays); then in one line the nodes. A node is 0 and NODE, or 1 +
+//   FLAG-INDEX, and 0 for no data array, or 1 + the coded difference of DATA-INDEX from what follows on the one that was named last
 //   array: run lines "FFCCCRRR items", C items from index F on, R times in a row; then "0000000"
 #include "multi/read.h"
 
@@ -57,9 +60,11 @@ class TableReader {
     bool read_compressed() {
         const long flag_arrays = in_.integer();
         const long data_arrays = in_.integer();
-        if (!in_.skip_newline() || !read_shared_flags(flag_arrays) || !read_shared_data(data_arrays)) return false;
         repeats_ = (table_.flags & MULTI_REPEATS) != 0;
-        return read_child(table_.root, 1, false);
+        runs_ = is_compact(table_);
+        if (runs_ && table_.element_size != sizeof(uint16_t)) return false;
+        if (!in_.skip_newline() || !read_shared_flags(flag_arrays) || !read_shared_data(data_arrays)) return false;
+        return read_child(table_.root, 1, false) && (!runs_ || in_.skip_newline());
     }
 
     bool read_own_node(MultiNode &node) {
@@ -73,12 +78,50 @@ class TableReader {
         return read_children(node, number_children(node.flags, node.offsets), true);
     }
 
-    bool read_sharing_node(MultiNode &node, long has_flags, long has_data) {
+    // What a line says of a node: the arrays that it shares, -1 for none, or the node that it stands for.
+    struct NodeLine {
+        long flag_index, data_index, repeated;
+    };
+
+    bool read_node_line(NodeLine &line) {
+        if (runs_) return read_compact_node(line);
+        const long has_flags = in_.integer();
+        const long has_data = in_.integer();
+        line = {-1, -1, -1};
+        if (repeats_ && has_flags == REPEATED) {
+            line.repeated = std::max(has_data, -1L);
+            return line.repeated >= 0 && in_.skip_newline();
+        }
         const long flag_index = in_.integer();
         const long data_index = in_.integer();
         if (!in_.skip_newline() || !is_bit(has_flags) || !is_bit(has_data)) return false;
-        long index = flag_index;
-        if (has_flags == 0) {
+        if (has_flags != 0) line.flag_index = flag_index;
+        if (has_data != 0) line.data_index = data_index;
+        return (has_flags == 0 || flag_index >= 0) && (has_data == 0 || data_index >= 0);
+    }
+
+    bool read_compact_node(NodeLine &line) {
+        uint32_t first, data;
+        if (!in_.number(first) || first > INT32_MAX) return false;
+        line = {-1, -1, -1};
+        if (first == 0) {
+            uint32_t number;
+            if (!repeats_ || !in_.number(number) || number > INT32_MAX) return false;
+            line.repeated = static_cast<long>(number);
+            return true;
+        }
+        line.flag_index = static_cast<long>(first) - 1;
+        if (!in_.number(data)) return false;
+        if (data == 0) return true;
+        const uint32_t index = next_data_ + ByteReader::signed_of(data - 1);
+        next_data_ = index + 1;
+        line.data_index = static_cast<long>(index);
+        return index <= INT32_MAX;
+    }
+
+    bool read_sharing_node(MultiNode &node, const NodeLine &line) {
+        long index = line.flag_index;
+        if (index < 0) {
             if (no_flags_ < 0 && add_shared_flags()) no_flags_ = table_.flag_array_count - 1;
             index = no_flags_;
         }
@@ -87,10 +130,10 @@ class TableReader {
         node.flag_index = static_cast<int32_t>(index);
         node.flags = shared.flags;
         node.offsets = shared.offsets;
-        if (has_data != 0) {
-            if (data_index < 0 || data_index >= table_.data_array_count) return false;
-            node.data_index = static_cast<int32_t>(data_index);
-            node.data = table_.shared_data[data_index];
+        if (line.data_index >= 0) {
+            if (line.data_index >= table_.data_array_count) return false;
+            node.data_index = static_cast<int32_t>(line.data_index);
+            node.data = table_.shared_data[line.data_index];
         }
         if (shared.child_count == 0) return true;
         if (node.depth >= table_.max_length || !got(make_room_for_children(table_, node))) return false;
@@ -109,9 +152,9 @@ class TableReader {
             place = new_node(table_, depth, true);
             return got(place != nullptr) && read_own_node(*place);
         }
-        const long has_flags = in_.integer();
-        const long has_data = in_.integer();
-        if (repeats_ && has_flags == REPEATED) return in_.skip_newline() && repeat_node(place, depth, has_data);
+        NodeLine line;
+        if (!read_node_line(line)) return false;
+        if (line.repeated >= 0) return repeat_node(place, depth, line.repeated);
         MultiNode *const node = new_node(table_, depth, false);
         if (!got(node != nullptr)) return false;
         if (repeats_ && !list(*node)) {
@@ -120,7 +163,7 @@ class TableReader {
         }
         place = node;
         const uint32_t before = walked_;
-        if (!read_sharing_node(*node, has_flags, has_data)) return false;
+        if (!read_sharing_node(*node, line)) return false;
         if (!repeats_) return true;
         walked_ += 1 + static_cast<uint32_t>(std::count(node->flags, node->flags + 256, FLAG_END));
         sizes_[static_cast<uint32_t>(node->number)] = walked_ - before;
@@ -129,7 +172,7 @@ class TableReader {
 
     // Nodes of a depth that have been listed before one of the same depth are whole.
     bool repeat_node(MultiNode *&place, int32_t depth, long number) {
-        if (number < 0 || number >= table_.node_count || table_.nodes[number]->depth != depth) return false;
+        if (number >= table_.node_count || table_.nodes[number]->depth != depth) return false;
         place = table_.nodes[number];
         walked_ += sizes_[static_cast<uint32_t>(number)];
         return walked_ <= MOST_OF_WALK;
@@ -170,10 +213,11 @@ class TableReader {
 
     bool read_shared_data(long count) {
         int32_t capacity = 0;
+        RunReader runs(in_);
         for (long i = 0; i < count; ++i) {
             if (table_.data_array_count == capacity && !got(grow(table_.shared_data, capacity))) return false;
             DataArray data;
-            if (!read_data_array(data)) return false;
+            if (!(runs_ ? read_compact_array(runs, data) : read_data_array(data))) return false;
             table_.shared_data[table_.data_array_count - 1] = data; // counted when it was made
         }
         return true;
@@ -234,6 +278,16 @@ class TableReader {
         return true;
     }
 
+    bool read_compact_array(RunReader &runs, DataArray &data) {
+        uint32_t first, count;
+        if (!in_.number(first) || !in_.number(count) || first > 255 || count < 1 || count > 256 - first) return false;
+        auto entries = Owned<uint16_t>::allocate(count);
+        if (!got(static_cast<bool>(entries)) || !runs.read(entries.get(), count) || !in_.skip_newline()) return false;
+        data = {reinterpret_cast<uint8_t *>(entries.release()), static_cast<int32_t>(first), static_cast<int32_t>(count)};
+        ++table_.data_array_count;
+        return true;
+    }
+
     // The terminator is seven zeros and its newline: the newline stands where the last digit of the repeat count would.
     RunLine read_run(Run &run) {
         run.first = in_.hex(2);
@@ -261,7 +315,8 @@ class TableReader {
     bool starved_ = false;
     int32_t flag_capacity_ = 0;
     int32_t no_flags_ = -1; // the shared array that stands for none, once a node needs it
-    bool repeats_ = false;
+    bool repeats_ = false, runs_ = false;
+    uint32_t next_data_ = 0; // the index behind that of the data array named last, in the compact form
     int32_t node_capacity_ = 0;
     Growing<uint32_t> sizes_; // of the listed nodes: what a walk below them comes by
     uint32_t walked_ = 0;

@@ -63,6 +63,12 @@ inline constexpr int32_t MULTI_MARKED = 1; // leaves are marked, as in every tab
 // With GL_MULTI_COMPRESSED: the text form names a node that stood before at the same depth in place of one like it, with all below
 // it. Most of the code space is alike, so that a table has all of it in little more than what differs.
 inline constexpr int32_t MULTI_REPEATS = 4;
+// With GL_MULTI_COMPRESSED, and entries of two bytes: data arrays and nodes are in the compact form.
+inline constexpr int32_t MULTI_RUNS = 8;
+inline bool is_compact(const gl_multi &table) {
+    constexpr int32_t COMPACT = GL_MULTI_COMPRESSED | MULTI_RUNS;
+    return (table.flags & COMPACT) == COMPACT;
+}
 
 // The table of a category without data: it has no characters, and ends text at the first zero byte. Everyone shares it, so that no
 // handle is ever without a table; it is not filled, and freeing it does nothing.

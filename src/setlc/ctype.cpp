@@ -5,6 +5,9 @@
 //   case table: an index of the case pairs for each character
 //   PAIRS                            then for each pair: UPPERCASELOWERCASE, eight hexadecimal digits each
 //   GROWTH                           behind the last pair, on its line; nothing stands for 4.0
+//
+// Where the case table is in the compact form, the pairs are in one line, behind that of their number: the difference of each
+// upper-case character from the one before, and of the lower-case one from that.
 #include "ctype/case_maps.h"
 #include "ctype/class_name.h"
 #include "ext/error.h"
@@ -122,6 +125,19 @@ bool read_classes(ByteReader &in, gl_locale *locale) {
     return true;
 }
 
+// `before` is the pair before it in the compact form, null in the other.
+bool read_pair(ByteReader &in, gl_case_pair &pair, const gl_case_pair *before) {
+    if (before == nullptr) {
+        pair.upper = in.hex(8);
+        pair.lower = in.hex(8);
+        return true;
+    }
+    pair.upper = before->upper;
+    if (!in.difference(pair.upper)) return false;
+    pair.lower = pair.upper;
+    return in.difference(pair.lower);
+}
+
 bool read_pairs(ByteReader &in, gl_locale *locale) {
     gl_ctype_info &info = locale->ctype;
     info.pair_count = 0;
@@ -137,13 +153,12 @@ bool read_pairs(ByteReader &in, gl_locale *locale) {
         return false;
     }
     pairs[0] = {0, 0};
+    const bool compact = is_compact(*info.case_table);
     for (uint32_t i = 1; i <= static_cast<uint32_t>(count); ++i) {
-        if (!in.skip_newline()) {
+        if (!((compact && i > 1) || in.skip_newline()) || !read_pair(in, pairs[i], compact ? &pairs[i - 1] : nullptr)) {
             set_error(locale, GL_EBADFILE);
             return false;
         }
-        pairs[i].upper = in.hex(8);
-        pairs[i].lower = in.hex(8);
     }
     info.case_pairs = pairs.release();
     info.pair_count = static_cast<int32_t>(count);

@@ -59,6 +59,14 @@ template <class T> class Growing {
     const T *begin() const { return items_.get(); }
     T &operator[](uint32_t i) const { return items_[i]; }
 
+    // Gives back the room that is left over. False when memory is out.
+    bool fit() {
+        if (size_ == capacity_) return true;
+        if (!enlarge(items_, size_, size_)) return false;
+        capacity_ = size_;
+        return true;
+    }
+
     // The block, which is the caller's from then on; the list is empty.
     [[nodiscard]] T *release() {
         size_ = capacity_ = 0;

@@ -65,6 +65,25 @@ class ByteReader {
     }
     long integer();
     double real();
+    // A number of the compact form: digits of five bits from '0' on, the high ones first; all but the last have 32 added. False for
+    // anything else, and for more than 32 bits.
+    bool number(uint32_t &value) {
+        value = 0;
+        for (;;) {
+            const auto digit = static_cast<unsigned>(getc()) - '0';
+            if (digit > 63 || value >> 27 != 0) return false;
+            value = value << 5 | (digit & 31);
+            if (digit < 32) return true;
+        }
+    }
+    // A difference: 2 * d, or -2 * d - 1 where d is negative. Adds it to `value`, which wraps.
+    bool difference(uint32_t &value) {
+        uint32_t coded;
+        if (!number(coded)) return false;
+        value += signed_of(coded);
+        return true;
+    }
+    static constexpr uint32_t signed_of(uint32_t coded) { return coded >> 1 ^ (0 - (coded & 1)); }
     void skip_whitespace();
     // A word of at most size - 1 bytes, always terminated; whether white space, which is left unread, follows it.
     bool word(char *buffer, int size);
@@ -74,6 +93,34 @@ class ByteReader {
 
     FILE *stream_;
     bool direct_;
+};
+
+// Lists of 16-bit values in the compact form. Each value is told by its difference from the one before it, over the ends of lists,
+// 0 before the first. A run of equal differences is the number 2 * difference + 1, and 2 less than their count; one that stands
+// alone is 2 * difference.
+class RunReader {
+  public:
+    explicit RunReader(ByteReader &in) : in_(in) {}
+
+    // False for what is malformed, a run beyond the list's end included.
+    bool read(uint16_t *values, uint32_t count) {
+        while (count > 0) {
+            uint32_t coded, run = 1;
+            if (!in_.number(coded) || coded >> 1 > UINT16_MAX) return false;
+            if ((coded & 1) != 0) {
+                if (!in_.number(run) || run > count || count - run < 2) return false;
+                run += 2;
+            }
+            const auto step = static_cast<uint16_t>(ByteReader::signed_of(coded >> 1));
+            for (uint32_t i = 0; i < run; ++i) *values++ = last_ = static_cast<uint16_t>(last_ + step);
+            count -= run;
+        }
+        return true;
+    }
+
+  private:
+    ByteReader &in_;
+    uint16_t last_ = 0;
 };
 
 } // namespace qbgl

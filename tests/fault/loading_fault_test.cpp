@@ -122,7 +122,9 @@ std::vector<Object> objects() {
     rules.rows[100] = {0x4000, 0x4000};
     rules.expansions = {{'s', 's'}};
     rules.elements = {{{'s', 'h'}, 3}};
-    const string locale = LocaleObject(codeset, rules.text()).text(),
+    Collation compact_rules = rules;
+    compact_rules.compact = true;
+    const string locale = LocaleObject(codeset, rules.text()).text(), compact = LocaleObject(codeset, compact_rules.text()).text(),
                  charmap = "FILE_TYPE=charmap_object\nCOMPILER_VERSION=3\nHEADER_LENGTH=5\nCODESET=test\nSOURCE_VERSION=7\n"
                            "### CHARMAP\ns 3 NUL 1 00\ns 3 a<b 1 41\ns 1 A 1 41\nr 5 j0101 101 5 2 81fe\nr 5 j0103 103 2 2 91ff\n"
                            "s 1 B 4 a1a2a3a4\n";
@@ -134,6 +136,7 @@ std::vector<Object> objects() {
     std::vector<Object> all = {{create_locale, "default.lco", locale, true},
                                {create_locale, "default.lco", LocaleObject(codeset, "thai_smo\n").text(), true},
                                {select_and_share, "default.lco", locale, true},
+                               {create_locale, "default.lco", compact, true},
                                {load_charmap, "object.cmo", charmap},
                                {load_charmap, "object.cmo", large, true},
                                {open_conversion, "object.cvo", STATELESS[0].second.text(), true}};

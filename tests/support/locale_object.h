@@ -1,6 +1,7 @@
 // Small locale objects: codesets of every shape, and sections that a test replaces as it needs.
 #pragma once
 
+#include "compact.h"
 #include "conversion_object.h"
 #include "files.h"
 
@@ -107,22 +108,30 @@ struct Collation {
     bool direct = false;
     unsigned ranked_rows = 0;
     std::vector<std::pair<std::string, unsigned>> ranks{}; // character and rank
+    bool compact = false;
 
     std::string text() const {
         unsigned largest = 0;
         std::string lines;
+        for (const auto &row : rows)
+            for (const unsigned weight : row) largest = std::max(largest, weight);
         for (const unsigned direction : directions) lines += hex(direction, 4);
         lines += directions.empty() ? "" : "\n";
-        for (const Element &element : elements) lines += hex(element.chars.size(), 1) + hex(element.row, 4) + wides(element.chars);
-        for (const auto &chars : expansions) lines += hex(chars.size(), 1) + wides(chars);
-        for (const auto &row : rows) {
-            for (const unsigned weight : row) lines += hex(weight, 4), largest = std::max(largest, weight);
-            lines += row.empty() ? "" : "\n";
+        if (compact) {
+            lines += compact_lines();
+        } else {
+            for (const Element &element : elements)
+                lines += hex(element.chars.size(), 1) + hex(element.row, 4) + wides(element.chars);
+            for (const auto &chars : expansions) lines += hex(chars.size(), 1) + wides(chars);
+            for (const auto &row : rows) {
+                for (const unsigned weight : row) lines += hex(weight, 4);
+                lines += row.empty() ? "" : "\n";
+            }
         }
         std::ostringstream head;
         head << (ranked_rows > 0 ? "as_ranked\n" : "as_specified\n") << values_text(places);
         if (ranked_rows > 0) head << values_text(ranks) << ranked_rows << "\n";
-        head << direct << "\n" << rows.size() - 1 << " " << directions.size() << " ";
+        head << (compact ? 2 : int{direct}) << "\n" << rows.size() - 1 << " " << directions.size() << " ";
         head << elements.size() << " " << expansions.size() << " " << largest << "\n" << lines;
         return head.str();
     }
@@ -142,6 +151,24 @@ struct Collation {
         std::string text;
         for (const gl_wchar wc : chars) text += hex(wc, 8);
         return text + "\n";
+    }
+    std::string compact_lines() const {
+        std::string text;
+        std::vector<gl_wchar> last(15);
+        const auto put = [&](const std::vector<gl_wchar> &chars) {
+            for (size_t i = 0; i < chars.size(); last[i] = chars[i], ++i) text += difference(chars[i], last[i]);
+        };
+        for (const Element &element : elements) text += number(element.chars.size()) + number(element.row), put(element.chars);
+        text += elements.empty() ? "" : "\n";
+        std::fill(last.begin(), last.end(), 0);
+        for (const auto &chars : expansions) text += number(chars.size()), put(chars);
+        text += expansions.empty() ? "" : "\n";
+        for (size_t pass = 0; pass < directions.size(); ++pass) {
+            std::vector<unsigned> weights;
+            for (const auto &row : rows) weights.push_back(row[pass]);
+            text += list(weights) + "\n";
+        }
+        return text;
     }
 };
 

@@ -4,6 +4,7 @@
 #include "collation/level.h"
 #include "collation/share.h"
 #include "object/character_table.h"
+#include "object/numbers.h"
 #include "object/text.h"
 #include "system/error.h"
 
@@ -50,10 +51,11 @@ class Section {
             return std::move(result_);
         }
         fill_tables();
-        const std::string ranks = rank_lines(), rules = rule_lines();
-        const char *const mode = ranks.empty() ? "as_specified" : "as_ranked";
-        result_.text = fmt::format("{}\n{}{}0\n{}", mode, table_.text(), ranks, rules);
-        result_.listed = fmt::format("{}\n{}{}0\n{}", mode, listed_table_.text(write_row_number), ranks, rules);
+        const char *const mode = ranks_.empty() ? "as_specified" : "as_ranked";
+        const std::string elements = element_lines(), counts = count_lines();
+        result_.text = fmt::format("{}\n{}{}2\n{}{}", mode, table_.text(), rank_lines<true>(), counts, compact_lines());
+        result_.listed = fmt::format("{}\n{}{}0\n{}{}{}", mode, listed_table_.text(write_row_number), rank_lines<false>(), counts,
+                                     elements, listed_lines());
         return std::move(result_);
     }
 
@@ -62,19 +64,49 @@ class Section {
     using Member = CollationShare::Member;
     static constexpr uint16_t FIRST_ROW = 0; // that of what is not in the order
 
-    std::string rule_lines() {
-        const std::string elements = element_lines();
+    std::string count_lines() const {
         size_t largest = 0;
         for (const CollationLevel &level : levels_) largest = std::max<size_t>(largest, level.largest);
         std::string text;
         text += fmt::format("{} {} {} {} {}\n", rows_.size() - 1, levels_.size(), share_.members.size() - share_.character_count,
                             expansions_.list().size(), largest);
         for (const unsigned direction : directions_) text += fmt::format("{:04x}", direction);
-        text += '\n' + elements;
+        return text + '\n';
+    }
+    std::string listed_lines() const {
+        std::string text;
         for (const std::vector<uint32_t> &expansion : expansions_.list())
             text += fmt::format("{:x}{}\n", expansion.size(), digits(expansion));
         for (const Row &row : rows_) {
             for (size_t level = 0; level < levels_.size(); ++level) text += fmt::format("{:04x}", row[level]);
+            text += '\n';
+        }
+        return text;
+    }
+
+    // The same rules as elements and lines of expansions and rows, for the object.
+    std::string compact_lines() {
+        std::string text;
+        std::vector<uint32_t> last(CollationShare::LONGEST_TEXT);
+        const auto put_characters = [&text, &last](const std::vector<uint32_t> &characters) {
+            for (size_t i = 0; i < characters.size(); last[i] = characters[i], ++i) put_difference(text, characters[i], last[i]);
+        };
+        for (size_t i = share_.character_count; i < share_.members.size(); ++i) {
+            put_number(text, static_cast<uint32_t>(share_.members[i].wide.size()));
+            put_number(text, number_of(row_of(i)));
+            put_characters(share_.members[i].wide);
+        }
+        if (share_.members.size() > share_.character_count) text += '\n';
+        std::fill(last.begin(), last.end(), 0);
+        for (const std::vector<uint32_t> &expansion : expansions_.list()) {
+            put_number(text, static_cast<uint32_t>(expansion.size()));
+            put_characters(expansion);
+        }
+        if (!expansions_.list().empty()) text += '\n';
+        std::vector<uint16_t> weights(rows_.size());
+        for (size_t level = 0; level < levels_.size(); ++level) {
+            std::transform(rows_.begin(), rows_.end(), weights.begin(), [level](const Row &row) { return row[level]; });
+            RunWriter().put(text, weights);
             text += '\n';
         }
         return text;
@@ -152,13 +184,17 @@ class Section {
     bool is_ranked(const Member &character) const { return ranks_.contains(character.wide[0]); }
 
     // The ranked rows come first behind row 0.
-    std::string rank_lines() {
+    template <bool COMPACT> std::string rank_lines() const {
         if (ranks_.empty()) return "";
-        TableWriter ranks(sizeof FIRST_ROW, &FIRST_ROW);
-        for (const auto &[value, rank] : ranks_) ranks.insert(bytes_of(value), &rank);
+        TableWriter plain(sizeof FIRST_ROW, &FIRST_ROW);
+        CharacterTable compact(FIRST_ROW);
+        for (const auto &[value, rank] : ranks_) {
+            plain.insert(bytes_of(value), &rank);
+            compact.insert(bytes_of(value), rank);
+        }
         const auto rows =
             std::count_if(numbers_.begin(), numbers_.end(), [](const auto &numbered) { return numbered.first.second; });
-        return fmt::format("{}{}\n", ranks.text(write_row_number), rows);
+        return fmt::format("{}{}\n", COMPACT ? compact.text() : plain.text(write_row_number), rows);
     }
 
     // Row 0 is that of most characters where most are not in the order. A single-byte codeset's table has all bytes.

@@ -2,6 +2,7 @@
 
 #include "locale/encoder.h"
 #include "object/character_table.h"
+#include "object/numbers.h"
 #include "object/text.h"
 #include "system/fingerprint.h"
 
@@ -170,7 +171,13 @@ class Section {
         std::string text = classes.text() + fmt::format("{}\n", names_.size());
         for (size_t bit = 0; bit < names_.size(); ++bit) text += fmt::format("{} {}\n", bit, names_[bit]);
         text += cases.text() + fmt::format("{}", pairs_.size());
-        for (const auto &[upper, lower] : pairs_) text += fmt::format("\n{:08x}{:08x}", upper, lower);
+        if (!pairs_.empty()) text += '\n';
+        uint32_t last = 0;
+        for (const auto &[upper, lower] : pairs_) {
+            put_difference(text, upper, last);
+            put_difference(text, lower, upper);
+            last = upper;
+        }
         return text + fmt::format(" {}\n", ratio_text(growth_, per_));
     }
 

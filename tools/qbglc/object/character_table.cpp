@@ -1,5 +1,6 @@
 #include "object/character_table.h"
 
+#include "object/numbers.h"
 #include "system/error.h"
 
 #include <fmt/format.h>
@@ -15,12 +16,12 @@ namespace qbgl::compiler {
 
 namespace {
 
-constexpr int COMPRESSED = 3, COMPRESSED_WITH_REPEATS = 7; // flags of the text form
+constexpr int COMPACT = 11, COMPACT_WITH_REPEATS = 15; // flags of the text form
 constexpr unsigned ENDS = 4, CONTINUES = 1;
 constexpr size_t REPEAT_FROM = 4; // from here on, a run with a repeat count is shorter
 
-// An array of 256 digits of one width, of which those that are `empty` are left out.
-template <class Value> std::string array_text(const std::array<Value, 256> &values, Value empty) {
+// An array of 256 flags, of which zeros are left out.
+std::string flags_text(const std::array<uint8_t, 256> &values) {
     std::string text;
     const auto equal_from = [&](size_t start) {
         size_t end = start + 1;
@@ -29,36 +30,37 @@ template <class Value> std::string array_text(const std::array<Value, 256> &valu
     };
     for (size_t i = 0; i < values.size();) {
         const size_t repeat = equal_from(i);
-        if (values[i] == empty) {
+        if (values[i] == 0) {
             i += repeat;
             continue;
         }
         size_t literal = 1;
         if (repeat < REPEAT_FROM)
-            while (i + literal < values.size() && values[i + literal] != empty && equal_from(i + literal) < REPEAT_FROM) ++literal;
+            while (i + literal < values.size() && values[i + literal] != 0 && equal_from(i + literal) < REPEAT_FROM) ++literal;
         const size_t copies = repeat < REPEAT_FROM ? 1 : repeat;
         text += fmt::format("{:02x}{:03x}{:03x}", i, literal, copies);
-        for (size_t k = 0; k < literal; ++k)
-            text += fmt::format("{:0{}x}", static_cast<unsigned>(values[i + k]), 2 * sizeof(Value));
+        for (size_t k = 0; k < literal; ++k) text += fmt::format("{:02x}", values[i + k]);
         text += '\n';
         i += literal * copies;
     }
     return text + "0000000\n";
 }
 
-// Numbers texts in the order in which they come.
-class Numbering {
+using Values = std::array<uint16_t, 256>;
+
+// Numbers arrays in the order in which they come, and keeps their texts.
+template <class Array> class Numbering {
   public:
-    size_t number_of(const std::string &text) {
-        const auto [place, is_new] = numbers_.emplace(text, numbers_.size());
-        if (is_new) all_ += text;
+    template <class Write> size_t number_of(const Array &array, Write write) {
+        const auto [place, is_new] = numbers_.emplace(array, numbers_.size());
+        if (is_new) write(all_);
         return place->second;
     }
     size_t size() const { return numbers_.size(); }
     const std::string &all() const { return all_; }
 
   private:
-    std::map<std::string, size_t> numbers_;
+    std::map<Array, size_t> numbers_;
     std::string all_;
 };
 
@@ -79,7 +81,7 @@ class CharacterTableText {
         }
         single_byte_ = shortest == 1 && longest == 1;
         write_node(node_of(items_, 1));
-        return fmt::format("{} {} {} {:04x}\n{} {}\n{}{}{}", longest, shortest, repeats_ ? COMPRESSED_WITH_REPEATS : COMPRESSED,
+        return fmt::format("{} {} {} {:04x}\n{} {}\n{}{}{}\n", longest, shortest, repeats_ ? COMPACT_WITH_REPEATS : COMPACT,
                            default_, flags_.size(), values_.size(), flags_.all(), values_.all(), nodes_text_);
     }
 
@@ -131,14 +133,15 @@ class CharacterTableText {
     void write_node(size_t number) {
         const auto [written, is_new] = lines_.emplace(number, lines_.size());
         if (!is_new) {
-            fmt::format_to(std::back_inserter(nodes_text_), "2 {}\n", written->second);
+            put_number(nodes_text_, 0);
+            put_number(nodes_text_, static_cast<uint32_t>(written->second));
             repeats_ = true;
             return;
         }
         const Node &node = *nodes_[number];
         std::array<uint8_t, 256> flags;
         flags.fill(single_byte_ ? ENDS : 0); // every byte is a character of a single-byte codeset
-        std::array<uint16_t, 256> values;
+        Values values;
         values.fill(default_);
         for (const Part &part : node)
             for (size_t byte = part.first; byte <= part.last; ++byte) {
@@ -146,11 +149,29 @@ class CharacterTableText {
                 if (!part.continues) values[byte] = static_cast<uint16_t>(part.target);
             }
         const bool has_values = std::any_of(values.begin(), values.end(), [this](uint16_t value) { return value != default_; });
-        const size_t flag_array = flags_.number_of(array_text<uint8_t>(flags, 0));
-        const size_t value_array = has_values ? values_.number_of(array_text<uint16_t>(values, default_)) : 0;
-        fmt::format_to(std::back_inserter(nodes_text_), "1 {:d} {} {}\n", has_values, flag_array, value_array);
+        const size_t flag_array = flags_.number_of(flags, [&flags](std::string &text) { text += flags_text(flags); });
+        put_number(nodes_text_, static_cast<uint32_t>(flag_array + 1));
+        if (has_values)
+            put_value_array(values);
+        else
+            put_number(nodes_text_, 0);
         for (const Part &part : node)
             if (part.continues) write_node(part.target);
+    }
+
+    // Names the array of a node's values: mostly the one behind that which was named last.
+    void put_value_array(const Values &values) {
+        const auto number = static_cast<uint32_t>(values_.number_of(values, [&](std::string &text) {
+            const auto has_value = [this](uint16_t value) { return value != default_; };
+            const auto first = std::find_if(values.begin(), values.end(), has_value);
+            const auto end = std::find_if(values.rbegin(), values.rend(), has_value).base();
+            put_number(text, static_cast<uint32_t>(first - values.begin()));
+            put_number(text, static_cast<uint32_t>(end - first));
+            runs_.put(text, {first, end});
+            text += '\n';
+        }));
+        put_number(nodes_text_, 1 + coded(static_cast<int32_t>(number - next_values_)));
+        next_values_ = number + 1;
     }
 
     std::span<const Item> items_;
@@ -158,7 +179,10 @@ class CharacterTableText {
     std::map<Node, size_t> numbers_[Sequence::MAX + 1]; // by depth
     std::vector<const Node *> nodes_;
     std::map<size_t, size_t> lines_; // of the nodes that are written
-    Numbering flags_, values_;
+    Numbering<std::array<uint8_t, 256>> flags_;
+    Numbering<Values> values_;
+    RunWriter runs_;
+    uint32_t next_values_ = 0;
     std::string nodes_text_;
     bool repeats_ = false, single_byte_ = false;
 };
