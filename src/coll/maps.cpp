@@ -21,35 +21,57 @@ int32_t row_in(const gl_multi &table, gl_wchar wc) {
     return entry != nullptr ? value_at(entry) : -1;
 }
 
-// Visits the weights of an expansion's characters in the order of the pass, and what tells special ones apart, until one ends it:
-// a character without a row, or another expansion. Returns that one's index, or -1.
-template <class Visit>
-int32_t walk_expansion(const gl_collate_info &info, const gl_ranks &ranks, int pass, int32_t expansion, Visit visit) {
-    const gl_expansion &characters = info.expansions[expansion];
-    for (int32_t i = 0; i < characters.count; ++i) {
-        const gl_wchar wc = characters.chars[is_forward(info, pass) ? i : characters.count - 1 - i];
-        const int32_t row = row_in(*info.character_table, wc);
-        const uint16_t weight = row < 0 ? CODE_UNKNOWN : info.weights[pass][row];
-        visit(weight, row < 0 ? wc : told_by(ranks, static_cast<uint32_t>(row), wc), row < 0);
-        if (row < 0) return -1;
-        if (is_expansion(weight)) return weight & WEIGHT_VALUE;
+// The expansions with the rows of their characters.
+class Expansions {
+  public:
+    Expansions(const gl_collate_info &info, const gl_ranks &ranks) : info_(info), ranks_(ranks) {}
+
+    // False when memory is out.
+    bool find_rows() {
+        if (info_.expansion_count == 0) return true;
+        const gl_expansion &last = info_.expansions[info_.expansion_count - 1];
+        const auto count = static_cast<uint32_t>(last.chars + last.count - info_.expansions[0].chars); // they stand in one block
+        rows_ = Owned<int32_t>::allocate(count);
+        for (uint32_t i = 0; rows_ && i < count; ++i) rows_[i] = row_in(*info_.character_table, info_.expansions[0].chars[i]);
+        return static_cast<bool>(rows_);
     }
-    return -1;
-}
+
+    // Visits the weights of an expansion's characters in the order of the pass, and what tells special ones apart, until one ends
+    // it: a character without a row, or another expansion. Returns that one's index, or -1.
+    template <class Visit> int32_t walk(int pass, int32_t expansion, Visit visit) const {
+        const gl_expansion &characters = info_.expansions[expansion];
+        const int32_t *const rows = rows_.get() + (characters.chars - info_.expansions[0].chars);
+        for (int32_t i = 0; i < characters.count; ++i) {
+            const int32_t at = is_forward(info_, pass) ? i : characters.count - 1 - i, row = rows[at];
+            const uint16_t weight = row < 0 ? CODE_UNKNOWN : info_.weights[pass][row];
+            const gl_wchar wc = characters.chars[at];
+            visit(weight, row < 0 ? wc : told_by(ranks_, static_cast<uint32_t>(row), wc), row < 0);
+            if (row < 0) return -1;
+            if (is_expansion(weight)) return weight & WEIGHT_VALUE;
+        }
+        return -1;
+    }
+
+  private:
+    const gl_collate_info &info_;
+    const gl_ranks ranks_;
+    Owned<int32_t> rows_; // -1 for none
+};
 
 class MapsBuilder {
   public:
     MapsBuilder(const gl_collate_info &info, const gl_ranks &ranks)
-        : info_(info), ranks_(ranks), table_(*info.character_table), unknown_(static_cast<uint32_t>(info.row_count) + 1) {}
+        : info_(info), ranks_(ranks), table_(*info.character_table), expansions_(info, ranks),
+          unknown_(static_cast<uint32_t>(info.row_count) + 1) {}
 
     // False when memory is out, or for rules that the arrays cannot hold.
     bool collect() {
         used_ = Owned<uint8_t>::allocate(unknown_);
         const auto nodes = static_cast<uint32_t>(table_.node_count);
-        seen_ = Owned<uint8_t>::allocate(nodes + 1);
-        if (!used_ || !seen_) return false;
+        seen_ = Owned<SeenNode>::allocate(nodes + 1);
+        if (!used_ || !seen_ || !expansions_.find_rows()) return false;
         memset(used_.get(), 0, unknown_);
-        memset(seen_.get(), 0, nodes);
+        std::fill_n(seen_.get(), nodes, SeenNode{});
         return add_mids() && add_rows() && collect_node(*table_.root, 0, 1) && collect_elements() && (weights_fit() || misfit()) &&
                collect_items() && (unknown_ + 1 + starts_.size() <= MOST_ROWS || misfit());
     }
@@ -71,38 +93,69 @@ class MapsBuilder {
         return rows_.append(none, ROWS);
     }
 
-    // Sets the row of a character of at most three bytes.
-    bool put(gl_wchar wc, uint32_t row) {
+    // The place of the number of the block with the row of a character of at most three bytes. Null when memory is out.
+    uint16_t *mid_of(gl_wchar wc) {
         uint16_t &top = tops_[wc >> 16];
         if (top == 0) {
             top = static_cast<uint16_t>(mids_.size() / MIDS);
-            if (!add_mids()) return false;
+            if (!add_mids()) return nullptr;
         }
-        uint16_t &mid = mids_[top * MIDS + (wc >> 6 & (MIDS - 1))];
-        if (mid == 0) {
-            const uint32_t number = rows_.size() / ROWS;
-            if (number > UINT16_MAX) return misfit();
-            if (!add_rows()) return false;
-            mid = static_cast<uint16_t>(number);
+        return &mids_[top * MIDS + (wc >> 6 & (MIDS - 1))];
+    }
+    // A block like another one, 0 for that without characters. The number is 0 where there is none.
+    uint16_t add_block(uint32_t like) {
+        const uint32_t number = rows_.size() / ROWS;
+        if (number > UINT16_MAX) return misfit(), uint16_t{0};
+        uint16_t rows[ROWS];
+        memcpy(rows, &rows_[like * ROWS], sizeof rows);
+        return rows_.append(rows, ROWS) ? static_cast<uint16_t>(number) : uint16_t{0};
+    }
+    // Sets the row of one character alone: the nodes' blocks may be those of other characters, too.
+    bool put(gl_wchar wc, uint32_t row) {
+        uint16_t *const mid = mid_of(wc);
+        if (mid == nullptr) return false;
+        if (*mid < node_blocks_) {
+            const uint16_t block = add_block(*mid);
+            if (block == 0) return false;
+            *mid = block;
         }
-        rows_[mid * ROWS + (wc & (ROWS - 1))] = static_cast<uint16_t>(row);
+        rows_[*mid * ROWS + (wc & (ROWS - 1))] = static_cast<uint16_t>(row);
         return true;
     }
 
-    // `prefix` are the bytes that lead to the node. Of nodes whose characters are not in the arrays one of a kind is looked at.
+    // `prefix` are the bytes that lead to the node. What ends in a node that stands for others is looked at once.
     bool collect_node(const MultiNode &node, gl_wchar prefix, int length) {
-        if (table_.nodes != nullptr && length == MAX_KEY && std::exchange(seen_[static_cast<uint32_t>(node.number)], 1) != 0)
-            return true;
-        for (int byte = 0; byte < 256; ++byte) {
+        SeenNode own;
+        SeenNode &seen = table_.nodes != nullptr ? seen_[static_cast<uint32_t>(node.number)] : own;
+        const bool wide = encoded_length(table_.min_length, prefix << 8) == length; // a wide character stands for what ends here
+        const bool in_arrays = (prefix << 8 | 0xFF) <= LARGEST_IN_ARRAYS; // as they are where the node stands first: prefixes rise
+        const bool is_new = wide && !std::exchange(seen.seen, true);
+        if (!is_new && length == MAX_KEY && !in_arrays) return true;
+        for (gl_wchar quarter = 0; wide && quarter < 4; ++quarter) {
+            if (is_new && !collect_ends(node, quarter, in_arrays, seen.blocks[quarter])) return false;
+            if (seen.blocks[quarter] == 0 || !in_arrays) continue;
+            uint16_t *const mid = mid_of(prefix << 8 | quarter * ROWS);
+            if (mid == nullptr) return false;
+            *mid = seen.blocks[quarter];
+        }
+        for (int byte = 0; node.child_count > 0 && byte < 256; ++byte) {
             const auto at = static_cast<uint8_t>(byte);
-            const gl_wchar wc = prefix << 8 | at;
-            if (node.flags[at] == FLAG_CHILD) {
-                if (!collect_node(*child_of(node, at), wc, length + 1)) return false;
-            } else if (node.flags[at] == FLAG_END && encoded_length(table_.min_length, wc) == length) {
-                const uint16_t row = value_at(entry_of(table_, node, at));
-                used_[row] = 1;
-                if (wc <= LARGEST_IN_ARRAYS && !put(wc, row)) return false;
-            }
+            if (node.flags[at] == FLAG_CHILD && !collect_node(*child_of(node, at), prefix << 8 | at, length + 1)) return false;
+        }
+        return true;
+    }
+    // Makes a block of the characters that end in a quarter of a node; 0 for none, and for those that are not in the arrays.
+    bool collect_ends(const MultiNode &node, uint32_t quarter, bool in_arrays, uint16_t &block) {
+        const uint32_t first = quarter * ROWS;
+        if (memchr(node.flags + first, FLAG_END, ROWS) == nullptr) return true;
+        if (in_arrays && (block = add_block(0)) == 0) return false;
+        uint16_t *const rows = block != 0 ? &rows_[block * ROWS] : nullptr;
+        for (uint32_t i = 0; i < ROWS; ++i) {
+            const auto at = static_cast<uint8_t>(first + i);
+            if (node.flags[at] != FLAG_END) continue;
+            const uint16_t row = value_at(entry_of(table_, node, at));
+            used_[row] = 1;
+            if (rows != nullptr) rows[i] = row;
         }
         return true;
     }
@@ -112,6 +165,7 @@ class MapsBuilder {
         const auto count = static_cast<uint32_t>(info_.element_count);
         candidates_ = Owned<uint16_t>::allocate(count + 1);
         if (!candidates_) return false;
+        node_blocks_ = rows_.size() / ROWS;
         const bool single_byte = table_.max_length == 1;
         for (uint32_t i = 0; i < count; ++i) {
             if (single_byte && info_.elements[i].count == 1) return misfit();
@@ -166,11 +220,10 @@ class MapsBuilder {
             for (int32_t expansion = 0; expansion < info_.expansion_count; ++expansion) {
                 if (!lists_.append(items_.size())) return false;
                 bool memory = true;
-                const int32_t successor =
-                    walk_expansion(info_, ranks_, pass, expansion, [&](uint16_t weight, gl_wchar wc, bool unknown) {
-                        if (unknown) misfit();
-                        if (weight != WEIGHT_IGNORED) memory = memory && items_.append({code_of(weight), wc});
-                    });
+                const int32_t successor = expansions_.walk(pass, expansion, [&](uint16_t weight, gl_wchar wc, bool unknown) {
+                    if (unknown) misfit();
+                    if (weight != WEIGHT_IGNORED) memory = memory && items_.append({code_of(weight), wc});
+                });
                 if (!fits_ || !memory || (successor < 0 && !items_.append({CODE_END, 0}))) return false;
             }
         }
@@ -186,15 +239,22 @@ class MapsBuilder {
         return row == unknown_ ? CODE_UNKNOWN : static_cast<uint16_t>(CODE_ELEMENT | (row - unknown_ - 1));
     }
 
+    struct SeenNode {
+        uint16_t blocks[4] = {}; // of its quarters; 0 for none
+        bool seen = false;
+    };
+
     const gl_collate_info &info_;
     const gl_ranks ranks_;
     const gl_multi &table_;
+    Expansions expansions_;
     const uint32_t unknown_;
     bool fits_ = true;
     uint16_t tops_[256] = {};
     Growing<uint16_t> mids_, rows_;
-    Owned<uint8_t> used_; // for each row whether a text can come to it
-    Owned<uint8_t> seen_; // for each listed node
+    Owned<uint8_t> used_;  // for each row whether a text can come to it
+    Owned<SeenNode> seen_; // for each listed node
+    uint32_t node_blocks_ = 0;
     Growing<ElementStart> starts_;
     Owned<uint16_t> candidates_;
     uint32_t parts_[64] = {};
@@ -297,7 +357,8 @@ bool expansions_end(gl_locale *locale) {
     if (info.expansion_count == 0) return true;
     const auto count = static_cast<uint32_t>(info.expansion_count);
     const Owned<uint32_t> seen = Owned<uint32_t>::allocate(count); // by the walk that began with this expansion, counted from 1
-    if (!seen) {
+    Expansions expansions(info, locale->ranks);
+    if (!seen || !expansions.find_rows()) {
         set_error(locale, GL_ENOMEM);
         return false;
     }
@@ -307,7 +368,7 @@ bool expansions_end(gl_locale *locale) {
             auto at = static_cast<int32_t>(first);
             while (at >= 0 && seen[static_cast<uint32_t>(at)] == 0) {
                 seen[static_cast<uint32_t>(at)] = first + 1;
-                at = walk_expansion(info, locale->ranks, pass, at, [](uint16_t, gl_wchar, bool) {});
+                at = expansions.walk(pass, at, [](uint16_t, gl_wchar, bool) {});
             }
             if (at < 0 || seen[static_cast<uint32_t>(at)] != first + 1) continue;
             set_error(locale, GL_EBADFILE);
