@@ -56,9 +56,9 @@ struct HashedRow {
     int32_t row;
 };
 
-// For each of `count` rows the first one with its weights: equal rows stand together once they are sorted. The hashes decide nearly
+// For each of `count` rows the first one with its weights. Sorting: equal rows stand together then. The hashes decide nearly
 // always.
-void find_first_equals(const Rows &rows, HashedRow *list, uint32_t count, int32_t *first) {
+void find_first_equals_sorted(const Rows &rows, HashedRow *list, uint32_t count, int32_t *first) {
     std::sort(list, list + count, [&rows](const HashedRow &a, const HashedRow &b) {
         if (a.hash != b.hash) return a.hash < b.hash;
         const int difference = rows.compare(a.row, b.row);
@@ -68,6 +68,28 @@ void find_first_equals(const Rows &rows, HashedRow *list, uint32_t count, int32_
         const bool equal = i > 0 && list[i - 1].hash == list[i].hash && rows.compare(list[i - 1].row, list[i].row) == 0;
         first[list[i].row] = equal ? first[list[i - 1].row] : list[i].row;
     }
+}
+
+// The same by a table of the rows that are the first of their kind. False when memory is out, or where so many hashes are alike as
+// weights that were made for it have them.
+bool find_first_equals(const Rows &rows, const HashedRow *list, uint32_t count, int32_t *first) {
+    constexpr uint32_t MOST_STEPS = 64;
+    uint32_t slots = 4;
+    while (slots < count * 2) slots *= 2;
+    const Owned<HashedRow> found = Owned<HashedRow>::allocate(slots);
+    if (!found) return false;
+    std::fill_n(found.get(), slots, HashedRow{0, NOT_ORDINARY});
+    for (uint32_t i = 0; i < count; ++i) {
+        const auto &[hash, row] = list[i];
+        for (uint32_t step = 0;; ++step) {
+            HashedRow &slot = found[((hash ^ hash >> 15) + step) & (slots - 1)];
+            if (slot.row == NOT_ORDINARY) slot = list[i];
+            first[row] = slot.row;
+            if (slot.row == row || (slot.hash == hash && rows.compare(slot.row, row) == 0)) break;
+            if (step == MOST_STEPS) return false;
+        }
+    }
+    return true;
 }
 
 } // namespace
@@ -93,7 +115,7 @@ bool classify_rows(const gl_collate_info &info, RowGroups &groups) {
         groups.has_all_one = groups.has_all_one || all_one;
         if (!all_one && !rows.special(row)) ordinary[ordinary_count++] = {rows.hash(row), row};
     }
-    find_first_equals(rows, ordinary, ordinary_count, first);
+    if (!find_first_equals(rows, ordinary, ordinary_count, first)) find_first_equals_sorted(rows, ordinary, ordinary_count, first);
     for (int32_t row = 0; row <= info.row_count; ++row) {
         if (first[row] == NOT_ORDINARY) continue;
         if (first[row] != row) {

@@ -70,10 +70,20 @@ class BlockPool {
     uint32_t count_ = 0, capacity_ = 0;
 };
 
+// 64 values at a time are neighbours in a block.
 void find_plain(const CodesetMaps &maps, uint8_t *plain) {
-    for (uint32_t value = 0; value < plain_values(maps.shape); ++value) {
+    constexpr uint32_t NEIGHBOURS = 64;
+    for (uint32_t value = 0; value < plain_values(maps.shape); value += NEIGHBOURS) {
         const bool continued = maps.shape == TextShape::CONTINUATION && value >= 0x80;
-        plain[value] = maps.traits(continued ? continued_character(value) : value);
+        const gl_wchar first = continued ? continued_character(value) : value;
+        const uint32_t page = first >> 8;
+        if (page >= maps.page_count || maps.page_blocks[page] == 0) {
+            memset(plain + value, 0, NEIGHBOURS);
+            continue;
+        }
+        const gl_character_cell *const cells = maps.cells + maps.page_blocks[page] * 256U + (first & 0xFF);
+        for (uint32_t i = 0; i < NEIGHBOURS; ++i)
+            plain[value + i] = maps.has(first + i) ? traits_of(cells[i].classes, maps.full_width) : 0;
     }
 }
 
@@ -85,7 +95,10 @@ class MapsBuilder {
         pages_ = Owned<uint16_t>::allocate(1U << 16);
         if (!pages_) return false;
         memset(pages_.get(), 0, sizeof(uint16_t) << 16);
-        if (!pool_.add_empty()) return false;
+        const auto nodes = static_cast<uint32_t>(codeset_.node_count);
+        made_ = Owned<MadePage>::allocate(nodes + 1);
+        if (!made_ || !pool_.add_empty()) return false;
+        std::fill_n(made_.get(), nodes, MadePage{});
         pool_.number();
         return collect_node(*codeset_.root, cases_.root, 0, 1);
     }
@@ -145,46 +158,69 @@ class MapsBuilder {
         return depth > codeset_.min_length && depth > 1 && prefix >> (8 * (depth - 2)) != 0;
     }
 
+    // A node that stands for others has one page for all that have the same node of cases in a row.
     bool add_page(const MultiNode &node, const MultiNode *cases, uint32_t page) {
+        MadePage own;
+        MadePage &made = codeset_.nodes != nullptr ? made_[static_cast<uint32_t>(node.number)] : own;
+        if ((made.block == 0 || made.cases != cases) && !make_page(node, cases, made)) return false;
+        pages_[page] = made.block;
+        page_count_ = std::max(page_count_, page + 1);
+        return true;
+    }
+
+    struct MadePage {
+        const MultiNode *cases = nullptr;
+        uint16_t block = 0;
+    };
+
+    bool make_page(const MultiNode &node, const MultiNode *cases, MadePage &made) {
         if (!pool_.add_empty()) return false;
         gl_character_cell *const cells = pool_.new_cells();
         uint32_t *const valid = pool_.new_valid();
         for (uint32_t byte = 0; byte < 256; ++byte) {
             const auto at = static_cast<uint8_t>(byte);
+            if (byte % 64 == 0 && memchr(node.flags + byte, FLAG_END, 64) == nullptr) {
+                byte += 63;
+                continue;
+            }
             if (node.flags[at] != FLAG_END) continue;
             valid[byte / 32] |= 1U << (byte % 32);
             cells[byte].classes = value_at(entry_of(codeset_, node, at));
             if (cases != nullptr && cases->flags[at] == FLAG_END) cells[byte].case_pair = value_at(entry_of(cases_, *cases, at));
         }
-        pages_[page] = static_cast<uint16_t>(pool_.number());
-        page_count_ = std::max(page_count_, page + 1);
+        made = {cases, static_cast<uint16_t>(pool_.number())};
         return true;
     }
 
     const gl_multi &codeset_, &cases_;
     BlockPool pool_;
     Owned<uint16_t> pages_; // all 65536 that three bytes can have
+    Owned<MadePage> made_;  // of the listed nodes
     uint32_t page_count_ = 0;
 };
 
-bool uses_continuation_bytes(const MultiNode &node, int further) {
+// `known` are flags of last bytes that were found to be right.
+bool uses_continuation_bytes(const MultiNode &node, int further, const uint8_t *&known) {
+    if (further == 1 && node.flags == known) return true;
     for (int byte = 0; byte < 256; ++byte) {
         const auto at = static_cast<uint8_t>(byte);
         if (node.flags[at] == FLAG_NONE) continue;
         if (byte < 0x80 || byte > 0xBF || node.flags[at] != (further > 1 ? FLAG_CHILD : FLAG_END)) return false;
-        if (further > 1 && !uses_continuation_bytes(*child_of(node, at), further - 1)) return false;
+        if (further > 1 && !uses_continuation_bytes(*child_of(node, at), further - 1, known)) return false;
     }
+    if (further == 1) known = node.flags;
     return true;
 }
 
 // Bytes from F0 on may be of any kind: a block with one takes the general way.
 bool has_continuation_shape(const MultiNode &root) {
+    const uint8_t *known = nullptr;
     for (int byte = 0; byte < 0xF0; ++byte) {
         const auto at = static_cast<uint8_t>(byte);
         if (root.flags[at] == FLAG_NONE) continue;
         const int further = byte < 0x80 ? 0 : byte < 0xC0 ? -1 : byte < 0xE0 ? 1 : 2;
         if (further < 0 || root.flags[at] != (further > 0 ? FLAG_CHILD : FLAG_END)) return false;
-        if (further > 0 && !uses_continuation_bytes(*child_of(root, at), further)) return false;
+        if (further > 0 && !uses_continuation_bytes(*child_of(root, at), further, known)) return false;
     }
     return true;
 }
