@@ -50,6 +50,25 @@ struct ExpansionFacts {
     uint16_t first, count;
 };
 
+// The weights of rows in a pass.
+struct PassRows {
+    const uint16_t *weights;
+    const ExpansionFacts *expansions;
+
+    const ExpansionFacts &expansion(uint32_t row) const { return expansions[weights[row] & WEIGHT_VALUE]; }
+    // One weight, which is no other's place.
+    bool is_single(uint32_t row) const { return !is_expansion(weights[row]) && weights[row] != WEIGHT_IGNORED; }
+    // 0 for a row that has none.
+    uint32_t first(uint32_t row) const {
+        if (is_expansion(weights[row])) return expansion(row).first;
+        return weights[row] != WEIGHT_IGNORED ? weights[row] & WEIGHT_VALUE : 0;
+    }
+    uint32_t count(uint32_t row) const {
+        if (is_expansion(weights[row])) return expansion(row).count;
+        return weights[row] != WEIGHT_IGNORED ? 1 : 0;
+    }
+};
+
 // The weights that can stand in one place where the passes before are equal.
 struct GroupMember {
     uint64_t group;
@@ -196,8 +215,12 @@ class OrderBuilder {
     }
 
     template <class Visit> void for_each_row(Visit visit) const {
-        for (uint32_t row = 0; row < maps_.unknown; ++row)
-            if (used_[row] != 0) visit(row);
+        const uint8_t *const used = used_.get();
+        for (uint32_t row = 0, end = maps_.unknown; row < end; ++row)
+            if (used[row] != 0) visit(row);
+    }
+    PassRows rows_of(int pass) const {
+        return {rules_.weights[pass], expansions_.get() + static_cast<uint32_t>(pass) * maps_.expansion_count};
     }
     // visit(code, character) for what a row has in a pass; the character is that of an expansion.
     template <class Visit> void visit_codes(uint32_t row, int pass, Visit visit) const {
@@ -206,22 +229,9 @@ class OrderBuilder {
     template <class Visit> void visit_weights(uint32_t row, int pass, Visit visit) const {
         visit_codes(row, pass, [&visit](uint16_t code, gl_wchar) { visit(uint32_t{code} & WEIGHT_VALUE); });
     }
-    const ExpansionFacts &expansion_facts(int pass, uint16_t code) const {
-        return expansions_[static_cast<uint32_t>(pass) * maps_.expansion_count + (code & WEIGHT_VALUE)];
-    }
-    uint32_t count_weights(uint32_t row, int pass) const {
-        const uint16_t of_row = code(row, pass);
-        if (is_expansion(of_row)) return expansion_facts(pass, of_row).count;
-        return of_row != WEIGHT_IGNORED ? 1 : 0;
-    }
-    // 0 for a row that has none.
-    uint32_t first_weight(uint32_t row, int pass) const {
-        const uint16_t of_row = code(row, pass);
-        if (is_expansion(of_row)) return expansion_facts(pass, of_row).first;
-        return of_row != WEIGHT_IGNORED ? of_row & WEIGHT_VALUE : 0;
-    }
-    bool is_ignored(uint32_t row, int pass) const { return first_weight(row, pass) == 0; }
     uint32_t count_shown(uint32_t row) const {
+        const PassRows letters = rows_of(0);
+        if (!is_expansion(letters.weights[row])) return letters.is_single(row) && hidden_[letters.first(row)] == 0 ? 1 : 0;
         uint32_t count = 0;
         visit_weights(row, 0, [&](uint32_t weight) { count += hidden_[weight] == 0 ? 1U : 0U; });
         return count;
@@ -362,31 +372,44 @@ void OrderBuilder::scan_rules() {
 void OrderBuilder::collect_facts(int pass) {
     memset(static_cast<void *>(facts_.get()), 0, WEIGHTS * sizeof(WeightFacts));
     std::fill_n(ranges_.get(), WEIGHTS, Range());
+    const PassRows letters = rows_of(0), own = rows_of(pass);
+    WeightFacts *const facts = facts_.get();
     uint32_t largest = 1;
+    const auto use = [&](uint32_t weight, bool lettered) {
+        largest = std::max(largest, weight);
+        facts[weight].used = 1;
+        (lettered ? facts[weight].lettered : facts[weight].unlettered) = 1;
+    };
     for_each_row([&](uint32_t row) {
-        const bool lettered = !is_ignored(row, 0);
-        visit_codes(row, pass, [&](uint16_t each, gl_wchar character) {
-            const uint32_t weight = each & WEIGHT_VALUE;
-            WeightFacts &fact = facts_[weight];
-            largest = std::max(largest, weight);
-            fact.used = 1;
-            (lettered ? fact.lettered : fact.unlettered) = 1;
-            if (!is_special(each)) return;
-            fact.special = 1;
-            Range &range = ranges_[weight];
-            if (is_expansion(code(row, pass))) {
-                range.take(is_ranked(pass, weight) ? character : linear(character));
-            } else if (qbgl::is_ranked(maps_.ranks, row)) {
-                range.take(0);
-                range.take(UINT16_MAX);
-            } else {
-                const bool by_bytes = utf8_ && is_ranked(pass, weight);
-                for (const uint32_t end : {row_ranges_[row].least, row_ranges_[row].most})
-                    range.take(by_bytes ? utf8_character(end) : end);
-            }
-        });
-        const uint16_t only = code(row, pass);
-        if (is_ordinary(only)) ++facts_[only].rows;
+        const uint16_t said = own.weights[row];
+        const uint32_t weight = said & WEIGHT_VALUE;
+        const bool lettered = letters.first(row) != 0;
+        if (is_expansion(said)) {
+            visit_codes(row, pass, [&](uint16_t each, gl_wchar character) {
+                const uint32_t part = each & WEIGHT_VALUE;
+                use(part, lettered);
+                if (!is_special(each)) return;
+                facts[part].special = 1;
+                ranges_[part].take(is_ranked(pass, part) ? character : linear(character));
+            });
+            return;
+        }
+        if (said == WEIGHT_IGNORED) return;
+        use(weight, lettered);
+        if ((said & WEIGHT_SPECIAL) == 0) {
+            ++facts[weight].rows;
+            return;
+        }
+        facts[weight].special = 1;
+        Range &range = ranges_[weight];
+        if (qbgl::is_ranked(maps_.ranks, row)) {
+            range.take(0);
+            range.take(UINT16_MAX);
+        } else {
+            const bool by_bytes = utf8_ && is_ranked(pass, weight);
+            for (const uint32_t end : {row_ranges_[row].least, row_ranges_[row].most})
+                range.take(by_bytes ? utf8_character(end) : end);
+        }
     });
     count_ = counts_[pass] = largest + 1;
 }
@@ -410,8 +433,9 @@ void OrderBuilder::collect_blocks() {
 
 void OrderBuilder::find_hidden(int pass) {
     memset(hidden_.get(), 0, WEIGHTS);
+    const PassRows own = rows_of(pass);
     for_each_row([&](uint32_t row) {
-        if (is_ignored(row, pass)) visit_weights(row, 0, [&](uint32_t weight) { hidden_[weight] = 1; });
+        if (own.first(row) == 0) visit_weights(row, 0, [&](uint32_t weight) { hidden_[weight] = 1; });
     });
 }
 
@@ -429,22 +453,23 @@ bool OrderBuilder::tells_letters(int earlier, int pass) {
     constexpr int32_t OPEN = -1;
     if (!is_forward(rules_, earlier)) return false;
     std::fill_n(first_counts_.get(), counts_[0], OPEN);
-    bool tells = true;
-    for_each_row([&](uint32_t row) {
-        const auto count = static_cast<int32_t>(count_weights(row, earlier));
-        if (!is_ignored(row, pass)) {
-            tells = tells && (count > 0 || is_ignored(row, 0));
-        } else if (is_ignored(row, 0) || is_expansion(code(row, 0))) {
-            tells = tells && count == 0;
+    const PassRows letters = rows_of(0), before = rows_of(earlier), own = rows_of(pass);
+    for (uint32_t row = 0; row < maps_.unknown; ++row) {
+        if (used_[row] == 0) continue;
+        const auto count = static_cast<int32_t>(before.count(row));
+        if (own.first(row) != 0) {
+            if (count == 0 && letters.first(row) != 0) return false;
+        } else if (!letters.is_single(row)) {
+            if (count != 0) return false;
         } else {
-            int32_t &of_weight = first_counts_[first_weight(row, 0)];
-            tells = tells && (of_weight == OPEN || of_weight == count);
+            int32_t &of_weight = first_counts_[letters.first(row)];
+            if (of_weight != OPEN && of_weight != count) return false;
             of_weight = count;
         }
-    });
-    for (uint32_t weight = 0; tells && weight < counts_[0]; ++weight)
+    }
+    for (uint32_t weight = 0; weight < counts_[0]; ++weight)
         if (first_counts_[weight] > 0) hidden_[weight] |= HIDDEN_AND_TOLD;
-    return tells;
+    return true;
 }
 
 // Notes which letters can stand in one place, and the weights behind which two texts may be at different places of the passes
@@ -457,15 +482,21 @@ void OrderBuilder::collect_members(int pass) {
     uint32_t *const ends = letter_ends_.get(); // of each letter's members; those of ANY_GROUP are the last
     std::fill_n(ends, WEIGHTS + 1, 0);
     GroupMember *const found = members_.get(), *const sorted = found + maps_.unknown;
+    const PassRows letters = rows_of(0), own = rows_of(pass);
+    PassRows before[MOST_TELLERS] = {};
+    for (int i = 0; i < teller_count; ++i) before[i] = rows_of(tellers[i]);
     for_each_row([&](uint32_t row) {
-        const uint32_t first = first_weight(row, pass);
+        const uint32_t first = own.first(row);
         if (first == 0) return;
         WeightFacts &fact = facts_[first];
         const bool by_code = fact.special != 0 && !is_ranked(pass, first); // ranks can be equal
-        const bool by_character = by_code && !is_expansion(code(row, pass)) && used_[row] < OF_ELEMENT;
+        const bool by_character = by_code && own.is_single(row) && used_[row] < OF_ELEMENT;
         bool uncertain = !by_character && fact.special != 0;
-        visit_weights(row, 0, [&](uint32_t weight) { uncertain = uncertain || (hidden_[weight] & HIDDEN_AND_TOLD) != 0; });
-        const uint32_t letter = first_weight(row, 0);
+        const uint32_t letter = letters.first(row);
+        if (letters.is_single(row))
+            uncertain = uncertain || (hidden_[letter] & HIDDEN_AND_TOLD) != 0;
+        else
+            visit_weights(row, 0, [&](uint32_t weight) { uncertain = uncertain || (hidden_[weight] & HIDDEN_AND_TOLD) != 0; });
         uint32_t lengths = 0;
         uint64_t group = letter;
         const auto add_length = [&](uint32_t length) {
@@ -473,13 +504,13 @@ void OrderBuilder::collect_members(int pass) {
             lengths = lengths << 8 | length;
         };
         for (int i = 0; i < teller_count; ++i) {
-            add_length(count_weights(row, tellers[i]));
-            group = group << 14 | first_weight(row, tellers[i]);
+            add_length(before[i].count(row));
+            group = group << 14 | before[i].first(row);
         }
         add_length(count_shown(row));
         ++lengths;
         uncertain = uncertain || (!by_character && fact.lengths != 0 && fact.lengths != lengths);
-        if (uncertain || count_weights(row, pass) > 1) fact.breaks = 1;
+        if (uncertain || own.count(row) > 1) fact.breaks = 1;
         fact.lengths = lengths;
         if (letter == 0) return;
         const bool any = hidden_[letter] != 0;
@@ -558,14 +589,15 @@ template <class Chosen> bool OrderBuilder::count_follows(int pass, int earlier, 
         visit_weights(row, pass, [&](uint32_t weight) { count += is_chosen(facts_[weight]) ? 1 : 0; });
         return count;
     };
-    const auto said_alone = [this, pass](uint32_t row) { // in the first pass, and in none of the others before
+    const PassRows letters = rows_of(0), before = rows_of(earlier), own = rows_of(pass);
+    const auto said_alone = [&](uint32_t row) { // in the first pass, and in none of the others before
         for (int other = 1; other < pass; ++other)
-            if (code(row, other) != WEIGHT_IGNORED) return false;
-        return !is_expansion(code(row, 0)) && code(row, 0) != WEIGHT_IGNORED;
+            if (rules_.weights[other][row] != WEIGHT_IGNORED) return false;
+        return letters.is_single(row);
     };
     if (earlier > 0)
         for_each_row([&](uint32_t row) {
-            if (said_alone(row)) first_counts_[first_weight(row, 0)] = chosen_of(row);
+            if (said_alone(row)) first_counts_[letters.first(row)] = chosen_of(row);
         });
     // A row with an open weight settles it: first those that have one, then two, then the others. The rest must be right.
     const auto settle = [&](uint32_t row) {
@@ -582,17 +614,23 @@ template <class Chosen> bool OrderBuilder::count_follows(int pass, int earlier, 
         if (open != nullptr) *open = left;
         return left == 0 || open != nullptr;
     };
+    const auto settle_singles = [&](uint32_t row) { // nearly all are such
+        int32_t left = is_chosen(facts_[own.first(row)]) ? 1 : 0, &count = further_counts_[before.first(row)];
+        if (earlier > 0) left -= first_counts_[letters.first(row)];
+        if (count == OPEN) count = left;
+        return count == left;
+    };
     uint32_t longer_count = 0;
     for (uint32_t row = 0; row < maps_.unknown; ++row) {
         if (used_[row] == 0) continue;
-        if (count_weights(row, earlier) > 1)
+        if (before.count(row) > 1)
             longer_[longer_count++] = static_cast<uint16_t>(row);
-        else if (!settle(row))
+        else if (!(own.is_single(row) && before.is_single(row) && letters.is_single(row) ? settle_singles(row) : settle(row)))
             return false;
     }
     for (const bool of_two : {true, false})
         for (uint32_t i = 0; i < longer_count; ++i)
-            if ((count_weights(longer_[i], earlier) == 2) == of_two && !settle(longer_[i])) return false;
+            if ((before.count(longer_[i]) == 2) == of_two && !settle(longer_[i])) return false;
     return true;
 }
 
@@ -840,11 +878,14 @@ gl_order_maps *OrderBuilder::assemble() {
         made.open = all + open_at_[pass];
         made.ascii = block + ascii + static_cast<uint32_t>(pass) * ASCII;
         made.forward = is_forward(rules_, pass);
+        const auto common = static_cast<uint16_t>(1U << pass), none = static_cast<uint16_t>(0x100U << pass);
+        const uint16_t *const weights = rules_.weights[pass];
         for (uint32_t row = 0; pass > 0 && row < maps_.unknown; ++row) {
-            const uint16_t of_row = code(row, pass);
-            const bool common = is_ordinary(of_row) && used_[row] != 0 && (made.tokens[of_row].flags & TOKEN_COMMON) != 0;
-            if (common && (made.tokens[of_row].flags & TOKEN_BREAKS) == 0) of_rows[row] |= static_cast<uint16_t>(1U << pass);
-            if (of_row == WEIGHT_IGNORED) of_rows[row] |= static_cast<uint16_t>(0x100U << pass);
+            if (weights[row] == WEIGHT_IGNORED)
+                of_rows[row] |= none;
+            else if (is_ordinary(weights[row]) && used_[row] != 0 &&
+                     (made.tokens[weights[row]].flags & (TOKEN_COMMON | TOKEN_BREAKS)) == TOKEN_COMMON)
+                of_rows[row] |= common;
         }
     }
     if (with_entries) {
