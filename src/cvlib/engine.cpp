@@ -113,9 +113,9 @@ Found find_unlisted(const gl_cv &cd, const Cursor &at, MadeRecord &made) {
     return {scalar.length != 0 ? record_of(cd.unlisted_table, cd, scalar.code, made) : nullptr, scalar.length};
 }
 
-Found find_in(const gl_multi &table, const gl_cv &cd, const Cursor &at, MadeRecord &made) {
+Found find_in(const gl_multi *table, const gl_cv &cd, const Cursor &at, MadeRecord &made) {
     int length = 0;
-    const void *const record = _gl_retrieve_text_multi_limit(at.in, &table, at.remaining, &length, nullptr);
+    const void *const record = _gl_retrieve_text_multi_limit(at.in, table, at.remaining, &length, nullptr);
     if (record == nullptr) return find_unlisted(cd, at, made);
     return {static_cast<const uint8_t *>(record), length};
 }
@@ -123,7 +123,7 @@ Found find_in(const gl_multi &table, const gl_cv &cd, const Cursor &at, MadeReco
 struct MultibyteStep {
     const gl_cv &cd;
 
-    Found find(const Cursor &at, MadeRecord &made) const { return find_in(*cd.main_table, cd, at, made); }
+    Found find(const Cursor &at, MadeRecord &made) const { return find_in(cd.main_table, cd, at, made); }
     static int room_needed(const Record &record) { return record.length(); }
     static void write(Cursor &at, const Record &record) { at.write(record.output(), record.length()); }
 };
@@ -271,7 +271,7 @@ template <class Step> int convert_stateless(gl_cv *cd, const Buffers &buffers, c
 Found find_in_state(const gl_cv &cd, const gl_cv_state &state, const Cursor &at, MadeRecord &made) {
     if (cd.convert == unicode_source_miconv) return find_by_utf8(cd, at, made);
     const gl_multi *table = state.source_shift == 1 && cd.shifted_table != nullptr ? cd.shifted_table : cd.main_table;
-    return find_in(*table, cd, at, made);
+    return find_in(table, cd, at, made);
 }
 
 } // namespace
