@@ -43,7 +43,7 @@ const Shape &shape(unsigned number) {
 // has no character of its own has no special weight.
 class Rules {
   public:
-    Rules(const Shape &shape, Input &in) : shape_(shape), in_(in) {
+    Rules(const Shape &shape, bool ranked, Input &in) : shape_(shape), in_(in) {
         rules_.directions.clear();
         for (unsigned passes = 1 + in.below(5); passes > 0; --passes) rules_.directions.push_back(1 + in.below(2));
         const unsigned expansions = in.below(5), elements = in.below(5);
@@ -58,6 +58,10 @@ class Rules {
             for (unsigned count = 2 + in.below(2); count > 0; --count) rules_.elements.back().chars.push_back(letter(PLAIN + 1));
             rules_.rows.push_back(row(false, 0));
         }
+        if (!ranked) return;
+        rules_.ranked_rows = 1 + in.below(static_cast<unsigned>(rules_.rows.size()) - 1);
+        for (const std::string &letter : shape.letters)
+            if (in.below(4) != 0) rules_.ranks.emplace_back(letter, 2 + in.below(LETTERS));
     }
 
     std::string text() const { return rules_.text(); }
@@ -159,8 +163,10 @@ void compare(gl_locale *locale, const std::string &a, const std::string &b) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     Input in(data, size);
-    const Shape &chosen = shape(in.byte());
-    const std::string text = chosen.before + Rules(chosen, in).text() + chosen.after;
+    const unsigned kind = in.byte();
+    const Shape &chosen = shape(kind);
+    const bool ranked = kind / 4 % 4 == 1 && chosen.codeset.name != single_byte_codeset().name;
+    const std::string text = chosen.before + Rules(chosen, ranked, in).text() + chosen.after;
     serve_object(reinterpret_cast<const uint8_t *>(text.data()), text.size());
     gl_locale *locale = nullptr;
     require(gl_createlocale2_4(&locale, "/") == 0);

@@ -90,7 +90,7 @@ class Model {
     bool is_ranked(int row) const { return row > 0 && row <= locale_->ranks.row_count; }
     uint32_t rank_of(gl_wchar wc) const {
         const void *entry = _gl_retrieve_wchar_multi_nl(nullptr, wc, locale_->ranks.table);
-        return entry != nullptr ? *static_cast<const uint16_t *>(entry) : 0;
+        return std::max<uint32_t>(entry != nullptr ? *static_cast<const uint16_t *>(entry) : 0, 2);
     }
 
     Weights weights(const std::vector<Piece> &pieces, int pass) const {

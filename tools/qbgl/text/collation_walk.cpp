@@ -9,7 +9,7 @@ namespace {
 
 using Characters = std::vector<gl_wchar>;
 
-constexpr gl_wchar ELEMENT_CODE = 1;
+constexpr gl_wchar ELEMENT_CODE = 1, LEAST_RANK = 2; // that a character counts as which has none
 
 // What has a row of weights: a character, or a collating element.
 struct Unit {
@@ -79,7 +79,7 @@ class Walk {
     }
     gl_wchar rank(gl_wchar code) const {
         const auto *rank = static_cast<const uint16_t *>(_gl_retrieve_wchar_multi_nl(nullptr, code, ranks_.table));
-        return rank != nullptr ? *rank : 0;
+        return std::max<gl_wchar>(rank != nullptr ? *rank : 0, LEAST_RANK);
     }
 
     // An expansion within an expansion takes the place of what is left of that one; loading has seen to it that this ends.
