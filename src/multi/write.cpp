@@ -18,7 +18,8 @@ class TableWriter {
 
     bool write() {
         char head[64];
-        snprintf(head, sizeof head, "%d %d %d ", table_.max_length, table_.min_length, table_.flags & ~(MULTI_REPEATS | MULTI_RUNS));
+        snprintf(head, sizeof head, "%d %d %d ", table_.max_length, table_.min_length,
+                 table_.flags & ~(MULTI_REPEATS | MULTI_RUNS));
         if (!put(head) || writer_(stream_, table_.default_entry) != 0 || !put("\n")) return false;
         return table_.shared_flags != nullptr ? write_shared() : write_own_node(*table_.root);
     }
