@@ -45,11 +45,12 @@ struct OrderPass {
     bool forward;
 };
 
-// What a key says of a character of utf8 below U+0800, when the first pass has one weight of it, or none, in the rules' own form.
 enum class EntryKind : uint8_t { GENERAL, PLAIN, BEGINS }; // the general way has to tell; no element begins there; one may
+
+// What a key says of a character of utf8 below U+0800 of which the first pass has one ordinary weight, or none.
 struct OrderEntry {
     uint32_t runs;    // a byte for each pass behind the first, from the lowest on: 1 when the pass has one common weight alone
-    uint16_t row;     // where no element begins
+    uint16_t row;     // where no element is
     uint8_t bytes[2]; // of the first pass
     uint8_t length;   // of them
     uint8_t said;     // bit k: pass k > 0 has something else than one common weight, or nothing
