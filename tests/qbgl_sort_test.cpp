@@ -81,6 +81,7 @@ TEST_F(Sort, OptionsActAsInSort) {
         {"-h", "2M\n3K\n1G\n500\n-1K\n", 0, "-1K\n500\n3K\n2M\n1G\n", ""},
         {"-V", "a-1.10\na-1.9\na-1\na-1~rc\na-01.9\n", 0, "a-1~rc\na-1\na-01.9\na-1.9\na-1.10\n", ""},
         {"-f -s", "b\nB\nA\na\n", 0, "A\na\nb\nB\n", ""},
+        {"-f -u", "a\0b\na\0c\nA\0b\n"s, 0, "a\0b\na\0c\n"s, ""},
         {"--keep-bad", "b\n\0\na\n"s, 1, "a\nb\n\0\n"s,
          at + "2:1: offset 2, byte 00: a NUL character within a line; do NUL characters end the lines (-z)?\n"
               "qbgl: 1 line is no text, and stands behind the others\n"},

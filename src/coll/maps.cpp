@@ -198,16 +198,16 @@ class MapsBuilder {
         }
     }
 
-    // Whether no weight that a text can have is 0, and none both special and ordinary.
+    // Whether no weight that a text can have is 0 or a special 1, and none both special and ordinary.
     bool weights_fit() const {
         for (int pass = 0; pass < info_.pass_count; ++pass) {
             uint32_t found[2][(WEIGHT_VALUE + 1) / 32] = {};
             for (uint32_t row = 0; row < unknown_; ++row) {
                 const uint16_t weight = info_.weights[pass][row], value = weight & WEIGHT_VALUE;
                 if (used_[row] == 0 || is_expansion(weight)) continue;
-                if (value == 0) return false;
-                const bool special = (weight & WEIGHT_SPECIAL) != 0;
                 if (weight == WEIGHT_IGNORED) continue;
+                if (value < 2) return false;
+                const bool special = (weight & WEIGHT_SPECIAL) != 0;
                 found[special ? 1 : 0][value / 32] |= 1U << (value % 32);
                 if ((found[special ? 0 : 1][value / 32] >> (value % 32) & 1) != 0) return false;
             }
@@ -355,24 +355,27 @@ gl_collation_maps *MapsBuilder::assemble() const {
 bool expansions_end(gl_locale *locale) {
     const gl_collate_info &info = locale->collate;
     if (info.expansion_count == 0) return true;
+    constexpr uint32_t UNKNOWN = UINT32_MAX, IN_PATH = UNKNOWN - 1;
     const auto count = static_cast<uint32_t>(info.expansion_count);
-    const Owned<uint32_t> seen = Owned<uint32_t>::allocate(count); // by the walk that began with this expansion, counted from 1
+    const Owned<uint32_t> lengths = Owned<uint32_t>::allocate(count), path = Owned<uint32_t>::allocate(count);
     Expansions expansions(info, locale->ranks);
-    if (!seen || !expansions.find_rows()) {
-        set_error(locale, GL_ENOMEM);
-        return false;
-    }
+    if (!lengths || !path || !expansions.find_rows()) return fail(locale, GL_ENOMEM, false);
     for (int pass = 0; pass < info.pass_count; ++pass) {
-        std::fill_n(seen.get(), count, 0);
+        std::fill_n(lengths.get(), count, UNKNOWN);
         for (uint32_t first = 0; first < count; ++first) {
             auto at = static_cast<int32_t>(first);
-            while (at >= 0 && seen[static_cast<uint32_t>(at)] == 0) {
-                seen[static_cast<uint32_t>(at)] = first + 1;
+            uint32_t steps = 0;
+            for (; at >= 0 && lengths[static_cast<uint32_t>(at)] == UNKNOWN; ++steps) {
+                path[steps] = static_cast<uint32_t>(at);
+                lengths[path[steps]] = IN_PATH;
                 at = expansions.walk(pass, at, [](uint16_t, gl_wchar, bool) {});
             }
-            if (at < 0 || seen[static_cast<uint32_t>(at)] != first + 1) continue;
-            set_error(locale, GL_EBADFILE);
-            return false;
+            uint32_t length = at < 0 ? 0 : lengths[static_cast<uint32_t>(at)];
+            while (steps > 0 && length <= MOST_EXPANDED) {
+                length += static_cast<uint32_t>(info.expansions[path[--steps]].count);
+                lengths[path[steps]] = length;
+            }
+            if (length > MOST_EXPANDED) return fail(locale, GL_EBADFILE, false);
         }
     }
     return true;

@@ -123,8 +123,9 @@ struct gl_collation_maps {
 
 namespace qbgl {
 
-// Whether every expansion comes to its end on every pass: one that is met inside another takes its place. False with the handle's
-// error.
+// Whether every expansion comes to its end on every pass, behind MOST_EXPANDED characters at most: one that is met inside another
+// takes its place. False with the handle's error.
+inline constexpr uint32_t MOST_EXPANDED = 4096;
 bool expansions_end(gl_locale *locale);
 
 // Builds the arrays of rules whose tables are read: one block of memory. False when memory is out. Null for rules that no compiler

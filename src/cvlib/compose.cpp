@@ -15,6 +15,7 @@
 #include "cvlib/record.h"
 #include "ext/error.h"
 #include "multi/table.h"
+#include "multi/text_end.h"
 #include "unicode/transcode.h"
 
 #include <algorithm>
@@ -251,7 +252,8 @@ int read_by_algorithm(gl_cv *cd, UnicodeForm source, gl_cv_function convert) {
 
 int compose_from_form(gl_cv *cd, UnicodeForm source, FILE *object) {
     if (read_cv_tables(object, cd) != 0) return -1;
-    if (!ends_at_terminator(*cd)) {
+    // UTF-8 on its way has one zero byte behind it.
+    if (!ends_at_terminator(*cd) || !stops_at_terminator(*cd->main_table, 1)) {
         set_error(cd, GL_EBADFILE);
         return -1;
     }

@@ -147,12 +147,12 @@ int gl_order_compare(gl_locale *locale, const char *s1, int len1, const char *s2
     const size_t common = common_prefix(a.bytes, b.bytes, std::min(a.length, b.length));
     if (common == a.length && common == b.length) return 0;
     int order;
-    if (locale != nullptr && locale->order_maps != nullptr) {
-        const OrderEntries *const entries = order_entries(locale);
-        order = entries != nullptr ? compare_by_entries(locale, *entries, a, b, common, passes)
-                                   : compare_by_rules(locale, a, b, common, passes);
+    if (const OrderEntries *const entries = order_entries(locale); entries != nullptr) {
+        order = compare_by_entries(locale, *entries, a, b, common, passes);
+    } else if (order_rules(locale) != nullptr) {
+        order = compare_by_rules(locale, a, b, common, passes);
     } else if (is_thai_order(locale)) {
-        order = compare_as_thai(locale, a, b, passes);
+        if (!compare_as_thai(locale, a, b, passes, order)) return 0;
     } else {
         return compare_code_values(locale, a, b, common);
     }

@@ -9,6 +9,7 @@ inline bool is_continuation_byte(uint8_t byte) { return static_cast<int8_t>(byte
 
 // Null where the handle's characters are not those that the entries are of.
 inline const OrderEntries *order_entries(const gl_locale *locale) {
+    if (locale == nullptr || locale->order_maps == nullptr) return nullptr;
     if (order_shape(locale) != OrderShape::CONTINUATION || !maps_of(locale)->pairs_whole) return nullptr;
     return locale->order_maps->entries;
 }
@@ -37,6 +38,7 @@ class EntryReader {
             }
             if (first == FIRST_IGNORED) continue;
             if ((first & OrderEntries::BEGINS) == 0 || may_go_on(in + 1, end)) return NONE;
+            if (first - OrderEntries::BEGINS == FIRST_IGNORED) continue;
             ++in;
             return (first - OrderEntries::BEGINS) << 16;
         }

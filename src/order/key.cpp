@@ -21,7 +21,7 @@ void put_number(KeySink &sink, uint32_t number, int bytes) {
 uint32_t code_of(const gl_order_maps &rules, gl_wchar character) { return rules.utf8 ? scalar_value(character) : character; }
 
 void put_special(KeySink &sink, const gl_order_maps &rules, const OrderPass &pass, OrderToken token, gl_wchar character) {
-    const OrderSpecial &special = rules.specials[token.bytes[0] | token.bytes[1] << 8];
+    const OrderSpecial &special = pass.specials[token.bytes[0] | token.bytes[1] << 8];
     if (character < 128 && !special.ranked && pass.ascii[character] != 0) {
         sink.put(pass.ascii[character]);
         return;
@@ -188,8 +188,9 @@ class RunWriter {
     // one-byte ones are told apart.
     uint32_t first_byte(OrderToken token, gl_wchar character) const {
         if (token.length != 0) return token.bytes[0];
-        if (character < 128 && pass_.ascii[character] != 0) return pass_.ascii[character];
-        return rules_.specials[token.bytes[0] | token.bytes[1] << 8].bytes >> 8;
+        const OrderSpecial &special = pass_.specials[token.bytes[0] | token.bytes[1] << 8];
+        if (character < 128 && pass_.ascii[character] != 0 && !special.ranked) return pass_.ascii[character];
+        return special.bytes >> 8;
     }
     // A run of up to `most`, or more, before what is less or greater, with `step` places each, of which it takes one.
     void put_run(size_t count, uint32_t most, bool low, uint32_t begin, uint32_t step, uint32_t place) {
@@ -316,7 +317,7 @@ inline uint32_t ShortKey::write_triple(gl_wchar character, uint8_t *&out) {
         out += token.length;
         return row;
     }
-    const OrderSpecial &special = rules_.specials[token.bytes[0] | token.bytes[1] << 8];
+    const OrderSpecial &special = rules_.passes[0].specials[token.bytes[0] | token.bytes[1] << 8];
     if (special.form != CodeForm::SLOTS || special.ranked) return maps_.unknown;
     const uint32_t distance = continued_bits(character) - special.least, slot = special.bytes + (distance >> 8);
     *out++ = static_cast<uint8_t>(slot >> 8);
@@ -485,7 +486,7 @@ void qbgl::write_first_pass(KeySink &sink, const gl_order_maps &rules, const Uni
 }
 
 bool qbgl::write_order_key(KeySink &sink, gl_locale *locale, OrderText text, int passes, bool part) {
-    if (locale != nullptr && locale->order_maps != nullptr) {
+    if (order_rules(locale) != nullptr) {
         write_by_rules(sink, locale, text, passes, part);
     } else if (!is_thai_order(locale)) {
         write_code_values(sink, locale, text, part);

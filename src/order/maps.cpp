@@ -37,6 +37,7 @@ struct Range {
 // A weight of a pass, and what the rules say of it.
 struct WeightFacts {
     uint8_t used, special;
+    uint8_t without_singles;       // special, and some unit's number is less than those of ASCII: that of an element
     uint8_t preferred;             // 0, or the number of the block of characters for which it should be one byte
     uint8_t lettered, unlettered;  // a row has it that has a weight in the first pass, or one that has none there
     uint8_t breaks, common, below; // as the flags of its token
@@ -134,7 +135,7 @@ class Bytes {
                 if (weight == counted_weight) lead += LESSER_PLACES - 1;
                 continue;
             }
-            for (uint32_t character = 0; ascii_singles && character < ASCII; ++character) {
+            for (uint32_t character = 0; ascii_singles && fact.without_singles == 0 && character < ASCII; ++character) {
                 if (ascii_[character] != weight) continue;
                 close();
                 visit_ascii(character, lead++);
@@ -199,6 +200,7 @@ class OrderBuilder {
     // The tokens of the weights of a region whose first byte is given.
     template <class Member> void write(int pass, OrderToken *tokens, const Bytes &bytes, uint32_t first, Member is_member);
     OrderToken *add_tokens(uint32_t &at);
+    bool is_element(uint32_t scalar) const;
     void write_entries(OrderEntries &entries) const;
     gl_order_maps *assemble();
 
@@ -250,10 +252,11 @@ class OrderBuilder {
     Owned<WeightFacts> facts_; // of the pass at hand
     Owned<Range> ranges_;      // the characters of its special weights
     uint32_t count_ = 0;       // of its weights
-    Owned<int32_t> first_counts_, further_counts_;
-    Owned<uint16_t> longer_;     // rows of more than one weight in a pass
-    Owned<uint8_t> hidden_;      // weights of the first pass that rows have which the pass at hand ignores
-    Owned<GroupMember> members_; // and room to sort them
+    Owned<int32_t> first_counts_;
+    Owned<uint32_t> further_counts_; // modulo 2^32
+    Owned<uint16_t> longer_;         // rows of more than one weight in a pass
+    Owned<uint8_t> hidden_;          // weights of the first pass that rows have which the pass at hand ignores
+    Owned<GroupMember> members_;     // and room to sort them
     Owned<uint32_t> letter_ends_;
     uint32_t member_count_ = 0, most_relative_ = 0;
     bool memory_ = true;
@@ -262,6 +265,7 @@ class OrderBuilder {
     Growing<OrderToken> tokens_; // of all passes; where those of each begin
     uint32_t tokens_at_[GL_MAX_PASSES] = {}, open_at_[GL_MAX_PASSES] = {};
     Growing<OrderSpecial> specials_;
+    uint32_t specials_at_[GL_MAX_PASSES] = {};
     uint8_t ascii_[GL_MAX_PASSES][ASCII] = {};
 };
 
@@ -307,12 +311,15 @@ bool OrderBuilder::scan_node(const MultiNode &node, gl_wchar prefix, int length,
     if (seen != nullptr && std::exchange(*seen, *seen | LOOKED_AT) != 0) return (*seen & WITHOUT_SPECIAL) == 0;
     const bool continued = utf8_ && length > 1;
     const int begin = continued ? 0x80 : 0, end = utf8_ ? (continued ? 0xC0 : 0xF5) : 256;
-    bool special = false;
+    bool special = false, whole = true; // what stands behind one lead byte may be no character, and behind another one
     for (int i = begin; i < end; ++i) {
         const auto at = static_cast<uint8_t>(direction == Scan::FORWARD ? i : begin + end - 1 - i);
         const gl_wchar wc = prefix << 8 | at;
         if (node.flags[at] == FLAG_CHILD) {
-            if (!utf8_ || begins_utf8(wc, length)) special |= scan_node(*child_of(node, at), wc, length + 1, direction);
+            if (!utf8_ || begins_utf8(wc, length))
+                special |= scan_node(*child_of(node, at), wc, length + 1, direction);
+            else
+                whole = false;
         } else if (node.flags[at] == FLAG_END && (!utf8_ || continued || at < ASCII)) {
             uint16_t row;
             memcpy(&row, entry_of(table, node, at), sizeof row);
@@ -322,7 +329,8 @@ bool OrderBuilder::scan_node(const MultiNode &node, gl_wchar prefix, int length,
             row_ranges_[row].take(linear(wc));
         }
     }
-    if (seen != nullptr && !special) *seen |= WITHOUT_SPECIAL;
+    if (seen != nullptr && !whole) *seen &= static_cast<uint8_t>(~LOOKED_AT);
+    if (seen != nullptr && whole && !special) *seen |= WITHOUT_SPECIAL;
     return special;
 }
 
@@ -375,6 +383,7 @@ void OrderBuilder::collect_facts(int pass) {
     const PassRows letters = rows_of(0), own = rows_of(pass);
     WeightFacts *const facts = facts_.get();
     uint32_t largest = 1;
+    const uint32_t start_of_heading = maps_.row_of(ELEMENT_CHARACTER); // the character of that number
     const auto use = [&](uint32_t weight, bool lettered) {
         largest = std::max(largest, weight);
         facts[weight].used = 1;
@@ -390,6 +399,7 @@ void OrderBuilder::collect_facts(int pass) {
                 use(part, lettered);
                 if (!is_special(each)) return;
                 facts[part].special = 1;
+                if (character == ELEMENT_CHARACTER) facts[part].without_singles = 1;
                 ranges_[part].take(is_ranked(pass, part) ? character : linear(character));
             });
             return;
@@ -401,6 +411,7 @@ void OrderBuilder::collect_facts(int pass) {
             return;
         }
         facts[weight].special = 1;
+        if (row == start_of_heading || (used_[row] & OF_ELEMENT) != 0) facts[weight].without_singles = 1;
         Range &range = ranges_[weight];
         if (qbgl::is_ranked(maps_.ranks, row)) {
             range.take(0);
@@ -581,7 +592,7 @@ bool OrderBuilder::find_implied(int pass) {
 // Whether the number of some weights of a pass follows from what the rows have in two passes before, each weight of which stands
 // for some number of them. `chosen` tells the weights, which are in facts_.
 template <class Chosen> bool OrderBuilder::count_follows(int pass, int earlier, Chosen is_chosen) {
-    constexpr int32_t OPEN = INT32_MIN;
+    constexpr uint32_t OPEN = UINT32_MAX / 2 + 1;
     std::fill_n(first_counts_.get(), counts_[0], 0);
     std::fill_n(further_counts_.get(), counts_[earlier], OPEN);
     const auto chosen_of = [&](uint32_t row) {
@@ -599,24 +610,26 @@ template <class Chosen> bool OrderBuilder::count_follows(int pass, int earlier, 
         for_each_row([&](uint32_t row) {
             if (said_alone(row)) first_counts_[letters.first(row)] = chosen_of(row);
         });
-    // A row with an open weight settles it: first those that have one, then two, then the others. The rest must be right.
+    // A row with an open weight settles it: first those that have one, then two, then the others. The rest must be right, and so
+    // must be those that have an open one twice.
     const auto settle = [&](uint32_t row) {
-        int32_t left = chosen_of(row), *open = nullptr;
-        if (earlier > 0) visit_weights(row, 0, [&](uint32_t weight) { left -= first_counts_[weight]; });
+        auto left = static_cast<uint32_t>(chosen_of(row)), *open = static_cast<uint32_t *>(nullptr);
+        if (earlier > 0) visit_weights(row, 0, [&](uint32_t weight) { left -= static_cast<uint32_t>(first_counts_[weight]); });
         visit_weights(row, earlier, [&](uint32_t weight) {
-            int32_t &count = further_counts_[weight];
+            uint32_t &count = further_counts_[weight];
             if (count == OPEN) {
                 count = 0;
                 open = &count;
             }
             left -= count;
         });
-        if (open != nullptr) *open = left;
-        return left == 0 || open != nullptr;
+        if (open == nullptr) return left == 0;
+        *open = left;
+        return left != OPEN;
     };
     const auto settle_singles = [&](uint32_t row) { // nearly all are such
-        int32_t left = is_chosen(facts_[own.first(row)]) ? 1 : 0, &count = further_counts_[before.first(row)];
-        if (earlier > 0) left -= first_counts_[letters.first(row)];
+        uint32_t left = is_chosen(facts_[own.first(row)]) ? 1 : 0, &count = further_counts_[before.first(row)];
+        if (earlier > 0) left -= static_cast<uint32_t>(first_counts_[letters.first(row)]);
         if (count == OPEN) count = left;
         return count == left;
     };
@@ -631,7 +644,7 @@ template <class Chosen> bool OrderBuilder::count_follows(int pass, int earlier, 
     for (const bool of_two : {true, false})
         for (uint32_t i = 0; i < longer_count; ++i)
             if ((before.count(longer_[i]) == 2) == of_two && !settle(longer_[i])) return false;
-    return true;
+    return std::all_of(longer_.get(), longer_.get() + longer_count, settle);
 }
 
 // Whether texts that are equal in the passes before can differ in the number of common weights at the end alone. They cannot where
@@ -663,7 +676,8 @@ void OrderBuilder::write(int pass, OrderToken *tokens, const Bytes &bytes, uint3
             token.length = fact.special != 0 ? 0 : form == CodeForm::LEADS ? 1 : 2;
             uint32_t said = at;
             if (fact.special != 0) {
-                said = specials_.size() << 8 | specials_.size() >> 8;
+                const uint32_t number = specials_.size() - specials_at_[pass];
+                said = number << 8 | number >> 8;
                 const uint32_t least = ranges_[weight].least;
                 memory_ = memory_ && specials_.append({least, static_cast<uint16_t>(at), form, is_ranked(pass, weight)});
             }
@@ -675,7 +689,6 @@ void OrderBuilder::write(int pass, OrderToken *tokens, const Bytes &bytes, uint3
 
 // Room for the tokens of a pass. Null when memory is out.
 OrderToken *OrderBuilder::add_tokens(uint32_t &at) {
-
     at = tokens_.size();
     static constexpr OrderToken NONE[64] = {};
     for (uint32_t left = count_; memory_ && left > 0; left -= std::min<uint32_t>(left, std::size(NONE)))
@@ -753,7 +766,8 @@ void OrderBuilder::write_further(int pass) {
     };
     const uint16_t space = code_of_ascii(SPACE, pass), capital = code_of_ascii(CAPITAL, pass);
     const WeightFacts &of_space = facts_[space & WEIGHT_VALUE];
-    const bool alone = is_ordinary(space) || (is_special(space) && ascii_weights_[pass][SPACE] != 0);
+    const bool alone =
+        is_ordinary(space) || (is_special(space) && ascii_weights_[pass][SPACE] != 0 && of_space.without_singles == 0);
     if (alone && of_space.below != 0 && of_space.breaks == 0) {
         Bytes better = below;
         if (is_special(space)) {
@@ -823,13 +837,20 @@ void OrderBuilder::write_further(int pass) {
     }
 }
 
+// Whether a character is an element by itself.
+bool OrderBuilder::is_element(uint32_t scalar) const {
+    const gl_wchar wc = utf8_character(scalar);
+    return std::any_of(rules_.elements, rules_.elements + rules_.element_count,
+                       [wc](const gl_collating_element &element) { return element.count == 1 && element.chars[0] == wc; });
+}
+
 void OrderBuilder::write_entries(OrderEntries &entries) const {
     memset(static_cast<void *>(&entries), 0, sizeof entries);
     for (uint32_t scalar = 0; scalar < OrderEntries::COUNT; ++scalar) {
         uint32_t row = maps_.row_of(utf8_character(scalar));
         const bool begins = row > maps_.unknown;
         if (begins) row = maps_.starts[row - maps_.unknown - 1].row;
-        const uint16_t of_row = row < maps_.unknown ? code(row, 0) : 0;
+        const uint16_t of_row = row < maps_.unknown && !(begins && is_element(scalar)) ? code(row, 0) : 0;
         if (!is_ordinary(of_row) && of_row != WEIGHT_IGNORED) continue;
         const uint16_t first = of_row == WEIGHT_IGNORED ? FIRST_IGNORED : of_row;
         entries.firsts[scalar] = static_cast<uint16_t>(first | (begins ? OrderEntries::BEGINS : 0));
@@ -869,13 +890,13 @@ gl_order_maps *OrderBuilder::assemble() {
     made_.maps = &maps_;
     made_.pass_count = rules_.pass_count;
     made_.utf8 = utf8_;
-    made_.specials = reinterpret_cast<const OrderSpecial *>(block + specials);
     made_.quiet = of_rows;
     for (int pass = 0; pass < rules_.pass_count; ++pass) {
         OrderPass &made = made_.passes[pass];
         const auto *const all = reinterpret_cast<const OrderToken *>(block + tokens);
         made.tokens = all + tokens_at_[pass];
         made.open = all + open_at_[pass];
+        made.specials = reinterpret_cast<const OrderSpecial *>(block + specials) + specials_at_[pass];
         made.ascii = block + ascii + static_cast<uint32_t>(pass) * ASCII;
         made.forward = is_forward(rules_, pass);
         const auto common = static_cast<uint16_t>(1U << pass), none = static_cast<uint16_t>(0x100U << pass);
@@ -908,7 +929,7 @@ gl_order_maps *OrderBuilder::build() {
     facts_ = Owned<WeightFacts>::allocate(WEIGHTS);
     hidden_ = Owned<uint8_t>::allocate(WEIGHTS);
     first_counts_ = Owned<int32_t>::allocate(WEIGHTS);
-    further_counts_ = Owned<int32_t>::allocate(WEIGHTS);
+    further_counts_ = Owned<uint32_t>::allocate(WEIGHTS);
     longer_ = Owned<uint16_t>::allocate(maps_.unknown);
     members_ = Owned<GroupMember>::allocate(2 * maps_.unknown);
     letter_ends_ = Owned<uint32_t>::allocate(WEIGHTS + 1);
@@ -927,6 +948,7 @@ gl_order_maps *OrderBuilder::build() {
     scan_rules();
     for (int pass = 0; pass < rules_.pass_count; ++pass) {
         collect_facts(pass);
+        specials_at_[pass] = specials_.size();
         pass == 0 ? write_first() : write_further(pass);
         if (!memory_) return nullptr;
     }

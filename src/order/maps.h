@@ -35,7 +35,8 @@ struct OrderSpecial {
 struct OrderPass {
     const OrderToken *tokens; // by weight
     const OrderToken *open;   // the same behind a weight that breaks
-    const uint8_t *ascii;     // 128: the one byte of an ASCII character that has a special weight, or 0
+    const OrderSpecial *specials;
+    const uint8_t *ascii; // 128: the one byte of an ASCII character that has a special weight, or 0
     // A run of common weights, of 1 to run_most of them, begins at low before a lesser weight or the end, and goes down from high
     // before a greater one; one more stands for run_most of them, with further ones behind it. docs/keys.md has the numbers.
     uint8_t low, high, run_most;
@@ -87,7 +88,6 @@ struct gl_order_maps {
     int pass_count;
     bool utf8; // the code of a character is its scalar value, not its bytes
     qbgl::OrderPass passes[GL_MAX_PASSES];
-    const qbgl::OrderSpecial *specials;
     // By row: bit k, k > 0, when pass k has nothing but one common weight of it; bit k + 8 when it has nothing.
     const uint16_t *quiet;
     const qbgl::OrderEntries *entries; // null where the characters are not those of utf8, or the first pass is backward

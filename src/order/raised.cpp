@@ -7,13 +7,13 @@ namespace qbgl {
 
 namespace {
 
-// 1 stays, as it is ignored, and so 0 becomes 2; expansions are no weights. False when that leads beyond the greatest weight.
+// By two, for 1 is ignored and stays; expansions are no weights. False when that leads beyond the greatest weight.
 bool raise(const uint16_t *weights, uint16_t *raised, uint32_t count) {
     for (uint32_t i = 0; i < count; ++i) {
         const uint16_t value = weights[i] & WEIGHT_VALUE;
         const bool stays = weights[i] == WEIGHT_IGNORED || is_expansion(weights[i]);
-        if (!stays && value == WEIGHT_VALUE) return false;
-        raised[i] = static_cast<uint16_t>(weights[i] + (stays ? 0 : value == 0 ? 2 : 1));
+        if (!stays && value > WEIGHT_VALUE - 2) return false;
+        raised[i] = static_cast<uint16_t>(weights[i] + (stays ? 0 : 2));
     }
     return true;
 }

@@ -162,7 +162,7 @@ int gl_order_ranges(gl_locale *locale, const char *prefix, int len, unsigned cha
     const OrderText text = order_text(locale, prefix, len);
     KeySink main(bounds, room);
     Ways ways(main);
-    if (locale != nullptr && locale->order_maps != nullptr) {
+    if (order_rules(locale) != nullptr) {
         if (locale->order_maps->passes[0].forward)
             with_shape(order_shape(locale), [&]<OrderShape SHAPE>() { walk<SHAPE>(locale, text, main, ways); });
     } else if (!is_thai_order(locale)) {

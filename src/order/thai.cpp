@@ -46,10 +46,11 @@ bool is_thai_order(const gl_locale *locale) {
     return locale != nullptr && locale->collate.kind == GL_COLLATION_THAI && !served_by_extension(locale, GL_CAT_COLLATE);
 }
 
-int compare_as_thai(gl_locale *locale, OrderText a, OrderText b, int passes) {
+bool compare_as_thai(gl_locale *locale, OrderText a, OrderText b, int passes, int &order) {
     ThaiText text_a, text_b;
-    if (!text_a.convert(locale, a) || !text_b.convert(locale, b)) return 0;
-    return compare_thai(thai_layout(locale), text_a.span(), text_b.span(), passes_of(passes));
+    if (!text_a.convert(locale, a) || !text_b.convert(locale, b)) return false;
+    order = compare_thai(thai_layout(locale), text_a.span(), text_b.span(), passes_of(passes));
+    return true;
 }
 
 namespace {

@@ -8,8 +8,8 @@ namespace qbgl {
 
 bool is_thai_order(const gl_locale *locale);
 
-// 0 with the error number when memory is out, as far as the passes tell.
-int compare_as_thai(gl_locale *locale, OrderText a, OrderText b, int passes);
+// As far as the passes tell. False, with the error number, when memory is out.
+bool compare_as_thai(gl_locale *locale, OrderText a, OrderText b, int passes, int &order);
 
 // False when memory is out.
 bool write_as_thai(KeySink &sink, gl_locale *locale, OrderText text, int passes);

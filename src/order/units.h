@@ -12,6 +12,13 @@ struct Unit {
     gl_wchar character; // or the byte that is none
 };
 
+// The rules by which a handle's texts are put in order; null where there are none, or where they are those of utf8 and the texts
+// are not.
+inline const gl_order_maps *order_rules(const gl_locale *locale) {
+    if (locale == nullptr || locale->order_maps == nullptr) return nullptr;
+    return !locale->order_maps->utf8 || order_shape(locale) == OrderShape::CONTINUATION ? locale->order_maps : nullptr;
+}
+
 // The element that a text has at a place, or null. The decoder stands behind the character at hand, and then behind the element.
 template <OrderShape SHAPE>
 const gl_collating_element *take_element(const gl_collation_maps &maps, const ElementStart &start, Decoder<SHAPE> &in) {

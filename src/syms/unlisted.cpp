@@ -1,5 +1,6 @@
 #include "syms/unlisted.h"
 
+#include "unicode/form.h"
 #include "unicode/gb18030.h"
 
 #include <algorithm>
@@ -9,16 +10,11 @@ namespace qbgl {
 
 namespace {
 
-// Of the character that a byte of UTF-8 leads; 0 for none.
-int utf8_length(uint8_t lead) {
-    const int ones = std::countl_one(lead);
-    return ones == 0 ? 1 : ones >= 2 && ones <= 4 ? ones : 0;
-}
-
 // Whether the bytes may be the first of a character that is longer.
 bool is_cut(UnicodeForm rule, const uint8_t *s, int n) {
     if (rule == UnicodeForm::GB18030) return n < 4 && has_shape_of_gb18030(s, n);
-    return n < utf8_length(s[0]) && std::all_of(s + 1, s + n, [](uint8_t byte) { return (byte & 0xC0) == 0x80; });
+    if (s[0] < 0xC2 || s[0] > 0xF4 || (n > 1 && !unicode::is_second_byte(s[0], s[1]))) return false;
+    return n < std::countl_one(s[0]) && std::all_of(s + 1, s + n, [](uint8_t byte) { return (byte & 0xC0) == 0x80; });
 }
 
 } // namespace

@@ -10,8 +10,6 @@ namespace qbgl {
 
 namespace {
 
-constexpr size_t TERMINATOR = 4;
-
 // Whether all that the parts are is the line, compared as text.
 bool is_text_of_line(const SortRules &rules) {
     const SortPart &part = rules.parts.front();
@@ -47,12 +45,33 @@ void SortOrder::append(std::string_view key, bool reverse) {
     for (size_t i = begin; reverse && i < key_.size(); ++i) key_[i] = static_cast<char>(~key_[i]);
 }
 
-// The text in capitals; as it is where it has no other form.
+// The bytes of a text's beginning that are characters.
+size_t SortOrder::characters_length(std::string_view text) const {
+    size_t at = 0;
+    for (gl_wchar wc = 0; at < text.size();) {
+        const int length = gl_mbtowc(&locale_, &wc, text.data() + at, static_cast<int>(text.size() - at));
+        if (length < 0) break;
+        at += length > 0 ? static_cast<size_t>(length)
+                         : static_cast<size_t>(std::max(_gl_multi_min_length(locale_.ctype.codeset_table), 1));
+    }
+    return std::min(at, text.size());
+}
+
+// The text in capitals, with bytes that are no character as they are.
 std::string_view SortOrder::upper(std::string_view text) const {
-    text_.assign(text).append(TERMINATOR, '\0');
-    upper_.resize(static_cast<size_t>(std::max(gl_case_conv_outbuflen(&locale_, static_cast<int>(text.size())), 0)) + TERMINATOR);
-    const int size = gl_tombsupper(&locale_, upper_.data(), text_.data());
-    return size >= 0 ? std::string_view(upper_.data(), static_cast<size_t>(size)) : text;
+    upper_.clear();
+    for (;;) {
+        const size_t begin = upper_.size(), length = characters_length(text);
+        const auto bytes = static_cast<int>(length);
+        const int room = std::max(gl_case_conv_outbuflen(&locale_, bytes), bytes);
+        upper_.resize(begin + static_cast<size_t>(room));
+        const int size = gl_tombfsupper(&locale_, upper_.data() + begin, room, text.data(), bytes);
+        upper_.resize(begin + static_cast<size_t>(std::max(size, 0)));
+        if (size < 0) upper_.append(text, 0, length);
+        if (length == text.size()) return upper_;
+        upper_ += text[length];
+        text.remove_prefix(length + 1);
+    }
 }
 
 std::string SortOrder::part_key(std::string_view text, const SortPart &part) const {

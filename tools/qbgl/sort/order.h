@@ -46,6 +46,7 @@ class SortOrder {
     int compare_parts(std::string_view a, std::string_view b, const SortPart &part) const;
     int collate(std::string_view a, std::string_view b) const;
     std::string_view text_key(std::string_view text) const;
+    size_t characters_length(std::string_view text) const;
     std::string_view upper(std::string_view text) const;
     std::string part_key(std::string_view text, const SortPart &part) const;
     void append(std::string_view key, bool reverse);
@@ -57,7 +58,7 @@ class SortOrder {
     std::string point_, separator_; // of numbers
     mutable CollationKeys keys_;
     FieldCutter cutter_;
-    mutable std::string text_, upper_;
+    mutable std::string upper_;
     std::string key_;
 };
 
