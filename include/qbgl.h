@@ -222,9 +222,9 @@ struct gl_cv {
     void *glu_handle; /* the extension library's converter */
     int32_t glu_flag; /* 1: the extension library converts */
     void *lane;       /* lookup arrays derived from main_table while loading, or null */
-    /* What is read or written by algorithm, as src/unicode/form.h numbers the forms; 0: nothing, the tables have all. That is a side
-     * as a whole, which is a form of Unicode: such a source has its records in main_table by their UTF-8, and the table is empty where
-     * the target is one, too. Or it is what the tables do not list. */
+    /* What is read or written by algorithm, as src/unicode/form.h numbers the forms; 0: nothing, the tables have all. That is a
+     * side as a whole, which is a form of Unicode: such a source has its records in main_table by their UTF-8, and the table is
+     * empty where the target is one, too. Or it is what the tables do not list. */
     int32_t source_form, target_form;
     gl_multi *unlisted_table; /* by their UTF-8, the records of what the source has by algorithm beside its tables; null: none */
 };
@@ -1660,25 +1660,28 @@ static inline unsigned gl_iswalnum(gl_locale *locale, gl_wchar wc) { return gl_i
  *            passes; 0: all passes, then the bytes themselves, so that only identical texts are equal. An order by code values is
  * one pass. Any other negative number is -1.
  *
- * Nothing is asked for but memory for texts of more than 127 characters under th_th@dict: without it, GL_ENOMEM, and 0 from a
- * comparison or -1 from a key.
+ * Memory is asked for by texts of more than 127 characters under th_th@dict, which without it are GL_ENOMEM, and 0 from a
+ * comparison or -1 from a key; and where a pass runs backward, which without it takes more time.
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 /* -1, 0 or 1. */
 QBGL_API int gl_order_compare(gl_locale *locale, const char *s1, int len1, const char *s2, int len2, int passes);
 
-/* Writes at most `room` bytes of a text's key, and nothing behind them; the size of the whole key, as far as an int reaches,
- * whatever the room is. A key may hold any byte. A cut key is a prefix: keys of one room compare right where they differ. The key
- * of n passes is a prefix of that of more. The form of the keys stands in docs/keys.md. */
+/* Writes at most `room` bytes of a text's key; the size of the whole key, as far as an int reaches, whatever the room is. The room
+ * is the library's until the call returns: bytes behind the key may be overwritten, never beyond the room. A key may hold any byte.
+ * A cut key is a prefix: keys of one room compare right where they differ. The key of n passes is a prefix of that of more. The
+ * form of the keys stands in docs/keys.md. */
 QBGL_API int gl_order_key(gl_locale *locale, const char *s, int len, int passes, unsigned char *key, int room);
 
 /* The first `room` bytes of the key, in time that follows the room and not the text. What the first pass ignores is read as far as
- * needed, and so is a text of -1 up to its terminator. Returns the bytes written. */
+ * needed, and so is a text of -1 up to its terminator; under th_th@dict, and where the first pass runs backward, all of the text
+ * is. Returns the bytes written. */
 QBGL_API int gl_order_key_part(gl_locale *locale, const char *s, int len, int passes, unsigned char *key, int room);
 
 /* The keys of `count` texts, text i being data[offsets[i]] up to data[offsets[i + 1]], one behind the other into `keys`; key i lies
  * from key_offsets[i] to key_offsets[i + 1]. Both arrays have count + 1 numbers, the first of key_offsets is 0. Returns how many
- * keys fitted as a whole: key_offsets is set up to the end of the last of them, and the rest can be asked for from there. */
+ * keys fitted as a whole: key_offsets is set up to the end of the last of them, and the rest can be asked for from there. When
+ * memory is out it ends in the same way, with GL_ENOMEM. */
 QBGL_API int gl_order_keys(gl_locale *locale, int count, const char *data, const int32_t *offsets, int passes, unsigned char *keys,
                            int room, int32_t *key_offsets);
 

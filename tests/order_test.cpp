@@ -424,6 +424,68 @@ TEST(Order, HoldsInEveryShapeOfCodeset) {
         }
 }
 
+// Rules as no compiler writes them: on any pass a character may have any weight, a special one or none, may be an expansion, or
+// begin or be an element.
+Collation any_rules(const Codeset &codeset, std::mt19937 &random) {
+    const auto below = [&random](size_t limit) { return static_cast<unsigned>(random() % limit); };
+    const unsigned passes = 1 + below(5), expansions = below(3), weights = below(2) == 0 ? 5 : 300;
+    Collation rules{std::vector<unsigned>(passes, 1), {std::vector<unsigned>(passes, below(4))}};
+    for (unsigned &direction : rules.directions) direction = below(5) == 0 ? 2 : 1;
+    for (const Character &character : codeset.characters) {
+        std::vector<unsigned> row(passes);
+        for (unsigned &weight : row) {
+            const unsigned kind = below(12);
+            weight = kind < 3 ? unsigned{GL_WEIGHT_IGNORED} : kind == 3 ? GL_WEIGHT_SPECIAL | (weights + 2) : 2 + below(weights);
+        }
+        if (expansions > 0 && below(30) == 0) std::fill(row.begin(), row.end(), GL_WEIGHT_EXPANSION | below(expansions));
+        rules.places.emplace_back(character.bytes, rules.rows.size());
+        rules.rows.push_back(row);
+    }
+    const auto characters = [&](unsigned count, bool plain) {
+        std::vector<gl_wchar> chosen;
+        while (chosen.size() < count) {
+            const auto &[bytes, row] = rules.places[below(below(2) == 0 ? 128 : rules.places.size())];
+            const bool expands = (rules.rows[row][0] & (GL_WEIGHT_EXPANSION | GL_WEIGHT_SPECIAL)) == GL_WEIGHT_EXPANSION;
+            if (!plain || !expands) chosen.push_back(wide(bytes));
+        }
+        return chosen;
+    };
+    for (unsigned i = 0; i < expansions; ++i) rules.expansions.push_back(characters(1 + below(3), true));
+    for (unsigned i = below(4); i > 0; --i) {
+        const unsigned row = 1 + below(rules.rows.size() - 1);
+        rules.elements.push_back({characters(1 + below(3), false), row});
+    }
+    return rules;
+}
+
+// What the entries of characters are made for: all below U+0800, and others of their leads.
+Codeset whole_utf8_codeset() {
+    Codeset codeset{"utf8", {}};
+    for (uint32_t scalar = 0; scalar < 0x5000; scalar = scalar == 0x7FF ? 0x4000 : scalar + 1) {
+        const gl_wchar wc = qbgl::utf8_character(scalar);
+        string bytes;
+        for (int shift = 16; shift >= 0; shift -= 8)
+            if (shift == 0 || wc >> shift != 0) bytes += static_cast<char>(wc >> shift & 0xFF);
+        codeset.characters.push_back({bytes, 0});
+    }
+    return codeset;
+}
+
+TEST(Order, HoldsUnderAnyRules) {
+    const Codeset codesets[] = {single_byte_codeset(), sjis_codeset(), whole_utf8_codeset()};
+    std::mt19937 random(1);
+    unsigned ordered = 0;
+    for (unsigned i = 0; i < 160; ++i) {
+        SCOPED_TRACE(i);
+        const Codeset &codeset = codesets[i % std::size(codesets)];
+        const Locale locale = load_locale(LocaleObject(codeset, any_rules(codeset, random).text()));
+        if (locale->error != 0 || locale->order_maps == nullptr) continue;
+        ++ordered;
+        check_pairs(locale.get(), 200);
+    }
+    EXPECT_GT(ordered, 100U);
+}
+
 TEST(Order, OfAHandleWithoutRulesIsThatOfBytes) {
     gl_locale *null = nullptr;
     ASSERT_EQ(gl_create_null_locale_4(&null), 0);

@@ -520,7 +520,7 @@ int gl_order_keys(gl_locale *locale, int count, const char *data, const int32_t 
     for (int i = 0; i < count; ++i) {
         const int32_t at = key_offsets[i], left = room - at;
         const int size = gl_order_key(locale, data + offsets[i], std::max(offsets[i + 1] - offsets[i], 0), passes, keys + at, left);
-        if (size < 0 || size > left) return i;
+        if (size < 0 || size > left || size == INT32_MAX) return i; // the greatest stands for any that is greater
         key_offsets[i + 1] = at + size;
     }
     return std::max(count, 0);
