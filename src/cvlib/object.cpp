@@ -31,8 +31,9 @@ bool take_header_line(gl_cv *cd, const char *line) {
     if (!rules.starts_with(KEYWORD)) return true;
     rules.remove_prefix(KEYWORD.size());
     const size_t blank = std::min(rules.find(' '), rules.size());
-    cd->source_form = static_cast<int32_t>(unlisted_form(rules.substr(0, blank)));
-    cd->target_form = static_cast<int32_t>(unlisted_form(rules.substr(std::min(blank + 1, rules.size()))));
+    cd->source_form = static_cast<int32_t>(unlisted_form({rules.data(), blank}));
+    rules.remove_prefix(std::min(blank + 1, rules.size()));
+    cd->target_form = static_cast<int32_t>(unlisted_form(rules));
     return true;
 }
 
