@@ -26,14 +26,12 @@ constexpr int MAX_EXPANSION = 256; // far above what shift sequences and long ch
 
 // A line "UNLISTED=source target" or "UNLISTED=source": rules by which these have characters that the tables do not list.
 bool take_header_line(gl_cv *cd, const char *line) {
-    constexpr std::string_view KEYWORD = "UNLISTED=";
-    std::string_view rules = line;
-    if (!rules.starts_with(KEYWORD)) return true;
-    rules.remove_prefix(KEYWORD.size());
-    const size_t blank = std::min(rules.find(' '), rules.size());
-    cd->source_form = static_cast<int32_t>(unlisted_form({rules.data(), blank}));
-    rules.remove_prefix(std::min(blank + 1, rules.size()));
-    cd->target_form = static_cast<int32_t>(unlisted_form(rules));
+    constexpr char KEYWORD[] = "UNLISTED=";
+    constexpr size_t KEYWORD_LENGTH = sizeof KEYWORD - 1;
+    if (strncmp(line, KEYWORD, KEYWORD_LENGTH) != 0) return true;
+    const char *const source = line + KEYWORD_LENGTH, *const target = source + strcspn(source, " ");
+    cd->source_form = static_cast<int32_t>(unlisted_form({source, static_cast<size_t>(target - source)}));
+    cd->target_form = static_cast<int32_t>(unlisted_form(*target != '\0' ? target + 1 : target));
     return true;
 }
 
