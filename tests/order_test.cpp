@@ -1,4 +1,5 @@
 // The order for indexes against a slow model of it, on texts of characters, elements, and bytes that are none.
+#include "support/faults.h"
 #include "support/guarded.h"
 #include "support/locale_object.h"
 
@@ -484,6 +485,28 @@ TEST(Order, HoldsUnderAnyRules) {
         check_pairs(locale.get(), 200);
     }
     EXPECT_GT(ordered, 100U);
+}
+
+// A backward pass walks through long texts in one block, in parts of it, or from the beginning again and again.
+TEST(Order, IsTheSameWithoutMemory) {
+    const ScopedEnv tree("QUORBANEDIR", QBGL_TREE);
+    Faults faults;
+    gl_locale *locale = nullptr;
+    ASSERT_EQ(gl_lc_load(&locale, "fr_ca.utf8", nullptr, nullptr), 0);
+    string a, b;
+    for (int i = 0; i < 1500; ++i) a += i % 7 == 0 ? "\xC3\xA9" : "e";
+    b = a;
+    b.replace(700, 1, "\xC3\xA9");
+    const int order = compare(locale, a, b, -1);
+    const string of_a = whole_key(locale, a, -1);
+    for (const Lasting lasting : {Lasting::once, Lasting::on})
+        for (unsigned nth = 1; nth < 8; ++nth) {
+            faults.arm(Operation::allocate, nth, lasting);
+            EXPECT_EQ(compare(locale, a, b, -1), order);
+            EXPECT_EQ(whole_key(locale, a, -1), of_a);
+        }
+    gl_lc_unload(locale);
+    EXPECT_EQ(faults.blocks(), 0U);
 }
 
 TEST(Order, OfAHandleWithoutRulesIsThatOfBytes) {

@@ -29,17 +29,19 @@ bool Units::all(const Unit *&first, size_t &count) {
     return true;
 }
 
-// A backward walk over more than a block asks for room for all. Without memory, it reads from the beginning for each block.
+// A backward walk over more than a block asks for room for all, or for as much as there is memory for: it reads from the beginning
+// for each block.
 void Units::count() {
     if (total_ == SIZE_MAX)
         while (read_block() && total_ == SIZE_MAX) {
         }
-    if (total_ <= room_ || total_ > UINT32_MAX) return;
-    heap_ = Owned<Unit>::allocate(static_cast<uint32_t>(total_));
-    if (!heap_) return;
-    block_ = heap_.get();
-    room_ = total_;
-    before_ = SIZE_MAX;
+    for (size_t wanted = std::min<size_t>(total_, UINT32_MAX / sizeof(Unit)); wanted > room_ && !heap_; wanted /= 2) {
+        heap_ = Owned<Unit>::allocate(static_cast<uint32_t>(wanted));
+        if (!heap_) continue;
+        block_ = heap_.get();
+        room_ = wanted;
+        before_ = SIZE_MAX;
+    }
 }
 
 void Units::begin(bool forward) {
