@@ -2,9 +2,8 @@
 // to UTF-8" and "UTF-8 to target", into what an object of the pair would hold:
 //
 //   half from        half to          the descriptor gets
-//   object           object           the first one's tables, each record replaced by that of its UTF-8 in the second one; where
-//   the
-//                                     source has characters by a rule beside them, the second one's table, too
+//   object           object           the first one's tables, each record replaced by that of its UTF-8 in the second one; and the
+//                                     second one's table, where the source has characters by a rule beside its own
 //   object           a form           the same, by algorithm
 //   a form           object           the second one's table; the source is read by algorithm and looked up by its UTF-8
 #include "cvlib/compose.h"
