@@ -5,7 +5,7 @@
  *
  *-------------------------------------------------------------------------
  */
-#include "qbgl_pg.h"
+#include "locales.h"
 
 #include "fmgr.h"
 #include "miscadmin.h"
@@ -68,6 +68,15 @@ AssignDirectory(const char *value, void *extra)
 }
 
 /*
+ * Have the locales in use compared with what is required from now on.
+ */
+static void
+AssignRequire(const char *value, void *extra)
+{
+	ForgetComparedOrders();
+}
+
+/*
  * Define the settings. The default of qbgl.directory is where
  * install_postgresql puts the data.
  */
@@ -92,7 +101,7 @@ DefineSettings(void)
 	DefineCustomStringVariable("qbgl.require", "Orders that this session insists on.",
 							   "Pairs of a locale and its fingerprint, as in "
 							   "\"cs_CZ.utf8:0123456789abcdef\", separated by commas.",
-							   &qbgl_require, "", PGC_USERSET, 0, NULL, NULL, NULL);
+							   &qbgl_require, "", PGC_USERSET, 0, NULL, AssignRequire, NULL);
 	DefineCustomStringVariable("qbgl.preload", "Locales that are loaded once for all sessions.",
 							   "Names separated by commas; needs qbgl in shared_preload_libraries.",
 							   &qbgl_preload, "", PGC_SIGHUP, 0, NULL, NULL, NULL);
@@ -104,5 +113,8 @@ _PG_init(void)
 {
 	unsetenv("GL_PATH"); /* which the library asks the platform for */
 	gl_setextfunc(NULL, GL_EXT_GETENV, (gl_extfunc) NoEnvironment);
+	InitLocales();
 	DefineSettings();
+	if (process_shared_preload_libraries_in_progress)
+		PreloadLocales();
 }

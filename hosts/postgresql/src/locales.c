@@ -1,0 +1,552 @@
+/*-------------------------------------------------------------------------
+ *
+ * locales.c
+ *	  Locales of the library in a backend.
+ *
+ * A locale is loaded once and stays.  With qbgl.preload that happens in the
+ * postmaster, and backends share its pages.  No error leaves the library by a
+ * jump: its memory comes from functions that return null, and what it returns
+ * is looked at here.
+ *
+ *-------------------------------------------------------------------------
+ */
+#include "locales.h"
+
+#include <math.h>
+
+#include "access/xact.h"
+#include "mb/pg_wchar.h"
+#include "miscadmin.h"
+#include "utils/builtins.h"
+#include "utils/hsearch.h"
+#include "utils/inval.h"
+#include "utils/memutils.h"
+#include "utils/varlena.h"
+
+#include "remembered.h"
+
+/* gl_lc_spec2lc_fname may write this much, of a long form which no one gets to give it. */
+#define FILE_NAME_ROOM 208
+
+static MemoryContext locale_context = NULL;
+static HTAB *locales = NULL;
+/* Raised when what is remembered or required may have become another. */
+static uint64 order_generation = 1;
+
+/*
+ * Memory for the library: null where there is none, whatever the size.
+ */
+static void *
+AllocateForLibrary(uint32_t size)
+{
+	return MemoryContextAllocExtended(locale_context, size, MCXT_ALLOC_HUGE | MCXT_ALLOC_NO_OOM);
+}
+
+static void
+FreeForLibrary(void *pointer)
+{
+	if (pointer)
+		pfree(pointer);
+}
+
+/*
+ * What a change of the table of collations, or a lost message about one, does.
+ */
+static void
+RememberedChanged(Datum argument, Oid relation)
+{
+	if (relation == InvalidOid || IsRememberedTable(relation))
+		ForgetComparedOrders();
+}
+
+void
+InitLocales(void)
+{
+	HASHCTL info = {.keysize = LOCALE_FILE_SIZE, .entrysize = sizeof(QbglLocale)};
+
+	locale_context =
+		AllocSetContextCreate(TopMemoryContext, "qbgl locales", ALLOCSET_DEFAULT_SIZES);
+	info.hcxt = locale_context;
+	locales = hash_create("qbgl locales", 16, &info, HASH_ELEM | HASH_STRINGS | HASH_CONTEXT);
+	gl_setextfunc(NULL, GL_EXT_MALLOC, (gl_extfunc) AllocateForLibrary);
+	gl_setextfunc(NULL, GL_EXT_FREE, (gl_extfunc) FreeForLibrary);
+	CacheRegisterRelcacheCallback(RememberedChanged, (Datum) 0);
+}
+
+void
+ForgetComparedOrders(void)
+{
+	order_generation++;
+}
+
+/*
+ * Writes the file name of a locale, which is the same for every spelling of
+ * the name, and tells whether there can be such a file.
+ */
+static bool
+FindLocaleFile(const char *name, char file[LOCALE_FILE_SIZE])
+{
+	static uint64 cached_generation = 0;
+	char found[FILE_NAME_ROOM];
+	size_t length = strlen(name);
+
+	if (cached_generation != qbgl_directory_generation)
+	{
+		(void) gl_cache_registry(NULL, NULL);
+		cached_generation = qbgl_directory_generation;
+	}
+
+	/* A short form, of characters that lead nowhere outside the tree. */
+	if (length == 0 || length >= NAMEDATALEN ||
+		strspn(name, "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.@-") !=
+			length ||
+		strstr(name, "..") != NULL)
+		return false;
+	if (gl_lc_spec2lc_fname(NULL, name, found, NULL, NULL) != 0 ||
+		strlen(found) >= LOCALE_FILE_SIZE)
+		return false;
+	strlcpy(file, found, LOCALE_FILE_SIZE);
+	return true;
+}
+
+void
+LocaleFile(const char *name, char file[LOCALE_FILE_SIZE])
+{
+	if (!FindLocaleFile(name, file))
+		ereport(ERROR,
+				(errcode(ERRCODE_UNDEFINED_OBJECT), errmsg("there is no locale \"%s\"", name),
+				 errhint("qbgl.locales() lists those that are installed; a name is such as "
+						 "\"cs_CZ.utf8\".")));
+}
+
+/*
+ * Ensure that a locale was loaded; otherwise tell why not.
+ */
+static void
+CheckLoaded(const char *name, gl_locale *handle, int result)
+{
+	int error;
+
+	if (result == 0)
+		return;
+	error = gl_errno(handle);
+	gl_lc_unload(handle);
+	if (error == GL_ENOMEM)
+		ereport(ERROR, (errcode(ERRCODE_OUT_OF_MEMORY),
+						errmsg("out of memory while loading the locale \"%s\"", name)));
+	if (error == GL_ENOFILE || error == GL_EINVAL)
+		ereport(ERROR, (errcode(ERRCODE_UNDEFINED_OBJECT),
+						errmsg("there is no locale \"%s\" in \"%s\"", name, qbgl_directory),
+						errhint("qbgl.locales() lists those that are installed.")));
+	ereport(ERROR, (errcode(ERRCODE_CONFIG_FILE_ERROR),
+					errmsg("cannot load the locale \"%s\": %s", name, gl_strerror(error))));
+}
+
+/*
+ * Loads a locale into its entry.  On an error the entry is as it was: an older
+ * handle, of another directory, is not released, for a caller may have it.
+ */
+static void
+FillLocale(QbglLocale *locale, const char *name)
+{
+	gl_locale *handle;
+	int result = gl_lc_load(&handle, name, NULL, NULL);
+
+	CheckLoaded(name, handle, result);
+	locale->handle = handle;
+	strlcpy(locale->name, name, sizeof locale->name);
+	strlcpy(locale->fingerprint, gl_order_fingerprint(handle), sizeof locale->fingerprint);
+	locale->is_utf8 = gl_cs_name2cs_num(NULL, handle->codeset_name[GL_CAT_CTYPE], NULL) ==
+					  gl_cs_name2cs_num(NULL, "utf8", NULL);
+	locale->directory_generation = qbgl_directory_generation;
+	locale->order = ORDER_NOT_COMPARED;
+	locale->prepared = false;
+	locale->from_server = locale->to_server = NULL;
+}
+
+QbglLocale *
+LoadLocale(const char *name)
+{
+	char file[LOCALE_FILE_SIZE];
+	QbglLocale *locale;
+	bool found;
+
+	LocaleFile(name, file);
+	locale = hash_search(locales, file, HASH_ENTER, &found);
+	if (!found)
+		memset((char *) locale + LOCALE_FILE_SIZE, 0, sizeof *locale - LOCALE_FILE_SIZE);
+	if (locale->handle == NULL || locale->directory_generation != qbgl_directory_generation)
+		FillLocale(locale, name);
+	return locale;
+}
+
+void
+PreloadLocales(void)
+{
+	char *names = pstrdup(qbgl_preload);
+	List *list;
+	ListCell *cell;
+
+	if (!SplitGUCList(names, ',', &list))
+	{
+		ereport(WARNING, (errcode(ERRCODE_SYNTAX_ERROR),
+						  errmsg("qbgl.preload is no list of names: \"%s\"", qbgl_preload)));
+		return;
+	}
+	foreach (cell, list)
+	{
+		const char *name = lfirst(cell);
+		MemoryContext context = CurrentMemoryContext;
+
+		PG_TRY();
+		{
+			LoadLocale(name);
+		}
+		PG_CATCH();
+		{
+			/* A server that starts without a locale is better than one that does not start. */
+			ErrorData *error;
+
+			MemoryContextSwitchTo(context);
+			error = CopyErrorData();
+			FlushErrorState();
+			ereport(WARNING,
+					(errcode(error->sqlerrcode), errmsg("qbgl.preload: %s", error->message)));
+			FreeErrorData(error);
+		}
+		PG_END_TRY();
+	}
+	list_free(list);
+	pfree(names);
+}
+
+/*
+ * Ensure that a session which insists on an order meets that one.
+ */
+static void
+CheckRequired(QbglLocale *locale)
+{
+	char *pairs;
+	List *list;
+	ListCell *cell;
+
+	if (qbgl_require == NULL || qbgl_require[0] == '\0')
+		return;
+	pairs = pstrdup(qbgl_require);
+	if (!SplitGUCList(pairs, ',', &list))
+		ereport(ERROR, (errcode(ERRCODE_INVALID_PARAMETER_VALUE),
+						errmsg("qbgl.require is no list of locales and fingerprints: \"%s\"",
+							   qbgl_require)));
+	foreach (cell, list)
+	{
+		char *name = lfirst(cell);
+		char *colon = strrchr(name, ':');
+		char file[LOCALE_FILE_SIZE];
+
+		if (colon == NULL)
+			ereport(ERROR, (errcode(ERRCODE_INVALID_PARAMETER_VALUE),
+							errmsg("qbgl.require has no fingerprint in \"%s\"", name)));
+		*colon = '\0';
+		if (FindLocaleFile(name, file) && strcmp(file, locale->file) == 0 &&
+			strcmp(colon + 1, locale->fingerprint) != 0)
+			ereport(ERROR, (errcode(ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE),
+							errmsg("the order of the locale \"%s\" is not the one that is required",
+								   locale->name),
+							errdetail("Required is %s, this server has %s.", colon + 1,
+									  locale->fingerprint),
+							errhint("Install the same data on both servers.")));
+	}
+	list_free(list);
+	pfree(pairs);
+}
+
+/*
+ * The first fingerprint that the database remembers for a locale and that is
+ * not the loaded one, or NULL.
+ */
+static char *
+FindOtherFingerprint(QbglLocale *locale)
+{
+	char *other = NULL;
+	List *rows = ReadRemembered();
+	ListCell *cell;
+
+	foreach (cell, rows)
+	{
+		RememberedCollation *row = lfirst(cell);
+		char file[LOCALE_FILE_SIZE];
+
+		if (other == NULL && FindLocaleFile(row->locale, file) && strcmp(file, locale->file) == 0 &&
+			strcmp(row->fingerprint, locale->fingerprint) != 0)
+			other = pstrdup(row->fingerprint);
+	}
+	list_free_deep(rows);
+	return other;
+}
+
+/*
+ * Ensure that the order is the one under which the database's indexes were
+ * built.
+ */
+static void
+CheckRemembered(QbglLocale *locale)
+{
+	char *other = FindOtherFingerprint(locale);
+
+	locale->order = other ? ORDER_CHANGED : ORDER_AS_REMEMBERED;
+	if (other == NULL)
+		return;
+	if (!qbgl_allow_changed_order)
+		ereport(ERROR,
+				(errcode(ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE),
+				 errmsg("the order of the locale \"%s\" has changed: the database was built under "
+						"%s, the installed data have %s",
+						locale->name, other, locale->fingerprint),
+				 errdetail("Indexes that were built under the other order may give wrong answers."),
+				 errhint("Install the data that the database was built under; or: "
+						 "SET qbgl.allow_changed_order = on; REINDEX each index that "
+						 "qbgl.check_indexes() lists; SELECT qbgl.accept('%s').",
+						 locale->name)));
+	pfree(other);
+}
+
+void
+CheckOrder(QbglLocale *locale)
+{
+	uint64 generation = order_generation;
+
+	if (locale->order != ORDER_NOT_COMPARED && locale->compared_generation == generation &&
+		(locale->order == ORDER_AS_REMEMBERED || qbgl_allow_changed_order))
+		return;
+	if (!IsTransactionState())
+		return;
+	locale->order = ORDER_NOT_COMPARED;
+	CheckRequired(locale);
+	CheckRemembered(locale);
+	locale->compared_generation = generation;
+}
+
+bool
+OrderHasChanged(QbglLocale *locale)
+{
+	char *other = FindOtherFingerprint(locale);
+
+	if (other == NULL)
+		return false;
+	pfree(other);
+	return true;
+}
+
+QbglLocale *
+UseLocale(const char *name)
+{
+	QbglLocale *locale = LoadLocale(name);
+
+	CheckOrder(locale);
+	return locale;
+}
+
+/* What UseLocaleArgument keeps. */
+typedef struct LastLocale
+{
+	QbglLocale *locale;
+	int length;
+	char name[NAMEDATALEN];
+} LastLocale;
+
+QbglLocale *
+UseLocaleArgument(FmgrInfo *flinfo, const text *name)
+{
+	LastLocale *last = flinfo->fn_extra;
+	const char *bytes = VARDATA_ANY(name);
+	int length = VARSIZE_ANY_EXHDR(name);
+	char *copy;
+
+	if (last != NULL && last->length == length && memcmp(last->name, bytes, length) == 0 &&
+		last->locale->directory_generation == qbgl_directory_generation)
+	{
+		CheckOrder(last->locale);
+		return last->locale;
+	}
+	copy = text_to_cstring(name);
+	if (last == NULL)
+		last = flinfo->fn_extra = MemoryContextAllocZero(flinfo->fn_mcxt, sizeof *last);
+	last->length = -1;
+	last->locale = UseLocale(copy);
+	/* A name that has led to a locale is a short one. */
+	memcpy(last->name, bytes, length);
+	last->length = length;
+	pfree(copy);
+	return last->locale;
+}
+
+const char *
+ServerCodeset(void)
+{
+	static const struct
+	{
+		int encoding;
+		const char *codeset;
+	} names[] = {
+		{PG_UTF8, "utf8"},		   {PG_LATIN1, "8859-1"},	  {PG_LATIN2, "8859-2"},
+		{PG_LATIN3, "8859-3"},	   {PG_LATIN4, "8859-4"},	  {PG_LATIN5, "8859-9"},
+		{PG_LATIN6, "8859-10"},	   {PG_LATIN7, "8859-13"},	  {PG_LATIN8, "8859-14"},
+		{PG_LATIN9, "8859-15"},	   {PG_LATIN10, "8859-16"},	  {PG_ISO_8859_5, "8859-5"},
+		{PG_ISO_8859_6, "8859-6"}, {PG_ISO_8859_7, "8859-7"}, {PG_ISO_8859_8, "8859-8"},
+		{PG_WIN1250, "cp1250"},	   {PG_WIN1251, "cp1251"},	  {PG_WIN1252, "cp1252"},
+		{PG_WIN1253, "cp1253"},	   {PG_WIN1254, "cp1254"},	  {PG_WIN1255, "cp1255"},
+		{PG_WIN1256, "cp1256"},	   {PG_WIN1257, "cp1257"},	  {PG_WIN1258, "cp1258"},
+		{PG_WIN866, "cp866"},	   {PG_WIN874, "cp874"},	  {PG_KOI8R, "koi8-r"},
+		{PG_KOI8U, "koi8-u"},	   {PG_EUC_JP, "eucjp"},	  {PG_EUC_CN, "euc-cn"},
+		{PG_EUC_KR, "euc-kr"},	   {PG_EUC_TW, "euc-tw"},
+	};
+
+	for (int i = 0; i < lengthof(names); i++)
+		if (names[i].encoding == GetDatabaseEncoding())
+			return names[i].codeset;
+	return NULL;
+}
+
+/*
+ * Opens a conversion, between codesets that differ.
+ */
+static gl_cv *
+OpenConversion(const char *from, const char *to)
+{
+	gl_cv *cd;
+	int error;
+
+	if (gl_cv_load(&cd, to, from, NULL, NULL) == 1)
+		return cd;
+	error = gl_errno(cd);
+	gl_cv_unload(cd);
+	ereport(ERROR, (errcode(error == GL_ENOMEM ? ERRCODE_OUT_OF_MEMORY : ERRCODE_UNDEFINED_OBJECT),
+					errmsg("cannot convert from %s to %s: %s", from, to, gl_strerror(error))));
+}
+
+/*
+ * Finds out how the database's text comes into a locale's codeset.  Text of a
+ * database whose encoding has no name is taken for the locale's.
+ */
+static void
+PrepareConversion(QbglLocale *locale)
+{
+	const char *from = ServerCodeset();
+	const char *to = locale->handle->codeset_name[GL_CAT_CTYPE];
+
+	locale->plain =
+		from == NULL || gl_cs_name2cs_num(NULL, from, NULL) == gl_cs_name2cs_num(NULL, to, NULL);
+	if (!locale->plain)
+	{
+		if (locale->from_server == NULL)
+			locale->from_server = OpenConversion(from, to);
+		if (locale->to_server == NULL)
+			locale->to_server = OpenConversion(to, from);
+	}
+	locale->prepared = true;
+}
+
+/*
+ * The room that a converted text may need.
+ */
+static int
+ConvertedRoom(gl_cv *cd, int length)
+{
+	double room = ceil(gl_iconv_expansion(cd)) * length + 8;
+
+	if (room > MaxAllocSize)
+		ereport(ERROR, (errcode(ERRCODE_PROGRAM_LIMIT_EXCEEDED),
+						errmsg("a text of %d bytes is too long to be converted", length)));
+	return (int) room;
+}
+
+/*
+ * Raises what is wrong with the text at a place where a conversion stopped.
+ */
+static void
+RaiseUnconvertible(const char *bytes, int at, int left, const char *to)
+{
+	int length = Min(Min(pg_mblen(bytes + at), left), 4);
+	char hex[16] = "";
+
+	for (int i = 0; i < length; i++)
+		snprintf(hex + 3 * i, sizeof hex - 3 * i, "%s%02X", i > 0 ? " " : "",
+				 (unsigned char) bytes[at + i]);
+	ereport(ERROR, (errcode(ERRCODE_UNTRANSLATABLE_CHARACTER),
+					errmsg("%s has no such character: offset %d, bytes %s", to, at, hex)));
+}
+
+/*
+ * Converts a text that is in the database's encoding.
+ */
+static void
+ConvertFromServer(QbglLocale *locale, const char *bytes, int length, LocaleText *result)
+{
+	gl_cv *cd = locale->from_server;
+	int room = ConvertedRoom(cd, length);
+	const char *in = bytes;
+	int inleft = length;
+	char *out;
+	int outleft = room;
+	int subst;
+
+	result->allocated = out = palloc(room);
+	while (inleft > 0)
+	{
+		gl_clear_errno(cd);
+		if (gl_miconv(cd, &in, &inleft, &out, &outleft, &subst) == 0)
+			break;
+		if (!locale->is_utf8)
+			RaiseUnconvertible(bytes, in - bytes, inleft,
+							   locale->handle->codeset_name[GL_CAT_CTYPE]);
+		/* A byte for a byte: there is room for more. */
+		*out++ = *in++;
+		inleft--;
+		outleft--;
+	}
+	result->bytes = result->allocated;
+	result->length = out - result->allocated;
+}
+
+void
+ToLocale(QbglLocale *locale, const char *bytes, int length, LocaleText *result)
+{
+	if (!locale->prepared)
+		PrepareConversion(locale);
+	if (locale->plain)
+	{
+		result->bytes = bytes;
+		result->length = length;
+		result->allocated = NULL;
+		return;
+	}
+	ConvertFromServer(locale, bytes, length, result);
+}
+
+text *
+FromLocale(QbglLocale *locale, const char *bytes, int length)
+{
+	gl_cv *cd;
+	text *result;
+	const char *in = bytes;
+	int inleft = length;
+	char *out;
+	int outleft;
+	int subst;
+
+	if (!locale->prepared)
+		PrepareConversion(locale);
+	if (locale->plain)
+		return cstring_to_text_with_len(bytes, length);
+	cd = locale->to_server;
+	outleft = ConvertedRoom(cd, length);
+	result = palloc(VARHDRSZ + outleft);
+	out = VARDATA(result);
+	gl_clear_errno(cd);
+	if (gl_miconv(cd, &in, &inleft, &out, &outleft, &subst) != 0)
+		ereport(ERROR, (errcode(ERRCODE_UNTRANSLATABLE_CHARACTER),
+						errmsg("%s has no such character: offset %d", ServerCodeset(),
+							   (int) (in - bytes))));
+	SET_VARSIZE(result, out - (char *) result);
+	return result;
+}

@@ -1,0 +1,102 @@
+/*-------------------------------------------------------------------------
+ *
+ * locales.h
+ *	  Locales of the library in a backend.
+ *
+ *-------------------------------------------------------------------------
+ */
+#ifndef QBGL_LOCALES_H
+#define QBGL_LOCALES_H
+
+#include "qbgl_pg.h"
+
+#include "fmgr.h"
+
+/* Bytes of a locale's file name, its terminator included. */
+#define LOCALE_FILE_SIZE 32
+
+/* Whether the order of a locale is the one that the database remembers. */
+typedef enum OrderState
+{
+	ORDER_NOT_COMPARED,
+	ORDER_AS_REMEMBERED, /* or not remembered at all */
+	ORDER_CHANGED
+} OrderState;
+
+/*
+ * A locale that the backend has loaded.  Entries stay where they are, and the
+ * handle is complete, for as long as the backend lives.
+ */
+typedef struct QbglLocale
+{
+	char file[LOCALE_FILE_SIZE]; /* the same for each spelling of the name */
+	char name[NAMEDATALEN];		 /* as its first user wrote it: "cs_CZ.utf8" */
+	gl_locale *handle;
+	char fingerprint[17];
+	uint64 directory_generation; /* of the tree that it came from */
+	OrderState order;
+	uint64 compared_generation; /* at which `order` was found out */
+	bool is_utf8;
+	bool prepared;		/* the following are valid */
+	bool plain;			/* the database's text needs no conversion */
+	gl_cv *from_server; /* from the database's encoding, unless plain */
+	gl_cv *to_server;	/* and back */
+} QbglLocale;
+
+/* The database's text as a locale has it. */
+typedef struct LocaleText
+{
+	const char *bytes;
+	int length;
+	char *allocated; /* or NULL where bytes are the caller's */
+} LocaleText;
+
+/* Makes all memory of the library the server's. Called once, before any other. */
+extern void InitLocales(void);
+
+/* Loads what qbgl.preload names, in the postmaster. Warns of what cannot be loaded. */
+extern void PreloadLocales(void);
+
+/* Makes each locale be compared with what is remembered and required once more. */
+extern void ForgetComparedOrders(void);
+
+/*
+ * The locale of a name, loaded on first use.  Raises undefined_object where
+ * there is none, and out_of_memory.  The first looks at no fingerprint; the
+ * second ensures that the order is the one remembered and required.
+ */
+extern QbglLocale *LoadLocale(const char *name);
+extern QbglLocale *UseLocale(const char *name);
+
+/* UseLocale for an argument of a function, which remembers the last one in fn_extra. */
+extern QbglLocale *UseLocaleArgument(FmgrInfo *flinfo, const text *name);
+
+/* Ensures that the order of a locale is the one remembered and required. */
+extern void CheckOrder(QbglLocale *locale);
+
+/* Whether the loaded order is not the remembered one. What is required is not looked at. */
+extern bool OrderHasChanged(QbglLocale *locale);
+
+/* The file name that stands for a locale; raises undefined_object for what names none. */
+extern void LocaleFile(const char *name, char file[LOCALE_FILE_SIZE]);
+
+/* The library's name of the database's encoding, or NULL where text has none that it knows. */
+extern const char *ServerCodeset(void);
+
+/*
+ * Text of the database in the codeset of a locale, and back.  Where nothing is
+ * converted the bytes are the caller's.  On the way into utf8 bytes without a
+ * counterpart stand for themselves, so that every text has a place; otherwise
+ * they raise untranslatable_character.
+ */
+extern void ToLocale(QbglLocale *locale, const char *bytes, int length, LocaleText *result);
+extern text *FromLocale(QbglLocale *locale, const char *bytes, int length);
+
+static inline void
+FreeLocaleText(LocaleText *text)
+{
+	if (text->allocated)
+		pfree(text->allocated);
+}
+
+#endif /* QBGL_LOCALES_H */
