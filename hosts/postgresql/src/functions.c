@@ -1,0 +1,200 @@
+/*-------------------------------------------------------------------------
+ *
+ * functions.c
+ *	  Keys, comparison and case of texts, by the name of a locale.
+ *
+ *-------------------------------------------------------------------------
+ */
+#include "qbgl_pg.h"
+
+#include "fmgr.h"
+#include "mb/pg_wchar.h"
+#include "miscadmin.h"
+#include "utils/builtins.h"
+
+#include "locales.h"
+
+/* Room for the keys of most texts, so that they are made once. */
+#define COMMON_KEY_SIZE 1024
+
+/*
+ * Ensure that a number of passes is one that the orders have.
+ */
+static int
+CheckPasses(int passes)
+{
+	if (passes < -1 || passes > GL_MAX_PASSES)
+		ereport(ERROR,
+				(errcode(ERRCODE_INVALID_PARAMETER_VALUE), errmsg("there are no %d passes", passes),
+				 errhint("1 to %d count from the first, -1 is all, 0 all and then the bytes.",
+						 GL_MAX_PASSES)));
+	return passes;
+}
+
+/*
+ * Ensure that the library had the memory it needed.
+ */
+static void
+CheckMemory(bool sufficed)
+{
+	if (!sufficed)
+		ereport(ERROR, (errcode(ERRCODE_OUT_OF_MEMORY), errmsg("out of memory"),
+						errdetail("Failed while ordering a text.")));
+}
+
+/*
+ * Ensure that a key is one that the server can hold.
+ */
+static void
+CheckKeySize(int size)
+{
+	CheckMemory(size >= 0);
+	if (size > MaxAllocSize - VARHDRSZ)
+		ereport(ERROR,
+				(errcode(ERRCODE_PROGRAM_LIMIT_EXCEEDED), errmsg("a key of %d bytes", size),
+				 errdetail("A value has at most %d bytes.", (int) (MaxAllocSize - VARHDRSZ))));
+}
+
+/*
+ * key(source text, locale text, passes integer) returns bytea
+ */
+PG_FUNCTION_INFO_V1(qbgl_key);
+Datum
+qbgl_key(PG_FUNCTION_ARGS)
+{
+	text *source = PG_GETARG_TEXT_PP(0);
+	QbglLocale *locale = UseLocaleArgument(fcinfo->flinfo, PG_GETARG_TEXT_PP(1));
+	int passes = CheckPasses(PG_GETARG_INT32(2));
+	int room = COMMON_KEY_SIZE;
+	LocaleText in;
+	bytea *key;
+	int size;
+
+	ToLocale(locale, VARDATA_ANY(source), VARSIZE_ANY_EXHDR(source), &in);
+	for (;;)
+	{
+		key = palloc(VARHDRSZ + room);
+		size = gl_order_key(locale->handle, in.bytes, in.length, passes,
+							(unsigned char *) VARDATA(key), room);
+		CheckKeySize(size);
+		if (size <= room)
+			break;
+		pfree(key);
+		room = size;
+		CHECK_FOR_INTERRUPTS();
+	}
+	FreeLocaleText(&in);
+	SET_VARSIZE(key, VARHDRSZ + size);
+	PG_RETURN_BYTEA_P(key);
+}
+
+/*
+ * compare(left text, right text, locale text, passes integer) returns integer
+ */
+PG_FUNCTION_INFO_V1(qbgl_compare);
+Datum
+qbgl_compare(PG_FUNCTION_ARGS)
+{
+	text *left = PG_GETARG_TEXT_PP(0);
+	text *right = PG_GETARG_TEXT_PP(1);
+	QbglLocale *locale = UseLocaleArgument(fcinfo->flinfo, PG_GETARG_TEXT_PP(2));
+	int passes = CheckPasses(PG_GETARG_INT32(3));
+	LocaleText left_in;
+	LocaleText right_in;
+	int result;
+
+	ToLocale(locale, VARDATA_ANY(left), VARSIZE_ANY_EXHDR(left), &left_in);
+	ToLocale(locale, VARDATA_ANY(right), VARSIZE_ANY_EXHDR(right), &right_in);
+	gl_clear_errno(locale->handle);
+	result = gl_order_compare(locale->handle, left_in.bytes, left_in.length, right_in.bytes,
+							  right_in.length, passes);
+	CheckMemory(result != 0 || gl_errno(locale->handle) != GL_ENOMEM);
+	FreeLocaleText(&left_in);
+	FreeLocaleText(&right_in);
+	PG_RETURN_INT32(result);
+}
+
+/*
+ * Ensure that a text could be brought into the other case. A database without
+ * an encoding may have any bytes.
+ */
+static void
+CheckCase(gl_locale *handle, int size)
+{
+	if (size < 0)
+		ereport(ERROR, (errcode(ERRCODE_CHARACTER_NOT_IN_REPERTOIRE),
+						errmsg("a text has bytes that are no character of %s: %s",
+							   handle->codeset_name[GL_CAT_CTYPE], gl_strerror(gl_errno(handle)))));
+}
+
+static text *
+ChangeCase(FunctionCallInfo fcinfo, int (*change)(gl_locale *, char *, int, const char *, int))
+{
+	text *source = PG_GETARG_TEXT_PP(0);
+	QbglLocale *locale = UseLocaleArgument(fcinfo->flinfo, PG_GETARG_TEXT_PP(1));
+	LocaleText in;
+	text *result;
+	char *out;
+	int room;
+	int size;
+
+	ToLocale(locale, VARDATA_ANY(source), VARSIZE_ANY_EXHDR(source), &in);
+	room = gl_case_conv_outbuflen(locale->handle, in.length);
+	out = palloc(Max(room, 1));
+	size = change(locale->handle, out, room, in.bytes, in.length);
+	CheckCase(locale->handle, size);
+	result = FromLocale(locale, out, size);
+	FreeLocaleText(&in);
+	pfree(out);
+	return result;
+}
+
+/*
+ * upper(source text, locale text) returns text
+ */
+PG_FUNCTION_INFO_V1(qbgl_upper);
+Datum
+qbgl_upper(PG_FUNCTION_ARGS)
+{
+	PG_RETURN_TEXT_P(ChangeCase(fcinfo, gl_tombfsupper));
+}
+
+/*
+ * lower(source text, locale text) returns text
+ */
+PG_FUNCTION_INFO_V1(qbgl_lower);
+Datum
+qbgl_lower(PG_FUNCTION_ARGS)
+{
+	PG_RETURN_TEXT_P(ChangeCase(fcinfo, gl_tombfslower));
+}
+
+/*
+ * fingerprint(locale text) returns text
+ *
+ * Of the data that are installed, whatever the database remembers.
+ */
+PG_FUNCTION_INFO_V1(qbgl_fingerprint);
+Datum
+qbgl_fingerprint(PG_FUNCTION_ARGS)
+{
+	QbglLocale *locale = LoadLocale(text_to_cstring(PG_GETARG_TEXT_PP(0)));
+
+	PG_RETURN_TEXT_P(cstring_to_text(locale->fingerprint));
+}
+
+/*
+ * foreign_options(locale text) returns text
+ *
+ * What makes the server behind a connection refuse to be used under another
+ * order: the value of the option "options" of CREATE SERVER.
+ */
+PG_FUNCTION_INFO_V1(qbgl_foreign_options);
+Datum
+qbgl_foreign_options(PG_FUNCTION_ARGS)
+{
+	QbglLocale *locale = UseLocale(text_to_cstring(PG_GETARG_TEXT_PP(0)));
+
+	PG_RETURN_TEXT_P(
+		cstring_to_text(psprintf("-c qbgl.require=%s:%s", locale->name, locale->fingerprint)));
+}
