@@ -470,8 +470,7 @@ RaiseUnconvertible(const char *bytes, int at, int left, const char *to)
 	char hex[16] = "";
 
 	for (int i = 0; i < length; i++)
-		snprintf(hex + 3 * i, sizeof hex - 3 * i, "%s%02X", i > 0 ? " " : "",
-				 (unsigned char) bytes[at + i]);
+		sprintf(hex + strlen(hex), i > 0 ? " %02X" : "%02X", (unsigned char) bytes[at + i]);
 	ereport(ERROR, (errcode(ERRCODE_UNTRANSLATABLE_CHARACTER),
 					errmsg("%s has no such character: offset %d, bytes %s", to, at, hex)));
 }

@@ -22,7 +22,7 @@ BEGIN
   EXECUTE statement;
   RETURN 'not refused';
 EXCEPTION WHEN OTHERS THEN
-  RETURN sqlstate || ': ' || sqlerrm;
+  RETURN sqlstate || ': ' || regexp_replace(sqlerrm, '"/[^"]*/quorbane"', 'DIRECTORY');
 END $$;
 \a
 SELECT refusal('SELECT qbgl.' || call) FROM (VALUES
