@@ -29,6 +29,8 @@
 #define FILE_NAME_ROOM 208
 
 static MemoryContext locale_context = NULL;
+/* What the library takes memory from: that, or while it loads a locale a part of its own. */
+static MemoryContext library_context = NULL;
 static HTAB *locales = NULL;
 /* Raised when what is remembered or required may have become another. */
 static uint64 order_generation = 1;
@@ -39,7 +41,7 @@ static uint64 order_generation = 1;
 static void *
 AllocateForLibrary(uint32_t size)
 {
-	return MemoryContextAllocExtended(locale_context, size, MCXT_ALLOC_HUGE | MCXT_ALLOC_NO_OOM);
+	return MemoryContextAllocExtended(library_context, size, MCXT_ALLOC_HUGE | MCXT_ALLOC_NO_OOM);
 }
 
 static void
@@ -66,6 +68,7 @@ InitLocales(void)
 
 	locale_context =
 		AllocSetContextCreate(TopMemoryContext, "qbgl locales", ALLOCSET_DEFAULT_SIZES);
+	library_context = locale_context;
 	info.hcxt = locale_context;
 	locales = hash_create("qbgl locales", 16, &info, HASH_ELEM | HASH_STRINGS | HASH_CONTEXT);
 	gl_setextfunc(NULL, GL_EXT_MALLOC, (gl_extfunc) AllocateForLibrary);
@@ -120,10 +123,11 @@ LocaleFile(const char *name, char file[LOCALE_FILE_SIZE])
 }
 
 /*
- * Ensure that a locale was loaded; otherwise tell why not.
+ * Ensure that a locale was loaded; otherwise tell why not, with its memory
+ * given back: the session goes on.
  */
 static void
-CheckLoaded(const char *name, gl_locale *handle, int result)
+CheckLoaded(const char *name, gl_locale *handle, int result, MemoryContext context)
 {
 	int error;
 
@@ -131,6 +135,7 @@ CheckLoaded(const char *name, gl_locale *handle, int result)
 		return;
 	error = gl_errno(handle);
 	gl_lc_unload(handle);
+	MemoryContextDelete(context);
 	if (error == GL_ENOMEM)
 		ereport(ERROR, (errcode(ERRCODE_OUT_OF_MEMORY),
 						errmsg("out of memory while loading the locale \"%s\"", name)));
@@ -150,9 +155,15 @@ static void
 FillLocale(QbglLocale *locale, const char *name)
 {
 	gl_locale *handle;
-	int result = gl_lc_load(&handle, name, NULL, NULL);
+	MemoryContext context =
+		AllocSetContextCreate(locale_context, "qbgl locale", ALLOCSET_DEFAULT_SIZES);
+	int result;
 
-	CheckLoaded(name, handle, result);
+	library_context = context;
+	result = gl_lc_load(&handle, name, NULL, NULL);
+	library_context = locale_context;
+	CheckLoaded(name, handle, result, context);
+	MemoryContextSetIdentifier(context, locale->name);
 	locale->handle = handle;
 	strlcpy(locale->name, name, sizeof locale->name);
 	strlcpy(locale->fingerprint, gl_order_fingerprint(handle), sizeof locale->fingerprint);
