@@ -5,8 +5,9 @@
 #   as_owner COMMAND...              runs a command as the owner of the servers: the user postgres for root, otherwise oneself
 #   private_folder NAME              makes a folder of the owner's, empty, and prints it
 #   private_start NAME [SETTING...]  makes a cluster and starts its server, on a Unix socket alone
+#   private_restart NAME SETTING...  the same server with further settings
 #   private_sql NAME [OPTION...]     psql on such a server
-#   private_stop                     stops them all; they are stopped in any case when the script ends
+#   private_stop                     stops them all; they are stopped in any case when the script ends, and private_at_end is called
 #
 # Status 77 where there is no PostgreSQL 15 to copy.
 
@@ -34,7 +35,7 @@ private_find() { # BUILD
     fi
     private_bin=$private_root$private_system_bin
     private_running=()
-    trap 'private_stop' EXIT
+    trap 'private_stop; private_at_end' EXIT
     trap 'exit 130' INT
     trap 'exit 143' TERM
     # Paths of sockets have at most 107 bytes.
@@ -81,6 +82,14 @@ private_start() { # NAME [SETTING...]
         { cat "$folder.log" "$folder/log" >&2; return 1; }
 }
 
+private_restart() { # NAME SETTING...
+    local folder=$private_root/run/$1
+    shift
+    printf '%s\n' "$@" >>"$folder/data/postgresql.conf"
+    as_owner "$private_bin/pg_ctl" -D "$folder/data" -l "$folder/log" -w -m fast restart >>"$folder.log" 2>&1 ||
+        { cat "$folder.log" "$folder/log" >&2; return 1; }
+}
+
 private_socket() { echo "$private_sockets/$1"; }
 private_sql() { # NAME [OPTION...]
     local name=$1
@@ -97,5 +106,7 @@ private_stop() {
     private_running=()
     rm -rf "${private_sockets:?}"
 }
+
+private_at_end() { :; }
 
 private_source=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)

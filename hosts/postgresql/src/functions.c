@@ -120,12 +120,20 @@ qbgl_compare(PG_FUNCTION_ARGS)
  * an encoding may have any bytes.
  */
 static void
-CheckCase(gl_locale *handle, int size)
+CheckCase(QbglLocale *locale, const LocaleText *in, int size)
 {
-	if (size < 0)
-		ereport(ERROR, (errcode(ERRCODE_CHARACTER_NOT_IN_REPERTOIRE),
-						errmsg("a text has bytes that are no character of %s: %s",
-							   handle->codeset_name[GL_CAT_CTYPE], gl_strerror(gl_errno(handle)))));
+	int offset = 0;
+	int length;
+
+	if (size >= 0)
+		return;
+	while (offset < in->length &&
+		   (length = gl_mblen(locale->handle, in->bytes + offset, in->length - offset)) >= 0)
+		offset += Max(length, 1);
+	ereport(ERROR, (errcode(ERRCODE_CHARACTER_NOT_IN_REPERTOIRE),
+					errmsg("no character of %s at offset %d: bytes %02X",
+						   locale->handle->codeset_name[GL_CAT_CTYPE], offset,
+						   offset < in->length ? (unsigned char) in->bytes[offset] : 0)));
 }
 
 static text *
@@ -143,7 +151,7 @@ ChangeCase(FunctionCallInfo fcinfo, int (*change)(gl_locale *, char *, int, cons
 	room = gl_case_conv_outbuflen(locale->handle, in.length);
 	out = palloc(Max(room, 1));
 	size = change(locale->handle, out, room, in.bytes, in.length);
-	CheckCase(locale->handle, size);
+	CheckCase(locale, &in, size);
 	result = FromLocale(locale, out, size);
 	FreeLocaleText(&in);
 	pfree(out);
