@@ -487,6 +487,33 @@ RaiseUnconvertible(const char *bytes, int at, int left, const char *to)
 }
 
 /*
+ * Raises which character of a text has no more than an approximation: it
+ * would be equal to another one.
+ */
+static void
+RaiseApproximated(gl_cv *cd, const char *bytes, int length, const char *to)
+{
+	int at = 0;
+	int character;
+
+	for (; at < length; at += character)
+	{
+		char room[16];
+		const char *in = bytes + at;
+		int inleft = character = Min(pg_mblen(in), length - at);
+		char *out = room;
+		int outleft = sizeof room;
+		int subst;
+
+		gl_clear_errno(cd);
+		(void) gl_miconv(cd, &in, &inleft, &out, &outleft, &subst);
+		if (subst)
+			break;
+	}
+	RaiseUnconvertible(bytes, at, length - at, to);
+}
+
+/*
  * Converts a text that is in the database's encoding.
  */
 static void
@@ -503,8 +530,13 @@ ConvertFromServer(QbglLocale *locale, const char *bytes, int length, LocaleText 
 	result->allocated = out = palloc(room);
 	while (inleft > 0)
 	{
+		int converted;
+
 		gl_clear_errno(cd);
-		if (gl_miconv(cd, &in, &inleft, &out, &outleft, &subst) == 0)
+		converted = gl_miconv(cd, &in, &inleft, &out, &outleft, &subst);
+		if (subst)
+			RaiseApproximated(cd, bytes, length, locale->handle->codeset_name[GL_CAT_CTYPE]);
+		if (converted == 0)
 			break;
 		if (!locale->is_utf8)
 			RaiseUnconvertible(bytes, in - bytes, inleft,
