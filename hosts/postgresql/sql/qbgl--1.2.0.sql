@@ -48,6 +48,183 @@ COMMENT ON FUNCTION codesets IS 'the codesets that are installed in qbgl.directo
 -- The type qtext: texts in the order of a locale
 -- ---------------------------------------------------------------------------------------------------------------------
 
+CREATE TYPE qtext;
+
+CREATE FUNCTION qtext_in(cstring) RETURNS qtext AS 'textin' LANGUAGE internal IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_out(qtext) RETURNS cstring AS 'textout' LANGUAGE internal IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_recv(internal) RETURNS qtext AS 'textrecv' LANGUAGE internal STABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_send(qtext) RETURNS bytea AS 'textsend' LANGUAGE internal STABLE STRICT PARALLEL SAFE;
+
+CREATE TYPE qtext (
+	INPUT = qtext_in, OUTPUT = qtext_out, RECEIVE = qtext_recv, SEND = qtext_send,
+	LIKE = pg_catalog.text, CATEGORY = 'S', COLLATABLE = true
+);
+COMMENT ON TYPE qtext IS 'text in the order of a locale, which the name of the collation tells';
+
+-- No cast is implicit: with this schema off the search path, a comparison would silently be that of text.
+CREATE CAST (qtext AS pg_catalog.text) WITHOUT FUNCTION AS ASSIGNMENT;
+CREATE CAST (qtext AS pg_catalog.varchar) WITHOUT FUNCTION AS ASSIGNMENT;
+CREATE CAST (qtext AS pg_catalog.bpchar) WITHOUT FUNCTION AS ASSIGNMENT;
+CREATE CAST (pg_catalog.text AS qtext) WITHOUT FUNCTION AS ASSIGNMENT;
+CREATE CAST (pg_catalog.varchar AS qtext) WITHOUT FUNCTION AS ASSIGNMENT;
+CREATE FUNCTION qtext(bpchar) RETURNS qtext AS 'rtrim1' LANGUAGE internal IMMUTABLE STRICT PARALLEL SAFE;
+CREATE CAST (pg_catalog.bpchar AS qtext) WITH FUNCTION qtext(bpchar) AS ASSIGNMENT;
+-- qtext and qtext
+CREATE FUNCTION qtext_lt(qtext, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_lt' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_le(qtext, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_le' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_eq(qtext, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_eq' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_ne(qtext, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_ne' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_ge(qtext, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_ge' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_gt(qtext, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_gt' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_cmp(qtext, qtext) RETURNS int4 AS 'MODULE_PATHNAME', 'qtext_cmp' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE OPERATOR < (LEFTARG = qtext, RIGHTARG = qtext, FUNCTION = qtext_lt,
+	COMMUTATOR = >, NEGATOR = >=, RESTRICT = scalarltsel, JOIN = scalarltjoinsel);
+CREATE OPERATOR <= (LEFTARG = qtext, RIGHTARG = qtext, FUNCTION = qtext_le,
+	COMMUTATOR = >=, NEGATOR = >, RESTRICT = scalarlesel, JOIN = scalarlejoinsel);
+CREATE OPERATOR = (LEFTARG = qtext, RIGHTARG = qtext, FUNCTION = qtext_eq,
+	COMMUTATOR = =, NEGATOR = <>, RESTRICT = eqsel, JOIN = eqjoinsel, HASHES, MERGES);
+CREATE OPERATOR <> (LEFTARG = qtext, RIGHTARG = qtext, FUNCTION = qtext_ne,
+	COMMUTATOR = <>, NEGATOR = =, RESTRICT = neqsel, JOIN = neqjoinsel);
+CREATE OPERATOR >= (LEFTARG = qtext, RIGHTARG = qtext, FUNCTION = qtext_ge,
+	COMMUTATOR = <=, NEGATOR = <, RESTRICT = scalargesel, JOIN = scalargejoinsel);
+CREATE OPERATOR > (LEFTARG = qtext, RIGHTARG = qtext, FUNCTION = qtext_gt,
+	COMMUTATOR = <, NEGATOR = <=, RESTRICT = scalargtsel, JOIN = scalargtjoinsel);
+
+-- qtext and text
+CREATE FUNCTION qtext_lt(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_lt' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_le(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_le' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_eq(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_eq' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_ne(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_ne' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_ge(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_ge' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_gt(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_gt' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_cmp(qtext, text) RETURNS int4 AS 'MODULE_PATHNAME', 'qtext_cmp' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE OPERATOR < (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_lt,
+	COMMUTATOR = >, NEGATOR = >=, RESTRICT = scalarltsel, JOIN = scalarltjoinsel);
+CREATE OPERATOR <= (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_le,
+	COMMUTATOR = >=, NEGATOR = >, RESTRICT = scalarlesel, JOIN = scalarlejoinsel);
+CREATE OPERATOR = (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_eq,
+	COMMUTATOR = =, NEGATOR = <>, RESTRICT = eqsel, JOIN = eqjoinsel, HASHES);
+CREATE OPERATOR <> (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_ne,
+	COMMUTATOR = <>, NEGATOR = =, RESTRICT = neqsel, JOIN = neqjoinsel);
+CREATE OPERATOR >= (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_ge,
+	COMMUTATOR = <=, NEGATOR = <, RESTRICT = scalargesel, JOIN = scalargejoinsel);
+CREATE OPERATOR > (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_gt,
+	COMMUTATOR = <, NEGATOR = <=, RESTRICT = scalargtsel, JOIN = scalargtjoinsel);
+
+-- text and qtext
+CREATE FUNCTION qtext_lt(text, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_lt' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_le(text, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_le' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_eq(text, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_eq' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_ne(text, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_ne' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_ge(text, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_ge' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_gt(text, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_gt' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_cmp(text, qtext) RETURNS int4 AS 'MODULE_PATHNAME', 'qtext_cmp' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE OPERATOR < (LEFTARG = text, RIGHTARG = qtext, FUNCTION = qtext_lt,
+	COMMUTATOR = >, NEGATOR = >=, RESTRICT = scalarltsel, JOIN = scalarltjoinsel);
+CREATE OPERATOR <= (LEFTARG = text, RIGHTARG = qtext, FUNCTION = qtext_le,
+	COMMUTATOR = >=, NEGATOR = >, RESTRICT = scalarlesel, JOIN = scalarlejoinsel);
+CREATE OPERATOR = (LEFTARG = text, RIGHTARG = qtext, FUNCTION = qtext_eq,
+	COMMUTATOR = =, NEGATOR = <>, RESTRICT = eqsel, JOIN = eqjoinsel, HASHES);
+CREATE OPERATOR <> (LEFTARG = text, RIGHTARG = qtext, FUNCTION = qtext_ne,
+	COMMUTATOR = <>, NEGATOR = =, RESTRICT = neqsel, JOIN = neqjoinsel);
+CREATE OPERATOR >= (LEFTARG = text, RIGHTARG = qtext, FUNCTION = qtext_ge,
+	COMMUTATOR = <=, NEGATOR = <, RESTRICT = scalargesel, JOIN = scalargejoinsel);
+CREATE OPERATOR > (LEFTARG = text, RIGHTARG = qtext, FUNCTION = qtext_gt,
+	COMMUTATOR = <, NEGATOR = <=, RESTRICT = scalargtsel, JOIN = scalargtjoinsel);
+
+-- A text and a key, as qbgl.key makes it for the same locale and passes: the ranges of a prefix are told in keys.
+CREATE FUNCTION qtext_key_lt(qtext, bytea) RETURNS bool AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_key_le(qtext, bytea) RETURNS bool AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_key_eq(qtext, bytea) RETURNS bool AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_key_ge(qtext, bytea) RETURNS bool AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_key_gt(qtext, bytea) RETURNS bool AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_key_cmp(qtext, bytea) RETURNS int4 AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE OPERATOR < (LEFTARG = qtext, RIGHTARG = bytea, FUNCTION = qtext_key_lt, NEGATOR = >=, RESTRICT = scalarltsel, JOIN = scalarltjoinsel);
+CREATE OPERATOR <= (LEFTARG = qtext, RIGHTARG = bytea, FUNCTION = qtext_key_le, NEGATOR = >, RESTRICT = scalarlesel, JOIN = scalarlejoinsel);
+CREATE OPERATOR = (LEFTARG = qtext, RIGHTARG = bytea, FUNCTION = qtext_key_eq, RESTRICT = eqsel, JOIN = eqjoinsel);
+CREATE OPERATOR >= (LEFTARG = qtext, RIGHTARG = bytea, FUNCTION = qtext_key_ge, NEGATOR = <, RESTRICT = scalargesel, JOIN = scalargejoinsel);
+CREATE OPERATOR > (LEFTARG = qtext, RIGHTARG = bytea, FUNCTION = qtext_key_gt, NEGATOR = <=, RESTRICT = scalargtsel, JOIN = scalargtjoinsel);
+
+CREATE FUNCTION qtext_sortsupport(internal) RETURNS void AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_equalimage(oid) RETURNS bool AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+
+CREATE OPERATOR FAMILY qtext_ops USING btree;
+CREATE OPERATOR CLASS qtext_ops DEFAULT FOR TYPE qtext USING btree FAMILY qtext_ops AS
+	OPERATOR 1 < , OPERATOR 2 <= , OPERATOR 3 = , OPERATOR 4 >= , OPERATOR 5 > ,
+	FUNCTION 1 qtext_cmp(qtext, qtext),
+	FUNCTION 2 qtext_sortsupport(internal),
+	FUNCTION 4 qtext_equalimage(oid);
+ALTER OPERATOR FAMILY qtext_ops USING btree ADD
+	OPERATOR 1 < (qtext, text), OPERATOR 2 <= (qtext, text), OPERATOR 3 = (qtext, text), OPERATOR 4 >= (qtext, text), OPERATOR 5 > (qtext, text),
+	FUNCTION 1 (qtext, text) qtext_cmp(qtext, text),
+	OPERATOR 1 < (text, qtext), OPERATOR 2 <= (text, qtext), OPERATOR 3 = (text, qtext), OPERATOR 4 >= (text, qtext), OPERATOR 5 > (text, qtext),
+	FUNCTION 1 (text, qtext) qtext_cmp(text, qtext),
+	OPERATOR 1 < (qtext, bytea), OPERATOR 2 <= (qtext, bytea), OPERATOR 3 = (qtext, bytea), OPERATOR 4 >= (qtext, bytea), OPERATOR 5 > (qtext, bytea),
+	FUNCTION 1 (qtext, bytea) qtext_key_cmp(qtext, bytea);
+
+CREATE FUNCTION qtext_hash(qtext) RETURNS int4 AS 'MODULE_PATHNAME', 'qtext_hash' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_hash(text) RETURNS int4 AS 'MODULE_PATHNAME', 'qtext_hash' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_hash_extended(qtext, int8) RETURNS int8 AS 'MODULE_PATHNAME', 'qtext_hash_extended'
+	LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_hash_extended(text, int8) RETURNS int8 AS 'MODULE_PATHNAME', 'qtext_hash_extended'
+	LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+
+CREATE OPERATOR FAMILY qtext_ops USING hash;
+CREATE OPERATOR CLASS qtext_ops DEFAULT FOR TYPE qtext USING hash FAMILY qtext_ops AS
+	OPERATOR 1 = ,
+	FUNCTION 1 qtext_hash(qtext),
+	FUNCTION 2 qtext_hash_extended(qtext, int8);
+ALTER OPERATOR FAMILY qtext_ops USING hash ADD
+	OPERATOR 1 = (qtext, text),
+	OPERATOR 1 = (text, qtext),
+	FUNCTION 1 (text, text) qtext_hash(text),
+	FUNCTION 2 (text, text) qtext_hash_extended(text, int8);
+
+CREATE FUNCTION qtext_smaller(qtext, qtext) RETURNS qtext AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_larger(qtext, qtext) RETURNS qtext AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE AGGREGATE min(qtext) (SFUNC = qtext_smaller, STYPE = qtext, COMBINEFUNC = qtext_smaller, SORTOP = <, PARALLEL = SAFE);
+CREATE AGGREGATE max(qtext) (SFUNC = qtext_larger, STYPE = qtext, COMBINEFUNC = qtext_larger, SORTOP = >, PARALLEL = SAFE);
+
+CREATE FUNCTION qtext_like_support(internal) RETURNS internal AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_like(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_like'
+	LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE SUPPORT qtext_like_support;
+CREATE FUNCTION qtext_not_like(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_not_like'
+	LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE OPERATOR ~~ (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_like, NEGATOR = !~~, RESTRICT = likesel, JOIN = likejoinsel);
+CREATE OPERATOR !~~ (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_not_like, NEGATOR = ~~,
+	RESTRICT = nlikesel, JOIN = nlikejoinsel);
+
+CREATE FUNCTION qtext_concat(qtext, qtext) RETURNS qtext AS 'textcat' LANGUAGE internal IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_concat(qtext, text) RETURNS qtext AS 'textcat' LANGUAGE internal IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_concat(text, qtext) RETURNS qtext AS 'textcat' LANGUAGE internal IMMUTABLE STRICT PARALLEL SAFE;
+CREATE OPERATOR || (LEFTARG = qtext, RIGHTARG = qtext, FUNCTION = qtext_concat);
+CREATE OPERATOR || (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_concat);
+CREATE OPERATOR || (LEFTARG = text, RIGHTARG = qtext, FUNCTION = qtext_concat);
+
+CREATE FUNCTION length(qtext) RETURNS int4 AS 'textlen' LANGUAGE internal IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION substr(qtext, int4) RETURNS qtext AS 'text_substr_no_len' LANGUAGE internal IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION substr(qtext, int4, int4) RETURNS qtext AS 'text_substr' LANGUAGE internal IMMUTABLE STRICT PARALLEL SAFE;
+
 -- ---------------------------------------------------------------------------------------------------------------------
 -- Locales of a database, and their fingerprints
 -- ---------------------------------------------------------------------------------------------------------------------
+
+-- What the database's indexes were built under. Dumps carry it.
+CREATE TABLE remembered_orders (
+	locale text PRIMARY KEY,
+	fingerprint text NOT NULL
+);
+SELECT pg_catalog.pg_extension_config_dump('remembered_orders', '');
+GRANT SELECT ON remembered_orders TO PUBLIC;
+
+CREATE FUNCTION guard_trigger() RETURNS trigger AS 'MODULE_PATHNAME', 'qbgl_guard_trigger' LANGUAGE C;
+CREATE TRIGGER guard AFTER INSERT OR UPDATE ON remembered_orders FOR EACH STATEMENT EXECUTE FUNCTION guard_trigger();
+
+CREATE FUNCTION add_locale(locale text, passes int4 DEFAULT 0) RETURNS regcollation AS 'MODULE_PATHNAME', 'qbgl_add_locale'
+	LANGUAGE C VOLATILE STRICT PARALLEL UNSAFE;
+CREATE FUNCTION guard() RETURNS int4 AS 'MODULE_PATHNAME', 'qbgl_guard' LANGUAGE C VOLATILE STRICT PARALLEL UNSAFE;
+CREATE FUNCTION unguard() RETURNS int4 AS 'MODULE_PATHNAME', 'qbgl_unguard' LANGUAGE C VOLATILE STRICT PARALLEL UNSAFE;
+REVOKE EXECUTE ON FUNCTION add_locale(text, int4), guard(), unguard(), guard_trigger() FROM PUBLIC;
+COMMENT ON FUNCTION add_locale(text, int4) IS 'makes the collation of a locale, and remembers its order';
+COMMENT ON FUNCTION guard() IS 'keeps the operators of text away from the collations of this schema';
+COMMENT ON FUNCTION unguard() IS 'lets pg_upgrade take the collations of this schema along';

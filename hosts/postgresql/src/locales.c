@@ -52,7 +52,7 @@ FreeForLibrary(void *pointer)
 }
 
 /*
- * What a change of the table of collations, or a lost message about one, does.
+ * What a change of the table of remembered orders, or a lost message about one, does.
  */
 static void
 RememberedChanged(Datum argument, Oid relation)
@@ -112,37 +112,38 @@ FindLocaleFile(const char *name, char file[LOCALE_FILE_SIZE])
 	return true;
 }
 
-void
-LocaleFile(const char *name, char file[LOCALE_FILE_SIZE])
+/*
+ * Raises that no locale goes by a name.
+ */
+static void
+RaiseNoLocale(const char *name)
 {
-	if (!FindLocaleFile(name, file))
-		ereport(ERROR,
-				(errcode(ERRCODE_UNDEFINED_OBJECT), errmsg("there is no locale \"%s\"", name),
-				 errhint("qbgl.locales() lists those that are installed; a name is such as "
-						 "\"cs_CZ.utf8\".")));
+	ereport(ERROR, (errcode(ERRCODE_UNDEFINED_OBJECT),
+					errmsg("there is no locale \"%s\" in \"%s\"", name, qbgl_directory),
+					errhint("qbgl.locales() lists those that are installed; a name is such as "
+							"\"cs_CZ.utf8\".")));
 }
 
 /*
- * Ensure that a locale was loaded; otherwise tell why not, with its memory
- * given back: the session goes on.
+ * Ensure that a locale which is installed was loaded; otherwise tell why not,
+ * with its memory given back: the session goes on.  False where none is
+ * installed.
  */
-static void
+static bool
 CheckLoaded(const char *name, gl_locale *handle, int result, MemoryContext context)
 {
 	int error;
 
 	if (result == 0)
-		return;
+		return true;
 	error = gl_errno(handle);
 	gl_lc_unload(handle);
 	MemoryContextDelete(context);
+	if (error == GL_ENOFILE || error == GL_EINVAL)
+		return false;
 	if (error == GL_ENOMEM)
 		ereport(ERROR, (errcode(ERRCODE_OUT_OF_MEMORY),
 						errmsg("out of memory while loading the locale \"%s\"", name)));
-	if (error == GL_ENOFILE || error == GL_EINVAL)
-		ereport(ERROR, (errcode(ERRCODE_UNDEFINED_OBJECT),
-						errmsg("there is no locale \"%s\" in \"%s\"", name, qbgl_directory),
-						errhint("qbgl.locales() lists those that are installed.")));
 	ereport(ERROR, (errcode(ERRCODE_CONFIG_FILE_ERROR),
 					errmsg("cannot load the locale \"%s\": %s", name, gl_strerror(error))));
 }
@@ -150,8 +151,9 @@ CheckLoaded(const char *name, gl_locale *handle, int result, MemoryContext conte
 /*
  * Loads a locale into its entry.  On an error the entry is as it was: an older
  * handle, of another directory, is not released, for a caller may have it.
+ * False where there is no such locale.
  */
-static void
+static bool
 FillLocale(QbglLocale *locale, const char *name)
 {
 	gl_locale *handle;
@@ -162,7 +164,8 @@ FillLocale(QbglLocale *locale, const char *name)
 	library_context = context;
 	result = gl_lc_load(&handle, name, NULL, NULL);
 	library_context = locale_context;
-	CheckLoaded(name, handle, result, context);
+	if (!CheckLoaded(name, handle, result, context))
+		return false;
 	MemoryContextSetIdentifier(context, locale->name);
 	locale->handle = handle;
 	strlcpy(locale->name, name, sizeof locale->name);
@@ -173,21 +176,34 @@ FillLocale(QbglLocale *locale, const char *name)
 	locale->order = ORDER_NOT_COMPARED;
 	locale->prepared = false;
 	locale->from_server = locale->to_server = NULL;
+	return true;
 }
 
 QbglLocale *
-LoadLocale(const char *name)
+FindLocale(const char *name)
 {
 	char file[LOCALE_FILE_SIZE];
 	QbglLocale *locale;
 	bool found;
 
-	LocaleFile(name, file);
+	if (!FindLocaleFile(name, file))
+		return NULL;
 	locale = hash_search(locales, file, HASH_ENTER, &found);
 	if (!found)
 		memset((char *) locale + LOCALE_FILE_SIZE, 0, sizeof *locale - LOCALE_FILE_SIZE);
-	if (locale->handle == NULL || locale->directory_generation != qbgl_directory_generation)
-		FillLocale(locale, name);
+	if ((locale->handle == NULL || locale->directory_generation != qbgl_directory_generation) &&
+		!FillLocale(locale, name))
+		return NULL;
+	return locale;
+}
+
+QbglLocale *
+LoadLocale(const char *name)
+{
+	QbglLocale *locale = FindLocale(name);
+
+	if (locale == NULL)
+		RaiseNoLocale(name);
 	return locale;
 }
 
@@ -232,6 +248,17 @@ PreloadLocales(void)
 }
 
 /*
+ * Whether a name is one of a locale's.
+ */
+static bool
+IsNameOf(const char *name, const QbglLocale *locale)
+{
+	char file[LOCALE_FILE_SIZE];
+
+	return FindLocaleFile(name, file) && strcmp(file, locale->file) == 0;
+}
+
+/*
  * Ensure that a session which insists on an order meets that one.
  */
 static void
@@ -252,14 +279,12 @@ CheckRequired(QbglLocale *locale)
 	{
 		char *name = lfirst(cell);
 		char *colon = strrchr(name, ':');
-		char file[LOCALE_FILE_SIZE];
 
 		if (colon == NULL)
 			ereport(ERROR, (errcode(ERRCODE_INVALID_PARAMETER_VALUE),
 							errmsg("qbgl.require has no fingerprint in \"%s\"", name)));
 		*colon = '\0';
-		if (FindLocaleFile(name, file) && strcmp(file, locale->file) == 0 &&
-			strcmp(colon + 1, locale->fingerprint) != 0)
+		if (IsNameOf(name, locale) && strcmp(colon + 1, locale->fingerprint) != 0)
 			ereport(ERROR, (errcode(ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE),
 							errmsg("the order of the locale \"%s\" is not the one that is required",
 								   locale->name),
@@ -284,15 +309,27 @@ FindOtherFingerprint(QbglLocale *locale)
 
 	foreach (cell, rows)
 	{
-		RememberedCollation *row = lfirst(cell);
-		char file[LOCALE_FILE_SIZE];
+		RememberedOrder *row = lfirst(cell);
 
-		if (other == NULL && FindLocaleFile(row->locale, file) && strcmp(file, locale->file) == 0 &&
+		if (other == NULL && IsNameOf(row->locale, locale) &&
 			strcmp(row->fingerprint, locale->fingerprint) != 0)
 			other = pstrdup(row->fingerprint);
 	}
 	list_free_deep(rows);
 	return other;
+}
+
+bool
+IsRemembered(QbglLocale *locale)
+{
+	bool remembered = false;
+	List *rows = ReadRemembered();
+	ListCell *cell;
+
+	foreach (cell, rows)
+		remembered = remembered || IsNameOf(((RememberedOrder *) lfirst(cell))->locale, locale);
+	list_free_deep(rows);
+	return remembered;
 }
 
 /*
@@ -550,12 +587,18 @@ ConvertFromServer(QbglLocale *locale, const char *bytes, int length, LocaleText 
 	result->length = out - result->allocated;
 }
 
-void
-ToLocale(QbglLocale *locale, const char *bytes, int length, LocaleText *result)
+bool
+IsInServerCodeset(QbglLocale *locale)
 {
 	if (!locale->prepared)
 		PrepareConversion(locale);
-	if (locale->plain)
+	return locale->plain;
+}
+
+void
+ToLocale(QbglLocale *locale, const char *bytes, int length, LocaleText *result)
+{
+	if (IsInServerCodeset(locale))
 	{
 		result->bytes = bytes;
 		result->length = length;
@@ -576,9 +619,7 @@ FromLocale(QbglLocale *locale, const char *bytes, int length)
 	int outleft;
 	int subst;
 
-	if (!locale->prepared)
-		PrepareConversion(locale);
-	if (locale->plain)
+	if (IsInServerCodeset(locale))
 		return cstring_to_text_with_len(bytes, length);
 	cd = locale->to_server;
 	outleft = ConvertedRoom(cd, length);

@@ -68,20 +68,24 @@ extern void ForgetComparedOrders(void);
 extern QbglLocale *LoadLocale(const char *name);
 extern QbglLocale *UseLocale(const char *name);
 
+/* LoadLocale, or NULL for a name that no locale goes by. */
+extern QbglLocale *FindLocale(const char *name);
+
 /* UseLocale for an argument of a function, which remembers the last one in fn_extra. */
 extern QbglLocale *UseLocaleArgument(FmgrInfo *flinfo, const text *name);
 
 /* Ensures that the order of a locale is the one remembered and required. */
 extern void CheckOrder(QbglLocale *locale);
 
-/* Whether the loaded order is not the remembered one. What is required is not looked at. */
+/* Whether the loaded order is not the remembered one, and whether any is remembered. */
 extern bool OrderHasChanged(QbglLocale *locale);
-
-/* The file name that stands for a locale; raises undefined_object for what names none. */
-extern void LocaleFile(const char *name, char file[LOCALE_FILE_SIZE]);
+extern bool IsRemembered(QbglLocale *locale);
 
 /* The library's name of the database's encoding, or NULL where text has none that it knows. */
 extern const char *ServerCodeset(void);
+
+/* Whether a locale takes the database's text as it is. */
+extern bool IsInServerCodeset(QbglLocale *locale);
 
 /*
  * Text of the database in the codeset of a locale, and back.  Where nothing is

@@ -5,7 +5,7 @@
  *
  *-------------------------------------------------------------------------
  */
-#include "locales.h"
+#include "collations.h"
 
 #include "fmgr.h"
 #include "miscadmin.h"
@@ -114,6 +114,7 @@ _PG_init(void)
 	unsetenv("GL_PATH"); /* which the library asks the platform for */
 	gl_setextfunc(NULL, GL_EXT_GETENV, (gl_extfunc) NoEnvironment);
 	InitLocales();
+	InitCollations();
 	DefineSettings();
 	if (process_shared_preload_libraries_in_progress)
 		PreloadLocales();

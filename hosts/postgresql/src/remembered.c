@@ -1,7 +1,7 @@
 /*-------------------------------------------------------------------------
  *
  * remembered.c
- *	  The table qbgl.collations, read without SQL: a comparison may need it in
+ *	  The table qbgl.remembered_orders, read without SQL: a comparison may need it in
  *	  the middle of a sort, in a parallel worker or on a standby.
  *
  *-------------------------------------------------------------------------
@@ -19,9 +19,7 @@
 
 enum
 {
-	COLUMN_COLLATION = 1,
-	COLUMN_LOCALE,
-	COLUMN_PASSES,
+	COLUMN_LOCALE = 1,
 	COLUMN_FINGERPRINT
 };
 
@@ -41,17 +39,12 @@ CopyText(HeapTuple row, int column, TupleDesc columns, char *copy, size_t room)
 	pfree(value);
 }
 
-static RememberedCollation *
+static RememberedOrder *
 ReadRow(HeapTuple row, TupleDesc columns)
 {
-	RememberedCollation *result = palloc0(sizeof *result);
-	bool is_null;
+	RememberedOrder *result = palloc0(sizeof *result);
 
-	strlcpy(result->collation,
-			NameStr(*DatumGetName(heap_getattr(row, COLUMN_COLLATION, columns, &is_null))),
-			sizeof result->collation);
 	CopyText(row, COLUMN_LOCALE, columns, result->locale, sizeof result->locale);
-	result->passes = DatumGetInt32(heap_getattr(row, COLUMN_PASSES, columns, &is_null));
 	CopyText(row, COLUMN_FINGERPRINT, columns, result->fingerprint, sizeof result->fingerprint);
 	return result;
 }
@@ -66,7 +59,7 @@ ReadRemembered(void)
 	HeapTuple row;
 	Snapshot snapshot;
 
-	table = OidIsValid(schema) ? get_relname_relid("collations", schema) : InvalidOid;
+	table = OidIsValid(schema) ? get_relname_relid("remembered_orders", schema) : InvalidOid;
 	if (!OidIsValid(table))
 		return NIL;
 	relation = table_open(table, AccessShareLock);

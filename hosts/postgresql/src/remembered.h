@@ -1,8 +1,8 @@
 /*-------------------------------------------------------------------------
  *
  * remembered.h
- *	  The table qbgl.collations: which locale a collation stands for, and
- *	  under which order the database's indexes were built.
+ *	  The table qbgl.remembered_orders: under which order of a locale the
+ *	  database's indexes were built.
  *
  *-------------------------------------------------------------------------
  */
@@ -13,13 +13,11 @@
 
 #include "nodes/pg_list.h"
 
-typedef struct RememberedCollation
+typedef struct RememberedOrder
 {
-	char collation[NAMEDATALEN];
 	char locale[NAMEDATALEN];
-	int passes;
 	char fingerprint[17];
-} RememberedCollation;
+} RememberedOrder;
 
 /* All rows, which list_free_deep frees; none where the extension is not installed in the database. */
 extern List *ReadRemembered(void);

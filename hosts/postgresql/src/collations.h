@@ -1,0 +1,45 @@
+/*-------------------------------------------------------------------------
+ *
+ * collations.h
+ *	  Which locale a collation of the schema qbgl stands for.
+ *
+ *-------------------------------------------------------------------------
+ */
+#ifndef QBGL_COLLATIONS_H
+#define QBGL_COLLATIONS_H
+
+#include "locales.h"
+
+#define QBGL_SCHEMA "qbgl"
+
+/*
+ * The order that a collation stands for.  The name tells it, so that it holds
+ * in a restored database before any row is there:
+ *
+ *	   cs_CZ			in the database's own codeset where there is such a
+ *						locale, otherwise in utf8
+ *	   cs_CZ.utf8		in that codeset
+ *	   th_TH@dict		with a modifier
+ *	   cs_CZ_1			the first pass alone: neither accents nor case
+ */
+typedef struct CollationOrder
+{
+	Oid collation;
+	QbglLocale *locale;
+	int passes;
+	uint64 generation;
+} CollationOrder;
+
+/*
+ * The order of a collation, ensured to be the one that is remembered.  Raises
+ * what is wrong with a collation that stands for no locale.
+ */
+extern const CollationOrder *OrderOfCollation(Oid collation);
+
+/* The same without a look at what is remembered; NULL for a collation that is not ours. */
+extern const CollationOrder *FindOrderOfCollation(Oid collation);
+
+/* Has collations looked up anew when they or the data's directory change. Called once. */
+extern void InitCollations(void);
+
+#endif /* QBGL_COLLATIONS_H */

@@ -1,0 +1,319 @@
+/*-------------------------------------------------------------------------
+ *
+ * like.c
+ *	  LIKE for the type qtext.
+ *
+ * It goes by characters: in Czech 'c%' finds "chata", which begins with a c,
+ * although ch is sorted as a letter behind h.  Where fewer passes count,
+ * characters are alike that those find equal.
+ *
+ *-------------------------------------------------------------------------
+ */
+#include "qtext.h"
+
+#include "catalog/pg_collation.h"
+#include "catalog/pg_type.h"
+#include "mb/pg_wchar.h"
+#include "miscadmin.h"
+#include "nodes/makefuncs.h"
+#include "nodes/nodeFuncs.h"
+#include "nodes/pathnodes.h"
+#include "nodes/supportnodes.h"
+#include "utils/builtins.h"
+#include "utils/fmgrprotos.h"
+#include "utils/lsyscache.h"
+
+PG_FUNCTION_INFO_V1(qtext_like);
+PG_FUNCTION_INFO_V1(qtext_not_like);
+PG_FUNCTION_INFO_V1(qtext_like_support);
+
+#define ESCAPE '\\'
+
+/* What is left of a text. */
+typedef struct Rest
+{
+	const char *bytes;
+	int length;
+} Rest;
+
+typedef enum PatternKind
+{
+	ANY_TEXT,
+	ANY_CHARACTER,
+	ITSELF
+} PatternKind;
+
+static int
+CharacterLength(const Rest *rest)
+{
+	return Min(pg_mblen(rest->bytes), rest->length);
+}
+
+static void
+Skip(Rest *rest, int length)
+{
+	rest->bytes += length;
+	rest->length -= length;
+}
+
+/*
+ * Ensure that an escape has something behind it.
+ */
+static void
+CheckEscape(const Rest *pattern)
+{
+	if (pattern->length == 0)
+		ereport(ERROR, (errcode(ERRCODE_INVALID_ESCAPE_SEQUENCE),
+						errmsg("LIKE pattern must not end with escape character")));
+}
+
+/*
+ * Takes the next element off a pattern that is not empty.
+ */
+static PatternKind
+NextOfPattern(Rest *pattern, Rest *character)
+{
+	bool escaped = *pattern->bytes == ESCAPE;
+
+	if (escaped)
+	{
+		Skip(pattern, 1);
+		CheckEscape(pattern);
+	}
+	character->bytes = pattern->bytes;
+	character->length = CharacterLength(pattern);
+	Skip(pattern, character->length);
+	if (!escaped && *character->bytes == '%')
+		return ANY_TEXT;
+	return !escaped && *character->bytes == '_' ? ANY_CHARACTER : ITSELF;
+}
+
+/*
+ * Matches by characters that the first passes find alike.
+ */
+static bool
+MatchByPasses(const CollationOrder *order, Rest value, Rest pattern)
+{
+	/*
+	 * Behind the last % a mismatch goes back to, one character further on each
+	 * time: what an earlier one matched need not be tried again.
+	 */
+	Rest behind_any = {0}, from_there = {0};
+	bool any = false;
+
+	for (;;)
+	{
+		if (pattern.length > 0)
+		{
+			Rest rest = pattern, wanted;
+			PatternKind kind = NextOfPattern(&rest, &wanted);
+
+			if (kind == ANY_TEXT)
+			{
+				behind_any = pattern = rest;
+				from_there = value;
+				any = true;
+				continue;
+			}
+			if (value.length > 0)
+			{
+				int length = CharacterLength(&value);
+
+				if (kind == ANY_CHARACTER ||
+					CompareTexts(order, value.bytes, length, wanted.bytes, wanted.length) == 0)
+				{
+					pattern = rest;
+					Skip(&value, length);
+					continue;
+				}
+			}
+		}
+		else if (value.length == 0)
+			return true;
+		if (!any || from_there.length == 0)
+			return false;
+		CHECK_FOR_INTERRUPTS();
+		Skip(&from_there, CharacterLength(&from_there));
+		value = from_there;
+		pattern = behind_any;
+	}
+}
+
+/*
+ * Whether the first argument of a function matches the second.
+ */
+static bool
+MatchArguments(FunctionCallInfo fcinfo)
+{
+	const CollationOrder *order = OrderOfCollation(PG_GET_COLLATION());
+	text *value, *pattern;
+	bool result;
+
+	/* Identical characters are what the server's own LIKE goes by. */
+	if (order->passes == 0)
+		return DatumGetBool(DirectFunctionCall2Coll(textlike, C_COLLATION_OID, PG_GETARG_DATUM(0),
+													PG_GETARG_DATUM(1)));
+	value = PG_GETARG_TEXT_PP(0);
+	pattern = PG_GETARG_TEXT_PP(1);
+	result = MatchByPasses(order, (Rest){VARDATA_ANY(value), VARSIZE_ANY_EXHDR(value)},
+						   (Rest){VARDATA_ANY(pattern), VARSIZE_ANY_EXHDR(pattern)});
+	PG_FREE_IF_COPY(value, 0);
+	PG_FREE_IF_COPY(pattern, 1);
+	return result;
+}
+
+Datum
+qtext_like(PG_FUNCTION_ARGS)
+{
+	PG_RETURN_BOOL(MatchArguments(fcinfo));
+}
+
+Datum
+qtext_not_like(PG_FUNCTION_ARGS)
+{
+	PG_RETURN_BOOL(!MatchArguments(fcinfo));
+}
+
+/*
+ * Copies the characters that a pattern begins with.  Tells whether there are
+ * no others.
+ */
+static bool
+PatternPrefix(Rest pattern, StringInfo prefix)
+{
+	while (pattern.length > 0)
+	{
+		Rest character;
+
+		if (NextOfPattern(&pattern, &character) != ITSELF)
+			return false;
+		appendBinaryStringInfo(prefix, character.bytes, character.length);
+	}
+	return true;
+}
+
+/*
+ * A clause that compares an index column with a constant, or NULL where the
+ * operator family has no such operator.
+ */
+static Expr *
+MakeClause(const SupportRequestIndexCondition *request, Expr *column, int strategy, Oid type,
+		   Datum value)
+{
+	Oid member = get_opfamily_member(request->opfamily,
+									 request->index->opcintype[request->indexcol], type, strategy);
+
+	if (!OidIsValid(member))
+		return NULL;
+	return make_opclause(member, BOOLOID, false, column,
+						 (Expr *) makeConst(type, -1, InvalidOid, -1, value, false, false),
+						 InvalidOid, request->index->indexcollations[request->indexcol]);
+}
+
+/*
+ * The clauses of an index that hold every text which begins with a prefix.
+ * Of several ranges it is from the first one's beginning to the last one's
+ * end: what lies between is looked at and left out.
+ */
+static List *
+PrefixClauses(const SupportRequestIndexCondition *request, Expr *column,
+			  const CollationOrder *order, const char *prefix, int length)
+{
+	int32_t offsets[2 * GL_ORDER_RANGES + 1] = {0};
+	LocaleText converted;
+	int room = 64 + 8 * length, count;
+	unsigned char *bounds = palloc(room);
+	Expr *clause;
+	List *clauses = NIL;
+
+	ToLocale(order->locale, prefix, length, &converted);
+	while ((count = gl_order_ranges(order->locale->handle, converted.bytes, converted.length,
+									bounds, room, offsets)) == 0 &&
+		   offsets[0] > room)
+	{
+		room = offsets[0];
+		bounds = repalloc(bounds, room);
+	}
+	if (count <= 0)
+		return NIL;
+	for (int i = 0; i < 2; i++)
+	{
+		int bound = i == 0 ? 0 : 2 * count - 1;
+		int size = offsets[bound + 1] - offsets[bound];
+		bytea *key;
+
+		if (size == 0)
+			continue; /* without a beginning, or an end */
+		key = palloc(VARHDRSZ + size);
+		SET_VARSIZE(key, VARHDRSZ + size);
+		memcpy(VARDATA(key), bounds + offsets[bound], size);
+		clause = MakeClause(request, column,
+							i == 0 ? BTGreaterEqualStrategyNumber : BTLessStrategyNumber, BYTEAOID,
+							PointerGetDatum(key));
+		if (clause)
+			clauses = lappend(clauses, clause);
+	}
+	return clauses;
+}
+
+/*
+ * The clauses of an index that a LIKE stands for, or NIL.
+ */
+static List *
+IndexClauses(SupportRequestIndexCondition *request, Expr *column, const Const *pattern,
+			 Oid collation)
+{
+	const CollationOrder *order;
+	text *value;
+	StringInfoData prefix;
+
+	if (request->index->indexcollations[request->indexcol] != collation)
+		return NIL;
+	order = OrderOfCollation(collation);
+	/* Texts that fewer passes find alike need not begin with the same bytes. */
+	if (order->passes != 0)
+		return NIL;
+	value = DatumGetTextPP(pattern->constvalue);
+	initStringInfo(&prefix);
+	if (PatternPrefix((Rest){VARDATA_ANY(value), VARSIZE_ANY_EXHDR(value)}, &prefix))
+	{
+		Expr *clause =
+			MakeClause(request, column, BTEqualStrategyNumber, TEXTOID,
+					   PointerGetDatum(cstring_to_text_with_len(prefix.data, prefix.len)));
+
+		return clause ? list_make1(clause) : NIL;
+	}
+	return prefix.len > 0 ? PrefixClauses(request, column, order, prefix.data, prefix.len) : NIL;
+}
+
+/*
+ * The planner's question what LIKE comes to in an index.
+ */
+Datum
+qtext_like_support(PG_FUNCTION_ARGS)
+{
+	SupportRequestIndexCondition *request = (SupportRequestIndexCondition *) PG_GETARG_POINTER(0);
+	List *arguments;
+	Oid collation;
+	Node *pattern;
+
+	if (!IsA(request, SupportRequestIndexCondition) || request->indexarg != 0)
+		PG_RETURN_POINTER(NULL);
+	if (IsA(request->node, OpExpr))
+	{
+		arguments = ((OpExpr *) request->node)->args;
+		collation = ((OpExpr *) request->node)->inputcollid;
+	}
+	else if (IsA(request->node, FuncExpr))
+	{
+		arguments = ((FuncExpr *) request->node)->args;
+		collation = ((FuncExpr *) request->node)->inputcollid;
+	}
+	else
+		PG_RETURN_POINTER(NULL);
+	pattern = lsecond(arguments);
+	if (!IsA(pattern, Const) || ((Const *) pattern)->constisnull)
+		PG_RETURN_POINTER(NULL);
+	request->lossy = true;
+	PG_RETURN_POINTER(IndexClauses(request, linitial(arguments), (Const *) pattern, collation));
+}
