@@ -167,6 +167,7 @@ TEST(Symbols, CharactersByARule) {
 TEST(Symbols, InputEndsWhereItShould) {
     Charmap charmap(HEADER + RECORDS);
     EXPECT_EQ(charmap.symbols("A\0B"s, 0), "<alpha>");
+    EXPECT_EQ(charmap.symbols("\x83\0A\0"s, 0), "-1"); // a terminator, though the charmap has 8300
     EXPECT_EQ(charmap.symbols("A\0B"s, 3), "<alpha><NUL><a\\<b>");
     for (const string bad : {"\xFF", "\x81", "\x81\x41"}) { // no character, a cut one, a wrong second byte
         EXPECT_EQ(charmap.symbols("A" + bad), "-1");

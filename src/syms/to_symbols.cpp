@@ -36,10 +36,6 @@ class SymbolWriter {
     int room_, written_ = 0;
 };
 
-bool is_zero(const gl_desc &character) {
-    return std::all_of(character.bytes, character.bytes + character.count, [](uint8_t byte) { return byte == 0; });
-}
-
 // Puts the name of a character; false with GL_ENOSYM when it has none.
 bool mb_to_symbol(gl_charmap *cm, const gl_desc &character, SymbolWriter &out) {
     RangeName buffer;
@@ -58,30 +54,35 @@ bool next_character(gl_charmap *cm, const char *at, int limit, gl_desc &characte
     return false;
 }
 
+// Where terminated text ends: before as many zero bytes as the shortest character has, whatever longer ones a charmap may list.
+const char *end_of(gl_charmap *cm, const char *text) {
+    static constexpr char ZEROS[LONGEST_CHARACTER] = {};
+    const auto unit = static_cast<size_t>(gl_mb_cm_min(cm));
+    while (memcmp(text, ZEROS, unit) != 0) text += unit;
+    return text;
+}
+
+// The symbols of what stands before `end`, which `in` moves up to.
+bool put_symbols(gl_charmap *cm, const char *&in, const char *end, SymbolWriter &out) {
+    gl_desc character;
+    while (in < end) {
+        if (!next_character(cm, in, static_cast<int>(end - in), character) || !mb_to_symbol(cm, character, out)) return false;
+        in += character.count;
+    }
+    return true;
+}
+
 int gl_mbstosyms_null(gl_charmap *cm, char *out, int outsize, const char **in) {
     SymbolWriter writer(out, outsize);
-    const char *at = *in;
-    gl_desc character{};
-    bool good;
-    while ((good = next_character(cm, at, LONGEST_CHARACTER, character)) && !is_zero(character)) {
-        if (!(good = mb_to_symbol(cm, character, writer))) break;
-        at += character.count;
-    }
-    *in = at;
+    const char *const end = end_of(cm, *in);
+    gl_desc terminator;
+    const bool good = put_symbols(cm, *in, end, writer) && next_character(cm, end, gl_mb_cm_min(cm), terminator);
     return good ? writer.result() : -1;
 }
 
 int gl_mbstosyms_len(gl_charmap *cm, char *out, int outsize, const char **in, int inlen) {
     SymbolWriter writer(out, outsize);
-    const char *at = *in, *end = at + inlen;
-    gl_desc character;
-    bool good = true;
-    while (at < end && good) {
-        good = next_character(cm, at, static_cast<int>(end - at), character) && mb_to_symbol(cm, character, writer);
-        if (good) at += character.count;
-    }
-    *in = at;
-    return good ? writer.result() : -1;
+    return put_symbols(cm, *in, *in + inlen, writer) ? writer.result() : -1;
 }
 
 // The bytes of wide characters, a block at a time.
