@@ -224,6 +224,40 @@ CREATE FUNCTION add_locale(locale text, passes int4 DEFAULT 0) RETURNS regcollat
 	LANGUAGE C VOLATILE STRICT PARALLEL UNSAFE;
 CREATE FUNCTION guard() RETURNS int4 AS 'MODULE_PATHNAME', 'qbgl_guard' LANGUAGE C VOLATILE STRICT PARALLEL UNSAFE;
 CREATE FUNCTION unguard() RETURNS int4 AS 'MODULE_PATHNAME', 'qbgl_unguard' LANGUAGE C VOLATILE STRICT PARALLEL UNSAFE;
+
+-- Indexes and partitions that may stand under the order of a locale.
+CREATE VIEW collated_indexes AS
+	SELECT i.indexrelid AS index_oid, i.indrelid AS table_oid
+	FROM pg_catalog.pg_index i
+	WHERE EXISTS (
+		SELECT FROM pg_catalog.unnest(i.indcollation::oid[]) AS u(oid)
+		JOIN pg_catalog.pg_collation c ON c.oid OPERATOR(pg_catalog.=) u.oid
+		WHERE c.collnamespace OPERATOR(pg_catalog.=) 'qbgl'::pg_catalog.regnamespace::pg_catalog.oid);
+CREATE VIEW collated_partitions AS
+	SELECT p.oid::pg_catalog.regclass AS partition, pg_catalog.pg_get_partition_constraintdef(p.oid) AS condition
+	FROM pg_catalog.pg_class p
+	WHERE p.relispartition AND p.relkind OPERATOR(pg_catalog.=) 'r' AND EXISTS (
+		SELECT FROM pg_catalog.pg_partition_ancestors(p.oid) AS a(relid)
+		JOIN pg_catalog.pg_partitioned_table t ON t.partrelid OPERATOR(pg_catalog.=) a.relid
+		CROSS JOIN pg_catalog.unnest(t.partcollation::oid[]) AS u(oid)
+		JOIN pg_catalog.pg_collation c ON c.oid OPERATOR(pg_catalog.=) u.oid
+		WHERE c.collnamespace OPERATOR(pg_catalog.=) 'qbgl'::pg_catalog.regnamespace::pg_catalog.oid);
+
+CREATE FUNCTION check_index(index regclass, locale text DEFAULT NULL) RETURNS text AS 'MODULE_PATHNAME', 'qbgl_check_index'
+	LANGUAGE C VOLATILE PARALLEL UNSAFE;
+CREATE FUNCTION check_indexes(locale text DEFAULT NULL, OUT index regclass, OUT reason text) RETURNS SETOF record
+	LANGUAGE sql VOLATILE PARALLEL UNSAFE
+	BEGIN ATOMIC
+		SELECT c.index, c.reason
+		FROM (SELECT i.index_oid::pg_catalog.regclass AS index, qbgl.check_index(i.index_oid::pg_catalog.regclass, $1) AS reason
+			FROM qbgl.collated_indexes i) AS c
+		WHERE c.reason IS NOT NULL;
+	END;
+CREATE FUNCTION accept(locale text) RETURNS text AS 'MODULE_PATHNAME', 'qbgl_accept' LANGUAGE C VOLATILE STRICT PARALLEL UNSAFE;
+COMMENT ON FUNCTION check_indexes(text) IS 'the indexes that are in another order than the installed data have';
+COMMENT ON FUNCTION accept(text) IS 'remembers the installed order of a locale, once no index is left in another';
+
+REVOKE EXECUTE ON FUNCTION check_index(regclass, text), check_indexes(text), accept(text) FROM PUBLIC;
 REVOKE EXECUTE ON FUNCTION add_locale(text, int4), guard(), unguard(), guard_trigger() FROM PUBLIC;
 COMMENT ON FUNCTION add_locale(text, int4) IS 'makes the collation of a locale, and remembers its order';
 COMMENT ON FUNCTION guard() IS 'keeps the operators of text away from the collations of this schema';

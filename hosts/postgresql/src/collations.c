@@ -17,6 +17,7 @@
 #include "access/genam.h"
 #include "access/htup_details.h"
 #include "access/table.h"
+#include "access/transam.h"
 #include "access/xact.h"
 #include "catalog/indexing.h"
 #include "catalog/namespace.h"
@@ -163,6 +164,8 @@ FindOrderOfCollation(Oid collation)
 
 	if (last && last->collation == collation && last->generation == generation)
 		return last;
+	if (collation < FirstNormalObjectId)
+		return NULL;
 	order = hash_search(orders, &collation, HASH_ENTER, &found);
 	if (!found || order->generation != generation)
 	{

@@ -247,11 +247,8 @@ PreloadLocales(void)
 	pfree(names);
 }
 
-/*
- * Whether a name is one of a locale's.
- */
-static bool
-IsNameOf(const char *name, const QbglLocale *locale)
+bool
+IsNameOfLocale(const char *name, const QbglLocale *locale)
 {
 	char file[LOCALE_FILE_SIZE];
 
@@ -284,7 +281,7 @@ CheckRequired(QbglLocale *locale)
 			ereport(ERROR, (errcode(ERRCODE_INVALID_PARAMETER_VALUE),
 							errmsg("qbgl.require has no fingerprint in \"%s\"", name)));
 		*colon = '\0';
-		if (IsNameOf(name, locale) && strcmp(colon + 1, locale->fingerprint) != 0)
+		if (IsNameOfLocale(name, locale) && strcmp(colon + 1, locale->fingerprint) != 0)
 			ereport(ERROR, (errcode(ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE),
 							errmsg("the order of the locale \"%s\" is not the one that is required",
 								   locale->name),
@@ -311,7 +308,7 @@ FindOtherFingerprint(QbglLocale *locale)
 	{
 		RememberedOrder *row = lfirst(cell);
 
-		if (other == NULL && IsNameOf(row->locale, locale) &&
+		if (other == NULL && IsNameOfLocale(row->locale, locale) &&
 			strcmp(row->fingerprint, locale->fingerprint) != 0)
 			other = pstrdup(row->fingerprint);
 	}
@@ -327,7 +324,8 @@ IsRemembered(QbglLocale *locale)
 	ListCell *cell;
 
 	foreach (cell, rows)
-		remembered = remembered || IsNameOf(((RememberedOrder *) lfirst(cell))->locale, locale);
+		remembered =
+			remembered || IsNameOfLocale(((RememberedOrder *) lfirst(cell))->locale, locale);
 	list_free_deep(rows);
 	return remembered;
 }

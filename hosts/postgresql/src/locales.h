@@ -81,6 +81,9 @@ extern void CheckOrder(QbglLocale *locale);
 extern bool OrderHasChanged(QbglLocale *locale);
 extern bool IsRemembered(QbglLocale *locale);
 
+/* Whether a name is one of a locale's, in any spelling. */
+extern bool IsNameOfLocale(const char *name, const QbglLocale *locale);
+
 /* The library's name of the database's encoding, or NULL where text has none that it knows. */
 extern const char *ServerCodeset(void);
 

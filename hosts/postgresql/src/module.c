@@ -12,6 +12,8 @@
 #include "utils/guc.h"
 #include "utils/memutils.h"
 
+#include "indexes.h"
+
 PG_MODULE_MAGIC;
 
 /* gl_set_directory takes no more. */
@@ -115,6 +117,7 @@ _PG_init(void)
 	gl_setextfunc(NULL, GL_EXT_GETENV, (gl_extfunc) NoEnvironment);
 	InitLocales();
 	InitCollations();
+	InitIndexes();
 	DefineSettings();
 	if (process_shared_preload_libraries_in_progress)
 		PreloadLocales();

@@ -1,0 +1,398 @@
+/*-------------------------------------------------------------------------
+ *
+ * indexes.c
+ *	  Indexes that were built under another order: they are not planned with,
+ *	  found by reading them, and a new order is accepted when none is left.
+ *
+ * Whether an index is in order is read off its pages, and nowhere written
+ * down: it holds after a restore, on a standby and after pg_upgrade, and an
+ * index that the change does not touch need not be built anew.
+ *
+ *-------------------------------------------------------------------------
+ */
+#include "indexes.h"
+
+#include "access/genam.h"
+#include "access/hash.h"
+#include "access/nbtree.h"
+#include "access/relation.h"
+#include "catalog/pg_am.h"
+#include "catalog/pg_type.h"
+#include "executor/spi.h"
+#include "miscadmin.h"
+#include "nodes/pathnodes.h"
+#include "optimizer/plancat.h"
+#include "storage/bufmgr.h"
+#include "storage/lmgr.h"
+#include "utils/builtins.h"
+#include "utils/guc.h"
+#include "utils/inval.h"
+#include "utils/memutils.h"
+#include "utils/rel.h"
+#include "utils/snapmgr.h"
+
+#include "collations.h"
+#include "remembered.h"
+
+PG_FUNCTION_INFO_V1(qbgl_check_index);
+PG_FUNCTION_INFO_V1(qbgl_accept);
+
+static get_relation_info_hook_type next_relation_info = NULL;
+
+/*
+ * Whether an index is in an order that is not the loaded one any more. Raises
+ * that, unless the session allows it.
+ */
+static bool
+HasChangedOrder(const IndexOptInfo *index)
+{
+	bool changed = false;
+
+	for (int i = 0; i < index->nkeycolumns; i++)
+	{
+		const CollationOrder *order = FindOrderOfCollation(index->indexcollations[i]);
+
+		if (order == NULL)
+			continue;
+		CheckOrder(order->locale);
+		changed = changed || order->locale->order == ORDER_CHANGED;
+	}
+	return changed;
+}
+
+/*
+ * Looks at the indexes of a relation before anything is planned with them: a
+ * scan in the order of an index compares nothing, and would notice nothing.
+ * Where the session allows a changed order, its indexes are left alone.
+ */
+static void
+LookAtIndexes(PlannerInfo *root, Oid relation, bool is_parent, RelOptInfo *info)
+{
+	ListCell *cell;
+
+	if (next_relation_info)
+		next_relation_info(root, relation, is_parent, info);
+	foreach (cell, info->indexlist)
+		if (HasChangedOrder(lfirst(cell)))
+			info->indexlist = foreach_delete_current(info->indexlist, cell);
+}
+
+void
+InitIndexes(void)
+{
+	next_relation_info = get_relation_info_hook;
+	get_relation_info_hook = LookAtIndexes;
+}
+
+/*
+ * Copies a page of an index.  False for one that holds nothing.
+ */
+static bool
+CopyPage(Relation index, BlockNumber block, BufferAccessStrategy strategy, char *page)
+{
+	Buffer buffer = ReadBufferExtended(index, MAIN_FORKNUM, block, RBM_NORMAL, strategy);
+
+	LockBuffer(buffer, BT_READ);
+	memcpy(page, BufferGetPage(buffer), BLCKSZ);
+	UnlockReleaseBuffer(buffer);
+	return !PageIsNew(page) && !P_IGNORE(BTPageGetOpaque(page));
+}
+
+/*
+ * Whether an item comes before, or stands with, one of another page.
+ */
+static bool
+ItemsInOrder(Relation index, Page page, OffsetNumber offset, Page other_page, OffsetNumber other)
+{
+	IndexTuple item = (IndexTuple) PageGetItem(page, PageGetItemId(page, offset));
+
+	return _bt_compare(index, _bt_mkscankey(index, item), other_page, other) <= 0;
+}
+
+/*
+ * The first item of a page that has a key: inside the tree the first stands
+ * for all that is less.
+ */
+static OffsetNumber
+FirstKey(Page page)
+{
+	BTPageOpaque opaque = BTPageGetOpaque(page);
+
+	return P_FIRSTDATAKEY(opaque) + (P_ISLEAF(opaque) ? 0 : 1);
+}
+
+/*
+ * Whether the items of a page are in order, and within its bounds.
+ */
+static bool
+PageInOrder(Relation index, Page page)
+{
+	BTPageOpaque opaque = BTPageGetOpaque(page);
+	OffsetNumber last = PageGetMaxOffsetNumber(page);
+
+	for (OffsetNumber at = FirstKey(page); at < last; at++)
+		if (!ItemsInOrder(index, page, at, page, at + 1))
+			return false;
+	return P_RIGHTMOST(opaque) || last < FirstKey(page) ||
+		   ItemsInOrder(index, page, last, page, P_HIKEY);
+}
+
+/*
+ * Whether the next page that holds something begins behind a page's bound.
+ */
+static bool
+NextPageInOrder(Relation index, Page page, BufferAccessStrategy strategy, char *next_page)
+{
+	BlockNumber next = BTPageGetOpaque(page)->btpo_next;
+
+	while (next != P_NONE)
+	{
+		if (CopyPage(index, next, strategy, next_page))
+			return PageGetMaxOffsetNumber(next_page) < FirstKey(next_page) ||
+				   ItemsInOrder(index, page, P_HIKEY, next_page, FirstKey(next_page));
+		CHECK_FOR_INTERRUPTS();
+		next = BTPageGetOpaque(next_page)->btpo_next;
+	}
+	return true;
+}
+
+/*
+ * Whether a btree is in the order that its operator classes have now.  All
+ * its pages are looked at, those inside the tree, too: their keys may be those
+ * of rows that are gone, and a search goes by them.
+ */
+static bool
+BtreeInOrder(Relation index)
+{
+	BufferAccessStrategy strategy = GetAccessStrategy(BAS_BULKREAD);
+	BlockNumber count = RelationGetNumberOfBlocks(index);
+	char *page = palloc(BLCKSZ);
+	char *next_page = palloc(BLCKSZ);
+	MemoryContext context =
+		AllocSetContextCreate(CurrentMemoryContext, "qbgl index page", ALLOCSET_DEFAULT_SIZES);
+	MemoryContext previous = MemoryContextSwitchTo(context);
+	bool in_order = true;
+
+	for (BlockNumber block = BTREE_METAPAGE + 1; block < count && in_order; block++)
+	{
+		CHECK_FOR_INTERRUPTS();
+		if (CopyPage(index, block, strategy, page))
+			in_order =
+				PageInOrder(index, page) && NextPageInOrder(index, page, strategy, next_page);
+		MemoryContextReset(context);
+	}
+	MemoryContextSwitchTo(previous);
+	MemoryContextDelete(context);
+	pfree(page);
+	pfree(next_page);
+	FreeAccessStrategy(strategy);
+	return in_order;
+}
+
+/*
+ * Whether an index stands under the order of a locale (of any, for NULL) in a
+ * way that the order decides what it holds: hashes of whole texts do not ask it.
+ */
+static bool
+DependsOnOrder(Relation index, const QbglLocale *locale)
+{
+	for (int i = 0; i < IndexRelationGetNumberOfKeyAttributes(index); i++)
+	{
+		const CollationOrder *order = FindOrderOfCollation(index->rd_indcollation[i]);
+
+		if (order && (locale == NULL || order->locale == locale) &&
+			(index->rd_rel->relam != HASH_AM_OID || order->passes != 0))
+			return true;
+	}
+	return false;
+}
+
+/*
+ * Allows a changed order up to the end of a level, which AtEOXact_GUC ends.
+ */
+static int
+AllowChangedOrder(void)
+{
+	int level = NewGUCNestLevel();
+
+	(void) set_config_option("qbgl.allow_changed_order", "on", PGC_USERSET, PGC_S_SESSION,
+							 GUC_ACTION_SAVE, true, 0, false);
+	return level;
+}
+
+/*
+ * qbgl.check_index(index regclass, locale text) returns text
+ *
+ * What is wrong with an index under the order that is loaded, or null. With a
+ * locale, indexes of others are not looked at.
+ */
+Datum
+qbgl_check_index(PG_FUNCTION_ARGS)
+{
+	const QbglLocale *locale =
+		PG_ARGISNULL(1) ? NULL : LoadLocale(text_to_cstring(PG_GETARG_TEXT_PP(1)));
+	const char *verdict = NULL;
+	Relation index;
+	int level;
+
+	if (PG_ARGISNULL(0))
+		PG_RETURN_NULL();
+	index = try_relation_open(PG_GETARG_OID(0), AccessShareLock);
+	if (index == NULL)
+		PG_RETURN_NULL();
+	if (index->rd_rel->relkind == RELKIND_INDEX && !RELATION_IS_OTHER_TEMP(index) &&
+		DependsOnOrder(index, locale))
+	{
+		level = AllowChangedOrder();
+		if (index->rd_rel->relam != BTREE_AM_OID)
+			verdict = INDEX_UNKNOWN;
+		else if (!BtreeInOrder(index))
+			verdict = INDEX_OUT_OF_ORDER;
+		AtEOXact_GUC(false, level);
+	}
+	relation_close(index, AccessShareLock);
+	if (verdict == NULL)
+		PG_RETURN_NULL();
+	PG_RETURN_TEXT_P(cstring_to_text(verdict));
+}
+
+static void
+Execute(const char *statement, int expected)
+{
+	if (SPI_execute(statement, false, 0) != expected)
+		elog(ERROR, "could not execute \"%s\"", statement);
+}
+
+/*
+ * Keeps all indexes of our collations from being written to, up to the end of the transaction, and has plans made anew then.
+ */
+static void
+LockTables(void)
+{
+	Execute("SELECT DISTINCT table_oid FROM qbgl.collated_indexes", SPI_OK_SELECT);
+	for (uint64 row = 0; row < SPI_processed; row++)
+	{
+		bool is_null;
+		Oid table = DatumGetObjectId(
+			SPI_getbinval(SPI_tuptable->vals[row], SPI_tuptable->tupdesc, 1, &is_null));
+
+		LockRelationOid(table, ShareLock);
+		CacheInvalidateRelcacheByRelid(table);
+	}
+}
+
+/*
+ * Ensure that no index of a locale is out of order; those that no one can tell
+ * of are built anew.
+ */
+static void
+CheckIndexes(const QbglLocale *locale)
+{
+	SPITupleTable *found;
+	uint64 count;
+
+	Execute(psprintf("SELECT index, reason FROM qbgl.check_indexes(%s)",
+					 quote_literal_cstr(locale->name)),
+			SPI_OK_SELECT);
+	found = SPI_tuptable;
+	count = SPI_processed;
+	for (uint64 row = 0; row < count; row++)
+	{
+		char *index = SPI_getvalue(found->vals[row], found->tupdesc, 1);
+		char *reason = SPI_getvalue(found->vals[row], found->tupdesc, 2);
+
+		if (strcmp(reason, INDEX_OUT_OF_ORDER) == 0)
+			ereport(ERROR,
+					(errcode(ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE),
+					 errmsg("the index %s is in another order than the installed data of the "
+							"locale \"%s\" have",
+							index, locale->name),
+					 errhint("SET qbgl.allow_changed_order = on; REINDEX INDEX %s; "
+							 "qbgl.check_indexes() lists all such indexes.",
+							 index)));
+	}
+	for (uint64 row = 0; row < count; row++)
+		Execute(psprintf("REINDEX INDEX %s", SPI_getvalue(found->vals[row], found->tupdesc, 1)),
+				SPI_OK_UTILITY);
+}
+
+/*
+ * Ensure that the rows of each partition belong there.
+ */
+static void
+CheckPartitions(const QbglLocale *locale)
+{
+	SPITupleTable *found;
+	uint64 count;
+
+	Execute("SELECT partition, condition FROM qbgl.collated_partitions", SPI_OK_SELECT);
+	found = SPI_tuptable;
+	count = SPI_processed;
+	for (uint64 row = 0; row < count; row++)
+	{
+		char *partition = SPI_getvalue(found->vals[row], found->tupdesc, 1);
+
+		Execute(psprintf("SELECT FROM ONLY %s WHERE NOT (%s) LIMIT 1", partition,
+						 SPI_getvalue(found->vals[row], found->tupdesc, 2)),
+				SPI_OK_SELECT);
+		if (SPI_processed > 0)
+			ereport(
+				ERROR,
+				(errcode(ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE),
+				 errmsg("the partition %s has rows that do not belong there under the installed "
+						"data of the locale \"%s\"",
+						partition, locale->name),
+				 errhint("Detach the partition, and insert its rows into the table anew.")));
+	}
+}
+
+/*
+ * Writes the loaded order down as the remembered one, under all names that the
+ * locale goes by.
+ */
+static void
+RememberLoadedOrder(const QbglLocale *locale)
+{
+	List *rows = ReadRemembered();
+	ListCell *cell;
+
+	foreach (cell, rows)
+	{
+		const char *name = ((RememberedOrder *) lfirst(cell))->locale;
+		Oid types[2] = {TEXTOID, TEXTOID};
+		Datum values[2] = {CStringGetTextDatum(name), CStringGetTextDatum(locale->fingerprint)};
+
+		if (IsNameOfLocale(name, locale) &&
+			SPI_execute_with_args(
+				"UPDATE qbgl.remembered_orders SET fingerprint = $2 WHERE locale = $1", 2, types,
+				values, NULL, false, 0) != SPI_OK_UPDATE)
+			elog(ERROR, "could not write to qbgl.remembered_orders");
+	}
+}
+
+/*
+ * qbgl.accept(locale text) returns text
+ *
+ * Remembers the order of a locale that is loaded now, once no index is left in
+ * another one.  The result is its fingerprint.
+ */
+Datum
+qbgl_accept(PG_FUNCTION_ARGS)
+{
+	QbglLocale *locale = LoadLocale(text_to_cstring(PG_GETARG_TEXT_PP(0)));
+	int level;
+
+	if (OrderHasChanged(locale))
+	{
+		if (SPI_connect() != SPI_OK_CONNECT)
+			elog(ERROR, "could not connect to the SPI manager");
+		level = AllowChangedOrder();
+		LockTables();
+		CheckIndexes(locale);
+		CheckPartitions(locale);
+		RememberLoadedOrder(locale);
+		AtEOXact_GUC(false, level);
+		SPI_finish();
+	}
+	PG_RETURN_TEXT_P(cstring_to_text(locale->fingerprint));
+}
