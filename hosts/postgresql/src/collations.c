@@ -21,6 +21,7 @@
 #include "access/xact.h"
 #include "catalog/indexing.h"
 #include "catalog/namespace.h"
+#include "catalog/objectaccess.h"
 #include "catalog/pg_collation.h"
 #include "catalog/pg_type.h"
 #include "commands/dbcommands.h"
@@ -48,6 +49,15 @@ PG_FUNCTION_INFO_V1(qbgl_guard);
 PG_FUNCTION_INFO_V1(qbgl_unguard);
 PG_FUNCTION_INFO_V1(qbgl_guard_trigger);
 
+/* A collation that pg_upgrade makes, while its guard is put aside. */
+typedef struct PutAside
+{
+	Oid collation; /* or InvalidOid */
+	char version[NAMEDATALEN];
+} PutAside;
+
+static object_access_hook_type next_object_access = NULL;
+static PutAside put_aside = {InvalidOid};
 static HTAB *orders = NULL;
 /* Raised when a collation may have become another. */
 static uint64 collation_generation = 1;
@@ -56,16 +66,6 @@ static void
 CollationChanged(Datum argument, int cache, uint32 hash)
 {
 	collation_generation++;
-}
-
-void
-InitCollations(void)
-{
-	HASHCTL info = {.keysize = sizeof(Oid), .entrysize = sizeof(CollationOrder)};
-
-	info.hcxt = TopMemoryContext;
-	orders = hash_create("qbgl collations", 16, &info, HASH_ELEM | HASH_BLOBS | HASH_CONTEXT);
-	CacheRegisterSyscacheCallback(COLLOID, CollationChanged, (Datum) 0);
 }
 
 /*
@@ -367,6 +367,74 @@ GuardCollations(bool set)
 	table_close(catalog, RowExclusiveLock);
 	CommandCounterIncrement();
 	return changed;
+}
+
+/*
+ * Sets the guard of a collation that may have gone, or takes it away and tells
+ * what it was.
+ */
+static void
+ReplaceGuard(Oid collation, const char *version, char old_version[NAMEDATALEN])
+{
+	Relation catalog = table_open(CollationRelationId, RowExclusiveLock);
+	HeapTuple tuple = SearchSysCacheCopy1(COLLOID, ObjectIdGetDatum(collation));
+	bool is_null = true;
+	Datum value = (Datum) 0;
+
+	if (HeapTupleIsValid(tuple) && ((Form_pg_collation) GETSTRUCT(tuple))->collnamespace ==
+									   get_namespace_oid(QBGL_SCHEMA, true))
+		value =
+			heap_getattr(tuple, Anum_pg_collation_collversion, RelationGetDescr(catalog), &is_null);
+	if (HeapTupleIsValid(tuple) && is_null == (version != NULL))
+	{
+		if (!is_null)
+			strlcpy(old_version, TextDatumGetCString(value), NAMEDATALEN);
+		GuardCollation(catalog, tuple, version);
+		CommandCounterIncrement();
+	}
+	table_close(catalog, RowExclusiveLock);
+}
+
+/*
+ * pg_upgrade alone makes collations with their versions, and the server then
+ * asks for the collation, which the guard is to prevent.  So it is put aside
+ * up to the end of that transaction.
+ */
+static void
+PutGuardAside(ObjectAccessType access, Oid class, Oid object, int sub_object, void *argument)
+{
+	if (next_object_access)
+		next_object_access(access, class, object, sub_object, argument);
+	if (access != OAT_POST_CREATE || class != CollationRelationId)
+		return;
+	CommandCounterIncrement();
+	put_aside.version[0] = '\0';
+	ReplaceGuard(object, NULL, put_aside.version);
+	put_aside.collation = put_aside.version[0] != '\0' ? object : InvalidOid;
+}
+
+static void
+PutGuardBack(XactEvent event, void *argument)
+{
+	if (event == XACT_EVENT_PRE_COMMIT && OidIsValid(put_aside.collation))
+		ReplaceGuard(put_aside.collation, put_aside.version, NULL);
+	put_aside.collation = InvalidOid;
+}
+
+void
+InitCollations(void)
+{
+	HASHCTL info = {.keysize = sizeof(Oid), .entrysize = sizeof(CollationOrder)};
+
+	info.hcxt = TopMemoryContext;
+	orders = hash_create("qbgl collations", 16, &info, HASH_ELEM | HASH_BLOBS | HASH_CONTEXT);
+	CacheRegisterSyscacheCallback(COLLOID, CollationChanged, (Datum) 0);
+	if (IsBinaryUpgrade)
+	{
+		next_object_access = object_access_hook;
+		object_access_hook = PutGuardAside;
+		RegisterXactCallback(PutGuardBack, NULL);
+	}
 }
 
 /*

@@ -196,12 +196,30 @@ BtreeInOrder(Relation index)
 static bool
 DependsOnOrder(Relation index, const QbglLocale *locale)
 {
+	bool is_hash = index->rd_rel->relam == HASH_AM_OID;
+
 	for (int i = 0; i < IndexRelationGetNumberOfKeyAttributes(index); i++)
 	{
 		const CollationOrder *order = FindOrderOfCollation(index->rd_indcollation[i]);
 
 		if (order && (locale == NULL || order->locale == locale) &&
-			(index->rd_rel->relam != HASH_AM_OID || order->passes != 0))
+			(!is_hash || order->passes != 0))
+			return true;
+	}
+	return false;
+}
+
+/*
+ * The same of an order that is not the remembered one.
+ */
+static bool
+DependsOnChangedOrder(Relation index)
+{
+	for (int i = 0; i < IndexRelationGetNumberOfKeyAttributes(index); i++)
+	{
+		const CollationOrder *order = FindOrderOfCollation(index->rd_indcollation[i]);
+
+		if (order && OrderHasChanged(order->locale))
 			return true;
 	}
 	return false;
@@ -244,10 +262,10 @@ qbgl_check_index(PG_FUNCTION_ARGS)
 		DependsOnOrder(index, locale))
 	{
 		level = AllowChangedOrder();
-		if (index->rd_rel->relam != BTREE_AM_OID)
-			verdict = INDEX_UNKNOWN;
-		else if (!BtreeInOrder(index))
-			verdict = INDEX_OUT_OF_ORDER;
+		if (index->rd_rel->relam == BTREE_AM_OID)
+			verdict = BtreeInOrder(index) ? NULL : INDEX_OUT_OF_ORDER;
+		else
+			verdict = DependsOnChangedOrder(index) ? INDEX_UNKNOWN : NULL;
 		AtEOXact_GUC(false, level);
 	}
 	relation_close(index, AccessShareLock);
