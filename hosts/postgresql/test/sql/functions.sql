@@ -23,7 +23,7 @@ SELECT qbgl.upper('iyi ışık', 'tr_TR.utf8'), qbgl.lower('IYI IŞIK', 'tr_TR.u
 -- As the locale's own codeset has them; what that has not cannot be brought into it.
 \a
 SELECT refusal('SELECT qbgl.' || call) FROM (VALUES
-  (1, $$key('渡', 'cs_CZ.8859-2')$$),
+  (0, $$key('渡', 'cs_CZ.8859-2')$$),
   (1, $$key('x—', 'ja_JP.sjis')$$),
   (2, $$key('a', 'xx_XX.utf8')$$),
   (3, $$key('a', '../lc11/cs_cz/e006')$$),

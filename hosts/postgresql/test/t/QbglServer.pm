@@ -10,7 +10,7 @@ use File::Path qw(make_path);
 use PostgreSQL::Test::Cluster;
 use PostgreSQL::Test::Utils;
 
-our @EXPORT = qw(new_server new_tree replace_locale refused);
+our @EXPORT = qw(new_server new_tree replace_locale fill_people refused);
 
 # A cluster of UTF-8 that is not started yet; lines for its configuration may follow.
 sub new_server
@@ -19,7 +19,7 @@ sub new_server
 	my $node = PostgreSQL::Test::Cluster->new($name);
 
 	$node->init(allows_streaming => 1, extra => [ '--encoding=UTF8', '--locale=C.UTF-8' ]);
-	$node->append_conf('postgresql.conf', "$_\n") for @settings;
+	$node->append_conf('postgresql.conf', "$_\n") for 'search_path = \'"$user", public, qbgl\'', @settings;
 	return $node;
 }
 
@@ -46,6 +46,22 @@ sub new_tree
 	copy("$ENV{QBGL_TREE}/vrn/lc11/default.lco", "$tree/vrn/lc11/default.lco") or die "default.lco: $!";
 	replace_locale($tree, $_, $_) for @locales;
 	return $tree;
+}
+
+# A table of 16,000 names in the Czech order, with an index.
+sub fill_people
+{
+	my ($node) = @_;
+
+	$node->safe_psql('postgres', q(
+		CREATE EXTENSION qbgl;
+		SELECT qbgl.add_locale('cs_CZ.utf8');
+		CREATE TABLE people (name qbgl.qtext COLLATE qbgl."cs_CZ");
+		INSERT INTO people SELECT syllable || i
+		  FROM unnest('{cha,Ci,Če,ha,Iv,ži,zu,č}'::text[]) syllable, generate_series(1, 2000) i;
+		CREATE INDEX people_name_idx ON people (name);
+		ANALYZE people;));
+	return;
 }
 
 # What the server says when it refuses a statement; empty where it does not.
