@@ -13,6 +13,16 @@ SELECT qbgl.convert_from('\xC8819296', 'cp037') AS ebcdic, qbgl.convert_from('\x
        qbgl.upper('žižka', 'cs_CZ.8859-2') AS upper, qbgl.upper('žižka', 'cs_CZ.utf8') AS upper_utf8;
 -- Keys do not depend on the encoding of the database.
 SELECT qbgl.key('Žižka', 'cs_CZ.utf8') = :'utf8_key' AS utf8_key, qbgl.key('Žižka', 'cs_CZ.8859-2') = :'latin2_key' AS latin2_key;
+-- The type takes the locale in the database's own codeset where there is one; the order is that of utf8.
+SELECT qbgl.add_locale('cs_CZ.8859-2') AS own, qbgl.add_locale('cs_CZ.utf8') AS utf8, qbgl.add_locale('fr_FR.utf8') AS converted;
+SET search_path = public, qbgl;
+CREATE TABLE words (own qtext COLLATE "cs_CZ", utf8 qtext COLLATE "cs_CZ.utf8");
+INSERT INTO words SELECT word, word FROM unnest(ARRAY['chata', 'Žižka', 'hora', 'ivan', 'cihla', 'čaj']) word;
+CREATE INDEX ON words (own);
+CREATE INDEX ON words USING hash (utf8);
+SELECT string_agg(own::text, ' ' ORDER BY own) AS own, string_agg(utf8::text, ' ' ORDER BY utf8) AS utf8,
+       string_agg(own::text, ' ') FILTER (WHERE own LIKE 'c%') AS c, count(*) FILTER (WHERE utf8 = 'Žižka' AND own = 'Žižka') AS one FROM words;
+RESET search_path;
 -- Offsets are those of the bytes that were given.
 SELECT qbgl.convert_to('áéŽ', '8859-1');
 SELECT qbgl.convert_from('\x41936E', 'sjis');

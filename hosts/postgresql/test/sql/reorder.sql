@@ -1,0 +1,65 @@
+-- Another order in the place of the remembered one: the tree's Czech is German then.
+SELECT current_setting('qbgl.directory') AS tree, current_setting('data_directory') || '/other' AS other \gset
+\setenv TREE :tree
+\setenv OTHER :other
+\! cp -Rs "$TREE" "$OTHER" && ln -sf "$TREE/vrn/lc11/de_de/e01c.lco" "$OTHER/vrn/lc11/cs_cz/e01c.lco"
+DROP TABLE IF EXISTS words, names, hashed, ranged;
+SET search_path = public, qbgl;
+SET enable_seqscan = off;
+SET jit = off;
+CREATE FUNCTION masked(statement text) RETURNS text LANGUAGE sql AS
+  $$ SELECT regexp_replace(refusal(statement), '[0-9a-f]{16}', 'FINGERPRINT', 'g') $$;
+CREATE TABLE words (word qtext COLLATE "cs_CZ");
+INSERT INTO words VALUES ('had'), ('chata'), ('ivan'), ('cihla');
+CREATE INDEX words_word ON words (word);
+CREATE TABLE untouched (word qtext COLLATE "cs_CZ" PRIMARY KEY);
+INSERT INTO untouched VALUES ('a'), ('b');
+CREATE TABLE names (name qtext COLLATE "cs_CZ_1");
+INSERT INTO names VALUES ('chata'), ('Čapek');
+CREATE INDEX names_hash ON names USING hash (name);
+CREATE TABLE ranged (name qtext COLLATE "cs_CZ") PARTITION BY RANGE (name);
+CREATE TABLE ranged_a PARTITION OF ranged FOR VALUES FROM (MINVALUE) TO ('h');
+CREATE TABLE ranged_h PARTITION OF ranged FOR VALUES FROM ('h') TO (MAXVALUE);
+INSERT INTO ranged SELECT word FROM words;
+EXPLAIN (COSTS OFF) SELECT word FROM words ORDER BY word;
+SELECT * FROM check_indexes();
+
+-- Neither a comparison nor a scan in the order of an index, which compares nothing, goes on; nor does REINDEX.
+SET qbgl.directory = :'other';
+\a
+\t
+SELECT masked(statement) FROM (VALUES
+  (1, $$SELECT 'a' < ('b'::qtext COLLATE "cs_CZ")$$),
+  (2, $$SELECT word FROM words ORDER BY word$$),
+  (3, $$INSERT INTO words VALUES ('co')$$),
+  (4, $$SELECT qbgl.key('a', 'cs_CZ.utf8')$$),
+  (5, $$REINDEX TABLE words$$),
+  (6, $$SELECT 'a' < ('b'::qtext COLLATE "th_TH@dict")$$)) t(number, statement) ORDER BY number;
+
+-- Where it is allowed, indexes of the old order are not read. It is accepted when none is left.
+SET qbgl.allow_changed_order = on;
+SELECT masked($$SELECT accept('cs_CZ.utf8')$$);
+\t
+\a
+EXPLAIN (COSTS OFF) SELECT word FROM words ORDER BY word;
+SELECT string_agg(word::text, ' ' ORDER BY word) AS german FROM words;
+SELECT * FROM check_indexes() ORDER BY index::text;
+REINDEX INDEX words_word;
+REINDEX TABLE ranged;
+SELECT accept('cs_CZ.utf8');
+WITH moved AS (DELETE FROM ranged_h RETURNING name) INSERT INTO ranged SELECT name FROM moved;
+SELECT accept('cs_CZ.utf8') = fingerprint('de_DE.utf8') AS accepted;
+RESET qbgl.allow_changed_order;
+SELECT * FROM check_indexes();
+EXPLAIN (COSTS OFF) SELECT word FROM words ORDER BY word;
+SELECT count(*) FROM names WHERE name = 'CAPEK';
+SELECT collversion = fingerprint('de_DE.utf8') AS guarded FROM pg_collation WHERE collname = 'cs_CZ_1';
+
+-- So the old order is the foreign one now; a session may insist on either.
+\a
+\t
+RESET qbgl.directory;
+SELECT masked($$SELECT word FROM words ORDER BY word$$);
+SET qbgl.directory = :'other';
+SET qbgl.require = 'cs_CZ.UTF-8:0123456789abcdef,de_DE.utf8:0123456789abcdef';
+SELECT masked($$SELECT word FROM words ORDER BY word$$);
