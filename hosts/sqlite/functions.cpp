@@ -1,0 +1,173 @@
+#include "functions.h"
+
+#include "collations.h"
+#include "like.h"
+#include "remembered.h"
+#include "text.h"
+
+namespace qbgl_sqlite {
+
+namespace {
+
+// What a function is called with.
+class Call {
+  public:
+    Call(sqlite3_context *context, int count, sqlite3_value **values) : context_(context), count_(count), values_(values) {}
+
+    Connection &connection() const { return **shared(); }
+    const std::shared_ptr<Connection> *shared() const {
+        return static_cast<const std::shared_ptr<Connection> *>(sqlite3_user_data(context_));
+    }
+    bool has(int i) const { return i < count_ && sqlite3_value_type(values_[i]) != SQLITE_NULL; }
+    // Bytes of a BLOB, UTF-8 of anything else.
+    std::string_view bytes(int i) const {
+        const bool blob = sqlite3_value_type(values_[i]) == SQLITE_BLOB;
+        const void *const bytes = blob ? sqlite3_value_blob(values_[i]) : sqlite3_value_text(values_[i]);
+        const auto size = static_cast<size_t>(sqlite3_value_bytes(values_[i]));
+        if (bytes == nullptr && size > 0) throw std::bad_alloc();
+        return {static_cast<const char *>(bytes), size};
+    }
+    int passes(int i) const {
+        if (!has(i)) return 0;
+        const int passes = sqlite3_value_int(values_[i]);
+        if (passes < -1 || passes > GL_MAX_PASSES)
+            throw Error("passes are 1 to 8, -1 for all, or 0 for all and the bytes behind them");
+        return passes;
+    }
+    const Locale &locale(int i) const { return connection().locale(bytes(i)); }
+
+    void result(int number) const { sqlite3_result_int(context_, number); }
+    void text(std::string_view text) const {
+        sqlite3_result_text64(context_, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+    }
+    void blob(std::string_view bytes) const { sqlite3_result_blob64(context_, bytes.data(), bytes.size(), SQLITE_TRANSIENT); }
+
+  private:
+    sqlite3_context *context_;
+    int count_;
+    sqlite3_value **values_;
+};
+
+void key(const Call &call) { call.blob(call.locale(1).key(call.bytes(0), call.passes(2))); }
+
+void compare(const Call &call) { call.result(call.locale(2).compare(call.bytes(0), call.bytes(1), call.passes(3))); }
+
+void like(const Call &call) {
+    const std::string_view escape = call.has(4) ? call.bytes(4) : std::string_view();
+    if (!escape.empty() && character_length(escape) != escape.size()) throw Error("an escape is one character");
+    call.result(like(call.locale(2), call.bytes(0), call.bytes(1), call.passes(3), escape) ? 1 : 0);
+}
+
+void change_case(const Call &call, int (*change)(gl_locale *, char *, int, const char *, int)) {
+    const std::string_view text = call.bytes(0);
+    const Locale &locale = call.connection().any_locale(call.bytes(1));
+    if (const size_t bad = first_bad(text); bad < text.size()) throw Error("no character of utf8" + place(text, bad));
+    std::string changed(text.size() + 16, '\0');
+    for (;;) {
+        gl_clear_errno(locale.handle());
+        const int size =
+            change(locale.handle(), changed.data(), static_cast<int>(changed.size()), text.data(), static_cast<int>(text.size()));
+        if (size >= 0) {
+            call.text(std::string_view(changed).substr(0, static_cast<size_t>(size)));
+            return;
+        }
+        if (gl_errno(locale.handle()) != GL_E2BIG) throw Error(gl_strerror(gl_errno(locale.handle())));
+        changed.resize(changed.size() + changed.size() / 2);
+    }
+}
+void upper(const Call &call) { change_case(call, gl_tombfsupper); }
+void lower(const Call &call) { change_case(call, gl_tombfslower); }
+
+void convert(const Call &call) {
+    const Converters::Result converted = call.connection().converters.convert(call.bytes(0), call.bytes(1), call.bytes(2));
+    converted.is_utf8 ? call.text(converted.text) : call.blob(converted.text);
+}
+
+void fingerprint(const Call &call) { call.text(call.connection().any_locale(call.bytes(0)).fingerprint()); }
+
+void collation(const Call &call) {
+    Connection &connection = call.connection();
+    const std::string name(call.bytes(1));
+    const int passes = call.passes(2);
+    if (name.empty() || name.find('\0') != std::string::npos) throw Error("a collation needs a name");
+    connection.named.push_back({name, connection.any_locale(call.bytes(0)).name(), passes});
+    make_collation(*call.shared(), call.locale(0), name, passes);
+    call.text(name);
+}
+
+void remember_orders(const Call &call) { call.result(remember(*call.shared())); }
+
+void accept_order(const Call &call) {
+    accept(call.connection(), call.bytes(0));
+    call.text(call.connection().any_locale(call.bytes(0)).fingerprint());
+}
+
+void last_error(const Call &call) {
+    if (!call.connection().last_error().empty()) call.text(call.connection().last_error());
+}
+
+using Body = void (*)(const Call &);
+
+// What is null is not looked at: the result is null, too.
+template <Body BODY, int NEEDED> void run(sqlite3_context *context, int count, sqlite3_value **values) {
+    const Call call(context, count, values);
+    for (int i = 0; i < NEEDED; ++i)
+        if (!call.has(i)) return;
+    try {
+        BODY(call);
+    } catch (const std::bad_alloc &) {
+        sqlite3_result_error_nomem(context);
+    } catch (const std::length_error &) {
+        sqlite3_result_error_toobig(context);
+    } catch (const Error &error) {
+        sqlite3_result_error(context, error.what(), -1);
+        sqlite3_result_error_code(context, call.connection().note(error));
+    }
+}
+
+void destroy(void *connection) { delete static_cast<std::shared_ptr<Connection> *>(connection); }
+
+constexpr int PURE = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS, ACTS = SQLITE_UTF8 | SQLITE_DIRECTONLY;
+
+constexpr struct {
+    const char *name;
+    int fewest, most; // arguments
+    int flags;
+    void (*run)(sqlite3_context *, int, sqlite3_value **);
+} FUNCTIONS[] = {
+    {"qbgl_key", 2, 3, PURE, run<key, 2>},
+    {"qbgl_compare", 3, 4, PURE, run<compare, 3>},
+    {"qbgl_like", 3, 5, PURE, run<like, 3>},
+    {"qbgl_upper", 2, 2, PURE, run<upper, 2>},
+    {"qbgl_lower", 2, 2, PURE, run<lower, 2>},
+    {"qbgl_convert", 3, 3, PURE, run<convert, 3>},
+    {"qbgl_fingerprint", 1, 1, PURE, run<fingerprint, 1>},
+    {"qbgl_collation", 2, 3, ACTS, run<collation, 2>},
+    {"qbgl_remember", 0, 0, ACTS, run<remember_orders, 0>},
+    {"qbgl_accept", 1, 1, ACTS, run<accept_order, 1>},
+    {"qbgl_last_error", 0, 0, SQLITE_UTF8 | SQLITE_INNOCUOUS, run<last_error, 0>}, // the last: by it is_equipped goes
+};
+
+} // namespace
+
+bool is_equipped(sqlite3 *db) {
+    sqlite3_stmt *statement = nullptr;
+    const bool known = sqlite3_prepare_v2(db, "SELECT qbgl_last_error()", -1, &statement, nullptr) == SQLITE_OK;
+    sqlite3_finalize(statement);
+    return known;
+}
+
+int make_functions(const std::shared_ptr<Connection> &connection) {
+    for (const auto &function : FUNCTIONS) {
+        for (int count = function.fewest; count <= function.most; ++count) {
+            auto *const data = new (std::nothrow) std::shared_ptr<Connection>(connection);
+            if (data == nullptr) return SQLITE_NOMEM;
+            const int result = sqlite3_create_function_v2(connection->db(), function.name, count, function.flags, data,
+                                                          function.run, nullptr, nullptr, destroy);
+            if (result != SQLITE_OK) return result; // SQLite has destroyed the data
+        }
+    }
+    return SQLITE_OK;
+}
+
+} // namespace qbgl_sqlite

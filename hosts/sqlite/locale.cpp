@@ -1,0 +1,117 @@
+#include "locale.h"
+
+#include "process.h"
+#include "statement.h"
+#include "text.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+namespace qbgl_sqlite {
+
+namespace {
+
+constexpr size_t LONGEST_NAME = 48;
+constexpr char CODESET[] = "utf8";
+
+// Nothing that could lead out of the tree: no slash, no NUL, no mark that stands for a slash.
+bool is_name(std::string_view name) {
+    const auto is_letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    const auto is_taken = [&](char c) {
+        return is_letter(c) || (c >= '0' && c <= '9') || c == '_' || c == '-' || c == '.' || c == '@';
+    };
+    return name.size() >= 5 && name.size() <= LONGEST_NAME && is_letter(name[0]) && name.find('_') == 2 &&
+           std::all_of(name.begin(), name.end(), is_taken) && name.find("..") == std::string_view::npos;
+}
+
+char lower(char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c); }
+char upper(char c) { return static_cast<char>(c >= 'a' && c <= 'z' ? c - ('a' - 'A') : c); }
+
+int length_of(std::string_view text) { return static_cast<int>(std::min<size_t>(text.size(), std::numeric_limits<int>::max())); }
+
+// The bytes of a wide character, which is their number.
+std::string bytes_of(gl_wchar wc) {
+    std::string bytes;
+    for (; wc != 0; wc >>= 8) bytes.insert(bytes.begin(), static_cast<char>(wc & 0xFF));
+    return bytes;
+}
+
+} // namespace
+
+std::string locale_name(std::string_view name) {
+    if (!is_name(name)) throw Error(quoted(name) + " is no name of a locale: such as cs_CZ, or cs_CZ.utf8");
+    const size_t modifier = std::min(name.find('@'), name.size()), codeset = name.find('.');
+    std::string language(name.substr(0, std::min(codeset, modifier)));
+    for (size_t i = 0; i < language.size(); ++i) language[i] = i < 2 ? lower(language[i]) : upper(language[i]);
+    if (codeset < modifier) {
+        const std::string given(name.substr(codeset + 1, modifier - codeset - 1));
+        if (codeset_number(given) != codeset_number(CODESET))
+            throw Error("SQLite keeps text in UTF-8: take " + language + "." + CODESET + " instead of " + std::string(name));
+    }
+    return language + "." + CODESET + std::string(name.substr(modifier));
+}
+
+Locale::Locale(std::string name) : name_(std::move(name)), handle_(nullptr, gl_lc_unload) {
+    gl_locale *handle = nullptr;
+    const int result = one_at_a_time([&] { return gl_lc_load(&handle, name_.c_str(), nullptr, nullptr); });
+    handle_.reset(handle);
+    if (result != 0) {
+        const int number = gl_errno(handle);
+        if (number == GL_ENOMEM) throw std::bad_alloc();
+        throw Error("the locale " + name_ + " cannot be loaded: " + gl_strerror(number) +
+                    " (is it installed, and QUORBANEDIR set?)");
+    }
+    marks_ = gl_ctype(handle, "combining");
+    for (int i = 0; i < handle->collate.element_count; ++i) {
+        const gl_collating_element &element = handle->collate.elements[i];
+        std::string bytes;
+        for (int k = 0; k < element.count; ++k) bytes += bytes_of(element.chars[k]);
+        if (!bytes.empty()) elements_[static_cast<unsigned char>(bytes[0])].push_back(bytes);
+    }
+}
+
+int Locale::compare(std::string_view a, std::string_view b, int passes) const {
+    const int result = gl_order_compare(handle_.get(), a.data(), length_of(a), b.data(), length_of(b), passes);
+    // Thai alone asks for memory that it cannot do without.
+    if (result == 0 && handle_->collate.kind == GL_COLLATION_THAI && a != b && (passes == 0 || key(a, passes) != key(b, passes)))
+        throw std::bad_alloc();
+    return result;
+}
+
+std::string Locale::key(std::string_view text, int passes) const {
+    std::string key(text.size() + text.size() / 2 + 16, '\0');
+    for (;;) {
+        auto *const bytes = reinterpret_cast<unsigned char *>(key.data());
+        const int size = gl_order_key(handle_.get(), text.data(), length_of(text), passes, bytes, length_of(key));
+        if (size < 0) throw std::bad_alloc();
+        const bool fits = static_cast<size_t>(size) <= key.size();
+        key.resize(static_cast<size_t>(size));
+        if (fits) return key;
+    }
+}
+
+size_t Locale::element_length(std::string_view text) const {
+    // Of the elements that fit, the first in the list is taken.
+    for (const std::string &element : elements_[static_cast<unsigned char>(text[0])])
+        if (text.substr(0, element.size()) == element) return element.size();
+    return character_length(text);
+}
+
+bool Locale::is_mark(std::string_view character) const {
+    gl_wchar wc = 0;
+    return static_cast<unsigned char>(character[0]) >= 0x80 &&
+           gl_mbtowc(handle_.get(), &wc, character.data(), length_of(character)) > 0 && gl_iswctype(handle_.get(), wc, marks_) != 0;
+}
+
+size_t Locale::letter_length(std::string_view text) const {
+    size_t length = element_length(text);
+    while (length < text.size()) {
+        const size_t next = character_length(text.substr(length));
+        if (!is_mark(text.substr(length, next))) break;
+        length += next;
+    }
+    return length;
+}
+
+} // namespace qbgl_sqlite

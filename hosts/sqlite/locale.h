@@ -1,0 +1,45 @@
+// A locale of the library, for texts as SQLite has them: UTF-8 of any length, or what is none.
+#pragma once
+
+#include "qbgl.h"
+
+#include <array>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qbgl_sqlite {
+
+// The name under which a locale is known: "cs_cz" and "cs_CZ.UTF-8" are "cs_CZ.utf8". Throws Error for what is no such name, and
+// for another codeset than SQLite's.
+std::string locale_name(std::string_view name);
+
+class Locale {
+  public:
+    // The name as locale_name makes it. Throws Error where the installation does not have it.
+    explicit Locale(std::string name);
+
+    const std::string &name() const { return name_; }
+    gl_locale *handle() const { return handle_.get(); }
+    std::string fingerprint() const { return gl_order_fingerprint(handle_.get()); }
+
+    // As gl_order_compare, which has 0 for texts that differ where there was no memory: std::bad_alloc then.
+    int compare(std::string_view a, std::string_view b, int passes) const;
+    std::string key(std::string_view text, int passes) const;
+
+    // The bytes of what counts as one letter at the beginning of a text that is not empty: a collating element of the rules, or a
+    // character; and the marks behind it.
+    size_t letter_length(std::string_view text) const;
+    bool is_mark(std::string_view character) const;
+
+  private:
+    size_t element_length(std::string_view text) const;
+
+    std::string name_; // "cs_CZ.utf8"
+    std::unique_ptr<gl_locale, void (*)(gl_locale *)> handle_;
+    unsigned marks_ = 0;                                 // the mask of their class
+    std::array<std::vector<std::string>, 256> elements_; // by their first bytes, in the order of the rules
+};
+
+} // namespace qbgl_sqlite
