@@ -232,7 +232,15 @@ CREATE VIEW collated_indexes AS
 	WHERE EXISTS (
 		SELECT FROM pg_catalog.unnest(i.indcollation::oid[]) AS u(oid)
 		JOIN pg_catalog.pg_collation c ON c.oid OPERATOR(pg_catalog.=) u.oid
-		WHERE c.collnamespace OPERATOR(pg_catalog.=) 'qbgl'::pg_catalog.regnamespace::pg_catalog.oid);
+		WHERE c.collnamespace OPERATOR(pg_catalog.=) 'qbgl'::pg_catalog.regnamespace::pg_catalog.oid)
+	OR EXISTS (
+		SELECT FROM pg_catalog.pg_depend d
+		JOIN pg_catalog.pg_proc p ON p.oid OPERATOR(pg_catalog.=) d.refobjid
+		WHERE d.classid OPERATOR(pg_catalog.=) 'pg_catalog.pg_class'::pg_catalog.regclass::pg_catalog.oid
+			AND d.refclassid OPERATOR(pg_catalog.=) 'pg_catalog.pg_proc'::pg_catalog.regclass::pg_catalog.oid
+			AND d.objid OPERATOR(pg_catalog.=) i.indexrelid
+			AND p.pronamespace OPERATOR(pg_catalog.=) 'qbgl'::pg_catalog.regnamespace::pg_catalog.oid
+			AND p.proname OPERATOR(pg_catalog.=) ANY (ARRAY['key', 'compare']::pg_catalog.name[]));
 CREATE VIEW collated_partitions AS
 	SELECT p.oid::pg_catalog.regclass AS partition, pg_catalog.pg_get_partition_constraintdef(p.oid) AS condition
 	FROM pg_catalog.pg_class p

@@ -16,10 +16,12 @@
 #include "access/hash.h"
 #include "access/nbtree.h"
 #include "access/relation.h"
+#include "catalog/namespace.h"
 #include "catalog/pg_am.h"
 #include "catalog/pg_type.h"
 #include "executor/spi.h"
 #include "miscadmin.h"
+#include "nodes/nodeFuncs.h"
 #include "nodes/pathnodes.h"
 #include "optimizer/plancat.h"
 #include "storage/bufmgr.h"
@@ -27,6 +29,7 @@
 #include "utils/builtins.h"
 #include "utils/guc.h"
 #include "utils/inval.h"
+#include "utils/lsyscache.h"
 #include "utils/memutils.h"
 #include "utils/rel.h"
 #include "utils/snapmgr.h"
@@ -40,6 +43,49 @@ PG_FUNCTION_INFO_V1(qbgl_accept);
 static get_relation_info_hook_type next_relation_info = NULL;
 
 /*
+ * Collects the locales whose keys or comparisons an expression asks for, by
+ * constant names: qbgl.key(name, 'cs_CZ.utf8').
+ */
+static bool
+CollectLocales(Node *node, List **found)
+{
+	FuncExpr *call = (FuncExpr *) node;
+	const char *function;
+	Node *name = NULL;
+	QbglLocale *locale = NULL;
+
+	if (node == NULL)
+		return false;
+	if (IsA(node, FuncExpr) &&
+		get_func_namespace(call->funcid) == get_namespace_oid(QBGL_SCHEMA, true))
+	{
+		function = get_func_name(call->funcid);
+		if (strcmp(function, "key") == 0)
+			name = lsecond(call->args);
+		else if (strcmp(function, "compare") == 0)
+			name = lthird(call->args);
+	}
+	if (name != NULL && IsA(name, Const) && !((Const *) name)->constisnull)
+		locale = FindLocale(TextDatumGetCString(((Const *) name)->constvalue));
+	if (locale != NULL)
+		*found = list_append_unique_ptr(*found, locale);
+	return expression_tree_walker(node, CollectLocales, found);
+}
+
+/*
+ * The locales that the expressions of an index ask for.
+ */
+static List *
+LocalesOfExpressions(List *expressions, List *predicate)
+{
+	List *found = NIL;
+
+	CollectLocales((Node *) expressions, &found);
+	CollectLocales((Node *) predicate, &found);
+	return found;
+}
+
+/*
  * Whether an index is in an order that is not the loaded one any more. Raises
  * that, unless the session allows it.
  */
@@ -47,6 +93,7 @@ static bool
 HasChangedOrder(const IndexOptInfo *index)
 {
 	bool changed = false;
+	ListCell *cell;
 
 	for (int i = 0; i < index->nkeycolumns; i++)
 	{
@@ -56,6 +103,13 @@ HasChangedOrder(const IndexOptInfo *index)
 			continue;
 		CheckOrder(order->locale);
 		changed = changed || order->locale->order == ORDER_CHANGED;
+	}
+	foreach (cell, LocalesOfExpressions(index->indexprs, index->indpred))
+	{
+		QbglLocale *locale = lfirst(cell);
+
+		CheckOrder(locale);
+		changed = changed || locale->order == ORDER_CHANGED;
 	}
 	return changed;
 }
@@ -226,6 +280,23 @@ DependsOnChangedOrder(Relation index)
 }
 
 /*
+ * Whether the expressions of an index ask for a locale (for any, for NULL)
+ * whose order is not the remembered one: what they gave cannot be told from
+ * what they would give.
+ */
+static bool
+HoldsChangedKeys(Relation index, const QbglLocale *locale)
+{
+	ListCell *cell;
+
+	foreach (cell, LocalesOfExpressions(RelationGetIndexExpressions(index),
+										RelationGetIndexPredicate(index)))
+		if ((locale == NULL || lfirst(cell) == locale) && OrderHasChanged(lfirst(cell)))
+			return true;
+	return false;
+}
+
+/*
  * Allows a changed order up to the end of a level, which AtEOXact_GUC ends.
  */
 static int
@@ -268,6 +339,9 @@ qbgl_check_index(PG_FUNCTION_ARGS)
 			verdict = DependsOnChangedOrder(index) ? INDEX_UNKNOWN : NULL;
 		AtEOXact_GUC(false, level);
 	}
+	if (verdict == NULL && index->rd_rel->relkind == RELKIND_INDEX &&
+		!RELATION_IS_OTHER_TEMP(index) && HoldsChangedKeys(index, locale))
+		verdict = INDEX_UNKNOWN;
 	relation_close(index, AccessShareLock);
 	if (verdict == NULL)
 		PG_RETURN_NULL();

@@ -10,6 +10,8 @@ use QbglServer;
 my $CZECH = 'cs_cz/e01c.lco';
 my $QUERY = q(SELECT count(*) FROM people WHERE name >= 'ch' AND name < 'i');
 
+my $WORDS = q(SELECT md5(string_agg(word, ',')) FROM (SELECT word FROM words ORDER BY qbgl.key(word, 'cs_CZ.utf8')) words);
+
 my $tree = new_tree('another', 'de_de/e01c.lco');
 replace_locale($tree, 'de_de/e01c.lco', $CZECH);
 
@@ -36,6 +38,7 @@ for my $query (
 	$QUERY,
 	"SELECT name FROM people WHERE name = 'chata'",
 	"SELECT name FROM people WHERE name LIKE 'ch%'",
+	"SELECT word FROM words ORDER BY qbgl.key(word, 'cs_CZ.utf8') LIMIT 1",
 	'SELECT count(*) FROM (SELECT name FROM people ORDER BY name) names',
 	'SET enable_sort = off; SELECT name FROM people ORDER BY name LIMIT 1')
 {
@@ -48,8 +51,13 @@ like(refused($another, "SET qbgl.allow_changed_order = on; SELECT qbgl.accept('c
 $another->promote;
 like(refused($another, $QUERY), qr/REINDEX/, 'a promoted standby refuses as well');
 like(refused($another, "SELECT qbgl.accept('cs_CZ.utf8')"), qr/ERROR/, 'an order is not accepted while an index has the other');
+is($another->safe_psql('postgres', 'SET qbgl.allow_changed_order = on; SELECT index FROM qbgl.check_indexes() ORDER BY index::text'),
+	"people_name_idx\nwords_key_idx", 'both indexes are to be built anew');
+# What no one can tell of, keys, is built anew by the acceptance itself.
 $another->safe_psql('postgres', q(SET qbgl.allow_changed_order = on; REINDEX TABLE people; SELECT qbgl.accept('cs_CZ.utf8')));
 isnt($another->safe_psql('postgres', $QUERY), $answer, 'after REINDEX it answers, in the other order');
+is($another->safe_psql('postgres', "SET enable_sort = off; $WORDS"), $another->safe_psql('postgres', "SET enable_indexscan = off; $WORDS"),
+	'the index of keys has the other order, too');
 is($another->safe_psql('postgres', "CREATE EXTENSION amcheck; SELECT bt_index_check('people_name_idx', true)"), '', 'from a sound index');
 $_->stop for values %standbys, $primary;
 done_testing();
