@@ -26,8 +26,13 @@ void put_special(KeySink &sink, const gl_order_maps &rules, const OrderPass &pas
         sink.put(pass.ascii[character]);
         return;
     }
+    if (special.form == CodeForm::LISTED) {
+        put_number(sink, special.bytes + listed_place(rules, special, scalar_value(character)), 2);
+        return;
+    }
     const uint32_t distance = (special.ranked ? character : code_of(rules, character)) - special.least;
     switch (special.form) {
+    case CodeForm::LISTED: break;
     case CodeForm::SLOTS:
         put_number(sink, special.bytes + (distance >> 8), 2);
         put_number(sink, distance, 1);
@@ -169,7 +174,7 @@ class RunWriter {
         for (OrderWeight weight; walk.next(weight);) put(weight);
     }
     void end() {
-        if (lesser_ > 0 || (pass_.ends_told && run_ > 0)) end_runs(0);
+        if (lesser_ > 0 ? pass_.lesser_told : run_ > 0 && pass_.ends_told) end_runs(0);
     }
     bool is_open() const { return open_; }
 
@@ -210,7 +215,7 @@ class RunWriter {
             put_run(run, pass_.run_most, true, pass_.low, lesser != 0 ? COMBINED_PLACES : 1, lesser != 0 && next > lesser ? 2 : 0);
         } else if (run > 0) {
             const uint32_t place = greater == 0 || next > greater ? 0 : next == greater ? 1 : 2;
-            put_run(run, pass_.run_most, false, pass_.high, greater != 0 ? COMBINED_PLACES : 1, place);
+            put_run(run, pass_.run_most, false, pass_.high, pass_.greater_places, place);
             return place == 1;
         }
         return false;
@@ -318,6 +323,12 @@ inline uint32_t ShortKey::write_triple(gl_wchar character, uint8_t *&out) {
         return row;
     }
     const OrderSpecial &special = rules_.passes[0].specials[token.bytes[0] | token.bytes[1] << 8];
+    if (special.form == CodeForm::LISTED) {
+        const uint32_t place = special.bytes + listed_place(rules_, special, continued_bits(character));
+        *out++ = static_cast<uint8_t>(place >> 8);
+        *out++ = static_cast<uint8_t>(place);
+        return row;
+    }
     if (special.form != CodeForm::SLOTS || special.ranked) return maps_.unknown;
     const uint32_t distance = continued_bits(character) - special.least, slot = special.bytes + (distance >> 8);
     *out++ = static_cast<uint8_t>(slot >> 8);

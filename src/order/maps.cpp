@@ -21,6 +21,9 @@ constexpr uint32_t MOST_LENGTH = 254;
 constexpr uint8_t HIDDEN_AND_TOLD = 2; // hidden_: with weights in a pass that tells groups
 constexpr uint32_t COMBINED_RUN = 16;  // the same where the weight behind a run can be said with it
 constexpr uint32_t MOST_RUN = 32, MOST_RELATIVE = 64, LEAST_LETTERS = 64;
+constexpr uint32_t MOST_LISTED = 8192; // characters of a weight that have a place each
+// Characters that further passes tell of most often, those beyond ASCII in utf8: a capital, an accented letter, a tone, the space.
+constexpr gl_wchar MARKED[] = {CAPITAL, 0xE1, 0xE48, SPACE};
 constexpr uint64_t ANY_GROUP = UINT64_MAX; // of a letter that can stand beside any
 constexpr uint32_t FIRST_PASS_BYTES = OF_UNKNOWN - FIRST_WEIGHT_BYTE, FURTHER_PASS_BYTES = OF_EITHER - FIRST_WEIGHT_BYTE;
 
@@ -34,15 +37,23 @@ struct Range {
     }
 };
 
+// Characters of utf8 in a row that have a row in common.
+struct RowRun {
+    uint32_t first, last;
+    uint16_t row;
+};
+
 // A weight of a pass, and what the rules say of it.
 struct WeightFacts {
     uint8_t used, special;
     uint8_t without_singles;       // special, and some unit's number is less than those of ASCII: that of an element
+    uint8_t unlisted;              // special, and a unit has it whose number is that of none of its characters
     uint8_t preferred;             // 0, or the number of the block of characters for which it should be one byte
     uint8_t lettered, unlettered;  // a row has it that has a weight in the first pass, or one that has none there
     uint8_t breaks, common, below; // as the flags of its token
     uint8_t relative;              // its place in its group, where that is enough to tell
     uint16_t rows;                 // how many have it and nothing else
+    uint32_t characters, runs;     // special: how many characters of utf8 have it alone, and in how many runs
     uint32_t lengths;              // how many its rows have in the passes that tell its group, and 1
 };
 
@@ -89,8 +100,8 @@ constexpr uint8_t ONE_BYTE_BLOCK = 1, BLOCK_COUNT = 1 + std::size(BLOCKS);
 bool is_letter_or_digit(gl_wchar wc) { return wc - '0' < 10 || (wc | 0x20) - 'a' < 26; }
 
 // The bytes of runs up to a length, and of one with more behind it: before lesser weights and before greater ones.
-constexpr uint32_t run_places(uint32_t run, bool lesser, bool greater) {
-    return 2 + (run - 1) * ((lesser ? COMBINED_PLACES : 1) + (greater ? COMBINED_PLACES : 1));
+constexpr uint32_t run_places(uint32_t run, bool lesser, uint32_t greater_places) {
+    return 2 + (run - 1) * ((lesser ? COMBINED_PLACES : 1) + greater_places);
 }
 
 // Lays the weights of a region out in the order of their values.
@@ -107,6 +118,8 @@ class Bytes {
     // Special weights of up to so many codes have room for their characters among the slots; from ALL_CODES on those of more, too.
     static constexpr uint32_t ALL_CODES = 2 * LEADS_DISTANCE;
     uint32_t most_codes = ALL_CODES;
+    // Those of so many characters have a place for each; those that need no more room for that have it anyway.
+    uint32_t most_listed = 0;
 
     // Visits the weights: visit(weight, place, form), the place being two bytes, or visit(character, place) for ASCII characters.
     // Returns how many lead bytes are used.
@@ -142,12 +155,18 @@ class Bytes {
                 if (character == counted_character) lead += LESSER_PLACES - 1;
             }
             const uint32_t width = ranges_[weight].width();
-            if (width > LEADS_DISTANCE && most_codes == ALL_CODES) {
+            const bool by_leads = width > LEADS_DISTANCE && most_codes == ALL_CODES;
+            const uint32_t plain_slots = by_leads                                        ? SLOTS
+                                         : width <= std::min(most_codes, LEADS_DISTANCE) ? (width - 1) / SLOTS + 1
+                                                                                         : 1;
+            if (fact.characters != 0 && fact.unlisted == 0 && fact.characters <= std::max(plain_slots, most_listed)) {
+                take(weight, fact.characters, CodeForm::LISTED);
+            } else if (by_leads) {
                 close();
                 visit(weight, lead << 8, CodeForm::LEADS);
                 lead += (width - 1) / LEADS_DISTANCE + 1;
             } else if (width <= std::min(most_codes, LEADS_DISTANCE)) {
-                take(weight, (width - 1) / SLOTS + 1, CodeForm::SLOTS);
+                take(weight, plain_slots, CodeForm::SLOTS);
             } else {
                 take(weight, 1, width <= LEADS_DISTANCE ? CodeForm::TWO_BYTES : CodeForm::FOUR_BYTES);
             }
@@ -181,6 +200,9 @@ class OrderBuilder {
     bool is_utf8() const;
     enum class Scan { FORWARD, BACKWARD };
     bool scan_node(const MultiNode &node, gl_wchar prefix, int length, Scan direction);
+    void collect_runs(const MultiNode &node, gl_wchar prefix, int length);
+    void add_run(uint32_t first, uint32_t last, uint16_t row);
+    bool has_alone(gl_wchar character, uint16_t weight, int pass) const;
     void scan_expansions();
     void scan_rules();
 
@@ -192,7 +214,9 @@ class OrderBuilder {
     bool tells_letters(int earlier, int pass);
     void collect_members(int pass);
     template <class Chosen> bool count_follows(int pass, int earlier, Chosen is_chosen);
+    template <class Chosen> bool end_says_something(int pass, Chosen is_chosen);
     bool ends_are_told(int pass);
+    uint32_t greater_weight(int pass) const;
 
     Bytes bytes_of(int pass) const { return {facts_.get(), count_, ranges_.get(), ascii_weights_[pass]}; }
     void write_first();
@@ -206,7 +230,7 @@ class OrderBuilder {
 
     uint16_t code(uint32_t row, int pass) const { return maps_.code_of(row, pass); }
     // Of a character by itself; WEIGHT_IGNORED for one that the rules do not have.
-    uint16_t code_of_ascii(gl_wchar wc, int pass) const {
+    uint16_t code_of_single(gl_wchar wc, int pass) const {
         uint32_t row = maps_.row_of(wc);
         if (row > maps_.unknown) row = maps_.starts[row - maps_.unknown - 1].row;
         return row < maps_.unknown ? code(row, pass) : WEIGHT_IGNORED;
@@ -244,6 +268,8 @@ class OrderBuilder {
     bool utf8_ = false;
     Owned<uint8_t> used_;                 // by row, of the bits above
     Owned<uint8_t> seen_;                 // of the character table's listed nodes, of the bits above
+    Owned<uint32_t> same_rows_;           // of its nodes of last bytes: 0, or 1 and the row that all of them have
+    Growing<RowRun> row_runs_;            // in utf8, of rows that have a special weight, in order
     Owned<Range> row_ranges_;             // the characters of rows that have a special weight
     Owned<ExpansionFacts> expansions_;    // by pass and expansion
     uint32_t counts_[GL_MAX_PASSES] = {}; // one more than the greatest weight, of the passes up to the one at hand
@@ -266,6 +292,8 @@ class OrderBuilder {
     uint32_t tokens_at_[GL_MAX_PASSES] = {}, open_at_[GL_MAX_PASSES] = {};
     Growing<OrderSpecial> specials_;
     uint32_t specials_at_[GL_MAX_PASSES] = {};
+    Growing<CodeRun> code_runs_;
+    Owned<CodeRun> lists_; // of listed weights: where their next run is, and its place
     uint8_t ascii_[GL_MAX_PASSES][ASCII] = {};
 };
 
@@ -334,6 +362,50 @@ bool OrderBuilder::scan_node(const MultiNode &node, gl_wchar prefix, int length,
     return special;
 }
 
+void OrderBuilder::add_run(uint32_t first, uint32_t last, uint16_t row) {
+    const uint32_t count = row_runs_.size();
+    if (count > 0 && row_runs_[count - 1].row == row && row_runs_[count - 1].last + 1 == first)
+        row_runs_[count - 1].last = last;
+    else
+        memory_ = memory_ && row_runs_.append({first, last, row});
+}
+
+// The characters of utf8 whose rows have special weights. Nodes of last bytes that have one row stand for many.
+void OrderBuilder::collect_runs(const MultiNode &node, gl_wchar prefix, int length) {
+    const gl_multi &table = *rules_.character_table;
+    const bool continued = length > 1, numbered = table.nodes != nullptr;
+    const auto number = static_cast<uint32_t>(node.number);
+    if (numbered && (seen_[number] & WITHOUT_SPECIAL) != 0) return;
+    if (numbered && same_rows_[number] != 0) {
+        const uint32_t first = scalar_value(prefix << 8 | 0x80);
+        add_run(first, first + 0x3F, static_cast<uint16_t>(same_rows_[number] - 1));
+        return;
+    }
+    bool same = continued;
+    uint32_t common = UINT32_MAX;
+    for (uint32_t at = continued ? 0x80 : 0, end = continued ? 0xC0 : 0xF5; at < end; ++at) {
+        const auto byte = static_cast<uint8_t>(at);
+        const gl_wchar wc = prefix << 8 | at;
+        const bool ends = node.flags[byte] == FLAG_END && (continued || at < ASCII);
+        if (node.flags[byte] == FLAG_CHILD && begins_utf8(wc, length)) collect_runs(*child_of(node, byte), wc, length + 1);
+        uint16_t row = 0;
+        if (ends) memcpy(&row, entry_of(table, node, byte), sizeof row);
+        same = same && ends && (common == UINT32_MAX || common == row);
+        common = row;
+        if (ends && (used_[row] & HAS_SPECIAL) != 0) add_run(scalar_value(wc), scalar_value(wc), row);
+    }
+    if (numbered && same) same_rows_[number] = common + 1;
+}
+
+// Whether a character of utf8 has a special weight in a pass, and nothing else.
+bool OrderBuilder::has_alone(gl_wchar character, uint16_t weight, int pass) const {
+    const uint32_t scalar = scalar_value(character);
+    const RowRun *const end = row_runs_.begin() + row_runs_.size();
+    const RowRun *const run =
+        std::lower_bound(row_runs_.begin(), end, scalar, [](const RowRun &a, uint32_t b) { return a.last < b; });
+    return run != end && run->first <= scalar && code(run->row, pass) == weight;
+}
+
 void OrderBuilder::scan_expansions() {
     for (int pass = 0; pass < rules_.pass_count; ++pass) {
         for (uint32_t i = 0; i < maps_.expansion_count; ++i) {
@@ -359,6 +431,7 @@ void OrderBuilder::scan_rules() {
         for (int32_t i = 0; i < table.node_count; ++i) seen_[static_cast<uint32_t>(i)] &= WITHOUT_SPECIAL;
         scan_node(*table.root, 0, 1, Scan::BACKWARD);
     }
+    if (utf8_) collect_runs(*table.root, 0, 1);
     for (int32_t i = 0; i < rules_.element_count; ++i) {
         const uint16_t row = rules_.elements[i].row;
         used_[row] |= OF_ELEMENT;
@@ -373,6 +446,10 @@ void OrderBuilder::scan_rules() {
             const uint16_t of_row = code(row > maps_.unknown ? maps_.starts[row - maps_.unknown - 1].row : row, pass);
             const uint16_t weight = of_row & WEIGHT_VALUE;
             if (is_special(of_row) && !is_ranked(pass, weight)) ascii_weights_[pass][wc] = weight;
+        }
+        for (uint16_t &weight : ascii_weights_[pass]) { // controls alone need no bytes of their own
+            const uint16_t *const weights = ascii_weights_[pass];
+            if (std::find(weights + SPACE, weights + ASCII - 1, weight) == weights + ASCII - 1) weight = 0;
         }
     }
 }
@@ -400,6 +477,7 @@ void OrderBuilder::collect_facts(int pass) {
                 if (!is_special(each)) return;
                 facts[part].special = 1;
                 if (character == ELEMENT_CHARACTER) facts[part].without_singles = 1;
+                if (!utf8_ || is_ranked(pass, part) || !has_alone(character, each, pass)) facts[part].unlisted = 1;
                 ranges_[part].take(is_ranked(pass, part) ? character : linear(character));
             });
             return;
@@ -412,6 +490,7 @@ void OrderBuilder::collect_facts(int pass) {
         }
         facts[weight].special = 1;
         if (row == start_of_heading || (used_[row] & OF_ELEMENT) != 0) facts[weight].without_singles = 1;
+        if ((used_[row] & OF_ELEMENT) != 0 || is_ranked(pass, weight)) facts[weight].unlisted = 1;
         Range &range = ranges_[weight];
         if (qbgl::is_ranked(maps_.ranks, row)) {
             range.take(0);
@@ -422,6 +501,13 @@ void OrderBuilder::collect_facts(int pass) {
                 range.take(by_bytes ? utf8_character(end) : end);
         }
     });
+    for (uint32_t i = 0; i < row_runs_.size(); ++i) {
+        const RowRun &run = row_runs_[i];
+        const uint16_t said = code(run.row, pass);
+        if (!is_special(said)) continue;
+        facts[said & WEIGHT_VALUE].characters += run.last - run.first + 1;
+        ++facts[said & WEIGHT_VALUE].runs;
+    }
     count_ = counts_[pass] = largest + 1;
 }
 
@@ -647,14 +733,24 @@ template <class Chosen> bool OrderBuilder::count_follows(int pass, int earlier, 
     return std::all_of(longer_.get(), longer_.get() + longer_count, settle);
 }
 
-// Whether texts that are equal in the passes before can differ in the number of common weights at the end alone. They cannot where
-// nothing is less than those, and the number of weights among which the common ones are follows from the passes before.
+// Whether texts that are equal in the passes before can differ in the number of some weights at the end alone. They cannot where
+// both that number and that of all weights follows from the passes before.
+template <class Chosen> bool OrderBuilder::end_says_something(int pass, Chosen is_chosen) {
+    bool all_follow = false, chosen_follow = false;
+    for (int earlier = 0; earlier < pass && !(all_follow && chosen_follow); ++earlier) {
+        all_follow = all_follow || count_follows(pass, earlier, [](const WeightFacts &) { return true; });
+        chosen_follow = chosen_follow || count_follows(pass, earlier, is_chosen);
+    }
+    return !all_follow || !chosen_follow;
+}
+
+// The same of the common weights. Where nothing is less than those, the number of any weights that they are among is enough.
 bool OrderBuilder::ends_are_told(int pass) {
-    for (uint32_t weight = 2; weight < count_; ++weight)
-        if (facts_[weight].used != 0 && facts_[weight].below != 0) return true;
     const auto all = [](const WeightFacts &) { return true; };
     const auto lettered = [](const WeightFacts &fact) { return fact.unlettered == 0; };
     const auto common = [](const WeightFacts &fact) { return fact.common != 0; };
+    for (uint32_t weight = 2; weight < count_; ++weight)
+        if (facts_[weight].used != 0 && facts_[weight].below != 0) return end_says_something(pass, common);
     for (int earlier = 0; earlier < pass; ++earlier)
         if (count_follows(pass, earlier, all) || count_follows(pass, earlier, common)) return false;
     if (facts_[most_frequent()].unlettered != 0) return true;
@@ -679,12 +775,47 @@ void OrderBuilder::write(int pass, OrderToken *tokens, const Bytes &bytes, uint3
                 const uint32_t number = specials_.size() - specials_at_[pass];
                 said = number << 8 | number >> 8;
                 const uint32_t least = ranges_[weight].least;
-                memory_ = memory_ && specials_.append({least, static_cast<uint16_t>(at), form, is_ranked(pass, weight)});
+                const bool listed = form == CodeForm::LISTED;
+                memory_ = memory_ && specials_.append({listed ? code_runs_.size() : least, static_cast<uint16_t>(at), form,
+                                                       is_ranked(pass, weight), listed ? fact.runs : 0});
+                lists_[weight] = {listed ? code_runs_.size() : UINT32_MAX, 0};
+                for (uint32_t left = listed ? fact.runs : 0; memory_ && left > 0; --left) memory_ = code_runs_.append({0, 0});
             }
             token.bytes[0] = static_cast<uint8_t>(said >> 8);
             token.bytes[1] = static_cast<uint8_t>(said);
         },
         [&](uint32_t character, uint32_t place) { ascii_[pass][character] = static_cast<uint8_t>(first + place); });
+    for (uint32_t i = 0; memory_ && i < row_runs_.size(); ++i) {
+        const RowRun &run = row_runs_[i];
+        const uint16_t said = code(run.row, pass);
+        const uint32_t weight = said & WEIGHT_VALUE;
+        if (!is_special(said) || !is_member(facts_[weight]) || lists_[weight].first == UINT32_MAX) continue;
+        CodeRun &next = lists_[weight];
+        code_runs_[next.first++] = {run.first, next.place};
+        next.place += run.last - run.first + 1;
+    }
+}
+
+// The weight of a further pass that should be said with the run before it, or 0: the only one above the common one, or the last one
+// of a character that has such.
+uint32_t OrderBuilder::greater_weight(int pass) const {
+    uint32_t above = 0, only = 0;
+    for (uint32_t weight = 2; weight < count_; ++weight) {
+        const WeightFacts &fact = facts_[weight];
+        if (fact.used == 0 || fact.below != 0 || fact.common != 0) continue;
+        ++above;
+        only = weight;
+    }
+    if (above == 1) return only;
+    for (const gl_wchar scalar : MARKED) {
+        if (scalar >= ASCII && !utf8_) continue;
+        uint32_t last = 0;
+        const gl_wchar wc = utf8_character(scalar);
+        for_each_weight(maps_, pass, code_of_single(wc, pass), wc,
+                        [&last](uint16_t code, gl_wchar) { last = is_ordinary(code) ? code : 0; });
+        if (last != 0 && facts_[last].below == 0 && facts_[last].common == 0) return last;
+    }
+    return 0;
 }
 
 // Room for the tokens of a pass. Null when memory is out.
@@ -710,6 +841,10 @@ void OrderBuilder::write_first() {
         for (uint32_t weight = 0; weight < count_; ++weight) // not this one
             if (facts_[weight].preferred == block) facts_[weight].preferred = 0;
     }
+    Bytes singles = bytes;
+    singles.plain_singles = WEIGHTS;
+    if (singles.leads(ALL) <= FIRST_PASS_BYTES) bytes = singles;
+    for (bytes.most_listed = MOST_LISTED; bytes.most_listed > 0 && bytes.leads(ALL) > FIRST_PASS_BYTES;) bytes.most_listed /= 2;
     OrderToken *const tokens = add_tokens(tokens_at_[0]);
     if (tokens != nullptr) write(0, tokens, bytes, FIRST_WEIGHT_BYTE, ALL);
     open_at_[0] = tokens_at_[0];
@@ -735,28 +870,30 @@ void OrderBuilder::write_further(int pass) {
     const auto is_above = [implied](const WeightFacts &fact) { return fact.below == 0 && (implied || fact.common == 0); };
     Bytes below = bytes_of(pass), above = bytes_of(pass);
     const auto leads = [&] { return below.leads(is_below) + above.leads(is_above); };
-    while (below.most_codes > SLOTS && leads() + run_places(MOST_RUN, false, false) > FURTHER_PASS_BYTES)
+    while (below.most_codes > SLOTS && leads() + run_places(MOST_RUN, false, 1) > FURTHER_PASS_BYTES)
         below.most_codes = above.most_codes = below.most_codes / 2;
     uint32_t least = leads();
     uint32_t run = MOST_RUN;
-    while (run > 2 && least + run_places(run, false, false) > FURTHER_PASS_BYTES) run /= 2;
-    least += run_places(run, false, false);
+    while (run > 2 && least + run_places(run, false, 1) > FURTHER_PASS_BYTES) run /= 2;
+    least += run_places(run, false, 1);
     const auto raise = [&least](uint32_t before, uint32_t after) { // takes the better form where there is room for it
         if (least - before + after > FURTHER_PASS_BYTES) return false;
         least = least - before + after;
         return true;
     };
-    bool lesser = false, greater = false; // what a space or the letter A has can be said with a run before it
-    const auto combine = [&](bool &combined, Bytes &region, const Bytes &better, auto is_member) {
-        const uint32_t before = region.leads(is_member) + run_places(run, lesser, greater), longest = run;
-        combined = true;
+    bool lesser = false;     // what a space has can be said with a run before it,
+    made.greater_places = 1; // and so can another weight, which leaves more than one place
+    const auto combine = [&](auto &combined, auto value, Bytes &region, const Bytes &better, auto is_member) {
+        const uint32_t before = region.leads(is_member) + run_places(run, lesser, made.greater_places), longest = run;
+        const auto old = std::exchange(combined, value);
         run = std::min(run, COMBINED_RUN);
-        if (raise(before, better.leads(is_member) + run_places(run, lesser, greater))) {
+        if (raise(before, better.leads(is_member) + run_places(run, lesser, made.greater_places))) {
             region = better;
-        } else {
-            combined = false;
-            run = longest;
+            return true;
         }
+        combined = old;
+        run = longest;
+        return false;
     };
     const auto rank_of = [&](uint32_t weight, auto is_member) {
         uint32_t rank = 0;
@@ -764,7 +901,9 @@ void OrderBuilder::write_further(int pass) {
             rank += facts_[each].used != 0 && facts_[each].special == 0 && is_member(facts_[each]) ? 1 : 0;
         return rank;
     };
-    const uint16_t space = code_of_ascii(SPACE, pass), capital = code_of_ascii(CAPITAL, pass);
+    const uint16_t space = code_of_single(SPACE, pass);
+    const uint32_t raised = implied ? 0 : greater_weight(pass); // the weight that is said with a run, or the first place in groups
+    bool first_place = false;
     const WeightFacts &of_space = facts_[space & WEIGHT_VALUE];
     const bool alone =
         is_ordinary(space) || (is_special(space) && ascii_weights_[pass][SPACE] != 0 && of_space.without_singles == 0);
@@ -777,19 +916,33 @@ void OrderBuilder::write_further(int pass) {
             better.plain_singles = rank_of(space, is_below);
             better.counted_weight = space;
         }
-        combine(lesser, below, better, is_below);
+        combine(lesser, true, below, better, is_below);
     }
-    if (!implied && is_ordinary(capital) && is_above(facts_[capital])) {
+    made.lesser_told =
+        !lesser || !is_ordinary(space) || end_says_something(pass, [&](const WeightFacts &fact) { return &fact == &of_space; });
+    if (implied && most_relative_ > 0) {
+        ++least; // for the place
+        first_place = combine(made.greater_places, uint8_t{COMBINED_PLACES - 1}, above, above, is_above);
+        if (!first_place) --least;
+    } else if (raised != 0 && facts_[raised].special == 0) {
         Bytes better = above;
-        better.plain_singles = rank_of(capital, is_above);
-        combine(greater, above, better, is_above);
+        better.plain_singles = rank_of(raised, is_above);
+        const auto places = static_cast<uint8_t>(better.plain_singles > 1 ? COMBINED_PLACES : COMBINED_PLACES - 1);
+        combine(made.greater_places, places, above, better, is_above);
     }
     if (!below.ascii_singles) {
         const uint32_t plain_below = below.leads(is_below);
         below.ascii_singles = true;
         if (!raise(plain_below, below.leads(is_below))) below.ascii_singles = false;
     }
-    while (!raise(0, most_relative_)) most_relative_ /= 2;
+    for (below.most_listed = MOST_LISTED; below.most_listed > 0; below.most_listed /= 2) {
+        Bytes plain = below;
+        plain.most_listed = 0;
+        if (raise(plain.leads(is_below), below.leads(is_below))) break;
+    }
+    if (first_place) --least;
+    most_relative_ = std::min(most_relative_, FURTHER_PASS_BYTES - least);
+    least += most_relative_;
     for (Bytes *const region : {&below, &above}) {
         uint32_t count = 0;
         bool special = false;
@@ -813,7 +966,7 @@ void OrderBuilder::write_further(int pass) {
     write(pass, open, below, at, is_below);
     at += below.leads(is_below);
     made.low = static_cast<uint8_t>(at);
-    at += run_places(run, lesser, greater);
+    at += run_places(run, lesser, made.greater_places);
     made.high = static_cast<uint8_t>(at - 1);
     made.run_most = static_cast<uint8_t>(run - 1);
     const uint32_t relative = at;
@@ -822,7 +975,7 @@ void OrderBuilder::write_further(int pass) {
     for (gl_wchar character = 0; character < ASCII; ++character)
         if (ascii_[pass][character] != 0 && facts_[ascii_weights_[pass][character]].breaks != 0) made.ascii_breaks = true;
     if (lesser) made.lesser = is_special(space) ? ascii_[pass][SPACE] : open[space].bytes[0];
-    if (greater) made.greater = open[capital].bytes[0];
+    if (made.greater_places > 1) made.greater = static_cast<uint8_t>(first_place ? relative : open[raised].bytes[0]);
     tokens_at_[pass] = open_at_[pass];
     for (uint32_t weight = 2; weight < count_ && !implied; ++weight)
         if (facts_[weight].common != 0) open[weight].flags |= TOKEN_COMMON;
@@ -877,7 +1030,8 @@ gl_order_maps *OrderBuilder::assemble() {
     size_t size = sizeof(gl_order_maps);
     const auto place = [&size](size_t bytes) { return std::exchange(size, size + (bytes + 3) / 4 * 4); };
     const size_t tokens = place(tokens_.size() * sizeof(OrderToken)), specials = place(specials_.size() * sizeof(OrderSpecial)),
-                 ascii = place(passes * ASCII), quiet = place(rows * sizeof(uint16_t));
+                 code_runs = place(code_runs_.size() * sizeof(CodeRun)), ascii = place(passes * ASCII),
+                 quiet = place(rows * sizeof(uint16_t));
     const bool with_entries = utf8_ && is_forward(rules_, 0) && rules_.pass_count <= ENTRY_PASSES;
     const size_t entries = place(with_entries ? sizeof(OrderEntries) : 0);
     auto *const block = static_cast<uint8_t *>(_gl_alloc_ptr(static_cast<uint32_t>(size)));
@@ -885,12 +1039,14 @@ gl_order_maps *OrderBuilder::assemble() {
     auto *const of_rows = reinterpret_cast<uint16_t *>(block + quiet);
     memcpy(block + tokens, tokens_.begin(), tokens_.size() * sizeof(OrderToken));
     if (specials_.size() > 0) memcpy(block + specials, specials_.begin(), specials_.size() * sizeof(OrderSpecial));
+    if (code_runs_.size() > 0) memcpy(block + code_runs, code_runs_.begin(), code_runs_.size() * sizeof(CodeRun));
     memcpy(block + ascii, ascii_, passes * ASCII);
     memset(of_rows, 0, rows * sizeof(uint16_t));
     made_.maps = &maps_;
     made_.pass_count = rules_.pass_count;
     made_.utf8 = utf8_;
     made_.quiet = of_rows;
+    made_.code_runs = reinterpret_cast<const CodeRun *>(block + code_runs);
     for (int pass = 0; pass < rules_.pass_count; ++pass) {
         OrderPass &made = made_.passes[pass];
         const auto *const all = reinterpret_cast<const OrderToken *>(block + tokens);
@@ -923,20 +1079,23 @@ gl_order_maps *OrderBuilder::build() {
     const auto nodes = static_cast<uint32_t>(rules_.character_table->node_count);
     used_ = Owned<uint8_t>::allocate(maps_.unknown);
     seen_ = Owned<uint8_t>::allocate(nodes + 1);
+    same_rows_ = Owned<uint32_t>::allocate(nodes + 1);
     row_ranges_ = Owned<Range>::allocate(maps_.unknown);
     expansions_ = Owned<ExpansionFacts>::allocate(passes * maps_.expansion_count + 1);
     ranges_ = Owned<Range>::allocate(WEIGHTS);
     facts_ = Owned<WeightFacts>::allocate(WEIGHTS);
+    lists_ = Owned<CodeRun>::allocate(WEIGHTS);
     hidden_ = Owned<uint8_t>::allocate(WEIGHTS);
     first_counts_ = Owned<int32_t>::allocate(WEIGHTS);
     further_counts_ = Owned<uint32_t>::allocate(WEIGHTS);
     longer_ = Owned<uint16_t>::allocate(maps_.unknown);
     members_ = Owned<GroupMember>::allocate(2 * maps_.unknown);
     letter_ends_ = Owned<uint32_t>::allocate(WEIGHTS + 1);
-    if (!used_ || !seen_ || !row_ranges_ || !expansions_ || !ranges_ || !facts_ || !hidden_ || !first_counts_ || !further_counts_ ||
-        !longer_ || !members_ || !letter_ends_)
+    if (!used_ || !seen_ || !same_rows_ || !lists_ || !row_ranges_ || !expansions_ || !ranges_ || !facts_ || !hidden_ ||
+        !first_counts_ || !further_counts_ || !longer_ || !members_ || !letter_ends_)
         return nullptr;
     memset(seen_.get(), 0, nodes);
+    memset(same_rows_.get(), 0, (nodes + 1) * sizeof(uint32_t));
     std::fill_n(row_ranges_.get(), maps_.unknown, Range());
     if (maps_.ranks.row_count > 0) {
         ranked_ = Owned<uint8_t>::allocate(passes * WEIGHTS);

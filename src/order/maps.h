@@ -17,8 +17,9 @@ inline constexpr uint8_t TOKEN_COMMON = 1; // counted, and not written
 inline constexpr uint8_t TOKEN_BELOW = 2;  // less than the common ones
 inline constexpr uint8_t TOKEN_BREAKS = 4; // what follows in the pass is written by the tokens of `open`
 
-// How the characters that share a special weight are told apart, by their distance from the least of them.
+// How the characters that share a special weight are told apart: by their distance from the least of them, or their place.
 enum class CodeForm : uint8_t {
+    LISTED,    // its place among the characters that have the weight is added to the two bytes
     SLOTS,     // the distance / 256 is added to the two bytes; the remainder follows
     LEADS,     // the distance / 65536 is added to the one byte; two bytes follow
     TWO_BYTES, // two follow, behind the two
@@ -26,10 +27,16 @@ enum class CodeForm : uint8_t {
 };
 
 struct OrderSpecial {
-    uint32_t least;
+    uint32_t least; // of a listed one, where its runs begin
     uint16_t bytes; // the first one in its upper half
     CodeForm form;
     bool ranked; // some of its characters have ranks: told apart by the numbers that the walks compare, also in utf8
+    uint32_t run_count;
+};
+
+// Characters in a row, from the first on, that a special weight has, and the place of the first among all that have it.
+struct CodeRun {
+    uint32_t first, place;
 };
 
 struct OrderPass {
@@ -41,8 +48,10 @@ struct OrderPass {
     // before a greater one; one more stands for run_most of them, with further ones behind it. docs/keys.md has the numbers.
     uint8_t low, high, run_most;
     uint8_t lesser, greater; // 0, or the byte of a weight that is said with the run before it; of `lesser` runs are counted, too
+    uint8_t greater_places;  // of a run before greater weights: one for each that can follow
     bool ascii_breaks;       // one of `ascii` stands for a weight that breaks
-    bool ends_told;          // a run at the end of the pass is written
+    bool ends_told;          // a run at the end of the pass is written,
+    bool lesser_told;        // and one of `lesser`
     bool forward;
 };
 
@@ -90,6 +99,7 @@ struct gl_order_maps {
     qbgl::OrderPass passes[GL_MAX_PASSES];
     // By row: bit k, k > 0, when pass k has nothing but one common weight of it; bit k + 8 when it has nothing.
     const uint16_t *quiet;
+    const qbgl::CodeRun *code_runs;
     const qbgl::OrderEntries *entries; // null where the characters are not those of utf8, or the first pass is backward
 };
 
@@ -106,6 +116,17 @@ constexpr uint32_t common_runs(unsigned quiet) {
 }
 constexpr uint8_t said_passes(unsigned quiet, int pass_count) {
     return static_cast<uint8_t>(~(quiet | quiet >> 8) & ((1U << pass_count) - 2));
+}
+
+// The place of a character among those of a listed weight.
+inline uint32_t listed_place(const gl_order_maps &rules, const OrderSpecial &special, uint32_t scalar) {
+    const CodeRun *run = rules.code_runs + special.least;
+    for (uint32_t left = special.run_count; left > 1;) {
+        const uint32_t half = left / 2;
+        run += run[half].first <= scalar ? half : 0;
+        left -= half;
+    }
+    return run->place + scalar - run->first;
 }
 
 // The scalar value of a character of utf8.
