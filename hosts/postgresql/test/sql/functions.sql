@@ -55,5 +55,5 @@ INSERT INTO names SELECT 'name ' || i FROM generate_series(1, 2000) i;
 CREATE INDEX ON names (qbgl.key(name, 'cs_CZ.utf8'));
 ANALYZE names;
 EXPLAIN (COSTS OFF) SELECT name FROM names ORDER BY qbgl.key(name, 'cs_CZ.utf8') LIMIT 3;
-EXPLAIN (COSTS OFF) SELECT name FROM names WHERE qbgl.key(name, 'cs_CZ.utf8') = qbgl.key('name 7', 'cs_CZ.utf8');
+EXPLAIN (COSTS OFF) SELECT name FROM names WHERE qbgl.key(name, 'cs_CZ.utf8') = (SELECT '\x26'::bytea);
 DROP TABLE names;
