@@ -59,8 +59,8 @@ typedef struct PutAside
 static object_access_hook_type next_object_access = NULL;
 static PutAside put_aside = {InvalidOid};
 static HTAB *orders = NULL;
-/* Raised when a collation may have become another. */
-static uint64 collation_generation = 1;
+const CollationOrder *last_order = NULL;
+uint64 collation_generation = 1;
 
 static void
 CollationChanged(Datum argument, int cache, uint32 hash)
@@ -157,13 +157,12 @@ LookUpCollation(Oid collation, CollationOrder *order)
 const CollationOrder *
 FindOrderOfCollation(Oid collation)
 {
-	static const CollationOrder *last = NULL;
 	CollationOrder *order;
 	uint64 generation = collation_generation + qbgl_directory_generation;
 	bool found;
 
-	if (last && last->collation == collation && last->generation == generation)
-		return last;
+	if (last_order && last_order->collation == collation && last_order->generation == generation)
+		return last_order;
 	if (collation < FirstNormalObjectId)
 		return NULL;
 	order = hash_search(orders, &collation, HASH_ENTER, &found);
@@ -176,7 +175,7 @@ FindOrderOfCollation(Oid collation)
 			return NULL;
 		order->generation = generation;
 	}
-	last = order;
+	last_order = order;
 	return order;
 }
 
@@ -200,13 +199,12 @@ RaiseNoOrder(Oid collation)
 }
 
 const CollationOrder *
-OrderOfCollation(Oid collation)
+RequireOrderOfCollation(Oid collation)
 {
 	const CollationOrder *order = FindOrderOfCollation(collation);
 
 	if (order == NULL)
 		RaiseNoOrder(collation);
-	CheckOrder(order->locale);
 	return order;
 }
 

@@ -34,10 +34,30 @@ typedef struct CollationOrder
  * The order of a collation, ensured to be the one that is remembered.  Raises
  * what is wrong with a collation that stands for no locale.
  */
-extern const CollationOrder *OrderOfCollation(Oid collation);
+static inline const CollationOrder *OrderOfCollation(Oid collation);
 
 /* The same without a look at what is remembered; NULL for a collation that is not ours. */
 extern const CollationOrder *FindOrderOfCollation(Oid collation);
+
+/* The one that was asked for last, or NULL. */
+extern const CollationOrder *last_order;
+
+/* Raised when a collation may have become another. */
+extern uint64 collation_generation;
+
+extern const CollationOrder *RequireOrderOfCollation(Oid collation);
+
+static inline const CollationOrder *
+OrderOfCollation(Oid collation)
+{
+	const CollationOrder *order = last_order;
+
+	if (unlikely(order == NULL || order->collation != collation ||
+				 order->generation != collation_generation + qbgl_directory_generation))
+		order = RequireOrderOfCollation(collation);
+	CheckOrder(order->locale);
+	return order;
+}
 
 /* Has collations looked up anew when they or the data's directory change. Called once. */
 extern void InitCollations(void);

@@ -32,8 +32,7 @@ static MemoryContext locale_context = NULL;
 /* What the library takes memory from: that, or while it loads a locale a part of its own. */
 static MemoryContext library_context = NULL;
 static HTAB *locales = NULL;
-/* Raised when what is remembered or required may have become another. */
-static uint64 order_generation = 1;
+uint64 order_generation = 1;
 
 /*
  * Memory for the library: null where there is none, whatever the size.
@@ -357,7 +356,7 @@ CheckRemembered(QbglLocale *locale)
 }
 
 void
-CheckOrder(QbglLocale *locale)
+CompareOrder(QbglLocale *locale)
 {
 	uint64 generation = order_generation;
 
@@ -474,7 +473,7 @@ OpenConversion(const char *from, const char *to)
  * Finds out how the database's text comes into a locale's codeset.  Text of a
  * database whose encoding has no name is taken for the locale's.
  */
-static void
+void
 PrepareConversion(QbglLocale *locale)
 {
 	const char *from = ServerCodeset();
@@ -583,14 +582,6 @@ ConvertFromServer(QbglLocale *locale, const char *bytes, int length, LocaleText 
 	}
 	result->bytes = result->allocated;
 	result->length = out - result->allocated;
-}
-
-bool
-IsInServerCodeset(QbglLocale *locale)
-{
-	if (!locale->prepared)
-		PrepareConversion(locale);
-	return locale->plain;
 }
 
 void

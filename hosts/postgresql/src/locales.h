@@ -74,8 +74,20 @@ extern QbglLocale *FindLocale(const char *name);
 /* UseLocale for an argument of a function, which remembers the last one in fn_extra. */
 extern QbglLocale *UseLocaleArgument(FmgrInfo *flinfo, const text *name);
 
+/* Raised when what is remembered or required may have become another. */
+extern uint64 order_generation;
+
+/* Compares the order of a locale with what is remembered and required, and raises the difference. */
+extern void CompareOrder(QbglLocale *locale);
+
 /* Ensures that the order of a locale is the one remembered and required. */
-extern void CheckOrder(QbglLocale *locale);
+static inline void
+CheckOrder(QbglLocale *locale)
+{
+	if (unlikely(locale->order != ORDER_AS_REMEMBERED ||
+				 locale->compared_generation != order_generation))
+		CompareOrder(locale);
+}
 
 /* Whether the loaded order is not the remembered one, and whether any is remembered. */
 extern bool OrderHasChanged(QbglLocale *locale);
@@ -87,8 +99,17 @@ extern bool IsNameOfLocale(const char *name, const QbglLocale *locale);
 /* The library's name of the database's encoding, or NULL where text has none that it knows. */
 extern const char *ServerCodeset(void);
 
+/* Finds out how the database's text comes into a locale's codeset, which sets `plain`. */
+extern void PrepareConversion(QbglLocale *locale);
+
 /* Whether a locale takes the database's text as it is. */
-extern bool IsInServerCodeset(QbglLocale *locale);
+static inline bool
+IsInServerCodeset(QbglLocale *locale)
+{
+	if (unlikely(!locale->prepared))
+		PrepareConversion(locale);
+	return locale->plain;
+}
 
 /*
  * Text of the database in the codeset of a locale, and back.  Where nothing is
