@@ -63,13 +63,10 @@ TEST(SqliteExtension, Answers) {
             {"SELECT name FROM n ORDER BY qbgl_key(name, 'cs_CZ')", "NULL  cihla co Čáp čep dům hora chata 🫨"},
             {"SELECT name FROM n WHERE name > 'h' COLLATE qbgl_cs_CZ AND name < 'i' COLLATE qbgl_cs_CZ", "hora chata"},
             {"SELECT name FROM n WHERE name = 'CAP' COLLATE qbgl_de_DE_1", "Čáp"},
-            {"SELECT name FROM n WHERE qbgl_like('C%', name, 'cs_CZ', 1) ORDER BY name", "cihla co"},
-            {"SELECT qbgl_like('%a%ta', 'chata', 'cs_CZ'), qbgl_like('_ata', 'chata', 'cs_CZ'), qbgl_like('CH%', 'chata', 'cs_CZ', "
-             "1), "
-             "qbgl_like('%h%', 'chata', 'cs_CZ'), qbgl_like('c%', 'chata', 'de_DE'), qbgl_like('_a_', 'cača', 'cs_CZ')",
-             "1,1,1,0,1,0"},
-            {"SELECT qbgl_like('e', 'e\u0301', 'fr_FR', 1), qbgl_like('e%', 'e\u0301t', 'fr_FR'), qbgl_like('%', '', 'fr_FR')",
-             "1,0,1"},
+            {"SELECT name FROM n WHERE qbgl_like('C%', name, 'cs_CZ', 1) ORDER BY name", "chata cihla co"},
+            {"SELECT qbgl_like('%a%ta', 'chata', 'cs_CZ'), qbgl_like('c_ata', 'chata', 'cs_CZ'), qbgl_like('c', 'ch', 'cs_CZ'), "
+             "qbgl_like('%', '', 'fr_FR')",
+             "1,1,0,1"},
             {"SELECT qbgl_like('50!%', '50%', 'de_DE', 0, '!'), qbgl_like('50!%', '500', 'de_DE', 0, '!')", "1,0"},
             {"SELECT qbgl_like('a!', 'a', 'de_DE', 0, '!')", "error: a LIKE pattern must not end with the escape character"},
             {"SELECT qbgl_upper('žluťoučký', 'cs_CZ'), qbgl_lower('IŞIK', 'tr_TR')", "ŽLUŤOUČKÝ,ışık"},

@@ -30,13 +30,6 @@ char upper(char c) { return static_cast<char>(c >= 'a' && c <= 'z' ? c - ('a' - 
 
 int length_of(std::string_view text) { return static_cast<int>(std::min<size_t>(text.size(), std::numeric_limits<int>::max())); }
 
-// The bytes of a wide character, which is their number.
-std::string bytes_of(gl_wchar wc) {
-    std::string bytes;
-    for (; wc != 0; wc >>= 8) bytes.insert(bytes.begin(), static_cast<char>(wc & 0xFF));
-    return bytes;
-}
-
 } // namespace
 
 std::string locale_name(std::string_view name) {
@@ -63,12 +56,6 @@ Locale::Locale(std::string name) : name_(std::move(name)), handle_(nullptr, gl_l
                     " (is it installed, and QUORBANEDIR set?)");
     }
     marks_ = gl_ctype(handle, "combining");
-    for (int i = 0; i < handle->collate.element_count; ++i) {
-        const gl_collating_element &element = handle->collate.elements[i];
-        std::string bytes;
-        for (int k = 0; k < element.count; ++k) bytes += bytes_of(element.chars[k]);
-        if (!bytes.empty()) elements_[static_cast<unsigned char>(bytes[0])].push_back(bytes);
-    }
 }
 
 int Locale::compare(std::string_view a, std::string_view b, int passes) const {
@@ -91,27 +78,10 @@ std::string Locale::key(std::string_view text, int passes) const {
     }
 }
 
-size_t Locale::element_length(std::string_view text) const {
-    // Of the elements that fit, the first in the list is taken.
-    for (const std::string &element : elements_[static_cast<unsigned char>(text[0])])
-        if (text.substr(0, element.size()) == element) return element.size();
-    return character_length(text);
-}
-
 bool Locale::is_mark(std::string_view character) const {
     gl_wchar wc = 0;
     return static_cast<unsigned char>(character[0]) >= 0x80 &&
            gl_mbtowc(handle_.get(), &wc, character.data(), length_of(character)) > 0 && gl_iswctype(handle_.get(), wc, marks_) != 0;
-}
-
-size_t Locale::letter_length(std::string_view text) const {
-    size_t length = element_length(text);
-    while (length < text.size()) {
-        const size_t next = character_length(text.substr(length));
-        if (!is_mark(text.substr(length, next))) break;
-        length += next;
-    }
-    return length;
 }
 
 } // namespace qbgl_sqlite

@@ -3,11 +3,9 @@
 
 #include "qbgl.h"
 
-#include <array>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace qbgl_sqlite {
 
@@ -28,18 +26,13 @@ class Locale {
     int compare(std::string_view a, std::string_view b, int passes) const;
     std::string key(std::string_view text, int passes) const;
 
-    // The bytes of what counts as one letter at the beginning of a text that is not empty: a collating element of the rules, or a
-    // character; and the marks behind it.
-    size_t letter_length(std::string_view text) const;
+    // Whether a character is a combining mark, which belongs to the one before it.
     bool is_mark(std::string_view character) const;
 
   private:
-    size_t element_length(std::string_view text) const;
-
     std::string name_; // "cs_CZ.utf8"
     std::unique_ptr<gl_locale, void (*)(gl_locale *)> handle_;
-    unsigned marks_ = 0;                                 // the mask of their class
-    std::array<std::vector<std::string>, 256> elements_; // by their first bytes, in the order of the rules
+    unsigned marks_ = 0; // the mask of the class of combining marks
 };
 
 } // namespace qbgl_sqlite
