@@ -190,7 +190,10 @@ CREATE FUNCTION qtext_like(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtex
 	LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE SUPPORT qtext_like_support;
 CREATE FUNCTION qtext_not_like(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_not_like'
 	LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
-CREATE OPERATOR ~~ (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_like, NEGATOR = !~~, RESTRICT = likesel, JOIN = likejoinsel);
+CREATE FUNCTION qtext_like_selectivity(internal, oid, internal, int4) RETURNS float8 AS 'MODULE_PATHNAME'
+	LANGUAGE C STABLE STRICT PARALLEL SAFE;
+CREATE OPERATOR ~~ (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_like, NEGATOR = !~~,
+	RESTRICT = qtext_like_selectivity, JOIN = likejoinsel);
 CREATE OPERATOR !~~ (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_not_like, NEGATOR = ~~,
 	RESTRICT = nlikesel, JOIN = nlikejoinsel);
 
@@ -242,7 +245,8 @@ CREATE VIEW collated_indexes AS
 			AND p.pronamespace OPERATOR(pg_catalog.=) 'qbgl'::pg_catalog.regnamespace::pg_catalog.oid
 			AND p.proname OPERATOR(pg_catalog.=) ANY (ARRAY['key', 'compare']::pg_catalog.name[]));
 CREATE VIEW collated_partitions AS
-	SELECT p.oid::pg_catalog.regclass AS partition, pg_catalog.pg_get_partition_constraintdef(p.oid) AS condition
+	SELECT p.oid::pg_catalog.regclass AS partition, pg_catalog.pg_get_partition_constraintdef(p.oid) AS condition,
+		p.relowner AS owner
 	FROM pg_catalog.pg_class p
 	WHERE p.relispartition AND p.relkind OPERATOR(pg_catalog.=) 'r' AND EXISTS (
 		SELECT FROM pg_catalog.pg_partition_ancestors(p.oid) AS a(relid)

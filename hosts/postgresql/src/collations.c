@@ -134,21 +134,31 @@ LocaleOfCollationName(const char *name, int *passes)
 }
 
 /*
- * Looks a collation up in the catalog.
+ * Whether a collation is one of the schema qbgl, and its name.
  */
 static bool
-LookUpCollation(Oid collation, CollationOrder *order)
+FindCollationName(Oid collation, char name[NAMEDATALEN])
 {
 	HeapTuple tuple = SearchSysCache1(COLLOID, ObjectIdGetDatum(collation));
-	char name[NAMEDATALEN];
 	Oid schema;
 
 	if (!HeapTupleIsValid(tuple))
 		return false;
-	strlcpy(name, NameStr(((Form_pg_collation) GETSTRUCT(tuple))->collname), sizeof name);
+	strlcpy(name, NameStr(((Form_pg_collation) GETSTRUCT(tuple))->collname), NAMEDATALEN);
 	schema = ((Form_pg_collation) GETSTRUCT(tuple))->collnamespace;
 	ReleaseSysCache(tuple);
-	if (schema != get_namespace_oid(QBGL_SCHEMA, true))
+	return schema == get_namespace_oid(QBGL_SCHEMA, true);
+}
+
+/*
+ * Looks up what a collation stands for.
+ */
+static bool
+LookUpCollation(Oid collation, CollationOrder *order)
+{
+	char name[NAMEDATALEN];
+
+	if (!FindCollationName(collation, name))
 		return false;
 	order->locale = LocaleOfCollationName(name, &order->passes);
 	return order->locale != NULL;
@@ -185,15 +195,19 @@ FindOrderOfCollation(Oid collation)
 static void
 RaiseNoOrder(Oid collation)
 {
-	char *name;
+	char name[NAMEDATALEN] = "?";
 
 	if (!OidIsValid(collation))
 		ereport(ERROR, (errcode(ERRCODE_INDETERMINATE_COLLATION),
 						errmsg("could not determine which collation to use for type qbgl.qtext"),
 						errhint("Use the COLLATE clause to set the collation explicitly.")));
-	name = get_collation_name(collation);
+	if (FindCollationName(collation, name))
+		ereport(ERROR, (errcode(ERRCODE_UNDEFINED_OBJECT),
+						errmsg("the locale of the collation \"%s\" is not installed in \"%s\"",
+							   name, qbgl_directory),
+						errhint("qbgl.locales() lists those that are installed.")));
 	ereport(ERROR, (errcode(ERRCODE_COLLATION_MISMATCH),
-					errmsg("the collation \"%s\" stands for no locale of qbgl", name ? name : "?"),
+					errmsg("the collation \"%s\" stands for no locale of qbgl", name),
 					errhint("Declare columns as qbgl.qtext COLLATE qbgl.\"cs_CZ\"; "
 							"SELECT qbgl.add_locale('cs_CZ.utf8') makes that collation.")));
 }

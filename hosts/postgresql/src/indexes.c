@@ -409,6 +409,24 @@ CheckIndexes(const QbglLocale *locale)
 }
 
 /*
+ * Whether a partition has a row that does not meet its condition, which may
+ * hold functions of the owner: they run as the owner's.
+ */
+static bool
+HasStrayRows(const char *partition, const char *condition, Oid owner)
+{
+	Oid user;
+	int context;
+
+	GetUserIdAndSecContext(&user, &context);
+	SetUserIdAndSecContext(owner, context | SECURITY_RESTRICTED_OPERATION);
+	Execute(psprintf("SELECT FROM ONLY %s WHERE NOT (%s) LIMIT 1", partition, condition),
+			SPI_OK_SELECT);
+	SetUserIdAndSecContext(user, context);
+	return SPI_processed > 0;
+}
+
+/*
  * Ensure that the rows of each partition belong there.
  */
 static void
@@ -417,24 +435,25 @@ CheckPartitions(const QbglLocale *locale)
 	SPITupleTable *found;
 	uint64 count;
 
-	Execute("SELECT partition, condition FROM qbgl.collated_partitions", SPI_OK_SELECT);
+	Execute("SELECT partition, condition, owner FROM qbgl.collated_partitions", SPI_OK_SELECT);
 	found = SPI_tuptable;
 	count = SPI_processed;
 	for (uint64 row = 0; row < count; row++)
 	{
 		char *partition = SPI_getvalue(found->vals[row], found->tupdesc, 1);
+		char *condition = SPI_getvalue(found->vals[row], found->tupdesc, 2);
+		bool is_null;
+		Oid owner = DatumGetObjectId(SPI_getbinval(found->vals[row], found->tupdesc, 3, &is_null));
 
-		Execute(psprintf("SELECT FROM ONLY %s WHERE NOT (%s) LIMIT 1", partition,
-						 SPI_getvalue(found->vals[row], found->tupdesc, 2)),
-				SPI_OK_SELECT);
-		if (SPI_processed > 0)
-			ereport(
-				ERROR,
-				(errcode(ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE),
-				 errmsg("the partition %s has rows that do not belong there under the installed "
-						"data of the locale \"%s\"",
-						partition, locale->name),
-				 errhint("Detach the partition, and insert its rows into the table anew.")));
+		if (HasStrayRows(partition, condition, owner))
+			ereport(ERROR,
+					(errcode(ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE),
+					 errmsg("the partition %s has rows that do not belong there under the "
+							"installed data of the locale \"%s\"",
+							partition, locale->name),
+					 errhint("SET qbgl.allow_changed_order = on; WITH moved AS (DELETE FROM %s "
+							 "RETURNING *) INSERT INTO its table SELECT * FROM moved.",
+							 partition)));
 	}
 }
 

@@ -19,15 +19,22 @@
 #include "nodes/nodeFuncs.h"
 #include "nodes/pathnodes.h"
 #include "nodes/supportnodes.h"
+#include "optimizer/optimizer.h"
 #include "utils/builtins.h"
 #include "utils/fmgrprotos.h"
 #include "utils/lsyscache.h"
+#include "utils/selfuncs.h"
+#include "utils/typcache.h"
 
 PG_FUNCTION_INFO_V1(qtext_like);
 PG_FUNCTION_INFO_V1(qtext_not_like);
 PG_FUNCTION_INFO_V1(qtext_like_support);
+PG_FUNCTION_INFO_V1(qtext_like_selectivity);
 
 #define ESCAPE '\\'
+
+/* Of the texts with the right beginning, how many are taken to match the rest of a pattern. */
+#define SHARE_BEHIND_PREFIX 0.25
 
 /* What is left of a text. */
 typedef struct Rest
@@ -192,32 +199,38 @@ PatternPrefix(Rest pattern, StringInfo prefix)
 	return true;
 }
 
+/* What the clauses of an index are made for. */
+typedef struct ClausePlace
+{
+	Oid family; /* of operators */
+	Oid type;
+	Oid collation;
+	Expr *column;
+} ClausePlace;
+
 /*
- * A clause that compares an index column with a constant, or NULL where the
- * operator family has no such operator.
+ * A clause that compares a column with a constant, or NULL where the operator
+ * family has no such operator.
  */
 static Expr *
-MakeClause(const SupportRequestIndexCondition *request, Expr *column, int strategy, Oid type,
-		   Datum value)
+MakeClause(const ClausePlace *place, int strategy, Oid type, Datum value)
 {
-	Oid member = get_opfamily_member(request->opfamily,
-									 request->index->opcintype[request->indexcol], type, strategy);
+	Oid member = get_opfamily_member(place->family, place->type, type, strategy);
 
 	if (!OidIsValid(member))
 		return NULL;
-	return make_opclause(member, BOOLOID, false, column,
+	return make_opclause(member, BOOLOID, false, place->column,
 						 (Expr *) makeConst(type, -1, InvalidOid, -1, value, false, false),
-						 InvalidOid, request->index->indexcollations[request->indexcol]);
+						 InvalidOid, place->collation);
 }
 
 /*
- * The clauses of an index that hold every text which begins with a prefix.
- * Of several ranges it is from the first one's beginning to the last one's
- * end: what lies between is looked at and left out.
+ * The clauses that hold every text which begins with a prefix.  Of several
+ * ranges it is from the first one's beginning to the last one's end: what lies
+ * between is looked at and left out.
  */
 static List *
-PrefixClauses(const SupportRequestIndexCondition *request, Expr *column,
-			  const CollationOrder *order, const char *prefix, int length)
+PrefixClauses(const ClausePlace *place, const CollationOrder *order, const char *prefix, int length)
 {
 	int32_t offsets[2 * GL_ORDER_RANGES + 1] = {0};
 	LocaleText converted;
@@ -247,9 +260,8 @@ PrefixClauses(const SupportRequestIndexCondition *request, Expr *column,
 		key = palloc(VARHDRSZ + size);
 		SET_VARSIZE(key, VARHDRSZ + size);
 		memcpy(VARDATA(key), bounds + offsets[bound], size);
-		clause = MakeClause(request, column,
-							i == 0 ? BTGreaterEqualStrategyNumber : BTLessStrategyNumber, BYTEAOID,
-							PointerGetDatum(key));
+		clause = MakeClause(place, i == 0 ? BTGreaterEqualStrategyNumber : BTLessStrategyNumber,
+							BYTEAOID, PointerGetDatum(key));
 		if (clause)
 			clauses = lappend(clauses, clause);
 	}
@@ -257,33 +269,58 @@ PrefixClauses(const SupportRequestIndexCondition *request, Expr *column,
 }
 
 /*
- * The clauses of an index that a LIKE stands for, or NIL.
+ * The clauses that a LIKE stands for, or NIL.  Tells whether they say all that
+ * the pattern says.
  */
 static List *
-IndexClauses(SupportRequestIndexCondition *request, Expr *column, const Const *pattern,
-			 Oid collation)
+LikeClauses(const ClausePlace *place, const Const *pattern, bool *exact)
 {
-	const CollationOrder *order;
-	text *value;
+	const CollationOrder *order = OrderOfCollation(place->collation);
+	text *value = DatumGetTextPP(pattern->constvalue);
 	StringInfoData prefix;
+	Expr *clause;
 
-	if (request->index->indexcollations[request->indexcol] != collation)
-		return NIL;
-	order = OrderOfCollation(collation);
+	*exact = false;
 	/* Texts that fewer passes find alike need not begin with the same bytes. */
 	if (order->passes != 0)
 		return NIL;
-	value = DatumGetTextPP(pattern->constvalue);
 	initStringInfo(&prefix);
-	if (PatternPrefix((Rest){VARDATA_ANY(value), VARSIZE_ANY_EXHDR(value)}, &prefix))
+	if (!PatternPrefix((Rest){VARDATA_ANY(value), VARSIZE_ANY_EXHDR(value)}, &prefix))
 	{
-		Expr *clause =
-			MakeClause(request, column, BTEqualStrategyNumber, TEXTOID,
-					   PointerGetDatum(cstring_to_text_with_len(prefix.data, prefix.len)));
-
-		return clause ? list_make1(clause) : NIL;
+		/* "ab%" is all in its prefix. */
+		*exact =
+			VARSIZE_ANY_EXHDR(value) == prefix.len + 1 && VARDATA_ANY(value)[prefix.len] == '%';
+		return prefix.len > 0 ? PrefixClauses(place, order, prefix.data, prefix.len) : NIL;
 	}
-	return prefix.len > 0 ? PrefixClauses(request, column, order, prefix.data, prefix.len) : NIL;
+	*exact = true;
+	clause = MakeClause(place, BTEqualStrategyNumber, TEXTOID,
+						PointerGetDatum(cstring_to_text_with_len(prefix.data, prefix.len)));
+	return clause ? list_make1(clause) : NIL;
+}
+
+/*
+ * Takes a LIKE apart, an operator or a call.  False for any other node.
+ */
+static bool
+SplitLike(Node *node, Expr **column, Node **pattern, Oid *collation)
+{
+	List *arguments;
+
+	if (IsA(node, OpExpr))
+	{
+		arguments = ((OpExpr *) node)->args;
+		*collation = ((OpExpr *) node)->inputcollid;
+	}
+	else if (IsA(node, FuncExpr))
+	{
+		arguments = ((FuncExpr *) node)->args;
+		*collation = ((FuncExpr *) node)->inputcollid;
+	}
+	else
+		return false;
+	*column = linitial(arguments);
+	*pattern = lsecond(arguments);
+	return true;
 }
 
 /*
@@ -293,27 +330,44 @@ Datum
 qtext_like_support(PG_FUNCTION_ARGS)
 {
 	SupportRequestIndexCondition *request = (SupportRequestIndexCondition *) PG_GETARG_POINTER(0);
-	List *arguments;
-	Oid collation;
+	ClausePlace place;
 	Node *pattern;
+	bool exact;
 
-	if (!IsA(request, SupportRequestIndexCondition) || request->indexarg != 0)
+	if (!IsA(request, SupportRequestIndexCondition) || request->indexarg != 0 ||
+		!SplitLike(request->node, &place.column, &pattern, &place.collation) ||
+		request->index->indexcollations[request->indexcol] != place.collation ||
+		!IsA(pattern, Const) || ((Const *) pattern)->constisnull)
 		PG_RETURN_POINTER(NULL);
-	if (IsA(request->node, OpExpr))
-	{
-		arguments = ((OpExpr *) request->node)->args;
-		collation = ((OpExpr *) request->node)->inputcollid;
-	}
-	else if (IsA(request->node, FuncExpr))
-	{
-		arguments = ((FuncExpr *) request->node)->args;
-		collation = ((FuncExpr *) request->node)->inputcollid;
-	}
-	else
-		PG_RETURN_POINTER(NULL);
-	pattern = lsecond(arguments);
-	if (!IsA(pattern, Const) || ((Const *) pattern)->constisnull)
-		PG_RETURN_POINTER(NULL);
+	place.family = request->opfamily;
+	place.type = request->index->opcintype[request->indexcol];
 	request->lossy = true;
-	PG_RETURN_POINTER(IndexClauses(request, linitial(arguments), (Const *) pattern, collation));
+	PG_RETURN_POINTER(LikeClauses(&place, (Const *) pattern, &exact));
+}
+
+/*
+ * The planner's question how many rows a LIKE leaves: as many as the clauses
+ * that it stands for, by what ANALYZE has found.
+ */
+Datum
+qtext_like_selectivity(PG_FUNCTION_ARGS)
+{
+	PlannerInfo *root = (PlannerInfo *) PG_GETARG_POINTER(0);
+	List *arguments = (List *) PG_GETARG_POINTER(2);
+	int relation = PG_GETARG_INT32(3);
+	ClausePlace place = {.column = linitial(arguments), .collation = PG_GET_COLLATION()};
+	Node *pattern = estimate_expression_value(root, lsecond(arguments));
+	List *clauses = NIL;
+	bool exact;
+
+	place.type = exprType((Node *) place.column);
+	place.family = lookup_type_cache(place.type, TYPECACHE_BTREE_OPFAMILY)->btree_opf;
+	if (IsA(pattern, Const) && ((Const *) pattern)->constisnull)
+		PG_RETURN_FLOAT8(0.0);
+	if (IsA(pattern, Const))
+		clauses = LikeClauses(&place, (Const *) pattern, &exact);
+	if (clauses == NIL)
+		PG_RETURN_FLOAT8(DEFAULT_MATCH_SEL);
+	PG_RETURN_FLOAT8(clauselist_selectivity(root, clauses, relation, JOIN_INNER, NULL) *
+					 (exact ? 1.0 : SHARE_BEHIND_PREFIX));
 }
