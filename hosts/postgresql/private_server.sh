@@ -30,8 +30,13 @@ private_find() { # BUILD
     private_root=$1/hosts/postgresql/server
     mkdir -p "$private_root"
     if ! private_reachable "$private_root"; then
-        private_root=${TMPDIR:-/tmp}/qbgl-server-$(id -u)-$(printf '%s' "$1" | cksum | cut -d ' ' -f 1)
-        mkdir -p "$private_root"
+        # Elsewhere, in a folder that the build remembers.
+        private_root=$(cat "$1/hosts/postgresql/server.folder" 2>/dev/null) || true
+        if [ ! -d "$private_root" ]; then
+            private_root=$(mktemp -d /tmp/qbgl-server.XXXXXX)
+            chmod 755 "$private_root"
+            echo "$private_root" >"$1/hosts/postgresql/server.folder"
+        fi
     fi
     private_bin=$private_root$private_system_bin
     private_running=()
