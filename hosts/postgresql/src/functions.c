@@ -13,7 +13,7 @@
 #include "utils/builtins.h"
 #include "utils/memutils.h"
 
-#include "locales.h"
+#include "collations.h"
 
 /* Room for the keys of most texts, so that they are made once. */
 #define COMMON_KEY_SIZE 1024
@@ -137,10 +137,9 @@ CheckCase(QbglLocale *locale, const LocaleText *in, int size)
 }
 
 static text *
-ChangeCase(FunctionCallInfo fcinfo, int (*change)(gl_locale *, char *, int, const char *, int))
+ChangeCase(QbglLocale *locale, const text *source,
+		   int (*change)(gl_locale *, char *, int, const char *, int))
 {
-	text *source = PG_GETARG_TEXT_PP(0);
-	QbglLocale *locale = UseLocaleArgument(fcinfo->flinfo, PG_GETARG_TEXT_PP(1));
 	LocaleText in;
 	text *result;
 	char *out;
@@ -165,7 +164,9 @@ PG_FUNCTION_INFO_V1(qbgl_upper);
 Datum
 qbgl_upper(PG_FUNCTION_ARGS)
 {
-	PG_RETURN_TEXT_P(ChangeCase(fcinfo, gl_tombfsupper));
+	QbglLocale *locale = UseLocaleArgument(fcinfo->flinfo, PG_GETARG_TEXT_PP(1));
+
+	PG_RETURN_TEXT_P(ChangeCase(locale, PG_GETARG_TEXT_PP(0), gl_tombfsupper));
 }
 
 /*
@@ -175,7 +176,32 @@ PG_FUNCTION_INFO_V1(qbgl_lower);
 Datum
 qbgl_lower(PG_FUNCTION_ARGS)
 {
-	PG_RETURN_TEXT_P(ChangeCase(fcinfo, gl_tombfslower));
+	QbglLocale *locale = UseLocaleArgument(fcinfo->flinfo, PG_GETARG_TEXT_PP(1));
+
+	PG_RETURN_TEXT_P(ChangeCase(locale, PG_GETARG_TEXT_PP(0), gl_tombfslower));
+}
+
+/*
+ * upper(qtext) returns qtext, lower(qtext) returns qtext
+ *
+ * In the locale that the collation stands for.
+ */
+PG_FUNCTION_INFO_V1(qtext_upper);
+Datum
+qtext_upper(PG_FUNCTION_ARGS)
+{
+	QbglLocale *locale = OrderOfCollation(PG_GET_COLLATION())->locale;
+
+	PG_RETURN_TEXT_P(ChangeCase(locale, PG_GETARG_TEXT_PP(0), gl_tombfsupper));
+}
+
+PG_FUNCTION_INFO_V1(qtext_lower);
+Datum
+qtext_lower(PG_FUNCTION_ARGS)
+{
+	QbglLocale *locale = OrderOfCollation(PG_GET_COLLATION())->locale;
+
+	PG_RETURN_TEXT_P(ChangeCase(locale, PG_GETARG_TEXT_PP(0), gl_tombfslower));
 }
 
 /*

@@ -10,7 +10,7 @@ SELECT string_agg(word::text, ' ' ORDER BY word) AS czech, string_agg(word::text
 SELECT min(word), max(word), count(DISTINCT word) FROM words;
 SELECT string_agg(word::text, ' ' ORDER BY word) AS from_ch FROM words WHERE word >= 'ch' AND word < 'i';
 SELECT word || 'x' AS a, 'x' || word AS b, word || word AS c, word || 'x'::text AS d, pg_typeof(word || 'x'),
-       length(word), substr(word, 2), substr(word, 1, 2) FROM words WHERE word = 'dům';
+       length(word), substr(word, 2), substr(word, 1, 2), upper(word), lower(upper(word)) FROM words WHERE word = 'dům';
 
 -- Every operator agrees with the keys, for qtext and text on either side.
 SELECT count(*) AS pairs, count(*) FILTER (WHERE
