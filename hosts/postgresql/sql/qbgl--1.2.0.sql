@@ -169,6 +169,10 @@ CREATE FUNCTION qtext_hash_extended(qtext, int8) RETURNS int8 AS 'MODULE_PATHNAM
 CREATE FUNCTION qtext_hash_extended(text, int8) RETURNS int8 AS 'MODULE_PATHNAME', 'qtext_hash_extended'
 	LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
 
+-- Two texts as values of qtext: what the server needs that hashes the text side of a comparison with qtext.
+CREATE FUNCTION qtext_eq(text, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_eq' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE OPERATOR === (LEFTARG = text, RIGHTARG = text, FUNCTION = qtext_eq, COMMUTATOR = ===, RESTRICT = eqsel, JOIN = eqjoinsel, HASHES);
+
 CREATE OPERATOR FAMILY qtext_ops USING hash;
 CREATE OPERATOR CLASS qtext_ops DEFAULT FOR TYPE qtext USING hash FAMILY qtext_ops AS
 	OPERATOR 1 = ,
@@ -177,6 +181,7 @@ CREATE OPERATOR CLASS qtext_ops DEFAULT FOR TYPE qtext USING hash FAMILY qtext_o
 ALTER OPERATOR FAMILY qtext_ops USING hash ADD
 	OPERATOR 1 = (qtext, text),
 	OPERATOR 1 = (text, qtext),
+	OPERATOR 1 === (text, text),
 	FUNCTION 1 (text, text) qtext_hash(text),
 	FUNCTION 2 (text, text) qtext_hash_extended(text, int8);
 

@@ -63,6 +63,8 @@ SET enable_mergejoin = off;
 SET enable_nestloop = off;
 EXPLAIN (COSTS OFF) SELECT count(*) FROM words a JOIN words b ON a.word = b.plain;
 SELECT count(*) FROM words a JOIN words b ON a.word = b.plain;
+SELECT count(*) FROM words WHERE word NOT IN (SELECT plain FROM words WHERE id > 10) AND id NOT IN (1, 2);
+SELECT count(*) FROM words WHERE word IN ('co', 'i'::text) OR word = ANY (ARRAY['c', 'ch']::text[]);
 RESET enable_nestloop;
 RESET enable_mergejoin;
 CREATE FUNCTION plan(statement text) RETURNS SETOF text LANGUAGE plpgsql AS $$
