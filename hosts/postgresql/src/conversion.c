@@ -207,6 +207,17 @@ FindApproximation(gl_cv *descriptor, Progress *progress)
 }
 
 /*
+ * The room for what a text will be, or for a piece of it.
+ */
+static int
+PieceRoom(gl_cv *descriptor, int length)
+{
+	double room = gl_iconv_expansion(descriptor) * length + LONGEST_OUTPUT;
+
+	return room < PIECE_SIZE ? (int) room : PIECE_SIZE;
+}
+
+/*
  * Append the conversion of all of a text, which without a descriptor is the
  * text. Returns what stopped it and where; with NO_OBSTACLE the offset is the
  * text's length.
@@ -227,11 +238,11 @@ Convert(gl_cv *descriptor, const char *text, int length, StringInfo result, int 
 	while (progress.left > 0 && obstacle == NO_OBSTACLE)
 	{
 		Progress before = progress;
+		int room = PieceRoom(descriptor, progress.left);
 
 		CHECK_FOR_INTERRUPTS();
-		enlargeStringInfo(result, PIECE_SIZE + SLACK);
-		result->len +=
-			Step(descriptor, &progress, result->data + result->len, PIECE_SIZE, &obstacle);
+		enlargeStringInfo(result, room + SLACK);
+		result->len += Step(descriptor, &progress, result->data + result->len, room, &obstacle);
 		if (obstacle == APPROXIMATION)
 		{
 			progress = before;
