@@ -195,6 +195,10 @@ CREATE FUNCTION qtext_like(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtex
 	LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE SUPPORT qtext_like_support;
 CREATE FUNCTION qtext_not_like(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_not_like'
 	LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+-- What a LIKE becomes whose prefix has several ranges, beside them.
+CREATE FUNCTION qtext_like_in_ranges_support(internal) RETURNS internal AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION qtext_like_in_ranges(qtext, text) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_like'
+	LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE SUPPORT qtext_like_in_ranges_support;
 CREATE FUNCTION qtext_like_selectivity(internal, oid, internal, int4) RETURNS float8 AS 'MODULE_PATHNAME'
 	LANGUAGE C STABLE STRICT PARALLEL SAFE;
 CREATE OPERATOR ~~ (LEFTARG = qtext, RIGHTARG = text, FUNCTION = qtext_like, NEGATOR = !~~,

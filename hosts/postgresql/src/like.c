@@ -20,6 +20,7 @@
 #include "nodes/pathnodes.h"
 #include "nodes/supportnodes.h"
 #include "optimizer/optimizer.h"
+#include "parser/parse_func.h"
 #include "utils/builtins.h"
 #include "utils/fmgrprotos.h"
 #include "utils/lsyscache.h"
@@ -29,6 +30,7 @@
 PG_FUNCTION_INFO_V1(qtext_like);
 PG_FUNCTION_INFO_V1(qtext_not_like);
 PG_FUNCTION_INFO_V1(qtext_like_support);
+PG_FUNCTION_INFO_V1(qtext_like_in_ranges_support);
 PG_FUNCTION_INFO_V1(qtext_like_selectivity);
 
 #define ESCAPE '\\'
@@ -224,78 +226,116 @@ MakeClause(const ClausePlace *place, int strategy, Oid type, Datum value)
 						 InvalidOid, place->collation);
 }
 
+/* The ranges of keys in which all texts lie that begin with a prefix. */
+typedef struct PrefixRanges
+{
+	int count;
+	unsigned char *bounds;
+	int32_t offsets[2 * GL_ORDER_RANGES + 1];
+} PrefixRanges;
+
+static void
+FindRanges(const CollationOrder *order, const StringInfo prefix, PrefixRanges *ranges)
+{
+	LocaleText converted;
+	int room = 64 + 8 * prefix->len;
+
+	ToLocale(order->locale, prefix->data, prefix->len, &converted);
+	ranges->bounds = palloc(room);
+	while (
+		(ranges->count = gl_order_ranges(order->locale->handle, converted.bytes, converted.length,
+										 ranges->bounds, room, ranges->offsets)) == 0 &&
+		ranges->offsets[0] > room)
+	{
+		room = ranges->offsets[0];
+		ranges->bounds = repalloc(ranges->bounds, room);
+	}
+	FreeLocaleText(&converted);
+}
+
 /*
- * The clauses that hold every text which begins with a prefix.  Of several
- * ranges it is from the first one's beginning to the last one's end: what lies
- * between is looked at and left out.
+ * The clauses that hold what lies between two bounds.  An empty one does not
+ * bound anything.
  */
 static List *
-PrefixClauses(const ClausePlace *place, const CollationOrder *order, const char *prefix, int length)
+RangeClauses(const ClausePlace *place, const PrefixRanges *ranges, int lower, int upper)
 {
-	int32_t offsets[2 * GL_ORDER_RANGES + 1] = {0};
-	LocaleText converted;
-	int room = 64 + 8 * length, count;
-	unsigned char *bounds = palloc(room);
-	Expr *clause;
 	List *clauses = NIL;
 
-	ToLocale(order->locale, prefix, length, &converted);
-	while ((count = gl_order_ranges(order->locale->handle, converted.bytes, converted.length,
-									bounds, room, offsets)) == 0 &&
-		   offsets[0] > room)
-	{
-		room = offsets[0];
-		bounds = repalloc(bounds, room);
-	}
-	if (count <= 0)
-		return NIL;
 	for (int i = 0; i < 2; i++)
 	{
-		int bound = i == 0 ? 0 : 2 * count - 1;
-		int size = offsets[bound + 1] - offsets[bound];
-		bytea *key;
+		int bound = i == 0 ? lower : upper;
+		int size = ranges->offsets[bound + 1] - ranges->offsets[bound];
+		bytea *key = palloc(VARHDRSZ + size);
+		Expr *clause;
 
-		if (size == 0)
-			continue; /* without a beginning, or an end */
-		key = palloc(VARHDRSZ + size);
 		SET_VARSIZE(key, VARHDRSZ + size);
-		memcpy(VARDATA(key), bounds + offsets[bound], size);
-		clause = MakeClause(place, i == 0 ? BTGreaterEqualStrategyNumber : BTLessStrategyNumber,
-							BYTEAOID, PointerGetDatum(key));
+		memcpy(VARDATA(key), ranges->bounds + ranges->offsets[bound], size);
+		clause =
+			size == 0
+				? NULL
+				: MakeClause(place, i == 0 ? BTGreaterEqualStrategyNumber : BTLessStrategyNumber,
+							 BYTEAOID, PointerGetDatum(key));
 		if (clause)
 			clauses = lappend(clauses, clause);
 	}
 	return clauses;
 }
 
-/*
- * The clauses that a LIKE stands for, or NIL.  Tells whether they say all that
- * the pattern says.
- */
-static List *
-LikeClauses(const ClausePlace *place, const Const *pattern, bool *exact)
+/* What the planner can know of a pattern. */
+typedef struct PatternShape
 {
-	const CollationOrder *order = OrderOfCollation(place->collation);
-	text *value = DatumGetTextPP(pattern->constvalue);
+	bool is_literal; /* has no wildcard */
+	bool is_prefix;	 /* has none but a % at its end */
 	StringInfoData prefix;
-	Expr *clause;
+	PrefixRanges ranges; /* of a prefix that is not empty; otherwise of a count of 0 */
+} PatternShape;
 
-	*exact = false;
+/*
+ * Looks at a pattern.  False where its beginning says nothing about the order.
+ */
+static bool
+ReadPattern(Oid collation, const Const *pattern, PatternShape *shape)
+{
+	const CollationOrder *order = OrderOfCollation(collation);
+	text *value = DatumGetTextPP(pattern->constvalue);
+
 	/* Texts that fewer passes find alike need not begin with the same bytes. */
 	if (order->passes != 0)
-		return NIL;
-	initStringInfo(&prefix);
-	if (!PatternPrefix((Rest){VARDATA_ANY(value), VARSIZE_ANY_EXHDR(value)}, &prefix))
-	{
-		/* "ab%" is all in its prefix. */
-		*exact =
-			VARSIZE_ANY_EXHDR(value) == prefix.len + 1 && VARDATA_ANY(value)[prefix.len] == '%';
-		return prefix.len > 0 ? PrefixClauses(place, order, prefix.data, prefix.len) : NIL;
-	}
-	*exact = true;
-	clause = MakeClause(place, BTEqualStrategyNumber, TEXTOID,
-						PointerGetDatum(cstring_to_text_with_len(prefix.data, prefix.len)));
+		return false;
+	initStringInfo(&shape->prefix);
+	shape->ranges.count = 0;
+	shape->is_literal =
+		PatternPrefix((Rest){VARDATA_ANY(value), VARSIZE_ANY_EXHDR(value)}, &shape->prefix);
+	/* "ab%" is all in its prefix. */
+	shape->is_prefix = VARSIZE_ANY_EXHDR(value) == shape->prefix.len + 1;
+	if (!shape->is_literal && shape->prefix.len > 0)
+		FindRanges(order, &shape->prefix, &shape->ranges);
+	return shape->is_literal || shape->ranges.count > 0;
+}
+
+/*
+ * The clauses that a LIKE stands for, or NIL.  Of several ranges it is from
+ * the first one's beginning to the last one's end: what lies between is looked
+ * at and left out.
+ */
+static List *
+LikeClauses(const ClausePlace *place, const PatternShape *shape)
+{
+	Expr *clause;
+
+	if (!shape->is_literal)
+		return RangeClauses(place, &shape->ranges, 0, 2 * shape->ranges.count - 1);
+	clause = MakeClause(
+		place, BTEqualStrategyNumber, TEXTOID,
+		PointerGetDatum(cstring_to_text_with_len(shape->prefix.data, shape->prefix.len)));
 	return clause ? list_make1(clause) : NIL;
+}
+
+static bool
+IsConstant(Node *node)
+{
+	return IsA(node, Const) && !((Const *) node)->constisnull;
 }
 
 /*
@@ -324,25 +364,95 @@ SplitLike(Node *node, Expr **column, Node **pattern, Oid *collation)
 }
 
 /*
- * The planner's question what LIKE comes to in an index.
+ * What LIKE comes to in an index.
+ */
+static List *
+IndexCondition(SupportRequestIndexCondition *request)
+{
+	ClausePlace place = {.family = request->opfamily};
+	PatternShape shape;
+	Node *pattern;
+
+	if (request->indexarg != 0 ||
+		!SplitLike(request->node, &place.column, &pattern, &place.collation) ||
+		request->index->indexcollations[request->indexcol] != place.collation ||
+		!IsConstant(pattern) || !ReadPattern(place.collation, (Const *) pattern, &shape))
+		return NIL;
+	place.type = request->index->opcintype[request->indexcol];
+	request->lossy = true;
+	return LikeClauses(&place, &shape);
+}
+
+/*
+ * What stands for the family of operators that order a type.
+ */
+static Oid
+FamilyOf(Oid type)
+{
+	return lookup_type_cache(type, TYPECACHE_BTREE_OPFAMILY)->btree_opf;
+}
+
+/*
+ * A LIKE whose prefix has several ranges, with the ranges beside it: an index
+ * condition has no form for more than one, and a bitmap of the index has.  In
+ * Czech that are the texts of c before d, and those of ch before i.
+ */
+static Node *
+WithRanges(const FuncExpr *call)
+{
+	ClausePlace place = {.column = linitial(call->args), .collation = call->inputcollid};
+	Node *pattern = lsecond(call->args);
+	PatternShape shape;
+	Oid types[2] = {exprType(linitial(call->args)), TEXTOID};
+	Oid function;
+	List *ranges = NIL;
+
+	if (!IsA(place.column, Var) || !IsConstant(pattern) ||
+		!ReadPattern(place.collation, (Const *) pattern, &shape) || shape.ranges.count < 2)
+		return NULL;
+	place.type = types[0];
+	place.family = FamilyOf(place.type);
+	function = LookupFuncName(
+		list_make2(makeString(QBGL_SCHEMA), makeString("qtext_like_in_ranges")), 2, types, true);
+	if (!OidIsValid(function))
+		return NULL;
+	for (int i = 0; i < shape.ranges.count; i++)
+		ranges = lappend(ranges,
+						 make_ands_explicit(RangeClauses(&place, &shape.ranges, 2 * i, 2 * i + 1)));
+	return (Node *) make_andclause(
+		list_make2(makeFuncExpr(function, BOOLOID, call->args, InvalidOid, call->inputcollid,
+								COERCE_EXPLICIT_CALL),
+				   make_orclause(ranges)));
+}
+
+/*
+ * The planner's questions about LIKE.
  */
 Datum
 qtext_like_support(PG_FUNCTION_ARGS)
 {
-	SupportRequestIndexCondition *request = (SupportRequestIndexCondition *) PG_GETARG_POINTER(0);
-	ClausePlace place;
-	Node *pattern;
-	bool exact;
+	Node *request = (Node *) PG_GETARG_POINTER(0);
 
-	if (!IsA(request, SupportRequestIndexCondition) || request->indexarg != 0 ||
-		!SplitLike(request->node, &place.column, &pattern, &place.collation) ||
-		request->index->indexcollations[request->indexcol] != place.collation ||
-		!IsA(pattern, Const) || ((Const *) pattern)->constisnull)
+	if (IsA(request, SupportRequestIndexCondition))
+		PG_RETURN_POINTER(IndexCondition((SupportRequestIndexCondition *) request));
+	if (IsA(request, SupportRequestSimplify))
+		PG_RETURN_POINTER(WithRanges(((SupportRequestSimplify *) request)->fcall));
+	PG_RETURN_POINTER(NULL);
+}
+
+/*
+ * The planner's questions about a LIKE that has its ranges beside it: they
+ * tell how many rows there are.
+ */
+Datum
+qtext_like_in_ranges_support(PG_FUNCTION_ARGS)
+{
+	Node *request = (Node *) PG_GETARG_POINTER(0);
+
+	if (!IsA(request, SupportRequestSelectivity))
 		PG_RETURN_POINTER(NULL);
-	place.family = request->opfamily;
-	place.type = request->index->opcintype[request->indexcol];
-	request->lossy = true;
-	PG_RETURN_POINTER(LikeClauses(&place, (Const *) pattern, &exact));
+	((SupportRequestSelectivity *) request)->selectivity = 1.0;
+	PG_RETURN_POINTER(request);
 }
 
 /*
@@ -357,17 +467,17 @@ qtext_like_selectivity(PG_FUNCTION_ARGS)
 	int relation = PG_GETARG_INT32(3);
 	ClausePlace place = {.column = linitial(arguments), .collation = PG_GET_COLLATION()};
 	Node *pattern = estimate_expression_value(root, lsecond(arguments));
+	PatternShape shape;
 	List *clauses = NIL;
-	bool exact;
 
-	place.type = exprType((Node *) place.column);
-	place.family = lookup_type_cache(place.type, TYPECACHE_BTREE_OPFAMILY)->btree_opf;
 	if (IsA(pattern, Const) && ((Const *) pattern)->constisnull)
 		PG_RETURN_FLOAT8(0.0);
-	if (IsA(pattern, Const))
-		clauses = LikeClauses(&place, (Const *) pattern, &exact);
+	place.type = exprType((Node *) place.column);
+	place.family = FamilyOf(place.type);
+	if (IsConstant(pattern) && ReadPattern(place.collation, (Const *) pattern, &shape))
+		clauses = LikeClauses(&place, &shape);
 	if (clauses == NIL)
 		PG_RETURN_FLOAT8(DEFAULT_MATCH_SEL);
 	PG_RETURN_FLOAT8(clauselist_selectivity(root, clauses, relation, JOIN_INNER, NULL) *
-					 (exact ? 1.0 : SHARE_BEHIND_PREFIX));
+					 (shape.is_literal || shape.is_prefix ? 1.0 : SHARE_BEHIND_PREFIX));
 }

@@ -76,7 +76,12 @@ BEGIN
   END LOOP;
 END $$;
 SELECT plan($$SELECT word FROM words WHERE word LIKE 'ch%'$$);
+SET enable_bitmapscan = on;
+SELECT plan($$SELECT word FROM words WHERE word LIKE 'c%'$$);
+SET enable_bitmapscan = off;
 EXPLAIN (COSTS OFF) SELECT word FROM words WHERE word LIKE 'c\%';
+
+RESET enable_bitmapscan;
 
 -- LIKE goes by characters: "chata" begins with a c. With an index and without the rows are the same.
 CREATE FUNCTION found(pattern text) RETURNS text LANGUAGE sql AS
@@ -124,4 +129,3 @@ SELECT count(*) FROM words WHERE word OPERATOR(qbgl.>=) 'ch' AND id < 100;
 \a
 SELECT string_agg(word::text, ' ' ORDER BY word) FROM words WHERE id < 100;
 RESET enable_seqscan;
-RESET enable_bitmapscan;
