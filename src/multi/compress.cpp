@@ -2,6 +2,7 @@
 #include "multi/table.h"
 #include "util/owned.h"
 
+#include <algorithm>
 #include <string.h>
 
 using namespace qbgl;
@@ -76,7 +77,9 @@ class Compressor {
             return memcmp(table_.shared_flags[n].flags, node.flags, 256) == 0;
         });
         if (number == table_.flag_array_count) {
-            table_.shared_flags[table_.flag_array_count++] = {node.flags, node.offsets, node.child_count};
+            table_.shared_flags[table_.flag_array_count++] = {
+                node.flags, node.offsets, node.child_count,
+                static_cast<int32_t>(std::count(node.flags, node.flags + 256, FLAG_END))};
             if (node.offsets != nullptr) ++table_.offset_array_count;
         } else {
             _gl_free_ptr(node.flags);

@@ -2,6 +2,7 @@
 
 #include "util/owned.h"
 
+#include <algorithm>
 #include <string.h>
 
 namespace qbgl {
@@ -74,7 +75,7 @@ void fill_with_default(const gl_multi &table, uint8_t *entries, int32_t count) {
     for (int32_t i = 0; i < count; ++i) memcpy(entries + static_cast<size_t>(i) * stride, table.default_entry, table.element_size);
 }
 
-bool make_room_for_children(gl_multi &table, MultiNode &node) {
+bool make_room_for_children(gl_multi &table, MultiNode &node, int32_t count) {
     if (node.offsets == nullptr) {
         node.offsets = static_cast<uint8_t *>(_gl_alloc_ptr(256));
         if (node.offsets == nullptr) return false;
@@ -82,9 +83,9 @@ bool make_room_for_children(gl_multi &table, MultiNode &node) {
         ++table.offset_array_count;
     }
     if (node.next == nullptr) {
-        node.next = Owned<MultiNode *>::allocate(256).release();
+        node.next = Owned<MultiNode *>::allocate(static_cast<uint32_t>(count)).release();
         if (node.next == nullptr) return false;
-        memset(static_cast<void *>(node.next), 0, 256 * sizeof *node.next);
+        std::fill_n(node.next, count, nullptr);
     }
     return true;
 }

@@ -20,8 +20,8 @@ DataArray new_data_array(gl_multi &table, int32_t first, int32_t count);
 // Sets `count` entries to the default.
 void fill_with_default(const gl_multi &table, uint8_t *entries, int32_t count);
 
-// The arrays that a node needs for its first child. False when memory is out.
-bool make_room_for_children(gl_multi &table, MultiNode &node);
+// The arrays that a node needs for its first child, with room for `count` of them. False when memory is out.
+bool make_room_for_children(gl_multi &table, MultiNode &node, int32_t count = 256);
 
 // Numbers the children of a flag array in byte order into `offsets` and returns how many there are.
 int32_t number_children(const uint8_t *flags, uint8_t *offsets);

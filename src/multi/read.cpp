@@ -136,7 +136,7 @@ class TableReader {
             node.data = table_.shared_data[line.data_index];
         }
         if (shared.child_count == 0) return true;
-        if (node.depth >= table_.max_length || !got(make_room_for_children(table_, node))) return false;
+        if (node.depth >= table_.max_length || !got(make_room_for_children(table_, node, shared.child_count))) return false;
         return read_children(node, shared.child_count, false);
     }
 
@@ -165,7 +165,7 @@ class TableReader {
         const uint32_t before = walked_;
         if (!read_sharing_node(*node, line)) return false;
         if (!repeats_) return true;
-        walked_ += 1 + static_cast<uint32_t>(std::count(node->flags, node->flags + 256, FLAG_END));
+        walked_ += 1 + static_cast<uint32_t>(table_.shared_flags[node->flag_index].end_count);
         sizes_[static_cast<uint32_t>(node->number)] = walked_ - before;
         return walked_ <= MOST_OF_WALK;
     }
@@ -191,7 +191,7 @@ class TableReader {
     bool add_shared_flags() {
         if (table_.flag_array_count == flag_capacity_ && !got(grow(table_.shared_flags, flag_capacity_))) return false;
         SharedFlags &shared = table_.shared_flags[table_.flag_array_count];
-        shared = {static_cast<uint8_t *>(_gl_alloc_ptr(256)), static_cast<uint8_t *>(_gl_alloc_ptr(256)), 0};
+        shared = {static_cast<uint8_t *>(_gl_alloc_ptr(256)), static_cast<uint8_t *>(_gl_alloc_ptr(256)), 0, 0};
         ++table_.flag_array_count;
         ++table_.offset_array_count;
         if (!got(shared.flags != nullptr && shared.offsets != nullptr)) return false;
@@ -207,6 +207,7 @@ class TableReader {
             SharedFlags &shared = table_.shared_flags[table_.flag_array_count - 1];
             if (!read_flag_array(shared.flags)) return false;
             shared.child_count = number_children(shared.flags, shared.offsets);
+            shared.end_count = static_cast<int32_t>(std::count(shared.flags, shared.flags + 256, FLAG_END));
         }
         return true;
     }

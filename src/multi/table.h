@@ -36,7 +36,7 @@ struct MultiNode {
 struct SharedFlags {
     uint8_t *flags;
     uint8_t *offsets;
-    int32_t child_count;
+    int32_t child_count, end_count; // how many bytes have either flag
 };
 
 } // namespace qbgl
