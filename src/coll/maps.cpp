@@ -14,6 +14,7 @@ namespace {
 constexpr uint32_t MOST_ROWS = 0xFFFF;
 constexpr uint32_t MOST_STARTS = WEIGHT_VALUE; // one less than there are numbers: the last one is CODE_UNKNOWN
 constexpr uint32_t MIDS = 1024, ROWS = 64;
+constexpr uint32_t MOST_ITEMS = 15; // characters of an expansion
 
 // The row of a character in the tables, or -1.
 int32_t row_in(const gl_multi &table, gl_wchar wc) {
@@ -30,9 +31,9 @@ class Expansions {
     bool find_rows() {
         if (info_.expansion_count == 0) return true;
         const gl_expansion &last = info_.expansions[info_.expansion_count - 1];
-        const auto count = static_cast<uint32_t>(last.chars + last.count - info_.expansions[0].chars); // they stand in one block
-        rows_ = Owned<int32_t>::allocate(count);
-        for (uint32_t i = 0; rows_ && i < count; ++i) rows_[i] = row_in(*info_.character_table, info_.expansions[0].chars[i]);
+        count_ = static_cast<uint32_t>(last.chars + last.count - info_.expansions[0].chars); // they stand in one block
+        rows_ = Owned<int32_t>::allocate(count_);
+        for (uint32_t i = 0; rows_ && i < count_; ++i) rows_[i] = row_in(*info_.character_table, info_.expansions[0].chars[i]);
         return static_cast<bool>(rows_);
     }
 
@@ -52,10 +53,18 @@ class Expansions {
         return -1;
     }
 
+    // Whether a character of any expansion stands for an expansion in a pass.
+    bool meet_others(int pass) const {
+        const uint16_t *const weights = info_.weights[pass];
+        return std::any_of(rows_.get(), rows_.get() + count_,
+                           [weights](int32_t row) { return row >= 0 && is_expansion(weights[row]); });
+    }
+
   private:
     const gl_collate_info &info_;
     const gl_ranks ranks_;
-    Owned<int32_t> rows_; // -1 for none
+    Owned<int32_t> rows_; // of all characters; -1 for none
+    uint32_t count_ = 0;
 };
 
 class MapsBuilder {
@@ -200,17 +209,17 @@ class MapsBuilder {
 
     // Whether no weight that a text can have is 0 or a special 1, and none both special and ordinary.
     bool weights_fit() const {
+        constexpr uint8_t ORDINARY = 1, SPECIAL = 2;
         for (int pass = 0; pass < info_.pass_count; ++pass) {
-            uint32_t found[2][(WEIGHT_VALUE + 1) / 32] = {};
+            uint8_t found[WEIGHT_VALUE + 1] = {};
+            const uint16_t *const weights = info_.weights[pass];
+            const uint8_t *const used = used_.get();
             for (uint32_t row = 0; row < unknown_; ++row) {
-                const uint16_t weight = info_.weights[pass][row], value = weight & WEIGHT_VALUE;
-                if (used_[row] == 0 || is_expansion(weight)) continue;
-                if (weight == WEIGHT_IGNORED) continue;
-                if (value < 2) return false;
-                const bool special = (weight & WEIGHT_SPECIAL) != 0;
-                found[special ? 1 : 0][value / 32] |= 1U << (value % 32);
-                if ((found[special ? 0 : 1][value / 32] >> (value % 32) & 1) != 0) return false;
+                const uint16_t weight = weights[row];
+                if (used[row] == 0 || is_expansion(weight) || weight == WEIGHT_IGNORED) continue;
+                found[weight & WEIGHT_VALUE] |= (weight & WEIGHT_SPECIAL) != 0 ? SPECIAL : ORDINARY;
             }
+            if ((found[0] | found[1]) != 0 || memchr(found, ORDINARY | SPECIAL, sizeof found) != nullptr) return false;
         }
         return true;
     }
@@ -218,13 +227,18 @@ class MapsBuilder {
     bool collect_items() {
         for (int pass = 0; pass < info_.pass_count; ++pass) {
             for (int32_t expansion = 0; expansion < info_.expansion_count; ++expansion) {
-                if (!lists_.append(items_.size())) return false;
-                bool memory = true;
+                uint16_t list[MOST_ITEMS * 3 + 1], *end = list;
                 const int32_t successor = expansions_.walk(pass, expansion, [&](uint16_t weight, gl_wchar wc, bool unknown) {
                     if (unknown) misfit();
-                    if (weight != WEIGHT_IGNORED) memory = memory && items_.append({code_of(weight), wc});
+                    if (weight == WEIGHT_IGNORED) return;
+                    *end = code_of(weight);
+                    if (!is_special(*end++)) return;
+                    *end++ = static_cast<uint16_t>(wc);
+                    *end++ = static_cast<uint16_t>(wc >> 16);
                 });
-                if (!fits_ || !memory || (successor < 0 && !items_.append({CODE_END, 0}))) return false;
+                if (successor < 0) *end++ = CODE_END;
+                const uint32_t at = items_.size();
+                if (!fits_ || !lists_.append(at) || !items_.append(list, static_cast<uint32_t>(end - list))) return false;
             }
         }
         return true;
@@ -234,8 +248,8 @@ class MapsBuilder {
         return (weight & WEIGHT_SPECIAL) != 0 ? WEIGHT_SPECIAL | (weight & WEIGHT_VALUE) : weight;
     }
 
-    uint16_t code_of(uint32_t row, int pass) const {
-        if (row < unknown_) return code_of(info_.weights[pass][row]);
+    // Of the rows from `unknown` on, in every pass.
+    uint16_t code_behind(uint32_t row) const {
         return row == unknown_ ? CODE_UNKNOWN : static_cast<uint16_t>(CODE_ELEMENT | (row - unknown_ - 1));
     }
 
@@ -259,7 +273,7 @@ class MapsBuilder {
     Owned<uint16_t> candidates_;
     uint32_t parts_[64] = {};
     uint8_t byte_parts_[256] = {};
-    Growing<ExpansionItem> items_;
+    Growing<uint16_t> items_;
     Growing<uint32_t> lists_;
 };
 
@@ -289,8 +303,6 @@ class Layout {
 gl_collation_maps *MapsBuilder::assemble() const {
     const auto passes = static_cast<uint32_t>(info_.pass_count);
     const uint32_t row_count = unknown_ + 1 + starts_.size();
-    uint32_t shift = 0;
-    while (1U << shift < passes) ++shift;
     uint16_t *codes = nullptr, *byte_codes = nullptr, *byte_keys = nullptr;
     const auto lay_out = [&](Layout &layout) {
         auto *maps = layout.place<gl_collation_maps>(1);
@@ -302,7 +314,7 @@ gl_collation_maps *MapsBuilder::assemble() const {
         record.mids = layout.copy(mids_.begin(), mids_.size());
         record.rows = layout.copy(rows_.begin(), rows_.size());
         record.candidates = layout.copy(candidates_.get(), static_cast<size_t>(info_.element_count));
-        record.codes = codes = layout.place<uint16_t>(size_t{row_count} << shift);
+        codes = layout.place<uint16_t>(size_t{row_count} * passes);
         record.byte_codes = byte_codes = layout.place<uint16_t>(size_t{passes} << 9);
         record.byte_keys = byte_keys = layout.place<uint16_t>(size_t{passes} << 9);
         return maps;
@@ -315,7 +327,6 @@ gl_collation_maps *MapsBuilder::assemble() const {
     Layout layout(block);
     gl_collation_maps &maps = *lay_out(layout);
 
-    maps.shift = shift;
     maps.unknown = unknown_;
     memcpy(maps.tops, tops_, sizeof tops_);
     memcpy(maps.parts, parts_, sizeof parts_);
@@ -330,15 +341,18 @@ gl_collation_maps *MapsBuilder::assemble() const {
     maps.backward = false;
     for (int pass = 0; pass < info_.pass_count; ++pass) {
         maps.backward = maps.backward || !is_forward(info_, pass);
-        for (uint32_t row = 0; row < row_count; ++row) codes[row << shift | static_cast<uint32_t>(pass)] = code_of(row, pass);
+        uint16_t *const of_pass = codes + static_cast<uint32_t>(pass) * row_count;
+        maps.codes[pass] = of_pass;
+        for (uint32_t row = 0; row < unknown_; ++row) of_pass[row] = code_of(info_.weights[pass][row]);
+        for (uint32_t row = unknown_; row < row_count; ++row) of_pass[row] = code_behind(row);
     }
     maps.bytes_known = true;
     maps.bytes_with_elements = passes << 8;
     for (uint32_t at = 0; at < passes << 8; ++at) {
         const auto pass = static_cast<int>(at >> 8);
         const uint32_t row = maps.row_of(at & 0xFF), own = row > unknown_ ? starts_[row - unknown_ - 1].row : row;
-        byte_codes[at] = code_of(own, pass);
-        byte_codes[at + (passes << 8)] = code_of(row, pass);
+        byte_codes[at] = maps.code_of(own, pass);
+        byte_codes[at + (passes << 8)] = maps.code_of(row, pass);
         if (row == unknown_) maps.bytes_known = false;
     }
     for (uint32_t at = 0; at < passes << 9; ++at) byte_keys[at] = key_bytes(byte_codes[at], maps.key_digits);
@@ -361,6 +375,7 @@ bool expansions_end(gl_locale *locale) {
     Expansions expansions(info, locale->ranks);
     if (!lengths || !path || !expansions.find_rows()) return fail(locale, GL_ENOMEM, false);
     for (int pass = 0; pass < info.pass_count; ++pass) {
+        if (!expansions.meet_others(pass)) continue;
         std::fill_n(lengths.get(), count, UNKNOWN);
         for (uint32_t first = 0; first < count; ++first) {
             auto at = static_cast<int32_t>(first);

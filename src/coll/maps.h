@@ -26,11 +26,11 @@ constexpr uint16_t key_bytes(uint16_t code, int digits) {
     return packed_digits(code, digits);
 }
 
-// A character of an expansion, in the order of the pass, without those that are ignored. The last item of a list is CODE_END, or an
-// expansion that takes the list's place.
+// A character of an expansion, in the order of the pass, without those that are ignored: its code, and behind a special one in two
+// halves, the low one first, what tells it apart. A list ends with CODE_END, or with an expansion that takes the list's place.
 struct ExpansionItem {
     uint16_t code;
-    gl_wchar character;
+    gl_wchar character; // 0 where the code is not special
 };
 
 inline constexpr gl_wchar LARGEST_IN_ARRAYS = 0xFFFFFF; // greater ones are in the character table alone
@@ -62,8 +62,7 @@ struct ElementStart {
 struct gl_collation_maps {
     // Row numbers are those of the tables, then `unknown`, then one for each character that begins elements: all its codes are
     // CODE_ELEMENT. A character of up to three bytes has its row by way of arrays; longer ones are in the table alone.
-    const uint16_t *codes; // row << shift | pass
-    uint32_t shift;
+    const uint16_t *codes[GL_MAX_PASSES]; // by row
     uint32_t unknown;
     uint16_t tops[256];   // by the third byte: number of 1024 mids
     const uint16_t *mids; // by the next ten bits: number of 64 rows
@@ -84,8 +83,8 @@ struct gl_collation_maps {
     bool backward;                // some pass is
     int key_digits;               // of a weight
 
-    const qbgl::ExpansionItem *items;
-    const uint32_t *item_lists; // pass * expansion_count + expansion: its first item
+    const uint16_t *items;      // lists of ExpansionItem
+    const uint32_t *item_lists; // pass * expansion_count + expansion: where its list begins
     uint32_t expansion_count;
 
     const qbgl::ElementStart *starts;
@@ -98,7 +97,19 @@ struct gl_collation_maps {
         if (wc > qbgl::LARGEST_IN_ARRAYS) return row_of_longest(wc);
         return rows[mids[tops[wc >> 16] << 10 | (wc >> 6 & 0x3FF)] << 6 | (wc & 63)];
     }
-    uint16_t code_of(uint32_t row, int pass) const { return codes[row << shift | static_cast<uint32_t>(pass)]; }
+    uint16_t code_of(uint32_t row, int pass) const { return codes[pass][row]; }
+    const uint16_t *items_of(uint16_t expansion, int pass) const {
+        return items + item_lists[static_cast<uint32_t>(pass) * expansion_count + (expansion & qbgl::WEIGHT_VALUE)];
+    }
+    // The item at a place, which moves behind it, and becomes null behind the last one: that is CODE_END.
+    qbgl::ExpansionItem take_item(const uint16_t *&at, int pass) const {
+        while (qbgl::is_expansion(*at)) at = items_of(*at, pass);
+        const uint16_t code = *at++;
+        if (code == qbgl::CODE_END) at = nullptr;
+        if (!qbgl::is_special(code)) return {code, 0};
+        at += 2;
+        return {code, at[-2] | gl_wchar{at[-1]} << 16};
+    }
     // What tells a character apart from others with its special weight.
     gl_wchar told_by(uint32_t row, gl_wchar wc) const { return qbgl::told_by(ranks, row, wc); }
     gl_wchar told_by(gl_wchar wc) const { return ranks.row_count == 0 ? wc : told_by(row_of(wc), wc); }

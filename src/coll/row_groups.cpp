@@ -51,6 +51,29 @@ class Rows {
     const gl_collate_info &info_;
 };
 
+// Takes out of a list of rows those that have a weight in some pass which no other row of the list has there: the rows of a
+// compiler all differ, and nearly all in such a way. Returns how many are left, in their order.
+uint32_t keep_alike(const gl_collate_info &info, int32_t *list, uint32_t count) {
+    constexpr uint32_t WORDS = (UINT16_MAX + 1) / 32;
+    for (int32_t pass = 0; pass < info.pass_count; ++pass) {
+        const uint16_t *const weights = info.weights[pass];
+        uint32_t found[WORDS] = {}, repeated[WORDS] = {};
+        for (uint32_t i = 0; i < count; ++i) {
+            const uint16_t weight = weights[list[i]];
+            repeated[weight / 32] |= found[weight / 32] & 1U << weight % 32;
+            found[weight / 32] |= 1U << weight % 32;
+        }
+        uint32_t kept = 0;
+        for (uint32_t i = 0; i < count; ++i) {
+            const int32_t row = list[i];
+            list[kept] = row;
+            kept += repeated[weights[row] / 32] >> weights[row] % 32 & 1;
+        }
+        count = kept;
+    }
+    return count;
+}
+
 struct HashedRow {
     uint32_t hash;
     int32_t row;
@@ -98,12 +121,11 @@ bool classify_rows(const gl_collate_info &info, RowGroups &groups) {
     const Rows rows(info);
     const auto count = static_cast<uint32_t>(info.row_count) + 1;
     groups.group = Owned<int32_t>::allocate(count);
-    const Owned<HashedRow> ordinary_rows = Owned<HashedRow>::allocate(count);
+    const Owned<int32_t> ordinary_rows = Owned<int32_t>::allocate(count);
     const Owned<int32_t> first_equals = Owned<int32_t>::allocate(count);
     const Owned<uint8_t> expansions_seen = Owned<uint8_t>::allocate(WEIGHT_VALUE + 1);
     if (!groups.group || !ordinary_rows || !first_equals || !expansions_seen) return false;
-    int32_t *const group = groups.group.get(), *const first = first_equals.get();
-    HashedRow *const ordinary = ordinary_rows.get();
+    int32_t *const group = groups.group.get(), *const first = first_equals.get(), *const ordinary = ordinary_rows.get();
     uint8_t *const seen = expansions_seen.get();
     memset(seen, 0, WEIGHT_VALUE + 1);
 
@@ -113,9 +135,15 @@ bool classify_rows(const gl_collate_info &info, RowGroups &groups) {
         group[row] = all_one ? RowGroups::ALL_ONE : RowGroups::NONE;
         first[row] = NOT_ORDINARY;
         groups.has_all_one = groups.has_all_one || all_one;
-        if (!all_one && !rows.special(row)) ordinary[ordinary_count++] = {rows.hash(row), row};
+        if (all_one || rows.special(row)) continue;
+        first[row] = row;
+        ordinary[ordinary_count++] = row;
     }
-    if (!find_first_equals(rows, ordinary, ordinary_count, first)) find_first_equals_sorted(rows, ordinary, ordinary_count, first);
+    const uint32_t alike_count = keep_alike(info, ordinary, ordinary_count);
+    const Owned<HashedRow> alike = Owned<HashedRow>::allocate(alike_count + 1);
+    if (!alike) return false;
+    std::transform(ordinary, ordinary + alike_count, alike.get(), [&rows](int32_t row) { return HashedRow{rows.hash(row), row}; });
+    if (!find_first_equals(rows, alike.get(), alike_count, first)) find_first_equals_sorted(rows, alike.get(), alike_count, first);
     for (int32_t row = 0; row <= info.row_count; ++row) {
         if (first[row] == NOT_ORDINARY) continue;
         if (first[row] != row) {

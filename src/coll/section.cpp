@@ -15,6 +15,8 @@
 //   elements, in one line            K, the row, K characters, each by its difference from what the element before has in its place
 //   expansions, in one line          the same without a row
 //   a line for each pass             the weights of all rows (RunReader, each pass from 0 on)
+//
+// What the object tells of the keys of the order for indexes stands behind that (order/parts.h).
 #include "coll/section.h"
 
 #include "coll/lists.h"
@@ -216,9 +218,10 @@ bool read_compact_rows(gl_locale *locale, ByteReader &in) {
     for (int pass = 0; pass < info.pass_count; ++pass) {
         const uint16_t *const weights = info.weights[pass];
         if (!RunReader(in).read(info.weights[pass], count) || !in.skip_newline()) return fail(locale, GL_EBADFILE, false);
+        bool beyond = false;
         for (uint32_t row = 0; row < count; ++row)
-            if (is_expansion(weights[row]) && (weights[row] & WEIGHT_VALUE) >= info.expansion_count)
-                return fail(locale, GL_EBADFILE, false);
+            beyond |= is_expansion(weights[row]) & ((weights[row] & WEIGHT_VALUE) >= info.expansion_count);
+        if (beyond) return fail(locale, GL_EBADFILE, false);
     }
     return true;
 }
@@ -240,6 +243,17 @@ bool build_candidates(gl_locale *locale) {
     return true;
 }
 
+// Where the codes of the lookup arrays are the weights, as in all rules that a compiler writes, they are there once.
+void share_weights(gl_collate_info &info) {
+    const size_t size = (static_cast<size_t>(info.row_count) + 1) * sizeof *info.weights[0];
+    for (int pass = 0; pass < info.pass_count; ++pass) {
+        const uint16_t *const codes = info.maps->codes[pass];
+        if (memcmp(info.weights[pass], codes, size) != 0) continue;
+        _gl_free_ptr(info.weights[pass]);
+        info.weights[pass] = const_cast<uint16_t *>(codes);
+    }
+}
+
 bool build_maps(gl_locale *locale) {
     gl_collate_info &info = locale->collate;
     if (info.direct != 0 || info.pass_count == 0) return true;
@@ -247,6 +261,7 @@ bool build_maps(gl_locale *locale) {
     if (!build_collation_maps(info, locale->ranks, maps))
         return fail(locale, GL_ENOMEM, false); // the order for indexes must not depend on it
     info.maps = maps;
+    if (maps != nullptr) share_weights(info);
     return true;
 }
 
@@ -284,7 +299,8 @@ int qbgl::read_collate(FILE *file, gl_locale *locale) {
 void qbgl::free_collate(gl_locale *locale) {
     gl_collate_info &info = locale->collate;
     _gl_free_multi(info.character_table);
-    for (uint16_t *weights : info.weights) _gl_free_ptr(weights);
+    for (int pass = 0; pass < info.pass_count; ++pass)
+        if (info.maps == nullptr || info.weights[pass] != info.maps->codes[pass]) _gl_free_ptr(info.weights[pass]);
     if (info.element_count > 0) _gl_free_ptr(info.elements[0].chars);
     _gl_free_ptr(info.elements);
     if (info.expansion_count > 0) _gl_free_ptr(info.expansions[0].chars);

@@ -44,14 +44,13 @@ struct RowText {
     using Unit = uint16_t;
 
     RowText(const gl_collation_maps &of, int pass, const uint16_t *first_row, const gl_wchar *of_rows)
-        : maps(&of), codes(of.codes + pass), shift(of.shift), rows(first_row), characters(of_rows) {}
+        : maps(&of), codes(of.codes[pass]), rows(first_row), characters(of_rows) {}
 
-    uint16_t code(const uint16_t *at) const { return codes[*at << shift]; }
+    uint16_t code(const uint16_t *at) const { return codes[*at]; }
     gl_wchar character(const uint16_t *at) const { return maps->told_by(*at, characters[at - rows]); }
 
     const gl_collation_maps *maps;
     const uint16_t *codes;
-    uint32_t shift;
     const uint16_t *rows;
     const gl_wchar *characters;
 };
@@ -86,7 +85,7 @@ template <class Text, bool BACKWARD, bool EXPANSIONS, bool ELEMENTS> class Walke
                 }
             }
             if (!EXPANSIONS || !is_expansion(code)) break;
-            item_ = items_of(code);
+            item_ = maps_.items_of(code, pass_);
             code = next_item();
             if (code != CODE_END) return code;
         }
@@ -111,16 +110,10 @@ template <class Text, bool BACKWARD, bool EXPANSIONS, bool ELEMENTS> class Walke
   private:
     const Unit *take() { return BACKWARD ? --at_ : at_++; }
 
-    const ExpansionItem *items_of(uint16_t code) const {
-        return maps_.items + maps_.item_lists[static_cast<uint32_t>(pass_) * maps_.expansion_count + (code & WEIGHT_VALUE)];
-    }
-
     uint16_t next_item() {
-        const ExpansionItem *item = item_;
-        while (is_expansion(item->code)) item = items_of(item->code);
-        character_ = item->character;
-        item_ = item->code != CODE_END ? item + 1 : nullptr;
-        return item->code;
+        const ExpansionItem item = maps_.take_item(item_, pass_);
+        character_ = item.character;
+        return item.code;
     }
 
     // The code of the element that the text has at a place, or that of the character.
@@ -178,7 +171,7 @@ template <class Text, bool BACKWARD, bool EXPANSIONS, bool ELEMENTS> class Walke
 
     Text text_;
     const Unit *at_, *end_;
-    const ExpansionItem *item_ = nullptr; // the next one of the expansion that is being read
+    const uint16_t *item_ = nullptr; // the next one of the expansion that is being read
     gl_wchar character_ = 0;
     const gl_collation_maps &maps_;
     int pass_;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <string.h>
+#include <utility>
 
 namespace qbgl {
 
@@ -73,15 +74,21 @@ class BlockPool {
 // 64 values at a time are neighbours in a block.
 void find_plain(const CodesetMaps &maps, uint8_t *plain) {
     constexpr uint32_t NEIGHBOURS = 64;
+    const gl_character_cell *before = nullptr; // those of the neighbours before
     for (uint32_t value = 0; value < plain_values(maps.shape); value += NEIGHBOURS) {
         const bool continued = maps.shape == TextShape::CONTINUATION && value >= 0x80;
         const gl_wchar first = continued ? continued_character(value) : value;
         const uint32_t page = first >> 8;
         if (page >= maps.page_count || maps.page_blocks[page] == 0) {
             memset(plain + value, 0, NEIGHBOURS);
+            before = nullptr;
             continue;
         }
         const gl_character_cell *const cells = maps.cells + maps.page_blocks[page] * 256U + (first & 0xFF);
+        if (std::exchange(before, cells) == cells) { // as in most pages of a large codeset
+            memcpy(plain + value, plain + value - NEIGHBOURS, NEIGHBOURS);
+            continue;
+        }
         for (uint32_t i = 0; i < NEIGHBOURS; ++i)
             plain[value + i] = maps.has(first + i) ? traits_of(cells[i].classes, maps.full_width) : 0;
     }

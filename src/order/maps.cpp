@@ -186,8 +186,6 @@ class Bytes {
     const uint16_t *ascii_;
 };
 
-bool is_utf8_character(gl_wchar wc) { return utf8_character(scalar_value(wc)) == wc; }
-
 class OrderBuilder {
   public:
     explicit OrderBuilder(const gl_collate_info &rules) : rules_(rules), maps_(*rules.maps) {}
@@ -314,11 +312,11 @@ bool OrderBuilder::is_utf8() const {
     }
     for (int pass = 0; pass < rules_.pass_count; ++pass)
         for (uint32_t i = 0; i < maps_.expansion_count; ++i)
-            for (const ExpansionItem *item =
-                     maps_.items + maps_.item_lists[static_cast<uint32_t>(pass) * maps_.expansion_count + i];
-                 item->code != CODE_END && !is_expansion(item->code); ++item)
-                if (is_special(item->code) && !is_ranked(pass, item->code & WEIGHT_VALUE) && !is_utf8_character(item->character))
+            for (const uint16_t *at = maps_.items_of(static_cast<uint16_t>(i), pass); *at != CODE_END && !is_expansion(*at);) {
+                const ExpansionItem item = maps_.take_item(at, pass);
+                if (is_special(item.code) && !is_ranked(pass, item.code & WEIGHT_VALUE) && !is_utf8_character(item.character))
                     return false;
+            }
     return true;
 }
 

@@ -1,4 +1,4 @@
-// What the order for indexes makes of a locale's rules while they are loaded: for each pass the bytes of a weight in a key, and
+// What the order for indexes makes of a locale's rules: for each pass the bytes of a weight in a key, and
 // which weights are so common, or follow so surely from what was said before, that only their number is written. docs/keys.md has
 // the form of the keys, and why it keeps the order.
 #pragma once
@@ -147,6 +147,8 @@ constexpr gl_wchar utf8_character(uint32_t scalar) {
     return 0xF0000000 | (scalar << 6 & 0x7000000) | 0x800000 | (scalar << 4 & 0x3F0000) | second | last;
 }
 
+constexpr bool is_utf8_character(gl_wchar wc) { return utf8_character(scalar_value(wc)) == wc; }
+
 // The weights that a code of the arrays stands for, in the order of the pass: visit(code, character) with the code of each, and the
 // character of a special one, which is `character` itself where the code is no expansion.
 template <class Visit>
@@ -155,13 +157,10 @@ void for_each_weight(const gl_collation_maps &maps, int pass, uint16_t code, gl_
         if (code != WEIGHT_IGNORED) visit(code, character);
         return;
     }
-    const auto list_of = [&](uint16_t expansion) {
-        return maps.items + maps.item_lists[static_cast<uint32_t>(pass) * maps.expansion_count + (expansion & WEIGHT_VALUE)];
-    };
-    for (const ExpansionItem *item = list_of(code); item->code != CODE_END; ++item) {
-        while (is_expansion(item->code)) item = list_of(item->code);
-        if (item->code == CODE_END) return;
-        visit(item->code, item->character);
+    for (const uint16_t *at = maps.items_of(code, pass);;) {
+        const ExpansionItem item = maps.take_item(at, pass);
+        if (at == nullptr) return;
+        visit(item.code, item.character);
     }
 }
 

@@ -73,29 +73,23 @@ template <class Source> class OrderWalk {
                 return true;
             }
             if (code == WEIGHT_IGNORED) continue;
-            item_ = items_of(code);
+            item_ = maps_.items_of(code, pass_);
             if (next_item(weight)) return true;
         }
         return false;
     }
 
   private:
-    const ExpansionItem *items_of(uint16_t code) const {
-        return maps_.items + maps_.item_lists[static_cast<uint32_t>(pass_) * maps_.expansion_count + (code & WEIGHT_VALUE)];
-    }
-
     bool next_item(OrderWeight &weight) {
-        const ExpansionItem *item = item_;
-        while (is_expansion(item->code)) item = items_of(item->code);
-        item_ = item->code != CODE_END ? item + 1 : nullptr;
-        weight = {uint32_t{item->code} & WEIGHT_VALUE, is_special(item->code) ? item->character : 0};
+        const ExpansionItem item = maps_.take_item(item_, pass_);
+        weight = {uint32_t{item.code} & WEIGHT_VALUE, item.character};
         return item_ != nullptr;
     }
 
     const gl_collation_maps &maps_;
     Source source_;
     int pass_;
-    const ExpansionItem *item_ = nullptr; // the next one of the expansion that is being read
+    const uint16_t *item_ = nullptr; // the next one of the expansion that is being read
 };
 
 } // namespace qbgl

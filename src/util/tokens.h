@@ -104,6 +104,7 @@ class RunReader {
 
     // False for what is malformed, a run beyond the list's end included.
     bool read(uint16_t *values, uint32_t count) {
+        uint16_t last = last_;
         while (count > 0) {
             uint32_t coded, run = 1;
             if (!in_.number(coded) || coded >> 1 > UINT16_MAX) return false;
@@ -112,9 +113,11 @@ class RunReader {
                 run += 2;
             }
             const auto step = static_cast<uint16_t>(ByteReader::signed_of(coded >> 1));
-            for (uint32_t i = 0; i < run; ++i) *values++ = last_ = static_cast<uint16_t>(last_ + step);
+            for (uint32_t i = 0; i < run; ++i) values[i] = last = static_cast<uint16_t>(last + step);
+            values += run;
             count -= run;
         }
+        last_ = last;
         return true;
     }
 
