@@ -509,6 +509,37 @@ TEST(Order, IsTheSameWithoutMemory) {
     EXPECT_EQ(faults.blocks(), 0U);
 }
 
+// An object that tells nothing of its keys, or of another form of them, has the same ones; what does not fit its rules is refused.
+TEST(Order, HasTheKeysThatAnObjectTells) {
+    const ScopedEnv tree("QUORBANEDIR", QBGL_TREE);
+    const TempDir directory;
+    const string object = read_file(QBGL_TREE "/vrn/lc11/cs_cz/e01c.lco"), mark = "KEYS 1 1\n", all_tokens = "`P0"; // 16384
+    const size_t at = object.find(mark), end = object.find("###", at), line = at + mark.size();
+    ASSERT_NE(at, string::npos);
+    const string first_pass = object.substr(line, object.find('\n', line) + 1 - line);
+    const auto load = [&](const string &keys) {
+        write_file(directory.path() / "x.lco", object.substr(0, at) + keys + object.substr(end));
+        gl_locale *locale = nullptr;
+        gl_lc_load(&locale, "x.lco", nullptr, directory.path().c_str());
+        return Locale(locale, gl_lc_unload);
+    };
+    const Locale told = load(object.substr(at, end - at));
+    for (const string &keys : {string(), "KEYS 2 1\nanything\n" + string(300, 'x') + '\n'}) {
+        const Locale made = load(keys);
+        EXPECT_EQ(made->error, 0);
+        for (const char *text :
+             {"P\xC5\x99\xC3\xADli\xC5\xA1 \xC5\xBElu\xC5\xA5ou\xC4\x8Dk\xC3\xBD k\xC5\xAF\xC5\x88, chata (co-op)",
+              "\xE4\xB8\x80 \xF0\x9F\x98\x80\xFF"})
+            EXPECT_EQ(whole_key(made.get(), text, -1), whole_key(told.get(), text, -1));
+    }
+    for (const string &keys : {"KEYX 1 1\n" + first_pass, "KEYS 1 2\n" + first_pass, mark + first_pass, mark + "000000@",
+                               mark + "0000000002",                                     // fewer tokens than weights
+                               mark + "000000000" + all_tokens + "5_oN" + "1_oN",       // special weights that there are not
+                               mark + "000000000" + all_tokens + "5_oN" + "<1_oM",      // three bytes
+                               mark + first_pass + "0000000", mark + string(500, 'o')}) // runs of none; more than 32 bits
+        EXPECT_EQ(load(keys + '\n')->error, GL_EBADFILE) << keys.substr(0, 40);
+}
+
 TEST(Order, OfAHandleWithoutRulesIsThatOfBytes) {
     gl_locale *null = nullptr;
     ASSERT_EQ(gl_create_null_locale_4(&null), 0);

@@ -2,6 +2,7 @@
 
 #include "coll/section.h"
 #include "ext/error.h"
+#include "order/parts.h"
 #include "order/raised.h"
 #include "setlc/categories.h"
 #include "setlc/dispatch.h"
@@ -60,15 +61,21 @@ void take_order(const char *line, OrderDigits &order) {
 }
 
 // Rules that compare code values have none, and some that no compiler writes.
-bool take_order_maps(gl_locale *locale) {
+bool take_order_maps(FILE *file, gl_locale *locale) {
     const gl_collate_info &rules = locale->collate;
     if (rules.kind != GL_COLLATION_AS_SPECIFIED || rules.direct != 0 || rules.pass_count == 0) return true;
     gl_order_maps *maps = nullptr;
     bool memory = true;
-    if (rules.maps == nullptr)
+    if (rules.maps == nullptr) {
         memory = build_raised_order_maps(rules, maps);
-    else
-        memory = (maps = build_order_maps(rules)) != nullptr;
+    } else {
+        ByteReader in(file);
+        OrderParts parts;
+        const PartsRead read = read_order_parts(in, rules, parts);
+        if (read == PartsRead::MALFORMED) return fail(locale, GL_EBADFILE, false);
+        memory = read == PartsRead::DONE || (read == PartsRead::NONE && make_order_parts(rules, parts));
+        if (memory) memory = (maps = assemble_order_maps(rules, parts)) != nullptr;
+    }
     locale->order_maps = maps;
     return memory || fail(locale, GL_ENOMEM, false);
 }
@@ -76,7 +83,7 @@ bool take_order_maps(gl_locale *locale) {
 int read_order(FILE *file, gl_locale *locale, const ObjectHeader &header) {
     if (read_collate(file, locale) != 0) return 1;
     take_rules(locale);
-    if (!take_order_maps(locale)) return 1;
+    if (!take_order_maps(file, locale)) return 1;
     if (header.order[0] != '\0')
         memcpy(locale->order_fingerprint, header.order, sizeof header.order);
     else

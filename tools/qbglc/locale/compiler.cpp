@@ -5,6 +5,7 @@
 #include "locale/encoder.h"
 #include "locale/time.h"
 #include "object/digest.h"
+#include "object/order_keys.h"
 #include "object/seal.h"
 #include "object/text.h"
 #include "order/fingerprint.h"
@@ -124,7 +125,7 @@ const LocaleCompiler::Order &LocaleCompiler::collate(const Definition &definitio
         try {
             CollateSection section = collate_section(*order, *target.codeset);
             add_warnings(definition, definition.collate_place.text() + ": in " + target.codeset->name() + ": ", section.warnings);
-            return Order{std::move(section.text), order_fingerprint(target.characters, section.listed)};
+            return Order{section.text + order_key_lines(section.text), order_fingerprint(target.characters, section.listed)};
         } catch (const DataError &error) {
             throw definition.collate_place.error(error.what());
         }

@@ -1,8 +1,7 @@
-#include "order/maps.h"
+#include "order/parts.h"
 
 #include "coll/rules.h"
 #include "multi/table.h"
-#include "util/growing.h"
 
 #include <iterator>
 #include <string.h>
@@ -188,9 +187,10 @@ class Bytes {
 
 class OrderBuilder {
   public:
-    explicit OrderBuilder(const gl_collate_info &rules) : rules_(rules), maps_(*rules.maps) {}
+    OrderBuilder(const gl_collate_info &rules, OrderParts &parts) : rules_(rules), maps_(*rules.maps), parts_(parts) {}
 
-    gl_order_maps *build();
+    // False when memory is out.
+    bool make();
 
   private:
     bool allocate();
@@ -222,9 +222,6 @@ class OrderBuilder {
     // The tokens of the weights of a region whose first byte is given.
     template <class Member> void write(int pass, OrderToken *tokens, const Bytes &bytes, uint32_t first, Member is_member);
     OrderToken *add_tokens(uint32_t &at);
-    bool is_element(uint32_t scalar) const;
-    void write_entries(OrderEntries &entries) const;
-    gl_order_maps *assemble();
 
     uint16_t code(uint32_t row, int pass) const { return maps_.code_of(row, pass); }
     // Of a character by itself; WEIGHT_IGNORED for one that the rules do not have.
@@ -285,14 +282,8 @@ class OrderBuilder {
     uint32_t member_count_ = 0, most_relative_ = 0;
     bool memory_ = true;
 
-    gl_order_maps made_ = {};
-    Growing<OrderToken> tokens_; // of all passes; where those of each begin
-    uint32_t tokens_at_[GL_MAX_PASSES] = {}, open_at_[GL_MAX_PASSES] = {};
-    Growing<OrderSpecial> specials_;
-    uint32_t specials_at_[GL_MAX_PASSES] = {};
-    Growing<CodeRun> code_runs_;
     Owned<CodeRun> lists_; // of listed weights: where their next run is, and its place
-    uint8_t ascii_[GL_MAX_PASSES][ASCII] = {};
+    OrderParts &parts_;
 };
 
 void OrderBuilder::find_ranked() {
@@ -770,26 +761,26 @@ void OrderBuilder::write(int pass, OrderToken *tokens, const Bytes &bytes, uint3
             token.length = fact.special != 0 ? 0 : form == CodeForm::LEADS ? 1 : 2;
             uint32_t said = at;
             if (fact.special != 0) {
-                const uint32_t number = specials_.size() - specials_at_[pass];
+                const uint32_t number = parts_.specials.size() - parts_.specials_at[pass];
                 said = number << 8 | number >> 8;
                 const uint32_t least = ranges_[weight].least;
                 const bool listed = form == CodeForm::LISTED;
-                memory_ = memory_ && specials_.append({listed ? code_runs_.size() : least, static_cast<uint16_t>(at), form,
-                                                       is_ranked(pass, weight), listed ? fact.runs : 0});
-                lists_[weight] = {listed ? code_runs_.size() : UINT32_MAX, 0};
-                for (uint32_t left = listed ? fact.runs : 0; memory_ && left > 0; --left) memory_ = code_runs_.append({0, 0});
+                memory_ = memory_ && parts_.specials.append({listed ? parts_.code_runs.size() : least, static_cast<uint16_t>(at),
+                                                             form, is_ranked(pass, weight), listed ? fact.runs : 0});
+                lists_[weight] = {listed ? parts_.code_runs.size() : UINT32_MAX, 0};
+                for (uint32_t left = listed ? fact.runs : 0; memory_ && left > 0; --left) memory_ = parts_.code_runs.append({0, 0});
             }
             token.bytes[0] = static_cast<uint8_t>(said >> 8);
             token.bytes[1] = static_cast<uint8_t>(said);
         },
-        [&](uint32_t character, uint32_t place) { ascii_[pass][character] = static_cast<uint8_t>(first + place); });
+        [&](uint32_t character, uint32_t place) { parts_.ascii[pass][character] = static_cast<uint8_t>(first + place); });
     for (uint32_t i = 0; memory_ && i < row_runs_.size(); ++i) {
         const RowRun &run = row_runs_[i];
         const uint16_t said = code(run.row, pass);
         const uint32_t weight = said & WEIGHT_VALUE;
         if (!is_special(said) || !is_member(facts_[weight]) || lists_[weight].first == UINT32_MAX) continue;
         CodeRun &next = lists_[weight];
-        code_runs_[next.first++] = {run.first, next.place};
+        parts_.code_runs[next.first++] = {run.first, next.place};
         next.place += run.last - run.first + 1;
     }
 }
@@ -818,11 +809,11 @@ uint32_t OrderBuilder::greater_weight(int pass) const {
 
 // Room for the tokens of a pass. Null when memory is out.
 OrderToken *OrderBuilder::add_tokens(uint32_t &at) {
-    at = tokens_.size();
+    at = parts_.tokens.size();
     static constexpr OrderToken NONE[64] = {};
     for (uint32_t left = count_; memory_ && left > 0; left -= std::min<uint32_t>(left, std::size(NONE)))
-        memory_ = tokens_.append(NONE, std::min<uint32_t>(left, std::size(NONE)));
-    return memory_ ? &tokens_[at] : nullptr;
+        memory_ = parts_.tokens.append(NONE, std::min<uint32_t>(left, std::size(NONE)));
+    return memory_ ? &parts_.tokens[at] : nullptr;
 }
 
 constexpr auto ALL = [](const WeightFacts &) { return true; };
@@ -843,15 +834,15 @@ void OrderBuilder::write_first() {
     singles.plain_singles = WEIGHTS;
     if (singles.leads(ALL) <= FIRST_PASS_BYTES) bytes = singles;
     for (bytes.most_listed = MOST_LISTED; bytes.most_listed > 0 && bytes.leads(ALL) > FIRST_PASS_BYTES;) bytes.most_listed /= 2;
-    OrderToken *const tokens = add_tokens(tokens_at_[0]);
+    OrderToken *const tokens = add_tokens(parts_.tokens_at[0]);
     if (tokens != nullptr) write(0, tokens, bytes, FIRST_WEIGHT_BYTE, ALL);
-    open_at_[0] = tokens_at_[0];
+    parts_.open_at[0] = parts_.tokens_at[0];
 }
 
 // The bytes of a further pass, from the least on: the weights below the common ones; runs before such; runs before others; places
 // in groups; the weights above.
 void OrderBuilder::write_further(int pass) {
-    OrderPass &made = made_.passes[pass];
+    OrderPass &made = parts_.passes[pass];
     const bool implied = find_implied(pass);
     if (!memory_) return;
     if (!implied) {
@@ -958,7 +949,7 @@ void OrderBuilder::write_further(int pass) {
         region->plain_singles = singles;
         least += singles + (count - singles + SLOTS - 1) / SLOTS + runs - now;
     }
-    OrderToken *const open = add_tokens(open_at_[pass]);
+    OrderToken *const open = add_tokens(parts_.open_at[pass]);
     if (open == nullptr) return;
     uint32_t at = FIRST_WEIGHT_BYTE;
     write(pass, open, below, at, is_below);
@@ -971,15 +962,15 @@ void OrderBuilder::write_further(int pass) {
     at += most_relative_;
     write(pass, open, above, at, is_above);
     for (gl_wchar character = 0; character < ASCII; ++character)
-        if (ascii_[pass][character] != 0 && facts_[ascii_weights_[pass][character]].breaks != 0) made.ascii_breaks = true;
-    if (lesser) made.lesser = is_special(space) ? ascii_[pass][SPACE] : open[space].bytes[0];
+        if (parts_.ascii[pass][character] != 0 && facts_[ascii_weights_[pass][character]].breaks != 0) made.ascii_breaks = true;
+    if (lesser) made.lesser = is_special(space) ? parts_.ascii[pass][SPACE] : open[space].bytes[0];
     if (made.greater_places > 1) made.greater = static_cast<uint8_t>(first_place ? relative : open[raised].bytes[0]);
-    tokens_at_[pass] = open_at_[pass];
+    parts_.tokens_at[pass] = parts_.open_at[pass];
     for (uint32_t weight = 2; weight < count_ && !implied; ++weight)
         if (facts_[weight].common != 0) open[weight].flags |= TOKEN_COMMON;
-    if (!implied || add_tokens(tokens_at_[pass]) == nullptr) return;
-    for (uint32_t weight = 2; weight < tokens_.size() - tokens_at_[pass]; ++weight) {
-        OrderToken &token = tokens_[tokens_at_[pass] + weight], &plain = tokens_[open_at_[pass] + weight];
+    if (!implied || add_tokens(parts_.tokens_at[pass]) == nullptr) return;
+    for (uint32_t weight = 2; weight < parts_.tokens.size() - parts_.tokens_at[pass]; ++weight) {
+        OrderToken &token = parts_.tokens[parts_.tokens_at[pass] + weight], &plain = parts_.tokens[parts_.open_at[pass] + weight];
         token = plain;
         plain.flags = static_cast<uint8_t>(plain.flags & TOKEN_BELOW);
         if (facts_[weight].relative == 0 || facts_[weight].relative > most_relative_) continue;
@@ -988,91 +979,7 @@ void OrderBuilder::write_further(int pass) {
     }
 }
 
-// Whether a character is an element by itself.
-bool OrderBuilder::is_element(uint32_t scalar) const {
-    const gl_wchar wc = utf8_character(scalar);
-    return std::any_of(rules_.elements, rules_.elements + rules_.element_count,
-                       [wc](const gl_collating_element &element) { return element.count == 1 && element.chars[0] == wc; });
-}
-
-void OrderBuilder::write_entries(OrderEntries &entries) const {
-    memset(static_cast<void *>(&entries), 0, sizeof entries);
-    for (uint32_t scalar = 0; scalar < OrderEntries::COUNT; ++scalar) {
-        uint32_t row = maps_.row_of(utf8_character(scalar));
-        const bool begins = row > maps_.unknown;
-        if (begins) row = maps_.starts[row - maps_.unknown - 1].row;
-        const uint16_t of_row = row < maps_.unknown && !(begins && is_element(scalar)) ? code(row, 0) : 0;
-        if (!is_ordinary(of_row) && of_row != WEIGHT_IGNORED) continue;
-        const uint16_t first = of_row == WEIGHT_IGNORED ? FIRST_IGNORED : of_row;
-        entries.firsts[scalar] = static_cast<uint16_t>(first | (begins ? OrderEntries::BEGINS : 0));
-        const OrderToken token = made_.passes[0].tokens[of_row]; // none for WEIGHT_IGNORED
-        const unsigned quiet = made_.quiet[row];
-        entries.of_key[scalar] = {
-            common_runs(quiet), static_cast<uint16_t>(row),           {token.bytes[0], token.bytes[1]},
-            token.length,       said_passes(quiet, made_.pass_count), begins ? EntryKind::BEGINS : EntryKind::PLAIN};
-    }
-    for (int32_t i = 0; i < rules_.element_count; ++i) {
-        const gl_collating_element &element = rules_.elements[i];
-        for (int32_t place = 0; place < element.count; ++place) {
-            const uint32_t scalar = scalar_value(element.chars[place]);
-            if (scalar >= OrderEntries::COUNT || !is_utf8_character(element.chars[place])) continue;
-            if (place > 0) entries.parts[scalar] |= PART_FOLLOWING;
-            if (place + 1 < element.count) entries.parts[scalar] |= PART_CONTINUED;
-        }
-    }
-}
-
-gl_order_maps *OrderBuilder::assemble() {
-    const auto passes = static_cast<uint32_t>(rules_.pass_count);
-    const uint32_t rows = maps_.unknown + 2;
-    size_t size = sizeof(gl_order_maps);
-    const auto place = [&size](size_t bytes) { return std::exchange(size, size + (bytes + 3) / 4 * 4); };
-    const size_t tokens = place(tokens_.size() * sizeof(OrderToken)), specials = place(specials_.size() * sizeof(OrderSpecial)),
-                 code_runs = place(code_runs_.size() * sizeof(CodeRun)), ascii = place(passes * ASCII),
-                 quiet = place(rows * sizeof(uint16_t));
-    const bool with_entries = utf8_ && is_forward(rules_, 0) && rules_.pass_count <= ENTRY_PASSES;
-    const size_t entries = place(with_entries ? sizeof(OrderEntries) : 0);
-    auto *const block = static_cast<uint8_t *>(_gl_alloc_ptr(static_cast<uint32_t>(size)));
-    if (block == nullptr) return nullptr;
-    auto *const of_rows = reinterpret_cast<uint16_t *>(block + quiet);
-    memcpy(block + tokens, tokens_.begin(), tokens_.size() * sizeof(OrderToken));
-    if (specials_.size() > 0) memcpy(block + specials, specials_.begin(), specials_.size() * sizeof(OrderSpecial));
-    if (code_runs_.size() > 0) memcpy(block + code_runs, code_runs_.begin(), code_runs_.size() * sizeof(CodeRun));
-    memcpy(block + ascii, ascii_, passes * ASCII);
-    memset(of_rows, 0, rows * sizeof(uint16_t));
-    made_.maps = &maps_;
-    made_.pass_count = rules_.pass_count;
-    made_.utf8 = utf8_;
-    made_.quiet = of_rows;
-    made_.code_runs = reinterpret_cast<const CodeRun *>(block + code_runs);
-    for (int pass = 0; pass < rules_.pass_count; ++pass) {
-        OrderPass &made = made_.passes[pass];
-        const auto *const all = reinterpret_cast<const OrderToken *>(block + tokens);
-        made.tokens = all + tokens_at_[pass];
-        made.open = all + open_at_[pass];
-        made.specials = reinterpret_cast<const OrderSpecial *>(block + specials) + specials_at_[pass];
-        made.ascii = block + ascii + static_cast<uint32_t>(pass) * ASCII;
-        made.forward = is_forward(rules_, pass);
-        const auto common = static_cast<uint16_t>(1U << pass), none = static_cast<uint16_t>(0x100U << pass);
-        const uint16_t *const weights = rules_.weights[pass];
-        for (uint32_t row = 0; pass > 0 && row < maps_.unknown; ++row) {
-            if (weights[row] == WEIGHT_IGNORED)
-                of_rows[row] |= none;
-            else if (is_ordinary(weights[row]) && used_[row] != 0 &&
-                     (made.tokens[weights[row]].flags & (TOKEN_COMMON | TOKEN_BREAKS)) == TOKEN_COMMON)
-                of_rows[row] |= common;
-        }
-    }
-    if (with_entries) {
-        auto *const made = reinterpret_cast<OrderEntries *>(block + entries);
-        write_entries(*made);
-        made_.entries = made;
-    }
-    memcpy(static_cast<void *>(block), &made_, sizeof made_);
-    return reinterpret_cast<gl_order_maps *>(block);
-}
-
-gl_order_maps *OrderBuilder::build() {
+bool OrderBuilder::make() {
     const auto passes = static_cast<uint32_t>(rules_.pass_count);
     const auto nodes = static_cast<uint32_t>(rules_.character_table->node_count);
     used_ = Owned<uint8_t>::allocate(maps_.unknown);
@@ -1091,34 +998,30 @@ gl_order_maps *OrderBuilder::build() {
     letter_ends_ = Owned<uint32_t>::allocate(WEIGHTS + 1);
     if (!used_ || !seen_ || !same_rows_ || !lists_ || !row_ranges_ || !expansions_ || !ranges_ || !facts_ || !hidden_ ||
         !first_counts_ || !further_counts_ || !longer_ || !members_ || !letter_ends_)
-        return nullptr;
+        return false;
     memset(seen_.get(), 0, nodes);
     memset(same_rows_.get(), 0, (nodes + 1) * sizeof(uint32_t));
     std::fill_n(row_ranges_.get(), maps_.unknown, Range());
     if (maps_.ranks.row_count > 0) {
         ranked_ = Owned<uint8_t>::allocate(passes * WEIGHTS);
-        if (!ranked_) return nullptr;
+        if (!ranked_) return false;
         memset(ranked_.get(), 0, passes * WEIGHTS);
         find_ranked();
     }
-    utf8_ = is_utf8();
+    utf8_ = parts_.utf8 = is_utf8();
     scan_rules();
     for (int pass = 0; pass < rules_.pass_count; ++pass) {
         collect_facts(pass);
-        specials_at_[pass] = specials_.size();
         pass == 0 ? write_first() : write_further(pass);
-        if (!memory_) return nullptr;
+        if (!memory_) return false;
+        parts_.token_counts[pass] = count_;
+        parts_.specials_at[pass + 1] = parts_.specials.size();
     }
-    return assemble();
+    return true;
 }
 
 } // namespace
 
-gl_order_maps *build_order_maps(const gl_collate_info &rules) { return OrderBuilder(rules).build(); }
-
-void free_order_maps(const gl_order_maps *maps) {
-    if (maps != nullptr && maps->owns_maps) _gl_free_ptr(const_cast<gl_collation_maps *>(maps->maps));
-    _gl_free_ptr(const_cast<gl_order_maps *>(maps));
-}
+bool make_order_parts(const gl_collate_info &rules, OrderParts &parts) { return OrderBuilder(rules, parts).make(); }
 
 } // namespace qbgl
