@@ -232,7 +232,7 @@ SELECT pg_catalog.pg_extension_config_dump('remembered_orders', '');
 GRANT SELECT ON remembered_orders TO PUBLIC;
 
 CREATE FUNCTION guard_trigger() RETURNS trigger AS 'MODULE_PATHNAME', 'qbgl_guard_trigger' LANGUAGE C;
-CREATE TRIGGER guard AFTER INSERT OR UPDATE ON remembered_orders FOR EACH STATEMENT EXECUTE FUNCTION guard_trigger();
+CREATE TRIGGER guard AFTER INSERT OR UPDATE OR DELETE ON remembered_orders FOR EACH STATEMENT EXECUTE FUNCTION guard_trigger();
 
 CREATE FUNCTION add_locale(locale text, passes int4 DEFAULT 0) RETURNS regcollation AS 'MODULE_PATHNAME', 'qbgl_add_locale'
 	LANGUAGE C VOLATILE STRICT PARALLEL UNSAFE;

@@ -521,8 +521,9 @@ qbgl_unguard(PG_FUNCTION_ARGS)
 }
 
 /*
- * What happens when rows come into qbgl.remembered_orders: at a restore the
- * collations are there, and want their guards again.
+ * What happens when rows come into qbgl.remembered_orders, or others: all
+ * sessions compare their orders again, and at a restore the collations, which
+ * are there, get their guards back.
  */
 Datum
 qbgl_guard_trigger(PG_FUNCTION_ARGS)
@@ -530,6 +531,7 @@ qbgl_guard_trigger(PG_FUNCTION_ARGS)
 	if (!CALLED_AS_TRIGGER(fcinfo))
 		ereport(ERROR, (errcode(ERRCODE_E_R_I_E_TRIGGER_PROTOCOL_VIOLATED),
 						errmsg("not called by the trigger manager")));
+	CacheInvalidateRelcache(((TriggerData *) fcinfo->context)->tg_relation);
 	GuardCollations(true);
 	PreloadInSessions();
 	return PointerGetDatum(NULL);

@@ -59,5 +59,17 @@ like(refused($node, "SELECT qbgl.key('a', 'cs_CZ.utf8')"), qr/ERROR:\s+F0000|427
 is($earlier->query_safe("SELECT qbgl.compare('ch', 'h', 'cs_CZ.utf8')"), '1', 'which the earlier session does not see');
 $earlier->quit;
 
+# An order that is accepted while a session is open that has the old data: what that one wrote would stand where no one looks for it.
+replace_locale($tree, $CZECH, $CZECH);
+$node->safe_psql('postgres', q(SELECT qbgl.add_locale('cs_CZ.utf8'); CREATE TABLE kept (name qbgl.qtext COLLATE qbgl."cs_CZ" PRIMARY KEY);
+	INSERT INTO kept VALUES ('chata'), ('had'), ('ivan')));
+my $open = $node->background_psql('postgres', on_error_stop => 0);
+is($open->query_safe(q(SELECT count(*) FROM kept WHERE name OPERATOR(qbgl.>) 'h')), '3', 'a session works under the remembered order');
+replace_locale($tree, 'de_de/e01c.lco', $CZECH);
+$node->safe_psql('postgres', q(SET qbgl.allow_changed_order = on; REINDEX TABLE kept; SELECT qbgl.accept('cs_CZ.utf8')));
+$open->query("INSERT INTO kept VALUES ('co')");
+like($open->{stderr}, qr/has changed/, 'and is refused once another one is accepted');
+$open->quit;
+
 $node->stop;
 done_testing();
