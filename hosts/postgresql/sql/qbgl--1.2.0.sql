@@ -236,8 +236,6 @@ CREATE TRIGGER guard AFTER INSERT OR UPDATE OR DELETE ON remembered_orders FOR E
 
 CREATE FUNCTION add_locale(locale text, passes int4 DEFAULT 0) RETURNS regcollation AS 'MODULE_PATHNAME', 'qbgl_add_locale'
 	LANGUAGE C VOLATILE STRICT PARALLEL UNSAFE;
-CREATE FUNCTION guard() RETURNS int4 AS 'MODULE_PATHNAME', 'qbgl_guard' LANGUAGE C VOLATILE STRICT PARALLEL UNSAFE;
-CREATE FUNCTION unguard() RETURNS int4 AS 'MODULE_PATHNAME', 'qbgl_unguard' LANGUAGE C VOLATILE STRICT PARALLEL UNSAFE;
 
 -- Indexes and partitions that may stand under the order of a locale.
 CREATE VIEW collated_indexes AS
@@ -281,7 +279,5 @@ COMMENT ON FUNCTION check_indexes(text) IS 'the indexes that are in another orde
 COMMENT ON FUNCTION accept(text) IS 'remembers the installed order of a locale, once no index is left in another';
 
 REVOKE EXECUTE ON FUNCTION check_index(regclass, text), check_indexes(text), accept(text) FROM PUBLIC;
-REVOKE EXECUTE ON FUNCTION add_locale(text, int4), guard(), unguard(), guard_trigger() FROM PUBLIC;
+REVOKE EXECUTE ON FUNCTION add_locale(text, int4), guard_trigger() FROM PUBLIC;
 COMMENT ON FUNCTION add_locale(text, int4) IS 'makes the collation of a locale, and remembers its order';
-COMMENT ON FUNCTION guard() IS 'keeps the operators of text away from the collations of this schema';
-COMMENT ON FUNCTION unguard() IS 'lets pg_upgrade take the collations of this schema along';

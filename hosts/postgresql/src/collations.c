@@ -38,15 +38,12 @@
 #include "utils/lsyscache.h"
 #include "utils/memutils.h"
 #include "utils/rel.h"
-#include "utils/snapmgr.h"
 #include "utils/syscache.h"
 #include "utils/varlena.h"
 
 #include "remembered.h"
 
 PG_FUNCTION_INFO_V1(qbgl_add_locale);
-PG_FUNCTION_INFO_V1(qbgl_guard);
-PG_FUNCTION_INFO_V1(qbgl_unguard);
 PG_FUNCTION_INFO_V1(qbgl_guard_trigger);
 
 /* A collation that pg_upgrade makes, while its guard is put aside. */
@@ -342,23 +339,19 @@ HasVersion(Relation catalog, HeapTuple tuple, const char *version)
 	Datum value =
 		heap_getattr(tuple, Anum_pg_collation_collversion, RelationGetDescr(catalog), &is_null);
 
-	if (is_null || version == NULL)
-		return is_null && version == NULL;
-	return strcmp(TextDatumGetCString(value), version) == 0;
+	return !is_null && strcmp(TextDatumGetCString(value), version) == 0;
 }
 
 /*
- * Sets the guards of all collations of the schema that stand for a locale, or
- * takes them away.  Returns how many were changed.
+ * Sets the guards of all collations of the schema that stand for a locale.
  */
-static int
-GuardCollations(bool set)
+static void
+GuardCollations(void)
 {
 	Relation catalog = table_open(CollationRelationId, RowExclusiveLock);
 	SysScanDesc scan;
 	ScanKeyData key;
 	HeapTuple tuple;
-	int changed = 0;
 
 	ScanKeyInit(&key, Anum_pg_collation_collnamespace, BTEqualStrategyNumber, F_OIDEQ,
 				ObjectIdGetDatum(get_namespace_oid(QBGL_SCHEMA, false)));
@@ -368,17 +361,13 @@ GuardCollations(bool set)
 		int passes;
 		QbglLocale *locale = LocaleOfCollationName(
 			NameStr(((Form_pg_collation) GETSTRUCT(tuple))->collname), &passes);
-		const char *version = locale && set ? locale->fingerprint : NULL;
 
-		if (locale == NULL || HasVersion(catalog, tuple, version))
-			continue;
-		GuardCollation(catalog, tuple, version);
-		changed++;
+		if (locale != NULL && !HasVersion(catalog, tuple, locale->fingerprint))
+			GuardCollation(catalog, tuple, locale->fingerprint);
 	}
 	systable_endscan(scan);
 	table_close(catalog, RowExclusiveLock);
 	CommandCounterIncrement();
-	return changed;
 }
 
 /*
@@ -458,13 +447,7 @@ RememberOrder(QbglLocale *locale)
 	Oid types[2] = {TEXTOID, TEXTOID};
 	Datum values[2] = {CStringGetTextDatum(locale->name), CStringGetTextDatum(locale->fingerprint)};
 
-	bool remembered;
-
-	/* What the statement itself has written counts. */
-	PushActiveSnapshot(GetTransactionSnapshot());
-	remembered = IsRemembered(locale);
-	PopActiveSnapshot();
-	if (remembered)
+	if (IsRemembered(locale))
 		return;
 	if (SPI_connect() != SPI_OK_CONNECT ||
 		SPI_execute_with_args("INSERT INTO qbgl.remembered_orders VALUES ($1, $2)", 2, types,
@@ -497,27 +480,10 @@ qbgl_add_locale(PG_FUNCTION_ARGS)
 					platform_locale, NULL, NULL, true, true);
 	CommandCounterIncrement();
 	RememberOrder(locale);
-	GuardCollations(true);
+	GuardCollations();
 	PreloadInSessions();
 	PG_RETURN_OID(
 		get_collation_oid(list_make2(makeString(QBGL_SCHEMA), makeString(pstrdup(name))), false));
-}
-
-/*
- * qbgl.guard() returns int, qbgl.unguard() returns int
- *
- * Sets the guards, or takes them away; how many were changed.
- */
-Datum
-qbgl_guard(PG_FUNCTION_ARGS)
-{
-	PG_RETURN_INT32(GuardCollations(true));
-}
-
-Datum
-qbgl_unguard(PG_FUNCTION_ARGS)
-{
-	PG_RETURN_INT32(GuardCollations(false));
 }
 
 /*
@@ -532,7 +498,7 @@ qbgl_guard_trigger(PG_FUNCTION_ARGS)
 		ereport(ERROR, (errcode(ERRCODE_E_R_I_E_TRIGGER_PROTOCOL_VIOLATED),
 						errmsg("not called by the trigger manager")));
 	CacheInvalidateRelcache(((TriggerData *) fcinfo->context)->tg_relation);
-	GuardCollations(true);
+	GuardCollations();
 	PreloadInSessions();
 	return PointerGetDatum(NULL);
 }

@@ -30,14 +30,11 @@ typedef struct CollationOrder
 	uint64 generation;
 } CollationOrder;
 
-/*
- * The order of a collation, ensured to be the one that is remembered.  Raises
- * what is wrong with a collation that stands for no locale.
- */
-static inline const CollationOrder *OrderOfCollation(Oid collation);
-
-/* The same without a look at what is remembered; NULL for a collation that is not ours. */
+/* The order of a collation, whatever is remembered; NULL for a collation that is not ours. */
 extern const CollationOrder *FindOrderOfCollation(Oid collation);
+
+/* The same, which raises what is wrong with a collation that stands for no locale. */
+extern const CollationOrder *RequireOrderOfCollation(Oid collation);
 
 /* The one that was asked for last, or NULL. */
 extern const CollationOrder *last_order;
@@ -45,8 +42,7 @@ extern const CollationOrder *last_order;
 /* Raised when a collation may have become another. */
 extern uint64 collation_generation;
 
-extern const CollationOrder *RequireOrderOfCollation(Oid collation);
-
+/* RequireOrderOfCollation, ensured to be the order that is remembered. */
 static inline const CollationOrder *
 OrderOfCollation(Oid collation)
 {

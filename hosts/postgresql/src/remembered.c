@@ -11,6 +11,7 @@
 #include "access/genam.h"
 #include "access/htup_details.h"
 #include "access/table.h"
+#include "access/xact.h"
 #include "catalog/namespace.h"
 #include "utils/builtins.h"
 #include "utils/lsyscache.h"
@@ -63,8 +64,8 @@ ReadRemembered(void)
 	if (!OidIsValid(table))
 		return NIL;
 	relation = table_open(table, AccessShareLock);
-	snapshot =
-		RegisterSnapshot(ActiveSnapshotSet() ? GetActiveSnapshot() : GetTransactionSnapshot());
+	/* What stands there now, whatever the transaction sees; parallel workers may not look. */
+	snapshot = RegisterSnapshot(IsInParallelMode() ? GetActiveSnapshot() : GetLatestSnapshot());
 	scan = systable_beginscan(relation, InvalidOid, false, snapshot, 0, NULL);
 	while (HeapTupleIsValid(row = systable_getnext(scan)))
 		rows = lappend(rows, ReadRow(row, RelationGetDescr(relation)));
