@@ -280,6 +280,38 @@ DependsOnChangedOrder(Relation index)
 }
 
 /*
+ * Whether texts that differ may be equal in an index.
+ */
+static bool
+FindsMoreEqual(Relation index)
+{
+	for (int i = 0; i < IndexRelationGetNumberOfKeyAttributes(index); i++)
+	{
+		const CollationOrder *order = FindOrderOfCollation(index->rd_indcollation[i]);
+
+		if (order && order->passes != 0)
+			return true;
+	}
+	return false;
+}
+
+/*
+ * What is wrong with an index of values of qtext, or NULL.  Two rows that have
+ * become equal stand in order, and only a build finds out that they must not.
+ */
+static const char *
+JudgeIndex(Relation index)
+{
+	bool is_btree = index->rd_rel->relam == BTREE_AM_OID;
+
+	if (is_btree && !BtreeInOrder(index))
+		return INDEX_OUT_OF_ORDER;
+	if (is_btree && !(index->rd_index->indisunique && FindsMoreEqual(index)))
+		return NULL;
+	return DependsOnChangedOrder(index) ? INDEX_UNKNOWN : NULL;
+}
+
+/*
  * Whether the expressions of an index ask for a locale (for any, for NULL)
  * whose order is not the remembered one: what they gave cannot be told from
  * what they would give.
@@ -333,10 +365,7 @@ qbgl_check_index(PG_FUNCTION_ARGS)
 		DependsOnOrder(index, locale))
 	{
 		level = AllowChangedOrder();
-		if (index->rd_rel->relam == BTREE_AM_OID)
-			verdict = BtreeInOrder(index) ? NULL : INDEX_OUT_OF_ORDER;
-		else
-			verdict = DependsOnChangedOrder(index) ? INDEX_UNKNOWN : NULL;
+		verdict = JudgeIndex(index);
 		AtEOXact_GUC(false, level);
 	}
 	if (verdict == NULL && index->rd_rel->relkind == RELKIND_INDEX &&

@@ -17,6 +17,7 @@ INSERT INTO untouched VALUES ('a'), ('b');
 CREATE TABLE names (name qtext COLLATE "cs_CZ_1");
 INSERT INTO names VALUES ('chata'), ('Čapek');
 CREATE INDEX names_hash ON names USING hash (name);
+CREATE UNIQUE INDEX names_name ON names (name);
 CREATE TABLE ranged (name qtext COLLATE "cs_CZ") PARTITION BY RANGE (name);
 CREATE TABLE ranged_a PARTITION OF ranged FOR VALUES FROM (MINVALUE) TO ('h');
 CREATE TABLE ranged_h PARTITION OF ranged FOR VALUES FROM ('h') TO (MAXVALUE);
@@ -53,6 +54,7 @@ RESET qbgl.allow_changed_order;
 SELECT * FROM check_indexes();
 EXPLAIN (COSTS OFF) SELECT word FROM words ORDER BY word;
 SELECT count(*) FROM names WHERE name = 'CAPEK';
+INSERT INTO names VALUES ('Capek');
 SELECT collversion = fingerprint('de_DE.utf8') AS guarded FROM pg_collation WHERE collname = 'cs_CZ_1';
 
 -- So the old order is the foreign one now; a session may insist on either.
