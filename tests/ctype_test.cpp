@@ -128,7 +128,8 @@ TEST(Case, FollowsTheCaseTableAlone) {
     info.case_table = _gl_create_multi(2, 0, &first_pair);
     const gl_desc a{1, {'a'}};
     _gl_insert_desc_multi(&a, &first_pair, info.case_table); // A is a character, but not in the case table
-    auto *maps = qbgl::build_codeset_maps(info, 0);
+    qbgl::CodesetMaps *maps = nullptr;
+    ASSERT_TRUE(qbgl::build_codeset_maps(info, 0, maps));
     qbgl::build_case_maps(info, *maps);
     info.maps = maps;
     gl_wchar wides[] = {'A', 'a', 0};

@@ -44,13 +44,15 @@ class BlockPool {
     }
 
     uint32_t count() const { return count_; }
+    bool full() const { return full_; }
     const gl_character_cell *cells() const { return cells_.get(); }
     const uint32_t *valid() const { return valid_.get(); }
 
   private:
     bool grow() {
         const uint32_t capacity = capacity_ == 0 ? 16 : capacity_ * 4;
-        return capacity <= MAX_BLOCKS && enlarge(cells_, count_ * 256, capacity * 256) &&
+        full_ = capacity > MAX_BLOCKS;
+        return !full_ && enlarge(cells_, count_ * 256, capacity * 256) &&
                enlarge(valid_, count_ * 8, capacity * 8) && enlarge(hashes_, count_, capacity) && (capacity_ = capacity) != 0;
     }
 
@@ -69,6 +71,7 @@ class BlockPool {
     Owned<gl_character_cell> cells_;
     Owned<uint32_t> valid_, hashes_;
     uint32_t count_ = 0, capacity_ = 0;
+    bool full_ = false;
 };
 
 // 64 values at a time are neighbours in a block.
@@ -109,6 +112,8 @@ class MapsBuilder {
         pool_.number();
         return collect_node(*codeset_.root, cases_.root, 0, 1);
     }
+
+    bool fits() const { return !pool_.full(); }
 
     CodesetMaps *assemble(TextShape shape, unsigned full_width) const {
         const uint32_t blocks = pool_.count(), pages = pages_of(shape, page_count_);
@@ -254,9 +259,10 @@ bool find_leads(const MultiNode &root, LeadRange (&ranges)[2]) {
 
 } // namespace
 
-CodesetMaps *build_codeset_maps(const gl_ctype_info &info, unsigned full_width) {
+bool build_codeset_maps(const gl_ctype_info &info, unsigned full_width, CodesetMaps *&maps) {
+    maps = nullptr;
     MapsBuilder builder(info);
-    if (!builder.collect()) return nullptr;
+    if (!builder.collect()) return !builder.fits();
     const MultiNode &root = *info.codeset_table->root;
     LeadRange leads[2] = {};
     TextShape shape = TextShape::OTHER;
@@ -267,14 +273,14 @@ CodesetMaps *build_codeset_maps(const gl_ctype_info &info, unsigned full_width) 
         else if (find_leads(root, leads))
             shape = TextShape::ONE_OR_TWO;
     }
-    CodesetMaps *maps = builder.assemble(shape, full_width);
-    if (maps == nullptr) return nullptr;
+    maps = builder.assemble(shape, full_width);
+    if (maps == nullptr) return false;
     maps->leads[0] = leads[0];
     maps->leads[1] = leads[1];
     for (gl_wchar byte = 0; byte < 256; ++byte) maps->single[byte] = root.flags[byte] == FLAG_END ? maps->traits(byte) : 0;
     maps->ascii_plain = memchr(maps->single, 0, 0x80) == nullptr;
     maps->all_single = memchr(maps->single, 0, 0x100) == nullptr;
-    return maps;
+    return true;
 }
 
 void free_codeset_maps(const gl_codeset_maps *maps) { _gl_free_ptr(const_cast<gl_codeset_maps *>(maps)); }

@@ -69,10 +69,10 @@ constexpr gl_wchar continued_character(uint32_t bits) {
 }
 static_assert(continued_character(continued_bits(0xC3BF)) == 0xC3BF && continued_character(continued_bits(0xEFBFAD)) == 0xEFBFAD);
 
-// Builds the arrays of a record whose tables are read: one block of memory, freed with free_codeset_maps. Null when memory is out
-// or the codeset has more of anything than the arrays can number: then the tables alone serve. `full_width` is the mask of the
-// class of characters of two columns, 0 for none.
-CodesetMaps *build_codeset_maps(const gl_ctype_info &info, unsigned full_width);
+// Builds the arrays of a record whose tables are read: one block of memory, freed with free_codeset_maps; null where the codeset
+// has more of anything than the arrays can number: then the tables alone serve. False when memory is out. `full_width` is the mask
+// of the class of characters of two columns, 0 for none.
+bool build_codeset_maps(const gl_ctype_info &info, unsigned full_width, CodesetMaps *&maps);
 void free_codeset_maps(const gl_codeset_maps *maps);
 
 inline const CodesetMaps *maps_of(const gl_locale *locale) { return static_cast<const CodesetMaps *>(locale->ctype.maps); }

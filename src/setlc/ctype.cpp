@@ -211,10 +211,13 @@ int qbgl::read_ctype(FILE *file, gl_locale *locale) {
         return -1;
     }
     locale->case_growth = sufficient_growth(info, growth);
-    if (CodesetMaps *maps = build_codeset_maps(info, own_class(info, FULL_WIDTH_CLASS))) {
-        build_case_maps(info, *maps);
-        info.maps = maps;
+    CodesetMaps *maps = nullptr;
+    if (!build_codeset_maps(info, own_class(info, FULL_WIDTH_CLASS), maps)) {
+        set_error(locale, GL_ENOMEM); // the order for indexes must not depend on it
+        return -1;
     }
+    if (maps != nullptr) build_case_maps(info, *maps);
+    info.maps = maps;
     return 0;
 }
 
