@@ -27,7 +27,9 @@ Database open_again(Connection &connection, const std::string &database) {
     sqlite3_busy_timeout(db, PATIENCE);
     const auto equipped = std::make_shared<Connection>(db);
     equipped->trust_all();
-    if (equip(equipped) != SQLITE_OK) throw Error(database + ": " + sqlite3_errmsg(db), sqlite3_errcode(db));
+    const int made = equip(equipped);
+    if (made == SQLITE_NOMEM) throw std::bad_alloc();
+    if (made != SQLITE_OK) throw Error(database + ": " + sqlite3_errmsg(db), made);
     for (const NamedCollation &named : connection.named)
         make_collation(equipped, equipped->locale(named.locale), named.name, named.passes);
     return opened;

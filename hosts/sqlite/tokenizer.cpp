@@ -93,10 +93,12 @@ int make_tokenizer(const std::shared_ptr<Connection> &connection) {
     sqlite3_step(statement);
     sqlite3_finalize(statement);
     if (api == nullptr || api->iVersion < 2) return SQLITE_OK;
-    auto *const data = new (std::nothrow) std::shared_ptr<Connection>(connection);
+    std::unique_ptr<std::shared_ptr<Connection>> data(new (std::nothrow) std::shared_ptr<Connection>(connection));
     if (data == nullptr) return SQLITE_NOMEM;
     fts5_tokenizer tokenizer{create, destroy, tokenize};
-    return api->xCreateTokenizer(api, "qbgl", data, &tokenizer, forget);
+    const int result = api->xCreateTokenizer(api, "qbgl", data.get(), &tokenizer, forget);
+    if (result == SQLITE_OK) (void)data.release(); // FTS5's now
+    return result;
 }
 
 } // namespace qbgl_sqlite
