@@ -8,13 +8,24 @@ namespace {
 
 constexpr size_t MOST_SPELLINGS = 64;
 
+// visit(name, file) until it is false.
+template <class Visit> void for_each_database(sqlite3 *db, Visit visit) {
+    constexpr int TEMPORARY = 1;
+    for (int i = 0; const char *const name = sqlite3_db_name(db, i); ++i) {
+        const char *const file = sqlite3_db_filename(db, name);
+        if (i != TEMPORARY && !visit(name, file != nullptr ? file : "")) return;
+    }
+}
+
 } // namespace
 
-std::vector<std::string> databases_of(sqlite3 *db) {
-    std::vector<std::string> names;
-    for (int i = 0; const char *const name = sqlite3_db_name(db, i); ++i)
-        if (i != 1) names.emplace_back(name); // 1 is "temp"
-    return names;
+std::vector<Database> databases_of(sqlite3 *db) {
+    std::vector<Database> databases;
+    for_each_database(db, [&](const char *name, const char *file) {
+        databases.push_back({name, file});
+        return true;
+    });
+    return databases;
 }
 
 const Locale &Connection::any_locale(std::string_view given) {
@@ -44,14 +55,15 @@ int Connection::note(const Error &error) noexcept {
 }
 
 void Connection::look_at_databases() {
-    std::vector<std::string> databases = databases_of(db_);
+    std::vector<Database> databases = databases_of(db_);
     std::vector<Order> orders;
-    for (const std::string &database : databases) {
-        const char *const name = database.c_str();
-        if (!Statement(db_, "SELECT 1 FROM \"%w\".sqlite_schema WHERE type = 'table' AND name = 'qbgl_collations'", name).step())
-            continue;
+    for (const Database &database : databases) {
+        const char *const name = database.name.c_str();
+        Statement known(
+            db_, "SELECT 1 FROM \"%w\".sqlite_schema WHERE type = 'table' AND name = 'qbgl_collations' AND rootpage > 0", name);
+        if (!known.step()) continue;
         Statement rows(db_, "SELECT locale, fingerprint FROM \"%w\".qbgl_collations", name);
-        while (rows.step()) orders.push_back({database, rows.text(0), rows.text(1)});
+        while (rows.step()) orders.push_back({database.name, rows.text(0), rows.text(1)});
     }
     databases_ = std::move(databases);
     remembered_ = std::move(orders);
@@ -64,12 +76,20 @@ std::string Connection::remembered(std::string_view database, std::string_view l
     return {};
 }
 
-void Connection::check(const Locale &locale) {
-    // The names alone, and without memory: this is asked for each call of a function.
+// Without memory: this is asked for each call of a function.
+bool Connection::databases_changed() const {
     size_t same = 0;
-    for (int i = 0; const char *const name = sqlite3_db_name(db_, i); ++i)
-        if (i != 1 && (same == databases_.size() || databases_[same++] != name)) same = databases_.size() + 1;
-    if (same != databases_.size() || databases_.empty()) look_at_databases();
+    bool changed = false;
+    for_each_database(db_, [&](const char *name, const char *file) {
+        changed = same == databases_.size() || databases_[same].name != name || databases_[same].file != file;
+        ++same;
+        return !changed;
+    });
+    return changed || same != databases_.size();
+}
+
+void Connection::check(const Locale &locale) {
+    if (databases_changed()) look_at_databases();
     if (std::find(checked_.begin(), checked_.end(), &locale) != checked_.end()) return;
     const std::string fingerprint = locale.fingerprint();
     for (const Order &order : remembered_) {

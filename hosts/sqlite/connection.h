@@ -12,7 +12,15 @@ namespace qbgl_sqlite {
 struct NamedCollation {
     std::string name, locale; // the locale as locale_name has it
     int passes;
+    bool made; // or refused
 };
+
+struct Database {
+    std::string name, file; // "main"; empty for one without a file
+};
+
+// The databases of a connection, but for its temporary one.
+std::vector<Database> databases_of(sqlite3 *db);
 
 class Connection : public std::enable_shared_from_this<Connection> {
   public:
@@ -37,7 +45,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void trust_all() { trusting_ = true; }
 
     Converters converters;
-    std::vector<NamedCollation> named; // also those that were refused
+    std::vector<NamedCollation> named;
 
     // What qbgl_last_error() tells. Returns the result of SQLite that stands for it.
     int note(const Error &error) noexcept;
@@ -49,18 +57,16 @@ class Connection : public std::enable_shared_from_this<Connection> {
     };
 
     void check(const Locale &locale);
+    bool databases_changed() const;
 
     sqlite3 *db_;
     std::string last_error_;
     bool trusting_ = false;
     std::vector<std::unique_ptr<Locale>> locales_;                // a collation refers to its own
     std::vector<std::pair<std::string, const Locale *>> spelled_; // by the names that they were asked for with
-    std::vector<std::string> databases_;                          // when `remembered_` was read; none: it has not been
+    std::vector<Database> databases_;                             // when `remembered_` was read; none: it has not been
     std::vector<Order> remembered_;
     std::vector<const Locale *> checked_;
 };
-
-// The databases of a connection, but for its temporary one.
-std::vector<std::string> databases_of(sqlite3 *db);
 
 } // namespace qbgl_sqlite

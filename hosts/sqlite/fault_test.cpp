@@ -65,7 +65,7 @@ constexpr Step IN_MEMORY[] = {
     {"SELECT name FROM n ORDER BY name", "cihla hora chata "},
     {"SELECT name FROM n ORDER BY qbgl_key(name, 'cs_CZ')", "cihla hora chata "},
     {"SELECT qbgl_compare('a', 'Á', 'cs_CZ', 1)", "0 "},
-    {"SELECT name FROM n WHERE qbgl_like('C%', name, 'cs_CZ', 1)", "cihla "},
+    {"SELECT name FROM n WHERE qbgl_like('CI%', name, 'cs_CZ', 1)", "cihla "},
     {"SELECT qbgl_upper('žluť', 'cs_CZ'), qbgl_lower('ŽLUŤ', 'cs_CZ')", "ŽLUŤ žluť "},
     {"SELECT qbgl_convert(x'64F96D', '8859-2', 'utf8'), hex(qbgl_convert('dům', 'utf8', '8859-2'))", "dům 64F96D "},
     {"SELECT symbol FROM qbgl_symbols('aů', 'utf8')", "<U0061> <U016F> "},

@@ -5,6 +5,8 @@
 #include "remembered.h"
 #include "text.h"
 
+#include <algorithm>
+
 namespace qbgl_sqlite {
 
 namespace {
@@ -90,8 +92,13 @@ void collation(const Call &call) {
     const std::string name(call.bytes(1));
     const int passes = call.passes(2);
     if (name.empty() || name.find('\0') != std::string::npos) throw Error("a collation needs a name");
-    connection.named.push_back({name, connection.any_locale(call.bytes(0)).name(), passes});
-    make_collation(*call.shared(), call.locale(0), name, passes);
+    const std::string locale = connection.any_locale(call.bytes(0)).name();
+    auto known = std::find_if(connection.named.begin(), connection.named.end(),
+                              [&](const NamedCollation &named) { return sqlite3_stricmp(named.name.c_str(), name.c_str()) == 0; });
+    if (known == connection.named.end()) known = connection.named.insert(known, {name, locale, passes, false});
+    if (known->locale != locale || known->passes != passes) throw Error(quoted(name) + " is another collation already");
+    if (!known->made) make_collation(*call.shared(), call.locale(0), name, passes);
+    known->made = true;
     call.text(name);
 }
 

@@ -10,26 +10,28 @@ namespace {
 constexpr int PATIENCE = 2000; // milliseconds for others to end what they write
 constexpr char TABLE[] = "CREATE TABLE IF NOT EXISTS main.qbgl_collations(locale TEXT PRIMARY KEY, fingerprint TEXT NOT NULL)";
 
-using Database = std::unique_ptr<sqlite3, int (*)(sqlite3 *)>;
+using Handle = std::unique_ptr<sqlite3, int (*)(sqlite3 *)>;
 
 // A second connection to a database, with the extension.
-Database open_again(Connection &connection, const std::string &database) {
-    const char *const file = sqlite3_db_filename(connection.db(), database.c_str());
-    if (file == nullptr || *file == '\0')
-        throw Error("the database " + database + " has no file: what is in memory is built anew from a file");
+Handle open_again(const Connection &connection, const Database &database, const Locale &locale) {
+    if (database.file.empty())
+        throw Error("the database " + database.name + " has no file: what is in memory is built anew from a file");
     sqlite3_vfs *files = nullptr;
-    sqlite3_file_control(connection.db(), database.c_str(), SQLITE_FCNTL_VFS_POINTER, static_cast<void *>(&files));
+    sqlite3_file_control(connection.db(), database.name.c_str(), SQLITE_FCNTL_VFS_POINTER, static_cast<void *>(&files));
     sqlite3 *db = nullptr;
-    const int result = sqlite3_open_v2(file, &db, SQLITE_OPEN_READWRITE, files != nullptr ? files->zName : nullptr);
-    Database opened(db, sqlite3_close);
+    const int result =
+        sqlite3_open_v2(database.file.c_str(), &db, SQLITE_OPEN_READWRITE, files != nullptr ? files->zName : nullptr);
+    Handle opened(db, sqlite3_close);
     if (result == SQLITE_NOMEM || db == nullptr) throw std::bad_alloc();
-    if (result != SQLITE_OK) throw Error(database + ": " + sqlite3_errmsg(db), result);
+    if (result != SQLITE_OK) throw Error(database.file + ": " + sqlite3_errmsg(db), result);
     sqlite3_busy_timeout(db, PATIENCE);
     const auto equipped = std::make_shared<Connection>(db);
     equipped->trust_all();
     const int made = equip(equipped);
     if (made == SQLITE_NOMEM) throw std::bad_alloc();
-    if (made != SQLITE_OK) throw Error(database + ": " + sqlite3_errmsg(db), made);
+    if (made != SQLITE_OK) throw Error(database.file + ": " + sqlite3_errmsg(db), made);
+    if (equipped->locale(locale.name()).fingerprint() != locale.fingerprint())
+        throw Error("the locale " + locale.name() + " was replaced after this connection had loaded it: accept it in a new one");
     for (const NamedCollation &named : connection.named)
         make_collation(equipped, equipped->locale(named.locale), named.name, named.passes);
     return opened;
@@ -85,10 +87,10 @@ void accept(Connection &connection, std::string_view given) {
     const Locale &locale = connection.any_locale(given);
     if (sqlite3_get_autocommit(connection.db()) == 0) throw Error("an order is accepted outside of a transaction");
     connection.look_at_databases();
-    for (const std::string &database : databases_of(connection.db())) {
-        const std::string remembered = connection.remembered(database, locale.name());
-        if (remembered == locale.fingerprint() || (remembered.empty() && database != "main")) continue;
-        const Database db = open_again(connection, database);
+    for (const Database &database : databases_of(connection.db())) {
+        const std::string remembered = connection.remembered(database.name, locale.name());
+        if (remembered == locale.fingerprint() || (remembered.empty() && database.name != "main")) continue;
+        const Handle db = open_again(connection, database, locale);
         Statement(db.get(), "BEGIN IMMEDIATE").step(); // closing the connection takes back what is not committed
         for (const std::string &table : tables_to_rebuild(db.get(), connection.named))
             Statement(db.get(), "REINDEX main.\"%w\"", table.c_str()).step();
