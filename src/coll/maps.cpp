@@ -173,7 +173,8 @@ class MapsBuilder {
     bool collect_elements() {
         const auto count = static_cast<uint32_t>(info_.element_count);
         candidates_ = Owned<uint16_t>::allocate(count + 1);
-        if (!candidates_) return false;
+        seconds_ = Owned<gl_wchar>::allocate(count + 1);
+        if (!candidates_ || !seconds_) return false;
         node_blocks_ = rows_.size() / ROWS;
         const bool single_byte = table_.max_length == 1;
         for (uint32_t i = 0; i < count; ++i) {
@@ -185,8 +186,11 @@ class MapsBuilder {
                   [&](uint16_t a, uint16_t b) { return first_of(a) != first_of(b) ? first_of(a) < first_of(b) : a < b; });
         for (uint32_t i = 0, end; i < count; i = end) {
             const gl_wchar first = first_of(candidates_[i]);
-            for (end = i; end < count && first_of(candidates_[end]) == first; ++end)
-                collect_element(info_.elements[candidates_[end]]);
+            for (end = i; end < count && first_of(candidates_[end]) == first; ++end) {
+                const gl_collating_element &element = info_.elements[candidates_[end]];
+                seconds_[end] = element.count > 1 ? element.chars[1] : 0;
+                collect_element(element);
+            }
             const int32_t row = row_in(table_, first);
             const uint32_t number = unknown_ + 1 + starts_.size();
             if (row < 0 || starts_.size() == MOST_STARTS || number > MOST_ROWS) return misfit();
@@ -271,6 +275,7 @@ class MapsBuilder {
     uint32_t node_blocks_ = 0;
     Growing<ElementStart> starts_;
     Owned<uint16_t> candidates_;
+    Owned<gl_wchar> seconds_;
     uint32_t parts_[64] = {};
     uint8_t byte_parts_[256] = {};
     Growing<uint16_t> items_;
@@ -309,6 +314,7 @@ gl_collation_maps *MapsBuilder::assemble() const {
         gl_collation_maps unused;
         gl_collation_maps &record = maps != nullptr ? *maps : unused;
         record.items = layout.copy(items_.begin(), items_.size());
+        record.seconds = layout.copy(seconds_.get(), static_cast<size_t>(info_.element_count));
         record.item_lists = layout.copy(lists_.begin(), lists_.size());
         record.starts = layout.copy(starts_.begin(), starts_.size());
         record.mids = layout.copy(mids_.begin(), mids_.size());

@@ -90,6 +90,7 @@ struct gl_collation_maps {
     const qbgl::ElementStart *starts;
     uint32_t start_count;
     const uint16_t *candidates;
+    const gl_wchar *seconds; // of each candidate its second character; 0 for one of a single character
     const gl_collating_element *elements;
     uint32_t parts[64]; // the PartBit of each character with PART_CONTINUED
 

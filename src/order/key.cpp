@@ -3,6 +3,7 @@
 #include "coll/key_writer.h"
 #include "order/code_values.h"
 #include "order/entries.h"
+#include "order/say.h"
 #include "order/thai.h"
 #include "order/walk.h"
 
@@ -266,17 +267,18 @@ constexpr auto RUNS_OF = [] {
     return runs;
 }();
 
-// Texts of utf8 of up to so many units: one walk writes the first pass, and marks the units of which a further pass has more to say
+// Texts of utf8 of up to so many bytes: one walk writes the first pass, and marks the units of which a further pass has more to say
 // than one common weight. The passes look at those alone.
 class ShortKey {
   public:
-    static constexpr size_t MOST_UNITS = 255;
+    // So that a byte can count the common weights: of these a character has no more than bytes, and the last one may end behind.
+    static constexpr size_t MOST_BYTES = 254;
 
     ShortKey(KeySink &sink, const gl_locale *locale, const OrderEntries &entries, OrderText text, bool part)
         : sink_(sink), locale_(locale), rules_(*locale->order_maps), maps_(*rules_.maps), entries_(entries),
           reader_(locale, entries), text_(text), part_(part) {}
 
-    // False where the text has more units, and is not done.
+    // False where the text has more bytes, and is not done.
     bool write_first();
     void write_further(int passes);
 
@@ -284,13 +286,26 @@ class ShortKey {
     using Source = Decoder<OrderShape::CONTINUATION>;
 
     struct Mark {
-        uint32_t runs; // before the unit, as an entry has them
-        uint32_t at;   // where it is in the text; once it is read, behind it
+        uint32_t runs;   // before the unit, as an entry has them
+        uint16_t at;     // where it is in the text; of one without an entry, once it is read, behind it
+        uint16_t scalar; // its character, where that has an entry, or NO_ENTRY
     };
+    static constexpr uint16_t NO_ENTRY = OrderEntries::COUNT;
+    static constexpr size_t SMALL_ROOM = 32;
     uint32_t write_triple(gl_wchar character, uint8_t *&out);
-    uint32_t write_unit(const uint8_t *&in);
+    uint32_t write_unit(KeySink &sink, const uint8_t *&in);
     void read_marked();
+    bool said_by(size_t marked, int pass, OrderSaid &said) const;
+    bool write_said(int pass);
     void write_pass(int pass);
+    size_t behind(size_t marked) const {
+        const Mark &mark = marks_[marked];
+        return mark.at + (mark.scalar == NO_ENTRY ? 0U : mark.scalar < 0x80 ? 1U : 2U);
+    }
+    Unit unit_of(size_t marked) const {
+        const uint32_t scalar = marks_[marked].scalar;
+        return scalar == NO_ENTRY ? units_[marked] : Unit{entries_.of_key[scalar].row, utf8_character(scalar)};
+    }
     unsigned said_of(uint32_t row) const { return said_passes(rules_.quiet[row], rules_.pass_count); }
 
     KeySink &sink_;
@@ -303,9 +318,9 @@ class ShortKey {
     bool part_;
     size_t marked_ = 0;
     uint32_t runs_ = 0; // of all units
-    Mark marks_[MOST_UNITS];
-    Unit units_[MOST_UNITS];                  // those that are marked
-    uint8_t lists_[ENTRY_PASSES][MOST_UNITS]; // by pass: which of them it has more to say of
+    Mark marks_[MOST_BYTES];
+    Unit units_[MOST_BYTES];                  // those that are marked
+    uint8_t lists_[ENTRY_PASSES][MOST_BYTES]; // by pass: which of them it has more to say of
     size_t listed_[ENTRY_PASSES] = {};
 };
 
@@ -314,14 +329,8 @@ inline uint32_t ShortKey::write_triple(gl_wchar character, uint8_t *&out) {
     const uint32_t row = maps_.row_of(character);
     if (row >= maps_.unknown || !reader_.is_character(character)) return maps_.unknown;
     const uint16_t code = maps_.code_of(row, 0);
-    if (code == WEIGHT_IGNORED) return row;
-    if (!is_ordinary(code) && !is_special(code)) return maps_.unknown;
+    if (!is_special(code)) return maps_.unknown;
     const OrderToken token = rules_.passes[0].tokens[code & WEIGHT_VALUE];
-    if (token.length != 0) [[likely]] {
-        memcpy(out, token.bytes, 2);
-        out += token.length;
-        return row;
-    }
     const OrderSpecial &special = rules_.passes[0].specials[token.bytes[0] | token.bytes[1] << 8];
     if (special.form == CodeForm::LISTED) {
         const uint32_t place = special.bytes + listed_place(rules_, special, continued_bits(character));
@@ -338,93 +347,198 @@ inline uint32_t ShortKey::write_triple(gl_wchar character, uint8_t *&out) {
 }
 
 // Writes the unit at a place, which comes to be behind it. Returns its row.
-[[gnu::noinline]] uint32_t ShortKey::write_unit(const uint8_t *&in) {
+[[gnu::noinline]] uint32_t ShortKey::write_unit(KeySink &sink, const uint8_t *&in) {
     Source source(locale_, text_, static_cast<size_t>(in - text_.bytes));
     const Unit unit = take_unit(maps_, source);
     in = source.at();
-    ::write_first(sink_, rules_, OrderWalk(maps_, 0, ListedUnits(&unit, 1)), part_);
+    ::write_first(sink, rules_, OrderWalk(maps_, 0, ListedUnits(&unit, 1)), part_);
     return unit.row;
 }
 
 bool ShortKey::write_first() {
     constexpr ptrdiff_t LONGEST = 3; // of what is written without the sink
-    const KeySink before = sink_;
+    uint8_t scratch[4 * SMALL_ROOM];
+    const bool small = part_ && sink_.room() <= SMALL_ROOM; // into room for more, for as many bytes as there is room for
+    KeySink scratch_sink(scratch, sizeof scratch), before = sink_;
+    KeySink &sink = small ? scratch_sink : sink_;
     const OrderEntry *const entries = entries_.of_key;
-    const uint16_t *const quiet = rules_.quiet;
-    const int pass_count = rules_.pass_count;
-    const uint8_t *in = text_.bytes, *const end = text_.bytes + text_.length;
-    uint8_t *out = sink_.position(), *const out_end = sink_.end();
-    size_t marked = 0, units = 0;
+    const OrderFirst *const firsts = rules_.firsts;
+    const uint16_t *const quiet = rules_.quiet, *const pages = rules_.first_pages;
+    const uint8_t *const begin = text_.bytes, *const end = begin + text_.length;
+    const uint8_t *const last = begin + std::min(text_.length, MOST_BYTES); // no unit is begun from here on
+    const uint8_t *in = begin;
+    uint8_t *out = sink.position(), *const out_end = sink.end();
+    const uint8_t *const full = small ? out + sink_.room() : part_ ? out_end : nullptr;
+    const ptrdiff_t spare = small ? out_end - full + 1 : LONGEST;
+    Mark *mark = marks_;
     uint32_t runs = 0;
-    for (; in != end && !(part_ && out == out_end); ++units) {
-        if (units == MOST_UNITS) {
-            sink_ = before;
-            return false;
-        }
-        marks_[marked] = {runs, static_cast<uint32_t>(in - text_.bytes)};
-        uint32_t scalar = in[0], length = 1, row = maps_.unknown;
-        const bool room = out_end - out >= LONGEST;
-        if (scalar >= 0x80) {
-            length = EntryReader::is_pair(in, end) ? 2 : 0;
-            scalar = length != 0 ? EntryReader::pair(in) : 0;
-        }
-        if (room && length != 0) [[likely]] {
-            const OrderEntry &entry = entries[scalar];
-            if (entry.kind == EntryKind::PLAIN || (entry.kind == EntryKind::BEGINS && !reader_.may_go_on(in + length, end)))
-                [[likely]] {
-                memcpy(out, entry.bytes, 2);
-                out += entry.length;
-                runs += entry.runs;
-                in += length;
-                marked += entry.said != 0 ? 1 : 0;
-                continue;
+    while (in < last && out != full) {
+        for (; in < last && out_end - out >= spare;) {
+            uint32_t scalar = in[0];
+            const uint8_t *next = in + 1;
+            if (scalar >= 0x80) {
+                if (!EntryReader::is_pair(in, end)) break;
+                scalar = EntryReader::pair(in);
+                ++next;
             }
-        } else if (room && EntryReader::is_triple(in, end)) {
+            const OrderEntry &entry = entries[scalar];
+            if (entry.kind != EntryKind::PLAIN && (entry.kind == EntryKind::GENERAL || reader_.may_go_on(next, end))) [[unlikely]]
+                break;
+            memcpy(out, entry.bytes, 2);
+            out += entry.length;
+            *mark = {runs, static_cast<uint16_t>(in - begin), static_cast<uint16_t>(scalar)};
+            mark += entry.said != 0 ? 1 : 0;
+            runs += entry.runs;
+            in = next;
+        }
+        const uint8_t *const behind_entries = in;
+        for (; in < last && out_end - out >= spare && EntryReader::is_triple(in, end); in += 3) {
+            const gl_wchar character = EntryReader::triple(in);
+            const uint32_t scalar = continued_bits(character);
+            const OrderFirst first = firsts[uint32_t{pages[scalar >> 6]} << 6 | (scalar & 0x3F)];
+            if (first.length == OrderFirst::GENERAL || !reader_.is_character(character)) break;
+            memcpy(out, first.bytes, 2);
+            out += first.length;
+            *mark = {runs, static_cast<uint16_t>(in - begin), NO_ENTRY};
+            mark += first.further >= 0x10 ? 1 : 0;
+            runs += RUNS_OF[first.further & 0xF];
+        }
+        if (in != behind_entries) continue;
+        if (in >= last || (full != nullptr && out >= full)) break;
+        *mark = {runs, static_cast<uint16_t>(in - begin), NO_ENTRY};
+        uint32_t row = maps_.unknown;
+        if (out_end - out >= LONGEST && EntryReader::is_triple(in, end)) {
             row = write_triple(EntryReader::triple(in), out);
             if (row != maps_.unknown) in += 3;
         }
         if (row == maps_.unknown) [[unlikely]] {
-            sink_.advance(out);
-            row = write_unit(in);
-            out = sink_.position();
+            sink.advance(out);
+            const uint8_t *at = in; // for `in` to stay in a register
+            row = write_unit(sink, at);
+            in = at;
+            out = sink.position();
         }
         runs += RUNS_OF[quiet[row] >> 1 & (std::size(RUNS_OF) - 1)];
-        marked += said_passes(quiet[row], pass_count) != 0 ? 1 : 0;
+        mark += said_passes(quiet[row], rules_.pass_count) != 0 ? 1 : 0;
+        if (full != nullptr && out >= full) break;
     }
-    sink_.advance(out);
-    marked_ = marked;
+    if (in < end && !(full != nullptr && out >= full)) {
+        sink_ = before;
+        return false;
+    }
+    sink.advance(out);
+    if (small) sink_.put_all(scratch, static_cast<size_t>(sink.written()));
+    marked_ = static_cast<size_t>(mark - marks_);
     runs_ = runs;
     return true;
 }
 
 void ShortKey::read_marked() {
+    size_t listed[ENTRY_PASSES] = {};
     for (size_t i = 0; i < marked_; ++i) {
         Mark &mark = marks_[i];
-        const uint8_t first = text_.bytes[mark.at];
-        const OrderEntry &entry = entries_.of_key[first & 0x7F];
-        unsigned said = entry.said;
-        if (first < 0x80 && entry.kind == EntryKind::PLAIN) [[likely]] {
-            units_[i] = {entry.row, first};
-            ++mark.at;
+        unsigned said = 0;
+        if (mark.scalar != NO_ENTRY) [[likely]] {
+            said = entries_.of_key[mark.scalar].said;
         } else {
             Source source(locale_, text_, mark.at);
             units_[i] = take_unit(maps_, source);
             said = said_of(units_[i].row);
-            mark.at = static_cast<uint32_t>(source.at() - text_.bytes);
+            mark.at = static_cast<uint16_t>(source.at() - text_.bytes);
         }
         for (int pass = 1; pass < ENTRY_PASSES; ++pass) {
-            lists_[pass][listed_[pass]] = static_cast<uint8_t>(i);
-            listed_[pass] += said >> pass & 1;
+            lists_[pass][listed[pass]] = static_cast<uint8_t>(i);
+            listed[pass] += said >> pass & 1;
         }
     }
+    std::copy_n(listed, ENTRY_PASSES, listed_);
 }
 
 void ShortKey::write_further(int passes) {
     read_marked();
     for (int pass = 1; pass < passes && !(part_ && sink_.is_full()); ++pass) {
         sink_.separate();
-        if (listed_[pass] > 0 || rules_.passes[pass].ends_told) write_pass(pass);
+        if ((listed_[pass] > 0 || rules_.passes[pass].ends_told) && !write_said(pass)) write_pass(pass);
     }
+}
+
+// What a marked unit has in a pass that says something of it. False where the general way has to tell.
+inline bool ShortKey::said_by(size_t marked, int pass, OrderSaid &said) const {
+    const uint32_t scalar = marks_[marked].scalar;
+    if (scalar == NO_ENTRY) [[unlikely]]
+        return say_unit(rules_, units_[marked], pass, 2, said);
+    said = entries_.said[scalar][pass - 1];
+    return said.length != 0;
+}
+
+// A pass of which all marked units say single weights; false, and nothing done, where one does not. It is what write_pass would
+// write, without a look at the room for each byte.
+bool ShortKey::write_said(int pass) {
+    constexpr size_t ROOM = 4 * MOST_BYTES + 8; // of each unit its weight and what ends before it; at most a byte for each of a run
+    uint8_t buffer[ROOM];
+    const OrderPass &made = rules_.passes[pass];
+    const RunPlace *const places = made.runs;
+    const uint32_t most = made.run_most, lesser_byte = made.lesser;
+    const bool forward = made.forward;
+    const bool in_place = sink_.room() >= ROOM;
+    uint8_t *const begin = in_place ? sink_.position() : buffer, *out = begin + 1;
+    const auto put_long = [&](uint32_t run, AfterRun behind) { // all of a run but what the byte for its end tells
+        const RunPlace place = places[behind < AfterRun::BETWEEN_ABOVE ? 0 : static_cast<int>(AfterRun::MORE)];
+        for (; run > most; run -= most) *out++ = static_cast<uint8_t>(place.first + place.step * static_cast<int>(most));
+        return run;
+    };
+    const auto put_lesser = [&](uint32_t run, bool low) {
+        const uint32_t end = low ? lesser_byte : lesser_byte + LESSER_PLACES - 1U;
+        for (; run > LESSER_MOST; run -= LESSER_MOST) *out++ = static_cast<uint8_t>(low ? end + LESSER_MOST : end - LESSER_MOST);
+        *out++ = static_cast<uint8_t>(low ? end + run - 1 : end - (run - 1));
+    };
+    const unsigned lane = 8 * (static_cast<unsigned>(pass) - 1);
+    const uint32_t all = runs_ >> lane & 0xFF;
+    const size_t count = listed_[pass];
+    const uint8_t *next = forward ? lists_[pass] : lists_[pass] + count - 1;
+    uint32_t before = forward ? 0 : all, run = 0, lesser = 0;
+    for (size_t left = count; left > 0; --left, next += forward ? 1 : -1) {
+        const size_t at = *next;
+        const uint32_t here = marks_[at].runs >> lane & 0xFF;
+        OrderSaid said;
+        if (!said_by(at, pass, said)) return false;
+        run += (forward ? here - before : before - here) + said.before;
+        before = here;
+        if (said.length == 0) [[unlikely]]
+            continue;
+        if (lesser != 0) [[unlikely]] {
+            if (run != 0 || said.place != AfterRun::LESSER)
+                put_lesser(std::exchange(lesser, 0), run == 0 && said.place == AfterRun::LESS);
+        }
+        if (run == 0 && said.place == AfterRun::LESSER) {
+            ++lesser;
+            run = said.after;
+            continue;
+        }
+        if (run > most) [[unlikely]]
+            run = put_long(run, said.place);
+        const RunPlace place = places[static_cast<int>(said.place)];
+        const bool runs = run != 0;
+        *out = static_cast<uint8_t>(place.first + place.step * (static_cast<int>(run) - 1));
+        out += runs ? 1 : 0;
+        memcpy(out, said.bytes, 2);
+        out += runs && place.says_next ? 0 : said.length;
+        run = said.after;
+    }
+    run += forward ? all - before : before;
+    if (lesser != 0 && run != 0) put_lesser(std::exchange(lesser, 0), false);
+    if (lesser != 0 && made.lesser_told) put_lesser(lesser, true);
+    if (run != 0 && made.ends_told) {
+        run = put_long(run, AfterRun::LESS);
+        *out++ = static_cast<uint8_t>(places[0].first + places[0].step * (static_cast<int>(run) - 1));
+    }
+    if (out == begin + 1) return true;
+    *begin = sink_.take_separator();
+    if (in_place)
+        sink_.advance(out);
+    else
+        sink_.put_all(begin, static_cast<size_t>(out - begin));
+    return true;
 }
 
 void ShortKey::write_pass(int pass) {
@@ -438,11 +552,11 @@ void ShortKey::write_pass(int pass) {
         const uint32_t here = of_pass(marks_[at].runs);
         writer.put_common(forward ? here - before : before - here);
         before = here;
-        writer.put_unit(units_[at], 0, pass);
+        writer.put_unit(unit_of(at), 0, pass);
         if (!writer.is_open()) [[likely]]
             continue;
         // Only forward passes have weights that break.
-        for (Source source(locale_, text_, marks_[at].at); !source.ended();) {
+        for (Source source(locale_, text_, behind(at)); !source.ended();) {
             const Unit unit = take_unit(maps_, source);
             writer.put_unit(unit, rules_.quiet[unit.row] >> pass, pass);
         }
@@ -458,7 +572,7 @@ void write_by_rules(KeySink &sink, const gl_locale *locale, OrderText text, int 
     const gl_collation_maps &maps = *rules.maps;
     passes = passes > 0 ? std::min(passes, rules.pass_count) : rules.pass_count;
     const OrderEntries *const entries = order_entries(locale);
-    if (entries != nullptr && (part || text.length <= ShortKey::MOST_UNITS)) {
+    if (entries != nullptr && (part || text.length <= ShortKey::MOST_BYTES)) {
         ShortKey key(sink, locale, *entries, text, part);
         if (key.write_first()) {
             key.write_further(passes);

@@ -39,6 +39,16 @@ struct CodeRun {
     uint32_t first, place;
 };
 
+// What stands behind a run of common weights: less than all of these, the end, too.
+enum class AfterRun : uint8_t { LESS, LESSER, BETWEEN_BELOW, BETWEEN_ABOVE, GREATER, MORE };
+
+// The byte of a run of one common weight, what each further one adds, and whether the weight behind it is said with it.
+struct RunPlace {
+    uint8_t first;
+    int8_t step;
+    bool says_next;
+};
+
 struct OrderPass {
     const OrderToken *tokens; // by weight
     const OrderToken *open;   // the same behind a weight that breaks
@@ -49,6 +59,7 @@ struct OrderPass {
     uint8_t low, high, run_most;
     uint8_t lesser, greater; // 0, or the byte of a weight that is said with the run before it; of `lesser` runs are counted, too
     uint8_t greater_places;  // of a run before greater weights: one for each that can follow
+    RunPlace runs[6];        // the same by AfterRun
     bool ascii_breaks;       // one of `ascii` stands for a weight that breaks
     bool ends_told;          // a run at the end of the pass is written,
     bool lesser_told;        // and one of `lesser`
@@ -59,14 +70,40 @@ enum class EntryKind : uint8_t { GENERAL, PLAIN, BEGINS }; // the general way ha
 
 // What a key says of a character of utf8 below U+0800 of which the first pass has one ordinary weight, or none.
 struct OrderEntry {
-    uint32_t runs;    // a byte for each pass behind the first, from the lowest on: 1 when the pass has one common weight alone
+    uint32_t runs;    // a byte for each pass behind the first, from the lowest on: its weights when they are common ones alone
     uint16_t row;     // where no element is
     uint8_t bytes[2]; // of the first pass
     uint8_t length;   // of them
-    uint8_t said;     // bit k: pass k > 0 has something else than one common weight, or nothing
+    uint8_t said;     // bit k: pass k > 0 has other weights
     EntryKind kind;
 };
 inline constexpr int ENTRY_PASSES = 1 + sizeof OrderEntry::runs; // entries are made for rules of as many passes at most
+
+// What a further pass says of such a character: a weight that does not break, and common ones around it.
+struct OrderSaid {
+    uint8_t before : 3, after : 3; // common ones, no more than the character has bytes
+    uint8_t length : 2;            // of the bytes; 0 where the general way has to tell
+    AfterRun place;                // of the weight
+    uint8_t bytes[2];
+};
+
+inline AfterRun after_run(const OrderPass &pass, uint32_t first_byte) {
+    if (first_byte < pass.low) {
+        if (pass.lesser == 0 || first_byte < pass.lesser) return AfterRun::LESS;
+        return first_byte == pass.lesser ? AfterRun::LESSER : AfterRun::BETWEEN_BELOW;
+    }
+    if (pass.greater == 0 || first_byte > pass.greater) return AfterRun::MORE;
+    return first_byte == pass.greater ? AfterRun::GREATER : AfterRun::BETWEEN_ABOVE;
+}
+
+// What the first pass says of a longer character of utf8, and which of the passes behind it have one common weight alone (in the
+// lower half), and which have more. By pages of 64 characters; the first page is that of all which the general way has to tell.
+struct OrderFirst {
+    uint8_t bytes[2];
+    uint8_t length; // of them; GENERAL where the general way has to tell
+    uint8_t further;
+    static constexpr uint8_t GENERAL = 0xFF;
+};
 
 // Of the same characters what comparison asks for.
 struct OrderEntries {
@@ -77,6 +114,7 @@ struct OrderEntries {
     uint16_t firsts[COUNT];
     uint8_t parts[COUNT]; // PART_CONTINUED, PART_FOLLOWING
     OrderEntry of_key[COUNT];
+    OrderSaid said[COUNT][ENTRY_PASSES - 1];
 };
 
 // Where a run tells what follows it, it has this many places: for what is less, the weight itself, and what is greater.
@@ -100,6 +138,8 @@ struct gl_order_maps {
     // By row: bit k, k > 0, when pass k has nothing but one common weight of it; bit k + 8 when it has nothing.
     const uint16_t *quiet;
     const qbgl::CodeRun *code_runs;
+    const qbgl::OrderFirst *firsts;    // where there are entries: pages of 64 characters of up to three bytes,
+    const uint16_t *first_pages;       // and which is that of a character, by the upper ten bits
     const qbgl::OrderEntries *entries; // null where the characters are not those of utf8, or the first pass is backward
 };
 

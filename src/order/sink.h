@@ -4,6 +4,8 @@
 #include "mbwc/ranges.h"
 #include "order/maps.h"
 
+#include <utility>
+
 namespace qbgl {
 
 // Bytes beyond the room are counted and not written.
@@ -30,7 +32,8 @@ class KeySink {
         pending_ = 0;
     }
 
-    // For those who write themselves.
+    // The byte that begin_pass would write, for those who write themselves.
+    uint8_t take_separator() { return static_cast<uint8_t>(FIRST_WEIGHT_BYTE - std::exchange(pending_, 0)); }
     uint8_t *position() const { return at_; }
     uint8_t *end() const { return end_; }
     size_t room() const { return static_cast<size_t>(end_ - at_); }

@@ -22,7 +22,14 @@ inline const gl_order_maps *order_rules(const gl_locale *locale) {
 // The element that a text has at a place, or null. The decoder stands behind the character at hand, and then behind the element.
 template <OrderShape SHAPE>
 const gl_collating_element *take_element(const gl_collation_maps &maps, const ElementStart &start, Decoder<SHAPE> &in) {
+    constexpr gl_wchar NONE = UINT32_MAX;
+    gl_wchar second = NONE;
+    if (!in.ended()) {
+        const Piece piece = Decoder<SHAPE>(in).next();
+        if (piece.is_character) second = piece.value;
+    }
     for (uint32_t i = start.candidates; i < start.candidate_end; ++i) {
+        if (maps.seconds[i] != second && maps.seconds[i] != 0) continue;
         const gl_collating_element &element = maps.elements[maps.candidates[i]];
         Decoder<SHAPE> ahead = in;
         int32_t same = 1;
