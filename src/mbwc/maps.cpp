@@ -52,8 +52,8 @@ class BlockPool {
     bool grow() {
         const uint32_t capacity = capacity_ == 0 ? 16 : capacity_ * 4;
         full_ = capacity > MAX_BLOCKS;
-        return !full_ && enlarge(cells_, count_ * 256, capacity * 256) &&
-               enlarge(valid_, count_ * 8, capacity * 8) && enlarge(hashes_, count_, capacity) && (capacity_ = capacity) != 0;
+        return !full_ && enlarge(cells_, count_ * 256, capacity * 256) && enlarge(valid_, count_ * 8, capacity * 8) &&
+               enlarge(hashes_, count_, capacity) && (capacity_ = capacity) != 0;
     }
 
     uint32_t hash_of(uint32_t block) const {
