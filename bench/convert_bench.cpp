@@ -65,7 +65,7 @@ const Work WORKS[] = {
     {"utf8_utf32_ascii_text", UTF8, UTF32, "en", false, 2.0, 2.0},
     {"utf32_utf8_ja", UTF32, UTF8, "ja", false, 2.0, 2.0},
     {"utf32_utf8_ascii_text", UTF32, UTF8, "en", false, 2.0, 2.0},
-    {"utf16_sjis", UTF16, SJIS, "ja", false, 1.0, 1.0},
+    {"utf16_sjis", UTF16, SJIS, "ja", false, 2.0, 2.0},
     {"sjis_utf16", SJIS, UTF16, "ja", false, 2.0, 1.0},
     {"sjis_utf8_by_line", SJIS, UTF8, "ja", true, 2.0, 2.0},
 };

@@ -420,14 +420,14 @@ TEST_F(Composed, ReadsAndWritesFormsOfUnicode) {
     EXPECT_EQ(convert(open("57349", "1").get(), "a" + smile, 9), (Outcome{0, 0, 3, 5, 1, "a\0)\0"s}));
 }
 
-// The lane goes by pieces of UTF-8 then; where it stops is told in bytes of the source.
+// The lane goes by units then, or by pieces of UTF-8; where it stops is told in bytes of the source.
 TEST_F(Composed, StopsInTextOfUnitsWhereTheTableDoes) {
     put("e01ce005",
         ConversionObject{{{"a", {M, "\0a"s}}, {"\xC3\xA9", {M, "\0\xE9"s}}, {"\xE3\x81\x82", {M, "\x30\x42"}}}, {1, 4, 2, 2}}
             .text());
     std::minstd_rand random(5);
     for (const char *target : {"2", "57349"}) {
-        for (const auto &[source, unit] : {std::pair("57404", 2U), {"57392", 4U}}) {
+        for (const auto &[source, unit, swap] : {std::tuple("57404", 2U, 0U), {"1200", 2U, 1U}, {"57392", 4U, 0U}}) {
             const Descriptor cd = open(target, source);
             void *const lane = cd->lane;
             ASSERT_NE(lane, nullptr);
@@ -437,7 +437,7 @@ TEST_F(Composed, StopsInTextOfUnitsWhereTheTableDoes) {
                     const uint32_t odd[] = {0xE9, 0xEA, 0x1F600, 0xDC00, 0}, code = random() % 100 == 0 ? odd[random() % 5]
                                                                                     : random() % 4 == 0 ? 0x3042
                                                                                                         : 'a';
-                    for (size_t i = 0; i < unit; ++i) text += static_cast<char>(code >> (8 * i));
+                    for (size_t i = 0; i < unit; ++i) text += static_cast<char>(code >> (8 * (i ^ swap)));
                 }
                 text.resize(text.size() - std::min<size_t>(text.size(), random() % 3));
                 const int room = static_cast<int>(random() % (text.size() + 8));

@@ -259,7 +259,8 @@ int compose_from_form(gl_cv *cd, UnicodeForm source, FILE *object) {
     cd->expansion = static_cast<float>(cd->target_max_len + shift_length(*cd)) / static_cast<float>(lengths_of(source).shortest);
     const bool units = is_unicode_unit(cd->target_min_len, cd->target_max_len);
     if (cd->target_stateful == 0 && !(units && cd->target_max_len == 4))
-        cd->lane = build_lane(*cd->main_table, units ? LaneOutput::TWO_BYTES_REVERSED : LaneOutput::AS_STORED);
+        cd->lane = build_lane(*cd->main_table, units ? LaneOutput::TWO_BYTES_REVERSED : LaneOutput::AS_STORED,
+                              unicode::unit_of(source) == 2 ? LaneInput::UNITS : LaneInput::BYTES);
     return read_by_algorithm(cd, source, unicode_source_miconv);
 }
 

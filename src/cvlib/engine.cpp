@@ -184,20 +184,25 @@ struct UnicodeTargetStep {
     }
 };
 
-// Lets the descriptor's lane take the plain characters from here on.
-void take_lane(const Lane &lane, Cursor &at, bool single_byte) {
+// A way through a lane, and the same without writing.
+struct LaneRun {
+    LanePosition (*write)(const Lane &, LanePosition, const LaneRange &);
+    LanePosition (*measure)(const Lane &, LanePosition, const LaneRange &);
+};
+constexpr LaneRun BY_BYTES = {run_lane<true>, run_lane<false>},
+                  BY_SINGLE_BYTES = {run_single_byte_lane<true>, run_single_byte_lane<false>},
+                  BY_UTF16LE = {run_unit_lane<UnicodeForm::UTF16LE, true>, run_unit_lane<UnicodeForm::UTF16LE, false>},
+                  BY_UTF16BE = {run_unit_lane<UnicodeForm::UTF16BE, true>, run_unit_lane<UnicodeForm::UTF16BE, false>};
+
+// Lets a lane take the plain characters from here on.
+void take_lane(const Lane &lane, Cursor &at, const LaneRun &run) {
     const auto *in = reinterpret_cast<const uint8_t *>(at.in);
     const auto out = reinterpret_cast<uintptr_t>(at.out);
     // Counts may be larger than what lies between the buffers and the end of the address space.
     const auto in_size = std::min(static_cast<uintptr_t>(at.remaining), UINTPTR_MAX - reinterpret_cast<uintptr_t>(in));
     const auto out_size = at.room > 0 ? std::min(static_cast<uintptr_t>(at.room), UINTPTR_MAX - out) : 0;
     const LaneRange range = {in + in_size, out + out_size, !at.to_terminator};
-    const LanePosition start = {in, out};
-    LanePosition stop;
-    if (single_byte)
-        stop = at.out != nullptr ? run_single_byte_lane<true>(lane, start, range) : run_single_byte_lane<false>(lane, start, range);
-    else
-        stop = at.out != nullptr ? run_lane<true>(lane, start, range) : run_lane<false>(lane, start, range);
+    const LanePosition stop = (at.out != nullptr ? run.write : run.measure)(lane, {in, out}, range);
     const auto written = static_cast<int>(stop.out - out);
     at.consume(static_cast<int>(stop.in - in));
     at.room -= written;
@@ -216,11 +221,12 @@ int length_in_form(UnicodeForm form, const uint8_t *utf8, const uint8_t *end) {
 template <class Step> struct ByUtf8 : Step {
     Found find(const Cursor &at, MadeRecord &made) const { return find_by_utf8(this->cd, at, made); }
 
-    // Lets the lane take the UTF-8 of a piece of the text after the other.
+    // Lets the lane take the text's units, or the UTF-8 of a piece of it after the other.
     void take_pieces(const Lane &lane, Cursor &at) const {
         constexpr int PIECE = 256, END = 4; // zero bytes behind the piece: the lane stops at them
         uint8_t utf8[PIECE * 2 + END];
         const auto form = static_cast<UnicodeForm>(this->cd.source_form);
+        if (lane.has_units) return take_lane(lane, at, unicode::is_big_endian(form) ? BY_UTF16BE : BY_UTF16LE);
         const Transcoder transcode = transcoder(form, UnicodeForm::UTF8);
         while (at.remaining >= 1) {
             const int size = std::min(at.remaining, PIECE);
@@ -229,7 +235,7 @@ template <class Step> struct ByUtf8 : Step {
             const auto length = static_cast<int>(piece.out - utf8);
             memset(piece.out, 0, END);
             Cursor through = {reinterpret_cast<const char *>(utf8), length + END, at.out, at.room, false};
-            take_lane(lane, through, false);
+            take_lane(lane, through, BY_BYTES);
             at.out = through.out;
             at.room = through.room;
             const bool whole = through.remaining == END;
@@ -251,7 +257,7 @@ template <class Step> int convert_stateless(gl_cv *cd, const Buffers &buffers, c
             if constexpr (IN_PIECES)
                 step.take_pieces(*lane, at);
             else
-                take_lane(*lane, at, single_byte);
+                take_lane(*lane, at, single_byte ? BY_SINGLE_BYTES : BY_BYTES);
             if (at.remaining < 1) break;
         }
         const Found found = step.find(at, made);

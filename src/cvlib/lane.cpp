@@ -3,6 +3,7 @@
 #include "cvlib/record.h"
 #include "multi/table.h"
 
+#include <algorithm>
 #include <bit>
 #include <emmintrin.h>
 #include <stddef.h>
@@ -96,7 +97,9 @@ class AsciiBlock {
 
     // Stores a whole block and returns a bit for each of its bytes that is not converted by that.
     template <bool WRITE> unsigned copy(const uint8_t *in, uintptr_t out) const {
-        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(in));
+        return copy<WRITE>(_mm_loadu_si128(reinterpret_cast<const __m128i *>(in)), out);
+    }
+    template <bool WRITE> unsigned copy(__m128i block, uintptr_t out) const {
         if constexpr (WRITE) _mm_storeu_si128(reinterpret_cast<__m128i *>(out), block);
         const __m128i exceptions = _mm_or_si128(_mm_cmpeq_epi8(block, exception0_), _mm_cmpeq_epi8(block, exception1_));
         const __m128i others = _mm_or_si128(_mm_or_si128(exceptions, _mm_cmpeq_epi8(block, _mm_setzero_si128())), block);
@@ -111,17 +114,47 @@ template <bool WRITE> inline void store(uintptr_t out, LaneCell cell) {
     if constexpr (WRITE) memcpy(reinterpret_cast<void *>(out), &cell, sizeof cell);
 }
 
+constexpr uint32_t UNIT_BLOCKS = 1024, BLOCK_CELLS = 64; // of 16-bit units
+constexpr LaneCell ONE_BYTE = 1 << 24;                   // no cell with a value is less
+
+// The first of the cells of 64 units, or that of cells without a value, which the root has for bytes that begin no character.
+LaneCell first_cell(const Lane &lane, uint32_t block) {
+    constexpr LaneCell NONE = 0x80, FIRST_LAST_BYTE = 0x80;
+    if (block < 2) return static_cast<LaneCell>(block * BLOCK_CELLS);
+    if (block >> 5 == 0xD800U >> 11) return NONE; // surrogates
+    const LaneCell lead = lane.cells[block < 0x20 ? 0xC0 | block : 0xE0 | block >> 6];
+    if (lead >= 0) return NONE;
+    const LaneCell second = block < 0x20 ? lead : lane.cells[~lead + static_cast<LaneCell>(0x80 | (block & 0x3F))];
+    return second < 0 ? ~second + FIRST_LAST_BYTE : NONE;
+}
+
+bool add_units(Lane &lane) {
+    const auto *const continuing = lane.cells + 0x80;
+    if (std::any_of(continuing, continuing + BLOCK_CELLS, [](LaneCell cell) { return cell != 0; })) return false;
+    LaneCell *const first_cells = lane.cells + size_t{lane.node_count} * 256;
+    for (uint32_t block = 0; block < UNIT_BLOCKS; ++block) first_cells[block] = first_cell(lane, block);
+    return true;
+}
+
+// Eight units as they count.
+template <UnicodeForm FORM> __m128i load_units(const uint8_t *in) {
+    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i *>(in));
+    return unicode::is_big_endian(FORM) ? _mm_or_si128(_mm_slli_epi16(units, 8), _mm_srli_epi16(units, 8)) : units;
+}
+
 } // namespace
 
-Lane *build_lane(const gl_multi &table, LaneOutput output) {
+Lane *build_lane(const gl_multi &table, LaneOutput output, LaneInput input) {
     const uint32_t nodes = count_useful(table, *table.root, output, 1);
     if (nodes == 0 || nodes > MAX_LANE_NODES) return nullptr;
-    const auto size = static_cast<uint32_t>(sizeof(Lane) + size_t{nodes} * 256 * sizeof(LaneCell));
+    const size_t cells = size_t{nodes} * 256 + (input == LaneInput::UNITS ? UNIT_BLOCKS : 0);
+    const auto size = static_cast<uint32_t>(sizeof(Lane) + cells * sizeof(LaneCell));
     auto *lane = static_cast<Lane *>(_gl_alloc_ptr(size));
     if (lane == nullptr) return nullptr;
     *lane = {};
     LaneBuilder(table, output, *lane).fill(*table.root, 1);
     find_ascii(*lane);
+    lane->has_units = input == LaneInput::UNITS && add_units(*lane);
     return lane;
 }
 
@@ -170,10 +203,40 @@ template <bool WRITE> LanePosition run_lane(const Lane &lane, LanePosition at, c
     return {in, out};
 }
 
+template <UnicodeForm FORM, bool WRITE> LanePosition run_unit_lane(const Lane &lane, LanePosition at, const LaneRange &range) {
+    constexpr int UNIT = 2;
+    const LaneCell *const cells = lane.cells, *const first_cells = cells + size_t{lane.node_count} * 256;
+    const uint8_t *in = at.in;
+    uintptr_t out = at.out;
+    const AsciiBlock ascii(lane);
+    bool after_one_byte = true;
+    while (range.in_end - in >= UNIT && range.out_end - out >= sizeof(LaneCell)) {
+        if (lane.copies_ascii && after_one_byte && unicode::unit_at<FORM>(in) < 0x80) {
+            while (range.in_end - in >= BLOCK * UNIT && range.out_end - out >= static_cast<uintptr_t>(BLOCK)) {
+                // Units from 0x80 on become FF, or 0.
+                const __m128i block = _mm_packus_epi16(load_units<FORM>(in), load_units<FORM>(in + BLOCK));
+                const unsigned others = ascii.copy<WRITE>(block, out);
+                const int copied = others != 0 ? std::countr_zero(others) : BLOCK;
+                in += copied * UNIT;
+                out += static_cast<unsigned>(copied);
+                if (copied < BLOCK) break;
+            }
+            if (range.in_end - in < UNIT || range.out_end - out < sizeof(LaneCell)) break;
+        }
+        const uint32_t unit = unicode::unit_at<FORM>(in);
+        const LaneCell cell = cells[first_cells[unit / BLOCK_CELLS] + static_cast<LaneCell>(unit % BLOCK_CELLS)];
+        if (cell < ONE_BYTE) break;
+        store<WRITE>(out, cell);
+        in += UNIT;
+        out += static_cast<unsigned>(cell) >> 24;
+        after_one_byte = unit < 0x80;
+    }
+    return {in, out};
+}
+
 template <bool WRITE> LanePosition run_single_byte_lane(const Lane &lane, LanePosition at, const LaneRange &range) {
     constexpr int STRIDE = 4;
     constexpr int SPARSE = 4; // from this many copied bytes on, copying ASCII is cheaper than looking a whole block up
-    constexpr LaneCell ONE_BYTE = 1 << 24;
     const LaneCell *const cells = lane.cells;
     const AsciiBlock ascii(lane);
     const uint8_t *in = at.in;
@@ -209,6 +272,10 @@ template <bool WRITE> LanePosition run_single_byte_lane(const Lane &lane, LanePo
 
 template LanePosition run_lane<true>(const Lane &, LanePosition, const LaneRange &);
 template LanePosition run_lane<false>(const Lane &, LanePosition, const LaneRange &);
+template LanePosition run_unit_lane<UnicodeForm::UTF16LE, true>(const Lane &, LanePosition, const LaneRange &);
+template LanePosition run_unit_lane<UnicodeForm::UTF16LE, false>(const Lane &, LanePosition, const LaneRange &);
+template LanePosition run_unit_lane<UnicodeForm::UTF16BE, true>(const Lane &, LanePosition, const LaneRange &);
+template LanePosition run_unit_lane<UnicodeForm::UTF16BE, false>(const Lane &, LanePosition, const LaneRange &);
 template LanePosition run_single_byte_lane<true>(const Lane &, LanePosition, const LaneRange &);
 template LanePosition run_single_byte_lane<false>(const Lane &, LanePosition, const LaneRange &);
 
