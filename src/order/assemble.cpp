@@ -58,6 +58,7 @@ uint32_t number_first_pages(const gl_collation_maps &maps, const OrderParts &par
         const uint16_t code = maps.code_of(row, 0);
         if (!is_special(code)) return code == WEIGHT_IGNORED || is_ordinary(code);
         const OrderToken token = parts.tokens[parts.tokens_at[0] + (code & WEIGHT_VALUE)];
+        if (token.length != 0) return true; // an object may say so
         return parts.specials[parts.specials_at[0] + (token.bytes[0] | uint32_t{token.bytes[1]} << 8)].form == CodeForm::LISTED;
     };
     uint32_t count = 1;
