@@ -69,6 +69,7 @@ CREATE CAST (pg_catalog.text AS qtext) WITHOUT FUNCTION AS ASSIGNMENT;
 CREATE CAST (pg_catalog.varchar AS qtext) WITHOUT FUNCTION AS ASSIGNMENT;
 CREATE FUNCTION qtext(bpchar) RETURNS qtext AS 'rtrim1' LANGUAGE internal IMMUTABLE STRICT PARALLEL SAFE;
 CREATE CAST (pg_catalog.bpchar AS qtext) WITH FUNCTION qtext(bpchar) AS ASSIGNMENT;
+
 -- qtext and qtext
 CREATE FUNCTION qtext_lt(qtext, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_lt' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
 CREATE FUNCTION qtext_le(qtext, qtext) RETURNS bool AS 'MODULE_PATHNAME', 'qtext_le' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
@@ -254,15 +255,15 @@ CREATE VIEW collated_indexes AS
 			AND p.pronamespace OPERATOR(pg_catalog.=) 'qbgl'::pg_catalog.regnamespace::pg_catalog.oid
 			AND p.proname OPERATOR(pg_catalog.=) ANY (ARRAY['key', 'compare']::pg_catalog.name[]));
 CREATE VIEW collated_partitions AS
-	SELECT p.oid::pg_catalog.regclass AS partition, pg_catalog.pg_get_partition_constraintdef(p.oid) AS condition,
-		p.relowner AS owner
+	SELECT DISTINCT p.oid::pg_catalog.regclass AS partition, pg_catalog.pg_get_partition_constraintdef(p.oid) AS condition,
+		p.relowner AS owner, c.oid AS collation_oid
 	FROM pg_catalog.pg_class p
-	WHERE p.relispartition AND p.relkind OPERATOR(pg_catalog.=) 'r' AND EXISTS (
-		SELECT FROM pg_catalog.pg_partition_ancestors(p.oid) AS a(relid)
-		JOIN pg_catalog.pg_partitioned_table t ON t.partrelid OPERATOR(pg_catalog.=) a.relid
-		CROSS JOIN pg_catalog.unnest(t.partcollation::oid[]) AS u(oid)
-		JOIN pg_catalog.pg_collation c ON c.oid OPERATOR(pg_catalog.=) u.oid
-		WHERE c.collnamespace OPERATOR(pg_catalog.=) 'qbgl'::pg_catalog.regnamespace::pg_catalog.oid);
+	CROSS JOIN pg_catalog.pg_partition_ancestors(p.oid) AS a(relid)
+	JOIN pg_catalog.pg_partitioned_table t ON t.partrelid OPERATOR(pg_catalog.=) a.relid
+	CROSS JOIN pg_catalog.unnest(t.partcollation::oid[]) AS u(oid)
+	JOIN pg_catalog.pg_collation c ON c.oid OPERATOR(pg_catalog.=) u.oid
+	WHERE p.relispartition AND p.relkind OPERATOR(pg_catalog.=) 'r'
+		AND c.collnamespace OPERATOR(pg_catalog.=) 'qbgl'::pg_catalog.regnamespace::pg_catalog.oid;
 
 CREATE FUNCTION check_index(index regclass, locale text DEFAULT NULL) RETURNS text AS 'MODULE_PATHNAME', 'qbgl_check_index'
 	LANGUAGE C VOLATILE PARALLEL UNSAFE;

@@ -456,7 +456,7 @@ HasStrayRows(const char *partition, const char *condition, Oid owner)
 }
 
 /*
- * Ensure that the rows of each partition belong there.
+ * Ensure that the rows of each partition under a locale's order belong there.
  */
 static void
 CheckPartitions(const QbglLocale *locale)
@@ -464,7 +464,8 @@ CheckPartitions(const QbglLocale *locale)
 	SPITupleTable *found;
 	uint64 count;
 
-	Execute("SELECT partition, condition, owner FROM qbgl.collated_partitions", SPI_OK_SELECT);
+	Execute("SELECT partition, condition, owner, collation_oid FROM qbgl.collated_partitions",
+			SPI_OK_SELECT);
 	found = SPI_tuptable;
 	count = SPI_processed;
 	for (uint64 row = 0; row < count; row++)
@@ -473,8 +474,10 @@ CheckPartitions(const QbglLocale *locale)
 		char *condition = SPI_getvalue(found->vals[row], found->tupdesc, 2);
 		bool is_null;
 		Oid owner = DatumGetObjectId(SPI_getbinval(found->vals[row], found->tupdesc, 3, &is_null));
+		const CollationOrder *order = FindOrderOfCollation(
+			DatumGetObjectId(SPI_getbinval(found->vals[row], found->tupdesc, 4, &is_null)));
 
-		if (HasStrayRows(partition, condition, owner))
+		if (order && order->locale == locale && HasStrayRows(partition, condition, owner))
 			ereport(ERROR,
 					(errcode(ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE),
 					 errmsg("the partition %s has rows that do not belong there under the "

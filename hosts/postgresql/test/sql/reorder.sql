@@ -1,8 +1,8 @@
--- Another order in the place of the remembered one: the tree's Czech is German then.
+-- Another order in the place of the remembered one: the tree's Czech is German then, and so is its Slovak, which is left alone.
 SELECT current_setting('qbgl.directory') AS tree, current_setting('data_directory') || '/other' AS other \gset
 \setenv TREE :tree
 \setenv OTHER :other
-\! cp -Rs "$TREE" "$OTHER" && ln -sf "$TREE/vrn/lc11/de_de/e01c.lco" "$OTHER/vrn/lc11/cs_cz/e01c.lco"
+\! cp -Rs "$TREE" "$OTHER" && for to in cs_cz sk_sk; do ln -sf "$TREE/vrn/lc11/de_de/e01c.lco" "$OTHER/vrn/lc11/$to/e01c.lco"; done
 DROP TABLE IF EXISTS words, names, hashed, ranged;
 SET search_path = public, qbgl;
 SET enable_seqscan = off;
@@ -22,6 +22,10 @@ CREATE TABLE ranged (name qtext COLLATE "cs_CZ") PARTITION BY RANGE (name);
 CREATE TABLE ranged_a PARTITION OF ranged FOR VALUES FROM (MINVALUE) TO ('h');
 CREATE TABLE ranged_h PARTITION OF ranged FOR VALUES FROM ('h') TO (MAXVALUE);
 INSERT INTO ranged SELECT word FROM words;
+SELECT add_locale('sk_SK.utf8') \g /dev/null
+CREATE TABLE slovak (name qtext COLLATE "sk_SK") PARTITION BY RANGE (name);
+CREATE TABLE slovak_h PARTITION OF slovak FOR VALUES FROM ('h') TO (MAXVALUE);
+INSERT INTO slovak VALUES ('chata');
 EXPLAIN (COSTS OFF) SELECT word FROM words ORDER BY word;
 SELECT * FROM check_indexes();
 
