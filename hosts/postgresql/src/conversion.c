@@ -10,7 +10,7 @@
  *
  *-------------------------------------------------------------------------
  */
-#include "qbgl_pg.h"
+#include "conversion.h"
 
 #include "catalog/namespace.h"
 #include "fmgr.h"
@@ -53,14 +53,6 @@ typedef struct Progress
 	const char *in;
 	int left;
 } Progress;
-
-typedef enum Obstacle
-{
-	NO_OBSTACLE,
-	BAD_BYTES,		   /* no character of the source */
-	NO_SUCH_CHARACTER, /* of the target */
-	APPROXIMATION	   /* is all that the target has */
-} Obstacle;
 
 static Converter converters[KEPT_DESCRIPTORS];
 static uint64 converter_uses = 0;
@@ -253,10 +245,7 @@ Convert(gl_cv *descriptor, const char *text, int length, StringInfo result, int 
 	return obstacle;
 }
 
-/*
- * Refuse a text, with the place and the bytes of the obstacle.
- */
-static void
+void
 RefuseText(Obstacle obstacle, const char *text, int length, int offset, const char *source,
 		   const char *target)
 {

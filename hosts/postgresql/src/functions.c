@@ -14,6 +14,7 @@
 #include "utils/memutils.h"
 
 #include "collations.h"
+#include "conversion.h"
 
 /* Room for the keys of most texts, so that they are made once. */
 #define COMMON_KEY_SIZE 1024
@@ -130,10 +131,8 @@ CheckCase(QbglLocale *locale, const LocaleText *in, int size)
 	while (offset < in->length &&
 		   (length = gl_mblen(locale->handle, in->bytes + offset, in->length - offset)) >= 0)
 		offset += Max(length, 1);
-	ereport(ERROR, (errcode(ERRCODE_CHARACTER_NOT_IN_REPERTOIRE),
-					errmsg("no character of %s at offset %d: bytes %02X",
-						   locale->handle->codeset_name[GL_CAT_CTYPE], offset,
-						   offset < in->length ? (unsigned char) in->bytes[offset] : 0)));
+	RefuseText(BAD_BYTES, in->bytes, in->length, offset, locale->handle->codeset_name[GL_CAT_CTYPE],
+			   NULL);
 }
 
 static text *

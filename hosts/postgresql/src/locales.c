@@ -23,6 +23,7 @@
 #include "utils/memutils.h"
 #include "utils/varlena.h"
 
+#include "conversion.h"
 #include "remembered.h"
 
 /* gl_lc_spec2lc_fname may write this much, of a long form which no one gets to give it. */
@@ -506,21 +507,6 @@ ConvertedRoom(gl_cv *cd, int length)
 }
 
 /*
- * Raises what is wrong with the text at a place where a conversion stopped.
- */
-static void
-RaiseUnconvertible(const char *bytes, int at, int left, const char *to)
-{
-	int length = Min(Min(pg_mblen(bytes + at), left), 4);
-	char hex[16] = "";
-
-	for (int i = 0; i < length; i++)
-		sprintf(hex + strlen(hex), i > 0 ? " %02X" : "%02X", (unsigned char) bytes[at + i]);
-	ereport(ERROR, (errcode(ERRCODE_UNTRANSLATABLE_CHARACTER),
-					errmsg("%s has no such character: offset %d, bytes %s", to, at, hex)));
-}
-
-/*
  * Raises which character of a text has no more than an approximation: it
  * would be equal to another one.
  */
@@ -544,7 +530,7 @@ RaiseApproximated(gl_cv *cd, const char *bytes, int length, const char *to)
 		if (subst)
 			break;
 	}
-	RaiseUnconvertible(bytes, at, length - at, to);
+	RefuseText(APPROXIMATION, bytes, length, at, ServerCodeset(), to);
 }
 
 /*
@@ -573,8 +559,8 @@ ConvertFromServer(QbglLocale *locale, const char *bytes, int length, LocaleText 
 		if (converted == 0)
 			break;
 		if (!locale->is_utf8)
-			RaiseUnconvertible(bytes, in - bytes, inleft,
-							   locale->handle->codeset_name[GL_CAT_CTYPE]);
+			RefuseText(NO_SUCH_CHARACTER, bytes, length, in - bytes, ServerCodeset(),
+					   locale->handle->codeset_name[GL_CAT_CTYPE]);
 		/* A byte for a byte: there is room for more. */
 		*out++ = *in++;
 		inleft--;
@@ -616,9 +602,8 @@ FromLocale(QbglLocale *locale, const char *bytes, int length)
 	out = VARDATA(result);
 	gl_clear_errno(cd);
 	if (gl_miconv(cd, &in, &inleft, &out, &outleft, &subst) != 0)
-		ereport(ERROR, (errcode(ERRCODE_UNTRANSLATABLE_CHARACTER),
-						errmsg("%s has no such character: offset %d", ServerCodeset(),
-							   (int) (in - bytes))));
+		RefuseText(NO_SUCH_CHARACTER, bytes, length, in - bytes,
+				   locale->handle->codeset_name[GL_CAT_CTYPE], ServerCodeset());
 	SET_VARSIZE(result, out - (char *) result);
 	return result;
 }
