@@ -25,6 +25,7 @@
  *  19. The Unicode extension library
  *  20. The handle's records, parts of loading, the inline functions
  *  21. An order for indexes                       <- read this and build an index over any bytes
+ *  24. Strings
  *
  * Conventions that hold for every function
  *   - Errors. The first argument `ctx` (a gl_locale, or any record whose first field is an int32_t error number, such as gl_cv)
@@ -1695,6 +1696,73 @@ QBGL_API int gl_order_keys(gl_locale *locale, int count, const char *data, const
 #define GL_ORDER_RANGES 8
 QBGL_API int gl_order_ranges(gl_locale *locale, const char *prefix, int len, unsigned char *bounds, int room,
                              int32_t *bound_offsets);
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 24. Strings
+ *
+ * The string functions of C by characters: what is looked for is never found within a character (a 5C behind a lead byte is no
+ * backslash), and copies end whole. Texts have terminators. `room` counts bytes of multibyte text and characters of wide text, the
+ * terminator included; so do lengths, without it.
+ *
+ * Failures, -1 or null: GL_ENULLPTR (a null text), GL_EILSEQ (bytes that are no character; a search tells of those that it has to
+ * tell apart, and passes over others), GL_ENEGCOUNT. Of wide text any value is taken, and of multibyte text in a single-byte
+ * codeset any byte. Null alone says that nothing was found: gl_clear_errno before the call tells the two apart.
+ *
+ * The time is proportional to the texts, unless stated. Memory is asked for by sets of more than 32 characters above 255 only.
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* Copy a text, or append it to the one in `out`: the length of what is there afterwards. The second two take n characters at most,
+ * and always terminate. -1 with GL_E2BIG when there is no room for all: as many whole characters as there is room for are then
+ * there, and the terminator, as far as the room holds one; with GL_EILSEQ there is what stands before the bytes; with GL_EINVAL the
+ * text in `out` runs past the room, and is left alone. The texts must not overlap. */
+QBGL_API int gl_mbscpy(gl_locale *locale, char *out, int room, const char *s);
+QBGL_API int gl_mbscat(gl_locale *locale, char *out, int room, const char *s);
+QBGL_API int gl_mbsncpy(gl_locale *locale, char *out, int room, const char *s, int n);
+QBGL_API int gl_mbsncat(gl_locale *locale, char *out, int room, const char *s, int n);
+QBGL_API int gl_wcscpy(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *s);
+QBGL_API int gl_wcscat(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *s);
+QBGL_API int gl_wcsncpy(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *s, int n);
+QBGL_API int gl_wcsncat(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *s, int n);
+/* The characters in reverse: as gl_mbscpy, but a cut leaves out the beginning of s. Of bytes that are no character nothing. */
+QBGL_API int gl_mbsrev(gl_locale *locale, char *out, int room, const char *s);
+QBGL_API int gl_wcsrev(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *s);
+
+/* Where the first, or last, character c stands in s; `c` begins with it, and what is behind it does not matter. The terminator is a
+ * character here. */
+QBGL_API char *gl_mbschr(gl_locale *locale, const char *s, const char *c);
+QBGL_API char *gl_mbsrchr(gl_locale *locale, const char *s, const char *c);
+QBGL_API gl_wchar *gl_wcschr(gl_locale *locale, const gl_wchar *s, gl_wchar c);
+QBGL_API gl_wchar *gl_wcsrchr(gl_locale *locale, const gl_wchar *s, gl_wchar c);
+/* Where a text first stands in s; an empty one does at the beginning. */
+QBGL_API char *gl_mbsstr(gl_locale *locale, const char *s, const char *needle);
+QBGL_API gl_wchar *gl_wcsstr(gl_locale *locale, const gl_wchar *s, const gl_wchar *needle);
+
+/* The length of the beginning of s that has characters of the set only, or none of them; where the first of them stands. GL_ENOMEM
+ * is a failure of these, and of the next. */
+QBGL_API int gl_mbsspn(gl_locale *locale, const char *s, const char *set);
+QBGL_API int gl_mbscspn(gl_locale *locale, const char *s, const char *set);
+QBGL_API char *gl_mbspbrk(gl_locale *locale, const char *s, const char *set);
+QBGL_API int gl_wcsspn(gl_locale *locale, const gl_wchar *s, const gl_wchar *set);
+QBGL_API int gl_wcscspn(gl_locale *locale, const gl_wchar *s, const gl_wchar *set);
+QBGL_API gl_wchar *gl_wcspbrk(gl_locale *locale, const gl_wchar *s, const gl_wchar *set);
+/* The next piece of a text between characters of the set, terminated in its place. The first call gets the text, the others a null
+ * s; *state is the caller's to keep, and the set may change. Null when there is no more. */
+QBGL_API char *gl_mbstok(gl_locale *locale, char *s, const char *set, char **state);
+QBGL_API gl_wchar *gl_wcstok(gl_locale *locale, gl_wchar *s, const gl_wchar *set, gl_wchar **state);
+
+/* Order by code value of the lower case of each character: -1, 0 or 1; of at most n characters in the second form. A failure is 0
+ * with the number, as in section 6. */
+QBGL_API int gl_mbscasecmp(gl_locale *locale, const char *a, const char *b);
+QBGL_API int gl_mbsncasecmp(gl_locale *locale, const char *a, const char *b, int n);
+QBGL_API int gl_wcscasecmp(gl_locale *locale, const gl_wchar *a, const gl_wchar *b);
+QBGL_API int gl_wcsncasecmp(gl_locale *locale, const gl_wchar *a, const gl_wchar *b, int n);
+
+/* SQL's LIKE: 1 when the whole text fits the pattern, 0 when it does not. "%" stands for any text, "_" for any character, and a
+ * character behind the escape for itself. `escape` is one character, or null or empty for none. -1 with GL_EINVAL for an escape
+ * that is longer, or that nothing follows in the pattern. Characters are compared as they are, without regard to the order of the
+ * locale. The time is at most proportional to the text times what stands between two "%". */
+QBGL_API int gl_mbsmatch(gl_locale *locale, const char *text, const char *pattern, const char *escape);
+QBGL_API int gl_wcsmatch(gl_locale *locale, const gl_wchar *text, const gl_wchar *pattern, const gl_wchar *escape);
 
 #ifdef __cplusplus
 }

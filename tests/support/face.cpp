@@ -218,6 +218,13 @@ void to_a_place(Scene &s, auto function, auto text) {
     function(s.locale, begin, begin + s.up_to_count());
 }
 
+void split(Scene &s, auto function, auto text) {
+    auto *rest = const_cast<std::remove_cvref_t<decltype(*(s.*text)())> *>((s.*text)());
+    const auto *set = (s.*text)();
+    decltype(rest) state = nullptr;
+    for (auto *piece = function(s.locale, rest, set, &state); piece != nullptr;) piece = function(s.locale, nullptr, set, &state);
+}
+
 // Where a symbol ends at a position, the text reaches back as far as any symbol is long.
 void find_symbol(Scene &s, auto function) {
     const gl_wchar *text = s.wide_terminated();
@@ -455,6 +462,23 @@ std::vector<Call> table() {
     WITH(locale, (s.locale, const_cast<char *>(s.or_null(s.terminated()))), gl_mbsntstrunc);
     WITH(locale, (s.locale, s.or_null(s.wide_terminated()), s.small() * 8), gl_wcswidth);
     WITH(locale, (s.locale, s.or_null(s.terminated()), s.small() * 8), gl_mbswidth);
+
+    // Strings
+    WITH(locale, (s.locale, s.out(), s.room(), s.or_null(s.terminated())), gl_mbscpy, gl_mbscat, gl_mbsrev);
+    WITH(locale, (s.locale, s.wide_out(), s.room(), s.or_null(s.wide_terminated())), gl_wcscpy, gl_wcscat, gl_wcsrev);
+    WITH(locale, (s.locale, s.out(), s.room(), s.terminated(), s.small()), gl_mbsncpy, gl_mbsncat);
+    WITH(locale, (s.locale, s.wide_out(), s.room(), s.wide_terminated(), s.small()), gl_wcsncpy, gl_wcsncat);
+    WITH(locale, (s.locale, s.or_null(s.terminated()), s.or_null(s.terminated())), gl_mbschr, gl_mbsrchr, gl_mbsstr, gl_mbspbrk,
+         gl_mbsspn, gl_mbscspn, gl_mbscasecmp);
+    WITH(locale, (s.locale, s.or_null(s.wide_terminated()), s.value()), gl_wcschr, gl_wcsrchr);
+    WITH(locale, (s.locale, s.or_null(s.wide_terminated()), s.or_null(s.wide_terminated())), gl_wcsstr, gl_wcspbrk, gl_wcsspn,
+         gl_wcscspn, gl_wcscasecmp);
+    WITH(locale, (s.locale, s.terminated(), s.terminated(), s.small()), gl_mbsncasecmp);
+    WITH(locale, (s.locale, s.wide_terminated(), s.wide_terminated(), s.small()), gl_wcsncasecmp);
+    WITH(locale, (s.locale, s.terminated(), s.terminated(), s.or_null(s.terminated())), gl_mbsmatch);
+    WITH(locale, (s.locale, s.wide_terminated(), s.wide_terminated(), s.or_null(s.wide_terminated())), gl_wcsmatch);
+    BY(locale, split(s, f, &Scene::terminated), gl_mbstok);
+    BY(locale, split(s, f, &Scene::wide_terminated), gl_wcstok);
 
     // Streams
     BY(locale, get(s), gl_getmb);

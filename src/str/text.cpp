@@ -1,0 +1,19 @@
+#include "str/text.h"
+
+#include <algorithm>
+
+namespace qbgl {
+
+Step MultibyteText::step_slowly(const uint8_t *at, ptrdiff_t limit) const {
+    if (limit >= terminator_ && is_terminator(at, terminator_)) return {0, 0};
+    if (served_by_extension(locale_, GL_CAT_CTYPE)) {
+        gl_wchar value = 0;
+        const int length = gl_full_mbtowc(locale_, &value, reinterpret_cast<const char *>(at),
+                                          static_cast<int>(std::min<ptrdiff_t>(limit, MAX_KEY)));
+        return length > 0 ? Step{value, length} : Step{value, length == 0 ? 0 : BAD};
+    }
+    const Decoded character = decode_by_nodes(locale_->ctype.codeset_table->root, at, limit);
+    return {character.value, character.length > 0 ? character.length : BAD};
+}
+
+} // namespace qbgl
