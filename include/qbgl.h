@@ -1474,6 +1474,11 @@ typedef struct gl_monetary_info {
         n_sign_posn; /* GL_NOT_AVAILABLE where the locale does not say */
 } gl_monetary_info;
 
+/* Where the currency symbol and the sign of an amount stand; GL_NOT_AVAILABLE where the locale does not say. */
+typedef struct gl_money_layout {
+    int32_t p_cs_precedes, p_sep_by_space, n_cs_precedes, n_sep_by_space, p_sign_posn, n_sign_posn;
+} gl_money_layout;
+
 typedef struct gl_messages_info {
     gl_text yesexpr, noexpr, yesstr, nostr;
 } gl_messages_info;
@@ -1542,6 +1547,8 @@ struct gl_locale {
     char order_fingerprint[17];             /* empty while LC_COLLATE is not loaded */
     const struct gl_order_maps *order_maps; /* of the order for indexes, or null: by code values */
     gl_ranks ranks;                         /* of collate */
+    struct gl_time_more *time_more;         /* what LC_TIME has beyond `time`; null while it is not loaded */
+    gl_money_layout int_money;              /* the layout of amounts with the international symbol */
 };
 
 /* Parts of loading, for tools that read objects themselves: the empty state of a record; the section of an object, behind its

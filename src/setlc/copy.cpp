@@ -45,10 +45,14 @@ int share_data(gl_locale *target, gl_locale *source, int category) {
         memcpy(target->order_fingerprint, source->order_fingerprint, sizeof target->order_fingerprint);
         return 0;
     case GL_CAT_NUMERIC: _gl_copy_numeric(target, source); return build_conversion(target, source, create_glconv_numeric);
-    case GL_CAT_MONETARY: _gl_copy_monetary(target, source); return build_conversion(target, source, create_glconv_monetary);
+    case GL_CAT_MONETARY:
+        _gl_copy_monetary(target, source);
+        target->int_money = source->int_money;
+        return build_conversion(target, source, create_glconv_monetary);
     case GL_CAT_TIME:
         target->time = source->time;
         target->time.eras = nullptr;
+        target->time_more = source->time_more;
         return 0;
     default: _gl_copy_messages(target, source); return 0;
     }

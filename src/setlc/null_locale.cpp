@@ -43,7 +43,10 @@ void gl_make_null_category(gl_locale *locale, int category) {
         _gl_init_monetary(&locale->monetary);
         free_glconv_monetary(&locale->conv);
         break;
-    case GL_CAT_TIME: _gl_init_ltime(&locale->time); break;
+    case GL_CAT_TIME:
+        _gl_init_ltime(&locale->time);
+        locale->time_more = nullptr;
+        break;
     default: _gl_init_messages(&locale->messages); break;
     }
     release_names(locale, category);

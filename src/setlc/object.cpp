@@ -6,6 +6,7 @@
 #include "order/raised.h"
 #include "setlc/categories.h"
 #include "setlc/dispatch.h"
+#include "setlc/more.h"
 #include "spec/category.h"
 #include "util/object_header.h"
 #include "util/tokens.h"
@@ -60,6 +61,16 @@ void take_order(const char *line, OrderDigits &order) {
     if (strspn(line + KEY_LENGTH, "0123456789abcdef") == DIGITS) memcpy(order, line + KEY_LENGTH, sizeof order);
 }
 
+// Adds what a line of MORE has; false when memory is out or it is too much.
+bool take_more(const char *line, Growing<char> &more) {
+    constexpr char KEY[] = "MORE=";
+    constexpr size_t KEY_LENGTH = sizeof KEY - 1;
+    constexpr uint32_t MOST = 1 << 16;
+    if (strncmp(line, KEY, KEY_LENGTH) != 0) return true;
+    const auto length = static_cast<uint32_t>(strlen(line + KEY_LENGTH));
+    return length <= MOST - more.size() && more.append(line + KEY_LENGTH, length);
+}
+
 // Rules that compare code values have none, and some that no compiler writes.
 bool take_order_maps(FILE *file, gl_locale *locale) {
     const gl_collate_info &rules = locale->collate;
@@ -91,6 +102,8 @@ int read_order(FILE *file, gl_locale *locale, const ObjectHeader &header) {
     return 0;
 }
 
+std::string_view more_of(const ObjectHeader &header) { return {header.more.begin(), header.more.size()}; }
+
 // The section behind the marker.
 int read_section(FILE *file, gl_locale *locale, int category, const ObjectHeader &header, const char *messages_failed) {
     switch (category) {
@@ -103,11 +116,15 @@ int read_section(FILE *file, gl_locale *locale, int category, const ObjectHeader
         return read_texts(file, locale, locale->numeric, _gl_read_numeric, init_numeric_info,
                           "Failed to read numeric information\n", "Failed to initialize numeric information\n");
     case GL_CAT_MONETARY:
-        return read_texts(file, locale, locale->monetary, _gl_read_monetary, init_monetary_info,
-                          "Failed to read monetary information\n", "Failed to initialize monetary information\n");
+        if (read_texts(file, locale, locale->monetary, _gl_read_monetary, init_monetary_info,
+                       "Failed to read monetary information\n", "Failed to initialize monetary information\n") != 0)
+            return 1;
+        return read_more_money(locale, more_of(header)) ? 0 : 1;
     case GL_CAT_TIME:
-        return read_texts(file, locale, locale->time, _gl_read_time, init_time_info, "Failed to read time information\n",
-                          "Failed to initialize time information\n");
+        if (read_texts(file, locale, locale->time, _gl_read_time, init_time_info, "Failed to read time information\n",
+                       "Failed to initialize time information\n") != 0)
+            return 1;
+        return read_more_time(locale, more_of(header)) ? 0 : 1;
     default:
         return read_texts(file, locale, locale->messages, _gl_read_messages, init_message_info, messages_failed,
                           "Failed to initialize messages information\n");
@@ -125,9 +142,10 @@ int read_file_header(FILE *file, ObjectHeader &header, int32_t *error) {
         return count >= FIXED_HEADER_LINES;
     };
     header.order[0] = '\0';
+    header.more = {};
     const auto take = [&header](const char *line) {
         take_order(line, header.order);
-        return true;
+        return take_more(line, header.more);
     };
     const Header result = read_object_header(file, "FILE_TYPE=locale_object", "COMPILER_VERSION=" GL_LC_VERSION, count_of, take);
     *error = 0;

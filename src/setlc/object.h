@@ -2,14 +2,16 @@
 //
 //   FILE_TYPE=locale_object
 //   COMPILER_VERSION=11
-//   KEY=N                    N - 3 lines follow that are the compiler's own, one of which may be
+//   KEY=N                    N - 3 lines follow that are the compiler's own, among which may be
 //   ORDER=HHHHHHHHHHHHHHHH   the fingerprint of the order, 16 digits
+//   MORE=...                 a part of the text with what the sections have no place for: more.h
 //   CODESET
 //   ### LC_CTYPE ... ### LC_COLLATE ... ### LC_NUMERIC ... ### LC_MONETARY ... ### LC_TIME ... ### LC_MESSAGES ...
 #pragma once
 
 #include "coll/fingerprint.h"
 #include "setlc/handle.h"
+#include "util/growing.h"
 #include "util/owned.h"
 
 #include <optional>
@@ -20,6 +22,7 @@ namespace qbgl {
 struct ObjectHeader {
     CodesetName codeset = {};
     OrderDigits order = {}; // empty when the object has none
+    Growing<char> more{};   // what the lines of that name say together
 };
 
 // 1, with the stream behind the header; 0 with GL_EBADFILE or GL_EVERSION in *error.

@@ -5,6 +5,7 @@
 #include "setlc/categories.h"
 #include "setlc/dispatch.h"
 #include "setlc/handle.h"
+#include "setlc/more.h"
 
 #include <stdint.h>
 #include <stdio.h>
@@ -23,7 +24,10 @@ void free_data(gl_locale *locale, int category) {
         break;
     case GL_CAT_NUMERIC: free_numeric(&locale->numeric); break;
     case GL_CAT_MONETARY: free_monetary(&locale->monetary); break;
-    case GL_CAT_TIME: free_ltime(locale); break;
+    case GL_CAT_TIME:
+        free_more_time(locale);
+        free_ltime(locale);
+        break;
     default: free_messages(&locale->messages); break;
     }
 }
@@ -42,6 +46,7 @@ void forget_data(gl_locale *locale, int category) {
     case GL_CAT_TIME:
         era_cleanup(locale);
         _gl_init_ltime(&locale->time);
+        locale->time_more = nullptr;
         break;
     default: _gl_init_messages(&locale->messages); break;
     }

@@ -44,12 +44,21 @@ struct Task {
     State state = State::MISSING;
 };
 
+// Whether an object begins with these header lines. The third, which counts them, counts also those that say no more of the
+// sources.
+bool begins_with(std::string_view object, std::string_view header) {
+    const size_t first = header.find('\n'), second = header.find('\n', first + 1) + 1;
+    if (!object.starts_with(header.substr(0, second))) return false;
+    const size_t count = object.find('\n', second);
+    return count != std::string_view::npos && object.substr(count).starts_with(header.substr(header.find('\n', second)));
+}
+
 State state_of(const fs::path &path, const std::string &header) {
     if (!fs::is_regular_file(fs::symlink_status(path))) return State::MISSING;
     const std::string text = read_file(path);
     const Seal seal = check_seal(text);
     if (seal == Seal::BROKEN) return State::DAMAGED;
-    if (text.starts_with(header)) return seal == Seal::WHOLE ? State::CURRENT : State::DAMAGED;
+    if (begins_with(text, header)) return seal == Seal::WHOLE ? State::CURRENT : State::DAMAGED;
     return State::OUTDATED;
 }
 

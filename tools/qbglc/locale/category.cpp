@@ -88,6 +88,28 @@ std::string CategoryLines::number(std::string_view keyword) const {
     });
 }
 
+std::string CategoryLines::more_texts(std::string_view item, std::string_view keyword) const {
+    const Keyword *found = find(keyword);
+    if (found == nullptr) return {};
+    return errors_.collect([&] {
+        std::string text = fmt::format("{} {} ", item, found->operands.size());
+        for (const std::u32string &operand : found->texts()) {
+            const std::string bytes = encoder_.encode(operand, found->place);
+            for (const char byte : bytes) text += fmt::format("{:02x}", static_cast<uint8_t>(byte));
+            text += bytes.empty() ? ". " : " ";
+        }
+        return text;
+    });
+}
+
+std::string CategoryLines::more_numbers(std::string_view item, std::string_view keyword) const {
+    const Keyword *found = find(keyword);
+    if (found == nullptr) return {};
+    std::string text = fmt::format("{} {} ", item, found->operands.size());
+    for (const int number : found->numbers()) text += fmt::format("{} ", number);
+    return text;
+}
+
 // POSIX has no signs for plain numbers. Readers and writers of numbers use these everywhere; a reader takes ASCII signs anyway.
 std::string numeric_section(const Definition &definition, const LocaleEncoder &encoder, LocaleErrors &errors) {
     const CategoryLines lines(definition.numeric, definition.numeric_place, encoder, errors);
@@ -105,6 +127,21 @@ std::string monetary_section(const Definition &definition, const LocaleEncoder &
                                 "n_sep_by_space", "p_sign_posn", "n_sign_posn"})
         section += lines.number(keyword);
     return section;
+}
+
+// What the definition does not say of the international layout it says of the local one.
+std::string more_of_money(const Definition &definition, const LocaleEncoder &encoder, LocaleErrors &errors) {
+    const CategoryLines lines(definition.monetary, definition.monetary_place, encoder, errors);
+    bool own = false;
+    std::string item = "int_money 6 ";
+    for (const char *keyword :
+         {"p_cs_precedes", "p_sep_by_space", "n_cs_precedes", "n_sep_by_space", "p_sign_posn", "n_sign_posn"}) {
+        const Keyword *found = lines.find(std::string("int_") + keyword);
+        own = own || found != nullptr;
+        if (found == nullptr) found = lines.find(keyword);
+        item += fmt::format("{} ", found != nullptr ? found->number() : -1);
+    }
+    return own ? item : "";
 }
 
 std::string messages_section(const Definition &definition, const LocaleEncoder &encoder, LocaleErrors &errors) {

@@ -34,6 +34,11 @@ class CategoryLines {
     // A line with a number that fits a signed byte, NOT_AVAILABLE when the definition is silent or says -1.
     std::string number(std::string_view keyword) const;
 
+    // An item of the object's further text, as the library's setlc/more.h has it: texts, or numbers; nothing when the definition is
+    // silent.
+    std::string more_texts(std::string_view item, std::string_view keyword) const;
+    std::string more_numbers(std::string_view item, std::string_view keyword) const;
+
     const Keyword *find(std::string_view keyword) const;
     LocaleErrors &errors() const { return errors_; }
 
@@ -46,6 +51,7 @@ class CategoryLines {
 
 std::string numeric_section(const Definition &definition, const LocaleEncoder &encoder, LocaleErrors &errors);
 std::string monetary_section(const Definition &definition, const LocaleEncoder &encoder, LocaleErrors &errors);
+std::string more_of_money(const Definition &definition, const LocaleEncoder &encoder, LocaleErrors &errors);
 std::string messages_section(const Definition &definition, const LocaleEncoder &encoder, LocaleErrors &errors);
 
 } // namespace qbgl::compiler

@@ -39,6 +39,18 @@ fs::path definition_file(const std::string &path) {
     return fs::absolute(path);
 }
 
+// The header with the lines that carry what the sections have no place for. Readers have room for 126 characters of a line.
+std::string with_more_lines(const std::string &header, std::string_view more) {
+    constexpr std::string_view COUNT_KEY = "HEADER_LINES=", MORE_LINE = "MORE=";
+    constexpr size_t LONGEST = 120;
+    std::string lines;
+    size_t count = 0;
+    for (; !more.empty(); more.remove_prefix(std::min(LONGEST, more.size())), ++count)
+        lines += fmt::format("{}{}\n", MORE_LINE, more.substr(0, LONGEST));
+    const size_t at = header.find(COUNT_KEY) + COUNT_KEY.size(), end = header.find('\n', at);
+    return header.substr(0, at) + std::to_string(std::stoul(header.substr(at, end - at)) + count) + header.substr(end) + lines;
+}
+
 void check_terminator(const Codeset &codeset) {
     const Character *terminator = codeset.find(U'\0');
     if (terminator == nullptr) throw DataError(codeset.name() + ": has no <U0000>, which ends every text");
@@ -159,7 +171,8 @@ std::string LocaleCompiler::object(const std::string &name, const Target &target
         });
     else
         fingerprint = order_fingerprint(target.characters, order);
-    std::string text = header;
+    const std::string more = more_of_money(*source, encoder, errors) + more_of_time(*source, encoder, calendar, errors);
+    std::string text = with_more_lines(header, more);
     text.append(ORDER_LINE) += fingerprint + '\n';
     const size_t end_of_header = text.size();
     text += codeset_name + '\n';

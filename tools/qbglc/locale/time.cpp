@@ -112,4 +112,16 @@ std::string time_section(const Definition &definition, const LocaleEncoder &enco
     return section + lines.list("alt_digits");
 }
 
+std::string more_of_time(const Definition &definition, const LocaleEncoder &encoder, const std::string &calendar,
+                         LocaleErrors &errors) {
+    const CategoryLines lines(definition.time, definition.time_place, encoder, errors);
+    std::string text;
+    for (const char *keyword : {"alt_mon", "ab_alt_mon", "date_fmt"}) text += lines.more_texts(keyword, keyword);
+    if (calendar != "gregorian") text += lines.more_texts("gregorian_mon", "mon") + lines.more_texts("gregorian_abmon", "abmon");
+    const Keyword *week = lines.find("week");
+    if (week != nullptr && week->operands.size() == 3) text += lines.more_numbers("week", "week");
+    for (const char *keyword : {"first_weekday", "first_workday"}) text += lines.more_numbers(keyword, keyword);
+    return text;
+}
+
 } // namespace qbgl::compiler

@@ -13,4 +13,8 @@ namespace qbgl::compiler {
 std::string time_section(const Definition &definition, const LocaleEncoder &encoder, const Calendars &calendars,
                          const std::string &calendar, const std::string &language, LocaleErrors &errors);
 
+// The items of the object's further text that are about time.
+std::string more_of_time(const Definition &definition, const LocaleEncoder &encoder, const std::string &calendar,
+                         LocaleErrors &errors);
+
 } // namespace qbgl::compiler
