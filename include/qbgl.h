@@ -26,6 +26,7 @@
  *  20. The handle's records, parts of loading, the inline functions
  *  21. An order for indexes                       <- read this and build an index over any bytes
  *  24. Strings
+ *  25. What a locale tells by item
  *
  * Conventions that hold for every function
  *   - Errors. The first argument `ctx` (a gl_locale, or any record whose first field is an int32_t error number, such as gl_cv)
@@ -1518,6 +1519,11 @@ typedef struct gl_time_info {
     gl_wchar *w_joined_alt_digits;
 } gl_time_info;
 
+/* What gl_langinfo tells beyond the records; null where the category is. */
+typedef struct gl_info_texts {
+    char *crncystr, *era, *alt_digits;
+} gl_info_texts;
+
 /* The handle. What follows glu_flag is for the library alone, and may grow. */
 struct gl_locale {
     int32_t error; /* number of the last failure, 0 for none */
@@ -1549,6 +1555,7 @@ struct gl_locale {
     gl_ranks ranks;                         /* of collate */
     struct gl_time_more *time_more;         /* what LC_TIME has beyond `time`; null while it is not loaded */
     gl_money_layout int_money;              /* the layout of amounts with the international symbol */
+    gl_info_texts info;                     /* of monetary and time */
 };
 
 /* Parts of loading, for tools that read objects themselves: the empty state of a record; the section of an object, behind its
@@ -1770,6 +1777,76 @@ QBGL_API int gl_wcsncasecmp(gl_locale *locale, const gl_wchar *a, const gl_wchar
  * locale. The time is at most proportional to the text times what stands between two "%". */
 QBGL_API int gl_mbsmatch(gl_locale *locale, const char *text, const char *pattern, const char *escape);
 QBGL_API int gl_wcsmatch(gl_locale *locale, const gl_wchar *text, const gl_wchar *pattern, const gl_wchar *escape);
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 25. What a locale tells by item
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* The items of <langinfo.h>, with GL_ before their names. The numbers never change. Of days, months and their like those behind the
+ * first follow one another: GL_DAY_1 + 6 is Saturday, and a calendar of 14 names of months goes up to GL_MON_1 + 13. */
+enum gl_item {
+    GL_CODESET = 1, /* the name of the codeset, as the locale's object has it */
+    GL_RADIXCHAR = 2,
+    GL_THOUSEP = 3,
+    GL_CRNCYSTR = 4, /* the currency's symbol behind "-" where it precedes an amount, "+" where it follows */
+    GL_YESEXPR = 5,
+    GL_NOEXPR = 6,
+    GL_YESSTR = 7,
+    GL_NOSTR = 8,
+    GL_D_T_FMT = 16,
+    GL_D_FMT = 17,
+    GL_T_FMT = 18,
+    GL_T_FMT_AMPM = 19,
+    GL_AM_STR = 20,
+    GL_PM_STR = 21,
+    GL_ERA = 22, /* the eras with ";" between them, each of six fields with ":" between them */
+    GL_ERA_D_T_FMT = 23,
+    GL_ERA_D_FMT = 24,
+    GL_ERA_T_FMT = 25,
+    GL_ALT_DIGITS = 26, /* with ";" between them */
+    GL_DAY_1 = 32,      /* Sunday */
+    GL_DAY_2 = 33,
+    GL_DAY_3 = 34,
+    GL_DAY_4 = 35,
+    GL_DAY_5 = 36,
+    GL_DAY_6 = 37,
+    GL_DAY_7 = 38,
+    GL_ABDAY_1 = 48,
+    GL_ABDAY_2 = 49,
+    GL_ABDAY_3 = 50,
+    GL_ABDAY_4 = 51,
+    GL_ABDAY_5 = 52,
+    GL_ABDAY_6 = 53,
+    GL_ABDAY_7 = 54,
+    GL_MON_1 = 64, /* the first month of the locale's calendar */
+    GL_MON_2 = 65,
+    GL_MON_3 = 66,
+    GL_MON_4 = 67,
+    GL_MON_5 = 68,
+    GL_MON_6 = 69,
+    GL_MON_7 = 70,
+    GL_MON_8 = 71,
+    GL_MON_9 = 72,
+    GL_MON_10 = 73,
+    GL_MON_11 = 74,
+    GL_MON_12 = 75,
+    GL_ABMON_1 = 96,
+    GL_ABMON_2 = 97,
+    GL_ABMON_3 = 98,
+    GL_ABMON_4 = 99,
+    GL_ABMON_5 = 100,
+    GL_ABMON_6 = 101,
+    GL_ABMON_7 = 102,
+    GL_ABMON_8 = 103,
+    GL_ABMON_9 = 104,
+    GL_ABMON_10 = 105,
+    GL_ABMON_11 = 106,
+    GL_ABMON_12 = 107
+};
+
+/* The text of an item, in the codeset of its category. Never null: what the locale does not have is an empty text, and so is what
+ * is no item, with GL_EBADARG. It is the handle's, and stays until its category changes or the handle is released. */
+QBGL_API const char *gl_langinfo(gl_locale *locale, int item);
 
 #ifdef __cplusplus
 }

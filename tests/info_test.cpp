@@ -158,4 +158,30 @@ TEST(TrailingSpace, IsWhatTheExtensionSays) {
     qbgl::clear_entry_points();
 }
 
+// What the fixture's texts come to; the oracle compares the items of real locales.
+TEST(Items, AreTexts) {
+    everywhere(std::identity(), [](const Codeset &codeset, gl_locale *l) {
+        const size_t shortest = codeset.encode("a").size();
+        for (const auto &[item, text] : {std::pair<int, const char *>{GL_D_FMT, "%d/%m/%y"},
+                                         {GL_PM_STR, "PM"},
+                                         {GL_DAY_7, "Saturday"},
+                                         {GL_ABDAY_1, "Sun"},
+                                         {GL_MON_12, "December"},
+                                         {GL_ABMON_1, "Jan"},
+                                         {GL_RADIXCHAR, "."},
+                                         {GL_THOUSEP, ","},
+                                         {GL_CRNCYSTR, "-E"},
+                                         {GL_YESEXPR, "^[yY]"},
+                                         {GL_NOSTR, "no"},
+                                         {GL_ERA, "+:0:1989/01/08:+*:Heisei:%EC %Ey"},
+                                         {GL_ALT_DIGITS, "zero;one"},
+                                         {GL_MON_12 + 1, ""}}) {
+            const std::string encoded = codeset.encode(text) + std::string(shortest, '\0');
+            EXPECT_EQ(std::string(gl_langinfo(l, item), encoded.size()), encoded) << item;
+        }
+        EXPECT_STREQ(gl_langinfo(l, GL_CODESET), codeset.name.c_str());
+        for (const int none : {0, -1, 200, INT_MAX}) EXPECT_EQ(told(l, *gl_langinfo(l, none)), std::pair('\0', int{GL_EBADARG}));
+    });
+}
+
 } // namespace

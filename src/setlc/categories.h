@@ -19,7 +19,7 @@ int init_message_info(gl_locale *locale);
 int init_time_info(gl_locale *locale);
 
 void free_numeric(gl_numeric_info *info);
-void free_monetary(gl_monetary_info *info);
+void free_monetary(gl_locale *locale);
 void free_messages(gl_messages_info *info);
 void free_ltime(gl_locale *locale);
 

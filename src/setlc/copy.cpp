@@ -48,11 +48,14 @@ int share_data(gl_locale *target, gl_locale *source, int category) {
     case GL_CAT_MONETARY:
         _gl_copy_monetary(target, source);
         target->int_money = source->int_money;
+        target->info.crncystr = source->info.crncystr;
         return build_conversion(target, source, create_glconv_monetary);
     case GL_CAT_TIME:
         target->time = source->time;
         target->time.eras = nullptr;
         target->time_more = source->time_more;
+        target->info.era = source->info.era;
+        target->info.alt_digits = source->info.alt_digits;
         return 0;
     default: _gl_copy_messages(target, source); return 0;
     }

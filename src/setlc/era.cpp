@@ -118,16 +118,30 @@ bool get_era_struct(gl_locale *locale, const char *text, gl_era &era) {
     return error == 0;
 }
 
-// The texts with the codeset's newline between them. Null with the handle's error.
-char *join(gl_locale *locale, std::span<char *const> texts) {
-    char newline[4] = {'\n'};
-    const int newline_length = bytes_are_characters(locale) ? 1 : gl_full_wctomb(locale, newline, '\n');
-    if (newline_length < 1) return nullptr;
+// The bytes of a text up to the colon behind `fields` fields, or of all of it; -1 with the error number.
+int bytes_of_fields(gl_locale *locale, const char *text, int fields) {
+    const int bytes = text_bytes(locale, text);
+    gl_wchar wc;
+    for (int at = 0, length; at < bytes; at += length) {
+        length = gl_full_mbtowc(locale, &wc, text + at, bytes - at);
+        if (length < 1) return bytes;
+        if (wc == ':' && --fields == 0) return at;
+    }
+    return bytes;
+}
+
+// The first fields of each text with a character of the codeset between them. Null with the handle's error.
+char *join(gl_locale *locale, std::span<char *const> texts, gl_wchar character, int fields) {
+    char separator[4] = {static_cast<char>(character)};
+    const int separator_length = texts.size() < 2               ? 0
+                                 : bytes_are_characters(locale) ? 1
+                                                                : gl_full_wctomb(locale, separator, character);
+    if (separator_length < 0) return nullptr;
     uint64_t size = 0;
     for (const char *text : texts) {
-        const int bytes = text_bytes(locale, text);
+        const int bytes = bytes_of_fields(locale, text, fields);
         if (bytes < 0) return nullptr;
-        size += static_cast<uint32_t>(bytes + newline_length);
+        size += static_cast<uint32_t>(bytes + separator_length);
     }
     char *joined = size <= UINT32_MAX ? allocate_text(static_cast<uint32_t>(size)) : nullptr;
     if (joined == nullptr) {
@@ -136,23 +150,30 @@ char *join(gl_locale *locale, std::span<char *const> texts) {
     }
     char *end = joined;
     for (size_t i = 0; i < texts.size(); ++i) {
-        if (i > 0) end = std::copy_n(newline, newline_length, end);
-        end = std::copy_n(texts[i], text_bytes(locale, texts[i]), end);
+        if (i > 0) end = std::copy_n(separator, separator_length, end);
+        end = std::copy_n(texts[i], bytes_of_fields(locale, texts[i], fields), end);
     }
     return joined;
+}
+
+constexpr int ALL_FIELDS = INT32_MAX, STANDARD_FIELDS = 6;
+
+std::span<char *const> era_strings(const gl_time_info &info) { return {info.era_strings, static_cast<size_t>(info.era_count)}; }
+std::span<char *const> alt_digits(const gl_time_info &info) {
+    return {info.alt_digits.bytes, static_cast<size_t>(info.alt_digits.count)};
 }
 
 bool create_era_info(gl_locale *locale) {
     gl_time_info &info = locale->time;
     _gl_free_ptr(info.joined_eras);
-    info.joined_eras = join(locale, {info.era_strings, static_cast<size_t>(info.era_count)});
+    info.joined_eras = join(locale, era_strings(info), '\n', ALL_FIELDS);
     return info.joined_eras != nullptr;
 }
 
 bool create_alt_digits_info(gl_locale *locale) {
     gl_time_info &info = locale->time;
     _gl_free_ptr(info.joined_alt_digits);
-    info.joined_alt_digits = join(locale, {info.alt_digits.bytes, static_cast<size_t>(info.alt_digits.count)});
+    info.joined_alt_digits = join(locale, alt_digits(info), '\n', ALL_FIELDS);
     return info.joined_alt_digits != nullptr;
 }
 
@@ -173,6 +194,19 @@ int init_era_info(gl_locale *locale) {
         return -1;
     }
     return create_era_info(locale) && create_alt_digits_info(locale) ? 0 : -1;
+}
+
+int init_time_info_texts(gl_locale *locale) {
+    const gl_time_info &info = locale->time;
+    free_time_info_texts(locale);
+    locale->info.era = join(locale, era_strings(info), ';', STANDARD_FIELDS);
+    locale->info.alt_digits = join(locale, alt_digits(info), ';', ALL_FIELDS);
+    return locale->info.era != nullptr && locale->info.alt_digits != nullptr ? 0 : -1;
+}
+
+void free_time_info_texts(gl_locale *locale) {
+    _gl_free_ptr(std::exchange(locale->info.era, nullptr));
+    _gl_free_ptr(std::exchange(locale->info.alt_digits, nullptr));
 }
 
 void era_cleanup(gl_locale *locale) {

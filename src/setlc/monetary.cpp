@@ -1,8 +1,14 @@
 // The section of LC_MONETARY: string lines of the international and the local currency symbol, the decimal point and the thousands
 // separator, the grouping line, string lines of the positive and the negative sign, and the eight layout numbers on lines of their
 // own.
+#include "ext/error.h"
+#include "multi/walk.h"
 #include "setlc/categories.h"
 #include "setlc/text.h"
+#include "tree/bytewise.h"
+
+#include <string.h>
+#include <utility>
 
 using namespace qbgl;
 
@@ -32,6 +38,22 @@ void read_lines(ByteReader &in, gl_monetary_info &info, int32_t &number) {
     }
 }
 
+// What gl_langinfo tells of the currency.
+bool make_crncystr(gl_locale *locale) {
+    const gl_monetary_info &info = locale->monetary;
+    const int symbol = info.currency_symbol.bytes != nullptr ? text_bytes(locale, info.currency_symbol.bytes) : 0;
+    if (symbol < 0) return false;
+    const gl_wchar place = info.p_cs_precedes != 0 ? '-' : '+';
+    uint8_t bytes[MAX_KEY] = {static_cast<uint8_t>(place)};
+    const int length = bytes_are_characters(locale) ? 1 : encode(*locale->ctype.codeset_table, bytes, place); // 0 where it has none
+    _gl_free_ptr(locale->info.crncystr);
+    locale->info.crncystr = allocate_text(static_cast<uint32_t>(length + symbol));
+    if (locale->info.crncystr == nullptr) return fail(locale, GL_ENOMEM, false);
+    memcpy(locale->info.crncystr, bytes, static_cast<size_t>(length));
+    if (symbol > 0) memcpy(locale->info.crncystr + length, info.currency_symbol.bytes, static_cast<size_t>(symbol));
+    return true;
+}
+
 } // namespace
 
 void _gl_init_monetary(gl_monetary_info *info) {
@@ -54,9 +76,10 @@ int qbgl::init_monetary_info(gl_locale *locale) {
     if (const int ready = ready_for_texts(locale); ready != 1) return ready;
     for (const auto text : TEXTS)
         if (!make_wide(locale, locale->monetary.*text)) return -1;
-    return create_glconv_monetary(locale) == 0 ? 1 : -1;
+    return create_glconv_monetary(locale) == 0 && make_crncystr(locale) ? 1 : -1;
 }
 
-void qbgl::free_monetary(gl_monetary_info *info) {
-    for (const auto text : TEXTS) free_text(info->*text);
+void qbgl::free_monetary(gl_locale *locale) {
+    for (const auto text : TEXTS) free_text(locale->monetary.*text);
+    _gl_free_ptr(std::exchange(locale->info.crncystr, nullptr));
 }

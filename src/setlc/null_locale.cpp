@@ -42,9 +42,11 @@ void gl_make_null_category(gl_locale *locale, int category) {
     case GL_CAT_MONETARY:
         _gl_init_monetary(&locale->monetary);
         free_glconv_monetary(&locale->conv);
+        locale->info.crncystr = nullptr;
         break;
     case GL_CAT_TIME:
         _gl_init_ltime(&locale->time);
+        locale->info.era = locale->info.alt_digits = nullptr;
         locale->time_more = nullptr;
         break;
     default: _gl_init_messages(&locale->messages); break;

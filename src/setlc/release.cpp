@@ -23,7 +23,7 @@ void free_data(gl_locale *locale, int category) {
         free_collate(locale);
         break;
     case GL_CAT_NUMERIC: free_numeric(&locale->numeric); break;
-    case GL_CAT_MONETARY: free_monetary(&locale->monetary); break;
+    case GL_CAT_MONETARY: free_monetary(locale); break;
     case GL_CAT_TIME:
         free_more_time(locale);
         free_ltime(locale);
@@ -42,9 +42,13 @@ void forget_data(gl_locale *locale, int category) {
         locale->equivalence = nullptr;
         break;
     case GL_CAT_NUMERIC: _gl_init_numeric(&locale->numeric); break;
-    case GL_CAT_MONETARY: _gl_init_monetary(&locale->monetary); break;
+    case GL_CAT_MONETARY:
+        locale->info.crncystr = nullptr;
+        _gl_init_monetary(&locale->monetary);
+        break;
     case GL_CAT_TIME:
         era_cleanup(locale);
+        locale->info.era = locale->info.alt_digits = nullptr;
         _gl_init_ltime(&locale->time);
         locale->time_more = nullptr;
         break;

@@ -136,12 +136,14 @@ int _gl_read_time(FILE *stream, gl_time_info *info, int32_t *error) {
 int qbgl::init_time_info(gl_locale *locale) {
     if (const int ready = ready_for_texts(locale); ready != 1) return ready;
     if (locale->time.era_count > 0 && init_era_info(locale) != 0) return -1;
+    if (init_time_info_texts(locale) != 0) return -1;
     return cache_strings_for_lookup(locale) == 0 && create_wide_time_strings(locale) == 0 ? 1 : -1;
 }
 
 void qbgl::free_ltime(gl_locale *locale) {
     gl_time_info &info = locale->time;
     era_cleanup(locale);
+    free_time_info_texts(locale);
     free_lookup_caches(locale);
     free_all(info.abday);
     free_all(info.w_abday);

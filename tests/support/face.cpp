@@ -480,6 +480,8 @@ std::vector<Call> table() {
     BY(locale, split(s, f, &Scene::terminated), gl_mbstok);
     BY(locale, split(s, f, &Scene::wide_terminated), gl_wcstok);
 
+    WITH(locale, (s.locale, s.small() * 16), gl_langinfo);
+
     // Streams
     BY(locale, get(s), gl_getmb);
     WITH(locale, (s.locale, s.out(longest(s)), reading(s).get()), gl_full_fgetmb);
