@@ -25,6 +25,8 @@
  *  19. The Unicode extension library
  *  20. The handle's records, parts of loading, the inline functions
  *  21. An order for indexes                       <- read this and build an index over any bytes
+ *  22. Dates and times as text
+ *  23. Amounts of money as text
  *  24. Strings
  *  25. What a locale tells by item
  *
@@ -1556,6 +1558,8 @@ struct gl_locale {
     struct gl_time_more *time_more;         /* what LC_TIME has beyond `time`; null while it is not loaded */
     gl_money_layout int_money;              /* the layout of amounts with the international symbol */
     gl_info_texts info;                     /* of monetary and time */
+    char **zone_names;                      /* one block, of gl_set_zone_names */
+    int32_t zone_count;
 };
 
 /* Parts of loading, for tools that read objects themselves: the empty state of a record; the section of an object, behind its
@@ -1710,6 +1714,55 @@ QBGL_API int gl_order_keys(gl_locale *locale, int count, const char *data, const
 #define GL_ORDER_RANGES 8
 QBGL_API int gl_order_ranges(gl_locale *locale, const char *prefix, int len, unsigned char *bounds, int room,
                              int32_t *bound_offsets);
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 22. Dates and times as text
+ *
+ *     gl_tm tm = {0};
+ *     char text[100];
+ *     if (gl_mbsptime(loc, "3. 10. 2024", "%d. %m. %Y", &tm) == NULL) ... gl_errno(loc) ...
+ *     if (gl_mbsftime(loc, text, sizeof text, "%A, %e. %B %EY", &tm) < 0) ... gl_errno(loc) ...
+ *
+ * Formats are those of POSIX's strftime and strptime, and what the platform adds, in the locale's codeset:
+ *
+ *     % FLAGS WIDTH [Q] [E or O] CONVERSION
+ *
+ *   flags        _ fills with spaces, 0 with zeros, - not at all; + fills with zeros and puts a "+" before a year (%C %F %G %Y) with
+ *                more digits than usual; ^ makes capitals, # the other case
+ *   width        the least length, in bytes of multibyte and characters of wide text
+ *   E            the eras of the locale (%EC %Ex %EX %Ec %Ey %EY); what it lacks is as without E
+ *   O            alternative digits before any number, and before b, B and h the month's name as it stands by itself
+ *   Q            the Gregorian calendar in a locale that has another one
+ *   conversions  a A b B c C d D e F g G h H I j k l m M n p P r R s S t T u U V w W x X y Y z Z + %
+ *
+ *   %+ is date and time with the zone; a "+" before what could be a conversion is the flag. %s counts the seconds from 1970, %z and
+ *   %Z tell gmtoff (seconds east of Greenwich; nothing for a negative isdst) and the name of zone.
+ *
+ * A gl_tm holds a Gregorian date. In a locale with a calendar of its own, the conversions b B C d e h j m y Y convert it; %D and
+ * %F, weeks and eras stay Gregorian. Nothing is allocated, and the time is in proportion to format, text and room.
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* Writes a date. `room` counts bytes or wide characters, the terminator among them. The length without it, or -1: GL_E2BIG (the
+ * output is then what fits, in whole characters), GL_EINVAL (no such conversion; a field that a conversion needs is out of its range:
+ * sec 0 to 60, wday 0 to 6, gmtoff within 100 hours; no such date in the locale's calendar), GL_EILSEQ (the format is not in the
+ * codeset), GL_ENULLPTR, GL_ENODATA (no LC_TIME). After a failure the output holds what stood before, with its terminator. */
+QBGL_API int gl_mbsftime(gl_locale *locale, char *out, int room, const char *format, const gl_tm *tm);
+QBGL_API int gl_wcsftime(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *format, const gl_tm *tm);
+
+/* Reads what a format says into *tm: the first character behind it, or null with *tm as it was. White space in the format stands
+ * for any, numbers may have spaces before them, the case of names does not matter, and any form of a month's or day's name will do.
+ * A number has no more digits than the conversion's largest, or its width. %y alone is in 1969 to 2068, in a calendar of its own in
+ * the century of gl_alt_getcentury. Fields that the text does not tell stay; year, month and day, or other fields that tell a day,
+ * give all of it, and wday follows from it. %s is taken to be at the gmtoff that the text tells or that stands in *tm.
+ * The errors are GL_EINVAL for the format, GL_EILSEQ for a text that does not have it, GL_ERANGE for a day that there is not or for a
+ * part of a date in the locale's own calendar, which needs year, month and day; GL_ENULLPTR, GL_ENODATA. */
+QBGL_API const char *gl_mbsptime(gl_locale *locale, const char *text, const char *format, gl_tm *tm);
+QBGL_API const gl_wchar *gl_wcsptime(gl_locale *locale, const gl_wchar *text, const gl_wchar *format, gl_tm *tm);
+
+/* The names of the numbers 0 to count - 1 in `zone`, in the locale's codeset, for %Z; a null one is none. They are copied, belong to
+ * this handle (a copy of it has none), and replace earlier ones; not while threads share it. 0, or -1: GL_EILSEQ, GL_ENEGCOUNT,
+ * GL_ENULLPTR, GL_ENOMEM. */
+QBGL_API int gl_set_zone_names(gl_locale *locale, const char *const *names, int count);
 
 /* ------------------------------------------------------------------------------------------------------------------------------
  * 24. Strings

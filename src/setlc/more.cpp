@@ -1,6 +1,7 @@
 #include "setlc/more.h"
 
 #include "ext/error.h"
+#include "multi/table.h"
 #include "setlc/text.h"
 #include "util/owned.h"
 
@@ -133,16 +134,18 @@ bool make_eras(const gl_time_info &info, gl_time_more &more) {
     return true;
 }
 
-bool cache_names(gl_locale *locale, void *&cache, const gl_text_list &names) {
-    for (int32_t i = 0; i < names.count; ++i)
-        if (_gl_cache_wc_string(locale, &cache, names.bytes[i], i) != 0) return false;
+// Of a name that begins with spaces a reader may have passed over them.
+bool cache_names(gl_locale *locale, void *&cache, char *const *names, int32_t count) {
+    for (int32_t i = 0; i < count; ++i) {
+        const char *const name = names[i], *bare = name;
+        if (_gl_cache_wc_string(locale, &cache, name, i) != 0) return false;
+        while (locale->ctype.codeset_table->min_length == 1 && *bare == ' ') ++bare;
+        if (bare != name && _gl_cache_wc_string(locale, &cache, bare, i) != 0) return false;
+    }
     return true;
 }
-
-bool cache_names(gl_locale *locale, void *&cache, char *const (&names)[7]) {
-    for (int32_t i = 0; i < 7; ++i)
-        if (_gl_cache_wc_string(locale, &cache, names[i], i) != 0) return false;
-    return true;
+bool cache_names(gl_locale *locale, void *&cache, const gl_text_list &names) {
+    return cache_names(locale, cache, names.bytes, names.count);
 }
 
 // Where two months share a word, the one of the full names counts. The names that stand by themselves are Gregorian.
@@ -152,7 +155,7 @@ bool cache_all_names(gl_locale *locale, gl_time_more &more) {
     return cache_names(locale, more.months, info.abmon) && cache_names(locale, gregorian, more.ab_alt_mon) &&
            cache_names(locale, gregorian, more.gregorian_abmon) && cache_names(locale, gregorian, more.alt_mon) &&
            cache_names(locale, gregorian, more.gregorian_mon) && cache_names(locale, more.months, info.mon) &&
-           cache_names(locale, more.days, info.abday) && cache_names(locale, more.days, info.day);
+           cache_names(locale, more.days, info.abday, 7) && cache_names(locale, more.days, info.day, 7);
 }
 
 void free_names(gl_text_list &list) {

@@ -75,6 +75,7 @@ bool shares(const gl_locale *locale, int category) {
 
 void free_record(gl_locale *locale) {
     for (int category = FIRST_CATEGORY; category <= LAST_CATEGORY; ++category) gl_free_category(locale, category);
+    _gl_free_ptr(locale->zone_names);
     _gl_free_ptr(locale);
 }
 

@@ -1,0 +1,163 @@
+// Where formatted text is written: a room of the caller's, never filled beyond its end, nor with a part of a character.
+#pragma once
+
+#include "ext/error.h"
+#include "form/text.h"
+
+#include <algorithm>
+#include <string.h>
+
+namespace qbgl {
+
+enum class Letters { AS_THEY_ARE, UPPER, LOWER };
+
+// Once something did not fit, nothing more is written.
+template <class Unit> class Sink {
+  public:
+    Sink(gl_locale *locale, Unit *out, int room) : locale_(locale), begin_(out), at_(out), plain_(has_plain_ascii(locale)) {
+        const int terminator = IS_WIDE ? 1 : locale->ctype.codeset_table->min_length;
+        full_ = room < terminator;
+        end_ = full_ ? out : out + (room - terminator);
+        if (!full_) memset(static_cast<void *>(out), 0, static_cast<size_t>(terminator) * sizeof(Unit));
+    }
+
+    bool full() const { return full_; }
+    int length() const { return static_cast<int>(at_ - begin_); }
+    // Ends the text, for which there is always room: the length, or -1 with GL_E2BIG.
+    int finish(int room) {
+        const int terminator = IS_WIDE ? 1 : locale_->ctype.codeset_table->min_length;
+        if (room >= terminator) std::fill_n(at_, terminator, Unit{});
+        return full_ ? fail(locale_, GL_E2BIG, -1) : length();
+    }
+    void cut_to(int length) { at_ = begin_ + length; }
+
+    // False when it does not fit, as of all that follow.
+    bool ascii(char c) {
+        if (IS_WIDE || plain_) {
+            if (at_ == end_ || full_) return is_full();
+            *at_++ = static_cast<Unit>(static_cast<uint8_t>(c));
+            return true;
+        }
+        return character(static_cast<uint8_t>(c));
+    }
+    bool two_digits(unsigned value) {
+        if (!(IS_WIDE || plain_) || end_ - at_ < 2 || full_)
+            return ascii(static_cast<char>('0' + value / 10)) && ascii(static_cast<char>('0' + value % 10));
+        at_[0] = static_cast<Unit>('0' + value / 10);
+        at_[1] = static_cast<Unit>('0' + value % 10);
+        at_ += 2;
+        return true;
+    }
+    bool ascii(const char *text, int length) {
+        if ((IS_WIDE || plain_) && end_ - at_ >= length && !full_) {
+            at_ = std::transform(text, text + length, at_, [](char c) { return static_cast<Unit>(static_cast<uint8_t>(c)); });
+            return true;
+        }
+        for (; length > 0; --length)
+            if (!ascii(*text++)) return false;
+        return true;
+    }
+    bool repeat(char c, int64_t count) {
+        for (; count > 0; --count)
+            if (!ascii(c)) return false;
+        return true;
+    }
+
+    bool character(gl_wchar wc) {
+        if constexpr (IS_WIDE) {
+            if (at_ == end_ || full_) return is_full();
+            *at_++ = wc;
+            return true;
+        } else {
+            char bytes[LONGEST];
+            const int length = gl_wctomb(locale_, bytes, wc);
+            if (length < 0) return false;
+            return units(bytes, std::max(length, 1));
+        }
+    }
+    // One character, as its bytes.
+    bool units(const Unit *from, int count) {
+        if (count > end_ - at_ || full_) return is_full();
+        at_ = std::copy_n(from, count, at_);
+        return true;
+    }
+    // A run of whole characters.
+    bool run(Text<Unit> &from, const Unit *to) {
+        const auto count = to - from.at();
+        if (count <= end_ - at_ && !full_) {
+            at_ = std::copy_n(from.at(), count, at_);
+            from.go_to(to);
+            return true;
+        }
+        while (from.at() < to) {
+            const Unit *character = from.at();
+            gl_wchar wc;
+            if (!from.peek(wc)) return false;
+            from.advance();
+            if (!units(character, static_cast<int>(from.at() - character))) return false;
+        }
+        return true;
+    }
+    // A text of the locale's.
+    bool text(const char *from, Letters letters = Letters::AS_THEY_ARE) {
+        if (from == nullptr) return true;
+        if constexpr (!IS_WIDE)
+            if (letters == Letters::AS_THEY_ARE && plain_) {
+                const size_t length = strlen(from);
+                if (length <= static_cast<size_t>(end_ - at_) && !full_) {
+                    memcpy(at_, from, length);
+                    at_ += length;
+                    return true;
+                }
+            }
+        Text<char> characters(locale_, from);
+        for (gl_wchar wc;; characters.advance()) {
+            if (!characters.peek(wc)) return false;
+            if (wc == 0) return true;
+            if (letters != Letters::AS_THEY_ARE) wc = letters == Letters::UPPER ? upper(wc) : lower(wc);
+            if (!character(wc)) return false;
+        }
+    }
+
+    // Puts characters before what has been written since it had `start` units, so that it has `width`.
+    bool pad(int start, int32_t width, char with) {
+        const int written = length() - start;
+        if (written >= width) return true;
+        const int unit = IS_WIDE || plain_ ? 1 : locale_->ctype.codeset_table->min_length;
+        const int64_t count = (int64_t{width} - written) / unit, room = (end_ - at_) / unit;
+        if (count > room || full_) { // what is there counts from the front
+            at_ = begin_ + start;
+            repeat(with, count);
+            return is_full();
+        }
+        memmove(static_cast<void *>(begin_ + start + count * unit), begin_ + start, static_cast<size_t>(written) * sizeof(Unit));
+        at_ = begin_ + start;
+        repeat(with, count);
+        at_ += written;
+        return true;
+    }
+
+    gl_wchar upper(gl_wchar wc) const {
+        if (locale_->upper != nullptr) return wc < 256 ? locale_->upper[wc] : wc;
+        return gl_towupper(locale_, wc);
+    }
+    gl_wchar lower(gl_wchar wc) const {
+        if (locale_->lower != nullptr) return wc < 256 ? locale_->lower[wc] : wc;
+        return gl_towlower(locale_, wc);
+    }
+
+  private:
+    static constexpr bool IS_WIDE = sizeof(Unit) == sizeof(gl_wchar);
+    static constexpr int LONGEST = 4;
+
+    bool is_full() {
+        full_ = true;
+        return false;
+    }
+
+    gl_locale *locale_;
+    Unit *begin_, *at_, *end_;
+    bool plain_, full_;
+};
+
+} // namespace qbgl

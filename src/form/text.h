@@ -1,0 +1,78 @@
+// Text one character at a time, for formats and what is read by them: multibyte or wide.
+#pragma once
+
+#include "multi/table.h"
+#include "qbgl.h"
+
+namespace qbgl {
+
+// Whether bytes below 80 at the beginning of a character are the characters of ASCII, and ASCII characters these bytes.
+inline bool has_plain_ascii(const gl_locale *locale) { return locale->ctype.codeset_table->min_length == 1; }
+
+template <class Unit> class Text;
+
+template <> class Text<char> {
+  public:
+    Text(gl_locale *locale, const char *at) : at_(at), locale_(locale), plain_(has_plain_ascii(locale)) {}
+
+    // The character at the position; 0 at the end. False with GL_EILSEQ for bytes that are none.
+    bool peek(gl_wchar &wc) {
+        const auto byte = static_cast<uint8_t>(*at_);
+        if (plain_ && byte < 0x80) {
+            wc = byte;
+            length_ = byte != 0;
+            return true;
+        }
+        length_ = gl_mbtowc(locale_, &wc, at_, LONGEST);
+        if (length_ == 0) wc = 0;
+        return length_ >= 0;
+    }
+    // Goes behind the character that peek has given.
+    void advance() { at_ += length_; }
+
+    const char *at() const { return at_; }
+    int length() const { return length_; }
+    void go_to(const char *at) { at_ = at; }
+    bool is_plain() const { return plain_; }
+
+  private:
+    static constexpr int LONGEST = 4;
+    const char *at_;
+    gl_locale *locale_;
+    int length_ = 0;
+    bool plain_;
+};
+
+template <> class Text<gl_wchar> {
+  public:
+    Text(gl_locale *, const gl_wchar *at) : at_(at) {}
+
+    bool peek(gl_wchar &wc) {
+        wc = *at_;
+        return true;
+    }
+    void advance() { at_ += *at_ != 0; }
+
+    const gl_wchar *at() const { return at_; }
+    void go_to(const gl_wchar *at) { at_ = at; }
+
+  private:
+    const gl_wchar *at_;
+};
+
+constexpr bool is_digit(gl_wchar wc) { return wc - '0' <= 9; }
+
+// The number of the digits at the position, INT32_MAX for any that is larger; 0 without one.
+template <class Unit> bool take_width(Text<Unit> &text, int32_t &width) {
+    width = 0;
+    gl_wchar wc;
+    for (;;) {
+        if (!text.peek(wc)) return false;
+        if (!is_digit(wc)) return true;
+        const auto digit = static_cast<int32_t>(wc - '0');
+        width = width > (INT32_MAX - digit) / 10 ? INT32_MAX : width * 10 + digit;
+        text.advance();
+    }
+}
+
+} // namespace qbgl

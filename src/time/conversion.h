@@ -1,0 +1,70 @@
+// A conversion of a format of dates:
+//
+//   % FLAGS WIDTH [Q] [E or O] LETTER
+#pragma once
+
+#include "ext/error.h"
+#include "form/text.h"
+
+namespace qbgl {
+
+struct Conversion {
+    char letter = 0;
+    char pad = 0; // _ - 0 + or none
+    bool upper = false, swap = false;
+    bool gregorian = false; // whatever calendar the locale has
+    char modifier = 0;      // E O or none
+    int32_t width = 0;
+};
+
+// Whether a modifier stands before the letter, as POSIX has it, and O before any number.
+bool takes_modifier(char letter, char modifier);
+
+// Formats of formats: %c of a locale may hold %r, and that %T. A locale that goes deeper goes in circles.
+inline constexpr int DEEPEST_FORMAT = 4;
+
+// The conversion behind a "%". False with the error: GL_EINVAL for none.
+template <class Unit> bool read_conversion(gl_locale *locale, Text<Unit> &format, Conversion &found) {
+    gl_wchar wc;
+    bool any_flag = false;
+    for (;; format.advance(), any_flag = true) {
+        if (!format.peek(wc)) return fail(locale, GL_EILSEQ, false);
+        if (wc == '^')
+            found.upper = true;
+        else if (wc == '#')
+            found.swap = true;
+        else if (wc == '_' || wc == '-' || wc == '0' || wc == '+')
+            found.pad = static_cast<char>(wc);
+        else
+            break;
+    }
+    // A + that nothing follows which could be its conversion is one itself.
+    const bool is_name = (wc | 0x20) - 'a' < 26 || wc == '%' || is_digit(wc);
+    if (any_flag && found.pad == '+' && !is_name) {
+        found.letter = '+';
+        found.pad = 0;
+        return true;
+    }
+    if (!take_width(format, found.width) || !format.peek(wc)) return fail(locale, GL_EILSEQ, false);
+    const auto take = [&](char modifier) {
+        if (wc != static_cast<uint8_t>(modifier)) return false;
+        format.advance();
+        return true;
+    };
+    if (take('Q')) {
+        found.gregorian = true;
+        if (!format.peek(wc)) return fail(locale, GL_EILSEQ, false);
+    }
+    if (wc == 'E' || wc == 'O') {
+        found.modifier = static_cast<char>(wc);
+        format.advance();
+        if (!format.peek(wc)) return fail(locale, GL_EILSEQ, false);
+    }
+    if (wc == 0 || wc >= 0x80) return fail(locale, GL_EINVAL, false);
+    found.letter = static_cast<char>(wc);
+    if (found.modifier != 0 && !takes_modifier(found.letter, found.modifier)) return fail(locale, GL_EINVAL, false);
+    format.advance();
+    return true;
+}
+
+} // namespace qbgl

@@ -1,0 +1,497 @@
+// Dates and times from text.
+#include "ctype/wide_class.h"
+#include "form/text.h"
+#include "setlc/handle.h"
+#include "setlc/more.h"
+#include "time/conversion.h"
+#include "time/days.h"
+#include "time/zones.h"
+#include "tree/fold.h"
+#include "tree/node.h"
+
+#include <algorithm>
+#include <string.h>
+
+using namespace qbgl;
+
+namespace {
+
+constexpr int GREGORIAN = 1;
+constexpr int32_t NONE = INT32_MIN;
+constexpr int YEAR_DIGITS = 4, MOST_DIGITS = 18;
+
+// What the text tells of a date in one of the calendars; NONE for what it does not. Months are from 0.
+struct DateParts {
+    int32_t year = NONE, century = NONE, year_of_century = NONE;
+    int32_t mon = NONE, monname = NONE, mday = NONE, yday = NONE;
+
+    bool any() const { return std::max({year, century, year_of_century, mon, monname, mday, yday}) != NONE; }
+};
+
+struct TimeParts {
+    int32_t hour = NONE, hour_of_half = NONE, half = NONE, min = NONE, sec = NONE;
+    int32_t wday = NONE, sunday_week = NONE, monday_week = NONE, iso_year = NONE, iso_year_of_century = NONE, iso_week = NONE;
+    int32_t era = NONE, era_number = NONE;
+    int32_t gmtoff = NONE, zone = NONE;
+    bool has_seconds = false;
+    int64_t seconds = 0;
+};
+
+template <class Unit> class DateReader {
+  public:
+    DateReader(gl_locale *locale, const Unit *text)
+        : locale_(locale), info_(locale->time), more_(*locale->time_more), text_(locale, text),
+          own_calendar_(info_.calendar != GREGORIAN) {}
+
+    const Unit *at() const { return text_.at(); }
+
+    template <class FormatUnit> bool read(Text<FormatUnit> format, int depth = 0) {
+        for (gl_wchar wc;;) {
+            if (!format.peek(wc)) return fail(locale_, GL_EILSEQ, false);
+            if (wc == 0) return true;
+            format.advance();
+            if (wc == '%') {
+                Conversion conversion;
+                if (!read_conversion(locale_, format, conversion) || !convert(conversion, depth)) return false;
+            } else if (is_blank(wc)) {
+                skip_blanks();
+            } else if (!take(wc)) {
+                return mismatch();
+            }
+        }
+    }
+
+    // What has been read, into the record.
+    bool finish(gl_tm &tm) {
+        gl_tm result = tm;
+        if (time_.gmtoff != NONE) result.gmtoff = time_.gmtoff;
+        if (time_.zone != NONE) result.zone = time_.zone;
+        if (time_.has_seconds && !from_seconds(result)) return out_of_range();
+        if (time_.sec != NONE) result.sec = time_.sec;
+        if (time_.min != NONE) result.min = time_.min;
+        if (time_.hour != NONE) result.hour = time_.hour;
+        if (time_.hour_of_half != NONE && time_.hour == NONE) {
+            result.hour = time_.hour_of_half % 12 + (time_.half == 1 ? 12 : 0);
+        }
+        if (time_.era != NONE || time_.era_number != NONE) year_of_era();
+        if (own_.any() ? !own_date(result) : !date(result)) return out_of_range();
+        tm = result;
+        return true;
+    }
+
+  private:
+    bool mismatch() { return fail(locale_, GL_EILSEQ, false); }
+    bool refuse() { return fail(locale_, GL_EINVAL, false); }
+    bool out_of_range() { return fail(locale_, GL_ERANGE, false); }
+
+    bool is_blank(gl_wchar wc) {
+        if (wc < 0x80) return wc == ' ' || (wc >= '\t' && wc <= '\r');
+        return (locale_->classes == nullptr || wc <= UINT8_MAX) && is_in_class(locale_, wc, GL_CLASS_SPACE);
+    }
+    void skip_blanks() {
+        for (gl_wchar wc; text_.peek(wc) && wc != 0 && is_blank(wc);) text_.advance();
+    }
+    bool take(gl_wchar expected) {
+        gl_wchar wc;
+        if (!text_.peek(wc) || wc != expected) return false;
+        text_.advance();
+        return true;
+    }
+
+    bool convert(const Conversion &one, int depth) {
+        const bool era = one.modifier == 'E' && info_.era_count > 0;
+        DateParts &date = own_calendar_ && !one.gregorian && !gregorian_ ? own_ : date_;
+        const bool own = &date == &own_;
+        switch (one.letter) {
+        case 'a':
+        case 'A': return name(more_.days, time_.wday);
+        case 'b':
+        case 'B':
+        case 'h': return name(own || !own_calendar_ ? more_.months : more_.gregorian_months, own ? date.monname : date.mon);
+        case 'c': return nested(one.modifier == 'E' ? first_of(info_.era_d_t_fmt, info_.d_t_fmt) : info_.d_t_fmt, one, depth);
+        case 'x': return nested(one.modifier == 'E' ? first_of(info_.era_d_fmt, info_.d_fmt) : info_.d_fmt, one, depth);
+        case 'X': return nested(one.modifier == 'E' ? first_of(info_.era_t_fmt, info_.t_fmt) : info_.t_fmt, one, depth);
+        case 'r': return nested(first_of(info_.t_fmt_ampm, "%I:%M:%S %p"), one, depth);
+        case '+': return nested(first_of(more_.date_fmt, info_.d_t_fmt), one, depth);
+        case 'D': return fixed("%m/%d/%y", depth);
+        case 'F': return fixed("%Y-%m-%d", depth);
+        case 'R': return fixed("%H:%M", depth);
+        case 'T': return fixed("%H:%M:%S", depth);
+        case 'C': return era ? era_name(date) : number(one, 0, 99, 2, date.century);
+        case 'y': return era ? era_number(date) : number(one, 0, 99, 2, date.year_of_century);
+        case 'Y': return era ? era_year(one, date, depth) : year(one, date.year);
+        case 'd':
+        case 'e': return number(one, 1, 31, 2, date.mday);
+        case 'm': return number(one, 1, own ? 13 : 12, 2, date.mon, -1);
+        case 'j': return number(one, 1, own ? 385 : 366, 3, date.yday, -1);
+        case 'H':
+        case 'k': return number(one, 0, 23, 2, time_.hour);
+        case 'I':
+        case 'l': return number(one, 1, 12, 2, time_.hour_of_half);
+        case 'M': return number(one, 0, 59, 2, time_.min);
+        case 'S': return number(one, 0, 60, 2, time_.sec);
+        case 'p':
+        case 'P': return half_of_day();
+        case 's': return seconds();
+        case 'u':
+            if (!number(one, 1, 7, 1, time_.wday)) return false;
+            time_.wday %= 7;
+            return true;
+        case 'w': return number(one, 0, 6, 1, time_.wday);
+        case 'U': return number(one, 0, 53, 2, time_.sunday_week);
+        case 'W': return number(one, 0, 53, 2, time_.monday_week);
+        case 'V': return number(one, 1, 53, 2, time_.iso_week);
+        case 'g': return number(one, 0, 99, 2, time_.iso_year_of_century);
+        case 'G': return year(one, time_.iso_year);
+        case 'z': return zone_offset();
+        case 'Z': return zone_name();
+        case 'n':
+        case 't': skip_blanks(); return true;
+        case '%': return take('%') || mismatch();
+        default: return refuse();
+        }
+    }
+
+    static const char *first_of(const char *text, const char *otherwise) {
+        return text != nullptr && *text != '\0' ? text : otherwise;
+    }
+    bool nested(const char *format, const Conversion &one, int depth) {
+        if (format == nullptr) return true;
+        if (depth == DEEPEST_FORMAT) return refuse();
+        const bool before = gregorian_;
+        gregorian_ = gregorian_ || one.gregorian;
+        const bool done = read(Text<char>(locale_, format), depth + 1);
+        gregorian_ = before;
+        return done;
+    }
+    bool fixed(const char *format, int depth) {
+        if (depth == DEEPEST_FORMAT) return refuse();
+        gl_wchar wide[16];
+        const size_t length = strlen(format);
+        std::transform(format, format + length + 1, wide, [](char c) { return static_cast<uint8_t>(c); });
+        const bool before = gregorian_;
+        gregorian_ = true;
+        const bool done = read(Text<gl_wchar>(locale_, wide), depth + 1);
+        gregorian_ = before;
+        return done;
+    }
+
+    // The longest word of a cache that the text begins with. False without one, at the same place.
+    bool longest_word(const void *cache, int32_t &value) {
+        const Unit *const begin = text_.at(), *end = nullptr;
+        const auto *node = static_cast<const CacheNode *>(cache);
+        for (gl_wchar wc; node != nullptr && text_.peek(wc) && wc != 0; node = node->across) {
+            node = find_down(const_cast<CacheNode *>(node), folded(wc));
+            if (node == nullptr) break;
+            text_.advance();
+            if (node->terminal == 0) continue;
+            end = text_.at();
+            value = node->value;
+        }
+        text_.go_to(end != nullptr ? end : begin);
+        return end != nullptr;
+    }
+    gl_wchar folded(gl_wchar wc) { return locale_->lower != nullptr && wc > UINT8_MAX ? wc : fold_wide(locale_, wc, 1).keys[0]; }
+
+    // A name may begin with a space itself.
+    bool name(const void *cache, int32_t &value) {
+        if (longest_word(cache, value)) return true;
+        skip_blanks();
+        return longest_word(cache, value) || mismatch();
+    }
+
+    // Whether the text goes on with another one, but for the case.
+    bool take_text(const char *other) {
+        const Unit *const begin = text_.at();
+        Text<char> expected(locale_, other);
+        for (gl_wchar a, b; expected.peek(b); expected.advance(), text_.advance()) {
+            if (b == 0) return true;
+            if (!text_.peek(a) || a == 0 || folded(a) != folded(b)) break;
+        }
+        text_.go_to(begin);
+        return false;
+    }
+
+    // Digits, at most so many. False without one.
+    bool digits(int most, int64_t &value) {
+        value = 0;
+        int count = 0;
+        for (gl_wchar wc; count < most && text_.peek(wc) && is_digit(wc); ++count, text_.advance()) value = value * 10 + (wc - '0');
+        return count > 0;
+    }
+
+    bool number(const Conversion &one, int32_t least, int32_t most, int digits_of_most, int32_t &value, int32_t add = 0) {
+        skip_blanks();
+        int32_t alternative;
+        int64_t found;
+        if (one.modifier == 'O' && longest_word(info_.alt_digit_names, alternative))
+            found = alternative;
+        else if (!digits(one.width > digits_of_most ? std::min(one.width, MOST_DIGITS) : digits_of_most, found))
+            return mismatch();
+        if (found < least || found > most) return mismatch();
+        value = static_cast<int32_t>(found) + add;
+        return true;
+    }
+
+    // Behind a sign there may be any year.
+    bool year(const Conversion &one, int32_t &value) {
+        skip_blanks();
+        const bool negative = take('-'), positive = !negative && take('+');
+        int most = one.width > YEAR_DIGITS ? std::min(one.width, MOST_DIGITS) : YEAR_DIGITS;
+        if (negative || positive) most = 10;
+        int64_t found;
+        if (!digits(most, found)) return mismatch();
+        if (negative) found = -found;
+        if (found - 1900 < INT32_MIN || found > INT32_MAX) return out_of_range();
+        value = static_cast<int32_t>(found);
+        return true;
+    }
+
+    bool half_of_day() {
+        if (longest_word(info_.am_pm_names, time_.half)) return true;
+        const auto is_empty = [](const char *text) { return text == nullptr || *text == '\0'; };
+        const bool no_am = is_empty(info_.am), no_pm = is_empty(info_.pm);
+        if (no_am != no_pm) time_.half = no_pm;
+        return no_am || no_pm || (skip_blanks(), longest_word(info_.am_pm_names, time_.half)) || mismatch();
+    }
+
+    bool seconds() {
+        skip_blanks();
+        const bool negative = take('-');
+        if (!digits(MOST_DIGITS, time_.seconds)) return mismatch();
+        if (negative) time_.seconds = -time_.seconds;
+        time_.has_seconds = true;
+        return true;
+    }
+
+    // +hhmm, +hh:mm, +hh, without leading zeros too, or Z. What was written for an unknown offset is nothing.
+    bool zone_offset() {
+        const Unit *const begin = text_.at();
+        skip_blanks();
+        if (take('Z') || take('z')) {
+            time_.gmtoff = 0;
+            return true;
+        }
+        const bool negative = take('-');
+        if (!negative && !take('+')) {
+            text_.go_to(begin);
+            return mismatch();
+        }
+        int64_t digit = 0, value = 0;
+        int count = 0;
+        while (count < 4 && digits(1, digit)) {
+            value = value * 10 + digit;
+            ++count;
+            if (count == 2 && take(':')) {
+                int64_t minutes;
+                if (!digits(2, minutes)) return mismatch();
+                value = value * 100 + minutes;
+                count = 4;
+            }
+        }
+        if (count == 0) return mismatch();
+        if (count <= 2 && begin_of_hours(count)) value *= 100;
+        if (value % 100 > 59) return mismatch();
+        const auto east = static_cast<int32_t>((value / 100 * 60 + value % 100) * 60);
+        time_.gmtoff = negative ? -east : east;
+        return true;
+    }
+    static bool begin_of_hours(int count) { return count == 2; } // one digit alone is minutes, as "%-z" writes them
+
+    bool zone_name() {
+        const Unit *const begin = text_.at(), *best = begin;
+        for (int32_t i = 0; i < locale_->zone_count; ++i) {
+            const char *zone = zone_name_of(locale_, i);
+            text_.go_to(begin);
+            if (zone == nullptr || !take_text(zone) || text_.at() <= best) continue;
+            best = text_.at();
+            time_.zone = i;
+        }
+        text_.go_to(best);
+        return true;
+    }
+
+    // A date in no era has the century in its place.
+    bool era_name(DateParts &date) {
+        const Unit *const begin = text_.at(), *best = begin;
+        for (int32_t i = 0; i < info_.era_count; ++i) {
+            if (only_era_ != NONE && i != only_era_) continue;
+            text_.go_to(begin);
+            if (!take_text(more_.eras[i].name) || text_.at() <= best) continue;
+            best = text_.at();
+            time_.era = i;
+        }
+        text_.go_to(best);
+        if (best != begin) return true;
+        return only_era_ == NONE ? number(Conversion{}, 0, 99, 2, date_.century) : (static_cast<void>(date), mismatch());
+    }
+    bool era_number(DateParts &date) {
+        const bool in_era = time_.era != NONE || date_.century == NONE;
+        static_cast<void>(date);
+        if (!in_era) return number(Conversion{}, 0, 99, 2, date_.year_of_century);
+        skip_blanks();
+        int64_t found;
+        if (!digits(9, found)) return mismatch();
+        time_.era_number = static_cast<int32_t>(found);
+        return true;
+    }
+    // By the first era whose format the text has.
+    bool era_year(const Conversion &one, DateParts &date, int depth) {
+        const Unit *const begin = text_.at();
+        const TimeParts time = time_;
+        const DateParts parts = date_;
+        for (int32_t i = 0; i < info_.era_count; ++i) {
+            only_era_ = i;
+            const bool done = nested(more_.eras[i].format, one, depth);
+            only_era_ = NONE;
+            if (done) {
+                time_.era = i;
+                return true;
+            }
+            text_.go_to(begin);
+            time_ = time;
+            date_ = parts;
+        }
+        static_cast<void>(date);
+        return year(one, date_.year);
+    }
+
+    // The era of that name which has the date; without a name, the one that lasts. A format without a number is that of a first
+    // year.
+    void year_of_era() {
+        if (time_.era_number == NONE) {
+            date_.year = more_.eras[time_.era].first_year;
+            return;
+        }
+        int32_t found = NONE;
+        int64_t year = 0;
+        for (int32_t i = 0; i < info_.era_count; ++i) {
+            const Era &era = more_.eras[i];
+            if (time_.era != NONE ? strcmp(era.name, more_.eras[time_.era].name) != 0 : era.end != INT64_MAX) continue;
+            const int64_t this_year = era.year(time_.era_number);
+            const bool whole = date_.mon != NONE && date_.mday != NONE;
+            const bool has = whole ? era.has(era_day(this_year, date_.mon + 1, date_.mday))
+                                   : era.has(era_day(this_year, 1, 1)) || era.has(era_day(this_year, 12, 31));
+            if (found == NONE || has) {
+                found = i;
+                year = this_year;
+            }
+            if (has) break;
+        }
+        if (found != NONE) date_.year = static_cast<int32_t>(std::clamp<int64_t>(year, -INT32_MAX, INT32_MAX));
+    }
+
+    static void complete_year(DateParts &date, int century_of_calendar) {
+        if (date.year != NONE || std::max(date.century, date.year_of_century) == NONE) return;
+        int32_t century = date.century;
+        const int32_t rest = date.year_of_century == NONE ? 0 : date.year_of_century;
+        if (century == NONE) century = century_of_calendar != 0 ? century_of_calendar : rest < 69 ? 20 : 19;
+        date.year = century * 100 + rest;
+    }
+
+    bool from_seconds(gl_tm &tm) {
+        const int64_t local = time_.seconds + tm.gmtoff, day = floor_div(local, 86400);
+        if (day > int64_t{INT32_MAX} * 365 || day < -int64_t{INT32_MAX} * 365) return false;
+        const auto in_day = static_cast<int32_t>(floor_mod(local, 86400));
+        const YearAndDay found = year_of_day(day);
+        tm.hour = in_day / 3600;
+        tm.min = in_day / 60 % 60;
+        tm.sec = in_day % 60;
+        int32_t yday = found.yday;
+        const int32_t mon = month_of_yday(found.year, yday);
+        return set_date(tm, found.year, mon, yday + 1);
+    }
+
+    // A day of the Gregorian calendar, if there is one.
+    static bool set_date(gl_tm &tm, int64_t year, int32_t mon, int32_t mday) {
+        if (mday > days_of_month(year, mon) || year - 1900 < INT32_MIN || year - 1900 > INT32_MAX) return false;
+        tm.year = static_cast<int32_t>(year - 1900);
+        tm.mon = tm.monname = mon;
+        tm.mday = mday;
+        tm.yday = day_of_year(year, mon, mday);
+        tm.wday = weekday_of(epoch_day(year, mon, mday));
+        return true;
+    }
+    static bool set_day(gl_tm &tm, int64_t day) {
+        const YearAndDay found = year_of_day(day);
+        int32_t yday = found.yday;
+        const int32_t mon = month_of_yday(found.year, yday);
+        return set_date(tm, found.year, mon, yday + 1);
+    }
+
+    bool own_date(gl_tm &tm) {
+        complete_year(own_, gl_alt_getcentury(locale_));
+        if (own_.year == NONE) return false;
+        gl_tm local = tm;
+        local.year = own_.year - 1900;
+        local.mon = own_.mon != NONE ? own_.mon : -1;
+        local.monname = own_.monname != NONE ? own_.monname : -1;
+        local.mday = own_.mday;
+        if (own_.mday == NONE || (own_.mon == NONE && own_.monname == NONE)) {
+            if (own_.yday == NONE) return false;
+            local.mon = 0; // days beyond the month count on
+            local.mday = own_.yday + 1;
+        }
+        gl_tm gregorian, back;
+        if (gl_cal_local_to_gregorian(locale_, &local, &gregorian) != 0) return false;
+        if (gl_cal_gregorian_to_local(locale_, &gregorian, &back) != 0) return false;
+        if (back.year != local.year) return false;
+        if (own_.mday != NONE && back.mday != own_.mday && own_.yday == NONE) return false;
+        return set_date(tm, int64_t{gregorian.year} + 1900, gregorian.mon, gregorian.mday);
+    }
+
+    bool date(gl_tm &tm) {
+        complete_year(date_, 0);
+        if (time_.iso_year == NONE && time_.iso_year_of_century != NONE)
+            time_.iso_year = time_.iso_year_of_century + (time_.iso_year_of_century < 69 ? 2000 : 1900);
+        if (date_.year != NONE) tm.year = date_.year - 1900;
+        if (date_.mon != NONE) tm.mon = tm.monname = date_.mon;
+        if (date_.mday != NONE) tm.mday = date_.mday;
+        if (date_.yday != NONE) tm.yday = date_.yday;
+        if (time_.wday != NONE) tm.wday = time_.wday;
+        const int64_t year = date_.year;
+        if (date_.year != NONE && date_.mon != NONE && date_.mday != NONE) return set_date(tm, year, date_.mon, date_.mday);
+        if (date_.year != NONE && date_.yday != NONE)
+            return date_.yday < 365 + is_leap(year) && set_day(tm, days_before_year(year) + date_.yday);
+        if (time_.iso_year != NONE && time_.iso_week != NONE && time_.wday != NONE)
+            return set_day(tm, iso_year_start(time_.iso_year) + (time_.iso_week - 1) * 7 + (time_.wday + 6) % 7);
+        const bool sundays = time_.sunday_week != NONE;
+        if (date_.year != NONE && time_.wday != NONE && (sundays || time_.monday_week != NONE)) {
+            const int64_t first = days_before_year(year);
+            const int32_t start = sundays ? weekday_of(first) : (weekday_of(first) + 6) % 7; // days of its week before the year
+            const int32_t week = sundays ? time_.sunday_week : time_.monday_week;
+            const int32_t in_week = sundays ? time_.wday : (time_.wday + 6) % 7;
+            const int32_t yday = (start == 0 ? week - 1 : week) * 7 - start + in_week;
+            return yday >= 0 && yday < 365 + is_leap(year) && set_day(tm, first + yday);
+        }
+        return date_.mday == NONE || date_.mon == NONE || date_.mday <= days_of_month(2000, date_.mon);
+    }
+
+    gl_locale *locale_;
+    const gl_time_info &info_;
+    const gl_time_more &more_;
+    Text<Unit> text_;
+    DateParts date_{}, own_{};
+    TimeParts time_{};
+    int32_t only_era_ = NONE;
+    const bool own_calendar_;
+    bool gregorian_ = false;
+};
+
+template <class Unit> const Unit *read_date(gl_locale *locale, const Unit *text, const Unit *format, gl_tm *tm) {
+    if (is_canned(locale)) return nullptr;
+    if (text == nullptr || format == nullptr || tm == nullptr) return fail<const Unit *>(locale, GL_ENULLPTR, nullptr);
+    if (locale->time_more == nullptr) return fail<const Unit *>(locale, GL_ENODATA, nullptr);
+    DateReader<Unit> reader(locale, text);
+    return reader.read(Text<Unit>(locale, format)) && reader.finish(*tm) ? reader.at() : nullptr;
+}
+
+} // namespace
+
+const char *gl_mbsptime(gl_locale *locale, const char *text, const char *format, gl_tm *tm) {
+    return read_date(locale, text, format, tm);
+}
+
+const gl_wchar *gl_wcsptime(gl_locale *locale, const gl_wchar *text, const gl_wchar *format, gl_tm *tm) {
+    return read_date(locale, text, format, tm);
+}

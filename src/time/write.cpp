@@ -1,0 +1,346 @@
+// Dates and times as text.
+#include "form/sink.h"
+#include "setlc/handle.h"
+#include "setlc/more.h"
+#include "time/conversion.h"
+#include "time/days.h"
+#include "time/zones.h"
+
+#include <stdlib.h>
+
+using namespace qbgl;
+
+namespace {
+
+constexpr int GREGORIAN = 1;
+constexpr int MONTHS = 12;
+constexpr int32_t MOST_SECONDS_EAST = 100 * 3600 - 1; // "+9959"
+
+template <class Unit> class DateWriter {
+  public:
+    DateWriter(gl_locale *locale, Unit *out, int room, const gl_tm &tm)
+        : locale_(locale), info_(locale->time), more_(*locale->time_more), tm_(tm), sink_(locale, out, room),
+          own_calendar_(info_.calendar != GREGORIAN) {}
+
+    template <class FormatUnit> bool write(Text<FormatUnit> format, int depth = 0) {
+        gl_wchar wc;
+        for (;;) {
+            if constexpr (sizeof(FormatUnit) == sizeof(Unit))
+                if (!copy_literals(format)) return false;
+            if (!format.peek(wc)) return fail(locale_, GL_EILSEQ, false);
+            if (wc == 0) return true;
+            format.advance();
+            if (wc != '%') {
+                if (!sink_.character(upper_ ? sink_.upper(wc) : wc)) return false;
+                continue;
+            }
+            Conversion conversion;
+            if (!read_conversion(locale_, format, conversion) || !convert(conversion, depth)) return false;
+        }
+    }
+
+    int finish(int room, bool written) {
+        const int length = sink_.finish(room);
+        return written || sink_.full() ? length : -1;
+    }
+
+  private:
+    // What stands before the next "%" or the end.
+    bool copy_literals(Text<Unit> &format) {
+        if (upper_) return true;
+        Text<Unit> end = format;
+        gl_wchar wc;
+        for (;; end.advance()) {
+            if (!end.peek(wc)) break; // told when it is met
+            if (wc == '%' || wc == 0) break;
+        }
+        return end.at() == format.at() || sink_.run(format, end.at());
+    }
+
+    bool refuse() { return fail(locale_, GL_EINVAL, false); }
+
+    bool convert(const Conversion &one, int depth) {
+        const bool era = one.modifier == 'E', own = own_calendar_ && !one.gregorian && !gregorian_;
+        const int64_t year = int64_t{tm_.year} + 1900;
+        switch (one.letter) {
+        case 'a': return in_week() && text(one, info_.abday[tm_.wday]);
+        case 'A': return in_week() && text(one, info_.day[tm_.wday]);
+        case 'b':
+        case 'h': return month_name(one, own, info_.abmon, more_.ab_alt_mon, more_.gregorian_abmon);
+        case 'B': return month_name(one, own, info_.mon, more_.alt_mon, more_.gregorian_mon);
+        case 'c': return nested(one, era ? first_of(info_.era_d_t_fmt, info_.d_t_fmt) : info_.d_t_fmt, depth);
+        case 'x': return nested(one, era ? first_of(info_.era_d_fmt, info_.d_fmt) : info_.d_fmt, depth);
+        case 'X': return nested(one, era ? first_of(info_.era_t_fmt, info_.t_fmt) : info_.t_fmt, depth);
+        case 'r': return nested(one, first_of(info_.t_fmt_ampm, "%I:%M:%S %p"), depth);
+        case '+': return nested(one, first_of(more_.date_fmt, info_.d_t_fmt), depth);
+        case 'D': return fixed(one, "%m/%d/%y", depth);
+        case 'F': return iso_date(one, depth);
+        case 'R': return fixed(one, "%H:%M", depth);
+        case 'T': return fixed(one, "%H:%M:%S", depth);
+        case 'C':
+        case 'y':
+        case 'Y': return year_part(one, own, year, depth);
+        case 'd': return date_number(one, own, &gl_tm::mday, 1, 31, 0, 2, '0');
+        case 'e': return date_number(one, own, &gl_tm::mday, 1, 31, 0, 2, '_');
+        case 'm': return date_number(one, own, &gl_tm::mon, 0, own ? MONTHS : MONTHS - 1, 1, 2, '0');
+        case 'j': return date_number(one, own, &gl_tm::yday, 0, own ? 384 : 365, 1, 3, '0');
+        case 'H': return in_range(tm_.hour, 0, 23) && number(one, tm_.hour, 2);
+        case 'k': return in_range(tm_.hour, 0, 23) && number(one, tm_.hour, 2, '_');
+        case 'I': return in_range(tm_.hour, 0, 23) && number(one, (tm_.hour + 11) % 12 + 1, 2);
+        case 'l': return in_range(tm_.hour, 0, 23) && number(one, (tm_.hour + 11) % 12 + 1, 2, '_');
+        case 'M': return in_range(tm_.min, 0, 59) && number(one, tm_.min, 2);
+        case 'S': return in_range(tm_.sec, 0, 60) && number(one, tm_.sec, 2);
+        case 'p':
+        case 'P': return half_of_day(one);
+        case 's': return seconds(one, year);
+        case 'u': return in_week() && number(one, (tm_.wday + 6) % 7 + 1, 1);
+        case 'w': return in_week() && number(one, tm_.wday, 1);
+        case 'U': return in_week() && in_year() && number(one, (tm_.yday - tm_.wday + 7) / 7, 2);
+        case 'W': return in_week() && in_year() && number(one, (tm_.yday - (tm_.wday + 6) % 7 + 7) / 7, 2);
+        case 'V':
+        case 'g':
+        case 'G': return iso_part(one, year);
+        case 'z': return zone_offset(one);
+        case 'Z': return zone_name(one);
+        case 'n': return character(one, '\n');
+        case 't': return character(one, '\t');
+        case '%': return character(one, '%');
+        default: return refuse();
+        }
+    }
+
+    bool in_range(int32_t value, int32_t least, int32_t most) { return (value >= least && value <= most) || refuse(); }
+    bool in_week() { return in_range(tm_.wday, 0, 6); }
+    bool in_year() { return in_range(tm_.yday, 0, 365); }
+
+    static const char *first_of(const char *text, const char *otherwise) {
+        return text != nullptr && *text != '\0' ? text : otherwise;
+    }
+
+    // The date in the locale's calendar; null with GL_EINVAL where it has none.
+    const gl_tm *own_date() {
+        if (!have_local_) {
+            const bool valid = in_range(tm_.mon, 0, MONTHS - 1) && in_range(tm_.mday, 1, 31);
+            if (!valid) return nullptr;
+            if (gl_cal_gregorian_to_local(locale_, &tm_, &local_) != 0) return fail(locale_, GL_EINVAL, nullptr);
+            have_local_ = true;
+        }
+        return &local_;
+    }
+
+    bool date_number(const Conversion &one, bool own, int32_t gl_tm::*field, int32_t least, int32_t most, int32_t add, int digits,
+                     char pad) {
+        const gl_tm *date = own ? own_date() : &tm_;
+        return date != nullptr && in_range(date->*field, least, most) && number(one, date->*field + add, digits, pad);
+    }
+
+    bool month_name(const Conversion &one, bool own, const gl_text_list &names, const gl_text_list &alone,
+                    const gl_text_list &gregorian) {
+        if (own) {
+            const gl_tm *date = own_date();
+            return date != nullptr && in_range(date->monname, 0, names.count - 1) && text(one, names.bytes[date->monname]);
+        }
+        if (!in_range(tm_.mon, 0, MONTHS - 1)) return false;
+        const gl_text_list *list = own_calendar_ ? &gregorian : &names;
+        if (one.modifier == 'O' && alone.count == MONTHS) list = &alone;
+        return in_range(tm_.mon, 0, list->count - 1) && text(one, list->bytes[tm_.mon]);
+    }
+
+    const Era *era_of(int64_t year) {
+        if (info_.era_count < 1 || !in_range(tm_.mon, 0, MONTHS - 1) || !in_range(tm_.mday, 1, 31)) return nullptr;
+        const int64_t day = era_day(year, tm_.mon + 1, tm_.mday);
+        for (int32_t i = 0; i < info_.era_count; ++i)
+            if (more_.eras[i].has(day)) return &more_.eras[i];
+        return nullptr;
+    }
+
+    bool year_part(const Conversion &one, bool own, int64_t year, int depth) {
+        if (one.modifier == 'E' && info_.era_count > 0) {
+            const Era *era = era_of(year);
+            if (era != nullptr) {
+                if (one.letter == 'C') return text(one, era->name);
+                Conversion plain = one;
+                if (one.letter == 'y') {
+                    if (plain.pad == 0) plain.pad = era_pad_;
+                    return number(plain, era->number(year), 2);
+                }
+                const char before = era_pad_;
+                if (one.pad != 0) era_pad_ = one.pad;
+                const bool written = nested(one, era->format, depth);
+                era_pad_ = before;
+                return written;
+            }
+            own = false;
+        }
+        if (own) {
+            const gl_tm *date = own_date();
+            if (date == nullptr) return false;
+            year = int64_t{date->year} + 1900;
+        }
+        if (one.letter == 'Y') return signed_year(one, year, 4, 1);
+        if (one.letter == 'C') return signed_year(one, floor_div(year, 100), 2, 2);
+        return number(one, floor_mod(year, 100), 2);
+    }
+
+    // A "+" of the flags stands before what has more digits than usual.
+    bool signed_year(const Conversion &one, int64_t year, int usual, int digits) {
+        if (one.pad != '+' || year < 0) return number(one, year, digits);
+        int64_t limit = 1;
+        for (int i = 0; i < usual; ++i) limit *= 10;
+        Conversion rest = one;
+        rest.pad = '0';
+        const bool has_sign = year >= limit || one.width > usual;
+        if (has_sign) rest.width = one.width > 0 ? one.width - 1 : 0;
+        return (!has_sign || sink_.ascii('+')) && number(rest, year, usual);
+    }
+
+    bool iso_date(const Conversion &one, int depth) {
+        constexpr int MONTH_AND_DAY = 6;
+        if (one.pad != '+') return fixed(one, "%Y-%m-%d", depth);
+        Conversion year;
+        year.pad = '+';
+        year.width = std::max(one.width - MONTH_AND_DAY, 0);
+        return signed_year(year, int64_t{tm_.year} + 1900, 4, 1) && fixed(Conversion{}, "-%m-%d", depth);
+    }
+
+    bool iso_part(const Conversion &one, int64_t year) {
+        if (!in_week() || !in_year()) return false;
+        const IsoWeek week = iso_week(year, tm_.yday, tm_.wday);
+        if (one.letter == 'V') return number(one, week.week, 2);
+        return one.letter == 'G' ? signed_year(one, week.year, 4, 1) : number(one, floor_mod(week.year, 100), 2);
+    }
+
+    bool half_of_day(const Conversion &one) {
+        if (!in_range(tm_.hour, 0, 23)) return false;
+        Conversion plain = one;
+        plain.swap = false;
+        Letters letters = one.upper && one.letter == 'p' ? Letters::UPPER : Letters::AS_THEY_ARE;
+        if (one.swap || one.letter == 'P') letters = Letters::LOWER;
+        return text(plain, tm_.hour < 12 ? info_.am : info_.pm, letters);
+    }
+
+    bool seconds(const Conversion &one, int64_t year) {
+        const bool valid = in_range(tm_.mon, 0, MONTHS - 1) && in_range(tm_.mday, 1, 31) && in_range(tm_.hour, 0, 23) &&
+                           in_range(tm_.min, 0, 59) && in_range(tm_.sec, 0, 60) &&
+                           in_range(tm_.gmtoff, -MOST_SECONDS_EAST, MOST_SECONDS_EAST);
+        if (!valid) return false;
+        const int64_t day = epoch_day(year, tm_.mon, tm_.mday);
+        Conversion plain = one;
+        if (plain.pad == 0) plain.pad = '-';
+        return number(plain, ((day * 24 + tm_.hour) * 60 + tm_.min) * 60 + tm_.sec - tm_.gmtoff, 1);
+    }
+
+    bool zone_offset(const Conversion &one) {
+        if (tm_.isdst < 0) return true;
+        if (!in_range(tm_.gmtoff, -MOST_SECONDS_EAST, MOST_SECONDS_EAST)) return false;
+        const int32_t minutes = std::abs(tm_.gmtoff) / 60;
+        const int start = sink_.length();
+        Conversion digits;
+        const bool zeros = one.pad != '-' && one.pad != '_';
+        digits.pad = zeros ? '0' : '-';
+        if (zeros && one.width > 0) digits.width = one.width - 1;
+        const bool written = sink_.ascii(tm_.gmtoff < 0 ? '-' : '+') && number(digits, minutes / 60 * 100 + minutes % 60, 4);
+        return written &&
+               (zeros || sink_.pad(start, std::max(one.width, one.pad == '_' ? 5 : 0), ' ')); // the sign is beside the digits
+    }
+
+    bool zone_name(const Conversion &one) {
+        Conversion plain = one;
+        plain.swap = false;
+        Letters letters = one.upper ? Letters::UPPER : Letters::AS_THEY_ARE;
+        if (one.swap) letters = Letters::LOWER;
+        return text(plain, zone_name_of(locale_, tm_.zone), letters);
+    }
+
+    bool character(const Conversion &one, char c) {
+        const int start = sink_.length();
+        return sink_.ascii(c) && finish_field(one, start);
+    }
+
+    // What no digits of its own fill.
+    bool finish_field(const Conversion &one, int start) {
+        return one.width == 0 || sink_.pad(start, one.width, one.pad == '0' || one.pad == '+' ? '0' : ' ');
+    }
+
+    bool text(const Conversion &one, const char *text) {
+        return this->text(one, text, one.upper || one.swap ? Letters::UPPER : Letters::AS_THEY_ARE);
+    }
+    bool text(const Conversion &one, const char *text, Letters letters) {
+        const int start = sink_.length();
+        if (upper_) letters = Letters::UPPER;
+        return sink_.text(text, letters) && finish_field(one, start);
+    }
+
+    bool fixed(const Conversion &one, const char *format, int depth) {
+        if (has_plain_ascii(locale_)) return nested_as(one, Text<char>(locale_, format), depth, true);
+        gl_wchar wide[16];
+        const size_t length = strlen(format);
+        std::transform(format, format + length + 1, wide, [](char c) { return static_cast<uint8_t>(c); });
+        return nested_as(one, Text<gl_wchar>(locale_, wide), depth, true);
+    }
+    bool nested(const Conversion &one, const char *format, int depth) {
+        return format == nullptr || nested_as(one, Text<char>(locale_, format), depth, one.gregorian || gregorian_);
+    }
+    template <class FormatUnit> bool nested_as(const Conversion &one, Text<FormatUnit> format, int depth, bool gregorian) {
+        if (depth == DEEPEST_FORMAT) return refuse();
+        const bool upper = upper_, was_gregorian = gregorian_;
+        const int start = sink_.length();
+        upper_ = upper_ || one.upper;
+        gregorian_ = gregorian;
+        const bool written = write(format, depth + 1);
+        upper_ = upper;
+        gregorian_ = was_gregorian;
+        return written && finish_field(one, start);
+    }
+
+    // `digits` is what the number has at least, filled up with `pad` unless a flag says otherwise.
+    bool number(const Conversion &one, int64_t value, int digits, char pad = '0') {
+        if (one.pad == 0 && one.width == 0 && one.modifier == 0 && digits == 2 && pad == '0' && value >= 0 && value < 100)
+            return sink_.two_digits(static_cast<unsigned>(value));
+        if (one.modifier == 'O' && value >= 0 && value < info_.alt_digits.count)
+            if (const char *digit = info_.alt_digits.bytes[value]; digit != nullptr && *digit != '\0')
+                return text(one, digit, Letters::AS_THEY_ARE);
+        if (one.pad == '-' || (one.pad != 0 && pad == '0') || one.pad == '0') pad = one.pad;
+        char room[24];
+        char *const end = room + sizeof room;
+        char *begin = end;
+        uint64_t rest = value < 0 ? uint64_t{0} - static_cast<uint64_t>(value) : static_cast<uint64_t>(value);
+        do *--begin = static_cast<char>('0' + rest % 10);
+        while ((rest /= 10) != 0);
+        const int sign = value < 0, length = static_cast<int>(end - begin) + sign;
+        const int64_t fill = int64_t{pad == '-' ? one.width : std::max<int32_t>(one.width, digits)} - length;
+        const bool zeros = pad == '0' || pad == '+';
+        if (!zeros && !sink_.repeat(' ', fill)) return false;
+        if (sign != 0 && !sink_.ascii('-')) return false;
+        return (!zeros || sink_.repeat('0', fill)) && sink_.ascii(begin, static_cast<int>(end - begin));
+    }
+
+    gl_locale *locale_;
+    const gl_time_info &info_;
+    const gl_time_more &more_;
+    const gl_tm &tm_;
+    Sink<Unit> sink_;
+    gl_tm local_ = {};
+    const bool own_calendar_;
+    bool have_local_ = false, upper_ = false, gregorian_ = false;
+    char era_pad_ = 0;
+};
+
+template <class Unit> int write_date(gl_locale *locale, Unit *out, int room, const Unit *format, const gl_tm *tm) {
+    if (is_canned(locale)) return -1;
+    if (out == nullptr || format == nullptr || tm == nullptr) return fail(locale, GL_ENULLPTR, -1);
+    if (locale->time_more == nullptr) return fail(locale, GL_ENODATA, -1);
+    DateWriter<Unit> writer(locale, out, room, *tm);
+    const bool written = writer.write(Text<Unit>(locale, format));
+    return writer.finish(room, written);
+}
+
+} // namespace
+
+int gl_mbsftime(gl_locale *locale, char *out, int room, const char *format, const gl_tm *tm) {
+    return write_date(locale, out, room, format, tm);
+}
+
+int gl_wcsftime(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *format, const gl_tm *tm) {
+    return write_date(locale, out, room, format, tm);
+}

@@ -1,0 +1,210 @@
+// Dates of every locale of the tree against the platform's strftime_l and strptime_l under the same definition, and read back.
+#include "oracle/differences.h"
+#include "oracle/platform_locale.h"
+#include "oracle/sample.h"
+#include "oracle/tree_locales.h"
+#include "support/locale_object.h"
+
+#include "cal/gregorian.h"
+#include "system/parallel.h"
+
+#include <qbgl.h>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <ctime>
+#include <memory>
+#include <random>
+
+namespace {
+
+using namespace qbgl_test;
+
+constexpr size_t REPORTED = 12; // differences of one locale
+
+// Conversions that have the platform's output with every flag and width; %OB and its like follow them.
+constexpr std::string_view LETTERS = "aAbBcCdDeFgGhHIjklmMnpPrRsStTuUVwWxXyYzZ%";
+constexpr const char *FLAGS[] = {"", "_", "-", "0", "^", "#", "5", "12", "_7", "-9", "07", "^30"};
+constexpr std::string_view WITH_E = "cCxXyY", WITH_O = "bBdeHImMSuUVwWy";
+
+// Formats that tell a day and a time of day, so that what they write can be read back.
+constexpr const char *WHOLE[] = {"%Y-%m-%d %H:%M:%S",
+                                 "%A, %d %B %Y %T",
+                                 "%a %e %b %Y %k:%M:%S",
+                                 "%F %T",
+                                 "%C %y %j %T",
+                                 "%G-%V-%u %T",
+                                 "%Y %U %w %T",
+                                 "%Y %W %u %T",
+                                 "%s",
+                                 "%OB %d, %Y %r %S",
+                                 "%Oy.%Om.%Od %C %OH:%OM:%OS",
+                                 "%EY %B %d %T",
+                                 "%EC %Ey %m %d %T",
+                                 "%D %l:%M:%S %p %QC",
+                                 "%^A %^B %d %Y %R:%S",
+                                 "%h %-d %+6Y %-H %-M %-S"};
+
+struct Day {
+    std::tm platforms;
+    gl_tm ours;
+};
+
+Day day_of(int64_t seconds) {
+    constexpr int64_t DAYS_TO_1970 = 719163;
+    const auto number = static_cast<int32_t>(DAYS_TO_1970 + seconds / 86400 - (seconds % 86400 < 0));
+    const auto in_day = static_cast<int32_t>((seconds % 86400 + 86400) % 86400);
+    const auto [date, yday] = qbgl::gregorian_date(number);
+    Day day{};
+    day.ours = {in_day % 60,      in_day / 60 % 60, in_day / 3600, 0, date.mday, date.mon, date.mon,
+                date.year - 1900, number % 7,       yday,          0, 0,         0};
+    const gl_tm &tm = day.ours;
+    day.platforms.tm_sec = tm.sec;
+    day.platforms.tm_min = tm.min;
+    day.platforms.tm_hour = tm.hour;
+    day.platforms.tm_mday = tm.mday;
+    day.platforms.tm_mon = tm.mon;
+    day.platforms.tm_year = tm.year;
+    day.platforms.tm_wday = tm.wday;
+    day.platforms.tm_yday = tm.yday;
+    day.platforms.tm_zone = "GMT";
+    return day;
+}
+
+// From 1900 to 2100, and the days around the edges of eras.
+std::vector<Day> days() {
+    constexpr int64_t FIRST = -2208988800, LAST = 4133980799;
+    std::mt19937 random(13);
+    std::uniform_int_distribution<int64_t> any(FIRST, LAST);
+    std::vector<Day> result;
+    for (const int64_t edge :
+         std::initializer_list<int64_t>{-1812153600, -1357603200, 600220800, 631152000, 1556668800, 1577836800, 951782400})
+        for (const int offset : {-1, 0, 86399}) result.push_back(day_of(edge + offset));
+    for (int i = 0; i < 2000; ++i) result.push_back(day_of(any(random)));
+    return result;
+}
+
+class Comparison {
+  public:
+    Comparison(const TreeLocale &name, gl_locale &ours, locale_t platforms, Differences &known)
+        : name_(name), ours_(ours), platforms_(platforms), known_(known) {}
+
+    void compare(const std::string &format, const std::string &kind, const Day &day) {
+        if (format.ends_with('s') && sizeof(time_t) == sizeof(int32_t) && (day.ours.year < 2 || day.ours.year > 137)) return;
+        std::array<char, 600> ours{}, platforms{};
+        const int length = gl_mbsftime(&ours_, ours.data(), ours.size(), format.c_str(), &day.ours);
+        const size_t theirs = strftime_l(platforms.data(), platforms.size(), format.c_str(), &day.platforms, platforms_);
+        ++written_;
+        if (length < 0) return report(format, kind, fmt::format("error {}", gl_errno(&ours_)), platforms.data());
+        if (std::string(ours.data()) != platforms.data() || static_cast<size_t>(length) != theirs)
+            report(format, kind, ours.data(), platforms.data());
+    }
+
+    // What is written is read back, and what the platform reads of it as a whole it reads as we do.
+    void read(const std::string &format, const Day &day) {
+        std::array<char, 600> text{};
+        if (gl_mbsftime(&ours_, text.data(), text.size(), format.c_str(), &day.ours) < 0) return; // compare tells
+        gl_tm tm{};
+        const char *end = gl_mbsptime(&ours_, text.data(), format.c_str(), &tm);
+        if (end == nullptr) return report(format, "read", fmt::format("error {}", gl_errno(&ours_)), text.data());
+        const auto shown = [](const gl_tm &t) {
+            return fmt::format("{}-{}-{} {}:{}:{} {} {}", t.year + 1900, t.mon + 1, t.mday, t.hour, t.min, t.sec, t.wday, t.yday);
+        };
+        if (*end != '\0' || shown(tm) != shown(day.ours))
+            report(format, "read", fmt::format("{} {}", shown(tm), end), fmt::format("{} of {}", text.data(), shown(day.ours)));
+        std::tm theirs{};
+        const char *their_end = strptime_l(text.data(), format.c_str(), &theirs, platforms_);
+        if (their_end == nullptr || *their_end != '\0' || ours_.time.calendar != 1) return;
+        if (format == "%s" || format.starts_with("%G") || format.starts_with("%Oy")) return; // what the platform leaves out
+        const auto moment = [](int year, int mon, int mday, int hour, int min, int sec) {
+            return fmt::format("{}-{}-{} {}:{}:{}", year + 1900, mon + 1, mday, hour, min, sec);
+        };
+        const std::string as_we = moment(tm.year, tm.mon, tm.mday, tm.hour, tm.min, tm.sec);
+        const std::string as_they =
+            moment(theirs.tm_year, theirs.tm_mon, theirs.tm_mday, theirs.tm_hour, theirs.tm_min, theirs.tm_sec);
+        ++read_;
+        if (as_we != as_they) report(format, "parsed", as_we, as_they);
+    }
+
+    size_t unknown() const { return unknown_; }
+    size_t written() const { return written_; }
+    size_t read() const { return read_; }
+
+  private:
+    // What a difference is about, when it is of a known class.
+    std::string kind_of(const std::string &format, const std::string &kind) const {
+        const gl_time_info &time = ours_.time;
+        const bool has_half = format.find("%p") != format.npos || format.find("%r") != format.npos;
+        const bool weeks = format.find("%U") != format.npos || format.find("%W") != format.npos;
+        if (kind == "read" && time.calendar != 1 && weeks) return "calendar";
+        if (kind == "read") return has_half && std::string(time.am) == time.pm ? "halves" : kind;
+        if (format.ends_with('z')) return "field";
+        if (ours_.time.calendar != 1) return "calendar";
+        return format.find_first_of("^#P") != format.npos ? "capitals" : kind;
+    }
+
+    void report(const std::string &format, const std::string &kind, const std::string &ours, const std::string &theirs) {
+        const Difference difference = {
+            name_.name,        name_.codeset,       "",        format.substr(format.size() - 1), kind_of(format, kind),
+            hexadecimal(ours), hexadecimal(theirs), "platform"};
+        if (known_.covers(difference)) return;
+        if (unknown_++ < REPORTED) ADD_FAILURE() << difference.text() << "\n  " << format << ": " << ours << "\n  " << theirs;
+    }
+
+    const TreeLocale &name_;
+    gl_locale &ours_;
+    locale_t platforms_;
+    Differences &known_;
+    size_t unknown_ = 0, written_ = 0, read_ = 0;
+};
+
+TEST(TimeOracle, EveryLocaleWritesAndReadsDatesAsThePlatform) {
+    setenv("QUORBANEDIR", QBGL_TREE, 1);
+    setenv("TZ", "UTC", 1);
+    tzset();
+    const std::vector<TreeLocale> locales = tree_locales();
+    ASSERT_FALSE(locales.empty()) << "no locales in " QBGL_TREE;
+    const std::vector<Day> all = days();
+    const PlatformLocales platform(QBGL_PLATFORM_LOCALES);
+    Differences known(QBGL_SOURCE_DIR "/tests/oracle/time_differences.txt");
+    std::atomic<size_t> written{0}, read{0}, compared{0};
+    const size_t part = oracle_part();
+    const char *zones[] = {"GMT"};
+    qbgl::compiler::parallel_for((locales.size() + part - 1) / part, 2, [&](size_t at) {
+        const TreeLocale &tree_locale = locales[at * part];
+        if (!PlatformLocales::has_charmap(tree_locale.charmap)) return;
+        const locale_t platforms =
+            newlocale(LC_ALL_MASK, platform.compile(tree_locale.definition, tree_locale.charmap).c_str(), nullptr);
+        ASSERT_NE(platforms, nullptr) << tree_locale.spec;
+        gl_locale *loaded = nullptr;
+        const int result = gl_lc_load(&loaded, tree_locale.spec.c_str(), nullptr, nullptr);
+        const std::unique_ptr<gl_locale, void (*)(gl_locale *)> ours(loaded, gl_lc_unload);
+        ASSERT_EQ(result, 0) << tree_locale.spec;
+        ASSERT_EQ(gl_set_zone_names(loaded, zones, 1), 0);
+        Comparison comparison(tree_locale, *ours, platforms, known);
+        // A locale takes every conversion on some of the days, and others others.
+        constexpr size_t STEP = 150;
+        for (size_t i = at % STEP; i < all.size(); i += i < 21 ? 3 : STEP) {
+            for (const char letter : LETTERS) {
+                for (const char *flags : FLAGS) comparison.compare(fmt::format("%{}{}", flags, letter), "write", all[i]);
+                if (WITH_E.find(letter) != WITH_E.npos) comparison.compare(fmt::format("%E{}", letter), "write", all[i]);
+                if (WITH_O.find(letter) != WITH_O.npos) comparison.compare(fmt::format("%O{}", letter), "write", all[i]);
+            }
+        }
+        for (size_t i = at % 10; i < all.size(); i += 10)
+            for (const char *format : WHOLE) comparison.read(format, all[i]);
+        EXPECT_EQ(comparison.unknown(), 0U) << tree_locale.spec;
+        written += comparison.written();
+        read += comparison.read();
+        ++compared;
+        freelocale(platforms);
+    });
+    if (part == 1)
+        for (const std::string &line : known.mismatched()) ADD_FAILURE() << "not the differences of this line: " << line;
+    fmt::print("{} locales, {} dates written, {} read\n", compared.load(), written.load(), read.load());
+}
+
+} // namespace

@@ -1,0 +1,202 @@
+// Dates as text: what the platform has not got, what is refused, and what hostile formats cost.
+#include "support/guarded.h"
+
+#include "support/files.h"
+
+#include <qbgl.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+namespace {
+
+using namespace qbgl_test;
+
+using Handle = std::unique_ptr<gl_locale, void (*)(gl_locale *)>;
+
+Handle load(const char *spec) {
+    setenv("QUORBANEDIR", QBGL_TREE, 1);
+    gl_locale *locale = nullptr;
+    EXPECT_EQ(gl_lc_load(&locale, spec, nullptr, nullptr), 0) << spec;
+    return {locale, gl_lc_unload};
+}
+
+// Thursday, 3 October 2024, 15:07:05, an hour and a half west of Greenwich.
+constexpr gl_tm DAY = {5, 7, 15, 0, 3, 9, 9, 124, 4, 276, 0, -5400, 1};
+
+std::string written(gl_locale *locale, const std::string &format, const gl_tm &tm = DAY, int room = 200) {
+    GuardedMemory memory(2);
+    auto *out = static_cast<char *>(memory.take(static_cast<size_t>(room), Guard::behind));
+    const auto *guarded = static_cast<const char *>(memory.take(format.size() + 1, Guard::behind, format.c_str()));
+    if (room > 0) out[0] = '\0';
+    gl_clear_errno(locale);
+    const int length = gl_mbsftime(locale, out, room, guarded, &tm);
+    std::string result = room > 0 ? out : "";
+    if (length < 0)
+        result += "!" + std::to_string(gl_errno(locale));
+    else
+        EXPECT_EQ(static_cast<size_t>(length), result.size()) << format;
+    // The wide twin says the same.
+    const auto widened = [](const std::string &text) { return std::basic_string<gl_wchar>(text.begin(), text.end()); };
+    std::basic_string<gl_wchar> wide(200, 0);
+    const bool ascii = std::all_of(result.begin(), result.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
+    if (ascii && length >= 0 && room == 200) {
+        EXPECT_EQ(gl_wcsftime(locale, wide.data(), 200, widened(format).c_str(), &tm), length) << format;
+        EXPECT_EQ(wide.substr(0, result.size()), widened(result)) << format;
+    }
+    EXPECT_TRUE(memory.clear()) << format;
+    return result;
+}
+
+TEST(DateText, HasWhatThePlatformLacks) {
+    const struct {
+        const char *locale, *format, *text;
+    } CASES[] = {
+        {"en_us.utf8", "%+4Y %+5Y %+6F %+C", "2024 +2024 2024-10-03 20"},
+        {"en_us.utf8", "%+", "Thu Oct  3 03:07:05 PM EST 2024"},
+        {"en_us.utf8", "[%Z|%z|%_7z|%-z|%s]", "[EST|-0130|   -130|-130|1727973425]"},
+        {"ru_ru.utf8", "%d %B, %OB, %^B", "03 октября, Октябрь, ОКТЯБРЯ"},
+        {"ja_jp.sjis", "%EY %Ey",
+         "\x97\xDF\x98\x61"
+         "06\x94\x4E 06"},
+        {"he_il.utf8", "%d %B %Y, %Qd %QB %QY, %F", "01 תשרי 5785, 03 אוקטובר 2024, 2024-10-03"},
+        {"ar_sa.utf8", "%Y-%m-%d %y", "1446-03-30 46"},
+        {"en_us.utf8", "%Ed", "!7"},
+        {"en_us.utf8", "%Q", "!7"},
+        {"en_us.utf8", "ab%", "ab!7"},
+        {"en_us.utf8", "%5", "!7"},
+        {"en_us.utf8", "%E%", "!7"},
+        {"en_us.utf8", "a\xC3", "a!1"},
+        {"en_us.utf8", "%f", "!7"},
+    };
+    const char *const zones[] = {nullptr, "EST"};
+    for (const auto &[spec, format, text] : CASES) {
+        const Handle locale = load(spec);
+        ASSERT_EQ(gl_set_zone_names(locale.get(), zones, 2), 0);
+        EXPECT_EQ(written(locale.get(), format), text) << spec << " " << format;
+    }
+}
+
+TEST(DateText, RefusesWhatIsOutOfRange) {
+    const Handle locale = load("en_us.utf8");
+    const struct {
+        int32_t gl_tm::*field;
+        int32_t value;
+        const char *formats; // of one letter each
+    } CASES[] = {{&gl_tm::sec, 61, "SsTcXr"},   {&gl_tm::min, -1, "MsTR"},    {&gl_tm::hour, 24, "HIklpP"},
+                 {&gl_tm::mday, 0, "deDFs"},    {&gl_tm::mon, 12, "bBhmDFs"}, {&gl_tm::wday, 7, "aAuwUV"},
+                 {&gl_tm::yday, 366, "jUWVgG"}, {&gl_tm::wday, -1, "aA"},     {&gl_tm::gmtoff, INT32_MIN, "zs"},
+                 {&gl_tm::mon, INT32_MIN, "bB"}};
+    for (const auto &[field, value, formats] : CASES)
+        for (const char *letter = formats; *letter != '\0'; ++letter) {
+            gl_tm tm = DAY;
+            tm.*field = value;
+            EXPECT_TRUE(written(locale.get(), std::string("%") + *letter, tm).ends_with("!7")) << *letter << value;
+        }
+    for (const int32_t year : {INT32_MIN, INT32_MAX, -1900, -1901}) { // any year can be written, and read behind a sign
+        gl_tm tm = DAY, back{};
+        tm.year = year;
+        const std::string text = written(locale.get(), "%+Y-%m-%d", tm);
+        const char *end = gl_mbsptime(locale.get(), text.c_str(), "%Y-%m-%d", &back);
+        if (int64_t{year} + 1900 > INT32_MAX) continue; // the reader's years end there
+        ASSERT_NE(end, nullptr) << text;
+        EXPECT_EQ(back.year, year) << text;
+    }
+}
+
+TEST(DateText, IsCutBetweenCharacters) {
+    const Handle locale = load("ru_ru.utf8");
+    const std::string whole = written(locale.get(), "%B%B ё");
+    for (int room = 0; room <= static_cast<int>(whole.size()); ++room) {
+        const std::string cut = written(locale.get(), "%B%B ё", DAY, room);
+        ASSERT_TRUE(cut.ends_with("!14")) << room;
+        const std::string text = cut.substr(0, cut.size() - 3);
+        EXPECT_EQ(text, whole.substr(0, text.size()));
+        EXPECT_GE(static_cast<int>(text.size()), room - 2);
+        gl_wchar wide[64];
+        EXPECT_GE(gl_mbstowcs(locale.get(), wide, text.c_str(), 64), 0) << room;
+    }
+    EXPECT_EQ(written(locale.get(), "%2147483648d", DAY, 4), "000!14");
+    EXPECT_EQ(written(locale.get(), "%99999999999a", DAY, 8), "       !14");
+}
+
+TEST(DateText, CostsTimeInProportion) {
+    const Handle locale = load("ja_jp.utf8");
+    std::string format, many(1000000, ' ');
+    for (int i = 0; i < 300000; ++i) format += "%EY%p";
+    const auto start = std::chrono::steady_clock::now();
+    std::string out(8 << 20, '\0');
+    EXPECT_GT(gl_mbsftime(locale.get(), out.data(), static_cast<int>(out.size()), format.c_str(), &DAY), 0);
+    gl_tm tm{};
+    EXPECT_NE(gl_mbsptime(locale.get(), out.c_str(), format.c_str(), &tm), nullptr);
+    EXPECT_EQ(gl_mbsptime(locale.get(), many.c_str(), format.c_str(), &tm), nullptr);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+}
+
+TEST(DateReading, TellsTheDay) {
+    const struct {
+        const char *locale, *format, *text, *result; // what is left behind "|"
+    } CASES[] = {
+        {"ru_ru.utf8", "%d %B %Y", "3 Октябрь 2024", "2024-10-03|"},
+        {"ru_ru.utf8", "%d %b %Y", "3 ОКТЯБРЯ 2024x", "2024-10-03|x"},
+        {"en_us.utf8", "%y-%m-%d", "69-01-01", "1969-01-01|"},
+        {"en_us.utf8", "%y-%m-%d", "68-12-31", "2068-12-31|"},
+        {"en_us.utf8", "%Y%m%d", "20241003", "2024-10-03|"},
+        {"en_us.utf8", "%Y %j", "2024 366", "2024-12-31|"},
+        {"en_us.utf8", "%G-W%V-%u", "2020-W53-7", "2021-01-03|"},
+        {"en_us.utf8", "%s", "-1", "1969-12-31|"},
+        {"he_il.utf8", "%d %B %y", "1 תשרי 85", "2024-10-03|"},
+        {"he_il.utf8", "%Qd %QB %QY", "3 אוקטובר 2024", "2024-10-03|"},
+        {"ja_jp.utf8", "%EC%Ey-%m-%d", "平成31-04-30", "2019-04-30|"},
+        {"ja_jp.utf8", "%EY%m-%d", "令和元年05-01", "2019-05-01|"},
+        {"en_us.utf8", "%Y-%m-%d", "2023-02-29", "6"},
+        {"en_us.utf8", "%Y-%m-%d", "2023-13-01", "1"},
+        {"he_il.utf8", "%d %B", "1 תשרי", "6"},
+        {"en_us.utf8", "%A", "Thorsday", "1"},
+        {"en_us.utf8", "%Y-%N", "2023-1", "7"},
+    };
+    for (const auto &[spec, format, text, result] : CASES) {
+        const Handle locale = load(spec);
+        gl_tm tm{};
+        const char *end = gl_mbsptime(locale.get(), text, format, &tm);
+        std::string found;
+        if (end == nullptr)
+            found = std::to_string(gl_errno(locale.get()));
+        else
+            found = written(load("en_us.utf8").get(), "%F", tm) + "|" + end;
+        EXPECT_EQ(found, result) << spec << " " << text;
+    }
+}
+
+TEST(DateReading, KnowsZones) {
+    const Handle locale = load("en_us.utf8");
+    const char *const zones[] = {"CE", "CEST", nullptr};
+    ASSERT_EQ(gl_set_zone_names(locale.get(), zones, 3), 0);
+    const struct {
+        const char *text;
+        int32_t gmtoff, zone;
+    } CASES[] = {{"+0130 cest", 5400, 1}, {"-01:30 CE", -5400, 0}, {"Z x", 0, -7}, {"+02CE", 7200, 0}, {"-130", -5400, -7}};
+    for (const auto &[text, gmtoff, zone] : CASES) {
+        gl_tm tm{};
+        tm.zone = -7;
+        ASSERT_NE(gl_mbsptime(locale.get(), text, "%z %Z", &tm), nullptr) << text;
+        EXPECT_EQ(tm.gmtoff, gmtoff) << text;
+        EXPECT_EQ(tm.zone, zone) << text;
+    }
+    EXPECT_EQ(gl_set_zone_names(locale.get(), zones, -1), -1);
+}
+
+TEST(DateText, IsTheSourcesInACopy) {
+    const Handle source = load("ja_jp.utf8");
+    gl_locale *copy = nullptr;
+    ASSERT_EQ(gl_create_null_locale_4(&copy), 0);
+    EXPECT_EQ(written(copy, "%Y"), "!15"); // no LC_TIME
+    ASSERT_EQ(gl_copy_cat(copy, source.get(), GL_CAT_ALL), 0);
+    EXPECT_EQ(written(copy, "%EY %B"), written(source.get(), "%EY %B"));
+    gl_free_nonshared_loc(copy);
+}
+
+} // namespace
