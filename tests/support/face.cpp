@@ -367,6 +367,29 @@ void convert_date(Scene &s, auto function) {
     function(s.locale, &date, &date);
 }
 
+// Any record and any format, and what comes of it read back.
+void write_date(Scene &s, auto function) {
+    gl_tm date = {s.small(), s.small(), s.small(), 0,         s.small(), s.small(), 0, static_cast<int32_t>(s.mask()),
+                  s.small(), s.small(), 0,         s.small(), s.small()};
+    char *out = s.out();
+    const char *format = s.terminated();
+    function(s.locale, out, s.room(), s.or_null(format), &date);
+    const char *text = s.terminated();
+    gl_mbsptime(s.locale, text, s.terminated(), &date);
+}
+void write_wide_date(Scene &s, auto function) {
+    gl_tm date = {s.small(), s.small(), s.small(), 0, s.small(), s.small(), 0, static_cast<int32_t>(s.mask()), 0, 0, 0, 0, 0};
+    gl_wchar *out = s.wide_out();
+    const gl_wchar *format = s.wide_terminated();
+    function(s.locale, out, s.room(), s.or_null(format), &date);
+    const gl_wchar *text = s.wide_terminated();
+    gl_wcsptime(s.locale, text, s.wide_terminated(), &date);
+}
+void name_zones(Scene &s, auto function) {
+    const char *const names[] = {s.terminated(), nullptr, s.terminated()};
+    function(s.locale, names, s.small() % 4);
+}
+
 // Where results go that nobody looks at.
 int length_found;
 char *text_end;
@@ -564,6 +587,11 @@ std::vector<Call> table() {
     BY(nothing, find_file(s, f, std::fclose), gl_path_search_no_ext);
     WITH(nothing, (s.or_null(s.word())), gl_set_directory);
     WITH(nothing, (nullptr, s.small(), s.out(), s.room()), gl_locale_name, gl_codeset_name);
+
+    // Dates as text
+    BY(locale, write_date(s, f), gl_mbsftime);
+    BY(locale, write_wide_date(s, f), gl_wcsftime);
+    BY(locale, name_zones(s, f), gl_set_zone_names);
     return calls;
 }
 
@@ -578,6 +606,7 @@ constexpr LeftOut NAMES[] = {
     {"gl_setlocale_4 gl_lc_unload gl_free_nonshared_loc gl_cv_unload gl_cm_unload gl_miconv gl_mconvlen gl_destroystring "
      "_gl_validate_* _gl_free_mb_cache _gl_free_wc_cache gl_path_search_rpath gl_path_search_no_ext_rpath gl_path_search1",
      "called around the calls above, or parts of them"},
+    {"gl_mbsptime gl_wcsptime", "called on what the writers of dates leave"},
     {"_gl_ext_* gl_ext_* gl_setextfunc _gl_set_ext_funcptr _gl_get_ext_funcptr _gl_alloc_ptr _gl_free_ptr gl_fix_rpath "
      "gl_get_gl_path",
      "libc, as the host has replaced it"},
