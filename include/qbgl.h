@@ -29,6 +29,7 @@
  *  23. Amounts of money as text
  *  24. Strings
  *  25. What a locale tells by item
+ *  26. Printing and scanning
  *
  * Conventions that hold for every function
  *   - Errors. The first argument `ctx` (a gl_locale, or any record whose first field is an int32_t error number, such as gl_cv)
@@ -51,6 +52,7 @@
 #ifndef QBGL_H
 #define QBGL_H
 
+#include <stdarg.h> /* va_list */
 #include <stdint.h> /* int32_t and its relatives */
 #include <stdio.h>  /* FILE */
 
@@ -1715,6 +1717,21 @@ QBGL_API int gl_order_keys(gl_locale *locale, int count, const char *data, const
 QBGL_API int gl_order_ranges(gl_locale *locale, const char *prefix, int len, unsigned char *bounds, int room,
                              int32_t *bound_offsets);
 
+/* The key of a text's first pass: of its letters alone, so that texts which differ in case and accents only have the same. As
+ * gl_order_key for one pass, but -1 with GL_E2BIG for a key that is cut. */
+QBGL_API int gl_mbsprimary(gl_locale *locale, const char *s, int len, unsigned char *key, int room);
+
+/* Between which keys all texts lie that begin with a prefix: what an optimiser makes of LIKE 'prefix%', to look up two bounds in a
+ * histogram or to walk one piece of an index. Where gl_order_ranges tells several pieces, this is from the first to the end of the
+ * last, so more texts lie in it.
+ *   least     receives the key that no such text is before; an empty one where the prefix is
+ *   greatest  receives the key that all such texts are before; an empty one says that nothing is behind them
+ *   room      bytes of each
+ * Both hold for keys of any passes. The result is the number of ranges between the two, 1 where all between them is one piece, or
+ * -1 with GL_E2BIG (then *least_size is a room that is enough for each) or GL_ENOMEM. */
+QBGL_API int gl_mbsbounds(gl_locale *locale, const char *prefix, int len, unsigned char *least, int *least_size,
+                          unsigned char *greatest, int *greatest_size, int room);
+
 /* ------------------------------------------------------------------------------------------------------------------------------
  * 22. Dates and times as text
  *
@@ -1900,6 +1917,44 @@ enum gl_item {
 /* The text of an item, in the codeset of its category. Never null: what the locale does not have is an empty text, and so is what
  * is no item, with GL_EBADARG. It is the handle's, and stays until its category changes or the handle is released. */
 QBGL_API const char *gl_langinfo(gl_locale *locale, int item);
+
+/* ------------------------------------------------------------------------------------------------------------------------------
+ * 26. Printing and scanning
+ *
+ * The formats are POSIX's, in the locale's codeset, with the letters d i o u x X a A e E f F g G c C s S p and %, the modifiers hh
+ * h l ll q j z t L, arguments by position (%2$s), and the flag ' for groups. %n, which writes where an argument points, is none of
+ * them. Point, separator and groups are those of LC_NUMERIC; the host's own locale has no influence. %ls, %lc, %S and %C take wide
+ * characters (gl_wchar), %s and %c of the wide functions multibyte text of the codeset and single bytes.
+ *
+ * A format with positions names all its arguments by them, from 1 to at most 4096 without a gap, and none with two types. Otherwise
+ * it is bad, as is a width or precision above INT_MAX: GL_EINVAL.
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* Print into `room` bytes, or wide characters, terminator included: the length of the text without it. Widths and precisions count
+ * bytes, or wide characters; but the precision of a text never ends inside a character, and with the flag w a width counts columns.
+ * -1 with GL_E2BIG for a text that is cut, GL_EINVAL for a bad format, GL_EILSEQ for bytes or values that are no character,
+ * GL_ENULLPTR for a null output or format. What was printed before a failure is there, whole characters with a terminator, as far
+ * as the room has one. A null text is "(null)". Memory is asked for by more than 32 positions only: GL_ENOMEM. */
+QBGL_API int gl_mbsprintf(gl_locale *locale, char *out, int room, const char *format, ...);
+QBGL_API int gl_vmbsprintf(gl_locale *locale, char *out, int room, const char *format, va_list list);
+QBGL_API int gl_wcsprintf(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *format, ...);
+QBGL_API int gl_vwcsprintf(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *format, va_list list);
+
+/* Scan a text: how many arguments were assigned. White space of the format passes over any, other characters have to be there, and
+ * what does not fit ends the call; what is behind is no error. As the standard's sscanf with *, widths, sets of characters by code
+ * value and %s %c of bytes, %ls %lc %l[ %S %C of wide characters, but
+ *   - an integer out of range is the nearest of its type;
+ *   - with the flag ' groups are taken where they are the locale's; a number without any is taken, too;
+ *   - a width of bytes never ends inside a character, and %c takes exactly the bytes of its width, 1 without one: where a character
+ *     runs past them, nothing fits.
+ * Where the text ends before the first conversion: -1 with GL_EEOF. -1 with GL_EINVAL for a bad format, GL_EILSEQ for bytes that
+ * are no character, of the format or of what is read, GL_ENULLPTR for a null text, GL_ENOMEM for more than 32 positions. Arguments
+ * that were assigned before stay so. A text needs its width and a terminator as room; a %s without a width is for texts that the
+ * host trusts. */
+QBGL_API int gl_mbsscanf(gl_locale *locale, const char *text, const char *format, ...);
+QBGL_API int gl_vmbsscanf(gl_locale *locale, const char *text, const char *format, va_list list);
+QBGL_API int gl_wcsscanf(gl_locale *locale, const gl_wchar *text, const gl_wchar *format, ...);
+QBGL_API int gl_vwcsscanf(gl_locale *locale, const gl_wchar *text, const gl_wchar *format, va_list list);
 
 #ifdef __cplusplus
 }

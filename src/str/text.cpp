@@ -10,10 +10,10 @@ Step MultibyteText::step_slowly(const uint8_t *at, ptrdiff_t limit) const {
         gl_wchar value = 0;
         const int length = gl_full_mbtowc(locale_, &value, reinterpret_cast<const char *>(at),
                                           static_cast<int>(std::min<ptrdiff_t>(limit, MAX_KEY)));
-        return length > 0 ? Step{value, length} : Step{value, length == 0 ? 0 : BAD};
+        return {value, length >= 0 ? length : limit < MAX_KEY ? ENDS_EARLY : BAD};
     }
     const Decoded character = decode_by_nodes(locale_->ctype.codeset_table->root, at, limit);
-    return {character.value, character.length > 0 ? character.length : BAD};
+    return {character.value, character.length > 0 ? character.length : character.length == CUT ? ENDS_EARLY : BAD};
 }
 
 } // namespace qbgl

@@ -1,7 +1,7 @@
 // Multibyte and wide text behind one face, so that each function of texts is written once.
 //
 // A text hands out its characters by step(): the value and the units that it takes, no units at the terminator, BAD for bytes that
-// are no character. Nothing behind a terminator is read.
+// are no character, ENDS_EARLY for the beginning of one that the limit cuts. Nothing behind a terminator is read.
 #pragma once
 
 #include "ext/error.h"
@@ -14,7 +14,7 @@ struct Step {
     gl_wchar value;
     int length; // units, 0 at the terminator
 };
-inline constexpr int BAD = -1;
+inline constexpr int BAD = -1, ENDS_EARLY = -2;
 
 class MultibyteText {
   public:

@@ -1,0 +1,124 @@
+#include "print/digits.h"
+
+#include "util/ascii.h"
+
+#include <algorithm>
+#include <stdio.h>
+
+namespace qbgl {
+
+namespace {
+
+// The digits before `end`, and where they begin. Numbers of more than 32 bits go in pieces that divide quickly.
+char *decimal(char *end, uint64_t value) {
+    while (value > UINT32_MAX) {
+        constexpr uint32_t PIECE = 1'000'000'000;
+        auto rest = static_cast<uint32_t>(value % PIECE);
+        value /= PIECE;
+        for (int i = 0; i < 9; ++i, rest /= 10) *--end = static_cast<char>('0' + rest % 10);
+    }
+    auto low = static_cast<uint32_t>(value);
+    do *--end = static_cast<char>('0' + low % 10);
+    while ((low /= 10) != 0);
+    return end;
+}
+
+char *by_bits(char *end, uint64_t value, unsigned bits, const char *digits) {
+    do *--end = digits[value & ((1U << bits) - 1)];
+    while ((value >>= bits) != 0);
+    return end;
+}
+
+void put_sign(Number &number, const Conversion &conversion, bool negative) {
+    if (negative)
+        number.prepend('-');
+    else if ((conversion.flags & (SIGN | SPACE)) != 0)
+        number.prepend((conversion.flags & SIGN) != 0 ? '+' : ' ');
+}
+
+} // namespace
+
+Number integer_number(const Conversion &conversion, uint64_t magnitude, bool negative, IntegerText &room) {
+    Number number;
+    char *const end = room + sizeof room, *begin = end;
+    const char letter = static_cast<char>(conversion.letter);
+    const int precision = conversion.precision.value;
+    if (letter == 'd' || letter == 'i') put_sign(number, conversion, negative);
+    if (magnitude != 0 || precision != 0) {
+        if (letter == 'o')
+            begin = by_bits(end, magnitude, 3, "01234567");
+        else if (letter == 'x' || letter == 'X')
+            begin = by_bits(end, magnitude, 4, letter == 'x' ? "0123456789abcdef" : "0123456789ABCDEF");
+        else
+            begin = decimal(end, magnitude);
+    }
+    number.digits = {begin, static_cast<size_t>(end - begin)};
+    number.zeros = std::max<int64_t>(precision - (end - begin), 0);
+    number.may_fill = precision < 0;
+    if ((conversion.flags & ALTERNATE) != 0) {
+        if (letter == 'o' && number.zeros == 0 && (begin == end || *begin != '0')) number.zeros = 1;
+        if ((letter == 'x' || letter == 'X') && magnitude != 0) {
+            number.prepend('0');
+            number.prepend(letter);
+        }
+    }
+    return number;
+}
+
+namespace {
+
+// What the host's locale puts between the digits for the point is passed over, whatever it is; no byte of it is a digit.
+template <class Real, size_t SIZE>
+Number real_parts(const Conversion &conversion, Real value, const char *modifier, int most, char (&room)[SIZE]) {
+    const char letter = static_cast<char>(conversion.letter);
+    const bool hexadecimal = letter == 'a' || letter == 'A';
+    const int wanted = conversion.precision.value, precision = std::min(wanted, most);
+    char format[8];
+    snprintf(format, sizeof format, "%%%s.*%s%c", (conversion.flags & ALTERNATE) != 0 ? "#" : "", modifier, letter);
+    snprintf(room, SIZE, format, precision, value);
+    Number number;
+    const char *at = room;
+    put_sign(number, conversion, *at == '-');
+    if (*at == '-') ++at;
+    if (!ascii::is_digit(*at)) { // "inf" or "nan"
+        number.digits = at;
+        number.may_fill = false;
+        return number;
+    }
+    if (hexadecimal) {
+        number.prepend(at[0]);
+        number.prepend(at[1]);
+        at += 2;
+    }
+    const auto is_digit = [hexadecimal](char c) { return hexadecimal ? ascii::is_xdigit(c) : ascii::is_digit(c); };
+    const auto take_digits = [&] {
+        const char *const begin = at;
+        while (is_digit(*at)) ++at;
+        return std::string_view(begin, static_cast<size_t>(at - begin));
+    };
+    const auto is_exponent = [hexadecimal](const char *place) {
+        return ascii::to_lower(*place) == (hexadecimal ? 'p' : 'e') && (place[1] == '-' || place[1] == '+');
+    };
+    number.digits = take_digits();
+    if (*at != '\0' && !is_exponent(at)) {
+        number.has_point = true;
+        while (*at != '\0' && !is_digit(*at) && !is_exponent(at)) ++at;
+        number.fraction = take_digits();
+    }
+    number.exponent = at;
+    const bool cuts_zeros = (letter == 'g' || letter == 'G') && (conversion.flags & ALTERNATE) == 0;
+    if (wanted > precision && !cuts_zeros) number.more_zeros = wanted - precision;
+    return number;
+}
+
+} // namespace
+
+Number real_number(const Conversion &conversion, double value, DoubleText &room) {
+    return real_parts(conversion, value, "", MOST_DOUBLE_DIGITS, room);
+}
+
+Number real_number(const Conversion &conversion, long double value, LongDoubleText &room) {
+    return real_parts(conversion, value, "L", MOST_LONG_DOUBLE_DIGITS, room);
+}
+
+} // namespace qbgl
