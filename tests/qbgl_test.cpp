@@ -365,6 +365,8 @@ TEST_F(LocaleClient, LocaleShowsWhatTheHandleHolds) {
                              "  n_sign_posn           n/a\n",
                              "  eras                  \"Heisei\" \"H\", 1989-01-08 to future, \"%EC %Ey\", year 0 counted up\n"})
         EXPECT_NE(text.find(line), std::string::npos) << line << text;
+    EXPECT_EQ(client("locale -k d_fmt ja_JP.sjis").out, "d_fmt=\"%d/%m/%y\"\n");
+    EXPECT_EQ(client("locale -k abday ja_JP.sjis").out, "abday=\"Sun;Mon;Tue;Wed;Thu;Fri;Sat\"\n");
     const std::string json = client("locale --json -l ja_JP.sjis").out;
     for (const char *member :
          {R"({"LC_CTYPE":{"locale":"ja_jp/e006.lco","codeset":"sjis","shortest_character":1,)",

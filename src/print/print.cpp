@@ -239,7 +239,7 @@ template <class Text> class Printer {
             for (int i = 0; i < listed; ++i, sizes.advance()) rest += static_cast<size_t>(sizes.current());
             if (behind > listed) rest += static_cast<size_t>(behind - listed) * static_cast<size_t>(sizes.current());
             const size_t end = digits.size() - rest;
-            if (!put(digits.substr(begin, end - begin)) || (behind > 0 && !put(separator))) return false;
+            if (!put({digits.data() + begin, end - begin}) || (behind > 0 && !put(separator))) return false;
             begin = end;
         }
         return true;

@@ -46,6 +46,9 @@ template <class Text> class Scanner {
     // Why there is nothing to read on.
     Outcome stopped() const { return in_.is_bad() ? Outcome::BAD_TEXT : in_.ends() ? Outcome::END : Outcome::MISMATCH; }
 
+    // The beginning of a field that is none: no end of the text, which the field has reached.
+    Outcome mismatch() const { return in_.is_bad() ? Outcome::BAD_TEXT : Outcome::MISMATCH; }
+
     Outcome scan_all(const Unit *format) {
         Reader reader(text_, format);
         while (reader.length() > 0) {
@@ -163,12 +166,12 @@ template <class Text> class Scanner {
         case 'g':
         case 'G': return real(conversion);
         case 's':
-        case 'S': return letters(conversion, letter == 'S', true, [this](gl_wchar wc) { return !is_space(wc); });
-        case '[': return letters(conversion, false, true, [this, set](gl_wchar wc) { return is_in_set(set, wc); });
+        case 'S': return letters(conversion, true, [this](gl_wchar wc) { return !is_space(wc); });
+        case '[': return letters(conversion, true, [this, set](gl_wchar wc) { return is_in_set(set, wc); });
         case 'c':
         case 'C':
-            if (conversion.width.value < 0) left_ = 1;
-            return letters(conversion, letter == 'C', false, [](gl_wchar) { return true; });
+            if (conversion.width.value < 0) left_ = takes_wide(conversion) ? 1 : text_.terminator_length();
+            return letters(conversion, false, [](gl_wchar) { return true; });
         default: return Outcome::BAD_FORMAT;
         }
     }
@@ -296,7 +299,7 @@ template <class Text> class Scanner {
         const bool is_signed = conversion.letter == 'd' || conversion.letter == 'i';
         if (is_pointer && next() == '(') {
             take('(');
-            if (!take_word("nil") || !take(')')) return stopped();
+            if (!take_word("nil") || !take(')')) return mismatch();
             store(argument(conversion), sizeof(void *) * CHAR_BIT, 0);
             return Outcome::READ;
         }
@@ -318,7 +321,7 @@ template <class Text> class Scanner {
             if (magnitude > (UINT64_MAX - static_cast<unsigned>(digit)) / factor) too_large = true;
             magnitude = magnitude * factor + static_cast<unsigned>(digit);
         });
-        if (!any) return stopped();
+        if (!any) return mismatch();
         if (!fits) return Outcome::MISMATCH;
         const int bits = is_pointer ? static_cast<int>(sizeof(void *) * CHAR_BIT) : bits_of(conversion.length);
         const uint64_t most = UINT64_MAX >> (64 - bits), most_positive = most >> 1;
@@ -353,11 +356,11 @@ template <class Text> class Scanner {
         number.negative = next() == '-';
         if (number.negative || next() == '+') consume();
         if (next() == 'i' || next() == 'I') {
-            if (!take_word("inf")) return stopped();
-            if ((next() == 'i' || next() == 'I') && !take_word("inity")) return stopped();
+            if (!take_word("inf")) return mismatch();
+            if ((next() == 'i' || next() == 'I') && !take_word("inity")) return mismatch();
             number.special = Special::INFINITE;
         } else if (next() == 'n' || next() == 'N') {
-            if (!take_word("nan")) return stopped();
+            if (!take_word("nan")) return mismatch();
             number.special = Special::NOT_A_NUMBER;
         } else if (const Outcome outcome = read_digits(number, (conversion.flags & GROUPED) != 0); outcome != Outcome::READ) {
             return outcome;
@@ -392,7 +395,7 @@ template <class Text> class Scanner {
             number.behind_point = true;
             digits(base, false, add);
         }
-        if (!any) return stopped();
+        if (!any) return mismatch();
         if (!take_either(number.hexadecimal ? 'p' : 'e')) return Outcome::READ;
         const bool negative = next() == '-';
         if (negative || next() == '+') consume();
@@ -403,7 +406,7 @@ template <class Text> class Scanner {
             if (exponent < INT_MAX) exponent = exponent * 10 + digit;
         });
         number.exponent = negative ? -exponent : exponent;
-        return has_exponent ? Outcome::READ : stopped();
+        return has_exponent ? Outcome::READ : mismatch();
     }
 
     // Whether a set, behind its "[", has a character; ranges go by code value.
@@ -426,10 +429,14 @@ template <class Text> class Scanner {
         return found != without;
     }
 
+    static bool takes_wide(const Conversion &conversion) {
+        return conversion.letter == 'C' || conversion.letter == 'S' || conversion.length == Length::LONG;
+    }
+
     // Characters as long as `belongs` says so of them, into bytes or wide characters; with a terminator where they are a text. A
     // field of bytes never ends inside a character.
-    template <class Belongs> Outcome letters(const Conversion &conversion, bool is_wide, bool is_text, Belongs belongs) {
-        if (conversion.length == Length::LONG) is_wide = true;
+    template <class Belongs> Outcome letters(const Conversion &conversion, bool is_text, Belongs belongs) {
+        const bool is_wide = takes_wide(conversion);
         if (in_.length() <= 0) return stopped();
         char *bytes = nullptr;
         gl_wchar *wide = nullptr;
@@ -451,10 +458,10 @@ template <class Text> class Scanner {
             ++count;
         }
         if (in_.is_bad() && left_ > 0) return Outcome::BAD_TEXT;
-        if (!is_text) return left_ == 0 ? Outcome::READ : stopped();
+        if (!is_text) return left_ == 0 ? Outcome::READ : mismatch();
         if (bytes != nullptr) encoding.put_terminator(bytes);
         if (wide != nullptr) *wide = 0;
-        return count > 0 ? Outcome::READ : stopped();
+        return count > 0 ? Outcome::READ : mismatch();
     }
 
     const Text text_;

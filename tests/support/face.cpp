@@ -147,6 +147,20 @@ void ranges_for_index(Scene &s) {
     auto *bounds = reinterpret_cast<unsigned char *>(s.out());
     gl_order_ranges(s.locale, text, length, bounds, s.room(), s.copy<int32_t>({}, 2 * GL_ORDER_RANGES + 1));
 }
+void primary_key(Scene &s) {
+    const char *text = s.or_null(s.either());
+    const int length = s.count();
+    auto *key = reinterpret_cast<unsigned char *>(s.out());
+    gl_mbsprimary(s.locale, text, length, key, s.room());
+}
+void bounds_for_optimiser(Scene &s) {
+    const char *text = s.or_null(s.either());
+    const int length = s.count();
+    auto *least = reinterpret_cast<unsigned char *>(s.out());
+    auto *greatest = reinterpret_cast<unsigned char *>(s.out(static_cast<size_t>(s.room())));
+    int sizes[2];
+    gl_mbsbounds(s.locale, text, length, least, &sizes[0], greatest, &sizes[1], s.room());
+}
 // For single-byte codesets only.
 void encode_single(Scene &s) {
     char *const out = s.out();
@@ -551,6 +565,8 @@ std::vector<Call> table() {
     BY(locale, key_for_index(s, f), gl_order_key, gl_order_key_part);
     BY(locale, keys_for_index(s), gl_order_keys);
     BY(locale, ranges_for_index(s), gl_order_ranges);
+    BY(locale, primary_key(s), gl_mbsprimary);
+    BY(locale, bounds_for_optimiser(s), gl_mbsbounds);
 
     // Conversions and charmaps
     BY(conversion, convert(s), gl_cv_mconv);
@@ -612,6 +628,8 @@ constexpr LeftOut NAMES[] = {
      "libc, as the host has replaced it"},
     {"_gl_is_mbs* _qbx_gl_is_mbf* _gl_thaismo* _qbx_gl_thaismoncoll _gl_is_wcstombs",
      "called by those above for the handles that have chosen them"},
+    {"gl_mbsprintf gl_vmbsprintf gl_wcsprintf gl_vwcsprintf gl_mbsscanf gl_vmbsscanf gl_wcsscanf gl_vwcsscanf",
+     "take arguments that a format names: they have a fuzzer of their own"},
     {"gl_assert_failed", "ends the process"},
     {"gl_init_debug _gl_exit_utilities gl_cache_registry gl_free_registry_cache gl_ccsid2cs_nums gl_strerror gl_version "
      "gl_version_text gl_set_log gl_locale_count gl_codeset_count",

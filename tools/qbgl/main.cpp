@@ -7,6 +7,7 @@
 #include "commands/key.h"
 #include "commands/list.h"
 #include "commands/locale.h"
+#include "commands/locale_items.h"
 #include "commands/num.h"
 #include "commands/sort.h"
 #include "commands/symbols.h"
@@ -333,11 +334,15 @@ class CommandLine {
     void add_locale() {
         CLI::App *command = app_.add_subcommand("locale", "Show what a locale holds");
         add_locale_option(command, "-l,--locale,locale", locale_)->type_name("LOCALE");
-        command->add_option("-k,--category", category_, "This category only")
-            ->check(CLI::IsMember({"LC_CTYPE", "LC_COLLATE", "LC_NUMERIC", "LC_MONETARY", "LC_TIME", "LC_MESSAGES"}));
+        std::vector<std::string> parts = {"LC_CTYPE", "LC_COLLATE", "LC_NUMERIC", "LC_MONETARY", "LC_TIME", "LC_MESSAGES"};
+        for (const std::string &keyword : item_keywords()) parts.push_back(keyword);
+        command->add_option("-k,--category", category_, "This category only, or this item, such as d_fmt")
+            ->check(CLI::IsMember(parts))
+            ->type_name("CATEGORY|ITEM");
         command->add_flag("--json", json_, "Print JSON");
         add_examples(command, "  qbgl locale cs_CZ.8859-2\n"
-                              "  qbgl locale -k LC_TIME ja_JP.utf8");
+                              "  qbgl locale -k LC_TIME ja_JP.utf8\n"
+                              "  qbgl locale -k d_fmt de_DE.utf8");
         command->callback(
             [this] { command_ = [this](const Messages &messages) { return run_locale(locale_, category_, messages); }; });
     }

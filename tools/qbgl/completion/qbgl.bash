@@ -18,7 +18,9 @@ _qbgl_words() {
     conv,--newline) COMPREPLY=($(compgen -W 'lf crlf' -- "$word")) && return ;;
     cal,--from) COMPREPLY=($(compgen -W 'gregorian hebrew islamic' -- "$word")) && return ;;
     locale,-k | locale,--category)
-        COMPREPLY=($(compgen -W 'LC_CTYPE LC_COLLATE LC_NUMERIC LC_MONETARY LC_TIME LC_MESSAGES' -- "$word"))
+        COMPREPLY=($(compgen -W 'LC_CTYPE LC_COLLATE LC_NUMERIC LC_MONETARY LC_TIME LC_MESSAGES charmap
+            decimal_point thousands_sep crncystr abday day abmon mon am_pm d_t_fmt d_fmt t_fmt t_fmt_ampm era era_d_fmt era_t_fmt era_d_t_fmt
+            alt_digits yesexpr noexpr yesstr nostr' -- "$word"))
         return
         ;;
     conv,-l) ;;

@@ -1,0 +1,64 @@
+#include "commands/locale_items.h"
+
+#include "text/shown_text.h"
+#include "tree/locale_handle.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace qbgl {
+
+namespace {
+
+struct Keyword {
+    const char *name;
+    int category, first, count;
+};
+
+constexpr Keyword KEYWORDS[] = {{"charmap", GL_CAT_CTYPE, GL_CODESET, 1},
+                                {"decimal_point", GL_CAT_NUMERIC, GL_RADIXCHAR, 1},
+                                {"thousands_sep", GL_CAT_NUMERIC, GL_THOUSEP, 1},
+                                {"crncystr", GL_CAT_MONETARY, GL_CRNCYSTR, 1},
+                                {"abday", GL_CAT_TIME, GL_ABDAY_1, 7},
+                                {"day", GL_CAT_TIME, GL_DAY_1, 7},
+                                {"abmon", GL_CAT_TIME, GL_ABMON_1, GL_ABMON_1 - GL_MON_1},
+                                {"mon", GL_CAT_TIME, GL_MON_1, GL_ABMON_1 - GL_MON_1},
+                                {"am_pm", GL_CAT_TIME, GL_AM_STR, 2},
+                                {"d_t_fmt", GL_CAT_TIME, GL_D_T_FMT, 1},
+                                {"d_fmt", GL_CAT_TIME, GL_D_FMT, 1},
+                                {"t_fmt", GL_CAT_TIME, GL_T_FMT, 1},
+                                {"t_fmt_ampm", GL_CAT_TIME, GL_T_FMT_AMPM, 1},
+                                {"era", GL_CAT_TIME, GL_ERA, 1},
+                                {"era_d_fmt", GL_CAT_TIME, GL_ERA_D_FMT, 1},
+                                {"era_t_fmt", GL_CAT_TIME, GL_ERA_T_FMT, 1},
+                                {"era_d_t_fmt", GL_CAT_TIME, GL_ERA_D_T_FMT, 1},
+                                {"alt_digits", GL_CAT_TIME, GL_ALT_DIGITS, 1},
+                                {"yesexpr", GL_CAT_MESSAGES, GL_YESEXPR, 1},
+                                {"noexpr", GL_CAT_MESSAGES, GL_NOEXPR, 1},
+                                {"yesstr", GL_CAT_MESSAGES, GL_YESSTR, 1},
+                                {"nostr", GL_CAT_MESSAGES, GL_NOSTR, 1}};
+
+} // namespace
+
+std::vector<std::string> item_keywords() {
+    std::vector<std::string> names;
+    for (const Keyword &keyword : KEYWORDS) names.emplace_back(keyword.name);
+    return names;
+}
+
+std::string item_line(gl_locale &locale, const std::string &keyword) {
+    const auto *const item =
+        std::find_if(std::begin(KEYWORDS), std::end(KEYWORDS), [&](const Keyword &one) { return one.name == keyword; });
+    const TextView view(category_codeset(locale, item->category));
+    std::vector<std::string> values;
+    int count = item->count;
+    if (item->first == GL_MON_1) count = locale.time.mon.count;
+    if (item->first == GL_ABMON_1) count = locale.time.abmon.count;
+    for (int i = 0; i < count; ++i) {
+        const char *text = gl_langinfo(&locale, item->first + i);
+        values.push_back(item->first == GL_CODESET ? text : view.visible(text));
+    }
+    return fmt::format("{}=\"{}\"\n", keyword, fmt::join(values, ";"));
+}
+
+} // namespace qbgl
