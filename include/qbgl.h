@@ -1782,6 +1782,35 @@ QBGL_API const gl_wchar *gl_wcsptime(gl_locale *locale, const gl_wchar *text, co
 QBGL_API int gl_set_zone_names(gl_locale *locale, const char *const *names, int count);
 
 /* ------------------------------------------------------------------------------------------------------------------------------
+ * 23. Amounts of money as text
+ *
+ * Formats are those of POSIX's strfmon, in the locale's codeset, for one amount:
+ *
+ *     % FLAGS WIDTH #LEAST .FRACTION n     with the local symbol; i with the international one
+ *
+ *   flags     =f fills LEAST with the character f, ^ leaves separators out, + and ( choose the locale's signs or parentheses,
+ *             ! leaves the symbol out, - puts spaces behind
+ *   WIDTH     the least length, in bytes of multibyte and characters of wide text
+ *   LEAST     digits before the point to leave room for; signs and symbols of positive and negative amounts are then aligned
+ *   FRACTION  digits behind the point; without it those of the locale, or 2
+ * ------------------------------------------------------------------------------------------------------------------------------ */
+
+/* Writes an amount. A double is rounded by its exact value to the nearest decimal, of two to the even one; the text forms take a
+ * decimal of any length (a sign, digits, a ".", digits, in ASCII), exactly, and round ties away from zero. `room`, result and errors
+ * as gl_mbsftime has them; GL_ERANGE for an amount that is no number. Nothing is allocated. */
+QBGL_API int gl_mbsfmon(gl_locale *locale, char *out, int room, const char *format, double amount);
+QBGL_API int gl_wcsfmon(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *format, double amount);
+QBGL_API int gl_mbsfmon_text(gl_locale *locale, char *out, int room, const char *format, const char *decimal);
+QBGL_API int gl_wcsfmon_text(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *format, const char *decimal);
+
+/* Reads an amount as formats write it: local or international symbol and one sign, before the digits or behind them, or
+ * parentheses for a negative one, with spaces of any kind between; separators where the locale has them, or none ("1.5" where a
+ * point separates thousands is 1, and the rest is not read). *end (may be null) receives the place behind, `decimal` the amount as
+ * text with a "." in ASCII, in `room` bytes. Returns its length, or -1: GL_EILSEQ (no amount), GL_E2BIG, GL_ENULLPTR. */
+QBGL_API int gl_mbspmon(gl_locale *locale, const char *text, const char **end, char *decimal, int room);
+QBGL_API int gl_wcspmon(gl_locale *locale, const gl_wchar *text, const gl_wchar **end, char *decimal, int room);
+
+/* ------------------------------------------------------------------------------------------------------------------------------
  * 24. Strings
  *
  * The string functions of C by characters: what is looked for is never found within a character (a 5C behind a lead byte is no

@@ -608,6 +608,14 @@ std::vector<Call> table() {
     BY(locale, write_date(s, f), gl_mbsftime);
     BY(locale, write_wide_date(s, f), gl_wcsftime);
     BY(locale, name_zones(s, f), gl_set_zone_names);
+
+    // Amounts as text
+    WITH(locale, (s.locale, s.out(), s.room(), s.or_null(s.terminated()), 1234.5 * s.small()), gl_mbsfmon);
+    WITH(locale, (s.locale, s.wide_out(), s.room(), s.or_null(s.wide_terminated()), 1234.5 * s.small()), gl_wcsfmon);
+    WITH(locale, (s.locale, s.out(), s.room(), s.terminated(), s.or_null("-99999.995")), gl_mbsfmon_text);
+    WITH(locale, (s.locale, s.wide_out(), s.room(), s.wide_terminated(), s.or_null("-99999.995")), gl_wcsfmon_text);
+    WITH(locale, (s.locale, s.terminated(), nullptr, s.out(), s.room()), gl_mbspmon);
+    WITH(locale, (s.locale, s.wide_terminated(), nullptr, s.out(), s.room()), gl_wcspmon);
     return calls;
 }
 

@@ -1,0 +1,126 @@
+// Amounts as text: exact decimals, what is refused, cuts, and what is read.
+#include "support/guarded.h"
+
+#include <qbgl.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+namespace {
+
+using namespace qbgl_test;
+
+using Handle = std::unique_ptr<gl_locale, void (*)(gl_locale *)>;
+
+Handle load(const char *spec) {
+    setenv("QUORBANEDIR", QBGL_TREE, 1);
+    gl_locale *locale = nullptr;
+    EXPECT_EQ(gl_lc_load(&locale, spec, nullptr, nullptr), 0) << spec;
+    return {locale, gl_lc_unload};
+}
+
+std::string written(gl_locale *locale, const std::string &format, const char *decimal, int room = 200) {
+    GuardedMemory memory(2);
+    auto *out = static_cast<char *>(memory.take(static_cast<size_t>(room), Guard::behind));
+    const auto *guarded = static_cast<const char *>(memory.take(format.size() + 1, Guard::behind, format.c_str()));
+    gl_clear_errno(locale);
+    const int length = gl_mbsfmon_text(locale, out, room, guarded, decimal);
+    std::string result = room > 0 ? out : "";
+    if (length < 0) result += "!" + std::to_string(gl_errno(locale));
+    EXPECT_TRUE(memory.clear()) << format;
+    return result;
+}
+
+TEST(MoneyText, IsExact) {
+    const Handle locale = load("de_de.utf8");
+    const struct {
+        const char *format, *decimal, *text;
+    } CASES[] = {
+        {"%n", "-1234567890123456789.05", "-1.234.567.890.123.456.789,05 €"},
+        {"%i", "1", "1,00 EUR"},
+        {"%.1n", "0.05", "0,1 €"},
+        {"%.1n", "0.04", "0,0 €"},
+        {"%.0n", "-0.5", "-1 €"},
+        {"%.0n", "999.5", "1.000 €"},
+        {"%.2n", "9.999", "10,00 €"},
+        {"%.2n", "0.999", "1,00 €"},
+        {"%.2n", ".045", "0,05 €"},
+        {"%.3n", "+00012.", "12,000 €"},
+        {"%.1n", "0.949", "0,9 €"},
+        {"%.2n", "199.995", "200,00 €"},
+        {"%n", "", "!6"},
+        {"%n", "1e5", "!6"},
+        {"%n", "--1", "!6"},
+        {"%x", "1", "!7"},
+        {"a%", "1", "a!7"},
+        {"%+(n", "1", "!7"},
+        {"%=", "1", "!7"},
+        {"%#n", "1", "!7"},
+        {"%5%", "1", "!7"},
+        {"\xC3", "1", "!1"},
+    };
+    for (const auto &[format, decimal, text] : CASES) EXPECT_EQ(written(locale.get(), format, decimal), text) << format << decimal;
+    for (int room = 0; room < 12; ++room) {
+        const std::string cut = written(locale.get(), "%n€", "12345", room);
+        ASSERT_TRUE(cut.ends_with("!14")) << room;
+        EXPECT_LT(static_cast<int>(cut.size()) - 3, std::max(room, 1));
+    }
+    EXPECT_EQ(written(locale.get(), "%2147483648n", "1", 12), "           !14");
+    EXPECT_EQ(written(locale.get(), "%#2147483647.2147483647n", "1", 5), "    !14");
+}
+
+TEST(MoneyText, RoundsDoublesByTheirValue) {
+    const Handle locale = load("en_us.utf8");
+    char out[400], expected[400], format[16];
+    for (const double value : {0.125, 0.375, 2.675, 1.005, 0.5, 1.5, 1e-300, 5e-324, 9007199254740991.5, 1e300, 123.4565, 0.0005})
+        for (int fraction = 0; fraction < 6; ++fraction) {
+            snprintf(format, sizeof format, "%%^!.%dn", fraction);
+            ASSERT_GT(gl_mbsfmon(locale.get(), out, sizeof out, format, value), 0);
+            snprintf(expected, sizeof expected, "%.*f", fraction, value);
+            EXPECT_STREQ(out, expected);
+        }
+    EXPECT_EQ(gl_mbsfmon(locale.get(), out, sizeof out, "%n", 1 / 0.0), -1);
+    EXPECT_EQ(gl_errno(locale.get()), GL_ERANGE);
+}
+
+TEST(MoneyReading, TakesWhatPeopleWrite) {
+    const struct {
+        const char *locale, *text, *result; // with what is left behind "|", or the error
+    } CASES[] = {
+        {"en_us.utf8", "$1,234.50", "1234.50|"},
+        {"en_us.utf8", "($1,234.50)x", "-1234.50|x"},
+        {"en_us.utf8", " - USD 5", "-5|"},
+        {"en_us.utf8", "1,23.5", "1|,23.5"},
+        {"en_us.utf8", "12.", "12|."},
+        {"en_us.utf8", "(5", "1"},
+        {"en_us.utf8", "5- $ 7", "-5| 7"},
+        {"en_us.utf8", ".5", "0.5|"},
+        {"en_us.utf8", "$", "1"},
+        {"en_us.utf8", "0012", "12|"},
+        {"en_us.utf8", "--5", "1"},
+        {"de_de.utf8", "1.5", "1|.5"},
+        {"de_de.utf8", "1.234,5 €", "1234.5|"},
+        {"de_de.utf8", "-3,00 EUR.", "-3.00|."},
+        {"fr_fr.utf8", "1 234,56 €", "1234.56|"},
+        {"fr_fr.utf8", "1\u00A0234\u202F567 €", "1234567|"},
+        {"en_us.utf8", "1234567.8", "1234567.8|"},
+    };
+    for (const auto &[spec, text, result] : CASES) {
+        const Handle locale = load(spec);
+        char decimal[64];
+        const char *end = nullptr;
+        const int length = gl_mbspmon(locale.get(), text, &end, decimal, sizeof decimal);
+        EXPECT_EQ(length < 0 ? std::to_string(gl_errno(locale.get())) : std::string(decimal) + "|" + end, result) << spec << text;
+        if (length < 0) continue;
+        GuardedMemory memory(1);
+        auto *exact = static_cast<char *>(memory.take(static_cast<size_t>(length) + 1, Guard::behind));
+        EXPECT_EQ(gl_mbspmon(locale.get(), text, nullptr, exact, length + 1), length) << text;
+        EXPECT_EQ(gl_mbspmon(locale.get(), text, nullptr, exact, length), -1) << text;
+        EXPECT_TRUE(memory.clear()) << text;
+    }
+}
+
+} // namespace
