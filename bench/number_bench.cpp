@@ -172,6 +172,37 @@ std::vector<bench::Row> rows_of(const Setup &s) {
                         {{"qbgl", for_each(s.values, ours)}, {"libc_wide", for_each(s.values, libc)}},
                         NUMBERS});
     }
+    static char printed[256];
+    const auto printing = [&](const char *name, auto ours, auto libc, double goal) {
+        rows.push_back({name,
+                        size_of(s.integers),
+                        {{"libc", goal}},
+                        {{"qbgl", for_each(s.integers, ours)}, {"libc", for_each(s.integers, libc)}},
+                        NUMBERS});
+    };
+    const auto value_of = [](const Number &number) { return static_cast<int>(number.bytes.size() * 1234567 + number.bytes[0]); };
+    printing(
+        "print_integers",
+        [&s, value_of](const Number &number) {
+            return gl_mbsprintf(s.locale, printed, sizeof printed, "%d|%8d|%'d|%08x", value_of(number), 42, value_of(number), 255U);
+        },
+        [value_of](const Number &number) {
+            return snprintf(printed, sizeof printed, "%d|%8d|%'d|%08x", value_of(number), 42, value_of(number), 255U);
+        },
+        1.2);
+    printing(
+        "print_strings",
+        [&s](const Number &number) {
+            return gl_mbsprintf(s.locale, printed, sizeof printed, "%s: %-20s|%.3s", number.bytes.c_str(), "a name", "cut off");
+        },
+        [](const Number &number) {
+            return snprintf(printed, sizeof printed, "%s: %-20s|%.3s", number.bytes.c_str(), "a name", "cut off");
+        },
+        1.2);
+    printing(
+        "print_reals",
+        [&s](const Number &number) { return gl_mbsprintf(s.locale, printed, sizeof printed, "%.2f", number.bytes[0] / 7.0); },
+        [](const Number &number) { return snprintf(printed, sizeof printed, "%.2f", number.bytes[0] / 7.0); }, 0);
     return rows;
 }
 

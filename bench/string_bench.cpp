@@ -38,6 +38,10 @@ struct Piece {
     std::string bytes;
     std::vector<gl_wchar> wide;
     std::wstring platform_wide;
+    // What is looked for: the last characters.
+    std::string needle;
+    std::vector<gl_wchar> wide_needle;
+    std::wstring platform_needle;
 };
 
 // Texts without controls, which have no width, in pieces and in lines.
@@ -56,12 +60,16 @@ struct Setup {
 
 // What both sides read; empty when one does not, or when one finds something without a width.
 Piece piece_of(const Setup &setup, const std::string &bytes) {
-    Piece piece = {bytes, std::vector<gl_wchar>(bytes.size() + 1), std::wstring(bytes.size() + 1, L'\0')};
+    Piece piece = {bytes, std::vector<gl_wchar>(bytes.size() + 1), std::wstring(bytes.size() + 1, L'\0'), {}, {}, {}};
     const size_t count = mbstowcs(piece.platform_wide.data(), bytes.c_str(), bytes.size() + 1);
     const int own = gl_mbstowcs(setup.locale, piece.wide.data(), bytes.c_str(), static_cast<int>(bytes.size() + 1));
     if (count == static_cast<size_t>(-1) || own != static_cast<int>(count)) return {};
     piece.platform_wide.resize(count);
     piece.wide.resize(count + 1);
+    const int needle = std::min(own, 6);
+    piece.needle = gl_full_getmbsi(setup.locale, bytes.c_str(), own - needle);
+    piece.wide_needle.assign(piece.wide.end() - needle - 1, piece.wide.end());
+    piece.platform_needle = piece.platform_wide.substr(count - static_cast<size_t>(needle));
     const bool has_width =
         gl_wcswidth(setup.locale, piece.wide.data(), own) >= 0 && wcswidth(piece.platform_wide.c_str(), count) >= 0;
     return has_width ? piece : Piece{};
@@ -143,6 +151,27 @@ std::vector<Row> rows_of(const Setup &s) {
          4,
          false,
          {{"qbgl", steps([=](const char *at, const char *) { return gl_mbsnext(locale, at); })}, {"libc", by_mbrlen}}},
+        {"mbsstr",
+         3,
+         false,
+         {{"qbgl", side([=](const Piece &piece) { return gl_mbsstr(locale, piece.bytes.c_str(), piece.needle.c_str()); })},
+          {"libc", side([](const Piece &piece) {
+               mbstowcs(platform_wides, piece.bytes.c_str(), std::size(platform_wides));
+               return wcsstr(platform_wides, piece.platform_needle.c_str());
+           })}}},
+        {"wcsstr",
+         1,
+         false,
+         {{"qbgl", side([=](const Piece &piece) { return gl_wcsstr(locale, piece.wide.data(), piece.wide_needle.data()); })},
+          {"libc", side([](const Piece &piece) { return wcsstr(piece.platform_wide.c_str(), piece.platform_needle.c_str()); })}}},
+        {"mbscspn",
+         3,
+         false,
+         {{"qbgl", side([=](const Piece &piece) { return gl_mbscspn(locale, piece.bytes.c_str(), "\t~"); })},
+          {"libc", side([](const Piece &piece) {
+               mbstowcs(platform_wides, piece.bytes.c_str(), std::size(platform_wides));
+               return wcscspn(platform_wides, L"\t~");
+           })}}},
         {"bounded_mbsnext",
          0,
          false,

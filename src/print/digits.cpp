@@ -7,9 +7,7 @@
 
 namespace qbgl {
 
-namespace {
-
-// The digits before `end`, and where they begin. Numbers of more than 32 bits go in pieces that divide quickly.
+// Numbers of more than 32 bits go in pieces that divide quickly.
 char *decimal(char *end, uint64_t value) {
     while (value > UINT32_MAX) {
         constexpr uint32_t PIECE = 1'000'000'000;
@@ -22,6 +20,8 @@ char *decimal(char *end, uint64_t value) {
     while ((low /= 10) != 0);
     return end;
 }
+
+namespace {
 
 char *by_bits(char *end, uint64_t value, unsigned bits, const char *digits) {
     do *--end = digits[value & ((1U << bits) - 1)];
@@ -73,8 +73,14 @@ Number real_parts(const Conversion &conversion, Real value, const char *modifier
     const char letter = static_cast<char>(conversion.letter);
     const bool hexadecimal = letter == 'a' || letter == 'A';
     const int wanted = conversion.precision.value, precision = std::min(wanted, most);
-    char format[8];
-    snprintf(format, sizeof format, "%%%s.*%s%c", (conversion.flags & ALTERNATE) != 0 ? "#" : "", modifier, letter);
+    char format[8], *end = format;
+    *end++ = '%';
+    if ((conversion.flags & ALTERNATE) != 0) *end++ = '#';
+    *end++ = '.';
+    *end++ = '*';
+    if (*modifier != '\0') *end++ = *modifier;
+    *end++ = letter;
+    *end = '\0';
     snprintf(room, SIZE, format, precision, value);
     Number number;
     const char *at = room;

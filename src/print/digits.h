@@ -26,6 +26,9 @@ struct Number {
 // Room for the digits of an integer in any base from 8 on.
 using IntegerText = char[24];
 
+// Writes decimal digits before `end`, and returns where they begin.
+char *decimal(char *end, uint64_t value);
+
 // The parts of an integer; the conversion's letter is one of "diouxX", its precision is negative where there is none.
 Number integer_number(const Conversion &conversion, uint64_t magnitude, bool negative, IntegerText &room);
 

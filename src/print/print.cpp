@@ -142,6 +142,11 @@ template <class Text> class Printer {
         const auto bits = static_cast<uint64_t>(value);
         IntegerText room;
         const bool groups = is_signed || conversion.letter == 'u';
+        if (groups && conversion.flags == 0 && conversion.width.value < 0 && conversion.precision.value < 0) {
+            char *const end = room + sizeof room, *begin = decimal(end, negative ? 0 - bits : bits);
+            if (negative) *--begin = '-';
+            return put({begin, static_cast<size_t>(end - begin)}) ? 0 : GL_E2BIG;
+        }
         return print_number(conversion, integer_number(conversion, negative ? 0 - bits : bits, negative, room), groups);
     }
 
