@@ -23,8 +23,9 @@ class Amount {
         negative_ = text.starts_with('-');
         if (negative_ || text.starts_with('+')) text.remove_prefix(1);
         const size_t point = std::min(text.find('.'), text.size());
-        whole_ = text.substr(0, point);
-        fraction_ = text.substr(std::min(point + 1, text.size()));
+        whole_ = {text.data(), point};
+        fraction_ = text;
+        fraction_.remove_prefix(std::min(point + 1, text.size()));
         const auto is_number = [](std::string_view digits) {
             return std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
         };
@@ -32,7 +33,7 @@ class Amount {
         whole_.remove_prefix(std::min(whole_.find_first_not_of('0'), whole_.size()));
         if (fraction_.size() > static_cast<size_t>(fraction)) {
             const bool up = fraction_[static_cast<size_t>(fraction)] >= '5';
-            fraction_ = fraction_.substr(0, static_cast<size_t>(fraction));
+            fraction_ = {fraction_.data(), static_cast<size_t>(fraction)};
             if (up) carry();
         }
         return true;

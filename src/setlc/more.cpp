@@ -26,7 +26,7 @@ class Items {
     }
     std::string_view word() {
         const size_t length = std::min(rest_.find(' '), rest_.size());
-        const std::string_view found = rest_.substr(0, length);
+        const std::string_view found{rest_.data(), length};
         rest_.remove_prefix(std::min(length + 1, rest_.size()));
         return found;
     }
