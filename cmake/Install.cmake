@@ -6,7 +6,8 @@ install(TARGETS qbgl_shared qbgl_static EXPORT qbglTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES ${PROJECT_SOURCE_DIR}/include/qbgl.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/include/qbgl.h ${PROJECT_SOURCE_DIR}/include/qbgl_extension.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
 # The paths in the pkg-config file start from its own place, so that an installation can be moved.
 file(RELATIVE_PATH QBGL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)

@@ -31,7 +31,7 @@ const ExtensionRecord &record_of(void *handle) {
 class Extension : public testing::Test {
   protected:
     Extension() {
-        for (const char *name : {"complete", "without_getmb"}) add_library(name, name);
+        for (const char *name : {"complete", "without_getmb", "newer"}) add_library(name, name);
         put("dll/text", "no library\n");
         put("etc/icu.dat", "0");
         put("etc/locmap", "-1");
@@ -111,7 +111,8 @@ TEST_F(Extension, LoadingDependsOnWhatIsInstalled) {
         {"text", 1, "2", failed},
         {"complete\ntext\n", 2, "2", allowed},
         {"complete\nwithout_getmb\n", 1, "1", missing}, // the last one has the symbols
-        {"complete \n", 1, "1", failed},                // no trimming
+        {"newer\n", 1, "1", "gl_init_glu_dll: End extension of a newer version\n" + failed},
+        {"complete \n", 1, "1", failed}, // no trimming
         {"# complete\n", 1, "1", failed},
         {"without_getmb\ncomplete\n", 1, " 2x", done},
     };

@@ -1,6 +1,8 @@
 // Resolving the extension's entry points by name.
 #include "qbnxdl/entry_points.h"
 
+#include <dlfcn.h>
+#include <iterator>
 #include <string.h>
 
 namespace qbgl {
@@ -96,9 +98,17 @@ constexpr Row ROWS[] = {
     {"glu_setMessageSubLevel", &fn_glu_setMessageSubLevel},
 };
 
+#define QBGL_ONE(name) +1
+static_assert(std::size(ROWS) == 2 QBGL_EXTENSION_ENTRY_POINTS(QBGL_ONE), "an entry point is not resolved");
+#undef QBGL_ONE
+
+#define QBGL_ROW(name) {#name, &fn_##name},
+constexpr Row OPTIONAL_ROWS[] = {QBGL_EXTENSION_OPTIONAL_ENTRY_POINTS(QBGL_ROW)};
+#undef QBGL_ROW
+
 // The fn_ pointers have many types; what they hold is one address each.
 void store(const Row &row, void *address) {
-    static_assert(sizeof(EntryPoint) == sizeof address);
+    static_assert(sizeof(void (*)()) == sizeof address);
     memcpy(row.pointer, &address, sizeof address);
 }
 
@@ -111,11 +121,15 @@ int resolve_entry_points(qbnx_library *library) {
         if (qbnx_dlsym(library, &address, row.name) != 0) ++missing;
         store(row, address);
     }
+    // Not by qbnx_dlsym, which would leave the loader's text in the record for one that may be absent.
+    for (const Row &row : OPTIONAL_ROWS) store(row, library->handle != nullptr ? dlsym(library->handle, row.name) : nullptr);
+    dlerror();
     return missing;
 }
 
 void clear_entry_points() {
     for (const Row &row : ROWS) store(row, nullptr);
+    for (const Row &row : OPTIONAL_ROWS) store(row, nullptr);
 }
 
 } // namespace qbgl

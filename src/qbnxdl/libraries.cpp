@@ -87,12 +87,17 @@ void forget_entry_points() {
     entry_source = nullptr;
 }
 
+// The major version of the contract that the extension was built by.
+int contract_version() { return fn_glu_extension_version != nullptr ? fn_glu_extension_version() / 100 : 0; }
+
 Loading resolve(void *ctx, qbnx_library &source) {
     if (source.handle != entry_source) unload_data();
     entry_source = source.handle;
     gl_message("gl_init_glu_dll: Loading symbols:");
-    if (resolve_entry_points(&source) == 0) return Loading::DONE;
-    gl_message("gl_init_glu_dll: End icudata qbnx_dlsym error");
+    const bool complete = resolve_entry_points(&source) == 0;
+    if (complete && contract_version() <= QBGL_EXTENSION_VERSION_MAJOR) return Loading::DONE;
+    if (complete) forget_entry_points(); // what they take is not known here
+    gl_message(complete ? "gl_init_glu_dll: End extension of a newer version" : "gl_init_glu_dll: End icudata qbnx_dlsym error");
     set_error(ctx, GL_ENOFILE);
     return Loading::FAILED;
 }

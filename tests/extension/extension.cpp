@@ -1,6 +1,7 @@
 // A small extension library. It loads a "data file" by reading the status that it has to answer with from it, and gives a block of
 // the host's memory for it.
 #include "extension.h"
+#include "qbgl_extension.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -39,6 +40,9 @@ extern "C" {
 
 ExtensionRecord *extension_record() { return &record; }
 void extension_unused() { abort(); }
+#ifdef NEWER
+int glu_extension_version() { return QBGL_EXTENSION_VERSION + 100; }
+#endif
 
 void glu_setMallocFunc(void *(*f)(uint32_t)) { record.malloc = f; }
 void glu_setCallocFunc(void *(*f)(uint32_t, uint32_t)) { record.calloc = f; }

@@ -1,6 +1,7 @@
 /* A host in plain C, with what the README shows in it: converts a Japanese word from Shift-JIS to UTF-8 and writes it, and does
  * with a locale what a host begins with. */
 #include <qbgl.h>
+#include <qbgl_extension.h>
 
 #include <stdio.h>
 #include <string.h>

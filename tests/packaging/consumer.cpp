@@ -1,5 +1,6 @@
 // The same from C++, with the descriptor owned by a type.
 #include <qbgl.h>
+#include <qbgl_extension.h>
 
 #include <iostream>
 #include <memory>
