@@ -136,6 +136,22 @@ TEST(DateText, CostsTimeInProportion) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 
+// Formats of a damaged locale that would multiply each other.
+TEST(DateText, OpensFewFormatsOfALocale) {
+    const Handle locale = load("en_us.utf8");
+    std::string d_t_fmt, d_fmt, t_fmt, t_fmt_ampm;
+    for (int i = 0; i < 3000; ++i) d_t_fmt += "%x", d_fmt += "%X", t_fmt += "%r", t_fmt_ampm += "%Z";
+    const gl_time_info before = locale->time;
+    locale->time.d_t_fmt = d_t_fmt.data();
+    locale->time.d_fmt = d_fmt.data();
+    locale->time.t_fmt = t_fmt.data();
+    locale->time.t_fmt_ampm = t_fmt_ampm.data();
+    EXPECT_EQ(written(locale.get(), "%c"), "!7");
+    gl_tm tm{};
+    EXPECT_EQ(gl_mbsptime(locale.get(), "", "%c", &tm), nullptr);
+    locale->time = before;
+}
+
 TEST(DateReading, TellsTheDay) {
     const struct {
         const char *locale, *format, *text, *result; // what is left behind "|"

@@ -20,8 +20,23 @@ struct Conversion {
 // Whether a modifier stands before the letter, as POSIX has it, and O before any number.
 bool takes_modifier(char letter, char modifier);
 
-// Formats of formats: %c of a locale may hold %r, and that %T. A locale that goes deeper goes in circles.
-inline constexpr int DEEPEST_FORMAT = 4;
+// Formats of formats: %c of a locale may hold %r, and that %T. A locale that goes deeper goes in circles, and one that opens many
+// for a conversion of the caller's would take its time.
+class Nesting {
+  public:
+    bool enter() {
+        if (depth_ == 0) opened_ = 0;
+        if (depth_ == DEEPEST || opened_ == MOST_OPENED) return false;
+        ++depth_;
+        ++opened_;
+        return true;
+    }
+    void leave() { --depth_; }
+
+  private:
+    static constexpr int DEEPEST = 4, MOST_OPENED = 4096;
+    int depth_ = 0, opened_ = 0;
+};
 
 // The conversion behind a "%". False with the error: GL_EINVAL for none.
 template <class Unit> bool read_conversion(gl_locale *locale, Text<Unit> &format, Conversion &found) {

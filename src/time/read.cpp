@@ -45,14 +45,14 @@ template <class Unit> class DateReader {
 
     const Unit *at() const { return text_.at(); }
 
-    template <class FormatUnit> bool read(Text<FormatUnit> format, int depth = 0) {
+    template <class FormatUnit> bool read(Text<FormatUnit> format) {
         for (gl_wchar wc;;) {
             if (!format.peek(wc)) return fail(locale_, GL_EILSEQ, false);
             if (wc == 0) return true;
             format.advance();
             if (wc == '%') {
                 Conversion conversion;
-                if (!read_conversion(locale_, format, conversion) || !convert(conversion, depth)) return false;
+                if (!read_conversion(locale_, format, conversion) || !convert(conversion)) return false;
             } else if (is_blank(wc)) {
                 skip_blanks();
             } else if (!take(wc)) {
@@ -98,7 +98,7 @@ template <class Unit> class DateReader {
         return true;
     }
 
-    bool convert(const Conversion &one, int depth) {
+    bool convert(const Conversion &one) {
         const bool era = one.modifier == 'E' && info_.era_count > 0;
         DateParts &date = own_calendar_ && !one.gregorian && !gregorian_ ? own_ : date_;
         const bool own = &date == &own_;
@@ -108,18 +108,18 @@ template <class Unit> class DateReader {
         case 'b':
         case 'B':
         case 'h': return name(own || !own_calendar_ ? more_.months : more_.gregorian_months, own ? date.monname : date.mon);
-        case 'c': return nested(one.modifier == 'E' ? first_of(info_.era_d_t_fmt, info_.d_t_fmt) : info_.d_t_fmt, one, depth);
-        case 'x': return nested(one.modifier == 'E' ? first_of(info_.era_d_fmt, info_.d_fmt) : info_.d_fmt, one, depth);
-        case 'X': return nested(one.modifier == 'E' ? first_of(info_.era_t_fmt, info_.t_fmt) : info_.t_fmt, one, depth);
-        case 'r': return nested(first_of(info_.t_fmt_ampm, "%I:%M:%S %p"), one, depth);
-        case '+': return nested(first_of(more_.date_fmt, info_.d_t_fmt), one, depth);
-        case 'D': return fixed("%m/%d/%y", depth);
-        case 'F': return fixed("%Y-%m-%d", depth);
-        case 'R': return fixed("%H:%M", depth);
-        case 'T': return fixed("%H:%M:%S", depth);
-        case 'C': return era ? era_name(date) : number(one, 0, 99, 2, date.century);
-        case 'y': return era ? era_number(date) : number(one, 0, 99, 2, date.year_of_century);
-        case 'Y': return era ? era_year(one, date, depth) : year(one, date.year);
+        case 'c': return nested(one.modifier == 'E' ? first_of(info_.era_d_t_fmt, info_.d_t_fmt) : info_.d_t_fmt, one);
+        case 'x': return nested(one.modifier == 'E' ? first_of(info_.era_d_fmt, info_.d_fmt) : info_.d_fmt, one);
+        case 'X': return nested(one.modifier == 'E' ? first_of(info_.era_t_fmt, info_.t_fmt) : info_.t_fmt, one);
+        case 'r': return nested(first_of(info_.t_fmt_ampm, "%I:%M:%S %p"), one);
+        case '+': return nested(first_of(more_.date_fmt, info_.d_t_fmt), one);
+        case 'D': return fixed("%m/%d/%y");
+        case 'F': return fixed("%Y-%m-%d");
+        case 'R': return fixed("%H:%M");
+        case 'T': return fixed("%H:%M:%S");
+        case 'C': return era ? era_name() : number(one, 0, 99, 2, date.century);
+        case 'y': return era ? era_number() : number(one, 0, 99, 2, date.year_of_century);
+        case 'Y': return era ? era_year(one) : year(one, date.year);
         case 'd':
         case 'e': return number(one, 1, 31, 2, date.mday);
         case 'm': return number(one, 1, own ? 13 : 12, 2, date.mon, -1);
@@ -155,24 +155,23 @@ template <class Unit> class DateReader {
     static const char *first_of(const char *text, const char *otherwise) {
         return text != nullptr && *text != '\0' ? text : otherwise;
     }
-    bool nested(const char *format, const Conversion &one, int depth) {
+    bool nested(const char *format, const Conversion &one) {
         if (format == nullptr) return true;
-        if (depth == DEEPEST_FORMAT) return refuse();
-        const bool before = gregorian_;
-        gregorian_ = gregorian_ || one.gregorian;
-        const bool done = read(Text<char>(locale_, format), depth + 1);
-        gregorian_ = before;
-        return done;
+        return nested_as(Text<char>(locale_, format), gregorian_ || one.gregorian);
     }
-    bool fixed(const char *format, int depth) {
-        if (depth == DEEPEST_FORMAT) return refuse();
+    bool fixed(const char *format) {
         gl_wchar wide[16];
         const size_t length = strlen(format);
         std::transform(format, format + length + 1, wide, [](char c) { return static_cast<uint8_t>(c); });
+        return nested_as(Text<gl_wchar>(locale_, wide), true);
+    }
+    template <class FormatUnit> bool nested_as(Text<FormatUnit> format, bool gregorian) {
+        if (!nesting_.enter()) return refuse();
         const bool before = gregorian_;
-        gregorian_ = true;
-        const bool done = read(Text<gl_wchar>(locale_, wide), depth + 1);
+        gregorian_ = gregorian;
+        const bool done = read(format);
         gregorian_ = before;
+        nesting_.leave();
         return done;
     }
 
@@ -290,13 +289,12 @@ template <class Unit> class DateReader {
             }
         }
         if (count == 0) return mismatch();
-        if (count <= 2 && begin_of_hours(count)) value *= 100;
+        if (count == 2) value *= 100; // one digit alone is minutes, as "%-z" writes them
         if (value % 100 > 59) return mismatch();
         const auto east = static_cast<int32_t>((value / 100 * 60 + value % 100) * 60);
         time_.gmtoff = negative ? -east : east;
         return true;
     }
-    static bool begin_of_hours(int count) { return count == 2; } // one digit alone is minutes, as "%-z" writes them
 
     bool zone_name() {
         const Unit *const begin = text_.at(), *best = begin;
@@ -312,7 +310,7 @@ template <class Unit> class DateReader {
     }
 
     // A date in no era has the century in its place.
-    bool era_name(DateParts &date) {
+    bool era_name() {
         const Unit *const begin = text_.at(), *best = begin;
         for (int32_t i = 0; i < info_.era_count; ++i) {
             if (only_era_ != NONE && i != only_era_) continue;
@@ -323,11 +321,10 @@ template <class Unit> class DateReader {
         }
         text_.go_to(best);
         if (best != begin) return true;
-        return only_era_ == NONE ? number(Conversion{}, 0, 99, 2, date_.century) : (static_cast<void>(date), mismatch());
+        return only_era_ == NONE ? number(Conversion{}, 0, 99, 2, date_.century) : mismatch();
     }
-    bool era_number(DateParts &date) {
+    bool era_number() {
         const bool in_era = time_.era != NONE || date_.century == NONE;
-        static_cast<void>(date);
         if (!in_era) return number(Conversion{}, 0, 99, 2, date_.year_of_century);
         skip_blanks();
         int64_t found;
@@ -336,13 +333,14 @@ template <class Unit> class DateReader {
         return true;
     }
     // By the first era whose format the text has.
-    bool era_year(const Conversion &one, DateParts &date, int depth) {
+    bool era_year(const Conversion &one) {
+        if (only_era_ != NONE) return refuse(); // a year that holds itself
         const Unit *const begin = text_.at();
         const TimeParts time = time_;
         const DateParts parts = date_;
         for (int32_t i = 0; i < info_.era_count; ++i) {
             only_era_ = i;
-            const bool done = nested(more_.eras[i].format, one, depth);
+            const bool done = nested(more_.eras[i].format, one);
             only_era_ = NONE;
             if (done) {
                 time_.era = i;
@@ -352,7 +350,6 @@ template <class Unit> class DateReader {
             time_ = time;
             date_ = parts;
         }
-        static_cast<void>(date);
         return year(one, date_.year);
     }
 
@@ -378,7 +375,7 @@ template <class Unit> class DateReader {
             }
             if (has) break;
         }
-        if (found != NONE) date_.year = static_cast<int32_t>(std::clamp<int64_t>(year, -INT32_MAX, INT32_MAX));
+        if (found != NONE) date_.year = static_cast<int32_t>(std::clamp<int64_t>(year, INT32_MIN + 1900, INT32_MAX));
     }
 
     static void complete_year(DateParts &date, int century_of_calendar) {
@@ -476,6 +473,7 @@ template <class Unit> class DateReader {
     int32_t only_era_ = NONE;
     const bool own_calendar_;
     bool gregorian_ = false;
+    Nesting nesting_;
 };
 
 template <class Unit> const Unit *read_date(gl_locale *locale, const Unit *text, const Unit *format, gl_tm *tm) {

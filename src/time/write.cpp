@@ -22,7 +22,7 @@ template <class Unit> class DateWriter {
         : locale_(locale), info_(locale->time), more_(*locale->time_more), tm_(tm), sink_(locale, out, room),
           own_calendar_(info_.calendar != GREGORIAN) {}
 
-    template <class FormatUnit> bool write(Text<FormatUnit> format, int depth = 0) {
+    template <class FormatUnit> bool write(Text<FormatUnit> format) {
         gl_wchar wc;
         for (;;) {
             if constexpr (sizeof(FormatUnit) == sizeof(Unit))
@@ -35,7 +35,7 @@ template <class Unit> class DateWriter {
                 continue;
             }
             Conversion conversion;
-            if (!read_conversion(locale_, format, conversion) || !convert(conversion, depth)) return false;
+            if (!read_conversion(locale_, format, conversion) || !convert(conversion)) return false;
         }
     }
 
@@ -59,7 +59,7 @@ template <class Unit> class DateWriter {
 
     bool refuse() { return fail(locale_, GL_EINVAL, false); }
 
-    bool convert(const Conversion &one, int depth) {
+    bool convert(const Conversion &one) {
         const bool era = one.modifier == 'E', own = own_calendar_ && !one.gregorian && !gregorian_;
         const int64_t year = int64_t{tm_.year} + 1900;
         switch (one.letter) {
@@ -68,18 +68,18 @@ template <class Unit> class DateWriter {
         case 'b':
         case 'h': return month_name(one, own, info_.abmon, more_.ab_alt_mon, more_.gregorian_abmon);
         case 'B': return month_name(one, own, info_.mon, more_.alt_mon, more_.gregorian_mon);
-        case 'c': return nested(one, era ? first_of(info_.era_d_t_fmt, info_.d_t_fmt) : info_.d_t_fmt, depth);
-        case 'x': return nested(one, era ? first_of(info_.era_d_fmt, info_.d_fmt) : info_.d_fmt, depth);
-        case 'X': return nested(one, era ? first_of(info_.era_t_fmt, info_.t_fmt) : info_.t_fmt, depth);
-        case 'r': return nested(one, first_of(info_.t_fmt_ampm, "%I:%M:%S %p"), depth);
-        case '+': return nested(one, first_of(more_.date_fmt, info_.d_t_fmt), depth);
-        case 'D': return fixed(one, "%m/%d/%y", depth);
-        case 'F': return iso_date(one, depth);
-        case 'R': return fixed(one, "%H:%M", depth);
-        case 'T': return fixed(one, "%H:%M:%S", depth);
+        case 'c': return nested(one, era ? first_of(info_.era_d_t_fmt, info_.d_t_fmt) : info_.d_t_fmt);
+        case 'x': return nested(one, era ? first_of(info_.era_d_fmt, info_.d_fmt) : info_.d_fmt);
+        case 'X': return nested(one, era ? first_of(info_.era_t_fmt, info_.t_fmt) : info_.t_fmt);
+        case 'r': return nested(one, first_of(info_.t_fmt_ampm, "%I:%M:%S %p"));
+        case '+': return nested(one, first_of(more_.date_fmt, info_.d_t_fmt));
+        case 'D': return fixed(one, "%m/%d/%y");
+        case 'F': return iso_date(one);
+        case 'R': return fixed(one, "%H:%M");
+        case 'T': return fixed(one, "%H:%M:%S");
         case 'C':
         case 'y':
-        case 'Y': return year_part(one, own, year, depth);
+        case 'Y': return year_part(one, own, year);
         case 'd': return date_number(one, own, &gl_tm::mday, 1, 31, 0, 2, '0');
         case 'e': return date_number(one, own, &gl_tm::mday, 1, 31, 0, 2, '_');
         case 'm': return date_number(one, own, &gl_tm::mon, 0, own ? MONTHS : MONTHS - 1, 1, 2, '0');
@@ -154,7 +154,7 @@ template <class Unit> class DateWriter {
         return nullptr;
     }
 
-    bool year_part(const Conversion &one, bool own, int64_t year, int depth) {
+    bool year_part(const Conversion &one, bool own, int64_t year) {
         if (one.modifier == 'E' && info_.era_count > 0) {
             const Era *era = era_of(year);
             if (era != nullptr) {
@@ -166,7 +166,7 @@ template <class Unit> class DateWriter {
                 }
                 const char before = era_pad_;
                 if (one.pad != 0) era_pad_ = one.pad;
-                const bool written = nested(one, era->format, depth);
+                const bool written = nested(one, era->format);
                 era_pad_ = before;
                 return written;
             }
@@ -194,13 +194,13 @@ template <class Unit> class DateWriter {
         return (!has_sign || sink_.ascii('+')) && number(rest, year, usual);
     }
 
-    bool iso_date(const Conversion &one, int depth) {
+    bool iso_date(const Conversion &one) {
         constexpr int MONTH_AND_DAY = 6;
-        if (one.pad != '+') return fixed(one, "%Y-%m-%d", depth);
+        if (one.pad != '+') return fixed(one, "%Y-%m-%d");
         Conversion year;
         year.pad = '+';
         year.width = std::max(one.width - MONTH_AND_DAY, 0);
-        return signed_year(year, int64_t{tm_.year} + 1900, 4, 1) && fixed(Conversion{}, "-%m-%d", depth);
+        return signed_year(year, int64_t{tm_.year} + 1900, 4, 1) && fixed(Conversion{}, "-%m-%d");
     }
 
     bool iso_part(const Conversion &one, int64_t year) {
@@ -271,23 +271,24 @@ template <class Unit> class DateWriter {
         return sink_.text(text, letters) && finish_field(one, start);
     }
 
-    bool fixed(const Conversion &one, const char *format, int depth) {
-        if (has_plain_ascii(locale_)) return nested_as(one, Text<char>(locale_, format), depth, true);
+    bool fixed(const Conversion &one, const char *format) {
+        if (has_plain_ascii(locale_)) return nested_as(one, Text<char>(locale_, format), true);
         gl_wchar wide[16];
         const size_t length = strlen(format);
         std::transform(format, format + length + 1, wide, [](char c) { return static_cast<uint8_t>(c); });
-        return nested_as(one, Text<gl_wchar>(locale_, wide), depth, true);
+        return nested_as(one, Text<gl_wchar>(locale_, wide), true);
     }
-    bool nested(const Conversion &one, const char *format, int depth) {
-        return format == nullptr || nested_as(one, Text<char>(locale_, format), depth, one.gregorian || gregorian_);
+    bool nested(const Conversion &one, const char *format) {
+        return format == nullptr || nested_as(one, Text<char>(locale_, format), one.gregorian || gregorian_);
     }
-    template <class FormatUnit> bool nested_as(const Conversion &one, Text<FormatUnit> format, int depth, bool gregorian) {
-        if (depth == DEEPEST_FORMAT) return refuse();
+    template <class FormatUnit> bool nested_as(const Conversion &one, Text<FormatUnit> format, bool gregorian) {
+        if (!nesting_.enter()) return refuse();
         const bool upper = upper_, was_gregorian = gregorian_;
         const int start = sink_.length();
         upper_ = upper_ || one.upper;
         gregorian_ = gregorian;
-        const bool written = write(format, depth + 1);
+        const bool written = write(format);
+        nesting_.leave();
         upper_ = upper;
         gregorian_ = was_gregorian;
         return written && finish_field(one, start);
@@ -324,6 +325,7 @@ template <class Unit> class DateWriter {
     const bool own_calendar_;
     bool have_local_ = false, upper_ = false, gregorian_ = false;
     char era_pad_ = 0;
+    Nesting nesting_;
 };
 
 template <class Unit> int write_date(gl_locale *locale, Unit *out, int room, const Unit *format, const gl_tm *tm) {
