@@ -1,8 +1,9 @@
-// What the extension keeps for one connection of SQLite: loaded locales, open conversions, and the orders that its databases
-// remember.
+// What the extension keeps for one connection of SQLite: loaded locales, open conversions, its clock, and the orders that its
+// databases remember.
 #pragma once
 
 #include "conversion.h"
+#include "formats.h"
 #include "locale.h"
 #include "statement.h"
 
@@ -45,6 +46,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void trust_all() { trusting_ = true; }
 
     Converters converters;
+    Clock clock;
     std::vector<NamedCollation> named;
 
     // What qbgl_last_error() tells. Returns the result of SQLite that stands for it.

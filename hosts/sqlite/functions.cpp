@@ -29,6 +29,13 @@ class Call {
         if (bytes == nullptr && size > 0) throw std::bad_alloc();
         return {static_cast<const char *>(bytes), size};
     }
+    std::string string(int i) const { return std::string(bytes(i)); }
+    // A number without an exponent.
+    std::string decimal(int i) const {
+        const bool real = sqlite3_value_type(values_[i]) == SQLITE_FLOAT;
+        return real ? without_exponent(bytes(i)) : string(i);
+    }
+    const sqlite3_value *value(int i) const { return values_[i]; }
     int passes(int i) const {
         if (!has(i)) return 0;
         const int passes = sqlite3_value_int(values_[i]);
@@ -37,6 +44,7 @@ class Call {
         return passes;
     }
     const Locale &locale(int i) const { return connection().locale(bytes(i)); }
+    const Locale &any_locale(int i) const { return connection().any_locale(bytes(i)); }
 
     void result(int number) const { sqlite3_result_int(context_, number); }
     void text(std::string_view text) const {
@@ -62,7 +70,7 @@ void like(const Call &call) {
 
 void change_case(const Call &call, int (*change)(gl_locale *, char *, int, const char *, int)) {
     const std::string_view text = call.bytes(0);
-    const Locale &locale = call.connection().any_locale(call.bytes(1));
+    const Locale &locale = call.any_locale(1);
     if (const size_t bad = first_bad(text); bad < text.size()) throw Error("no character of utf8" + place(text, bad));
     std::string changed(text.size() + 16, '\0');
     for (;;) {
@@ -85,7 +93,21 @@ void convert(const Call &call) {
     converted.is_utf8 ? call.text(converted.text) : call.blob(converted.text);
 }
 
-void fingerprint(const Call &call) { call.text(call.connection().any_locale(call.bytes(0)).fingerprint()); }
+void format_time(const Call &call) {
+    const std::optional<gl_tm> time = call.connection().clock.read(call.value(1));
+    if (!time) throw Error(quoted(call.bytes(1)) + " is no time: such as 2024-12-24 18:00");
+    call.text(write_time(call.any_locale(2), call.string(0), *time));
+}
+
+void parse_time(const Call &call) {
+    call.text(call.connection().clock.write(read_time(call.any_locale(2), call.string(0), call.string(1))));
+}
+
+void money(const Call &call) { call.text(write_money(call.any_locale(1), call.decimal(0), call.has(2) ? call.string(2) : "%n")); }
+
+void money_value(const Call &call) { call.text(read_money(call.any_locale(1), call.string(0))); }
+
+void fingerprint(const Call &call) { call.text(call.any_locale(0).fingerprint()); }
 
 void collation(const Call &call) {
     Connection &connection = call.connection();
@@ -106,7 +128,7 @@ void remember_orders(const Call &call) { call.result(remember(*call.shared())); 
 
 void accept_order(const Call &call) {
     accept(call.connection(), call.bytes(0));
-    call.text(call.connection().any_locale(call.bytes(0)).fingerprint());
+    call.text(call.any_locale(0).fingerprint());
 }
 
 void last_error(const Call &call) {
@@ -134,7 +156,9 @@ template <Body BODY, int NEEDED> void run(sqlite3_context *context, int count, s
 
 void destroy(void *connection) { delete static_cast<std::shared_ptr<Connection> *>(connection); }
 
-constexpr int PURE = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS, ACTS = SQLITE_UTF8 | SQLITE_DIRECTONLY;
+// What goes by data that no fingerprint guards is not pure: an index of it would be wrong under the next ones.
+constexpr int HARMLESS = SQLITE_UTF8 | SQLITE_INNOCUOUS, PURE = HARMLESS | SQLITE_DETERMINISTIC,
+              ACTS = SQLITE_UTF8 | SQLITE_DIRECTONLY;
 
 constexpr struct {
     const char *name;
@@ -148,11 +172,15 @@ constexpr struct {
     {"qbgl_upper", 2, 2, PURE, run<upper, 2>},
     {"qbgl_lower", 2, 2, PURE, run<lower, 2>},
     {"qbgl_convert", 3, 3, PURE, run<convert, 3>},
+    {"qbgl_strftime", 3, 3, HARMLESS, run<format_time, 3>},
+    {"qbgl_strptime", 3, 3, HARMLESS, run<parse_time, 3>},
+    {"qbgl_money", 2, 3, HARMLESS, run<money, 2>},
+    {"qbgl_money_value", 2, 2, HARMLESS, run<money_value, 2>},
     {"qbgl_fingerprint", 1, 1, PURE, run<fingerprint, 1>},
     {"qbgl_collation", 2, 3, ACTS, run<collation, 2>},
     {"qbgl_remember", 0, 0, ACTS, run<remember_orders, 0>},
     {"qbgl_accept", 1, 1, ACTS, run<accept_order, 1>},
-    {"qbgl_last_error", 0, 0, SQLITE_UTF8 | SQLITE_INNOCUOUS, run<last_error, 0>}, // the last: by it is_equipped goes
+    {"qbgl_last_error", 0, 0, HARMLESS, run<last_error, 0>}, // the last: by it is_equipped goes
 };
 
 } // namespace

@@ -55,6 +55,8 @@ Locale::Locale(std::string name) : name_(std::move(name)), handle_(nullptr, gl_l
         throw Error("the locale " + name_ + " cannot be loaded: " + gl_strerror(number) +
                     " (is it installed, and QUORBANEDIR set?)");
     }
+    constexpr const char *ZONES[] = {"UTC"}; // as SQLite has all times
+    if (gl_set_zone_names(handle, ZONES, 1) != 0) throw std::bad_alloc();
     marks_ = gl_ctype(handle, "combining");
 }
 

@@ -29,6 +29,11 @@ class Statement {
     Statement &operator=(const Statement &) = delete;
     ~Statement() { sqlite3_finalize(statement_); }
 
+    // Anew, for a value of ?1.
+    void begin(const sqlite3_value *value) {
+        sqlite3_reset(statement_);
+        check(sqlite3_bind_value(statement_, 1, value));
+    }
     // False behind the last row.
     bool step() {
         const int result = sqlite3_step(statement_);

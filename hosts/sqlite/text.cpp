@@ -48,11 +48,15 @@ size_t first_bad(std::string_view text) {
     return at;
 }
 
-std::string quoted(std::string_view name) {
-    std::string shown(name.substr(0, LONGEST_QUOTED));
-    for (char &byte : shown)
-        if (byte < ' ' || byte > '~') byte = '?';
-    return '"' + shown + '"';
+std::string quoted(std::string_view text) {
+    std::string shown = "\"";
+    while (!text.empty() && shown.size() <= LONGEST_QUOTED) {
+        const size_t length = character_length(text);
+        const bool is_shown = length > 1 || (text[0] >= ' ' && text[0] <= '~');
+        shown += is_shown ? text.substr(0, length) : "?";
+        text.remove_prefix(length);
+    }
+    return shown + '"';
 }
 
 std::string place(std::string_view text, size_t offset) {

@@ -13,8 +13,8 @@ size_t character_length(std::string_view text);
 // Where the first byte stands that is of no character; the size of the text where there is none.
 size_t first_bad(std::string_view text);
 
-// The beginning of what should have been a name, in quotation marks, to be shown.
-std::string quoted(std::string_view name);
+// The beginning of what should have been a name or another text, in quotation marks, to be shown.
+std::string quoted(std::string_view text);
 
 // " at offset 3 (bytes C5 AF)": the place of what an error is about.
 std::string place(std::string_view text, size_t offset);

@@ -20,6 +20,31 @@ CREATE FUNCTION lower(source text, locale text) RETURNS text
 	AS 'MODULE_PATHNAME', 'qbgl_lower' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 10;
 COMMENT ON FUNCTION lower(text, text) IS 'a text in lower case, as a locale has it';
 
+-- Names and formats have no fingerprint: what these make may be another text under other data.
+CREATE FUNCTION strftime(format text, value timestamptz, locale text) RETURNS text
+	AS 'MODULE_PATHNAME', 'qbgl_strftime_timestamptz' LANGUAGE C STABLE STRICT PARALLEL SAFE COST 10;
+COMMENT ON FUNCTION strftime(text, timestamptz, text) IS 'a time in the session''s zone as text, as a locale has it';
+
+CREATE FUNCTION strftime(format text, value timestamp, locale text) RETURNS text
+	AS 'MODULE_PATHNAME', 'qbgl_strftime_timestamp' LANGUAGE C STABLE STRICT PARALLEL SAFE COST 10;
+COMMENT ON FUNCTION strftime(text, timestamp, text) IS 'a time as text, as a locale has it';
+
+CREATE FUNCTION strftime(format text, value date, locale text) RETURNS text
+	AS 'MODULE_PATHNAME', 'qbgl_strftime_date' LANGUAGE C STABLE STRICT PARALLEL SAFE COST 10;
+COMMENT ON FUNCTION strftime(text, date, text) IS 'a date as text, as a locale has it';
+
+CREATE FUNCTION strptime(source text, format text, locale text) RETURNS timestamp
+	AS 'MODULE_PATHNAME', 'qbgl_strptime' LANGUAGE C STABLE STRICT PARALLEL SAFE COST 10;
+COMMENT ON FUNCTION strptime IS 'the time that a text tells in a format, as a locale has it';
+
+CREATE FUNCTION money(amount numeric, locale text, format text DEFAULT '%n') RETURNS text
+	AS 'MODULE_PATHNAME', 'qbgl_money' LANGUAGE C STABLE STRICT PARALLEL SAFE COST 10;
+COMMENT ON FUNCTION money(numeric, text, text) IS 'an amount of money as text, as a locale has it';
+
+CREATE FUNCTION money_value(source text, locale text) RETURNS numeric
+	AS 'MODULE_PATHNAME', 'qbgl_money_value' LANGUAGE C STABLE STRICT PARALLEL SAFE COST 10;
+COMMENT ON FUNCTION money_value IS 'the amount of money that a text tells, as a locale has it';
+
 CREATE FUNCTION fingerprint(locale text) RETURNS text
 	AS 'MODULE_PATHNAME', 'qbgl_fingerprint' LANGUAGE C STABLE STRICT PARALLEL SAFE;
 COMMENT ON FUNCTION fingerprint IS 'what tells the installed order of a locale from any other';

@@ -116,25 +116,6 @@ qbgl_compare(PG_FUNCTION_ARGS)
 	PG_RETURN_INT32(result);
 }
 
-/*
- * Ensure that a text could be brought into the other case. A database without
- * an encoding may have any bytes.
- */
-static void
-CheckCase(QbglLocale *locale, const LocaleText *in, int size)
-{
-	int offset = 0;
-	int length;
-
-	if (size >= 0)
-		return;
-	while (offset < in->length &&
-		   (length = gl_mblen(locale->handle, in->bytes + offset, in->length - offset)) >= 0)
-		offset += Max(length, 1);
-	RefuseText(BAD_BYTES, in->bytes, in->length, offset, locale->handle->codeset_name[GL_CAT_CTYPE],
-			   NULL);
-}
-
 static text *
 ChangeCase(QbglLocale *locale, const text *source,
 		   int (*change)(gl_locale *, char *, int, const char *, int))
@@ -149,7 +130,9 @@ ChangeCase(QbglLocale *locale, const text *source,
 	room = gl_case_conv_outbuflen(locale->handle, in.length);
 	out = palloc(Max(room, 1));
 	size = change(locale->handle, out, room, in.bytes, in.length);
-	CheckCase(locale, &in, size);
+	/* A database without an encoding may have any bytes. */
+	if (size < 0)
+		RefuseBadText(locale, in.bytes, in.length);
 	result = FromLocale(locale, out, size);
 	FreeLocaleText(&in);
 	pfree(out);

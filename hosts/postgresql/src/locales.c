@@ -392,7 +392,7 @@ UseLocale(const char *name)
 	return locale;
 }
 
-/* What UseLocaleArgument keeps. */
+/* What LoadLocaleArgument keeps. */
 typedef struct LastLocale
 {
 	QbglLocale *locale;
@@ -401,7 +401,7 @@ typedef struct LastLocale
 } LastLocale;
 
 QbglLocale *
-UseLocaleArgument(FmgrInfo *flinfo, const text *name)
+LoadLocaleArgument(FmgrInfo *flinfo, const text *name)
 {
 	LastLocale *last = flinfo->fn_extra;
 	const char *bytes = VARDATA_ANY(name);
@@ -410,20 +410,26 @@ UseLocaleArgument(FmgrInfo *flinfo, const text *name)
 
 	if (last != NULL && last->length == length && memcmp(last->name, bytes, length) == 0 &&
 		last->locale->directory_generation == qbgl_directory_generation)
-	{
-		CheckOrder(last->locale);
 		return last->locale;
-	}
 	copy = text_to_cstring(name);
 	if (last == NULL)
 		last = flinfo->fn_extra = MemoryContextAllocZero(flinfo->fn_mcxt, sizeof *last);
 	last->length = -1;
-	last->locale = UseLocale(copy);
+	last->locale = LoadLocale(copy);
 	/* A name that has led to a locale is a short one. */
 	memcpy(last->name, bytes, length);
 	last->length = length;
 	pfree(copy);
 	return last->locale;
+}
+
+QbglLocale *
+UseLocaleArgument(FmgrInfo *flinfo, const text *name)
+{
+	QbglLocale *locale = LoadLocaleArgument(flinfo, name);
+
+	CheckOrder(locale);
+	return locale;
 }
 
 const char *
@@ -606,4 +612,16 @@ FromLocale(QbglLocale *locale, const char *bytes, int length)
 				   locale->handle->codeset_name[GL_CAT_CTYPE], ServerCodeset());
 	SET_VARSIZE(result, out - (char *) result);
 	return result;
+}
+
+void
+RefuseBadText(QbglLocale *locale, const char *bytes, int length)
+{
+	int offset = 0;
+	int character;
+
+	while (offset < length &&
+		   (character = gl_mblen(locale->handle, bytes + offset, length - offset)) >= 0)
+		offset += Max(character, 1);
+	RefuseText(BAD_BYTES, bytes, length, offset, locale->handle->codeset_name[GL_CAT_CTYPE], NULL);
 }

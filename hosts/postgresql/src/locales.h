@@ -71,7 +71,8 @@ extern QbglLocale *UseLocale(const char *name);
 /* LoadLocale, or NULL for a name that no locale goes by. */
 extern QbglLocale *FindLocale(const char *name);
 
-/* UseLocale for an argument of a function, which remembers the last one in fn_extra. */
+/* LoadLocale and UseLocale for an argument of a function, which remembers the last one in fn_extra. */
+extern QbglLocale *LoadLocaleArgument(FmgrInfo *flinfo, const text *name);
 extern QbglLocale *UseLocaleArgument(FmgrInfo *flinfo, const text *name);
 
 /* Raised when what is remembered or required may have become another. */
@@ -119,6 +120,10 @@ IsInServerCodeset(QbglLocale *locale)
  */
 extern void ToLocale(QbglLocale *locale, const char *bytes, int length, LocaleText *result);
 extern text *FromLocale(QbglLocale *locale, const char *bytes, int length);
+
+/* Raises the first bytes of a text in a locale's codeset that are no character. */
+extern void RefuseBadText(QbglLocale *locale, const char *bytes, int length)
+	pg_attribute_noreturn();
 
 static inline void
 FreeLocaleText(LocaleText *text)

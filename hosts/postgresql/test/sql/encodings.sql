@@ -23,6 +23,9 @@ CREATE INDEX ON words USING hash (utf8);
 SELECT string_agg(own::text, ' ' ORDER BY own) AS own, string_agg(utf8::text, ' ' ORDER BY utf8) AS utf8,
        string_agg(own::text, ' ') FILTER (WHERE own LIKE 'c%') AS c, count(*) FILTER (WHERE utf8 = 'Žižka' AND own = 'Žižka') AS one FROM words;
 RESET search_path;
+SELECT qbgl.strftime('%A %e. %B', date '2024-10-13', 'cs_CZ.utf8') AS written, qbgl.strptime('13. ŘÍJNA', '%d. %B', 'cs_CZ.8859-2')::date AS read,
+       qbgl.money_value(qbgl.money(12345.6, 'cs_CZ.utf8'), 'cs_CZ.8859-2') AS amount;
+SELECT qbgl.money(1, 'fr_FR.utf8');
 -- Offsets are those of the bytes that were given.
 SELECT qbgl.convert_to('áéŽ', '8859-1');
 SELECT qbgl.convert_from('\x41936E', 'sjis');
@@ -42,6 +45,7 @@ SELECT qbgl.convert_from('\xC8819296', 'cp037') AS ebcdic, qbgl.convert_to('Ži�
        qbgl.key('Žižka', 'cs_CZ.utf8') = :'utf8_key' AS utf8_key, qbgl.compare(E'\xFF', 'z', 'cs_CZ.utf8') AS no_character;
 SELECT qbgl.convert_to(E'a\xFF', '8859-2');
 SELECT qbgl.upper(E'a\xFF', 'cs_CZ.utf8');
+SELECT qbgl.strftime(E'%F\xFF', date '2024-12-24', 'cs_CZ.utf8');
 
 \c regression
 DROP DATABASE in_latin2;
