@@ -33,68 +33,27 @@ void check_format(const std::string &format) {
     if (format.find('\0') != std::string::npos) throw Error("a format has no NUL");
 }
 
-} // namespace
-
-sqlite3 *Clock::db() {
-    if (db_ != nullptr) return db_.get();
-    sqlite3 *db = nullptr;
-    const int result = sqlite3_open_v2(":memory:", &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_MEMORY, nullptr);
-    std::unique_ptr<sqlite3, int (*)(sqlite3 *)> opened(db, sqlite3_close);
-    if (result == SQLITE_NOMEM || db == nullptr) throw std::bad_alloc();
-    if (result != SQLITE_OK) throw Error(sqlite3_errmsg(db), result);
-    db_ = std::move(opened);
-    return db_.get();
+// The time in UTC of so many seconds since the beginning of 1970. False for one that a record has no room for.
+bool set_seconds(const Locale &locale, const char *seconds, gl_tm &tm) {
+    tm.gmtoff = 0;
+    return gl_mbsptime(locale.handle(), seconds, "%s", &tm) != nullptr;
 }
 
-std::optional<gl_tm> Clock::read(const sqlite3_value *time) {
-    if (!parts_) parts_.emplace(db(), "SELECT strftime('%%Y %%m %%d %%H %%M %%S %%j %%w', ?1)");
-    parts_->begin(time);
-    parts_->step();
-    gl_tm tm{};
-    int year = 0, month = 0, yday = 0;
-    if (std::sscanf(parts_->text(0).c_str(), "%d %d %d %d %d %d %d %d", &year, &month, &tm.mday, &tm.hour, &tm.min, &tm.sec, &yday,
-                    &tm.wday) != 8)
-        return std::nullopt;
-    tm.year = year - 1900;
-    tm.mon = tm.monname = month - 1;
-    tm.yday = yday - 1;
-    return tm;
-}
-
-std::string Clock::write(const gl_tm &time) {
-    constexpr int FIRST_YEAR = 0, LAST_YEAR = 9999;
-    const int64_t year = int64_t{time.year} + 1900;
-    std::string text;
-    if (year >= FIRST_YEAR && year <= LAST_YEAR) {
-        // A leap second counts on.
-        Statement sum(db(), "SELECT datetime('%04d-%02d-%02d %02d:%02d:00', '%+d seconds')", static_cast<int>(year), time.mon + 1,
-                      time.mday, time.hour, time.min, time.sec - time.gmtoff);
-        sum.step();
-        text = sum.text(0);
+std::string iso_text(const Locale &locale, gl_tm tm) {
+    char text[64];
+    bool fits = true;
+    if (tm.gmtoff != 0 || tm.sec == 60) { // a leap second counts on
+        gl_mbsftime(locale.handle(), text, sizeof text, "%s", &tm);
+        fits = set_seconds(locale, text, tm);
     }
-    if (text.empty() || text[0] == '-') throw Error("SQLite has the years 0 to 9999");
-    return text;
+    const int64_t year = int64_t{tm.year} + 1900;
+    if (!fits || year < 0 || year > 9999) throw Error("SQLite has the years 0 to 9999");
+    return {text, static_cast<size_t>(std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", static_cast<int>(year),
+                                                    tm.mon + 1, tm.mday, tm.hour, tm.min, tm.sec))};
 }
 
-std::string write_time(const Locale &locale, const std::string &format, const gl_tm &time) {
-    check_format(format);
-    return grown(
-        locale, [&](char *out, int room) { return gl_mbsftime(locale.handle(), out, room, format.c_str(), &time); },
-        [&](int number) {
-            if (number != GL_EINVAL) throw Error(locale.name() + ": " + gl_strerror(number));
-            throw Error(quoted(format) + " has a conversion that there is not, or the calendar of " + locale.name() +
-                        " has no such date");
-        });
-}
-
-gl_tm read_time(const Locale &locale, const std::string &text, const std::string &format) {
-    check_format(format);
-    gl_tm tm{};
-    tm.year = 2000 - 1900;
-    tm.mday = 1;
-    gl_clear_errno(locale.handle());
-    const char *const end = gl_mbsptime(locale.handle(), text.c_str(), format.c_str(), &tm);
-    if (end == text.data() + text.size()) return tm;
+// What of a text could not be read; `end` is where the reading ended, or null.
+[[noreturn]] void refuse_time(const Locale &locale, const std::string &text, const std::string &format, const char *end) {
     const int number = end != nullptr ? GL_EILSEQ : gl_errno(locale.handle());
     if (number == GL_EINVAL) throw Error(quoted(format) + " has a conversion that there is not");
     if (number == GL_ERANGE)
@@ -104,6 +63,48 @@ gl_tm read_time(const Locale &locale, const std::string &text, const std::string
     const std::string of_format = " as " + quoted(format) + " has it in " + locale.name();
     if (end == nullptr) throw Error(quoted(text) + " is no time" + of_format);
     throw Error("a time" + of_format + " ends" + place(text, static_cast<size_t>(end - text.data())) + " of " + quoted(text));
+}
+
+} // namespace
+
+void Clock::open() {
+    sqlite3 *db = nullptr;
+    const int result = sqlite3_open_v2(":memory:", &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_MEMORY, nullptr);
+    db_.reset(db);
+    if (result == SQLITE_NOMEM || db == nullptr) throw std::bad_alloc();
+    if (result != SQLITE_OK) throw Error(sqlite3_errmsg(db), result);
+    seconds_.emplace(db, "SELECT strftime('%%s', ?1)");
+}
+
+std::string Clock::seconds(const sqlite3_value *time) {
+    if (!seconds_) open();
+    seconds_->begin(time);
+    seconds_->step();
+    return seconds_->text(0);
+}
+
+std::string write_time(const Locale &locale, const std::string &format, const std::string &seconds) {
+    check_format(format);
+    gl_tm tm{};
+    if (!set_seconds(locale, seconds.c_str(), tm)) throw Error(locale.name() + ": " + gl_strerror(gl_errno(locale.handle())));
+    return grown(
+        locale, [&](char *out, int room) { return gl_mbsftime(locale.handle(), out, room, format.c_str(), &tm); },
+        [&](int number) {
+            if (number != GL_EINVAL) throw Error(locale.name() + ": " + gl_strerror(number));
+            throw Error(quoted(format) + " has a conversion that there is not, or the calendar of " + locale.name() +
+                        " has no such date");
+        });
+}
+
+std::string read_time(const Locale &locale, const std::string &text, const std::string &format) {
+    check_format(format);
+    gl_tm tm{};
+    tm.year = 2000 - 1900;
+    tm.mday = 1;
+    gl_clear_errno(locale.handle());
+    const char *const end = gl_mbsptime(locale.handle(), text.c_str(), format.c_str(), &tm);
+    if (end != text.data() + text.size()) refuse_time(locale, text, format, end);
+    return iso_text(locale, tm);
 }
 
 std::string write_money(const Locale &locale, const std::string &decimal, const std::string &format) {

@@ -94,14 +94,12 @@ void convert(const Call &call) {
 }
 
 void format_time(const Call &call) {
-    const std::optional<gl_tm> time = call.connection().clock.read(call.value(1));
-    if (!time) throw Error(quoted(call.bytes(1)) + " is no time: such as 2024-12-24 18:00");
-    call.text(write_time(call.any_locale(2), call.string(0), *time));
+    const std::string seconds = call.connection().clock.seconds(call.value(1));
+    if (seconds.empty()) throw Error(quoted(call.bytes(1)) + " is no time: such as 2024-12-24 18:00");
+    call.text(write_time(call.any_locale(2), call.string(0), seconds));
 }
 
-void parse_time(const Call &call) {
-    call.text(call.connection().clock.write(read_time(call.any_locale(2), call.string(0), call.string(1))));
-}
+void parse_time(const Call &call) { call.text(read_time(call.any_locale(2), call.string(0), call.string(1))); }
 
 void money(const Call &call) { call.text(write_money(call.any_locale(1), call.decimal(0), call.has(2) ? call.string(2) : "%n")); }
 
