@@ -18,7 +18,7 @@ template <class Unit> class Sink {
         const int terminator = IS_WIDE ? 1 : locale->ctype.codeset_table->min_length;
         full_ = room < terminator;
         end_ = full_ ? out : out + (room - terminator);
-        if (!full_) memset(static_cast<void *>(out), 0, static_cast<size_t>(terminator) * sizeof(Unit));
+        for (int i = 0; i < terminator && !full_; ++i) out[i] = Unit{};
     }
 
     bool full() const { return full_; }
@@ -50,7 +50,8 @@ template <class Unit> class Sink {
     }
     bool ascii(const char *text, int length) {
         if ((IS_WIDE || plain_) && end_ - at_ >= length && !full_) {
-            at_ = std::transform(text, text + length, at_, [](char c) { return static_cast<Unit>(static_cast<uint8_t>(c)); });
+            for (int i = 0; i < length; ++i) at_[i] = static_cast<Unit>(static_cast<uint8_t>(text[i]));
+            at_ += length;
             return true;
         }
         for (; length > 0; --length)
@@ -81,31 +82,23 @@ template <class Unit> class Sink {
         at_ = std::copy_n(from, count, at_);
         return true;
     }
-    // A run of whole characters.
-    bool run(Text<Unit> &from, const Unit *to) {
-        const auto count = to - from.at();
-        if (count <= end_ - at_ && !full_) {
-            at_ = std::copy_n(from.at(), count, at_);
-            from.go_to(to);
-            return true;
-        }
-        while (from.at() < to) {
-            const Unit *character = from.at();
-            gl_wchar wc;
-            if (!from.peek(wc)) return false;
-            from.advance();
-            if (!units(character, static_cast<int>(from.at() - character))) return false;
-        }
-        return true;
+    // The ASCII characters of a format before its next "%", as far as they fit.
+    void plain(Text<Unit> &format) {
+        if (!(IS_WIDE || plain_) || full_) return;
+        const Unit *from = format.at();
+        while (at_ != end_ && format.value_of(*from) - 1 < 0x7F && *from != '%') *at_++ = *from++;
+        format.go_to(from);
     }
     // A text of the locale's.
     bool text(const char *from, Letters letters = Letters::AS_THEY_ARE) {
         if (from == nullptr) return true;
         if constexpr (!IS_WIDE)
-            if (letters == Letters::AS_THEY_ARE && plain_) {
-                const size_t length = strlen(from);
-                if (length <= static_cast<size_t>(end_ - at_) && !full_) {
-                    memcpy(at_, from, length);
+            if (letters == Letters::AS_THEY_ARE && plain_ && !full_) {
+                // Names are short.
+                const auto room = static_cast<size_t>(end_ - at_);
+                size_t length = 0;
+                for (; length < room && from[length] != '\0'; ++length) at_[length] = from[length];
+                if (from[length] == '\0') {
                     at_ += length;
                     return true;
                 }

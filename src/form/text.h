@@ -33,7 +33,9 @@ template <> class Text<char> {
     const char *at() const { return at_; }
     int length() const { return length_; }
     void go_to(const char *at) { at_ = at; }
+    // Whether a unit below 80 at the beginning of a character is that of ASCII.
     bool is_plain() const { return plain_; }
+    static gl_wchar value_of(char unit) { return static_cast<uint8_t>(unit); }
 
   private:
     static constexpr int LONGEST = 4;
@@ -54,13 +56,31 @@ template <> class Text<gl_wchar> {
     void advance() { at_ += *at_ != 0; }
 
     const gl_wchar *at() const { return at_; }
+    int length() const { return *at_ != 0; }
     void go_to(const gl_wchar *at) { at_ = at; }
+    static constexpr bool is_plain() { return true; }
+    static gl_wchar value_of(gl_wchar unit) { return unit; }
 
   private:
     const gl_wchar *at_;
 };
 
 constexpr bool is_digit(gl_wchar wc) { return wc - '0' <= 9; }
+
+// The digits at the position, at most so many: how many there are, and their value.
+template <class Unit, class Value> inline int take_digits(Text<Unit> &text, int most, Value &value) {
+    int count = 0;
+    value = 0;
+    const auto add = [&](gl_wchar digit) { value = value * 10 + (digit - '0'); };
+    if (text.is_plain()) {
+        const Unit *const at = text.at();
+        for (; count < most && is_digit(text.value_of(at[count])); ++count) add(text.value_of(at[count]));
+        text.go_to(at + count);
+        return count;
+    }
+    for (gl_wchar wc; count < most && text.peek(wc) && is_digit(wc); ++count, text.advance()) add(wc);
+    return count;
+}
 
 // The number of the digits at the position, INT32_MAX for any that is larger; 0 without one.
 template <class Unit> bool take_width(Text<Unit> &text, int32_t &width) {

@@ -38,8 +38,7 @@ class Nesting {
     int depth_ = 0, opened_ = 0;
 };
 
-// The conversion behind a "%". False with the error: GL_EINVAL for none.
-template <class Unit> bool read_conversion(gl_locale *locale, Text<Unit> &format, Conversion &found) {
+template <class Unit> [[gnu::noinline]] bool read_whole_conversion(gl_locale *locale, Text<Unit> &format, Conversion &found) {
     gl_wchar wc;
     bool any_flag = false;
     for (;; format.advance(), any_flag = true) {
@@ -80,6 +79,18 @@ template <class Unit> bool read_conversion(gl_locale *locale, Text<Unit> &format
     if (found.modifier != 0 && !takes_modifier(found.letter, found.modifier)) return fail(locale, GL_EINVAL, false);
     format.advance();
     return true;
+}
+
+// The conversion behind a "%". False with the error: GL_EINVAL for none.
+template <class Unit> inline bool read_conversion(gl_locale *locale, Text<Unit> &format, Conversion &found) {
+    // Most have nothing but their letter.
+    gl_wchar wc;
+    if (format.peek(wc) && (wc | 0x20) - 'a' < 26 && wc != 'E' && wc != 'O' && wc != 'Q') {
+        found.letter = static_cast<char>(wc);
+        format.advance();
+        return true;
+    }
+    return read_whole_conversion(locale, format, found);
 }
 
 } // namespace qbgl

@@ -9,7 +9,8 @@ namespace qbgl {
 constexpr int64_t floor_div(int64_t value, int64_t by) { return value / by - (value % by < 0); }
 constexpr int64_t floor_mod(int64_t value, int64_t by) { return value - floor_div(value, by) * by; }
 
-constexpr bool is_leap(int64_t year) { return is_leap_year(static_cast<int32_t>(floor_mod(year, 400))); }
+// Whole cycles of 400 years bring the last ones into 32 bits, whose division is quick.
+constexpr bool is_leap(int64_t year) { return is_leap_year(static_cast<int32_t>(year > INT32_MAX ? year - 2000 : year)); }
 constexpr int32_t days_of_month(int64_t year, int32_t mon) {
     return _gl_greg_month_length[static_cast<size_t>(mon)] + (mon == 1 && is_leap(year));
 }
@@ -29,6 +30,12 @@ constexpr int64_t epoch_day(int64_t year, int32_t mon, int32_t mday) {
 constexpr int32_t weekday_of(int64_t epoch_day) {
     constexpr int THURSDAY = 4;
     return static_cast<int32_t>(floor_mod(epoch_day + THURSDAY, 7));
+}
+
+constexpr int32_t weekday_of(int64_t year, int32_t mon, int32_t mday) {
+    if (year > 0 && year < 10'000)
+        return static_cast<int32_t>(gregorian_day({static_cast<int32_t>(year), mon, mday})) % DAYS_IN_WEEK;
+    return weekday_of(epoch_day(year, mon, mday));
 }
 
 struct YearAndDay {

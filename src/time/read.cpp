@@ -45,19 +45,21 @@ template <class Unit> class DateReader {
 
     const Unit *at() const { return text_.at(); }
 
-    template <class FormatUnit> bool read(Text<FormatUnit> format) {
+    template <class FormatUnit> bool read(Text<FormatUnit> &format) {
         for (gl_wchar wc;;) {
             if (!format.peek(wc)) return fail(locale_, GL_EILSEQ, false);
             if (wc == 0) return true;
-            format.advance();
             if (wc == '%') {
+                format.advance();
                 Conversion conversion;
                 if (!read_conversion(locale_, format, conversion) || !convert(conversion)) return false;
-            } else if (is_blank(wc)) {
-                skip_blanks();
-            } else if (!take(wc)) {
-                return mismatch();
+                continue;
             }
+            if (is_blank(wc))
+                skip_blanks();
+            else if (!take_same(format) && !take(wc))
+                return mismatch();
+            format.advance();
         }
     }
 
@@ -90,6 +92,17 @@ template <class Unit> class DateReader {
     }
     void skip_blanks() {
         for (gl_wchar wc; text_.peek(wc) && wc != 0 && is_blank(wc);) text_.advance();
+    }
+    // The units of the character that the format has.
+    template <class FormatUnit> bool take_same(const Text<FormatUnit> &format) {
+        if constexpr (sizeof(FormatUnit) == sizeof(Unit)) {
+            const Unit *const at = text_.at();
+            for (int i = 0; i < format.length(); ++i)
+                if (at[i] != format.at()[i]) return false;
+            text_.go_to(at + format.length());
+            return true;
+        }
+        return false;
     }
     bool take(gl_wchar expected) {
         gl_wchar wc;
@@ -157,15 +170,21 @@ template <class Unit> class DateReader {
     }
     bool nested(const char *format, const Conversion &one) {
         if (format == nullptr) return true;
-        return nested_as(Text<char>(locale_, format), gregorian_ || one.gregorian);
+        Text<char> text(locale_, format);
+        return nested_as(text, gregorian_ || one.gregorian);
     }
     bool fixed(const char *format) {
+        if (has_plain_ascii(locale_)) {
+            Text<char> text(locale_, format);
+            return nested_as(text, true);
+        }
         gl_wchar wide[16];
         const size_t length = strlen(format);
         std::transform(format, format + length + 1, wide, [](char c) { return static_cast<uint8_t>(c); });
-        return nested_as(Text<gl_wchar>(locale_, wide), true);
+        Text<gl_wchar> text(locale_, wide);
+        return nested_as(text, true);
     }
-    template <class FormatUnit> bool nested_as(Text<FormatUnit> format, bool gregorian) {
+    template <class FormatUnit> bool nested_as(Text<FormatUnit> &format, bool gregorian) {
         if (!nesting_.enter()) return refuse();
         const bool before = gregorian_;
         gregorian_ = gregorian;
@@ -212,23 +231,22 @@ template <class Unit> class DateReader {
     }
 
     // Digits, at most so many. False without one.
-    bool digits(int most, int64_t &value) {
-        value = 0;
-        int count = 0;
-        for (gl_wchar wc; count < most && text_.peek(wc) && is_digit(wc); ++count, text_.advance()) value = value * 10 + (wc - '0');
-        return count > 0;
-    }
+    template <class Value> bool digits(int most, Value &value) { return take_digits(text_, most, value) > 0; }
 
     bool number(const Conversion &one, int32_t least, int32_t most, int digits_of_most, int32_t &value, int32_t add = 0) {
         skip_blanks();
-        int32_t alternative;
-        int64_t found;
-        if (one.modifier == 'O' && longest_word(info_.alt_digit_names, alternative))
-            found = alternative;
-        else if (!digits(one.width > digits_of_most ? std::min(one.width, MOST_DIGITS) : digits_of_most, found))
-            return mismatch();
+        int32_t found;
+        if (one.modifier != 'O' || !longest_word(info_.alt_digit_names, found)) {
+            if (one.width > digits_of_most) {
+                int64_t any;
+                if (!digits(std::min(one.width, MOST_DIGITS), any)) return mismatch();
+                found = any > INT32_MAX ? INT32_MAX : static_cast<int32_t>(any);
+            } else if (!digits(digits_of_most, found)) {
+                return mismatch();
+            }
+        }
         if (found < least || found > most) return mismatch();
-        value = static_cast<int32_t>(found) + add;
+        value = found + add;
         return true;
     }
 
@@ -236,8 +254,8 @@ template <class Unit> class DateReader {
     bool year(const Conversion &one, int32_t &value) {
         skip_blanks();
         const bool negative = take('-'), positive = !negative && take('+');
-        int most = one.width > YEAR_DIGITS ? std::min(one.width, MOST_DIGITS) : YEAR_DIGITS;
-        if (negative || positive) most = 10;
+        if (!negative && !positive && one.width <= YEAR_DIGITS) return digits(YEAR_DIGITS, value) || mismatch();
+        const int most = negative || positive ? 10 : std::min(one.width, MOST_DIGITS);
         int64_t found;
         if (!digits(most, found)) return mismatch();
         if (negative) found = -found;
@@ -406,7 +424,7 @@ template <class Unit> class DateReader {
         tm.mon = tm.monname = mon;
         tm.mday = mday;
         tm.yday = day_of_year(year, mon, mday);
-        tm.wday = weekday_of(epoch_day(year, mon, mday));
+        tm.wday = weekday_of(year, mon, mday);
         return true;
     }
     static bool set_day(gl_tm &tm, int64_t day) {
@@ -481,7 +499,8 @@ template <class Unit> const Unit *read_date(gl_locale *locale, const Unit *text,
     if (text == nullptr || format == nullptr || tm == nullptr) return fail<const Unit *>(locale, GL_ENULLPTR, nullptr);
     if (locale->time_more == nullptr) return fail<const Unit *>(locale, GL_ENODATA, nullptr);
     DateReader<Unit> reader(locale, text);
-    return reader.read(Text<Unit>(locale, format)) && reader.finish(*tm) ? reader.at() : nullptr;
+    Text<Unit> formatting(locale, format);
+    return reader.read(formatting) && reader.finish(*tm) ? reader.at() : nullptr;
 }
 
 } // namespace

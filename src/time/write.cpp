@@ -22,18 +22,18 @@ template <class Unit> class DateWriter {
         : locale_(locale), info_(locale->time), more_(*locale->time_more), tm_(tm), sink_(locale, out, room),
           own_calendar_(info_.calendar != GREGORIAN) {}
 
-    template <class FormatUnit> bool write(Text<FormatUnit> format) {
-        gl_wchar wc;
-        for (;;) {
-            if constexpr (sizeof(FormatUnit) == sizeof(Unit))
-                if (!copy_literals(format)) return false;
+    template <class FormatUnit> bool write(Text<FormatUnit> &format) {
+        for (gl_wchar wc;;) {
+            if constexpr (IS_SAME<FormatUnit>)
+                if (!upper_) sink_.plain(format);
             if (!format.peek(wc)) return fail(locale_, GL_EILSEQ, false);
             if (wc == 0) return true;
-            format.advance();
             if (wc != '%') {
-                if (!sink_.character(upper_ ? sink_.upper(wc) : wc)) return false;
+                if (!literal(format, wc)) return false;
+                format.advance();
                 continue;
             }
+            format.advance();
             Conversion conversion;
             if (!read_conversion(locale_, format, conversion) || !convert(conversion)) return false;
         }
@@ -45,16 +45,12 @@ template <class Unit> class DateWriter {
     }
 
   private:
-    // What stands before the next "%" or the end.
-    bool copy_literals(Text<Unit> &format) {
-        if (upper_) return true;
-        Text<Unit> end = format;
-        gl_wchar wc;
-        for (;; end.advance()) {
-            if (!end.peek(wc)) break; // told when it is met
-            if (wc == '%' || wc == 0) break;
-        }
-        return end.at() == format.at() || sink_.run(format, end.at());
+    template <class FormatUnit> static constexpr bool IS_SAME = sizeof(FormatUnit) == sizeof(Unit);
+
+    template <class FormatUnit> bool literal(const Text<FormatUnit> &format, gl_wchar wc) {
+        if constexpr (IS_SAME<FormatUnit>)
+            if (!upper_) return sink_.units(format.at(), format.length());
+        return sink_.character(upper_ ? sink_.upper(wc) : wc);
     }
 
     bool refuse() { return fail(locale_, GL_EINVAL, false); }
@@ -272,16 +268,22 @@ template <class Unit> class DateWriter {
     }
 
     bool fixed(const Conversion &one, const char *format) {
-        if (has_plain_ascii(locale_)) return nested_as(one, Text<char>(locale_, format), true);
+        if (has_plain_ascii(locale_)) {
+            Text<char> text(locale_, format);
+            return nested_as(one, text, true);
+        }
         gl_wchar wide[16];
         const size_t length = strlen(format);
         std::transform(format, format + length + 1, wide, [](char c) { return static_cast<uint8_t>(c); });
-        return nested_as(one, Text<gl_wchar>(locale_, wide), true);
+        Text<gl_wchar> text(locale_, wide);
+        return nested_as(one, text, true);
     }
     bool nested(const Conversion &one, const char *format) {
-        return format == nullptr || nested_as(one, Text<char>(locale_, format), one.gregorian || gregorian_);
+        if (format == nullptr) return true;
+        Text<char> text(locale_, format);
+        return nested_as(one, text, one.gregorian || gregorian_);
     }
-    template <class FormatUnit> bool nested_as(const Conversion &one, Text<FormatUnit> format, bool gregorian) {
+    template <class FormatUnit> bool nested_as(const Conversion &one, Text<FormatUnit> &format, bool gregorian) {
         if (!nesting_.enter()) return refuse();
         const bool upper = upper_, was_gregorian = gregorian_;
         const int start = sink_.length();
@@ -306,8 +308,10 @@ template <class Unit> class DateWriter {
         char *const end = room + sizeof room;
         char *begin = end;
         uint64_t rest = value < 0 ? uint64_t{0} - static_cast<uint64_t>(value) : static_cast<uint64_t>(value);
-        do *--begin = static_cast<char>('0' + rest % 10);
-        while ((rest /= 10) != 0);
+        for (; rest > UINT32_MAX; rest /= 10) *--begin = static_cast<char>('0' + rest % 10);
+        auto low = static_cast<uint32_t>(rest);
+        do *--begin = static_cast<char>('0' + low % 10);
+        while ((low /= 10) != 0);
         const int sign = value < 0, length = static_cast<int>(end - begin) + sign;
         const int64_t fill = int64_t{pad == '-' ? one.width : std::max<int32_t>(one.width, digits)} - length;
         const bool zeros = pad == '0' || pad == '+';
@@ -333,7 +337,8 @@ template <class Unit> int write_date(gl_locale *locale, Unit *out, int room, con
     if (out == nullptr || format == nullptr || tm == nullptr) return fail(locale, GL_ENULLPTR, -1);
     if (locale->time_more == nullptr) return fail(locale, GL_ENODATA, -1);
     DateWriter<Unit> writer(locale, out, room, *tm);
-    const bool written = writer.write(Text<Unit>(locale, format));
+    Text<Unit> text(locale, format);
+    const bool written = writer.write(text);
     return writer.finish(room, written);
 }
 
