@@ -7,18 +7,43 @@
 
 namespace qbgl {
 
+namespace {
+
+struct DigitPairs {
+    char pairs[200];
+    constexpr DigitPairs() : pairs() {
+        for (int i = 0; i < 100; ++i) {
+            pairs[2 * i] = static_cast<char>('0' + i / 10);
+            pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+        }
+    }
+};
+constexpr DigitPairs DIGITS;
+
+char *put_pair(char *end, uint32_t pair) {
+    end[-2] = DIGITS.pairs[2 * pair];
+    end[-1] = DIGITS.pairs[2 * pair + 1];
+    return end - 2;
+}
+
+} // namespace
+
+char *decimal(char *end, uint32_t value) {
+    for (; value >= 100; value /= 100) end = put_pair(end, value % 100);
+    if (value >= 10) return put_pair(end, value);
+    *--end = static_cast<char>('0' + value);
+    return end;
+}
+
 // Numbers of more than 32 bits go in pieces that divide quickly.
 char *decimal(char *end, uint64_t value) {
     while (value > UINT32_MAX) {
-        constexpr uint32_t PIECE = 1'000'000'000;
+        constexpr uint32_t PIECE = 100'000'000;
         auto rest = static_cast<uint32_t>(value % PIECE);
         value /= PIECE;
-        for (int i = 0; i < 9; ++i, rest /= 10) *--end = static_cast<char>('0' + rest % 10);
+        for (int i = 0; i < 4; ++i, rest /= 100) end = put_pair(end, rest % 100);
     }
-    auto low = static_cast<uint32_t>(value);
-    do *--end = static_cast<char>('0' + low % 10);
-    while ((low /= 10) != 0);
-    return end;
+    return decimal(end, static_cast<uint32_t>(value));
 }
 
 namespace {
@@ -28,6 +53,14 @@ char *by_bits(char *end, uint64_t value, unsigned bits, const char *digits) {
     while ((value >>= bits) != 0);
     return end;
 }
+
+} // namespace
+
+char *hexadecimal(char *end, uint64_t value, bool upper) {
+    return by_bits(end, value, 4, upper ? "0123456789ABCDEF" : "0123456789abcdef");
+}
+
+namespace {
 
 void put_sign(Number &number, const Conversion &conversion, bool negative) {
     if (negative)
@@ -48,7 +81,7 @@ Number integer_number(const Conversion &conversion, uint64_t magnitude, bool neg
         if (letter == 'o')
             begin = by_bits(end, magnitude, 3, "01234567");
         else if (letter == 'x' || letter == 'X')
-            begin = by_bits(end, magnitude, 4, letter == 'x' ? "0123456789abcdef" : "0123456789ABCDEF");
+            begin = hexadecimal(end, magnitude, letter == 'X');
         else
             begin = decimal(end, magnitude);
     }

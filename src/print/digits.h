@@ -26,8 +26,10 @@ struct Number {
 // Room for the digits of an integer in any base from 8 on.
 using IntegerText = char[24];
 
-// Writes decimal digits before `end`, and returns where they begin.
+// Write digits before `end`, and return where they begin.
+char *decimal(char *end, uint32_t value);
 char *decimal(char *end, uint64_t value);
+char *hexadecimal(char *end, uint64_t value, bool upper);
 
 // The parts of an integer; the conversion's letter is one of "diouxX", its precision is negative where there is none.
 Number integer_number(const Conversion &conversion, uint64_t magnitude, bool negative, IntegerText &room);

@@ -112,8 +112,21 @@ inline unsigned printing_flag(gl_wchar wc) {
     }
 }
 
+// Whether a letter behind a "%" is the whole conversion.
+inline bool is_conversion(gl_wchar wc) {
+    constexpr auto bit = [](char letter) { return 1U << (letter - 'a'); };
+    constexpr unsigned LETTERS = bit('d') | bit('i') | bit('u') | bit('x') | bit('o') | bit('s') | bit('c') | bit('p') | bit('f') |
+                                 bit('e') | bit('g') | bit('a');
+    return wc - 'a' < 26 && (LETTERS >> (wc - 'a') & 1) != 0;
+}
+
 // Reads a conversion of printing behind its "%". 0, or the number of what is wrong.
 template <class Text> int read_conversion(FormatReader<Text> &in, Conversion &conversion) {
+    if (is_conversion(in.value())) {
+        conversion.letter = in.value();
+        in.advance();
+        return 0;
+    }
     Amount &width = conversion.width, &precision = conversion.precision;
     bool has_width = false;
     if (in.is_digit() && in.value() != '0') {

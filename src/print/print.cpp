@@ -54,6 +54,14 @@ template <class Text> class Printer {
     int written(const Unit *out) const { return sink_.written(out); }
 
   private:
+    // By the positions of all arguments.
+    [[gnu::noinline]] int print_positioned(const Unit *format) {
+        PositionedArguments collected;
+        collected_ = &collected;
+        const int error = collect(format);
+        return error == 0 ? print_all(format) : error;
+    }
+
     int print_all(const Unit *format) {
         FormatReader<Text> in(text_, format);
         for (bool first = true;;) {
@@ -69,10 +77,7 @@ template <class Text> class Printer {
             }
             Conversion conversion;
             if (const int error = read_conversion(in, conversion); error != 0) return error;
-            if (first && conversion.position != 0) {
-                positioned_ = true;
-                if (const int error = collect(begin); error != 0) return error;
-            }
+            if (first && conversion.position != 0 && collected_ == nullptr) return print_positioned(begin);
             first = false;
             if (const int error = convert(conversion); error != 0) return error;
         }
@@ -90,64 +95,103 @@ template <class Text> class Printer {
             if (const int error = read_conversion(in, conversion); error != 0) return error;
             for (const Amount *amount : {&conversion.width, &conversion.precision})
                 if (amount->is_argument)
-                    if (const int error = collected_.want(amount->position, Kind::INT); error != 0) return error;
+                    if (const int error = collected_->want(amount->position, Kind::INT); error != 0) return error;
             const Kind kind = kind_of(conversion);
             if (kind == Kind::NONE) return GL_EINVAL;
-            if (const int error = collected_.want(conversion.position, kind); error != 0) return error;
+            if (const int error = collected_->want(conversion.position, kind); error != 0) return error;
         }
-        return in.ends() ? collected_.take(arguments_) : GL_EILSEQ;
+        return in.ends() ? collected_->take(arguments_) : GL_EILSEQ;
     }
 
-    Value argument(int position, Kind kind) { return positioned_ ? collected_.at(position) : arguments_.next(kind); }
+    Value argument(int position, Kind kind) { return collected_ != nullptr ? collected_->at(position) : arguments_.next(kind); }
+    int int_argument(int position) {
+        return collected_ != nullptr ? static_cast<int>(collected_->at(position).integer) : va_arg(arguments_.list, int);
+    }
+    void *pointer_argument(int position) {
+        return collected_ != nullptr ? collected_->at(position).pointer : va_arg(arguments_.list, void *);
+    }
 
     int convert(Conversion &conversion) {
         const Kind kind = kind_of(conversion);
         if (kind == Kind::NONE) return GL_EINVAL;
-        for (const int position :
-             {conversion.position, conversion.width.is_argument ? conversion.width.position : conversion.position,
-              conversion.precision.is_argument ? conversion.precision.position : conversion.position})
-            if ((position != 0) != positioned_) return GL_EINVAL;
+        const auto fits = [this](int position) { return (position != 0) == (collected_ != nullptr); };
+        if (!fits(conversion.position) || (conversion.width.is_argument && !fits(conversion.width.position)) ||
+            (conversion.precision.is_argument && !fits(conversion.precision.position)))
+            return GL_EINVAL;
         if (conversion.width.is_argument) {
-            const auto width = static_cast<int>(argument(conversion.width.position, Kind::INT).integer);
+            const int width = int_argument(conversion.width.position);
             if (width == INT_MIN) return GL_EINVAL;
             if (width < 0) conversion.flags |= LEFT;
             conversion.width.value = width < 0 ? -width : width;
         }
         if (conversion.precision.is_argument)
-            conversion.precision.value = std::max(static_cast<int>(argument(conversion.precision.position, Kind::INT).integer), -1);
-        const Value value = argument(conversion.position, kind);
+            conversion.precision.value = std::max(int_argument(conversion.precision.position), -1);
+        const int position = conversion.position;
         switch (kind) {
         case Kind::INT:
-            if (conversion.letter == 'c' || conversion.letter == 'C') return print_character(conversion, value);
-            [[fallthrough]];
+            if (conversion.letter == 'c' || conversion.letter == 'C') return print_character(conversion, int_argument(position));
+            return print_int(conversion, int_argument(position));
         case Kind::LONG:
-        case Kind::LONG_LONG: return print_integer(conversion, kind, value.integer);
-        case Kind::DOUBLE: return print_double(conversion, value.real);
-        case Kind::LONG_DOUBLE: return print_long_double(conversion, value.long_real);
+        case Kind::LONG_LONG: return print_long(conversion, kind, argument(position, kind).integer);
+        case Kind::DOUBLE: return print_double(conversion, argument(position, kind).real);
+        case Kind::LONG_DOUBLE: return print_long_double(conversion, argument(position, kind).long_real);
         default:
-            return conversion.letter == 'p' ? print_pointer(conversion, value.pointer) : print_string(conversion, value.pointer);
+            return conversion.letter == 'p' ? print_pointer(conversion, pointer_argument(position))
+                                            : print_string(conversion, pointer_argument(position));
         }
     }
 
-    int print_integer(const Conversion &conversion, Kind kind, long long value) {
-        const bool is_signed = conversion.letter == 'd' || conversion.letter == 'i';
-        switch (conversion.length) {
-        case Length::CHAR: value = is_signed ? static_cast<signed char>(value) : static_cast<unsigned char>(value); break;
-        case Length::SHORT: value = is_signed ? static_cast<short>(value) : static_cast<unsigned short>(value); break;
-        default:
-            if (!is_signed && kind == Kind::INT) value = static_cast<unsigned>(value);
-            if (!is_signed && kind == Kind::LONG) value = static_cast<long long>(static_cast<unsigned long>(value));
-        }
-        const bool negative = is_signed && value < 0;
+    static bool is_signed(const Conversion &conversion) { return conversion.letter == 'd' || conversion.letter == 'i'; }
+
+    int print_int(const Conversion &conversion, int value) {
+        const bool with_sign = is_signed(conversion);
+        if (conversion.length == Length::CHAR)
+            value = with_sign ? static_cast<signed char>(value) : static_cast<unsigned char>(value);
+        if (conversion.length == Length::SHORT) value = with_sign ? static_cast<short>(value) : static_cast<unsigned short>(value);
+        const bool negative = with_sign && value < 0;
+        const auto bits = static_cast<unsigned>(value);
+        return print_integer(conversion, negative ? 0 - bits : bits, negative);
+    }
+    int print_long(const Conversion &conversion, Kind kind, long long value) {
+        if (!is_signed(conversion) && kind == Kind::LONG) value = static_cast<long long>(static_cast<unsigned long>(value));
+        const bool negative = is_signed(conversion) && value < 0;
         const auto bits = static_cast<uint64_t>(value);
+        return print_integer(conversion, negative ? 0 - bits : bits, negative);
+    }
+
+    template <class Magnitude> int print_integer(const Conversion &conversion, Magnitude magnitude, bool negative) {
         IntegerText room;
-        const bool groups = is_signed || conversion.letter == 'u';
-        if (groups && conversion.flags == 0 && conversion.width.value < 0 && conversion.precision.value < 0) {
-            char *const end = room + sizeof room, *begin = decimal(end, negative ? 0 - bits : bits);
-            if (negative) *--begin = '-';
-            return put({begin, static_cast<size_t>(end - begin)}) ? 0 : GL_E2BIG;
+        constexpr unsigned OTHERS = GROUPED | COLUMNS | ALTERNATE;
+        if ((conversion.flags & OTHERS) == 0 && conversion.precision.value < 0 && conversion.letter != 'o') {
+            char *const end = room + sizeof room, *begin;
+            if (conversion.letter == 'x' || conversion.letter == 'X')
+                begin = hexadecimal(end, magnitude, conversion.letter == 'X');
+            else
+                begin = decimal(end, magnitude);
+            const bool with_sign = is_signed(conversion) && (negative || (conversion.flags & (SIGN | SPACE)) != 0);
+            const char sign = negative ? '-' : (conversion.flags & SIGN) != 0 ? '+' : ' ';
+            if (put_whole(conversion, with_sign ? &sign : nullptr, begin, static_cast<int>(end - begin))) return 0;
         }
-        return print_number(conversion, integer_number(conversion, negative ? 0 - bits : bits, negative, room), groups);
+        return print_number(conversion, integer_number(conversion, magnitude, negative, room),
+                            is_signed(conversion) || conversion.letter == 'u');
+    }
+
+    // A field of ASCII characters that has its room, without asking for that at each part. False where nothing is written.
+    bool put_whole(const Conversion &conversion, const char *sign, const char *digits, int count) {
+        const int length = (sign != nullptr) + count, fill = std::max(conversion.width.value - length, 0);
+        if (sink_.unit() != 1) return false;
+        Unit *at = sink_.claim(length, fill);
+        if (at == nullptr) return false;
+        const auto repeat = [&at](char c, int times) {
+            for (; times > 0; --times) *at++ = static_cast<Unit>(c);
+        };
+        const bool left = (conversion.flags & LEFT) != 0, zeros = (conversion.flags & ZEROS) != 0;
+        if (!left && !zeros) repeat(' ', fill);
+        if (sign != nullptr) *at++ = static_cast<Unit>(*sign);
+        if (!left && zeros) repeat('0', fill);
+        for (int i = 0; i < count; ++i) *at++ = static_cast<Unit>(digits[i]);
+        if (left) repeat(' ', fill);
+        return true;
     }
 
     [[gnu::noinline]] int print_double(const Conversion &conversion, double value) {
@@ -178,7 +222,7 @@ template <class Text> class Printer {
     int64_t padding(const Conversion &conversion, const Extent &extent) const {
         const int64_t width = conversion.width.value;
         if ((conversion.flags & COLUMNS) != 0) return std::max<int64_t>(width - extent.columns, 0);
-        return std::max<int64_t>((width - extent.units) / sink_.unit(), 0);
+        return width > extent.units ? static_cast<int>(width - extent.units) / sink_.unit() : 0;
     }
 
     int print_number(const Conversion &conversion, const Number &number, bool groups) {
@@ -259,9 +303,21 @@ template <class Text> class Printer {
         return !left || fill == 0 || sink_.fill(' ', fill) ? 0 : GL_E2BIG;
     }
 
+    // A text of no other characters that has its room. False where nothing is written.
+    bool put_single_bytes(const Conversion &conversion, const char *s, int limit) {
+        const int count = text_.single_bytes(s, limit), fill = std::max(conversion.width.value - count, 0);
+        if (sink_.unit() != 1 || (count < limit && s[count] != '\0')) return false;
+        char *const at = sink_.claim(count, fill);
+        if (at == nullptr) return false;
+        const bool left = (conversion.flags & LEFT) != 0;
+        if (fill > 0) memset(left ? at + count : at, ' ', static_cast<size_t>(fill));
+        if (count > 0) memcpy(left ? at : at + fill, s, static_cast<size_t>(count));
+        return true;
+    }
+
     int print_string(const Conversion &conversion, const void *string) {
         const bool with_columns = (conversion.flags & COLUMNS) != 0;
-        const int64_t limit = conversion.precision.value >= 0 ? conversion.precision.value : INT_MAX;
+        const int limit = conversion.precision.value >= 0 ? conversion.precision.value : INT_MAX;
         if (string == nullptr) {
             constexpr char NONE[] = "(null)";
             Number text;
@@ -274,12 +330,14 @@ template <class Text> class Printer {
             return print_text(conversion, ws, sink_.measure(ws, limit, with_columns));
         }
         const auto *s = static_cast<const char *>(string);
+        if constexpr (sizeof(Unit) == 1)
+            if (!with_columns && put_single_bytes(conversion, s, limit)) return 0;
         return print_text(conversion, s, sink_.measure(s, limit, with_columns));
     }
 
-    int print_character(const Conversion &conversion, Value value) {
+    int print_character(const Conversion &conversion, int value) {
         const bool is_wide = conversion.letter == 'C' || conversion.length == Length::LONG;
-        const auto wc = is_wide ? static_cast<gl_wchar>(value.integer) : static_cast<unsigned char>(value.integer);
+        const auto wc = is_wide ? static_cast<gl_wchar>(value) : static_cast<unsigned char>(value);
         Unit units[MAX_KEY];
         Extent extent;
         if (const int error = sink_.encoded(wc, (conversion.flags & COLUMNS) != 0, units, extent); error != 0) return error;
@@ -293,8 +351,7 @@ template <class Text> class Printer {
     const Text text_;
     Sink<Text> sink_;
     ArgumentList &arguments_;
-    bool positioned_ = false;
-    PositionedArguments collected_;
+    PositionedArguments *collected_ = nullptr; // none unless they have positions
 };
 
 template <class Text, class Unit> int print(gl_locale *locale, Unit *out, int room, const Unit *format, va_list list) {

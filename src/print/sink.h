@@ -33,6 +33,14 @@ template <class Text> class SinkBase {
     int written(const Unit *begin) const { return static_cast<int>(out_ - begin); }
     void terminate() { text_.put_terminator(out_); }
 
+    // Room for two parts of so many units, which the caller fills; null where there is less left.
+    Unit *claim(int length, int more) {
+        if (length > left_ || more > left_ - length) return nullptr;
+        Unit *const begin = out_;
+        advance(length + more);
+        return begin;
+    }
+
     // False when the room ends; what fits is there.
     bool character(const Unit *s, int length) {
         if (length > left_) return false;
@@ -82,8 +90,9 @@ template <> class Sink<MultibyteText> : public SinkBase<MultibyteText> {
     }
 
     // The characters of a text of at most `limit` bytes.
-    Extent measure(const char *s, int64_t limit, bool with_columns) const {
+    Extent measure(const char *s, int limit, bool with_columns) const {
         Extent extent;
+        if (!with_columns) extent.units = text_.single_bytes(s, limit);
         while (extent.units < limit) {
             const Step step =
                 text_.step(s + extent.units, static_cast<ptrdiff_t>(std::min<int64_t>(limit - extent.units, MAX_KEY + 1)));
@@ -103,7 +112,7 @@ template <> class Sink<MultibyteText> : public SinkBase<MultibyteText> {
         for (int length; (length = text_.step(s).length) <= left_; s += length) character(s, length);
         return false;
     }
-    Extent measure(const gl_wchar *ws, int64_t limit, bool with_columns) const {
+    Extent measure(const gl_wchar *ws, int limit, bool with_columns) const {
         Extent extent;
         char bytes[MAX_KEY];
         for (; extent.units < limit && *ws != 0; ++ws) {
@@ -167,7 +176,7 @@ template <> class Sink<WideText> : public SinkBase<WideText> {
     }
 
     // At most `limit` characters.
-    Extent measure(const char *s, int64_t limit, bool with_columns) const {
+    Extent measure(const char *s, int limit, bool with_columns) const {
         Extent extent;
         const MultibyteText bytes(text_.locale());
         for (; extent.units < limit; ++extent.units) {
@@ -188,7 +197,7 @@ template <> class Sink<WideText> : public SinkBase<WideText> {
         }
         return true;
     }
-    Extent measure(const gl_wchar *ws, int64_t limit, bool with_columns) const {
+    Extent measure(const gl_wchar *ws, int limit, bool with_columns) const {
         Extent extent;
         for (; extent.units < limit && ws[extent.units] != 0; ++extent.units)
             if (with_columns) extent.columns += columns_of(text_.locale(), ws[extent.units]);

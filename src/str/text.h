@@ -43,6 +43,15 @@ class MultibyteText {
         }
         return step_slowly(at, limit);
     }
+    // How many characters of one byte the text begins with, at most so many. Nothing behind a terminator is read.
+    int single_bytes(const char *s, int limit) const {
+        int count = 0;
+        if (single_byte_)
+            while (count < limit && s[count] != '\0') ++count;
+        else if (maps_ != nullptr)
+            while (count < limit && s[count] != '\0' && maps_->single[*as_bytes(s + count)] != 0) ++count;
+        return count;
+    }
     void put_terminator(char *s) const { memset(s, 0, static_cast<size_t>(terminator_)); }
     // Whether the bytes of a character stand nowhere but where one begins.
     bool is_self_synchronising() const {
