@@ -86,11 +86,12 @@ template <class Unit> class MoneyReader {
         return is_no_break(wc);
     }
     bool is_no_break(gl_wchar wc) {
-        const char *separator = info_.mon_thousands_sep.bytes;
         if (wc == 0xC2A0 || wc == 0xE280AF || wc == 0xE28089) return true; // in UTF-8
-        Text<char> own(locale_, separator != nullptr ? separator : "");
-        gl_wchar first;
-        return wc == 0xA0 && locale_->single_byte != 0 && own.peek(first) && (first == 0xA0 || first == ' ');
+        if (wc != 0xA0 || locale_->single_byte == 0) return false;
+        const char *codeset = locale_->codeset_name[GL_CAT_MONETARY];
+        if (strncmp(codeset, "8859-", 5) == 0 || strncmp(codeset, "cp125", 5) == 0) return true;
+        const char *separator = info_.mon_thousands_sep.bytes; // another codeset may have a letter there
+        return separator != nullptr && *separator == '\xA0';
     }
     void skip_blanks() {
         for (gl_wchar wc; text_.peek(wc) && wc != 0 && is_blank(wc);) text_.advance();
