@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <optional>
@@ -88,6 +89,20 @@ std::string twelve_hour_format(const CategoryLines &lines) {
     return named ? lines.constant(U"%I:%M:%S %p") : lines.text("t_fmt");
 }
 
+// Whether every conversion of a format of dates is one: the Faroese date_fmt has "%1 ", which the platform writes as it stands.
+bool is_date_format(const std::u32string &format) {
+    constexpr const char32_t *BEFORE_LETTER = U"_-0123456789+^#EO";
+    constexpr std::u32string_view LETTERS = U"aAbBcCdDeFgGhHIjklmMnpPrRsStTuUVwWxXyYzZ%";
+    for (size_t at = 0; (at = format.find(U'%', at)) != format.npos;) {
+        const size_t letter = std::min(format.find_first_not_of(BEFORE_LETTER, at + 1), format.size());
+        const bool is_known = letter < format.size() && LETTERS.find(format[letter]) != LETTERS.npos;
+        const bool is_plus = format[letter - 1] == U'+'; // %+ itself
+        if (!is_known && !is_plus) return false;
+        at = is_known ? letter + 1 : letter;
+    }
+    return true;
+}
+
 } // namespace
 
 std::string time_section(const Definition &definition, const LocaleEncoder &encoder, const Calendars &calendars,
@@ -116,7 +131,9 @@ std::string more_of_time(const Definition &definition, const LocaleEncoder &enco
                          LocaleErrors &errors) {
     const CategoryLines lines(definition.time, definition.time_place, encoder, errors);
     std::string text;
-    for (const char *keyword : {"alt_mon", "ab_alt_mon", "date_fmt"}) text += lines.more_texts(keyword, keyword);
+    for (const char *keyword : {"alt_mon", "ab_alt_mon"}) text += lines.more_texts(keyword, keyword);
+    const Keyword *format = lines.find("date_fmt");
+    if (format != nullptr && is_date_format(format->texts().front())) text += lines.more_texts("date_fmt", "date_fmt");
     if (calendar != "gregorian") text += lines.more_texts("gregorian_mon", "mon") + lines.more_texts("gregorian_abmon", "abmon");
     const Keyword *week = lines.find("week");
     if (week != nullptr && week->operands.size() == 3) text += lines.more_numbers("week", "week");
