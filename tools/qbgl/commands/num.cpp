@@ -25,27 +25,27 @@ std::string plain(const PlainNumber &number) {
 // Writes numbers by the conventions of a locale, in UTF-8.
 class NumberWriter {
   public:
-    NumberWriter(const gl_locale &locale, NumberRules rules) {
-        const bool monetary = rules == NumberRules::MONETARY;
-        const TextView view(category_codeset(locale, monetary ? GL_CAT_MONETARY : GL_CAT_NUMERIC));
+    NumberWriter(gl_locale &locale, const NumRequest &request) {
+        if (request.monetary) {
+            amounts_.emplace(locale, request.currency == "international" ? CurrencySymbol::INTERNATIONAL : CurrencySymbol::LOCAL);
+            return;
+        }
+        const TextView view(category_codeset(locale, GL_CAT_NUMERIC));
         const gl_numeric_info &numbers = locale.numeric;
-        const gl_monetary_info &money = locale.monetary;
-        point_ = view.plain((monetary ? money.mon_decimal_point : numbers.decimal_point).bytes);
-        separator_ = view.plain((monetary ? money.mon_thousands_sep : numbers.thousands_sep).bytes);
-        negative_ = view.plain((monetary ? money.negative_sign : numbers.negative_sign).bytes);
-        const gl_grouping &grouping = monetary ? money.mon_grouping : numbers.grouping;
-        sizes_.assign(grouping.sizes, grouping.sizes + grouping.count);
-        if (monetary) money_.emplace(locale);
-        if (point_.empty()) point_ = "."; // of money without fractions
+        point_ = view.plain(numbers.decimal_point.bytes);
+        separator_ = view.plain(numbers.thousands_sep.bytes);
+        negative_ = view.plain(numbers.negative_sign.bytes);
+        sizes_.assign(numbers.grouping.sizes, numbers.grouping.sizes + numbers.grouping.count);
+        if (point_.empty()) point_ = ".";
         if (negative_.empty()) negative_ = "-";
     }
 
     std::string text(const PlainNumber &number) const {
-        const std::string fraction = money_ ? money_->fraction(number.fraction) : number.fraction;
-        std::string text = grouped(number.digits);
-        if (!fraction.empty()) text += point_ + fraction;
+        if (amounts_) return amounts_->written(number);
+        std::string text = (number.negative ? negative_ : "") + grouped(number.digits);
+        if (!number.fraction.empty()) text += point_ + number.fraction;
         if (!number.exponent.empty()) text += "e" + number.exponent;
-        return money_ ? money_->text(text, number.negative) : (number.negative ? negative_ : "") + text;
+        return text;
     }
 
   private:
@@ -63,14 +63,14 @@ class NumberWriter {
 
     std::string point_, separator_, negative_;
     std::vector<int> sizes_;
-    std::optional<MoneyForm> money_;
+    std::optional<Amounts> amounts_;
 };
 
 class NumberTable {
   public:
-    NumberTable(const NumRequest &request, const Messages &messages, gl_locale &from, const gl_locale &to)
-        : request_(request), messages_(messages), output_(STANDARD_STREAM, {}), reader_(from, rules()), text_(from, rules()),
-          writer_(to, rules()), sample_(sample_of(from)) {}
+    NumberTable(const NumRequest &request, const Messages &messages, gl_locale &from, gl_locale &to)
+        : request_(request), messages_(messages), output_(STANDARD_STREAM, {}), blank_(blank_separator(from)), reader_(from),
+          amounts_(from, CurrencySymbol::LOCAL), writer_(to, request), sample_(sample_of(from)) {}
 
     ExitStatus run() {
         for (const std::string &number : request_.numbers) add(number, 0);
@@ -82,8 +82,6 @@ class NumberTable {
   private:
     static constexpr size_t BLOCK = 64 << 10;
 
-    NumberRules rules() const { return request_.monetary ? NumberRules::MONETARY : NumberRules::NUMERIC; }
-
     void read_lines() {
         LineInput input(STANDARD_STREAM, "\n", messages_, output_, [this] { write(); });
         for (Line line{}; input.next(line);) add(std::string(line.text), line.number);
@@ -92,10 +90,7 @@ class NumberTable {
     // A line number of 0 is none.
     void add(const std::string &text, uint64_t line) {
         try {
-            const bool integer = request_.base || request_.to_base;
-            const PlainNumber number =
-                integer ? reader_.integer(text, request_.base.value_or(DECIMAL), request_.to_base.value_or(DECIMAL))
-                        : decimal(text_.readable(text));
+            const PlainNumber number = read(text);
             const std::string written = request_.grouping || request_.from ? writer_.text(number) : plain(number);
             results_ += messages_.as_json() ? json(text, number, written) : written;
             results_ += '\n';
@@ -106,10 +101,11 @@ class NumberTable {
         if (results_.size() >= BLOCK) write();
     }
 
-    PlainNumber decimal(const ReadableNumber &readable) {
-        PlainNumber number = reader_.decimal(readable.text);
-        number.negative = number.negative || readable.negative;
-        return number;
+    PlainNumber read(const std::string &text) {
+        if (request_.monetary) return amounts_.read(text);
+        if (request_.base || request_.to_base)
+            return reader_.integer(text, request_.base.value_or(DECIMAL), request_.to_base.value_or(DECIMAL));
+        return reader_.decimal(with_blanks(text, blank_));
     }
 
     void report(const NumberFault &fault, const std::string &text, uint64_t line) {
@@ -139,8 +135,8 @@ class NumberTable {
     }
 
     // What tells a person which point and which separators are expected.
-    std::string sample_of(const gl_locale &locale) const {
-        return TextView("utf8").visible(NumberWriter(locale, rules()).text({false, "1234567", "89", ""}));
+    std::string sample_of(gl_locale &locale) const {
+        return TextView("utf8").visible(NumberWriter(locale, request_).text({false, "1234567", "89", ""}));
     }
 
     std::string json(const std::string &text, const PlainNumber &number, const std::string &written) const {
@@ -158,8 +154,9 @@ class NumberTable {
     const NumRequest &request_;
     const Messages &messages_;
     OutputFile output_;
+    std::string blank_; // the separator of the numbers read
     NumberReader reader_;
-    NumberText text_;
+    Amounts amounts_;
     NumberWriter writer_;
     std::string sample_, results_;
     bool failed_ = false;

@@ -48,8 +48,7 @@ void strip_zeros(std::string &digits) {
 
 } // namespace
 
-NumberReader::NumberReader(gl_locale &locale, NumberRules rules)
-    : locale_(locale), monetary_(rules == NumberRules::MONETARY ? 1 : 0), codeset_(category_codeset(locale, GL_CAT_CTYPE)) {}
+NumberReader::NumberReader(gl_locale &locale) : locale_(locale), codeset_(category_codeset(locale, GL_CAT_CTYPE)) {}
 
 std::optional<gl_wchar> NumberReader::wide_character(const std::string &character) {
     const auto [known, is_new] = known_.try_emplace(character);
@@ -82,25 +81,21 @@ NumberReader::Wide NumberReader::wide_text(std::string_view text) {
     return result;
 }
 
-size_t NumberReader::separator_length(const gl_wchar *at) const {
-    return static_cast<size_t>(gl_iswgrpsymb(&locale_, at, 0, monetary_));
-}
+size_t NumberReader::separator_length(const gl_wchar *at) const { return static_cast<size_t>(gl_iswgrpsymb(&locale_, at, 0, 0)); }
 
 // Behind white space and a sign.
 size_t NumberReader::skip_sign(const Wide &text, bool &negative) const {
     size_t at = 0;
     while (gl_iswspace(&locale_, text[at]) != 0) ++at;
-    const auto find = [&](const auto &conventions) {
-        for (const gl_wchar *sign : {conventions.negative_sign.wide, conventions.positive_sign.wide}) {
-            const auto length = static_cast<size_t>(gl_wcslen(sign));
-            if (length == 0 || text.size() - at < length || !std::equal(sign, sign + length, &text[at])) continue;
-            negative = sign == conventions.negative_sign.wide;
-            return at + length;
-        }
-        negative = text[at] == '-';
-        return text[at] == '-' || text[at] == '+' ? at + 1 : at;
-    };
-    return monetary_ != 0 ? find(locale_.monetary) : find(locale_.numeric);
+    const gl_numeric_info &conventions = locale_.numeric;
+    for (const gl_wchar *sign : {conventions.negative_sign.wide, conventions.positive_sign.wide}) {
+        const auto length = static_cast<size_t>(gl_wcslen(sign));
+        if (length == 0 || text.size() - at < length || !std::equal(sign, sign + length, &text[at])) continue;
+        negative = sign == conventions.negative_sign.wide;
+        return at + length;
+    }
+    negative = text[at] == '-';
+    return text[at] == '-' || text[at] == '+' ? at + 1 : at;
 }
 
 PlainNumber NumberReader::decimal(std::string_view text) {
@@ -114,7 +109,7 @@ PlainNumber NumberReader::decimal(std::string_view text) {
         gl_wchar *end = nullptr;
         locale_.error = 0;
         errno = 0;
-        gl_wcstod_num_mon(&locale_, wide.data(), &end, grouping, monetary_);
+        gl_wcstod_num_mon(&locale_, wide.data(), &end, grouping, 0);
         if (errno == ERANGE) throw out_of_range();
         if (locale_.error == 0 && end == &wide.back() && has_digits) return taken_apart(&wide[begin], negative);
         if (locale_.error == 0) longest = std::max(longest, static_cast<size_t>(end - wide.data()));
@@ -129,7 +124,7 @@ PlainNumber NumberReader::taken_apart(const gl_wchar *at, bool negative) const {
     number.negative = negative;
     int point = 0;
     for (; *at != 0 && gl_iswcexponent(at) == 0; ++at) {
-        point = gl_iswcdecml(&locale_, at, 0, monetary_);
+        point = gl_iswcdecml(&locale_, at, 0, 0);
         if (point != 0) break;
         if (is_digit(*at)) number.digits += static_cast<char>(*at);
     }

@@ -23,12 +23,10 @@ struct NumberFault {
     size_t position; // of the first character that is not part of a number, from 1 on; 0 when all of them are
 };
 
-// The conventions of LC_NUMERIC, or of LC_MONETARY.
-enum class NumberRules { NUMERIC, MONETARY };
-
+// By the conventions of LC_NUMERIC.
 class NumberReader {
   public:
-    NumberReader(gl_locale &locale, NumberRules rules);
+    explicit NumberReader(gl_locale &locale);
 
     // Both take UTF-8 text, with separators at all borders of groups or without any, and throw NumberFault. The second one gives
     // the digits of base `to_base`; a base of 0 looks for 0x and 0.
@@ -45,7 +43,6 @@ class NumberReader {
     PlainNumber taken_apart(const gl_wchar *at, bool negative) const;
 
     gl_locale &locale_;
-    int monetary_;
     std::string codeset_;
     std::map<std::string, std::optional<gl_wchar>> known_; // what the codeset lacks is nothing
 };
