@@ -122,7 +122,12 @@ TEST(Client, NumbersAreReadAndWritten) {
          ""},
         {"-l de_DE.utf8 -m -g -1234,5", "", 0, "-1.234,50 €\n", ""},
         {"-l en_SG.utf8 -m", "($1,234.50)\n( 5 )\n5 -\n(-5)\n", 1, "-1234.50\n-5\n-5\n",
-         "qbgl: line 4: \"(-5)\", character 1: no number begins here; the locale writes $1,234,567.89\n"},
+         "qbgl: line 4: \"(-5)\", character 1: no amount begins here; the locale writes $1,234,567.89\n"},
+        {"-l de_DE.8859-1 --currency 1.234,5\u00A0EUR (5,006) 12345678901234567890 1e5 1\u20AC", "", 1,
+         "1.234,50 EUR\n-5,006 EUR\n12.345.678.901.234.567.890,00 EUR\n",
+         "qbgl: \"1e5\", character 2: the amount ends before this; the locale writes 1.234.567,89 EUR\n"
+         "qbgl: \"1\u20AC\": 8859-1 has no \u20AC, which \"1\u20AC\" needs\n"},
+        {"--from de_DE.utf8 -l hu_HU.utf8 --currency=international -1.234,5", "", 0, "-HUF 1.234,50\n", ""},
         {"-l de_CH.utf8 -m --from de_BE.utf8", "€- 1.234,50\n", 0, "CHF- 1\u2019234.50\n", ""},
         {"-l fr_FR.utf8", "1 234 567,5\n1 234\n1 2\n", 1, "1234567.5\n1234\n",
          "qbgl: line 3: \"1 2\", character 2: the separators do not stand where the locale has them; the locale writes "
@@ -143,6 +148,53 @@ TEST(Client, NumbersAreReadAndWritten) {
          "\n"},
         {"-b 1 5", "", 2, "", "qbgl: --base: a base is 2 to 36; see `qbgl num --help`\n"}};
     expect_all("num ", CASES);
+}
+
+TEST(Client, DatesAreWrittenAndRead) {
+    const std::string form = "a date is YEAR-MONTH-DAY, which THH:MM:SS and Z or +HH:MM may follow, or @SECONDS since 1970\n";
+    const std::vector<Case> CASES = {
+        {"-l cs_CZ.8859-2 2026-03-21T18:30", "", 0, "So\u00A021.\u00A0b\u0159ezna\u00A02026,\u00A018:30:00\u00A0UTC\n", ""},
+        {"-l ja_JP.sjis +%Ex 1989-01-08 1989-01-07", "", 0,
+         "\u5E73\u6210\u5143\u5E7401\u670808\u65E5\n"
+         "\u662D\u548C64\u5E7401\u670807\u65E5\n",
+         ""},
+        {"-l he_IL.utf8 +%Y/%m/%d=%QY/%Qm/%Qd 2024-10-03", "", 0, "5785/01/01=2024/10/03\n", ""},
+        {"-l en_US.utf8 --zone +05:30 +%FT%T%z%Z 2026-01-01T00:00Z -",
+         "@-1\n 2024-02-29 23:59:60 -0100 \n999999999-12-31\n2026-02-29\nx", 1,
+         "2026-01-01T05:30:00+0530+05:30\n1970-01-01T05:29:59+0530+05:30\n2024-03-01T06:30:00+0530+05:30\n"
+         "999999999-12-31T00:00:00+0530+05:30\n",
+         "qbgl: line 4: \"2026-02-29\": the month has 28 days\nqbgl: line 5: \"x\": " + form},
+        {"-l en_US.utf8 +%F%EY -- -0044-03-15", "", 0, "-44-03-15-44\n", ""},
+        {"-l de_DE.utf8 --read %e.%n%B%n%Y", "3. M\u00E4rz 2026\n31. Februar 2026\n3.mai2026 \n", 1, "2026-03-03\n2026-05-03\n",
+         "qbgl: line 2: \"31. Februar 2026\": there is no such day\n"},
+        {"-l en_US.utf8 --read %s%z 86399+0200 0-0030", "", 0, "1970-01-02T01:59:59+02:00\n1969-12-31T23:30:00-00:30\n", ""},
+        {"-l en_US.utf8 --read %H:%M 18:30", "", 0, "18:30:00\n", ""},
+        {"-l en_US.utf8 --read %m/%Y +%F 3/2026", "", 1, "", "qbgl: \"3/2026\": it tells no whole date to be written\n"},
+        {"--from de_DE.utf8 --read %d.%m.%Y -l he_IL.utf8 +%Y-%m-%d --json 3.10.2024", "", 0,
+         R"({"text":"3.10.2024","date":"2024-10-03","written":"5785-01-01"})"
+         "\n",
+         ""},
+        {"--all de_lu +%A 2026-11-22", "", 0,
+         "de_LU.8859-1  Sonntag\nde_LU.8859-15 Sonntag\nde_LU.cp1252  Sonntag\nde_LU.utf8    Sonntag\n", ""},
+        {"--all zz", "", 2, "", "qbgl: no locale of zz is installed; `qbgl list locales` lists all\n"},
+        {"-l de_DE.utf8 +%Y%E", "", 2, "", "qbgl: \"%Y%E\": there is no conversion %E\n"},
+        {"-l de_DE.8859-1 +\u65E5", "", 2, "", "qbgl: 8859-1 has no \u65E5, which \"\u65E5\" needs\n"},
+        {"--zone x", "", 2, "", "qbgl: unknown zone x: it is utc, native, or a distance such as +02:00\n"}};
+    expect_all("date ", CASES);
+    EXPECT_EQ(
+        qbgl("date --zone native +%F%z%Z @4102444800 2026-07-01", "", WHOLE, {"env", "TZ=CET-1CEST,M3.5.0,M10.5.0", QBGL}).out,
+        "2100-01-01+0100CET\n2026-07-01+0200CEST\n");
+    const std::pair<const char *, const char *> UNREAD[] = {
+        // the locale's form of today follows
+        {"-l de_DE.utf8 --read %d.%B 3.M\u00E4r+", ", character 6: the date ends before this; the locale writes "},
+        {"-l de_DE.8859-1 --read %d.\u00E4%B 3.\u00E4x", ", character 4: no \"%B\" begins here; the locale writes "},
+        {"-l he_IL.utf8 --read %d.%B 3.x", ": no \"%B\" stands in its place; the locale writes "}};
+    for (const auto &[arguments, said] : UNREAD) {
+        const std::string message = qbgl("date "s + arguments).err;
+        EXPECT_NE(message.find(said), std::string::npos) << message;
+    }
+    const std::string all = qbgl("date --all 2026-11-22").out, locales = qbgl("list locales").out;
+    EXPECT_EQ(std::count(all.begin(), all.end(), '\n'), std::count(locales.begin(), locales.end(), '\n'));
 }
 
 TEST(Client, FindingsFarIntoLargeTextsKeepTheirPlace) {

@@ -3,6 +3,7 @@
 #include "commands/case.h"
 #include "commands/class.h"
 #include "commands/conv.h"
+#include "commands/date.h"
 #include "commands/explain.h"
 #include "commands/key.h"
 #include "commands/list.h"
@@ -50,6 +51,7 @@ class CommandLine {
         add_symbols();
         add_num();
         add_cal();
+        add_date();
         add_locale();
         add_lists();
         for (CLI::App *command : app_.get_subcommands({})) take_marks(command);
@@ -304,15 +306,23 @@ class CommandLine {
         base->type_name("BASE")->check(CLI::Validator(is_input_base, ""));
         to_base->type_name("BASE")->check(CLI::Validator(is_base, ""));
         command->add_flag("-g,--grouping", num_.grouping, "Write as the locale does, with its decimal point and separators");
-        command->add_flag("-m,--monetary", num_.monetary, "Use the conventions of amounts of money")
+        command->add_flag("-m,--monetary", num_.monetary, "Read amounts of money, and write them with -g as such")
+            ->excludes(base)
+            ->excludes(to_base);
+        command->add_flag("--currency{local}", num_.currency, "The same as -mg; with =international by the symbol as in EUR")
+            ->check(CLI::IsMember({"local", "international"}))
             ->excludes(base)
             ->excludes(to_base);
         command->add_option("numbers", num_.numbers, "Numbers, in UTF-8; none: the lines of standard input")->type_name("NUMBER");
         command->add_flag("--json", json_, "Print JSON, an object a line");
         add_examples(command, "  qbgl num -l de_DE.utf8 1.234.567,5\n"
                               "  qbgl num --from en_US.utf8 -l fr_FR.utf8 1,234.5\n"
+                              "  qbgl num --from en_US.utf8 -l de_DE.utf8 --currency -- -1234.5\n"
                               "  qbgl num --to-base 16 255");
-        command->callback([this] { command_ = [this](const Messages &messages) { return run_num(num_, messages); }; });
+        command->callback([this] {
+            if (!num_.currency.empty()) num_.monetary = num_.grouping = true;
+            command_ = [this](const Messages &messages) { return run_num(num_, messages); };
+        });
     }
 
     void add_cal() {
@@ -329,6 +339,41 @@ class CommandLine {
                               "  qbgl cal -l he_IL.utf8 --from hebrew \"1 Tishri 5785\"\n"
                               "  qbgl cal 2024-10");
         command->callback([this] { command_ = [this](const Messages &messages) { return run_cal(cal_, messages); }; });
+    }
+
+    void add_date() {
+        CLI::App *command = app_.add_subcommand("date", "Write dates as a locale does, or read them");
+        auto *locale = add_locale_option(command, "-l,--locale", date_.locale);
+        auto *read = command->add_option("--read", date_.read, "Read dates in this format; they are then written as ISO has them")
+                         ->type_name("FORMAT");
+        auto *from =
+            command->add_option("--from", date_.from, "Locale that they are read under; they are then written under the other one")
+                ->type_name("LOCALE")
+                ->needs(read);
+        command->add_option("--all", date_.all, "Write the dates in all locales of a language, or of any")
+            ->expected(0, 1)
+            ->type_name("LANGUAGE")
+            ->excludes(locale)
+            ->excludes(read)
+            ->excludes(from);
+        command->add_option("--zone", date_.zone, "Zone of the dates: utc, native, or a distance such as +02:00")
+            ->type_name("ZONE")
+            ->capture_default_str();
+        command
+            ->add_option("dates", date_.dates,
+                         "YEAR-MONTH-DAY, with THH:MM or not, @SECONDS, or - for lines; none is now; +FORMAT as in date")
+            ->type_name("[+FORMAT] DATE");
+        command->add_flag("--json", json_, "Print JSON, an object a date");
+        add_examples(command, "  qbgl date -l cs_CZ.utf8 2026-03-21T18:30\n"
+                              "  qbgl date -l ja_JP.utf8 '+%Ex' 1989-01-08\n"
+                              "  qbgl date --all de 2026-11-22\n"
+                              "  qbgl date -l de_DE.utf8 --read '%e. %B %Y' '3. M\u00E4rz 2026'");
+        command->callback([this] {
+            // What is no name of a language is the first date, or the format.
+            if (date_.all && !date_.all->empty() && std::isalpha(static_cast<unsigned char>(date_.all->front())) == 0)
+                date_.dates.insert(date_.dates.begin(), *std::exchange(date_.all, ""));
+            command_ = [this](const Messages &messages) { return run_date(date_, messages); };
+        });
     }
 
     void add_locale() {
@@ -391,6 +436,7 @@ class CommandLine {
     NumRequest num_;
     SymbolsRequest symbols_;
     CalRequest cal_;
+    DateRequest date_;
     std::string locale_, category_, filter_;
     std::function<ExitStatus(const Messages &)> command_;
 };

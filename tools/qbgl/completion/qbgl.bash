@@ -2,7 +2,7 @@
 # shellcheck disable=SC2207 # no word that is offered has blanks
 _qbgl_words() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
-    local commands='conv upper lower class width sort key explain symbols num cal locale list'
+    local commands='conv upper lower class width sort key explain symbols num cal date locale list'
     COMPREPLY=()
     if ((COMP_CWORD == 1)); then
         COMPREPLY=($(compgen -W "$commands help --help --version" -- "$word"))
@@ -16,6 +16,11 @@ _qbgl_words() {
         ;;
     conv,--bom) COMPREPLY=($(compgen -W 'add remove keep' -- "$word")) && return ;;
     conv,--newline) COMPREPLY=($(compgen -W 'lf crlf' -- "$word")) && return ;;
+    date,--zone) COMPREPLY=($(compgen -W 'utc native' -- "$word")) && return ;;
+    date,--all)
+        COMPREPLY=($(compgen -W "$(qbgl list locales 2>/dev/null | grep -o '^[a-z]*_' | tr -d _ | sort -u)" -- "$word"))
+        return
+        ;;
     cal,--from) COMPREPLY=($(compgen -W 'gregorian hebrew islamic' -- "$word")) && return ;;
     locale,-k | locale,--category)
         COMPREPLY=($(compgen -W 'LC_CTYPE LC_COLLATE LC_NUMERIC LC_MONETARY LC_TIME LC_MESSAGES charmap
@@ -24,7 +29,7 @@ _qbgl_words() {
         return
         ;;
     conv,-l) ;;
-    *,-l | *,--locale | num,--from | locale,locale)
+    *,-l | *,--locale | num,--from | date,--from | locale,locale)
         COMPREPLY=($(compgen -W "native $(qbgl list locales 2>/dev/null | cut -d' ' -f1)" -- "$word"))
         return
         ;;
