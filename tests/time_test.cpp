@@ -1,15 +1,8 @@
 // Dates as text: what the platform has not got, what is refused, and what hostile formats cost.
+#include "support/every_codeset.h"
 #include "support/guarded.h"
 
-#include "support/files.h"
-
-#include <qbgl.h>
-
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <memory>
-#include <string>
 
 namespace {
 
@@ -136,20 +129,68 @@ TEST(DateText, CostsTimeInProportion) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 
-// Formats of a damaged locale that would multiply each other.
-TEST(DateText, OpensFewFormatsOfALocale) {
-    const Handle locale = load("en_us.utf8");
-    std::string d_t_fmt, d_fmt, t_fmt, t_fmt_ampm;
-    for (int i = 0; i < 3000; ++i) d_t_fmt += "%x", d_fmt += "%X", t_fmt += "%r", t_fmt_ampm += "%Z";
-    const gl_time_info before = locale->time;
-    locale->time.d_t_fmt = d_t_fmt.data();
-    locale->time.d_fmt = d_fmt.data();
-    locale->time.t_fmt = t_fmt.data();
-    locale->time.t_fmt_ampm = t_fmt_ampm.data();
-    EXPECT_EQ(written(locale.get(), "%c"), "!7");
-    gl_tm tm{};
-    EXPECT_EQ(gl_mbsptime(locale.get(), "", "%c", &tm), nullptr);
-    locale->time = before;
+TEST(DateText, IsInTheCodeset) {
+    everywhere(std::identity(), [](const Codeset &codeset, gl_locale *l) {
+        const size_t unit = codeset.encode("a").size();
+        const std::string end(unit, '\0');
+        for (const auto &[format, expected] : {std::pair("%c|%r|%Ex %EX %Ec", "Thu 03 Oct 2024 15:07:05|03:07 PM|35 15 35 15"),
+                                               std::pair("%+", "Thu 03 Oct 2024 15:07:05"), std::pair("%EY %OM", "Heisei 35 07"),
+                                               std::pair("%p%F", "PM2024-10-03")}) {
+            char out[400];
+            gl_tm back{};
+            const int length = gl_mbsftime(l, out, sizeof out, (codeset.encode(format) + end).c_str(), &DAY);
+            ASSERT_EQ(std::string(out, static_cast<size_t>(std::max(length, 0))), codeset.encode(expected)) << format;
+            const char *rest = gl_mbsptime(l, out, (codeset.encode(format) + end).c_str(), &back);
+            EXPECT_EQ(rest, out + length) << format << gl_errno(l);
+        }
+        take_error(l);
+    });
+    // Of an object without a format for halves of the day.
+    for (const Codeset &codeset : {utf8_codeset(), two_byte_codeset(), four_byte_codeset()}) {
+        LocaleObject object(codeset);
+        const std::string own = string_lines(codeset, {"%I:%M %p"}), none = string_lines(codeset, {""});
+        object.time.replace(object.time.find(own), own.size(), none);
+        const Locale locale = load_locale(object);
+        const std::string end(codeset.encode("a").size(), '\0');
+        char out[200];
+        const int length = gl_mbsftime(locale.get(), out, sizeof out, (codeset.encode("%r") + end).c_str(), &DAY);
+        EXPECT_EQ(std::string(out, static_cast<size_t>(std::max(length, 0))), codeset.encode("03:07:05 PM"));
+        gl_tm tm{};
+        EXPECT_EQ(gl_mbsptime(locale.get(), out, (codeset.encode("%r") + end).c_str(), &tm), out + length);
+    }
+}
+
+// An object whose formats hold one another, and eras at the ends of the numbers.
+TEST(DateText, OutlastsHostileObjects) {
+    const Codeset codeset = utf8_codeset();
+    const auto many = [](const char *format) {
+        std::string result;
+        for (int i = 0; i < 5000; ++i) result += format;
+        return result;
+    };
+    LocaleObject object(codeset);
+    object.time.erase(object.time.rfind(string_lines(codeset, {"%a %d %b %Y %H:%M:%S"})));
+    object.time += string_lines(codeset, {many("%x"), many("%X"), many("%r"), "", "", many("%p")}) +
+                   counted_lines(codeset, {"+:2147483647:-2147483647/01/01:+*:a:%Ey:", "-:-2147483647:2147483647/1/1:-*:b:%EY:",
+                                           "+:0:1/1/1:2/1/1:c:%EC%Ey%EY:"}) +
+                   string_lines(codeset, {many("%EY"), "%c", "%Ec"}) + counted_lines(codeset, {});
+    const Locale locale = load_locale(object);
+    ASSERT_EQ(gl_errno(locale.get()), 0);
+    char out[100];
+    for (const char *format : {"%c", "%x", "%Ec", "%Ex", "%EX", "%EY"}) {
+        const auto start = std::chrono::steady_clock::now();
+        for (const char *text : {"", "1", "999999999", "a-9"}) {
+            gl_tm tm = DAY;
+            gl_mbsftime(locale.get(), out, sizeof out, format, &tm);
+            gl_mbsptime(locale.get(), text, format, &tm);
+        }
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << format;
+    }
+    for (const char *text : {"a999999999", "b999999999", "a0", "b0", "c1", "a", "b"}) { // no year is beyond those of a gl_tm
+        gl_tm tm{};
+        gl_mbsptime(locale.get(), text, "%EC%Ey", &tm);
+        gl_mbsptime(locale.get(), text, "%EC", &tm);
+    }
 }
 
 TEST(DateReading, TellsTheDay) {

@@ -21,6 +21,8 @@ template <class Unit> class Sink {
         for (int i = 0; i < terminator && !full_; ++i) out[i] = Unit{};
     }
 
+    // Units of an ASCII character.
+    int unit() const { return IS_WIDE || plain_ ? 1 : locale_->ctype.codeset_table->min_length; }
     bool full() const { return full_; }
     int length() const { return static_cast<int>(at_ - begin_); }
     // Ends the text, for which there is always room: the length, or -1 with GL_E2BIG.
@@ -116,7 +118,7 @@ template <class Unit> class Sink {
     bool pad(int start, int32_t width, char with) {
         const int written = length() - start;
         if (written >= width) return true;
-        const int unit = IS_WIDE || plain_ ? 1 : locale_->ctype.codeset_table->min_length;
+        const int unit = this->unit();
         const int64_t count = (int64_t{width} - written) / unit, room = (end_ - at_) / unit;
         if (count > room || full_) { // what is there counts from the front
             at_ = begin_ + start;

@@ -9,6 +9,9 @@ namespace qbgl {
 // Whether bytes below 80 at the beginning of a character are the characters of ASCII, and ASCII characters these bytes.
 inline bool has_plain_ascii(const gl_locale *locale) { return locale->ctype.codeset_table->min_length == 1; }
 
+// Whether a text of the locale's is missing or has no characters.
+inline bool is_empty(gl_locale *locale, const char *text) { return text == nullptr || gl_ismbsterm(locale, text) != 0; }
+
 template <class Unit> class Text;
 
 template <> class Text<char> {

@@ -124,7 +124,7 @@ template <class Unit> class MoneyReader {
         bool leading = true;
         for (gl_wchar wc; text_.at() < end && text_.peek(wc);) {
             if (!is_digit(wc)) {
-                take_text(info_.mon_thousands_sep.bytes);
+                if (!take_text(info_.mon_thousands_sep.bytes)) break; // of one that has digits in it, the rest
                 continue;
             }
             leading = leading && wc == '0';
@@ -167,8 +167,8 @@ template <class Unit> class MoneyReader {
 
     bool take_point() {
         const char *point = info_.mon_decimal_point.bytes;
-        if (point == nullptr || *point == '\0') point = locale_->numeric.decimal_point.bytes;
-        return point == nullptr || *point == '\0' ? take('.') : take_text(point);
+        if (is_empty(locale_, point)) point = locale_->numeric.decimal_point.bytes;
+        return is_empty(locale_, point) ? take('.') : take_text(point);
     }
     // A point that no digit follows is the end of a sentence.
     void fraction() {

@@ -21,10 +21,14 @@ struct Conversion {
 struct Layout {
     bool symbol_first;
     int space, place;
-    const char *sign;
+    const char *sign; // the locale's, or null
+    bool minus;       // a "-" in its place
 };
 
-constexpr int32_t known(int32_t value, int32_t otherwise) { return value == GL_NOT_AVAILABLE ? otherwise : value; }
+// What a locale does not say, or says that means nothing, is otherwise.
+constexpr int32_t known(int32_t value, int32_t most, int32_t otherwise) { return value < 0 || value > most ? otherwise : value; }
+constexpr int32_t MOST_FRACTION_OF_LOCALE = INT32_MAX - 1, MOST_SPACE = 2, MOST_PLACE = 4;
+static_assert(GL_NOT_AVAILABLE > MOST_FRACTION_OF_LOCALE);
 
 template <class Unit, class Value> class MoneyWriter {
   public:
@@ -100,21 +104,22 @@ template <class Unit, class Value> class MoneyWriter {
 
     Layout layout(const Conversion &one, bool negative) const {
         const gl_money_layout &other = locale_->int_money;
-        const auto choose = [&](int32_t of_other, int32_t own, int32_t otherwise) {
-            return known(one.international ? known(of_other, own) : own, otherwise);
+        const auto choose = [&](int32_t of_other, int32_t own, int32_t most, int32_t otherwise) {
+            own = known(own, most, otherwise);
+            return one.international ? known(of_other, most, own) : own;
         };
         Layout result{};
         if (negative)
-            result = {choose(other.n_cs_precedes, info_.n_cs_precedes, 1) != 0,
-                      choose(other.n_sep_by_space, info_.n_sep_by_space, 0), choose(other.n_sign_posn, info_.n_sign_posn, 1),
-                      info_.negative_sign.bytes};
+            result = {choose(other.n_cs_precedes, info_.n_cs_precedes, 1, 1) != 0,
+                      choose(other.n_sep_by_space, info_.n_sep_by_space, MOST_SPACE, 0),
+                      choose(other.n_sign_posn, info_.n_sign_posn, MOST_PLACE, 1), info_.negative_sign.bytes, false};
         else
-            result = {choose(other.p_cs_precedes, info_.p_cs_precedes, 1) != 0,
-                      choose(other.p_sep_by_space, info_.p_sep_by_space, 0), choose(other.p_sign_posn, info_.p_sign_posn, 1),
-                      info_.positive_sign.bytes};
-        if (negative && (result.sign == nullptr || *result.sign == '\0')) result.sign = "-";
+            result = {choose(other.p_cs_precedes, info_.p_cs_precedes, 1, 1) != 0,
+                      choose(other.p_sep_by_space, info_.p_sep_by_space, MOST_SPACE, 0),
+                      choose(other.p_sign_posn, info_.p_sign_posn, MOST_PLACE, 1), info_.positive_sign.bytes, false};
         if (one.signs == '(') result.place = 0;
-        if (result.place == 0) result.sign = "";
+        if (result.place == 0) result.sign = nullptr;
+        result.minus = negative && result.place != 0 && is_empty(locale_, result.sign);
         // Sign and symbol are not beside each other, so that there is nothing to be separated.
         const bool apart = result.place == 0 || result.place == (result.symbol_first ? 2 : 1);
         if (result.space == 2 && apart) result.space = 0;
@@ -123,27 +128,25 @@ template <class Unit, class Value> class MoneyWriter {
 
     int units_of(const char *text) const {
         if (text == nullptr) return 0;
-        if constexpr (sizeof(Unit) == 1)
-            return static_cast<int>(strlen(text));
-        else {
-            int count = 0;
-            Text<char> characters(locale_, text);
-            for (gl_wchar wc; characters.peek(wc) && wc != 0; characters.advance()) ++count;
-            return count;
-        }
+        Text<char> characters(locale_, text);
+        if (sizeof(Unit) == 1 && characters.is_plain()) return static_cast<int>(strlen(text));
+        int count = 0;
+        for (gl_wchar wc; characters.peek(wc) && wc != 0; characters.advance()) ++count;
+        return sizeof(Unit) == 1 ? static_cast<int>(characters.at() - text) : count;
     }
+    int units_of_sign(const Layout &layout) const { return layout.minus ? sink_.unit() : units_of(layout.sign); }
     // What stands before the digits.
     int units_before(const Layout &layout, bool negative, int symbol) const {
-        int units = layout.symbol_first ? symbol + (layout.space != 0) : 0;
-        if (layout.place == 0) return units + negative;
+        int units = layout.symbol_first ? symbol + (layout.space != 0 ? sink_.unit() : 0) : 0;
+        if (layout.place == 0) return units + (negative ? sink_.unit() : 0);
         const bool first = layout.place == 1 || (layout.symbol_first && layout.place >= 3);
-        return first ? units + units_of(layout.sign) : units;
+        return first ? units + units_of_sign(layout) : units;
     }
 
     bool convert(const Conversion &one) {
-        const int fraction = one.fraction >= 0
-                                 ? one.fraction
-                                 : known(one.international ? info_.int_frac_digits : info_.frac_digits, DEFAULT_FRACTION);
+        const int fraction = one.fraction >= 0 ? one.fraction
+                                               : known(one.international ? info_.int_frac_digits : info_.frac_digits,
+                                                       MOST_FRACTION_OF_LOCALE, DEFAULT_FRACTION);
         Amount amount;
         if (!amount.read(value_, fraction)) return fail(locale_, GL_ERANGE, false);
         const bool negative = amount.negative();
@@ -157,11 +160,12 @@ template <class Unit, class Value> class MoneyWriter {
         if (one.least_digits >= 0) {
             const int symbol = symbol_length_ >= 0 ? symbol_length_ : units_of(symbol_);
             const int missing = units_before(layout(one, !negative), !negative, symbol) - units_before(own, negative, symbol);
-            if (!sink_.repeat(' ', missing)) return false;
+            if (!sink_.repeat(' ', missing / sink_.unit())) return false;
         }
         if (!put(one, own, amount, fraction)) return false;
         if (one.width == 0) return true;
-        return one.left ? sink_.repeat(' ', int64_t{one.width} - (sink_.length() - start)) : sink_.pad(start, one.width, ' ');
+        if (!one.left) return sink_.pad(start, one.width, ' ');
+        return sink_.repeat(' ', (int64_t{one.width} - (sink_.length() - start)) / sink_.unit());
     }
 
     // The fourth character of the international symbol separates it.
@@ -182,6 +186,8 @@ template <class Unit, class Value> class MoneyWriter {
         return true;
     }
 
+    bool put_sign(const Layout &layout) { return layout.minus ? sink_.ascii('-') : sink_.text(layout.sign); }
+
     bool put(const Conversion &one, const Layout &layout, const Amount &amount, int fraction) {
         const int space = layout.space, place = layout.place;
         const bool parentheses = place == 0 && amount.negative(), symbol = symbol_ != nullptr;
@@ -190,30 +196,30 @@ template <class Unit, class Value> class MoneyWriter {
         if (parentheses && !sink_.ascii('(')) return false;
         if (layout.symbol_first) {
             if (place == 1 || place == 3)
-                if (!sink_.text(layout.sign) || !blank_if(space == 2)) return false;
+                if (!put_sign(layout) || !blank_if(space == 2)) return false;
             if (!put_symbol()) return false;
             if (place == 4) {
-                if (!separator_if(symbol && space == 2) || !sink_.text(layout.sign) || !blank_if(space == 1)) return false;
+                if (!separator_if(symbol && space == 2) || !put_sign(layout) || !blank_if(space == 1)) return false;
             } else if (!separator_if(symbol && space == 1)) {
                 return false;
             }
-        } else if (place == 1 && !sink_.text(layout.sign)) {
+        } else if (place == 1 && !put_sign(layout)) {
             return false;
         }
         if (!put_number(one, amount, fraction)) return false;
         if (!layout.symbol_first) {
-            if (place == 3 && (!blank_if(space == 1) || !sink_.text(layout.sign))) return false;
+            if (place == 3 && (!blank_if(space == 1) || !put_sign(layout))) return false;
             if (!separator_if(symbol && (place == 3 ? space == 2 : space == 1)) || !put_symbol()) return false;
-            if (place == 4 && (!blank_if(space == 2) || !sink_.text(layout.sign))) return false;
+            if (place == 4 && (!blank_if(space == 2) || !put_sign(layout))) return false;
         }
-        if (place == 2 && (!blank_if(space == 2) || !sink_.text(layout.sign))) return false;
+        if (place == 2 && (!blank_if(space == 2) || !put_sign(layout))) return false;
         return !parentheses || sink_.ascii(')');
     }
 
     bool put_number(const Conversion &one, const Amount &amount, int fraction) {
         const gl_grouping none = {}, &grouping = one.grouped ? info_.mon_grouping : none;
         const char *separator = info_.mon_thousands_sep.bytes;
-        const bool separated = separator != nullptr && *separator != '\0';
+        const bool separated = !is_empty(locale_, separator);
         const int digits = amount.whole_digits(), separators = separated ? count_separators(grouping, digits) : 0;
         if (one.least_digits >= 0) {
             // A separator is counted for every group of the least digits, which may be any number.
@@ -228,8 +234,8 @@ template <class Unit, class Value> class MoneyWriter {
         }
         if (fraction == 0) return true;
         const char *point = info_.mon_decimal_point.bytes;
-        if (point == nullptr || *point == '\0') point = locale_->numeric.decimal_point.bytes;
-        if (!(point == nullptr || *point == '\0' ? sink_.ascii('.') : sink_.text(point))) return false;
+        if (is_empty(locale_, point)) point = locale_->numeric.decimal_point.bytes;
+        if (!(is_empty(locale_, point) ? sink_.ascii('.') : sink_.text(point))) return false;
         for (int i = 0; i < fraction; ++i)
             if (!sink_.ascii(amount.fraction_digit(i))) return false;
         return true;
@@ -250,7 +256,7 @@ template <class Unit, class Value> class MoneyWriter {
         }
         bool ends_before(int behind) const {
             if (behind > sum_) return last_ > 0 && (behind - sum_) % last_ == 0;
-            int at = 0;
+            int64_t at = 0;
             for (int i = 0; i < count_; ++i)
                 if ((at += grouping_.sizes[i]) == behind) return true;
             return false;
@@ -258,7 +264,8 @@ template <class Unit, class Value> class MoneyWriter {
 
       private:
         const gl_grouping &grouping_;
-        int count_ = 0, sum_ = 0, last_ = 0;
+        int count_ = 0, last_ = 0;
+        int64_t sum_ = 0;
     };
     static int64_t separators_of(const gl_grouping &grouping, int32_t digits) {
         constexpr int32_t MANY = 1 << 20; // more than any room has use for is not counted

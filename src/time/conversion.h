@@ -21,21 +21,22 @@ struct Conversion {
 bool takes_modifier(char letter, char modifier);
 
 // Formats of formats: %c of a locale may hold %r, and that %T. A locale that goes deeper goes in circles, and one that opens many
-// for a conversion of the caller's would take its time.
+// for a conversion of the caller's, or long ones, would take its time.
 class Nesting {
   public:
     bool enter() {
-        if (depth_ == 0) opened_ = 0;
-        if (depth_ == DEEPEST || opened_ == MOST_OPENED) return false;
+        if (depth_ == 0) passed_ = 0;
+        if (depth_ == DEEPEST || !pass()) return false;
         ++depth_;
-        ++opened_;
         return true;
     }
     void leave() { --depth_; }
+    // Counts a character of a format.
+    bool pass() { return depth_ == 0 || ++passed_ <= MOST_PASSED; }
 
   private:
-    static constexpr int DEEPEST = 4, MOST_OPENED = 4096;
-    int depth_ = 0, opened_ = 0;
+    static constexpr int DEEPEST = 4, MOST_PASSED = 1 << 16;
+    int depth_ = 0, passed_ = 0;
 };
 
 template <class Unit> [[gnu::noinline]] bool read_whole_conversion(gl_locale *locale, Text<Unit> &format, Conversion &found) {

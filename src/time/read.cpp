@@ -18,6 +18,7 @@ namespace {
 
 constexpr int GREGORIAN = 1;
 constexpr int32_t NONE = INT32_MIN;
+constexpr int32_t LEAST_YEAR = INT32_MIN + 1900; // that a gl_tm has
 constexpr int YEAR_DIGITS = 4, MOST_DIGITS = 18;
 
 // What the text tells of a date in one of the calendars; NONE for what it does not. Months are from 0.
@@ -49,6 +50,7 @@ template <class Unit> class DateReader {
         for (gl_wchar wc;;) {
             if (!format.peek(wc)) return fail(locale_, GL_EILSEQ, false);
             if (wc == 0) return true;
+            if (!nesting_.pass()) return refuse();
             if (wc == '%') {
                 format.advance();
                 Conversion conversion;
@@ -124,7 +126,7 @@ template <class Unit> class DateReader {
         case 'c': return nested(one.modifier == 'E' ? first_of(info_.era_d_t_fmt, info_.d_t_fmt) : info_.d_t_fmt, one);
         case 'x': return nested(one.modifier == 'E' ? first_of(info_.era_d_fmt, info_.d_fmt) : info_.d_fmt, one);
         case 'X': return nested(one.modifier == 'E' ? first_of(info_.era_t_fmt, info_.t_fmt) : info_.t_fmt, one);
-        case 'r': return nested(first_of(info_.t_fmt_ampm, "%I:%M:%S %p"), one);
+        case 'r': return is_empty(locale_, info_.t_fmt_ampm) ? fixed("%I:%M:%S %p") : nested(info_.t_fmt_ampm, one);
         case '+': return nested(first_of(more_.date_fmt, info_.d_t_fmt), one);
         case 'D': return fixed("%m/%d/%y");
         case 'F': return fixed("%Y-%m-%d");
@@ -165,9 +167,7 @@ template <class Unit> class DateReader {
         }
     }
 
-    static const char *first_of(const char *text, const char *otherwise) {
-        return text != nullptr && *text != '\0' ? text : otherwise;
-    }
+    const char *first_of(const char *text, const char *otherwise) { return is_empty(locale_, text) ? otherwise : text; }
     bool nested(const char *format, const Conversion &one) {
         if (format == nullptr) return true;
         Text<char> text(locale_, format);
@@ -259,15 +259,14 @@ template <class Unit> class DateReader {
         int64_t found;
         if (!digits(most, found)) return mismatch();
         if (negative) found = -found;
-        if (found - 1900 < INT32_MIN || found > INT32_MAX) return out_of_range();
+        if (found < LEAST_YEAR || found > INT32_MAX) return out_of_range();
         value = static_cast<int32_t>(found);
         return true;
     }
 
     bool half_of_day() {
         if (longest_word(info_.am_pm_names, time_.half)) return true;
-        const auto is_empty = [](const char *text) { return text == nullptr || *text == '\0'; };
-        const bool no_am = is_empty(info_.am), no_pm = is_empty(info_.pm);
+        const bool no_am = is_empty(locale_, info_.am), no_pm = is_empty(locale_, info_.pm);
         if (no_am != no_pm) time_.half = no_pm;
         return no_am || no_pm || (skip_blanks(), longest_word(info_.am_pm_names, time_.half)) || mismatch();
     }
@@ -375,7 +374,7 @@ template <class Unit> class DateReader {
     // year.
     void year_of_era() {
         if (time_.era_number == NONE) {
-            date_.year = more_.eras[time_.era].first_year;
+            date_.year = std::max(more_.eras[time_.era].first_year, LEAST_YEAR);
             return;
         }
         int32_t found = NONE;
@@ -393,7 +392,7 @@ template <class Unit> class DateReader {
             }
             if (has) break;
         }
-        if (found != NONE) date_.year = static_cast<int32_t>(std::clamp<int64_t>(year, INT32_MIN + 1900, INT32_MAX));
+        if (found != NONE) date_.year = static_cast<int32_t>(std::clamp<int64_t>(year, LEAST_YEAR, INT32_MAX));
     }
 
     static void complete_year(DateParts &date, int century_of_calendar) {

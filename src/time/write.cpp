@@ -28,6 +28,7 @@ template <class Unit> class DateWriter {
                 if (!upper_) sink_.plain(format);
             if (!format.peek(wc)) return fail(locale_, GL_EILSEQ, false);
             if (wc == 0) return true;
+            if (!nesting_.pass()) return refuse();
             if (wc != '%') {
                 if (!literal(format, wc)) return false;
                 format.advance();
@@ -67,7 +68,7 @@ template <class Unit> class DateWriter {
         case 'c': return nested(one, era ? first_of(info_.era_d_t_fmt, info_.d_t_fmt) : info_.d_t_fmt);
         case 'x': return nested(one, era ? first_of(info_.era_d_fmt, info_.d_fmt) : info_.d_fmt);
         case 'X': return nested(one, era ? first_of(info_.era_t_fmt, info_.t_fmt) : info_.t_fmt);
-        case 'r': return nested(one, first_of(info_.t_fmt_ampm, "%I:%M:%S %p"));
+        case 'r': return is_empty(locale_, info_.t_fmt_ampm) ? fixed(one, "%I:%M:%S %p") : nested(one, info_.t_fmt_ampm);
         case '+': return nested(one, first_of(more_.date_fmt, info_.d_t_fmt));
         case 'D': return fixed(one, "%m/%d/%y");
         case 'F': return iso_date(one);
@@ -109,9 +110,7 @@ template <class Unit> class DateWriter {
     bool in_week() { return in_range(tm_.wday, 0, 6); }
     bool in_year() { return in_range(tm_.yday, 0, 365); }
 
-    static const char *first_of(const char *text, const char *otherwise) {
-        return text != nullptr && *text != '\0' ? text : otherwise;
-    }
+    const char *first_of(const char *text, const char *otherwise) { return is_empty(locale_, text) ? otherwise : text; }
 
     // The date in the locale's calendar; null with GL_EINVAL where it has none.
     const gl_tm *own_date() {
@@ -185,8 +184,8 @@ template <class Unit> class DateWriter {
         for (int i = 0; i < usual; ++i) limit *= 10;
         Conversion rest = one;
         rest.pad = '0';
-        const bool has_sign = year >= limit || one.width > usual;
-        if (has_sign) rest.width = one.width > 0 ? one.width - 1 : 0;
+        const bool has_sign = year >= limit || one.width / sink_.unit() > usual;
+        if (has_sign) rest.width = std::max(one.width - sink_.unit(), 0);
         return (!has_sign || sink_.ascii('+')) && number(rest, year, usual);
     }
 
@@ -195,7 +194,7 @@ template <class Unit> class DateWriter {
         if (one.pad != '+') return fixed(one, "%Y-%m-%d");
         Conversion year;
         year.pad = '+';
-        year.width = std::max(one.width - MONTH_AND_DAY, 0);
+        year.width = std::max(one.width - MONTH_AND_DAY * sink_.unit(), 0);
         return signed_year(year, int64_t{tm_.year} + 1900, 4, 1) && fixed(Conversion{}, "-%m-%d");
     }
 
@@ -234,10 +233,10 @@ template <class Unit> class DateWriter {
         Conversion digits;
         const bool zeros = one.pad != '-' && one.pad != '_';
         digits.pad = zeros ? '0' : '-';
-        if (zeros && one.width > 0) digits.width = one.width - 1;
+        if (zeros) digits.width = std::max(one.width - sink_.unit(), 0);
         const bool written = sink_.ascii(tm_.gmtoff < 0 ? '-' : '+') && number(digits, minutes / 60 * 100 + minutes % 60, 4);
-        return written &&
-               (zeros || sink_.pad(start, std::max(one.width, one.pad == '_' ? 5 : 0), ' ')); // the sign is beside the digits
+        return written && (zeros || sink_.pad(start, std::max(one.width, one.pad == '_' ? 5 * sink_.unit() : 0),
+                                              ' ')); // the sign is beside the digits
     }
 
     bool zone_name(const Conversion &one) {
@@ -313,7 +312,8 @@ template <class Unit> class DateWriter {
         do *--begin = static_cast<char>('0' + low % 10);
         while ((low /= 10) != 0);
         const int sign = value < 0, length = static_cast<int>(end - begin) + sign;
-        const int64_t fill = int64_t{pad == '-' ? one.width : std::max<int32_t>(one.width, digits)} - length;
+        const int32_t width = one.width / sink_.unit();
+        const int64_t fill = int64_t{pad == '-' ? width : std::max<int32_t>(width, digits)} - length;
         const bool zeros = pad == '0' || pad == '+';
         if (!zeros && !sink_.repeat(' ', fill)) return false;
         if (sign != 0 && !sink_.ascii('-')) return false;
