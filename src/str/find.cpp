@@ -67,16 +67,30 @@ const char *find_from(const MultibyteText &text, Boundaries &boundaries, const c
     return found != nullptr && !boundaries.bad() ? as_text(found) : nullptr;
 }
 
+// The platform's searches are the fastest. Its strstr may take the product of the lengths; what is long is looked for in windows, so
+// that what follows an early find is not looked at.
+const char *find_bytes(const char *from, const char *needle, size_t length) {
+    constexpr size_t SHORT = 64, WINDOW = 1 << 14;
+    if (length == 1) return strchr(from, *needle);
+    if (length <= SHORT) return strstr(from, needle);
+    const size_t window = std::max(WINDOW, length), most = window + length;
+    for (;; from += window) {
+        const size_t size = strnlen(from, most);
+        const void *const found = memmem(from, size, needle, length);
+        if (found != nullptr || size < most) return static_cast<const char *>(found);
+    }
+}
+
 } // namespace
 
 const char *find(const MultibyteText &text, const char *s, const char *needle, size_t length) {
     if (length == 0) return s;
     Boundaries boundaries(text, s);
     if (text.terminator_length() != 1) return find_from(text, boundaries, s, needle, length);
-    // The platform's search is the fastest; it begins anew behind a place within a character, which must not happen often.
+    // The search begins anew behind a place within a character, which must not happen often.
     int restarts = length <= MAX_KEY ? INT32_MAX : 16;
     for (const char *from = s;; ++from) {
-        from = length == 1 ? strchr(from, *needle) : strstr(from, needle);
+        from = find_bytes(from, needle, length);
         if (from == nullptr || text.is_self_synchronising() || boundaries.has(from)) return from;
         if (boundaries.bad()) return nullptr;
         if (--restarts == 0) return find_from(text, boundaries, from + 1, needle, length);
