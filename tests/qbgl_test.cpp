@@ -419,6 +419,8 @@ TEST_F(LocaleClient, LocaleShowsWhatTheHandleHolds) {
         EXPECT_NE(text.find(line), std::string::npos) << line << text;
     EXPECT_EQ(client("locale -k d_fmt ja_JP.sjis").out, "d_fmt=\"%d/%m/%y\"\n");
     EXPECT_EQ(client("locale -k abday ja_JP.sjis").out, "abday=\"Sun;Mon;Tue;Wed;Thu;Fri;Sat\"\n");
+    EXPECT_EQ(client("locale -k am_pm --json ja_JP.sjis").out, R"({"am_pm":["AM","PM"]})"
+                                                               "\n");
     const std::string json = client("locale --json -l ja_JP.sjis").out;
     for (const char *member :
          {R"({"LC_CTYPE":{"locale":"ja_jp/e006.lco","codeset":"sjis","shortest_character":1,)",

@@ -1,5 +1,6 @@
 #include "commands/locale_items.h"
 
+#include "frame/json.h"
 #include "text/shown_text.h"
 #include "tree/locale_handle.h"
 
@@ -46,7 +47,7 @@ std::vector<std::string> item_keywords() {
     return names;
 }
 
-std::string item_line(gl_locale &locale, const std::string &keyword) {
+std::string item_line(gl_locale &locale, const std::string &keyword, bool as_json) {
     const auto *const item =
         std::find_if(std::begin(KEYWORDS), std::end(KEYWORDS), [&](const Keyword &one) { return one.name == keyword; });
     const TextView view(category_codeset(locale, item->category));
@@ -56,7 +57,11 @@ std::string item_line(gl_locale &locale, const std::string &keyword) {
     if (item->first == GL_ABMON_1) count = locale.time.abmon.count;
     for (int i = 0; i < count; ++i) {
         const char *text = gl_langinfo(&locale, item->first + i);
-        values.push_back(item->first == GL_CODESET ? text : view.visible(text));
+        values.push_back(item->first == GL_CODESET ? text : as_json ? view.plain(text) : view.visible(text));
+    }
+    if (as_json) {
+        const std::string value = item->count == 1 ? json_string(values.front()) : json_strings(values);
+        return JsonObject().raw(keyword, value).str() + "\n";
     }
     return fmt::format("{}=\"{}\"\n", keyword, fmt::join(values, ";"));
 }

@@ -10,7 +10,8 @@ namespace qbgl {
 
 std::vector<std::string> item_keywords();
 
-// keyword="value" in a line of its own; the values of a list have semicolons between them.
-std::string item_line(gl_locale &locale, const std::string &keyword);
+// keyword="value" in a line of its own; the values of a list have semicolons between them. As JSON an object, whose member is a
+// string or an array of them.
+std::string item_line(gl_locale &locale, const std::string &keyword, bool as_json);
 
 } // namespace qbgl
