@@ -88,7 +88,7 @@ template <class Unit> class Sink {
     void plain(Text<Unit> &format) {
         if (!(IS_WIDE || plain_) || full_) return;
         const Unit *from = format.at();
-        while (at_ != end_ && format.value_of(*from) - 1 < 0x7F && *from != '%') *at_++ = *from++;
+        while (at_ != end_ && format.value_of(*from) - 1 < NO_ASCII - 1 && *from != '%') *at_++ = *from++;
         format.go_to(from);
     }
     // A text of the locale's.

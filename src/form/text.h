@@ -11,6 +11,8 @@ inline bool has_plain_ascii(const gl_locale *locale) { return locale->ctype.code
 
 // Whether a text of the locale's is missing or has no characters.
 inline bool is_empty(gl_locale *locale, const char *text) { return text == nullptr || gl_ismbsterm(locale, text) != 0; }
+inline constexpr gl_wchar NO_ASCII = 0x80;
+constexpr bool is_graph(gl_wchar wc) { return wc - '!' <= '~' - '!'; }
 
 template <class Unit> class Text;
 
@@ -39,6 +41,12 @@ template <> class Text<char> {
     // Whether a unit below 80 at the beginning of a character is that of ASCII.
     bool is_plain() const { return plain_; }
     static gl_wchar value_of(char unit) { return static_cast<uint8_t>(unit); }
+    // The ASCII character of one unit at the position; NO_ASCII for any other.
+    gl_wchar ascii() const {
+        const gl_wchar value = value_of(*at_);
+        return plain_ && value < NO_ASCII ? value : NO_ASCII;
+    }
+    void skip_unit() { ++at_; }
 
   private:
     static constexpr int LONGEST = 4;
@@ -63,6 +71,8 @@ template <> class Text<gl_wchar> {
     void go_to(const gl_wchar *at) { at_ = at; }
     static constexpr bool is_plain() { return true; }
     static gl_wchar value_of(gl_wchar unit) { return unit; }
+    gl_wchar ascii() const { return *at_ < NO_ASCII ? *at_ : NO_ASCII; }
+    void skip_unit() { ++at_; }
 
   private:
     const gl_wchar *at_;

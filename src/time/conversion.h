@@ -6,6 +6,8 @@
 #include "ext/error.h"
 #include "form/text.h"
 
+#include <stddef.h>
+
 namespace qbgl {
 
 struct Conversion {
@@ -18,7 +20,15 @@ struct Conversion {
 };
 
 // Whether a modifier stands before the letter, as POSIX has it, and O before any number.
-bool takes_modifier(char letter, char modifier);
+constexpr bool takes_modifier(char letter, char modifier) {
+    constexpr auto set_of = [](const char *letters) {
+        uint64_t set = 0;
+        for (; *letters != '\0'; ++letters) set |= uint64_t{1} << (*letters - 'A');
+        return set;
+    };
+    constexpr uint64_t WITH_E = set_of("cCxXyY"), WITH_O = set_of("bBhCdegGHIjklmMSuUVwWy");
+    return letter >= 'A' && letter <= 'z' && ((modifier == 'E' ? WITH_E : WITH_O) >> (letter - 'A') & 1) != 0;
+}
 
 // Formats of formats: %c of a locale may hold %r, and that %T. A locale that goes deeper goes in circles, and one that opens many
 // for a conversion of the caller's, or long ones, would take its time.
@@ -31,12 +41,13 @@ class Nesting {
         return true;
     }
     void leave() { --depth_; }
-    // Counts a character of a format.
-    bool pass() { return depth_ == 0 || ++passed_ <= MOST_PASSED; }
+    // Counts characters of a format.
+    bool pass(ptrdiff_t count = 1) { return depth_ == 0 || (passed_ += count) <= MOST_PASSED; }
 
   private:
     static constexpr int DEEPEST = 4, MOST_PASSED = 1 << 16;
-    int depth_ = 0, passed_ = 0;
+    int depth_ = 0;
+    int64_t passed_ = 0;
 };
 
 template <class Unit> [[gnu::noinline]] bool read_whole_conversion(gl_locale *locale, Text<Unit> &format, Conversion &found) {
@@ -85,12 +96,20 @@ template <class Unit> [[gnu::noinline]] bool read_whole_conversion(gl_locale *lo
 // The conversion behind a "%". False with the error: GL_EINVAL for none.
 template <class Unit> inline bool read_conversion(gl_locale *locale, Text<Unit> &format, Conversion &found) {
     // Most have nothing but their letter.
-    gl_wchar wc;
-    if (format.peek(wc) && (wc | 0x20) - 'a' < 26 && wc != 'E' && wc != 'O' && wc != 'Q') {
+    if (const gl_wchar wc = format.ascii(); (wc | 0x20) - 'a' < 26 && wc != 'E' && wc != 'O' && wc != 'Q') {
         found.letter = static_cast<char>(wc);
-        format.advance();
+        format.skip_unit();
         return true;
     }
+    if (const gl_wchar wc = format.ascii(); wc == 'E' || wc == 'O')
+        if (const gl_wchar letter = format.value_of(format.at()[1]);
+            letter < NO_ASCII && takes_modifier(static_cast<char>(letter), static_cast<char>(wc))) {
+            found.modifier = static_cast<char>(wc);
+            found.letter = static_cast<char>(letter);
+            format.skip_unit();
+            format.skip_unit();
+            return true;
+        }
     return read_whole_conversion(locale, format, found);
 }
 

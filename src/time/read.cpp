@@ -29,7 +29,8 @@ struct DateParts {
     bool any() const { return std::max({year, century, year_of_century, mon, monname, mday, yday}) != NONE; }
 };
 
-struct TimeParts {
+// All of a text.
+struct Parts : DateParts {
     int32_t hour = NONE, hour_of_half = NONE, half = NONE, min = NONE, sec = NONE;
     int32_t wday = NONE, sunday_week = NONE, monday_week = NONE, iso_year = NONE, iso_year_of_century = NONE, iso_week = NONE;
     int32_t era = NONE, era_number = NONE;
@@ -37,6 +38,36 @@ struct TimeParts {
     bool has_seconds = false;
     int64_t seconds = 0;
 };
+
+// What the letter of a number means where the calendar is the Gregorian one.
+struct NumberField {
+    int32_t Parts::*part = nullptr;
+    int16_t least = 0, most = 0;
+    int8_t digits = 0, add = 0; // no digits: this is no letter of a number
+    bool of_date = false;       // and so of the locale's calendar, if it has its own
+};
+struct NumberFields {
+    NumberField of[NO_ASCII];
+
+    constexpr NumberFields() : of() {
+        of['C'] = {&Parts::century, 0, 99, 2, 0, true};
+        of['y'] = {&Parts::year_of_century, 0, 99, 2, 0, true};
+        of['Y'] = {&Parts::year, 0, 9999, YEAR_DIGITS, 0, true};
+        of['d'] = of['e'] = {&Parts::mday, 1, 31, 2, 0, true};
+        of['m'] = {&Parts::mon, 1, 12, 2, -1, true};
+        of['j'] = {&Parts::yday, 1, 366, 3, -1, true};
+        of['H'] = of['k'] = {&Parts::hour, 0, 23, 2};
+        of['I'] = of['l'] = {&Parts::hour_of_half, 1, 12, 2};
+        of['M'] = {&Parts::min, 0, 59, 2};
+        of['S'] = {&Parts::sec, 0, 60, 2};
+        of['w'] = {&Parts::wday, 0, 6, 1};
+        of['U'] = {&Parts::sunday_week, 0, 53, 2};
+        of['W'] = {&Parts::monday_week, 0, 53, 2};
+        of['V'] = {&Parts::iso_week, 1, 53, 2};
+        of['g'] = {&Parts::iso_year_of_century, 0, 99, 2};
+    }
+};
+constexpr NumberFields FIELDS;
 
 template <class Unit> class DateReader {
   public:
@@ -48,9 +79,11 @@ template <class Unit> class DateReader {
 
     template <class FormatUnit> bool read(Text<FormatUnit> &format) {
         for (gl_wchar wc;;) {
+            const FormatUnit *const begin = format.at();
+            take_plain(format);
+            if (!nesting_.pass(format.at() - begin + 1)) return refuse();
             if (!format.peek(wc)) return fail(locale_, GL_EILSEQ, false);
             if (wc == 0) return true;
-            if (!nesting_.pass()) return refuse();
             if (wc == '%') {
                 format.advance();
                 Conversion conversion;
@@ -67,23 +100,27 @@ template <class Unit> class DateReader {
 
     // What has been read, into the record.
     bool finish(gl_tm &tm) {
-        gl_tm result = tm;
-        if (time_.gmtoff != NONE) result.gmtoff = time_.gmtoff;
-        if (time_.zone != NONE) result.zone = time_.zone;
-        if (time_.has_seconds && !from_seconds(result)) return out_of_range();
-        if (time_.sec != NONE) result.sec = time_.sec;
-        if (time_.min != NONE) result.min = time_.min;
-        if (time_.hour != NONE) result.hour = time_.hour;
-        if (time_.hour_of_half != NONE && time_.hour == NONE) {
-            result.hour = time_.hour_of_half % 12 + (time_.half == 1 ? 12 : 0);
-        }
-        if (time_.era != NONE || time_.era_number != NONE) year_of_era();
-        if (own_.any() ? !own_date(result) : !date(result)) return out_of_range();
-        tm = result;
-        return true;
+        const gl_tm before = tm;
+        if (put_parts(tm)) return true;
+        tm = before;
+        return out_of_range();
     }
 
   private:
+    bool put_parts(gl_tm &result) {
+        if (parts_.gmtoff != NONE) result.gmtoff = parts_.gmtoff;
+        if (parts_.zone != NONE) result.zone = parts_.zone;
+        if (parts_.has_seconds && !from_seconds(result)) return false;
+        if (parts_.sec != NONE) result.sec = parts_.sec;
+        if (parts_.min != NONE) result.min = parts_.min;
+        if (parts_.hour != NONE) result.hour = parts_.hour;
+        if (parts_.hour_of_half != NONE && parts_.hour == NONE) {
+            result.hour = parts_.hour_of_half % 12 + (parts_.half == 1 ? 12 : 0);
+        }
+        if (parts_.era != NONE || parts_.era_number != NONE) year_of_era();
+        return own_.any() ? own_date(result) : date(result);
+    }
+
     bool mismatch() { return fail(locale_, GL_EILSEQ, false); }
     bool refuse() { return fail(locale_, GL_EINVAL, false); }
     bool out_of_range() { return fail(locale_, GL_ERANGE, false); }
@@ -93,7 +130,37 @@ template <class Unit> class DateReader {
         return (locale_->classes == nullptr || wc <= UINT8_MAX) && is_in_class(locale_, wc, GL_CLASS_SPACE);
     }
     void skip_blanks() {
+        if (is_graph(text_.ascii())) return;
         for (gl_wchar wc; text_.peek(wc) && wc != 0 && is_blank(wc);) text_.advance();
+    }
+    // Goes over what is plain in a format, as far as the text has it: ASCII characters and numbers without flags or blanks. What it
+    // stops at is read the general way.
+    template <class FormatUnit> void take_plain(Text<FormatUnit> &format) {
+        if (!format.is_plain() || !text_.is_plain()) return;
+        const FormatUnit *from = format.at();
+        const Unit *at = text_.at();
+        for (;;) {
+            const gl_wchar wc = format.value_of(*from);
+            if (wc != '%') {
+                if (!is_graph(wc) || text_.value_of(*at) != wc) break;
+                ++from;
+                ++at;
+                continue;
+            }
+            const gl_wchar letter = format.value_of(from[1]);
+            const NumberField &field = FIELDS.of[letter < NO_ASCII ? letter : 0];
+            if (field.digits == 0 || (field.of_date && own_calendar_)) break;
+            int32_t value = 0;
+            int count = 0;
+            for (; count < field.digits && is_digit(text_.value_of(at[count])); ++count)
+                value = value * 10 + static_cast<int32_t>(text_.value_of(at[count]) - '0');
+            if (count == 0 || value < field.least || value > field.most) break;
+            parts_.*field.part = value + field.add;
+            from += 2;
+            at += count;
+        }
+        format.go_to(from);
+        text_.go_to(at);
     }
     // The units of the character that the format has.
     template <class FormatUnit> bool take_same(const Text<FormatUnit> &format) {
@@ -107,7 +174,12 @@ template <class Unit> class DateReader {
         return false;
     }
     bool take(gl_wchar expected) {
-        gl_wchar wc;
+        gl_wchar wc = text_.ascii();
+        if (wc != NO_ASCII) {
+            const bool same = wc == expected && wc != 0;
+            if (same) text_.skip_unit();
+            return same;
+        }
         if (!text_.peek(wc) || wc != expected) return false;
         text_.advance();
         return true;
@@ -115,11 +187,11 @@ template <class Unit> class DateReader {
 
     bool convert(const Conversion &one) {
         const bool era = one.modifier == 'E' && info_.era_count > 0;
-        DateParts &date = own_calendar_ && !one.gregorian && !gregorian_ ? own_ : date_;
+        DateParts &date = own_calendar_ && !one.gregorian && !gregorian_ ? own_ : parts_;
         const bool own = &date == &own_;
         switch (one.letter) {
         case 'a':
-        case 'A': return name(more_.days, time_.wday);
+        case 'A': return name(more_.days, parts_.wday);
         case 'b':
         case 'B':
         case 'h': return name(own || !own_calendar_ ? more_.months : more_.gregorian_months, own ? date.monname : date.mon);
@@ -140,24 +212,24 @@ template <class Unit> class DateReader {
         case 'm': return number(one, 1, own ? 13 : 12, 2, date.mon, -1);
         case 'j': return number(one, 1, own ? 385 : 366, 3, date.yday, -1);
         case 'H':
-        case 'k': return number(one, 0, 23, 2, time_.hour);
+        case 'k': return number(one, 0, 23, 2, parts_.hour);
         case 'I':
-        case 'l': return number(one, 1, 12, 2, time_.hour_of_half);
-        case 'M': return number(one, 0, 59, 2, time_.min);
-        case 'S': return number(one, 0, 60, 2, time_.sec);
+        case 'l': return number(one, 1, 12, 2, parts_.hour_of_half);
+        case 'M': return number(one, 0, 59, 2, parts_.min);
+        case 'S': return number(one, 0, 60, 2, parts_.sec);
         case 'p':
         case 'P': return half_of_day();
         case 's': return seconds();
         case 'u':
-            if (!number(one, 1, 7, 1, time_.wday)) return false;
-            time_.wday %= 7;
+            if (!number(one, 1, 7, 1, parts_.wday)) return false;
+            parts_.wday %= 7;
             return true;
-        case 'w': return number(one, 0, 6, 1, time_.wday);
-        case 'U': return number(one, 0, 53, 2, time_.sunday_week);
-        case 'W': return number(one, 0, 53, 2, time_.monday_week);
-        case 'V': return number(one, 1, 53, 2, time_.iso_week);
-        case 'g': return number(one, 0, 99, 2, time_.iso_year_of_century);
-        case 'G': return year(one, time_.iso_year);
+        case 'w': return number(one, 0, 6, 1, parts_.wday);
+        case 'U': return number(one, 0, 53, 2, parts_.sunday_week);
+        case 'W': return number(one, 0, 53, 2, parts_.monday_week);
+        case 'V': return number(one, 1, 53, 2, parts_.iso_week);
+        case 'g': return number(one, 0, 99, 2, parts_.iso_year_of_century);
+        case 'G': return year(one, parts_.iso_year);
         case 'z': return zone_offset();
         case 'Z': return zone_name();
         case 'n':
@@ -265,18 +337,18 @@ template <class Unit> class DateReader {
     }
 
     bool half_of_day() {
-        if (longest_word(info_.am_pm_names, time_.half)) return true;
+        if (longest_word(info_.am_pm_names, parts_.half)) return true;
         const bool no_am = is_empty(locale_, info_.am), no_pm = is_empty(locale_, info_.pm);
-        if (no_am != no_pm) time_.half = no_pm;
-        return no_am || no_pm || (skip_blanks(), longest_word(info_.am_pm_names, time_.half)) || mismatch();
+        if (no_am != no_pm) parts_.half = no_pm;
+        return no_am || no_pm || (skip_blanks(), longest_word(info_.am_pm_names, parts_.half)) || mismatch();
     }
 
     bool seconds() {
         skip_blanks();
         const bool negative = take('-');
-        if (!digits(MOST_DIGITS, time_.seconds)) return mismatch();
-        if (negative) time_.seconds = -time_.seconds;
-        time_.has_seconds = true;
+        if (!digits(MOST_DIGITS, parts_.seconds)) return mismatch();
+        if (negative) parts_.seconds = -parts_.seconds;
+        parts_.has_seconds = true;
         return true;
     }
 
@@ -285,7 +357,7 @@ template <class Unit> class DateReader {
         const Unit *const begin = text_.at();
         skip_blanks();
         if (take('Z') || take('z')) {
-            time_.gmtoff = 0;
+            parts_.gmtoff = 0;
             return true;
         }
         const bool negative = take('-');
@@ -309,7 +381,7 @@ template <class Unit> class DateReader {
         if (count == 2) value *= 100; // one digit alone is minutes, as "%-z" writes them
         if (value % 100 > 59) return mismatch();
         const auto east = static_cast<int32_t>((value / 100 * 60 + value % 100) * 60);
-        time_.gmtoff = negative ? -east : east;
+        parts_.gmtoff = negative ? -east : east;
         return true;
     }
 
@@ -320,7 +392,7 @@ template <class Unit> class DateReader {
             text_.go_to(begin);
             if (zone == nullptr || !take_text(zone) || text_.at() <= best) continue;
             best = text_.at();
-            time_.zone = i;
+            parts_.zone = i;
         }
         text_.go_to(best);
         return true;
@@ -334,57 +406,55 @@ template <class Unit> class DateReader {
             text_.go_to(begin);
             if (!take_text(more_.eras[i].name) || text_.at() <= best) continue;
             best = text_.at();
-            time_.era = i;
+            parts_.era = i;
         }
         text_.go_to(best);
         if (best != begin) return true;
-        return only_era_ == NONE ? number(Conversion{}, 0, 99, 2, date_.century) : mismatch();
+        return only_era_ == NONE ? number(Conversion{}, 0, 99, 2, parts_.century) : mismatch();
     }
     bool era_number() {
-        const bool in_era = time_.era != NONE || date_.century == NONE;
-        if (!in_era) return number(Conversion{}, 0, 99, 2, date_.year_of_century);
+        const bool in_era = parts_.era != NONE || parts_.century == NONE;
+        if (!in_era) return number(Conversion{}, 0, 99, 2, parts_.year_of_century);
         skip_blanks();
         int64_t found;
         if (!digits(9, found)) return mismatch();
-        time_.era_number = static_cast<int32_t>(found);
+        parts_.era_number = static_cast<int32_t>(found);
         return true;
     }
     // By the first era whose format the text has.
     bool era_year(const Conversion &one) {
         if (only_era_ != NONE) return refuse(); // a year that holds itself
         const Unit *const begin = text_.at();
-        const TimeParts time = time_;
-        const DateParts parts = date_;
+        const Parts parts = parts_;
         for (int32_t i = 0; i < info_.era_count; ++i) {
             only_era_ = i;
             const bool done = nested(more_.eras[i].format, one);
             only_era_ = NONE;
             if (done) {
-                time_.era = i;
+                parts_.era = i;
                 return true;
             }
             text_.go_to(begin);
-            time_ = time;
-            date_ = parts;
+            parts_ = parts;
         }
-        return year(one, date_.year);
+        return year(one, parts_.year);
     }
 
     // The era of that name which has the date; without a name, the one that lasts. A format without a number is that of a first
     // year.
     void year_of_era() {
-        if (time_.era_number == NONE) {
-            date_.year = std::max(more_.eras[time_.era].first_year, LEAST_YEAR);
+        if (parts_.era_number == NONE) {
+            parts_.year = std::max(more_.eras[parts_.era].first_year, LEAST_YEAR);
             return;
         }
         int32_t found = NONE;
         int64_t year = 0;
         for (int32_t i = 0; i < info_.era_count; ++i) {
             const Era &era = more_.eras[i];
-            if (time_.era != NONE ? strcmp(era.name, more_.eras[time_.era].name) != 0 : era.end != INT64_MAX) continue;
-            const int64_t this_year = era.year(time_.era_number);
-            const bool whole = date_.mon != NONE && date_.mday != NONE;
-            const bool has = whole ? era.has(era_day(this_year, date_.mon + 1, date_.mday))
+            if (parts_.era != NONE ? strcmp(era.name, more_.eras[parts_.era].name) != 0 : era.end != INT64_MAX) continue;
+            const int64_t this_year = era.year(parts_.era_number);
+            const bool whole = parts_.mon != NONE && parts_.mday != NONE;
+            const bool has = whole ? era.has(era_day(this_year, parts_.mon + 1, parts_.mday))
                                    : era.has(era_day(this_year, 1, 1)) || era.has(era_day(this_year, 12, 31));
             if (found == NONE || has) {
                 found = i;
@@ -392,7 +462,7 @@ template <class Unit> class DateReader {
             }
             if (has) break;
         }
-        if (found != NONE) date_.year = static_cast<int32_t>(std::clamp<int64_t>(year, LEAST_YEAR, INT32_MAX));
+        if (found != NONE) parts_.year = static_cast<int32_t>(std::clamp<int64_t>(year, LEAST_YEAR, INT32_MAX));
     }
 
     static void complete_year(DateParts &date, int century_of_calendar) {
@@ -404,7 +474,7 @@ template <class Unit> class DateReader {
     }
 
     bool from_seconds(gl_tm &tm) {
-        const int64_t local = time_.seconds + tm.gmtoff, day = floor_div(local, 86400);
+        const int64_t local = parts_.seconds + tm.gmtoff, day = floor_div(local, 86400);
         if (day > int64_t{INT32_MAX} * 365 || day < -int64_t{INT32_MAX} * 365) return false;
         const auto in_day = static_cast<int32_t>(floor_mod(local, 86400));
         const YearAndDay found = year_of_day(day);
@@ -455,38 +525,38 @@ template <class Unit> class DateReader {
     }
 
     bool date(gl_tm &tm) {
-        complete_year(date_, 0);
-        if (time_.iso_year == NONE && time_.iso_year_of_century != NONE)
-            time_.iso_year = time_.iso_year_of_century + (time_.iso_year_of_century < 69 ? 2000 : 1900);
-        if (date_.year != NONE) tm.year = date_.year - 1900;
-        if (date_.mon != NONE) tm.mon = tm.monname = date_.mon;
-        if (date_.mday != NONE) tm.mday = date_.mday;
-        if (date_.yday != NONE) tm.yday = date_.yday;
-        if (time_.wday != NONE) tm.wday = time_.wday;
-        const int64_t year = date_.year;
-        if (date_.year != NONE && date_.mon != NONE && date_.mday != NONE) return set_date(tm, year, date_.mon, date_.mday);
-        if (date_.year != NONE && date_.yday != NONE)
-            return date_.yday < 365 + is_leap(year) && set_day(tm, days_before_year(year) + date_.yday);
-        if (time_.iso_year != NONE && time_.iso_week != NONE && time_.wday != NONE)
-            return set_day(tm, iso_year_start(time_.iso_year) + (time_.iso_week - 1) * 7 + (time_.wday + 6) % 7);
-        const bool sundays = time_.sunday_week != NONE;
-        if (date_.year != NONE && time_.wday != NONE && (sundays || time_.monday_week != NONE)) {
+        complete_year(parts_, 0);
+        if (parts_.iso_year == NONE && parts_.iso_year_of_century != NONE)
+            parts_.iso_year = parts_.iso_year_of_century + (parts_.iso_year_of_century < 69 ? 2000 : 1900);
+        if (parts_.year != NONE) tm.year = parts_.year - 1900;
+        if (parts_.mon != NONE) tm.mon = tm.monname = parts_.mon;
+        if (parts_.mday != NONE) tm.mday = parts_.mday;
+        if (parts_.yday != NONE) tm.yday = parts_.yday;
+        if (parts_.wday != NONE) tm.wday = parts_.wday;
+        const int64_t year = parts_.year;
+        if (parts_.year != NONE && parts_.mon != NONE && parts_.mday != NONE) return set_date(tm, year, parts_.mon, parts_.mday);
+        if (parts_.year != NONE && parts_.yday != NONE)
+            return parts_.yday < 365 + is_leap(year) && set_day(tm, days_before_year(year) + parts_.yday);
+        if (parts_.iso_year != NONE && parts_.iso_week != NONE && parts_.wday != NONE)
+            return set_day(tm, iso_year_start(parts_.iso_year) + (parts_.iso_week - 1) * 7 + (parts_.wday + 6) % 7);
+        const bool sundays = parts_.sunday_week != NONE;
+        if (parts_.year != NONE && parts_.wday != NONE && (sundays || parts_.monday_week != NONE)) {
             const int64_t first = days_before_year(year);
             const int32_t start = sundays ? weekday_of(first) : (weekday_of(first) + 6) % 7; // days of its week before the year
-            const int32_t week = sundays ? time_.sunday_week : time_.monday_week;
-            const int32_t in_week = sundays ? time_.wday : (time_.wday + 6) % 7;
+            const int32_t week = sundays ? parts_.sunday_week : parts_.monday_week;
+            const int32_t in_week = sundays ? parts_.wday : (parts_.wday + 6) % 7;
             const int32_t yday = (start == 0 ? week - 1 : week) * 7 - start + in_week;
             return yday >= 0 && yday < 365 + is_leap(year) && set_day(tm, first + yday);
         }
-        return date_.mday == NONE || date_.mon == NONE || date_.mday <= days_of_month(2000, date_.mon);
+        return parts_.mday == NONE || parts_.mon == NONE || parts_.mday <= days_of_month(2000, parts_.mon);
     }
 
     gl_locale *locale_;
     const gl_time_info &info_;
     const gl_time_more &more_;
     Text<Unit> text_;
-    DateParts date_{}, own_{};
-    TimeParts time_{};
+    Parts parts_;
+    DateParts own_;
     int32_t only_era_ = NONE;
     const bool own_calendar_;
     bool gregorian_ = false;

@@ -24,17 +24,19 @@ template <class Unit> class DateWriter {
 
     template <class FormatUnit> bool write(Text<FormatUnit> &format) {
         for (gl_wchar wc;;) {
+            const FormatUnit *const begin = format.at();
             if constexpr (IS_SAME<FormatUnit>)
                 if (!upper_) sink_.plain(format);
-            if (!format.peek(wc)) return fail(locale_, GL_EILSEQ, false);
-            if (wc == 0) return true;
-            if (!nesting_.pass()) return refuse();
-            if (wc != '%') {
-                if (!literal(format, wc)) return false;
+            if (!nesting_.pass(format.at() - begin + 1)) return refuse();
+            if (format.ascii() == '%') {
+                format.skip_unit();
+            } else {
+                if (!format.peek(wc)) return fail(locale_, GL_EILSEQ, false);
+                if (wc == 0) return true;
+                if (wc != '%' && !literal(format, wc)) return false;
                 format.advance();
-                continue;
+                if (wc != '%') continue;
             }
-            format.advance();
             Conversion conversion;
             if (!read_conversion(locale_, format, conversion) || !convert(conversion)) return false;
         }
@@ -297,8 +299,12 @@ template <class Unit> class DateWriter {
 
     // `digits` is what the number has at least, filled up with `pad` unless a flag says otherwise.
     bool number(const Conversion &one, int64_t value, int digits, char pad = '0') {
-        if (one.pad == 0 && one.width == 0 && one.modifier == 0 && digits == 2 && pad == '0' && value >= 0 && value < 100)
-            return sink_.two_digits(static_cast<unsigned>(value));
+        if (one.pad == 0 && one.width == 0 && one.modifier == 0 && value >= 0 && value < 10'000) {
+            const auto low = static_cast<unsigned>(value);
+            if (low >= 1000) return sink_.two_digits(low / 100) && sink_.two_digits(low % 100);
+            if (digits == 2 && low < 10 && pad == '_') return sink_.ascii(' ') && sink_.ascii(static_cast<char>('0' + low));
+            if (digits == 2 && low < 100) return sink_.two_digits(low);
+        }
         if (one.modifier == 'O' && value >= 0 && value < info_.alt_digits.count)
             if (const char *digit = info_.alt_digits.bytes[value]; digit != nullptr && *digit != '\0')
                 return text(one, digit, Letters::AS_THEY_ARE);
