@@ -125,15 +125,16 @@ template <class Unit> class DateReader {
     bool refuse() { return fail(locale_, GL_EINVAL, false); }
     bool out_of_range() { return fail(locale_, GL_ERANGE, false); }
 
+    static bool is_plain_blank(gl_wchar wc) { return wc == ' ' || (wc >= '\t' && wc <= '\r'); }
     bool is_blank(gl_wchar wc) {
-        if (wc < 0x80) return wc == ' ' || (wc >= '\t' && wc <= '\r');
+        if (wc < NO_ASCII) return is_plain_blank(wc);
         return (locale_->classes == nullptr || wc <= UINT8_MAX) && is_in_class(locale_, wc, GL_CLASS_SPACE);
     }
     void skip_blanks() {
         if (is_graph(text_.ascii())) return;
         for (gl_wchar wc; text_.peek(wc) && wc != 0 && is_blank(wc);) text_.advance();
     }
-    // Goes over what is plain in a format, as far as the text has it: ASCII characters and numbers without flags or blanks. What it
+    // Goes over what is plain in a format, as far as the text has it: ASCII characters and numbers without widths. What it
     // stops at is read the general way.
     template <class FormatUnit> void take_plain(Text<FormatUnit> &format) {
         if (!format.is_plain() || !text_.is_plain()) return;
@@ -141,13 +142,21 @@ template <class Unit> class DateReader {
         const Unit *at = text_.at();
         for (;;) {
             const gl_wchar wc = format.value_of(*from);
+            if (is_plain_blank(wc)) {
+                while (is_plain_blank(text_.value_of(*at))) ++at;
+                if (text_.value_of(*at) >= NO_ASCII) break; // which may be a blank, too
+                ++from;
+                continue;
+            }
             if (wc != '%') {
                 if (!is_graph(wc) || text_.value_of(*at) != wc) break;
                 ++from;
                 ++at;
                 continue;
             }
-            const gl_wchar letter = format.value_of(from[1]);
+            gl_wchar letter = format.value_of(from[1]);
+            const bool has_flag = letter == '-' || letter == '_' || letter == '0'; // which a reader has no use for
+            if (has_flag) letter = format.value_of(from[2]);
             const NumberField &field = FIELDS.of[letter < NO_ASCII ? letter : 0];
             if (field.digits == 0 || (field.of_date && own_calendar_)) break;
             int32_t value = 0;
@@ -156,7 +165,7 @@ template <class Unit> class DateReader {
                 value = value * 10 + static_cast<int32_t>(text_.value_of(at[count]) - '0');
             if (count == 0 || value < field.least || value > field.most) break;
             parts_.*field.part = value + field.add;
-            from += 2;
+            from += has_flag ? 3 : 2;
             at += count;
         }
         format.go_to(from);
