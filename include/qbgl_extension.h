@@ -322,7 +322,7 @@ typedef int glu_ucs32pwidth_fn(const gl_wchar *start, const gl_wchar *end, int16
  * bytes of src that may be read. The bytes read times 256 plus the bytes written; a failure is 0. NUL is a character. */
 typedef int glu_mbtoupper_fn(void *locale, char *dst, const char *src, int len, int16_t *error);
 typedef int glu_mbtolower_fn(void *locale, char *dst, const char *src, int len, int16_t *error);
-/* The same of a value; no value is an error. */
+/* The same of a value; no value is an error, and what is none stays as it is. */
 typedef gl_wchar glu_uc32toupper_fn(void *locale, gl_wchar wc, int16_t *error);
 typedef gl_wchar glu_uc32tolower_fn(void *locale, gl_wchar wc, int16_t *error);
 
