@@ -211,6 +211,7 @@ TEST(DateReading, TellsTheDay) {
         {"ja_jp.utf8", "%EY%m-%d", "令和元年05-01", "2019-05-01|"},
         {"en_us.utf8", "%Y-%m-%d", "2023-02-29", "6"},
         {"en_us.utf8", "%Y-%m-%d", "2023-13-01", "1"},
+        {"en_us.utf8", "%G-W%V-%u", "2025-W53-1", "6"},
         {"he_il.utf8", "%d %B", "1 תשרי", "6"},
         {"en_us.utf8", "%A", "Thorsday", "1"},
         {"en_us.utf8", "%Y-%N", "2023-1", "7"},

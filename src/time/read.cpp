@@ -512,6 +512,12 @@ template <class Unit> class DateReader {
         return set_date(tm, found.year, mon, yday + 1);
     }
 
+    // Some years have no week 53.
+    bool iso_day(gl_tm &tm) const {
+        const int64_t day = iso_year_start(parts_.iso_year) + (parts_.iso_week - 1) * 7 + (parts_.wday + 6) % 7;
+        return day < iso_year_start(int64_t{parts_.iso_year} + 1) && set_day(tm, day);
+    }
+
     bool own_date(gl_tm &tm) {
         complete_year(own_, gl_alt_getcentury(locale_));
         if (own_.year == NONE) return false;
@@ -546,8 +552,7 @@ template <class Unit> class DateReader {
         if (parts_.year != NONE && parts_.mon != NONE && parts_.mday != NONE) return set_date(tm, year, parts_.mon, parts_.mday);
         if (parts_.year != NONE && parts_.yday != NONE)
             return parts_.yday < 365 + is_leap(year) && set_day(tm, days_before_year(year) + parts_.yday);
-        if (parts_.iso_year != NONE && parts_.iso_week != NONE && parts_.wday != NONE)
-            return set_day(tm, iso_year_start(parts_.iso_year) + (parts_.iso_week - 1) * 7 + (parts_.wday + 6) % 7);
+        if (parts_.iso_year != NONE && parts_.iso_week != NONE && parts_.wday != NONE) return iso_day(tm);
         const bool sundays = parts_.sunday_week != NONE;
         if (parts_.year != NONE && parts_.wday != NONE && (sundays || parts_.monday_week != NONE)) {
             const int64_t first = days_before_year(year);
