@@ -1,6 +1,7 @@
 # Debian packages: `cpack -B build/packages --config build/<preset>/CPackConfig.cmake` makes those of the preset's architecture.
 #   libqbgl1     the library                          libqbgl-dev   header, link, archive, pkg-config file, CMake package
 #   qbgl-tools   qbgl, qbglc, man pages, recipes      qbgl-data     the installation tree, the same for all architectures
+#   qbgl-icu     the extension library over ICU, where ICU's packages are installed
 # What the programs need is told here and not looked up in the machine's packages: those of another word size are not installed there.
 set(QBGL_PACKAGE_MAINTAINER "qbgl maintainers <root@localhost>" CACHE STRING "Maintainer named in the packages")
 
@@ -54,6 +55,14 @@ libc6 (>= ${libc}), libstdc++6 (>= ${gcc}), libgcc-s1 (>= 4.2)")
   set(CPACK_DEBIAN_DATA_PACKAGE_ARCHITECTURE all)
   set(CPACK_COMPONENT_DATA_DESCRIPTION "Locales, character sets and codeset conversion: the data
  Conversions, charmaps and locales, compiled from the charmaps and locale definitions of the platform.")
+endif()
+if(TARGET icu_extension)
+  list(APPEND CPACK_COMPONENTS_ALL extension)
+  set(CPACK_DEBIAN_EXTENSION_PACKAGE_NAME qbgl-icu)
+  set(CPACK_DEBIAN_EXTENSION_PACKAGE_SECTION "libs\nMulti-Arch: same")
+  set(CPACK_DEBIAN_EXTENSION_PACKAGE_DEPENDS "libqbgl${PROJECT_VERSION_MAJOR} ${same_version}, libc6 (>= ${libc}), libicu72")
+  set(CPACK_COMPONENT_EXTENSION_DESCRIPTION "Locales, character sets and codeset conversion: the extension library over ICU
+ For hosts that want the rules of ICU; qbglc tree --icu puts it into an installation.")
 endif()
 
 # Debian expects the licence with each package.

@@ -38,6 +38,7 @@ class CommandLine {
   public:
     CommandLine() {
         app_.set_version_flag("-V,--version", "qbgl " QBGL_CLIENT_VERSION);
+        app_.add_flag("--icu", icu_, "Let the extension library over ICU serve what its map says (`qbglc tree --icu` installs it)");
         app_.require_subcommand(1);
         app_.footer(EXIT_STATUSES);
         add_conv();
@@ -83,6 +84,7 @@ class CommandLine {
         gl_cache_registry(nullptr, nullptr);
         const Messages messages(json_);
         try {
+            if (icu_) use_extension();
             return static_cast<int>(command_(messages));
         } catch (const Failure &failure) {
             return static_cast<int>(messages.fail(failure));
@@ -115,6 +117,15 @@ class CommandLine {
             option->transform(CLI::Validator(take, "", ""));
         }
         for (CLI::App *inner : command->get_subcommands({})) take_marks(inner);
+    }
+
+    static void use_extension() {
+        gl_useglu(1);
+        setenv("GL_USEGLU", "1", 1);
+        if (gl_init_glu(nullptr) != 0)
+            throw Failure{ExitStatus::SYSTEM,
+                          "the extension library cannot be used: `qbglc tree --icu` installs it, and with VRNLOG=on "
+                          "the library writes to vrn.log what it lacks"};
     }
 
     // Throws Failure with the command that was likely meant.
@@ -425,7 +436,7 @@ class CommandLine {
     }
 
     CLI::App app_{"Converts text between codesets, shows and uses locales, and tells what the installation offers.", "qbgl"};
-    bool json_ = false, list_ = false;
+    bool json_ = false, list_ = false, icu_ = false;
     ConvRequest conv_;
     CaseRequest upper_{LetterCase::UPPER, {}}, lower_{LetterCase::LOWER, {}};
     ClassRequest class_;

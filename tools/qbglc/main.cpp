@@ -1,5 +1,6 @@
 // qbglc: compiles the platform's charmaps and locale definitions into the objects that the library reads.
 #include "common/nearest.h"
+#include "installation/extension.h"
 #include "installation/tree.h"
 #include "locale/compiler.h"
 #include "object/charmap.h"
@@ -32,12 +33,20 @@ fs::path default_data_directory() {
     throw SystemError("no recipes found beside the program: name their directory with --data");
 }
 
+// The extension library that belongs to this program: installed with it, or of the build directory in which it stands.
+fs::path extension_library() {
+    const fs::path here = fs::read_symlink("/proc/self/exe").parent_path();
+    for (const fs::path &candidate : {here / "extension/icu", here / ".." / QBGL_EXTENSION_DIRECTORY})
+        if (fs::is_regular_file(candidate / EXTENSION_FILE)) return (candidate / EXTENSION_FILE).lexically_normal();
+    throw SystemError(fmt::format("no {} belongs to this program: it is built where ICU's packages are installed", EXTENSION_FILE));
+}
+
 struct Options {
     std::string data;
     std::string source, target, output, directory, calendar = "gregorian", strings;
     size_t shown = 10;
     unsigned threads = std::max(1u, std::thread::hardware_concurrency());
-    bool accept_changes = false, verify = false;
+    bool accept_changes = false, verify = false, icu = false;
 
     fs::path data_directory() const { return data.empty() ? default_data_directory() : fs::path(data); }
 };
@@ -133,6 +142,7 @@ ExitStatus tree(const Options &options) {
     Library library(options.data_directory());
     const bool terminal = isatty(STDERR_FILENO) == 1;
     TreeOptions tree{options.threads, options.accept_changes};
+    if (options.icu) tree.icu = extension_library();
     tree.progress = [&](size_t done, size_t all) {
         if (terminal) fmt::print(stderr, "\rqbglc: {} of {} objects{}", done, all, done == all ? "\n" : "");
     };
@@ -150,6 +160,7 @@ ExitStatus tree(const Options &options) {
     fmt::print("{}: {} locales, {} conversions with {} names, {} charmaps: {} objects written, {} old files removed\n",
                options.directory, report.locales, report.conversions, report.links, report.charmaps, report.written,
                report.removed);
+    if (options.icu) fmt::print("{}: {} locales served by ICU\n", options.directory, report.served);
     if (report.changes.empty() || options.accept_changes) return EXIT_OK;
     complain("what keeps sort keys must know of these changes; `qbglc diff` shows them, --accept-changes makes them");
     return EXIT_CHANGE;
@@ -235,6 +246,8 @@ int run(int argc, char **argv) {
     sub->add_option("-j,--jobs", options.threads, "number of threads (default: one for each processor)")->check(CLI::Range(1, 256));
     sub->add_flag("--accept-changes", options.accept_changes,
                   "replace locales whose order of texts changed, and remove those that their codeset no longer carries");
+    sub->add_flag("--icu", options.icu,
+                  "put in the extension library over ICU, what it reads, and objects for the locales it serves");
     sub->add_flag("--verify", options.verify, "change nothing; name what is damaged, missing or out of date (exit status 1)");
     sub->callback([&] { status = tree(options); });
     sub = command("diff", "tell whether two locale objects order texts differently (exit status 1: they do)", nullptr);

@@ -1,6 +1,7 @@
 #include "installation/tree.h"
 
 #include "conversion/join.h"
+#include "installation/extension.h"
 #include "locale/compiler.h"
 #include "locale/encoder.h"
 #include "object/charmap.h"
@@ -32,6 +33,8 @@ namespace {
 
 constexpr const char *LOCALES = GL_LC_DIRECTORY GL_LC_VERSION, *CONVERSIONS = GL_CV_DIRECTORY GL_CV_VERSION,
                      *CHARMAPS = GL_CM_DIRECTORY GL_CM_VERSION;
+
+constexpr size_t LONGEST_LOCALE_NAME = 31; // which a handle keeps
 
 enum class State { MISSING, OUTDATED, DAMAGED, CURRENT };
 
@@ -107,7 +110,7 @@ std::vector<fs::path> others_in(const fs::path &directory, const std::map<std::s
         const bool ours =
             name.ends_with(".cvo") || name.ends_with(".lco") || name.ends_with(".cmo") || name.ends_with(TEMPORARY_SUFFIX);
         const bool wanted = entry.is_symlink() ? links.contains(name) : objects.contains(entry.path());
-        if (ours && !wanted) others.push_back(entry.path());
+        if (ours && !wanted && !is_served_locale(entry.path())) others.push_back(entry.path());
     }
     return others;
 }
@@ -129,6 +132,12 @@ class TreeBuilder {
         load_codesets();
         make_objects();
         for (const auto &[name, object] : links_) update_link(root_ / CONVERSIONS / name, object);
+        for (const auto &[path, object] : served_) {
+            fs::create_directories(path.parent_path());
+            update_link(path, object);
+        }
+        for (const auto &[path, content] : files_)
+            if (!has_content(path, content)) replace_file(path, content);
         report_.warnings = locales_.take_warnings();
         std::sort(report_.warnings.begin(), report_.warnings.end());
         throw_if_any();
@@ -151,6 +160,10 @@ class TreeBuilder {
         if (!has_content(registry(), library_.catalogue().registry())) find(registry(), "is out of date");
         for (const auto &[name, object] : links_)
             if (!leads_to(root_ / CONVERSIONS / name, object)) find(root_ / CONVERSIONS / name, "is no link to its object");
+        for (const auto &[path, object] : served_)
+            if (!leads_to(path, object)) find(path, "is no link to its object");
+        for (const auto &[path, content] : files_)
+            if (!has_content(path, content)) find(path, "is out of date");
         for (const fs::path &other : others()) find(other, "is not in the recipes");
         std::sort(findings.begin(), findings.end());
         return findings;
@@ -163,6 +176,7 @@ class TreeBuilder {
         plan_conversions();
         plan_locales();
         plan_charmaps();
+        if (!options_.icu.empty()) plan_extension();
     }
     void find_states() {
         parallel_for(tasks_.size(), options_.threads,
@@ -236,6 +250,7 @@ class TreeBuilder {
         });
         for (const LocaleTask &locale : wanted) {
             const fs::path path = root_ / LOCALES / locale.file;
+            if (!options_.icu.empty()) plan_served(locale);
             wanted_.insert(path); // also with a definition that is wrong: the object that is there stays
             const std::string definition = files[locale.definition];
             if (definition.empty()) continue;
@@ -250,6 +265,47 @@ class TreeBuilder {
                   whose(locale)});
         }
     }
+
+    // A locale of ours under the extension's modifier: its object with the extension's order.
+    void plan_served(const LocaleTask &locale) {
+        const std::string name = locale.file.stem().string();
+        const Catalogue::Codeset &codeset = library_.catalogue().codesets()[locale.codeset];
+        if (icu_name(codeset).empty() || name != fmt::format("{:04x}", codeset.number)) return; // has a modifier, or is the default
+        const fs::path served = root_ / LOCALES / locale.file.parent_path() / (name + EXTENSION_MODIFIER + ".lco");
+        served_.emplace(served, locale.file.filename().string());
+    }
+
+    // ICU's other locales have the object of a locale without rules. A name that no specification can have is its file's.
+    void plan_extension() {
+        const IcuExtension extension(options_.icu);
+        const auto codeset = library_.catalogue().find("utf8");
+        if (!codeset) throw DataError("no codeset utf8 in the recipes: the extension library needs it");
+        const uint16_t number = library_.catalogue().codesets()[*codeset].number;
+        const std::string file = fmt::format("{:04x}{}.lco", number, EXTENSION_MODIFIER);
+        const fs::path object = root_ / LOCALES / EXTENSION_MODIFIER / file;
+        const std::string definition = locales_.find_definition("POSIX");
+        const std::string header = locales_.header(definition, *codeset, "gregorian");
+        plan({object, header, {*codeset}, [this, definition, codeset, header] {
+                  return locales_.object(definition, locales_.target(*codeset), "utf8", "gregorian", header);
+              }});
+        for (const std::string &icu : extension.locales()) {
+            std::string place = icu;
+            std::transform(place.begin(), place.end(), place.begin(), [](unsigned char c) { return std::tolower(c); });
+            const bool plain = place.size() == 5 && place.find('_') == 2;
+            const fs::path below = plain ? fs::path(place) / file : fs::path(fmt::format("{}.utf8@{}", icu, EXTENSION_MODIFIER));
+            const std::string up = plain ? "../" : "";
+            if (below.string().size() <= LONGEST_LOCALE_NAME)
+                served_.emplace(root_ / LOCALES / below, fmt::format("{}{}/{}", up, EXTENSION_MODIFIER, file));
+        }
+        report_.served = served_.size();
+        const fs::path etc = root_ / "etc", map = etc / "locmap", registry_of_extensions = etc / "dllregistry";
+        files_.emplace(root_ / "dll" / EXTENSION_FILE, read_file(options_.icu));
+        files_.emplace(etc / "icudata", fmt::format("packaged {}\n", extension.version()));
+        const std::string older = fs::exists(registry_of_extensions) ? read_file(registry_of_extensions) : "";
+        files_.emplace(registry_of_extensions, extension_registry(older));
+        if (!fs::exists(map) || read_file(map).starts_with(MAP_HEADING)) files_.emplace(map, extension_map(library_.catalogue()));
+    }
+
     static std::string whose(const LocaleTask &locale) { return fmt::format("{}, {}", locale.file.string(), locale.place); }
 
     // Keeps the DataErrors of a function. An error that several share is told once, of the first of them.
@@ -340,6 +396,8 @@ class TreeBuilder {
     std::set<fs::path> wanted_;
     std::map<std::string, std::string> links_;
     const std::map<std::string, std::string> no_links_;
+    std::map<fs::path, std::string> served_; // links of locales that the extension library serves
+    std::map<fs::path, std::string> files_;  // of the extension library, and what they hold
     ErrorList errors_;
     std::map<std::string, std::string> blamed_; // errors, and what they are about
     std::mutex mutex_;                          // of the report and of these

@@ -1,0 +1,114 @@
+#include "icu/data.h"
+
+#include "icu/entry.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unicode/uclean.h>
+#include <unicode/udata.h>
+#include <unicode/uversion.h>
+#include <unistd.h>
+
+namespace qbgl::icu {
+
+bool File::read(const char *path, int &status) {
+    status = GL_ENOFILE;
+    FILE *const file = fopen(path, "re");
+    if (file == nullptr) return false;
+    struct stat about = {};
+    bool whole = fstat(fileno(file), &about) == 0 && S_ISREG(about.st_mode);
+    if (whole) {
+        status = GL_ENOMEM;
+        bytes_ = static_cast<char *>(allocate(static_cast<size_t>(about.st_size) + 1));
+        whole = bytes_ != nullptr;
+    }
+    if (whole) {
+        status = GL_EBADFILE;
+        size_ = fread(bytes_, 1, static_cast<size_t>(about.st_size), file);
+        whole = size_ == static_cast<size_t>(about.st_size);
+        bytes_[size_] = '\0';
+    }
+    fclose(file);
+    return whole;
+}
+
+namespace {
+
+constexpr char DATA_NAME[] = "icudata";
+constexpr char PACKAGED[] = "packaged";
+
+// The data of a process: ICU keeps hold of the bytes.
+struct Data {
+    File file;
+    bool packaged = false;
+};
+
+// "packaged 72": ICU brings its data along, and is of this version. Anything else is a common data file of ICU's, icudt72l.dat.
+int use(Data &data) {
+    const File &file = data.file;
+    data.packaged = strncmp(file.bytes(), PACKAGED, sizeof PACKAGED - 1) == 0;
+    if (data.packaged) {
+        const long version = strtol(file.bytes() + sizeof PACKAGED - 1, nullptr, 10);
+        UVersionInfo own;
+        u_getVersion(own);
+        if (version == own[0]) return 0;
+        say("qbgl_icu: the installation is for ICU %ld, this is ICU %d", version, own[0]);
+        return GL_EVERSION;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    udata_setCommonData(file.bytes(), &status);
+    if (U_SUCCESS(status)) return 0;
+    say("qbgl_icu: the data file is refused: %s", u_errorName(status));
+    return status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EBADFILE;
+}
+
+} // namespace
+} // namespace qbgl::icu
+
+using namespace qbgl::icu;
+
+int glu_getIcuDataFileName(char *name, int size) {
+    if (name == nullptr || size < static_cast<int>(sizeof DATA_NAME)) return -1;
+    memcpy(name, DATA_NAME, sizeof DATA_NAME);
+    return 0;
+}
+
+void *glu_loadIcuData(const char *path, int, int *status) {
+    if (path == nullptr) return fail<int, void *>(status, GL_ENULLPTR, nullptr);
+    const KeepErrno errno_stays;
+    lend_memory_to_icu();
+    int number = GL_ENOMEM;
+    Owned<Data> data = make<Data>();
+    if (!data || !data->file.read(path, number)) return fail<int, void *>(status, number, nullptr);
+    number = use(*data);
+    if (number == 0) {
+        UErrorCode code = U_ZERO_ERROR;
+        u_init(&code);
+        if (U_FAILURE(code)) {
+            say("qbgl_icu: ICU cannot start: %s", u_errorName(code));
+            number = code == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EBADFILE;
+        }
+    }
+    return number == 0 ? data.release() : fail<int, void *>(status, number, nullptr);
+}
+
+void glu_unloadIcuData(void *data) {
+    Owned<Data> owned(static_cast<Data *>(data));
+    if (!take_memory_from_icu() && owned && !owned->packaged) (void)owned.release(); // an ICU that lives on may use it
+}
+
+const char *glu_icuErrorName(int code) {
+    const char *const name = u_errorName(static_cast<UErrorCode>(code));
+    return name != nullptr ? name : "";
+}
+
+int glu_extension_version(void) { return QBGL_EXTENSION_VERSION; }
+
+// What qbglc asks for, to write an installation: the major version.
+extern "C" QBGL_API int qbgl_icu_version() {
+    UVersionInfo own;
+    u_getVersion(own);
+    return own[0];
+}

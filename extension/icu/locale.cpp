@@ -1,0 +1,118 @@
+#include "icu/locale.h"
+
+#include "icu/entry.h"
+#include "icu/map.h"
+#include "icu/name.h"
+
+#include <algorithm>
+#include <cstring>
+#include <unicode/uloc.h>
+
+namespace qbgl::icu {
+
+namespace {
+
+int16_t error_of(UErrorCode status) { return status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_ENOFILE; }
+
+} // namespace
+
+Locale::~Locale() {
+    for (UCollator *const collator : collators_)
+        if (collator != nullptr) ucol_close(collator);
+    if (case_map_ != nullptr) ucasemap_close(case_map_);
+}
+
+Owned<Locale> Locale::open(const LocaleId &id, int16_t &error) {
+    error = GL_ENOMEM;
+    Owned<Locale> locale = make<Locale>();
+    if (!locale) return {};
+    locale->codeset_ = make<Codeset>();
+    if (!locale->codeset_ || !locale->codeset_->open(id.codeset, error)) return {};
+    strcpy(locale->name_, id.icu);
+    UErrorCode status = U_ZERO_ERROR;
+    locale->case_map_ = ucasemap_open(id.icu, 0, &status);
+    if (U_FAILURE(status)) {
+        error = error_of(status);
+        return {};
+    }
+    if (!locale->open_collators(error)) return {};
+    char language[ULOC_LANG_CAPACITY] = "";
+    uloc_getLanguage(id.icu, language, sizeof language, &status);
+    for (const char *const own : {"tr", "az", "lt", "el"}) locale->own_case_ |= strcmp(language, own) == 0;
+    error = 0;
+    return locale;
+}
+
+bool Locale::open_collators(int16_t &error) {
+    UErrorCode status = U_ZERO_ERROR;
+    UCollator *const whole = ucol_open(name_, &status);
+    if (U_FAILURE(status)) {
+        error = error_of(status);
+        return false;
+    }
+    const UCollationStrength strength = ucol_getStrength(whole);
+    passes_ = strength == UCOL_IDENTICAL ? MOST_PASSES : static_cast<int>(strength) + 1;
+    collators_[passes_ - 1] = whole;
+    for (int passes = 1; passes < passes_ && U_SUCCESS(status); ++passes) {
+        collators_[passes - 1] = ucol_clone(whole, &status);
+        if (U_SUCCESS(status)) ucol_setStrength(collators_[passes - 1], static_cast<UCollationStrength>(passes - 1));
+    }
+    error = error_of(status);
+    return U_SUCCESS(status);
+}
+
+Owned<Locale> Locale::clone(int16_t &error) const {
+    LocaleId id;
+    strcpy(id.icu, name_);
+    strncpy(id.codeset, codeset_->name(), sizeof id.codeset - 1);
+    return open(id, error);
+}
+
+// U+0390 in UTF-8 has two bytes, and in upper case six. In a codeset of single bytes, three characters come of one at most; in
+// others these may have all the bytes that a character can have.
+int Locale::case_growth() const {
+    constexpr int MOST_CHARACTERS = 3;
+    return codeset_->kind() == Codeset::Kind::MULTI_BYTE ? MOST_CHARACTERS * codeset_->longest() : MOST_CHARACTERS;
+}
+
+} // namespace qbgl::icu
+
+using namespace qbgl::icu;
+
+int glu_useIcuLocCall(const char *name, int category) {
+    LocaleId id;
+    const Map *const map = Map::loaded();
+    return name != nullptr && map != nullptr && identify(*map, name, id) && map->serves(id, category) ? 1 : 0;
+}
+
+void *glu_lc_open(const char *name, void *map, int16_t *error) {
+    if (name == nullptr || map == nullptr) return fail<int16_t, void *>(error, GL_ENULLPTR, nullptr);
+    LocaleId id;
+    if (!identify(*static_cast<const Map *>(map), name, id)) return fail<int16_t, void *>(error, GL_ENOFILE, nullptr);
+    int16_t number = 0;
+    Owned<Locale> locale = Locale::open(id, number);
+    if (locale) return locale.release();
+    say("qbgl_icu: locale %s (%s, %s) cannot be opened", name, id.icu, id.codeset);
+    return fail<int16_t, void *>(error, number, nullptr);
+}
+
+void *glu_lc_clone(void *locale, int16_t *error) {
+    if (locale == nullptr) return fail<int16_t, void *>(error, GL_ENULLPTR, nullptr);
+    int16_t number = 0;
+    Owned<Locale> clone = as_locale(locale)->clone(number);
+    return clone ? clone.release() : fail<int16_t, void *>(error, number, nullptr);
+}
+
+void *glu_lc_close(void *locale) {
+    Owned<Locale>(static_cast<Locale *>(locale)).reset();
+    return nullptr;
+}
+
+const char *glu_getICULocName(void *locale) { return locale != nullptr ? as_locale(locale)->name() : nullptr; }
+int glu_mb_loc_max(void *locale) { return locale != nullptr ? as_locale(locale)->codeset().longest() : -1; }
+int glu_mb_loc_min(void *locale) { return locale != nullptr ? as_locale(locale)->codeset().shortest() : -1; }
+
+// What qbglc asks for, to write an installation.
+extern "C" QBGL_API const char *qbgl_icu_locale(int index) {
+    return index >= 0 && index < uloc_countAvailable() ? uloc_getAvailable(index) : nullptr;
+}

@@ -1,0 +1,49 @@
+// An open locale.
+#pragma once
+
+#include "icu/codeset.h"
+
+#include <unicode/ucasemap.h>
+#include <unicode/ucol.h>
+
+namespace qbgl::icu {
+
+struct LocaleId; // name.h
+
+class Locale {
+  public:
+    Locale() = default;
+    Locale(const Locale &) = delete;
+    Locale &operator=(const Locale &) = delete;
+    ~Locale();
+
+    // Null with an error number.
+    static Owned<Locale> open(const LocaleId &id, int16_t &error);
+    Owned<Locale> clone(int16_t &error) const;
+
+    const char *name() const { return name_; } // as ICU has it
+    const Codeset &codeset() const { return *codeset_; }
+    const UCollator *collator() const { return collators_[passes_ - 1]; }
+    // The collator that looks at so many passes; -1 and more than there are: all.
+    const UCollator *collator(int passes) const { return collators_[(passes < 1 || passes > passes_ ? passes_ : passes) - 1]; }
+    const UCaseMap *case_map() const { return case_map_; }
+    // Whether single characters have another case than in most languages.
+    bool has_own_case() const { return own_case_; }
+    int case_growth() const;
+
+  private:
+    static constexpr int MOST_PASSES = 5; // letters, accents, case, what is mostly passed over, code values
+
+    bool open_collators(int16_t &error);
+
+    char name_[ULOC_FULLNAME_CAPACITY] = "";
+    Owned<Codeset> codeset_;
+    UCollator *collators_[MOST_PASSES] = {}; // by the number of their passes
+    int passes_ = 0;
+    UCaseMap *case_map_ = nullptr;
+    bool own_case_ = false;
+};
+
+inline const Locale *as_locale(const void *handle) { return static_cast<const Locale *>(handle); }
+
+} // namespace qbgl::icu

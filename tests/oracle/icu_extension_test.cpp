@@ -1,0 +1,418 @@
+// Locales and conversions that the extension library serves, against ICU called directly.
+#include "support/files.h"
+
+#include "qbgl.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <unicode/uchar.h>
+#include <unicode/ucnv.h>
+#include <unicode/ucol.h>
+#include <unicode/uiter.h>
+#include <unicode/ulocdata.h>
+#include <unicode/uset.h>
+#include <unicode/ustring.h>
+
+using namespace std::string_literals;
+
+namespace {
+
+using namespace qbgl_test;
+
+constexpr int TEXTS = 2500; // of each locale
+
+std::u16string read_utf8(const std::string &text) {
+    std::u16string units(text.size() + 1, u'\0');
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t length = 0;
+    u_strFromUTF8(units.data(), static_cast<int32_t>(units.size()), &length, text.data(), static_cast<int32_t>(text.size()),
+                  &status);
+    EXPECT_TRUE(U_SUCCESS(status)) << u_errorName(status);
+    units.resize(static_cast<size_t>(length));
+    return units;
+}
+
+std::string utf8(const std::u16string &units) {
+    std::string text(3 * units.size() + 1, '\0');
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t length = 0;
+    u_strToUTF8(text.data(), static_cast<int32_t>(text.size()), &length, units.data(), static_cast<int32_t>(units.size()), &status);
+    EXPECT_TRUE(U_SUCCESS(status)) << u_errorName(status);
+    text.resize(static_cast<size_t>(length));
+    return text;
+}
+
+int sign(int value) { return (value > 0) - (value < 0); }
+
+struct Served {
+    const char *specification, *icu;
+};
+
+// Of every kind of name: objects of ours, the modifier, a codeset of another kind, and names that only ICU has.
+constexpr Served LOCALES[] = {{"cs_CZ.utf8", "cs_CZ"},
+                              {"de_DE.utf8", "de_DE"},
+                              {"da_DK.utf8", "da_DK"},
+                              {"sv_SE.utf8", "sv_SE"},
+                              {"es_ES.utf8", "es_ES"},
+                              {"fr_CA.utf8", "fr_CA"},
+                              {"fr_FR.utf8", "fr_FR"},
+                              {"pl_PL.utf8", "pl_PL"},
+                              {"sk_SK.utf8", "sk_SK"},
+                              {"hu_HU.utf8", "hu_HU"},
+                              {"tr_TR.utf8", "tr_TR"},
+                              {"lt_LT.utf8", "lt_LT"},
+                              {"lv_LV.utf8", "lv_LV"},
+                              {"et_EE.utf8", "et_EE"},
+                              {"el_GR.utf8", "el_GR"},
+                              {"ru_RU.utf8", "ru_RU"},
+                              {"uk_UA.utf8", "uk_UA"},
+                              {"bg_BG.utf8", "bg_BG"},
+                              {"he_IL.utf8", "he_IL"},
+                              {"ar_EG.utf8", "ar_EG"},
+                              {"th_TH.utf8", "th_TH"},
+                              {"hi_IN.utf8", "hi_IN"},
+                              {"ja_JP.utf8", "ja_JP"},
+                              {"ko_KR.utf8", "ko_KR"},
+                              {"zh_CN.utf8", "zh_CN"},
+                              {"zh_TW.utf8", "zh_TW"},
+                              {"vi_VN.utf8@icu", "vi_VN"},
+                              {"is_IS.utf8@icu", "is_IS"},
+                              {"nl_NL.utf8@icu", "nl_NL"},
+                              {"ro_RO.utf8@icu", "ro_RO"},
+                              {"hr_HR.utf8@icu", "hr_HR"},
+                              {"fi_FI.utf8@icu", "fi_FI"},
+                              {"az_AZ.utf8@icu", "az_AZ"},
+                              {"cy_GB.utf8@icu", "cy_GB"},
+                              {"ka_GE.utf8@icu", "ka_GE"},
+                              {"my_MM.utf8@icu", "my_MM"},
+                              {"sr_Latn_RS.utf8@icu", "sr_Latn_RS"},
+                              {"haw_US.utf8@icu", "haw_US"},
+                              {"km.utf8@icu", "km"},
+                              {"chr_US.utf8@icu", "chr_US"}};
+
+// Words of a language's letters, marks and digits, some of them a changed copy of the one before, and some of any characters.
+class Texts {
+  public:
+    Texts(const char *icu, uint32_t seed) : random_(seed) {
+        UErrorCode status = U_ZERO_ERROR;
+        ULocaleData *const data = ulocdata_open(icu, &status);
+        USet *const set = ulocdata_getExemplarSet(data, nullptr, USET_ADD_CASE_MAPPINGS, ULOCDATA_ES_STANDARD, &status);
+        for (int i = 0; i < uset_size(set); ++i)
+            if (const UChar32 one = uset_charAt(set, i); one >= 0) letters_.push_back(static_cast<char32_t>(one));
+        uset_close(set);
+        ulocdata_close(data);
+        EXPECT_TRUE(U_SUCCESS(status)) << icu;
+        for (const char32_t one : U"aAbzZchCHstß09-., 'éŁǅﬁ\u0301\u0307\u0323\u00AD\u200D\u3042漢가\U0001D54F")
+            if (one != 0) letters_.push_back(one);
+    }
+
+    std::string next() {
+        if (!last_.empty() && below(3) == 0)
+            last_[below(last_.size())] = one();
+        else
+            last_.assign(1 + below(below(10) == 0 ? 80 : 12), U'\0');
+        std::u16string units;
+        for (char32_t &code : last_) {
+            if (code == 0) code = one();
+            UChar pair[2];
+            int32_t count = 0;
+            U16_APPEND_UNSAFE(pair, count, code);
+            units.append(pair, static_cast<size_t>(count));
+        }
+        return utf8(units);
+    }
+
+  private:
+    size_t below(size_t limit) { return random_() % limit; }
+    char32_t one() {
+        if (below(20) != 0) return letters_[below(letters_.size())];
+        char32_t any;
+        do {
+            any = 1 + static_cast<char32_t>(below(0x1FFFF));
+        } while (U_IS_SURROGATE(any));
+        return any;
+    }
+
+    std::mt19937 random_;
+    std::u32string letters_, last_;
+};
+
+class Extension : public testing::Test {
+  protected:
+    void SetUp() override { gl_useglu(1); }
+    void TearDown() override { EXPECT_EQ(gl_unload_glu(), 0); }
+
+    const ScopedEnv tree_{"QUORBANEDIR", QBGL_ICU_TREE}, wish_{"GL_USEGLU", "1"};
+};
+
+std::string key_of(gl_locale *locale, const std::string &text) {
+    std::string key(static_cast<size_t>(gl_mbsxfrm(locale, nullptr, text.c_str(), 0)) + 1, 'x');
+    EXPECT_EQ(gl_mbsxfrm(locale, key.data(), text.c_str(), static_cast<int>(key.size())), static_cast<int>(key.size()) - 1);
+    std::string cut(key.size() / 2, 'x');
+    gl_mbsxfrm(locale, cut.data(), text.c_str(), static_cast<int>(cut.size()));
+    EXPECT_EQ(cut, key.substr(0, cut.size()));
+    return key;
+}
+
+template <class Map> std::u16string mapped(Map map, const std::u16string &units, const char *icu) {
+    std::u16string result(3 * units.size() + 1, u'\0');
+    UErrorCode status = U_ZERO_ERROR;
+    const int32_t length =
+        map(result.data(), static_cast<int32_t>(result.size()), units.data(), static_cast<int32_t>(units.size()), icu, &status);
+    EXPECT_TRUE(U_SUCCESS(status));
+    result.resize(static_cast<size_t>(length));
+    return result;
+}
+
+void expect_same_case(gl_locale *locale, const char *icu, const std::string &text, const std::u16string &units) {
+    std::string upper(static_cast<size_t>(gl_case_conv_outbuflen(locale, static_cast<int>(text.size()))) + 1, 'x'), lower = upper;
+    upper.resize(static_cast<size_t>(gl_tombsupper(locale, upper.data(), text.c_str())));
+    lower.resize(static_cast<size_t>(gl_tombslower(locale, lower.data(), text.c_str())));
+    EXPECT_EQ(upper, utf8(mapped(u_strToUpper, units, icu)));
+    EXPECT_EQ(lower, utf8(mapped(u_strToLower, units, icu)));
+}
+
+// What the standard's reports say of a character's columns.
+int columns(UChar32 code) {
+    const int8_t kind = u_charType(code);
+    if (kind == U_CONTROL_CHAR || kind == U_UNASSIGNED || kind == U_SURROGATE || kind == U_LINE_SEPARATOR ||
+        kind == U_PARAGRAPH_SEPARATOR)
+        return -1;
+    if (kind == U_NON_SPACING_MARK || kind == U_ENCLOSING_MARK || (kind == U_FORMAT_CHAR && code != 0xAD)) return 0;
+    if ((code >= 0x1160 && code <= 0x11FF) || (code >= 0xD7B0 && code <= 0xD7FB)) return 0;
+    const int width = u_getIntPropertyValue(code, UCHAR_EAST_ASIAN_WIDTH);
+    return width == U_EA_WIDE || width == U_EA_FULLWIDTH ? 2 : 1;
+}
+
+void expect_same_characters(gl_locale *locale, const std::string &text, const std::u16string &units) {
+    std::vector<gl_wchar> wide(text.size() + 1);
+    const int count = gl_mbstowcs(locale, wide.data(), text.c_str(), static_cast<int>(wide.size()));
+    ASSERT_EQ(count, u_countChar32(units.data(), static_cast<int32_t>(units.size())));
+    EXPECT_EQ(_gl_im_mbslen(locale, text.c_str()), count);
+    int at = 0, sum = 0;
+    for (int i = 0; i < count; ++i) {
+        UChar32 code;
+        U16_NEXT(units.data(), at, static_cast<int32_t>(units.size()), code);
+        EXPECT_EQ(wide[static_cast<size_t>(i)], static_cast<gl_wchar>(code));
+        const int width = columns(code);
+        sum = width < 0 || sum < 0 ? -1 : sum + width;
+    }
+    EXPECT_EQ(gl_errno(locale), 0);
+    EXPECT_EQ(gl_mbswidth(locale, text.c_str(), count), sum) << text;
+    EXPECT_EQ(gl_wcswidth(locale, wide.data(), count), sum);
+    EXPECT_EQ(gl_errno(locale), sum < 0 ? GL_EINVAL : 0);
+    gl_clear_errno(locale);
+}
+
+TEST_F(Extension, OrdersMapsAndMeasuresAsIcuDoes) {
+    uint32_t seed = 1;
+    for (const auto &[specification, icu] : LOCALES) {
+        SCOPED_TRACE(specification);
+        gl_locale *locale = nullptr;
+        ASSERT_EQ(gl_lc_load(&locale, specification, nullptr, nullptr), 0);
+        ASSERT_EQ(locale->glu_flag[GL_CAT_CTYPE] + locale->glu_flag[GL_CAT_COLLATE], 2);
+        UErrorCode status = U_ZERO_ERROR;
+        UCollator *const collator = ucol_open(icu, &status);
+        ASSERT_TRUE(U_SUCCESS(status));
+        Texts texts(icu, seed++);
+        std::string last = texts.next(), last_key = key_of(locale, last);
+        for (int i = 0; i < TEXTS && !HasFailure(); ++i) {
+            const std::string text = texts.next();
+            const std::u16string units = read_utf8(text), last_units = read_utf8(last);
+            const int order = ucol_strcoll(collator, last_units.data(), static_cast<int32_t>(last_units.size()), units.data(),
+                                           static_cast<int32_t>(units.size()));
+            EXPECT_EQ(sign(gl_mbscoll(locale, last.c_str(), text.c_str())), order) << last << '\n' << text;
+            const std::string key = key_of(locale, text);
+            EXPECT_EQ(sign(last_key.compare(key)), order);
+            std::string direct(key.size(), 'x');
+            EXPECT_EQ(ucol_getSortKey(collator, units.data(), static_cast<int32_t>(units.size()),
+                                      reinterpret_cast<uint8_t *>(direct.data()), static_cast<int32_t>(direct.size())),
+                      static_cast<int32_t>(key.size()));
+            EXPECT_EQ(key, direct);
+            expect_same_case(locale, icu, text, units);
+            expect_same_characters(locale, text, units);
+            last = text;
+            last_key = key;
+        }
+        ucol_close(collator);
+        gl_lc_unload(locale);
+    }
+}
+
+struct Codeset {
+    std::string number, icu;
+};
+
+// Those of the map that ICU has.
+std::vector<Codeset> codesets() {
+    std::ifstream map(QBGL_ICU_TREE "/vrn/etc/locmap");
+    std::vector<Codeset> found;
+    for (std::string line, kind; std::getline(map, line);) {
+        std::istringstream words(line);
+        Codeset codeset;
+        words >> kind >> codeset.number >> codeset.icu;
+        UErrorCode status = kind == "codeset" ? U_ZERO_ERROR : U_ILLEGAL_ARGUMENT_ERROR;
+        ucnv_close(ucnv_open(codeset.icu.c_str(), &status));
+        if (U_SUCCESS(status)) found.push_back(codeset);
+    }
+    return found;
+}
+
+struct Result {
+    int result, error, substituted;
+    size_t taken;
+    std::string output;
+
+    bool operator==(const Result &) const = default;
+};
+std::ostream &operator<<(std::ostream &out, const Result &one) {
+    out << one.result << " error " << one.error << " substituted " << one.substituted << " taken " << one.taken << " output";
+    for (const char byte : one.output) out << ' ' << std::hex << (byte & 0xFF);
+    return out;
+}
+
+Result convert(gl_cv *cd, const std::string &text, size_t room) {
+    Result result = {0, 0, 0, 0, std::string(room, 'x')};
+    const char *in = text.data();
+    char *out = result.output.data();
+    int inleft = static_cast<int>(text.size()), outleft = static_cast<int>(room), measured_left = outleft, subst = 0;
+    gl_clear_errno(cd);
+    const char *measured_in = in;
+    int measured_inleft = inleft;
+    const int measured = gl_mconvlen(cd, nullptr, &measured_in, &measured_inleft, &measured_left, &subst);
+    gl_clear_errno(cd);
+    result.result = gl_miconv(cd, &in, &inleft, &out, &outleft, &result.substituted);
+    result.error = gl_errno(cd);
+    result.taken = static_cast<size_t>(in - text.data());
+    result.output.resize(static_cast<size_t>(out - result.output.data()));
+    EXPECT_EQ(std::tuple(measured, measured_in, measured_inleft, measured_left), std::tuple(result.result, in, inleft, outleft));
+    return result;
+}
+
+// A converter of ICU's that stops at what it cannot convert.
+class Direct {
+  public:
+    explicit Direct(const std::string &name) {
+        UErrorCode status = U_ZERO_ERROR;
+        converter_ = ucnv_open(name.c_str(), &status);
+        ucnv_setFromUCallBack(converter_, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+        ucnv_setToUCallBack(converter_, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+        EXPECT_TRUE(U_SUCCESS(status)) << name;
+    }
+    Direct(const Direct &) = delete;
+    Direct &operator=(const Direct &) = delete;
+    ~Direct() { ucnv_close(converter_); }
+
+    // False when there is a character that it lacks.
+    bool write(const std::u16string &units, bool fallback, std::string &bytes) {
+        bytes.assign(8 * units.size() + 16, '\0');
+        UErrorCode status = U_ZERO_ERROR;
+        ucnv_setFallback(converter_, fallback);
+        const int32_t length = ucnv_fromUChars(converter_, bytes.data(), static_cast<int32_t>(bytes.size()), units.data(),
+                                               static_cast<int32_t>(units.size()), &status);
+        bytes.resize(U_SUCCESS(status) ? static_cast<size_t>(length) : 0);
+        return U_SUCCESS(status);
+    }
+    std::u16string read(const std::string &bytes) {
+        std::u16string units(2 * bytes.size() + 2, u'\0');
+        UErrorCode status = U_ZERO_ERROR;
+        const int32_t length = ucnv_toUChars(converter_, units.data(), static_cast<int32_t>(units.size()), bytes.data(),
+                                             static_cast<int32_t>(bytes.size()), &status);
+        EXPECT_TRUE(U_SUCCESS(status)) << u_errorName(status);
+        units.resize(U_SUCCESS(status) ? static_cast<size_t>(length) : 0);
+        return units;
+    }
+
+  private:
+    UConverter *converter_ = nullptr;
+};
+
+// The converted characters of a text one after the other, as ICU has them with more and more of the text.
+struct Step {
+    size_t taken, made;
+};
+
+// Room by room: what fits is converted, and the next call goes on.
+void expect_steps(gl_cv *cd, const std::string &text, const std::string &whole, const std::vector<Step> &steps) {
+    for (size_t room = 0; room < whole.size(); ++room) {
+        const Result result = convert(cd, text, room);
+        EXPECT_EQ(result.result, -1);
+        EXPECT_EQ(result.error, GL_E2BIG);
+        Step last = {0, 0};
+        for (const Step &step : steps)
+            if (step.made <= room) last = step;
+        EXPECT_EQ(std::tuple(result.taken, result.output), std::tuple(last.taken, whole.substr(0, last.made))) << room;
+    }
+}
+
+TEST_F(Extension, ConvertsAsIcuDoes) {
+    constexpr UChar32 STEP = 7, LAST = 0x2FFFF;
+    size_t compared = 0;
+    for (const Codeset &codeset : codesets()) {
+        if (codeset.icu == "UTF-8") continue;
+        SCOPED_TRACE(codeset.icu);
+        gl_cv *to = nullptr, *from = nullptr;
+        ASSERT_EQ(gl_cv_load(&to, codeset.number.c_str(), "utf8", nullptr, nullptr), 1);
+        ASSERT_EQ(to->glu_flag, 1);
+        ASSERT_EQ(gl_cv_load(&from, "utf8", codeset.number.c_str(), nullptr, nullptr), 1);
+        Direct icu(codeset.icu);
+        std::u16string known;
+        for (UChar32 code = 1; code <= LAST && !HasFailure(); code += code < 0x800 ? 1 : STEP) {
+            if (U_IS_SURROGATE(code)) continue;
+            UChar pair[2];
+            int32_t count = 0;
+            U16_APPEND_UNSAFE(pair, count, code);
+            const std::u16string units(pair, static_cast<size_t>(count));
+            const std::string text = utf8(units);
+            std::string bytes;
+            const bool exact = icu.write(units, false, bytes), any = exact || icu.write(units, true, bytes);
+            const Result wanted = any ? Result{0, 0, exact ? 0 : 1, text.size(), bytes} : Result{-1, GL_EILSEQ, 0, 0, ""};
+            EXPECT_EQ(convert(to, text, 64), wanted) << text;
+            if (exact && known.size() < 20000) known += units;
+            ++compared;
+        }
+        std::string bytes;
+        ASSERT_TRUE(icu.write(known, false, bytes));
+        const std::string text = utf8(known), back = utf8(icu.read(bytes));
+        const auto room = [](gl_cv *cd, const std::string &of) {
+            return static_cast<size_t>(gl_cv_outbuflen(cd, static_cast<int>(of.size()))) + 8;
+        };
+        EXPECT_EQ(convert(to, text, room(to, text)), (Result{0, 0, 0, text.size(), bytes}));
+        EXPECT_EQ(convert(to, text, bytes.size()), (Result{0, 0, 0, text.size(), bytes}));
+        EXPECT_EQ(convert(from, bytes, room(from, bytes)), (Result{0, 0, 0, bytes.size(), back}));
+        EXPECT_EQ(gl_cv_unload(to) + gl_cv_unload(from), 0);
+    }
+    EXPECT_GT(compared, 1000000U);
+}
+
+TEST_F(Extension, StopsAtTheCharacterThatDoesNotFit) {
+    struct Case {
+        const char *target;
+        std::string text, whole;
+        std::vector<Step> steps;
+    };
+    const Case cases[] = {
+        {"sjis", "aあｱb", "a\x82\xA0\xB1"s + "b", {{1, 1}, {4, 3}, {7, 4}, {8, 5}}},
+        {"8859-2", "čaž", "\xE8"s + "a\xBE", {{2, 1}, {3, 2}, {5, 3}}},
+        {"utf-16be", "a\U0001F600b", "\0a\xD8\x3D\xDE\0\0b"s, {{1, 2}, {5, 6}, {6, 8}}},
+        {"939", "aあb", "\x81\x0E\x44\x81\x0F\x82"s, {{1, 1}, {4, 4}, {5, 6}}}, // the shift belongs to the character behind it
+    };
+    for (const Case &one : cases) {
+        SCOPED_TRACE(one.target);
+        gl_cv *cd = nullptr;
+        ASSERT_EQ(gl_cv_load(&cd, one.target, "utf8", nullptr, nullptr), 1);
+        EXPECT_EQ(convert(cd, one.text, one.whole.size()), (Result{0, 0, 0, one.text.size(), one.whole}));
+        expect_steps(cd, one.text, one.whole, one.steps);
+        for (const char *wrong : {"\xC3", "\xFF", "\xE3\x81", "\xED\xA0\x80"}) { // cut, or no character
+            const std::string text = one.text + wrong;
+            EXPECT_EQ(convert(cd, text, 64), (Result{-1, 0, 0, one.text.size(), one.whole})) << wrong;
+        }
+        gl_cv_unload(cd);
+    }
+}
+
+} // namespace

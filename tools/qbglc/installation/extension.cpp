@@ -1,0 +1,75 @@
+#include "installation/extension.h"
+
+#include "system/error.h"
+
+#include <dlfcn.h>
+#include <fmt/format.h>
+
+#include <sstream>
+
+namespace qbgl::compiler {
+
+namespace {
+
+// Locales whose names of four letters at most say something that ICU says in words of its own.
+constexpr const char *NAMES = "locale ca_es@vale ca_ES_VALENCIA\n"
+                              "locale sr_rs@latn sr_Latn_RS\n"
+                              "locale zh_tw@cmn zh_TW\n";
+constexpr const char *MODIFIERS[] = {EXTENSION_MODIFIER, "euro", "greg", "dict"}; // which change nothing that ICU serves
+
+template <class Function> Function *symbol(void *library, const char *name) {
+    void *const address = dlsym(library, name);
+    if (address == nullptr) throw SystemError(fmt::format("{}: no such function in the extension library", name));
+    return reinterpret_cast<Function *>(address);
+}
+
+} // namespace
+
+IcuExtension::IcuExtension(const std::filesystem::path &file) {
+    void *const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) throw SystemError(dlerror()); // begins with the file
+    version_ = symbol<int()>(library, "qbgl_icu_version")();
+    auto *const locale = symbol<const char *(int)>(library, "qbgl_icu_locale");
+    for (int i = 0; const char *const name = locale(i); ++i) locales_.emplace_back(name);
+    // It stays open: ICU does not like to be unloaded.
+}
+
+std::string icu_name(const Catalogue::Codeset &codeset) {
+    if (codeset.iconv == "UCS-2LE") return "UTF-16LE";
+    if (codeset.iconv == "UCS-4LE") return "UTF-32LE";
+    return codeset.iconv;
+}
+
+std::string extension_map(const Catalogue &catalogue) {
+    std::string text(MAP_HEADING);
+    const auto &codesets = catalogue.codesets();
+    for (size_t i = 0; i < codesets.size(); ++i) {
+        const std::string icu = icu_name(codesets[i]);
+        if (icu.empty()) continue;
+        text += fmt::format("codeset {} {} {}", codesets[i].number, icu, codesets[i].name);
+        for (const Catalogue::Name &name : catalogue.names())
+            if (name.codeset == i && name.name != codesets[i].name) text += " " + name.name;
+        text += '\n';
+    }
+    text += NAMES;
+    for (const char *modifier : MODIFIERS) text += fmt::format("modifier {}\n", modifier);
+    const auto utf8 = catalogue.find("utf8");
+    if (utf8) text += fmt::format("serve *.{0} LC_CTYPE LC_COLLATE\nserve *.{0}@* LC_CTYPE LC_COLLATE\n", codesets[*utf8].name);
+    text += fmt::format("serve *@{} LC_CTYPE LC_COLLATE\nconvert * *\n", EXTENSION_MODIFIER);
+    return text;
+}
+
+std::string extension_registry(const std::string &older) {
+    std::string text;
+    std::istringstream lines(older);
+    for (std::string line; std::getline(lines, line);)
+        if (line != EXTENSION_FILE) text += line + '\n';
+    return text + EXTENSION_FILE + '\n';
+}
+
+bool is_served_locale(const std::filesystem::path &path) {
+    const std::string name = path.filename().string();
+    return name.ends_with(fmt::format("{}.lco", EXTENSION_MODIFIER)) || name.ends_with(fmt::format("@{}", EXTENSION_MODIFIER));
+}
+
+} // namespace qbgl::compiler

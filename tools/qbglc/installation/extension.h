@@ -1,0 +1,45 @@
+// The extension library over ICU in an installation: the library itself, and the files that it reads.
+#pragma once
+
+#include "recipe/catalogue.h"
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace qbgl::compiler {
+
+inline constexpr const char *EXTENSION_FILE = "qbgl_icu.so";
+inline constexpr const char *EXTENSION_MODIFIER = "icu"; // of the locales that it serves in any codeset
+
+// What it tells of its ICU. Throws SystemError for a library that cannot be loaded into this program.
+class IcuExtension {
+  public:
+    explicit IcuExtension(const std::filesystem::path &file);
+
+    int version() const { return version_; }
+    // ICU's names of its locales.
+    const std::vector<std::string> &locales() const { return locales_; }
+
+  private:
+    int version_;
+    std::vector<std::string> locales_;
+};
+
+// The map: the codesets of the catalogue that ICU may have, every locale in UTF-8 and those with the modifier in any codeset, and
+// all conversions.
+std::string extension_map(const Catalogue &catalogue);
+// A map without this first line is somebody's own, and stays.
+inline constexpr std::string_view MAP_HEADING = "# Written by qbglc tree --icu, which keeps a map without this line.\n";
+
+// The registry of extensions with this one as the last, which is the one that the library takes.
+std::string extension_registry(const std::string &older);
+
+// ICU's name for a codeset, empty where there is none.
+std::string icu_name(const Catalogue::Codeset &codeset);
+
+// Whether a file among the locales is there because of the extension.
+bool is_served_locale(const std::filesystem::path &path);
+
+} // namespace qbgl::compiler
