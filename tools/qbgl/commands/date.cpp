@@ -80,22 +80,26 @@ class DateTable {
         for (const std::string &name : locales) show(name, instants);
     }
 
-    // Of a locale that cannot write the dates a message tells why, and the next one follows.
+    // What a locale cannot write a message tells of, and the next one follows.
     void show(const std::string &name, const std::vector<int64_t> &instants) {
-        std::string date;
+        const LocaleHandle locale = open_locale(name, messages_);
+        std::optional<DateForm> form;
         try {
-            const LocaleHandle locale = open_locale(name, messages_);
-            DateForm form(*locale, format_.value_or(DATE_AND_TIME));
-            for (const int64_t instant : instants) {
-                date = iso_date(zone_.record_at(instant));
-                add(form, instant, name);
-            }
+            form.emplace(*locale, format_.value_or(DATE_AND_TIME));
         } catch (const DateFault &fault) {
-            flush();
-            report({fault.kind, date.empty() ? fault.sentence : fmt::format("{}: {}", date, fault.sentence)}, name, 0);
+            report(fault, name, 0);
+            return;
+        }
+        for (const int64_t instant : instants) {
+            try {
+                add(*form, instant, name);
+            } catch (const DateFault &fault) {
+                report({fault.kind, fmt::format("{}: {}", iso_date(zone_.record_at(instant)), fault.sentence)}, name, 0);
+            }
         }
         if (results_.size() >= BLOCK) flush();
     }
+
     std::vector<std::string> locales_of_language() const {
         const auto lower = [](std::string text) {
             for (char &c : text) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
@@ -105,9 +109,9 @@ class DateTable {
         std::vector<std::string> result;
         for (const InstalledLocale &locale : installed_locales()) {
             const std::string name = lower(locale.specification);
-            const bool whole =
-                name.size() == wanted.size() || std::string_view("_.@").find(name[wanted.size()]) != std::string_view::npos;
-            if (wanted.empty() || (name.starts_with(wanted) && whole)) result.push_back(locale.specification);
+            const bool begins = name.starts_with(wanted);
+            const bool is_whole = begins && (wanted.empty() || name.find_first_of("_.@", wanted.size()) == wanted.size());
+            if (is_whole || name == wanted) result.push_back(locale.specification);
         }
         if (result.empty()) {
             throw Failure{ExitStatus::CALL,
@@ -125,7 +129,6 @@ class DateTable {
             else
                 add(form, input->read(text), text);
         } catch (const DateFault &fault) {
-            flush(); // so that a terminal shows both in order
             const bool is_form = fault.kind == "mismatch" || fault.kind == "trailing";
             const std::string sample = is_form ? "; the locale writes " + input->written(now(), zone_) : "";
             report({fault.kind, fault.sentence + sample, fault.position}, text, line);
@@ -164,6 +167,7 @@ class DateTable {
     }
 
     void report(const DateFault &fault, const std::string &text, uint64_t line) {
+        flush(); // so that a terminal shows both in order
         failed_ = true;
         const std::string place = line != 0 ? fmt::format("line {}: ", line) : "";
         const std::string character = fault.position != 0 ? fmt::format(", character {}", fault.position) : "";

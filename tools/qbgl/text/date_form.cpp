@@ -49,11 +49,9 @@ gl_tm untold() {
 } // namespace
 
 std::string ReadDate::iso() const {
-    std::string result;
-    if (day)
-        result = iso_date(date);
-    else if (year)
-        result = month ? iso_date(date).substr(0, iso_date(date).size() - 3) : iso_date(date).substr(0, iso_date(date).size() - 6);
+    constexpr size_t NUMBER_AND_HYPHEN = 3;
+    std::string result = year ? iso_date(date) : "";
+    if (year && !day) result.resize(result.size() - (month ? 1 : 2) * NUMBER_AND_HYPHEN);
     if (time) result += (result.empty() ? "" : "T") + iso_time(date);
     if (time && zone) result += distance_text(date.gmtoff);
     return result;
@@ -146,9 +144,9 @@ ReadDate DateForm::read(const std::string &text) {
     result.zone = date.gmtoff == elsewhere.gmtoff || date.min != elsewhere.min;
     for (int32_t gl_tm::*field : {&gl_tm::hour, &gl_tm::min, &gl_tm::sec})
         if (result.date.*field == UNTOLD) result.date.*field = 0;
-    if (result.iso().empty()) throw DateFault{"parts", "the format tells neither a day, a month of a year, a year nor a time"};
     if (!result.month) result.date.mon = 0;
     if (!result.day) result.date.mday = 1;
+    if (result.iso().empty()) throw DateFault{"parts", "the format tells neither a day, a month of a year, a year nor a time"};
     return result;
 }
 
