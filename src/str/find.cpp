@@ -67,8 +67,8 @@ const char *find_from(const MultibyteText &text, Boundaries &boundaries, const c
     return found != nullptr && !boundaries.bad() ? as_text(found) : nullptr;
 }
 
-// The platform's searches are the fastest. Its strstr may take the product of the lengths; what is long is looked for in windows, so
-// that what follows an early find is not looked at.
+// The platform's searches are the fastest. Its strstr may take the product of the lengths; what is long is looked for in windows,
+// so that what follows an early find is not looked at.
 const char *find_bytes(const char *from, const char *needle, size_t length) {
     constexpr size_t SHORT = 64, WINDOW = 1 << 14;
     if (length == 1) return strchr(from, *needle);

@@ -42,8 +42,10 @@ template <class Text> class CharacterSet {
         return true;
     }
 
+    bool has_low(gl_wchar value) const { return (low_[value / 32] >> value % 32 & 1) != 0; }
+    bool has_others() const { return count_ != 0; }
     bool has(gl_wchar value) const {
-        if (value <= UINT8_MAX) return (low_[value / 32] >> value % 32 & 1) != 0;
+        if (value <= UINT8_MAX) return has_low(value);
         return count_ != 0 && std::binary_search(values_, values_ + count_, value);
     }
 
@@ -56,10 +58,40 @@ template <class Text> class CharacterSet {
     Owned<gl_wchar> more_;
 };
 
+// Passes over the characters that a set of one-byte characters does not have, by the codeset's arrays, which tell most; stops at
+// what they do not tell, too.
+const char *pass_plain(const MultibyteText &text, const char *s, const CharacterSet<MultibyteText> &set) {
+    const CodesetMaps *const maps = text.maps();
+    if (maps == nullptr || text.terminator_length() != 1 || set.has_others()) return s;
+    const auto continues = [](uint8_t byte) { return static_cast<int8_t>(byte) < -0x40; }; // 80 to BF
+    const uint8_t *at = as_bytes(s);
+    for (;;) {
+        const unsigned first = *at;
+        if (first == 0) break;
+        if (maps->single[first] != 0) {
+            if (set.has_low(first)) break;
+            ++at;
+        } else if (maps->pairs != nullptr) {
+            if (maps->pairs[first << 8 | at[1]] == 0) break;
+            at += 2;
+        } else if (maps->shape != TextShape::CONTINUATION) {
+            break;
+        } else if (maps->whole_plane && first - 0xE1 <= 0xEF - 0xE1 && first != 0xED) { // no surrogates, and none too long
+            if (!continues(at[1]) || !continues(at[2])) break;
+            at += 3;
+        } else if (!take_plain<TextShape::CONTINUATION>(maps->plain, at, MAX_KEY, [&at](gl_wchar, int length) { at += length; })) {
+            break;
+        }
+    }
+    return as_text(at);
+}
+const gl_wchar *pass_plain(const WideText &, const gl_wchar *s, const CharacterSet<WideText> &) { return s; }
+
 // Passes over the characters that are in the set, or that are not: the place behind them, or null with the error number.
 template <class Text, class Unit = typename Text::Unit>
 const Unit *pass(const Text &text, const Unit *s, const CharacterSet<Text> &set, bool are_in) {
     for (;;) {
+        if (!are_in) s = pass_plain(text, s, set);
         const Step step = text.step(s);
         if (step.length < 0) return fail(text.locale(), GL_EILSEQ, nullptr);
         if (step.length == 0 || set.has(step.value) != are_in) return s;
@@ -70,6 +102,8 @@ const Unit *pass(const Text &text, const Unit *s, const CharacterSet<Text> &set,
 template <class Text, class Unit> int span(gl_locale *locale, const Unit *s, const Unit *of, bool are_in) {
     if (s == nullptr || of == nullptr) return fail(locale, GL_ENULLPTR, -1);
     const Text text(locale);
+    if constexpr (sizeof(Unit) == 1)
+        if (text.is_single_byte()) return static_cast<int>(are_in ? strspn(s, of) : strcspn(s, of));
     CharacterSet<Text> set;
     if (!set.read(text, of)) return -1;
     const Unit *const end = pass(text, s, set, are_in);

@@ -26,6 +26,8 @@ class MultibyteText {
 
     gl_locale *locale() const { return locale_; }
     int terminator_length() const { return terminator_; }
+    bool is_single_byte() const { return single_byte_; }
+    const CodesetMaps *maps() const { return maps_; } // null where they do not tell
     // Not more than `limit` units are read, of which there is one at least.
     Step step(const char *s, ptrdiff_t limit = MAX_KEY) const {
         const uint8_t *const at = as_bytes(s);
