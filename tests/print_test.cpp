@@ -190,6 +190,33 @@ TEST(Scanning, ReadsWhatPrintingWrites) {
     });
 }
 
+// A set that was read again for each character would take minutes.
+TEST(Scanning, GoesByLargeSets) {
+    everywhere_with_form([](const Codeset &codeset, Form &f) {
+        constexpr int LENGTH = 100'000;
+        std::vector<gl_wchar> known, text, got(LENGTH + 1);
+        for (const auto &character : codeset.characters)
+            if (const gl_wchar wc = wide(character.bytes); wc != 0 && wc != ']' && wc != '-' && wc != '^') known.push_back(wc);
+        while (text.size() < LENGTH) text.push_back(known[text.size() % known.size()]);
+        const auto scanned = [&](const char *begin, const std::vector<gl_wchar> &set) {
+            std::vector<gl_wchar> format(begin, begin + strlen(begin));
+            format.insert(format.end(), set.rbegin(), set.rend());
+            format.insert(format.end(), {']', 0});
+            const int result = gl_wcsscanf(f.l, text.data(), format.data(), got.data());
+            return result == 1 ? std::find(got.begin(), got.end(), 0U) - got.begin() : -result;
+        };
+        const std::vector<gl_wchar> set = text;
+        text.insert(text.end(), {']', 0});
+        EXPECT_EQ(scanned("%l[", set), LENGTH);
+        EXPECT_EQ(scanned("%l[^", set), 0);
+        std::sort(known.begin(), known.end());
+        const gl_wchar last = known.back(), middle = known[known.size() / 2];
+        text = {'^', ']', middle, last, known.front(), 0};
+        EXPECT_EQ(scanned("%l[^", set), 2);
+        EXPECT_EQ(scanned("%l[]^", {last, '-', middle, middle, '-', middle, '-', last}), 4);
+    });
+}
+
 TEST(Scanning, EndsWhereNothingFits) {
     everywhere_with_form([](const Codeset &, Form &f) {
         struct Row {

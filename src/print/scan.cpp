@@ -2,6 +2,7 @@
 #include "libn/grouping.h"
 #include "print/arguments.h"
 #include "print/real_digits.h"
+#include "print/scan_set.h"
 #include "print/sink.h"
 
 #include <limits>
@@ -167,7 +168,7 @@ template <class Text> class Scanner {
         case 'G': return real(conversion);
         case 's':
         case 'S': return letters(conversion, true, [this](gl_wchar wc) { return !is_space(wc); });
-        case '[': return letters(conversion, true, [this, set](gl_wchar wc) { return is_in_set(set, wc); });
+        case '[': return letters_of_set(conversion, set);
         case 'c':
         case 'C':
             if (conversion.width.value < 0) left_ = takes_wide(conversion) ? 1 : text_.terminator_length();
@@ -409,24 +410,10 @@ template <class Text> class Scanner {
         return has_exponent ? Outcome::READ : mismatch();
     }
 
-    // Whether a set, behind its "[", has a character; ranges go by code value.
-    bool is_in_set(const Unit *set, gl_wchar wc) const {
-        Reader reader(text_, set);
-        const bool without = reader.skip('^');
-        bool found = false;
-        for (bool first = true; !found && (first || reader.value() != ']'); first = false) {
-            const gl_wchar from = reader.value();
-            reader.advance();
-            Reader ahead = reader;
-            if (ahead.skip('-') && ahead.value() != ']') {
-                found = from <= wc && wc <= ahead.value();
-                ahead.advance();
-                reader = ahead;
-            } else {
-                found = from == wc;
-            }
-        }
-        return found != without;
+    [[gnu::noinline]] Outcome letters_of_set(const Conversion &conversion, const Unit *set) {
+        ScanSet members;
+        if (!members.read(text_, set)) return Outcome::NO_MEMORY;
+        return letters(conversion, true, [&members](gl_wchar wc) { return members.has(wc); });
     }
 
     static bool takes_wide(const Conversion &conversion) {
