@@ -322,6 +322,7 @@ class CommandLine {
             ->excludes(to_base);
         command->add_flag("--currency{local}", num_.currency, "The same as -mg; with =international by the symbol as in EUR")
             ->check(CLI::IsMember({"local", "international"}))
+            ->option_text("[=local|=international]")
             ->excludes(base)
             ->excludes(to_base);
         command->add_option("numbers", num_.numbers, "Numbers, in UTF-8; none: the lines of standard input")->type_name("NUMBER");

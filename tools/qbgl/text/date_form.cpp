@@ -90,6 +90,8 @@ std::string DateForm::formatted(const std::string &format, const gl_tm &date) {
 // By a day that every calendar has.
 void DateForm::check_format() {
     const gl_tm date = Zone("utc").record_at(0);
+    if (view_.plain(formatted(in_codeset("%%"), date)) != "%")
+        throw DateFault{"format", fmt::format("there are no formats in {}, whose % is not that of ASCII", codeset_)};
     const std::vector<size_t> pieces = pieces_of(format_);
     for (size_t i = 0; i + 1 < pieces.size(); ++i) {
         const std::string piece = format_.substr(pieces[i], pieces[i + 1] - pieces[i]);
