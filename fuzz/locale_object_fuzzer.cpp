@@ -180,6 +180,25 @@ void run_all(gl_locale *locale, const Bytes &text, const Bytes &other) {
     search_words(locale, text, wide);
 }
 
+// Dates and amounts by the object's formats, names and layouts, and back.
+void write_and_read(gl_locale *locale) {
+    for (const char *ascii : {"%c %Ec %EY %OB %b %+ %r %Od", "%QB %EX", "%n %i%(#9n"}) {
+        Bytes format, out(200);
+        for (char bytes[4]; *ascii != '\0'; ++ascii) {
+            const int length = gl_full_wctomb(locale, bytes, static_cast<unsigned char>(*ascii));
+            if (length < 1) return;
+            format.insert(format.end(), bytes, bytes + length);
+        }
+        format.resize(format.size() + ZEROS);
+        gl_tm date = {5, 7, 15, 0, 3, 9, 9, 124, 4, 276, 0, -5400, 1};
+        char decimal[40];
+        const bool written = gl_mbsftime(locale, out.data(), size_of(out), format.data(), &date) >= 0;
+        if (written) gl_mbsptime(locale, out.data(), format.data(), &date);
+        if (gl_mbsfmon(locale, out.data(), size_of(out), format.data(), -1234567.895) >= 0)
+            gl_mbspmon(locale, out.data(), nullptr, decimal, sizeof decimal);
+    }
+}
+
 void share(gl_locale *locale, const Bytes &text) {
     gl_locale *copy = nullptr;
     require(gl_create_null_locale_4(&copy) == 0);
@@ -214,6 +233,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     own.resize(own.size() + ZEROS);
     run_all(locale, text, own);
     run_all(locale, own, text);
+    write_and_read(locale);
     share(locale, own);
     gl_lc_unload(locale);
     return 0;
