@@ -308,9 +308,9 @@ typedef gl_wchar glu_fgetuc32_fn(void *locale, FILE *stream, int16_t *error);
 typedef unsigned glu_ismctype_fn(void *locale, const char *s, int len, unsigned mask, int16_t *error);
 typedef unsigned glu_isuc32type_fn(gl_wchar wc, unsigned mask);
 
-/* Columns: 1 or 2 for a character, 0 for NUL; GL_EINVAL for one that is not of class print. Of a text up to n characters or `end`,
- * whichever comes first before its terminator; n below 0 is GL_ENEGCOUNT, end before start GL_EENDBEFORE. A character that begins
- * before `end` counts. The forms without a locale answer as those of any locale. */
+/* Columns: 0 (a mark), 1 or 2 for a character, 0 for NUL; GL_EINVAL for one that is not of class print. Of a text up to n
+ * characters or `end`, whichever comes first before its terminator; n below 0 is GL_ENEGCOUNT, end before start GL_EENDBEFORE. A
+ * character that begins before `end` counts. The forms without a locale answer as those of any locale. */
 typedef int glu_mbwidth_fn(void *locale, const char *s, int16_t *error);
 typedef int glu_uc32width_fn(gl_wchar wc, int16_t *error);
 typedef int glu_mbswidth_fn(void *locale, const char *s, int n, int16_t *error);

@@ -66,17 +66,17 @@ template <Case TO> int map_values(void *locale, gl_wchar *dst, const gl_wchar *s
     return 0;
 }
 
-// The room that the library asks for with glu_case_conv_outbuflen, terminator included; no text of more than an int is made.
-int room_of(const Locale &locale, int bytes) {
-    const int64_t room = int64_t{bytes} * locale.case_growth() + 1;
-    return room < INT_MAX ? static_cast<int>(room) : INT_MAX;
+// What a text of so many bytes becomes at most; no text of more than an int is made.
+int most_bytes(const Locale &locale, int bytes) {
+    const int64_t most = int64_t{bytes} * locale.case_growth();
+    return most < INT_MAX ? static_cast<int>(most) : INT_MAX;
 }
 
 template <Case TO> int map_utf8(const Locale &locale, char *dst, const char *src, int bytes, int16_t *error) {
     if (!is_utf8(src, bytes)) return fail(error, GL_EILSEQ, -1);
     UErrorCode status = U_ZERO_ERROR;
     const auto map_text = TO == Case::UPPER ? ucasemap_utf8ToUpper : ucasemap_utf8ToLower;
-    const int32_t written = map_text(locale.case_map(), dst, room_of(locale, bytes), src, bytes, &status);
+    const int32_t written = map_text(locale.case_map(), dst, most_bytes(locale, bytes), src, bytes, &status);
     return U_SUCCESS(status) ? written : fail(error, status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_ERANGE, -1);
 }
 
@@ -165,5 +165,5 @@ int glu_mbstolower(void *locale, char *dst, const char *src, int16_t *error) {
 
 int glu_case_conv_outbuflen(void *locale, int n) {
     if (locale == nullptr) return -1;
-    return n > 0 ? room_of(*as_locale(locale), n) - 1 : 0;
+    return n > 0 ? most_bytes(*as_locale(locale), n) : 0;
 }

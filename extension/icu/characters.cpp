@@ -73,7 +73,7 @@ char *glu_mbsprev(void *locale, const char *start, const char *pos, int16_t *err
         int32_t i = back;
         UChar32 value;
         U8_PREV(reinterpret_cast<const uint8_t *>(begin), 0, i, value);
-        if (value >= 0) return const_cast<char *>(begin) + i;
+        if (value >= 0 && is_utf8(start, static_cast<int>(begin + i - start))) return const_cast<char *>(begin) + i;
     }
     Characters characters(own.codeset());
     for (const char *at = start;;) {

@@ -101,8 +101,9 @@ int make_bound(char *out, const uint8_t *key, int size, int bound, int passes, i
     Scratch<uint8_t, 512> made;
     if (!made.reserve(static_cast<size_t>(size) + LONGEST_TAIL)) return fail(error, GL_ENOMEM, -1);
     UErrorCode status = U_ZERO_ERROR;
-    const int32_t whole = ucol_getBound(key, size, static_cast<UColBoundMode>(bound), static_cast<uint32_t>(passes), made.data(),
-                                        static_cast<int32_t>(made.capacity()), &status);
+    // It looks at the byte behind the key, too, and must not take it for one of a pass.
+    const int32_t whole = ucol_getBound(key, size - 1, static_cast<UColBoundMode>(bound), static_cast<uint32_t>(passes),
+                                        made.data(), static_cast<int32_t>(made.capacity()), &status);
     if (U_FAILURE(status) || whole < 1) return fail(error, GL_EBADARG, -1);
     if (capacity > 0) memcpy(out, made.data(), static_cast<size_t>(whole < capacity ? whole : capacity));
     return whole - 1;
@@ -215,6 +216,8 @@ int glu_order_compare(void *locale, const char *s1, int len1, const char *s2, in
     if (locale == nullptr) return fail(error, GL_ENULLPTR, 0);
     const Locale &own = *as_locale(locale);
     const UCollator *const collator = own.collator(passes);
+    len1 = bytes_of(s1, len1);
+    len2 = bytes_of(s2, len2);
     if (own.codeset().kind() == Codeset::Kind::UTF8) return compare_utf8(collator, s1, len1, s2, len2, error);
     Characters characters(own.codeset());
     Utf16 first, second;
@@ -232,7 +235,7 @@ int glu_order_key(void *locale, const char *s, int len, int passes, unsigned cha
     Characters characters(own.codeset());
     Utf16 text;
     int16_t number = 0;
-    const int units = characters.to_utf16_leniently(s, len, text, number);
+    const int units = characters.to_utf16_leniently(s, bytes_of(s, len), text, number);
     if (units < 0) return fail(error, number, -1);
     return key_of(own.collator(passes), text.data(), units, reinterpret_cast<char *>(key), room, error);
 }

@@ -39,6 +39,8 @@ namespace {
 constexpr char DATA_NAME[] = "icudata";
 constexpr char PACKAGED[] = "packaged";
 
+int loaded = 0; // handles that are out
+
 // The data of a process: ICU keeps hold of the bytes.
 struct Data {
     File file;
@@ -81,8 +83,7 @@ void *glu_loadIcuData(const char *path, int, int *status) {
     lend_memory_to_icu();
     int number = GL_ENOMEM;
     Owned<Data> data = make<Data>();
-    if (!data || !data->file.read(path, number)) return fail<int, void *>(status, number, nullptr);
-    number = use(*data);
+    if (data && data->file.read(path, number)) number = use(*data);
     if (number == 0) {
         UErrorCode code = U_ZERO_ERROR;
         u_init(&code);
@@ -91,12 +92,19 @@ void *glu_loadIcuData(const char *path, int, int *status) {
             number = code == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EBADFILE;
         }
     }
-    return number == 0 ? data.release() : fail<int, void *>(status, number, nullptr);
+    if (number != 0) {
+        if (loaded == 0) take_memory_from_icu();
+        return fail<int, void *>(status, number, nullptr);
+    }
+    ++loaded;
+    return data.release();
 }
 
 void glu_unloadIcuData(void *data) {
+    if (data == nullptr) return;
     Owned<Data> owned(static_cast<Data *>(data));
-    if (!take_memory_from_icu() && owned && !owned->packaged) (void)owned.release(); // an ICU that lives on may use it
+    const bool done = --loaded == 0 && take_memory_from_icu();
+    if (!done && !owned->packaged) (void)owned.release(); // an ICU that lives on may use it
 }
 
 const char *glu_icuErrorName(int code) {

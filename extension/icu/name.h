@@ -9,8 +9,8 @@ class Map;
 
 struct LocaleId {
     char icu[ULOC_FULLNAME_CAPACITY] = "";
-    char codeset[64] = "";                  // ICU's name
-    char name[512] = "";                     // PLACE.CODESET@MODIFIER, as the rules of the map see it
+    char codeset[64] = ""; // ICU's name
+    char name[512] = "";   // PLACE.CODESET@MODIFIER, as the rules of the map see it
 };
 
 // Understands "cs_cz/e01c.lco" (the separator may be the byte FF, and a modifier may stand behind the number), "cs_CZ.utf8@icu",

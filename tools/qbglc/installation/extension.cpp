@@ -37,6 +37,7 @@ IcuExtension::IcuExtension(const std::filesystem::path &file) {
 std::string icu_name(const Catalogue::Codeset &codeset) {
     if (codeset.iconv == "UCS-2LE") return "UTF-16LE";
     if (codeset.iconv == "UCS-4LE") return "UTF-32LE";
+    if (codeset.iconv == "UHC") return "windows-949";
     return codeset.iconv;
 }
 
