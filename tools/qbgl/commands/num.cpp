@@ -70,7 +70,9 @@ class NumberTable {
   public:
     NumberTable(const NumRequest &request, const Messages &messages, gl_locale &from, gl_locale &to)
         : request_(request), messages_(messages), output_(STANDARD_STREAM, {}), blank_(blank_separator(from)), reader_(from),
-          amounts_(from, CurrencySymbol::LOCAL), writer_(to, request), sample_(sample_of(from)) {}
+          writer_(to, request), sample_(sample_of(from)) {
+        if (request.monetary) amounts_.emplace(from, CurrencySymbol::LOCAL);
+    }
 
     ExitStatus run() {
         for (const std::string &number : request_.numbers) add(number, 0);
@@ -102,7 +104,7 @@ class NumberTable {
     }
 
     PlainNumber read(const std::string &text) {
-        if (request_.monetary) return amounts_.read(text);
+        if (amounts_) return amounts_->read(text);
         if (request_.base || request_.to_base)
             return reader_.integer(text, request_.base.value_or(DECIMAL), request_.to_base.value_or(DECIMAL));
         return reader_.decimal(with_blanks(text, blank_));
@@ -156,7 +158,7 @@ class NumberTable {
     OutputFile output_;
     std::string blank_; // the separator of the numbers read
     NumberReader reader_;
-    Amounts amounts_;
+    std::optional<Amounts> amounts_;
     NumberWriter writer_;
     std::string sample_, results_;
     bool failed_ = false;

@@ -1,7 +1,6 @@
 #include "text/date_form.h"
 
 #include "frame/files.h"
-#include "text/encoded.h"
 
 #include <algorithm>
 #include <cctype>
@@ -58,7 +57,7 @@ std::string ReadDate::iso() const {
 }
 
 DateForm::DateForm(gl_locale &locale, const std::string &format)
-    : locale_(&locale), codeset_(category_codeset(locale, GL_CAT_TIME)), format_(format), view_(codeset_) {
+    : locale_(&locale), codeset_(category_codeset(locale, GL_CAT_TIME)), format_(format), encoder_(codeset_), view_(codeset_) {
     encoded_format_ = in_codeset(format_);
     check_format();
 }
@@ -66,7 +65,7 @@ DateForm::DateForm(gl_locale &locale, const std::string &format)
 // With the zeros that end a text in any codeset behind it.
 std::string DateForm::in_codeset(const std::string &text) const {
     try {
-        return encoded(text, codeset_).append(sizeof(gl_wchar), '\0');
+        return encoder_.encoded(text).append(sizeof(gl_wchar), '\0');
     } catch (const Failure &failure) {
         if (failure.status != ExitStatus::CALL) throw;
         throw DateFault{"character", failure.sentence};

@@ -1,6 +1,7 @@
 // A format of dates under a locale: texts are UTF-8 whatever the locale's codeset is.
 #pragma once
 
+#include "text/encoded.h"
 #include "text/instant.h"
 #include "text/shown_text.h"
 #include "tree/locale_handle.h"
@@ -36,6 +37,7 @@ class DateForm {
 
     gl_locale *locale_;
     std::string codeset_, format_, encoded_format_, zone_name_;
+    TextEncoder encoder_;
     TextView view_;
 };
 

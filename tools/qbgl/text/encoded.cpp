@@ -1,7 +1,6 @@
 #include "text/encoded.h"
 
 #include "frame/files.h"
-#include "text/conversion.h"
 #include "text/utf8.h"
 #include "tree/directories.h"
 
@@ -25,36 +24,41 @@ void check_utf8(const std::string &text) {
 
 } // namespace
 
-std::string encoded(const std::string &text, const std::string &codeset) {
-    check_utf8(text);
-    return encoded_bytes(text, codeset);
+TextEncoder::TextEncoder(const std::string &codeset) : codeset_(codeset) {
+    const Opened opened = Conversion::open("utf8", codeset, conversion_);
+    if (opened == Opened::CONVERSION || opened == Opened::SAME_CODESET) return;
+    throw Failure{ExitStatus::SYSTEM,
+                  fmt::format("the installation has no sound conversion from utf8 to {}: `qbglc tree {}` makes all anew", codeset,
+                              printable(tree_directory())),
+                  JsonObject().text("codeset", codeset)};
 }
 
-std::string encoded_bytes(const std::string &text, const std::string &codeset) {
-    std::unique_ptr<Conversion> conversion;
-    const Opened opened = Conversion::open("utf8", codeset, conversion);
-    if (opened == Opened::SAME_CODESET) return text;
+std::string TextEncoder::encoded(const std::string &text) const {
     check_utf8(text);
-    if (opened != Opened::CONVERSION) {
-        throw Failure{ExitStatus::SYSTEM,
-                      fmt::format("the installation has no sound conversion from utf8 to {}: `qbglc tree {}` makes all anew",
-                                  codeset, printable(tree_directory())),
-                      JsonObject().text("codeset", codeset)};
-    }
+    return encoded_bytes(text);
+}
+
+std::string TextEncoder::encoded_bytes(const std::string &text) const {
+    if (conversion_ == nullptr) return text;
+    check_utf8(text);
     Shift shift;
     OutputBuffer result;
     for (std::string_view rest = text; !rest.empty();) {
-        const Step step = conversion->step(shift, rest, result);
+        const Step step = conversion_->step(shift, rest, result);
         const std::string_view character = rest.substr(0, utf8_length(rest));
         if (step.outcome != Outcome::DONE || step.substituted) {
             throw Failure{ExitStatus::CALL,
-                          fmt::format("{} has no {}, which \"{}\" needs", codeset, printable(character), printable(text)),
-                          JsonObject().text("text", text).text("character", character).text("codeset", codeset)};
+                          fmt::format("{} has no {}, which \"{}\" needs", codeset_, printable(character), printable(text)),
+                          JsonObject().text("text", text).text("character", character).text("codeset", codeset_)};
         }
         rest.remove_prefix(character.size());
     }
-    conversion->close(shift, result);
+    conversion_->close(shift, result);
     return std::string(result.text());
 }
+
+std::string encoded(const std::string &text, const std::string &codeset) { return TextEncoder(codeset).encoded(text); }
+
+std::string encoded_bytes(const std::string &text, const std::string &codeset) { return TextEncoder(codeset).encoded_bytes(text); }
 
 } // namespace qbgl

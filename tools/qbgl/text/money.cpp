@@ -1,7 +1,5 @@
 #include "text/money.h"
 
-#include "text/encoded.h"
-
 #include <algorithm>
 #include <fmt/format.h>
 
@@ -53,12 +51,13 @@ std::string with_blanks(std::string text, const std::string &separator) {
 }
 
 Amounts::Amounts(gl_locale &locale, CurrencySymbol symbol)
-    : locale_(locale), symbol_(symbol), codeset_(category_codeset(locale, GL_CAT_MONETARY)), view_(codeset_) {}
+    : locale_(locale), symbol_(symbol), encoder_(category_codeset(locale, GL_CAT_MONETARY)),
+      view_(category_codeset(locale, GL_CAT_MONETARY)) {}
 
 PlainNumber Amounts::read(const std::string &text) const {
     std::string input;
     try {
-        input = terminated(encoded(text, codeset_));
+        input = terminated(encoder_.encoded(text));
     } catch (const Failure &failure) {
         if (failure.status != ExitStatus::CALL) throw;
         throw NumberFault{"character", failure.sentence, 0};
@@ -87,7 +86,7 @@ std::string Amounts::written(const PlainNumber &number) const {
     const int32_t own = symbol_ == CurrencySymbol::LOCAL ? money.frac_digits : money.int_frac_digits;
     const size_t digits = std::max(number.fraction.size(), static_cast<size_t>(own == GL_NOT_AVAILABLE ? 0 : std::max(own, 0)));
     const std::string format =
-        terminated(encoded(fmt::format("%.{}{}", digits, symbol_ == CurrencySymbol::LOCAL ? 'n' : 'i'), codeset_));
+        terminated(encoder_.encoded(fmt::format("%.{}{}", digits, symbol_ == CurrencySymbol::LOCAL ? 'n' : 'i')));
     std::string text((number.digits.size() * 2 + digits) * sizeof(gl_wchar) + ROOM_AROUND, '\0');
     const int length = gl_mbsfmon_text(&locale_, text.data(), static_cast<int>(text.size()), format.c_str(), decimal.c_str());
     if (length < 0) throw NumberFault{"range", gl_strerror(gl_errno(&locale_)), 0};

@@ -1,6 +1,7 @@
 // Numbers with what stands around them: blanks between groups, and amounts of money.
 #pragma once
 
+#include "text/encoded.h"
 #include "text/number_reader.h"
 #include "text/shown_text.h"
 
@@ -27,7 +28,7 @@ class Amounts {
   private:
     gl_locale &locale_;
     CurrencySymbol symbol_;
-    std::string codeset_;
+    TextEncoder encoder_;
     TextView view_;
 };
 
