@@ -3,6 +3,7 @@
 #include "support/guarded.h"
 
 #include <chrono>
+#include <climits>
 
 namespace {
 
@@ -113,6 +114,11 @@ TEST(DateText, IsCutBetweenCharacters) {
         EXPECT_GE(gl_mbstowcs(locale.get(), wide, text.c_str(), 64), 0) << room;
     }
     EXPECT_EQ(written(locale.get(), "%2147483648d", DAY, 4), "000!14");
+    char out[20];
+    gl_wchar wide_out[20];
+    const gl_wchar format[] = {'%', 'F', 0};
+    EXPECT_EQ(gl_mbsftime(locale.get(), out, INT_MAX, "%F ё", &DAY), 13);
+    EXPECT_EQ(gl_wcsftime(locale.get(), wide_out, INT_MAX, format, &DAY), 10);
     EXPECT_EQ(written(locale.get(), "%99999999999a", DAY, 8), "       !14");
 }
 

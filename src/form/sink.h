@@ -5,6 +5,8 @@
 #include "form/text.h"
 
 #include <algorithm>
+#include <stddef.h>
+#include <stdint.h>
 #include <string.h>
 
 namespace qbgl {
@@ -17,7 +19,9 @@ template <class Unit> class Sink {
     Sink(gl_locale *locale, Unit *out, int room) : locale_(locale), begin_(out), at_(out), plain_(has_plain_ascii(locale)) {
         const int terminator = IS_WIDE ? 1 : locale->ctype.codeset_table->min_length;
         full_ = room < terminator;
-        end_ = full_ ? out : out + (room - terminator);
+        // No more than there are addresses: a host may say that any room is enough.
+        const size_t most = std::min<size_t>(PTRDIFF_MAX, UINTPTR_MAX - reinterpret_cast<uintptr_t>(out)) / sizeof(Unit);
+        end_ = full_ ? out : out + (std::min(static_cast<size_t>(room), most) - static_cast<size_t>(terminator));
         for (int i = 0; i < terminator && !full_; ++i) out[i] = Unit{};
     }
 

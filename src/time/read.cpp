@@ -50,22 +50,25 @@ struct NumberFields {
     NumberField of[NO_ASCII];
 
     constexpr NumberFields() : of() {
-        of['C'] = {&Parts::century, 0, 99, 2, 0, true};
-        of['y'] = {&Parts::year_of_century, 0, 99, 2, 0, true};
-        of['Y'] = {&Parts::year, 0, 9999, YEAR_DIGITS, 0, true};
-        of['d'] = of['e'] = {&Parts::mday, 1, 31, 2, 0, true};
-        of['m'] = {&Parts::mon, 1, 12, 2, -1, true};
-        of['j'] = {&Parts::yday, 1, 366, 3, -1, true};
-        of['H'] = of['k'] = {&Parts::hour, 0, 23, 2};
-        of['I'] = of['l'] = {&Parts::hour_of_half, 1, 12, 2};
-        of['M'] = {&Parts::min, 0, 59, 2};
-        of['S'] = {&Parts::sec, 0, 60, 2};
-        of['w'] = {&Parts::wday, 0, 6, 1};
-        of['U'] = {&Parts::sunday_week, 0, 53, 2};
-        of['W'] = {&Parts::monday_week, 0, 53, 2};
-        of['V'] = {&Parts::iso_week, 1, 53, 2};
-        of['g'] = {&Parts::iso_year_of_century, 0, 99, 2};
+        at('C') = {&Parts::century, 0, 99, 2, 0, true};
+        at('y') = {&Parts::year_of_century, 0, 99, 2, 0, true};
+        at('Y') = {&Parts::year, 0, 9999, YEAR_DIGITS, 0, true};
+        at('d') = at('e') = {&Parts::mday, 1, 31, 2, 0, true};
+        at('m') = {&Parts::mon, 1, 12, 2, -1, true};
+        at('j') = {&Parts::yday, 1, 366, 3, -1, true};
+        at('H') = at('k') = {&Parts::hour, 0, 23, 2};
+        at('I') = at('l') = {&Parts::hour_of_half, 1, 12, 2};
+        at('M') = {&Parts::min, 0, 59, 2};
+        at('S') = {&Parts::sec, 0, 60, 2};
+        at('w') = {&Parts::wday, 0, 6, 1};
+        at('U') = {&Parts::sunday_week, 0, 53, 2};
+        at('W') = {&Parts::monday_week, 0, 53, 2};
+        at('V') = {&Parts::iso_week, 1, 53, 2};
+        at('g') = {&Parts::iso_year_of_century, 0, 99, 2};
     }
+
+  private:
+    constexpr NumberField &at(char letter) { return of[static_cast<unsigned char>(letter)]; }
 };
 constexpr NumberFields FIELDS;
 
