@@ -426,7 +426,8 @@ TEST_F(LocaleClient, LocaleShowsWhatTheHandleHolds) {
          {R"({"LC_CTYPE":{"locale":"ja_jp/e006.lco","codeset":"sjis","shortest_character":1,)",
           R"("own_classes":{"full_width":229})",
           R"("decimal_point":"ぁ","thousands_sep":"\u0009¥","grouping":[3,-1],"positive_sign":"\u001b","negative_sign":"あ"})",
-          R"("p_sign_posn":1,"n_sign_posn":null},"LC_TIME":{)", R"("start":"1989-01-08","end":"future","name":"Heisei",)"})
+          R"("p_sign_posn":1,"n_sign_posn":null,"int_p_cs_precedes":null,)", R"("int_n_sign_posn":null},"LC_TIME":{)",
+          R"("start":"1989-01-08","end":"future","name":"Heisei",)"})
         EXPECT_NE(json.find(member), std::string::npos) << member << json;
     EXPECT_NE(qbgl("locale", "", WHOLE, words("GL_LANG=fr_fr/e01c.lco")).out.find("fr_fr/e01c.lco"), std::string::npos);
     EXPECT_NE(client("locale").out.find("default.lco"), std::string::npos);

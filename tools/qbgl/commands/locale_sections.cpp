@@ -161,6 +161,7 @@ Section numeric(gl_locale &locale) {
 
 Section monetary(gl_locale &locale) {
     const gl_monetary_info &info = locale.monetary;
+    const gl_money_layout &other = locale.int_money;
     CategorySection category(locale, GL_CAT_MONETARY, "LC_MONETARY");
     category.text("int_curr_symbol", info.int_curr_symbol);
     category.text("currency_symbol", info.currency_symbol);
@@ -170,9 +171,13 @@ Section monetary(gl_locale &locale) {
     category.text("positive_sign", info.positive_sign);
     category.text("negative_sign", info.negative_sign);
     const std::pair<const char *, int32_t> layout[] = {
-        {"int_frac_digits", info.int_frac_digits}, {"frac_digits", info.frac_digits},     {"p_cs_precedes", info.p_cs_precedes},
-        {"p_sep_by_space", info.p_sep_by_space},   {"n_cs_precedes", info.n_cs_precedes}, {"n_sep_by_space", info.n_sep_by_space},
-        {"p_sign_posn", info.p_sign_posn},         {"n_sign_posn", info.n_sign_posn}};
+        {"int_frac_digits", info.int_frac_digits},  {"frac_digits", info.frac_digits},
+        {"p_cs_precedes", info.p_cs_precedes},      {"p_sep_by_space", info.p_sep_by_space},
+        {"n_cs_precedes", info.n_cs_precedes},      {"n_sep_by_space", info.n_sep_by_space},
+        {"p_sign_posn", info.p_sign_posn},          {"n_sign_posn", info.n_sign_posn},
+        {"int_p_cs_precedes", other.p_cs_precedes}, {"int_p_sep_by_space", other.p_sep_by_space},
+        {"int_n_cs_precedes", other.n_cs_precedes}, {"int_n_sep_by_space", other.n_sep_by_space},
+        {"int_p_sign_posn", other.p_sign_posn},     {"int_n_sign_posn", other.n_sign_posn}};
     for (const auto &[name, value] : layout) {
         if (value == GL_NOT_AVAILABLE)
             category.section.none(name, "n/a");
