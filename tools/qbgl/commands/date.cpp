@@ -4,7 +4,9 @@
 #include "text/date_form.h"
 #include "text/line_input.h"
 #include "text/utf8.h"
+#include "tree/directories.h"
 #include "tree/installed.h"
+#include "tree/registry.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -106,6 +108,7 @@ class DateTable {
             return text;
         };
         const std::string wanted = lower(*request_.all);
+        if (read_registry().names.empty()) throw no_tree();
         std::vector<std::string> result;
         for (const InstalledLocale &locale : installed_locales()) {
             const std::string name = lower(locale.specification);
@@ -115,7 +118,8 @@ class DateTable {
         }
         if (result.empty()) {
             throw Failure{ExitStatus::CALL,
-                          fmt::format("no locale of {} is installed; `qbgl list locales` lists all", printable(*request_.all)),
+                          fmt::format("no locale{} is installed; `qbgl list locales` lists all",
+                                      wanted.empty() ? "" : " of " + printable(*request_.all)),
                           JsonObject().text("language", *request_.all)};
         }
         return result;
