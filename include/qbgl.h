@@ -1744,8 +1744,8 @@ QBGL_API int gl_mbsbounds(gl_locale *locale, const char *prefix, int len, unsign
  *
  *     % FLAGS WIDTH [Q] [E or O] CONVERSION
  *
- *   flags        _ fills with spaces, 0 with zeros, - not at all; + fills with zeros and puts a "+" before a year (%C %F %G %Y) with
- *                more digits than usual; ^ makes capitals, # the other case
+ *   flags        _ fills with spaces, 0 with zeros, - not at all; + fills with zeros and puts a "+" before a year (%C %F %G %Y)
+ *                with more digits than usual; ^ makes capitals, # the other case
  *   width        the least length, in bytes of multibyte and characters of wide text
  *   E            the eras of the locale (%EC %Ex %EX %Ec %Ey %EY); what it lacks is as without E
  *   O            alternative digits before any number, and before b, B and h the month's name as it stands by itself
@@ -1760,9 +1760,9 @@ QBGL_API int gl_mbsbounds(gl_locale *locale, const char *prefix, int len, unsign
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 /* Writes a date. `room` counts bytes or wide characters, the terminator among them. The length without it, or -1: GL_E2BIG (the
- * output is then what fits, in whole characters), GL_EINVAL (no such conversion; a field that a conversion needs is out of its range:
- * sec 0 to 60, wday 0 to 6, gmtoff within 100 hours; no such date in the locale's calendar), GL_EILSEQ (the format is not in the
- * codeset), GL_ENULLPTR, GL_ENODATA (no LC_TIME). After a failure the output holds what stood before, with its terminator. */
+ * output is then what fits, in whole characters), GL_EINVAL (no such conversion; a field that a conversion needs is out of its
+ * range: sec 0 to 60, wday 0 to 6, gmtoff within 100 hours; no such date in the locale's calendar), GL_EILSEQ (the format is not in
+ * the codeset), GL_ENULLPTR, GL_ENODATA (no LC_TIME). After a failure the output holds what stood before, with its terminator. */
 QBGL_API int gl_mbsftime(gl_locale *locale, char *out, int room, const char *format, const gl_tm *tm);
 QBGL_API int gl_wcsftime(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *format, const gl_tm *tm);
 
@@ -1771,13 +1771,13 @@ QBGL_API int gl_wcsftime(gl_locale *locale, gl_wchar *out, int room, const gl_wc
  * A number has no more digits than the conversion's largest, or its width. %y alone is in 1969 to 2068, in a calendar of its own in
  * the century of gl_alt_getcentury. Fields that the text does not tell stay; year, month and day, or other fields that tell a day,
  * give all of it, and wday follows from it. %s is taken to be at the gmtoff that the text tells or that stands in *tm.
- * The errors are GL_EINVAL for the format, GL_EILSEQ for a text that does not have it, GL_ERANGE for a day that there is not or for a
- * part of a date in the locale's own calendar, which needs year, month and day; GL_ENULLPTR, GL_ENODATA. */
+ * The errors are GL_EINVAL for the format, GL_EILSEQ for a text that does not have it, GL_ERANGE for a day that there is not or for
+ * a part of a date in the locale's own calendar, which needs year, month and day; GL_ENULLPTR, GL_ENODATA. */
 QBGL_API const char *gl_mbsptime(gl_locale *locale, const char *text, const char *format, gl_tm *tm);
 QBGL_API const gl_wchar *gl_wcsptime(gl_locale *locale, const gl_wchar *text, const gl_wchar *format, gl_tm *tm);
 
-/* The names of the numbers 0 to count - 1 in `zone`, in the locale's codeset, for %Z; a null one is none. They are copied, belong to
- * this handle (a copy of it has none), and replace earlier ones; not while threads share it. 0, or -1: GL_EILSEQ, GL_ENEGCOUNT,
+/* The names of the numbers 0 to count - 1 in `zone`, in the locale's codeset, for %Z; a null one is none. They are copied, belong
+ * to this handle (a copy of it has none), and replace earlier ones; not while threads share it. 0, or -1: GL_EILSEQ, GL_ENEGCOUNT,
  * GL_ENULLPTR, GL_ENOMEM. */
 QBGL_API int gl_set_zone_names(gl_locale *locale, const char *const *names, int count);
 
@@ -1796,8 +1796,8 @@ QBGL_API int gl_set_zone_names(gl_locale *locale, const char *const *names, int 
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 /* Writes an amount. A double is rounded by its exact value to the nearest decimal, of two to the even one; the text forms take a
- * decimal of any length (a sign, digits, a ".", digits, in ASCII), exactly, and round ties away from zero. `room`, result and errors
- * as gl_mbsftime has them; GL_ERANGE for an amount that is no number. Nothing is allocated. */
+ * decimal of any length (a sign, digits, a ".", digits, in ASCII), exactly, and round ties away from zero. `room`, result and
+ * errors as gl_mbsftime has them; GL_ERANGE for an amount that is no number. Nothing is allocated. */
 QBGL_API int gl_mbsfmon(gl_locale *locale, char *out, int room, const char *format, double amount);
 QBGL_API int gl_wcsfmon(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *format, double amount);
 QBGL_API int gl_mbsfmon_text(gl_locale *locale, char *out, int room, const char *format, const char *decimal);
@@ -1892,6 +1892,12 @@ enum gl_item {
     GL_NOEXPR = 6,
     GL_YESSTR = 7,
     GL_NOSTR = 8,
+    GL_INT_CURR_SYMBOL = 9,
+    GL_CURRENCY_SYMBOL = 10,
+    GL_MON_DECIMAL_POINT = 11,
+    GL_MON_THOUSANDS_SEP = 12,
+    GL_POSITIVE_SIGN = 13,
+    GL_NEGATIVE_SIGN = 14,
     GL_D_T_FMT = 16,
     GL_D_FMT = 17,
     GL_T_FMT = 18,
@@ -1903,6 +1909,7 @@ enum gl_item {
     GL_ERA_D_FMT = 24,
     GL_ERA_T_FMT = 25,
     GL_ALT_DIGITS = 26, /* with ";" between them */
+    GL_DATE_FMT = 27,   /* date and time with the zone, what %+ writes */
     GL_DAY_1 = 32,      /* Sunday */
     GL_DAY_2 = 33,
     GL_DAY_3 = 34,
@@ -1940,7 +1947,41 @@ enum gl_item {
     GL_ABMON_9 = 104,
     GL_ABMON_10 = 105,
     GL_ABMON_11 = 106,
-    GL_ABMON_12 = 107
+    GL_ABMON_12 = 107,
+    GL_ALTMON_1 = 128, /* names of months that stand by themselves; as GL_MON_1 where they are no others */
+    GL_ALTMON_2 = 129,
+    GL_ALTMON_3 = 130,
+    GL_ALTMON_4 = 131,
+    GL_ALTMON_5 = 132,
+    GL_ALTMON_6 = 133,
+    GL_ALTMON_7 = 134,
+    GL_ALTMON_8 = 135,
+    GL_ALTMON_9 = 136,
+    GL_ALTMON_10 = 137,
+    GL_ALTMON_11 = 138,
+    GL_ALTMON_12 = 139,
+    GL_ABALTMON_1 = 160,
+    GL_ABALTMON_2 = 161,
+    GL_ABALTMON_3 = 162,
+    GL_ABALTMON_4 = 163,
+    GL_ABALTMON_5 = 164,
+    GL_ABALTMON_6 = 165,
+    GL_ABALTMON_7 = 166,
+    GL_ABALTMON_8 = 167,
+    GL_ABALTMON_9 = 168,
+    GL_ABALTMON_10 = 169,
+    GL_ABALTMON_11 = 170,
+    GL_ABALTMON_12 = 171,
+    /* Numbers: one byte of this value, CHAR_MAX where the locale does not say. */
+    GL_FIRST_WEEKDAY = 192, /* that the week of a calendar begins with: 1 Sunday to 7 Saturday */
+    GL_FIRST_WORKDAY = 193,
+    GL_WEEK_1STWEEK = 194,      /* the least days of the new year that make its first week */
+    GL_INT_P_CS_PRECEDES = 200, /* of amounts with the international symbol, as gl_lconv has them of the others */
+    GL_INT_P_SEP_BY_SPACE = 201,
+    GL_INT_N_CS_PRECEDES = 202,
+    GL_INT_N_SEP_BY_SPACE = 203,
+    GL_INT_P_SIGN_POSN = 204,
+    GL_INT_N_SIGN_POSN = 205
 };
 
 /* The text of an item, in the codeset of its category. Never null: what the locale does not have is an empty text, and so is what

@@ -175,12 +175,16 @@ TEST(Items, AreTexts) {
                                          {GL_NOSTR, "no"},
                                          {GL_ERA, "+:0:1989/01/08:+*:Heisei:%EC %Ey"},
                                          {GL_ALT_DIGITS, "zero;one"},
+                                         {GL_ALTMON_12, "December"},
+                                         {GL_DATE_FMT, "%a %d %b %Y %H:%M:%S"}, // none of its own
+                                         {GL_INT_CURR_SYMBOL, "EUR "},
                                          {GL_MON_12 + 1, ""}}) {
             const std::string encoded = codeset.encode(text) + std::string(shortest, '\0');
             EXPECT_EQ(std::string(gl_langinfo(l, item), encoded.size()), encoded) << item;
         }
         EXPECT_STREQ(gl_langinfo(l, GL_CODESET), codeset.name.c_str());
-        for (const int none : {0, -1, 200, INT_MAX}) EXPECT_EQ(told(l, *gl_langinfo(l, none)), std::pair('\0', int{GL_EBADARG}));
+        EXPECT_STREQ(gl_langinfo(l, GL_INT_P_SIGN_POSN), "\1");
+        for (const int none : {0, -1, 255, INT_MAX}) EXPECT_EQ(told(l, *gl_langinfo(l, none)), std::pair('\0', int{GL_EBADARG}));
     });
 }
 

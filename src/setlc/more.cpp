@@ -103,6 +103,12 @@ bool read_numbers(int32_t count, Items &items, std::span<int32_t> numbers) {
     return true;
 }
 
+// YYYYMMDD, as the definitions write it.
+bool is_date(int32_t number) {
+    const int32_t day = number % 100, month = number / 100 % 100;
+    return number > 0 && 1 <= day && day <= 31 && 1 <= month && month <= 12;
+}
+
 int take_time(gl_locale *locale, gl_time_more &more, std::string_view keyword, int32_t count, Items &items) {
     const auto result = [](bool good) { return good ? 1 : -1; };
     if (keyword == "alt_mon") return result(read_months(locale, count, items, more.alt_mon));
@@ -110,9 +116,12 @@ int take_time(gl_locale *locale, gl_time_more &more, std::string_view keyword, i
     if (keyword == "gregorian_mon") return result(read_months(locale, count, items, more.gregorian_mon));
     if (keyword == "gregorian_abmon") return result(read_months(locale, count, items, more.gregorian_abmon));
     if (keyword == "date_fmt") return result(count == 1 && read_text(locale, items.word(), more.date_fmt));
-    if (keyword == "week") return result(read_numbers(count, items, more.week));
-    if (keyword == "first_weekday") return result(read_numbers(count, items, {&more.first_weekday, 1}));
-    if (keyword == "first_workday") return result(read_numbers(count, items, {&more.first_workday, 1}));
+    const auto is_day = [](int32_t day) { return 1 <= day && day <= 7; };
+    if (keyword == "week") return result(read_numbers(count, items, more.week) && is_date(more.week[1]) && is_day(more.week[2]));
+    if (keyword == "first_weekday")
+        return result(read_numbers(count, items, {&more.first_weekday, 1}) && is_day(more.first_weekday));
+    if (keyword == "first_workday")
+        return result(read_numbers(count, items, {&more.first_workday, 1}) && is_day(more.first_workday));
     return 0;
 }
 

@@ -43,39 +43,6 @@ struct Case {
 };
 constexpr Case CASES[] = {{"toupper", _qbx_gl_im_tomupper, std::towupper}, {"tolower", _qbx_gl_im_tomlower, std::towlower}};
 
-LocaleTexts texts_of(gl_locale &locale) {
-    LocaleTexts texts;
-    const gl_time_info &time = locale.time;
-    const std::pair<const char *, const char *> SINGLE[] = {{"d_t_fmt", time.d_t_fmt},
-                                                            {"d_fmt", time.d_fmt},
-                                                            {"t_fmt", time.t_fmt},
-                                                            {"t_fmt_ampm", time.t_fmt_ampm},
-                                                            {"am", time.am},
-                                                            {"pm", time.pm},
-                                                            {"era_d_fmt", time.era_d_fmt},
-                                                            {"era_t_fmt", time.era_t_fmt},
-                                                            {"era_d_t_fmt", time.era_d_t_fmt},
-                                                            {"yesexpr", locale.messages.yesexpr.bytes},
-                                                            {"noexpr", locale.messages.noexpr.bytes},
-                                                            {"yesstr", locale.messages.yesstr.bytes},
-                                                            {"nostr", locale.messages.nostr.bytes}};
-    for (const auto &[name, text] : SINGLE) texts[name] = {text};
-    const auto add_list = [&](const char *name, char *const *from, int count) { texts[name].assign(from, from + count); };
-    add_list("abday", time.abday, 7);
-    add_list("day", time.day, 7);
-    add_list("abmon", time.abmon.bytes, time.abmon.count);
-    add_list("mon", time.mon.bytes, time.mon.count);
-    add_list("era", time.era_strings, time.era_count);
-    add_list("alt_digits", time.alt_digits.bytes, time.alt_digits.count);
-    for (std::string &era : texts["era"]) { // the platform's have no seventh field
-        size_t end = 0;
-        for (int field = 0; field < 6; ++field) end = era.find(':', end) + 1;
-        era.resize(end - 1);
-    }
-    add_conventions(texts, *gl_localeconv(&locale));
-    return texts;
-}
-
 // What the codeset of the thread's locale makes of bytes, and of a character.
 std::optional<wchar_t> platform_reads(const Sequence &bytes) {
     const std::string text = bytes.text();
@@ -123,7 +90,8 @@ class Comparison {
     }
 
     void compare_texts(const LocaleTexts &platforms) {
-        const LocaleTexts ours = texts_of(ours_);
+        LocaleTexts ours = items_of(ours_);
+        add_conventions(ours, *gl_localeconv(&ours_));
         ASSERT_EQ(ours.size(), platforms.size());
         const auto shown = [](const std::vector<std::string> &texts) {
             std::string result;

@@ -9,10 +9,12 @@
 #include <gnu/libc-version.h>
 
 #include <algorithm>
+#include <climits>
+#include <cstring>
 #include <langinfo.h>
 #include <mutex>
+#include <sstream>
 #include <stdexcept>
-#include <tuple>
 #include <unistd.h>
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -30,13 +32,64 @@ namespace {
 constexpr const char *DEFINITIONS = "/usr/share/i18n/locales", *CHARMAPS = "/usr/share/i18n/charmaps";
 constexpr int MAX_TEXTS = 100; // of an item; fewer end with an empty one
 
-constexpr std::pair<const char *, nl_item> SINGLE_ITEMS[] = {
-    {"d_t_fmt", D_T_FMT}, {"d_fmt", D_FMT},         {"t_fmt", T_FMT},         {"t_fmt_ampm", T_FMT_AMPM},   {"am", AM_STR},
-    {"pm", PM_STR},       {"era_d_fmt", ERA_D_FMT}, {"era_t_fmt", ERA_T_FMT}, {"era_d_t_fmt", ERA_D_T_FMT}, {"yesexpr", YESEXPR},
-    {"noexpr", NOEXPR},   {"yesstr", YESSTR},       {"nostr", NOSTR}};
-constexpr std::tuple<const char *, nl_item, int> SEQUENCES[] = {
-    {"abday", ABDAY_1, 7}, {"day", DAY_1, 7}, {"abmon", ABMON_1, 12}, {"mon", MON_1, 12}};
-constexpr std::pair<const char *, nl_item> LISTS[] = {{"era", ERA}, {"alt_digits", ALT_DIGITS}};
+enum class Kind { TEXTS, LIST, NUMBER, WEEKDAY };
+struct Item {
+    const char *name;
+    int ours;
+    nl_item platforms;
+    Kind kind = Kind::TEXTS;
+    int count = 1;
+};
+constexpr Item ITEMS[] = {{"crncystr", GL_CRNCYSTR, CRNCYSTR},
+                          {"d_t_fmt", GL_D_T_FMT, D_T_FMT},
+                          {"d_fmt", GL_D_FMT, D_FMT},
+                          {"t_fmt", GL_T_FMT, T_FMT},
+                          {"t_fmt_ampm", GL_T_FMT_AMPM, T_FMT_AMPM},
+                          {"date_fmt", GL_DATE_FMT, _DATE_FMT},
+                          {"am", GL_AM_STR, AM_STR},
+                          {"pm", GL_PM_STR, PM_STR},
+                          {"era_d_fmt", GL_ERA_D_FMT, ERA_D_FMT},
+                          {"era_t_fmt", GL_ERA_T_FMT, ERA_T_FMT},
+                          {"era_d_t_fmt", GL_ERA_D_T_FMT, ERA_D_T_FMT},
+                          {"yesexpr", GL_YESEXPR, YESEXPR},
+                          {"noexpr", GL_NOEXPR, NOEXPR},
+                          {"yesstr", GL_YESSTR, YESSTR},
+                          {"nostr", GL_NOSTR, NOSTR},
+                          {"radixchar", GL_RADIXCHAR, RADIXCHAR},
+                          {"thousep", GL_THOUSEP, THOUSEP},
+                          {"INT_CURR_SYMBOL", GL_INT_CURR_SYMBOL, INT_CURR_SYMBOL},
+                          {"CURRENCY_SYMBOL", GL_CURRENCY_SYMBOL, CURRENCY_SYMBOL},
+                          {"MON_DECIMAL_POINT", GL_MON_DECIMAL_POINT, MON_DECIMAL_POINT},
+                          {"MON_THOUSANDS_SEP", GL_MON_THOUSANDS_SEP, MON_THOUSANDS_SEP},
+                          {"POSITIVE_SIGN", GL_POSITIVE_SIGN, POSITIVE_SIGN},
+                          {"NEGATIVE_SIGN", GL_NEGATIVE_SIGN, NEGATIVE_SIGN},
+                          {"abday", GL_ABDAY_1, ABDAY_1, Kind::TEXTS, 7},
+                          {"day", GL_DAY_1, DAY_1, Kind::TEXTS, 7},
+                          {"abmon", GL_ABMON_1, ABMON_1, Kind::TEXTS, 12},
+                          {"mon", GL_MON_1, MON_1, Kind::TEXTS, 12},
+                          {"ab_alt_mon", GL_ABALTMON_1, _NL_ABALTMON_1, Kind::TEXTS, 12},
+                          {"alt_mon", GL_ALTMON_1, ALTMON_1, Kind::TEXTS, 12},
+                          {"era", GL_ERA, ERA, Kind::LIST},
+                          {"alt_digits", GL_ALT_DIGITS, ALT_DIGITS, Kind::LIST},
+                          {"first_weekday", GL_FIRST_WEEKDAY, _NL_TIME_FIRST_WEEKDAY, Kind::WEEKDAY},
+                          {"first_workday", GL_FIRST_WORKDAY, _NL_TIME_FIRST_WORKDAY, Kind::WEEKDAY},
+                          {"week_1stweek", GL_WEEK_1STWEEK, _NL_TIME_WEEK_1STWEEK, Kind::NUMBER},
+                          {"int_p_cs_precedes", GL_INT_P_CS_PRECEDES, INT_P_CS_PRECEDES, Kind::NUMBER},
+                          {"int_p_sep_by_space", GL_INT_P_SEP_BY_SPACE, INT_P_SEP_BY_SPACE, Kind::NUMBER},
+                          {"int_n_cs_precedes", GL_INT_N_CS_PRECEDES, INT_N_CS_PRECEDES, Kind::NUMBER},
+                          {"int_n_sep_by_space", GL_INT_N_SEP_BY_SPACE, INT_N_SEP_BY_SPACE, Kind::NUMBER},
+                          {"int_p_sign_posn", GL_INT_P_SIGN_POSN, INT_P_SIGN_POSN, Kind::NUMBER},
+                          {"int_n_sign_posn", GL_INT_N_SIGN_POSN, INT_N_SIGN_POSN, Kind::NUMBER}};
+
+// The platform counts weekdays from that of a date, which is a Sunday or the Monday behind it.
+int from_sunday(int weekday) {
+    constexpr uint32_t SUNDAY = 19971130;
+    const char *item = nl_langinfo(_NL_TIME_WEEK_1STDAY); // a number in the place of the pointer
+    uint32_t date;
+    std::memcpy(&date, &item, sizeof date);
+    return (weekday - (date == SUNDAY ? 1 : 0)) % 7 + 1;
+}
+
 // Tells one state of the platform's sources, and of its localedef, from another.
 std::string version_of_sources() {
     std::vector<std::string> files;
@@ -93,6 +146,23 @@ std::string PlatformLocales::compile(const fs::path &definition, const std::stri
     return name;
 }
 
+LocaleTexts items_of(gl_locale &locale) {
+    LocaleTexts texts;
+    for (const Item &item : ITEMS) {
+        std::vector<std::string> &list = texts[item.name];
+        const std::string text = gl_langinfo(&locale, item.ours);
+        if (item.kind == Kind::TEXTS) {
+            for (int i = 0; i < item.count; ++i) list.emplace_back(gl_langinfo(&locale, item.ours + i));
+        } else if (item.kind == Kind::LIST) {
+            std::istringstream entries(text);
+            for (std::string entry; std::getline(entries, entry, ';');) list.push_back(entry);
+        } else {
+            list = {std::to_string(*text.c_str())};
+        }
+    }
+    return texts;
+}
+
 PlatformLocale::PlatformLocale(const std::string &name) : locale_(newlocale(LC_ALL_MASK, name.c_str(), nullptr)) {
     if (locale_ == nullptr) throw std::runtime_error("the platform does not load its locale " + name);
     before_ = uselocale(locale_);
@@ -105,13 +175,19 @@ PlatformLocale::~PlatformLocale() {
 
 LocaleTexts PlatformLocale::texts() const {
     LocaleTexts texts;
-    for (const auto &[name, item] : SINGLE_ITEMS) texts[name] = {nl_langinfo(item)};
-    for (const auto &[name, first, count] : SEQUENCES)
-        for (int i = 0; i < count; ++i) texts[name].emplace_back(nl_langinfo(first + i));
-    for (const auto &[name, item] : LISTS) {
-        std::vector<std::string> &list = texts[name];
-        for (const char *text = nl_langinfo(item); *text != '\0' && list.size() < MAX_TEXTS; text += list.back().size() + 1)
-            list.emplace_back(text);
+    for (const Item &item : ITEMS) {
+        std::vector<std::string> &list = texts[item.name];
+        const char *text = nl_langinfo(item.platforms);
+        switch (item.kind) {
+        case Kind::TEXTS:
+            for (int i = 0; i < item.count; ++i) list.emplace_back(nl_langinfo(item.platforms + i));
+            break;
+        case Kind::LIST:
+            for (; *text != '\0' && list.size() < MAX_TEXTS; text += list.back().size() + 1) list.emplace_back(text);
+            break;
+        case Kind::NUMBER: list = {std::to_string(*text == '\377' ? CHAR_MAX : *text)}; break;
+        case Kind::WEEKDAY: list = {std::to_string(from_sunday(*text))}; break;
+        }
     }
     static std::mutex one_record;
     const std::lock_guard lock(one_record);

@@ -1,6 +1,8 @@
 // The platform's own locales as witnesses: compiled by its localedef from the sources that ours are made of.
 #pragma once
 
+#include <qbgl.h>
+
 #include <filesystem>
 #include <locale.h>
 #include <map>
@@ -32,6 +34,9 @@ class PlatformLocales {
 
 // The texts and numbers of a locale by name, as the standard's keywords are named; what has one text is a list of one.
 using LocaleTexts = std::map<std::string, std::vector<std::string>>;
+
+// All that gl_langinfo tells.
+LocaleTexts items_of(gl_locale &locale);
 
 // Of the record of either localeconv().
 template <class Conventions> void add_conventions(LocaleTexts &texts, const Conventions &conv) {
