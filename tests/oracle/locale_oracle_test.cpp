@@ -1,14 +1,11 @@
 // Every locale of the tree against the platform's own, compiled from the same definition and charmap: the classes and the cases of
 // every character, its width in each codeset, and every text and number.
-#include "oracle/differences.h"
-#include "oracle/platform_locale.h"
 #include "oracle/repertoire.h"
 #include "oracle/sample.h"
-#include "oracle/tree_locales.h"
+#include "oracle/tree_oracle.h"
 #include "support/locale_object.h"
 
 #include "locale/widths.h"
-#include "system/parallel.h"
 
 #include <qbgl.h>
 
@@ -30,7 +27,6 @@ namespace {
 using namespace qbgl_test;
 using qbgl::compiler::KnownUnicode;
 
-constexpr size_t REPORTED = 12; // differences of one locale
 constexpr unsigned ALL_CLASSES = 0xFFFF;
 
 const char *const CLASSES[] = {"upper", "lower", "alpha", "digit",  "space", "cntrl",
@@ -74,12 +70,13 @@ std::optional<Sequence> platform_writes(wchar_t wc) {
 
 class Comparison {
   public:
-    Comparison(const TreeLocale &name, bool measures, gl_locale &ours, Differences &known, const KnownUnicode &known_unicode)
-        : name_(name), measures_(measures), ours_(ours), known_(known), known_unicode_(known_unicode) {
-        for (const char *standard : CLASSES) classes_.push_back({standard, gl_ctype(&ours, standard), wctype(standard)});
-        for (int i = 0; i < ours.ctype.class_count; ++i) {
-            const char *own = ours.ctype.class_list[i].name;
-            if (const unsigned mask = gl_ctype(&ours, own) & ALL_CLASSES; mask != 0) classes_.push_back({own, mask, wctype(own)});
+    // The widths of a codeset are measured under one of its locales.
+    Comparison(OracleLocale &locale, bool measures, const KnownUnicode &known_unicode)
+        : locale_(locale), measures_(measures), ours_(locale.ours()), known_unicode_(known_unicode) {
+        for (const char *standard : CLASSES) classes_.push_back({standard, gl_ctype(&ours_, standard), wctype(standard)});
+        for (int i = 0; i < ours_.ctype.class_count; ++i) {
+            const char *own = ours_.ctype.class_list[i].name;
+            if (const unsigned mask = gl_ctype(&ours_, own) & ALL_CLASSES; mask != 0) classes_.push_back({own, mask, wctype(own)});
         }
     }
 
@@ -89,7 +86,8 @@ class Comparison {
         return all.size();
     }
 
-    void compare_texts(const LocaleTexts &platforms) {
+    void compare_texts() {
+        const LocaleTexts platforms = locale_.platforms().texts();
         LocaleTexts ours = items_of(ours_);
         add_conventions(ours, *gl_localeconv(&ours_));
         ASSERT_EQ(ours.size(), platforms.size());
@@ -101,8 +99,6 @@ class Comparison {
         for (const auto &[name, texts] : platforms)
             if (ours.at(name) != texts) report("", name, "text", shown(ours.at(name)), shown(texts));
     }
-
-    size_t unknown() const { return unknown_; }
 
   private:
     struct Class {
@@ -165,68 +161,31 @@ class Comparison {
 
     void report(const std::string &codes, const std::string &item, const std::string &kind, const std::string &ours,
                 const std::string &theirs) {
-        const Difference difference = {name_.name, name_.codeset, codes, item, kind, ours, theirs, "platform"};
-        if (!known_.covers(difference) && unknown_++ < REPORTED) ADD_FAILURE() << difference.text();
+        locale_.report(item, kind, ours, theirs, "", codes);
     }
 
-    const TreeLocale &name_;
+    OracleLocale &locale_;
     const bool measures_;
     gl_locale &ours_;
-    Differences &known_;
     const KnownUnicode &known_unicode_;
     std::vector<Class> classes_;
-    size_t unknown_ = 0;
-};
-
-// What the locales of the tree share.
-class Oracle {
-  public:
-    // The widths of a codeset are measured under one of its locales.
-    void compare(const TreeLocale &tree_locale, bool measures) {
-        if (!PlatformLocales::has_charmap(tree_locale.charmap)) {
-            EXPECT_EQ(tree_locale.charmap, "IBM932") << "no charmap"; // iconv's alone
-            return;
-        }
-        const std::string name = platform_.compile(tree_locale.definition, tree_locale.charmap);
-        gl_locale *loaded = nullptr;
-        const int result = gl_lc_load(&loaded, tree_locale.spec.c_str(), nullptr, nullptr);
-        const std::unique_ptr<gl_locale, void (*)(gl_locale *)> ours(loaded, gl_lc_unload);
-        ASSERT_EQ(result, 0) << tree_locale.spec << ": error " << gl_errno(loaded);
-        const PlatformLocale platforms(name);
-        Comparison comparison(tree_locale, measures, *ours, known_, *known_unicode_);
-        characters_ += comparison.compare_characters();
-        comparison.compare_texts(platforms.texts());
-        EXPECT_EQ(comparison.unknown(), 0U) << tree_locale.spec;
-        ++locales_;
-    }
-
-    void conclude(size_t part) const {
-        if (part == 1)
-            for (const std::string &line : known_.mismatched()) ADD_FAILURE() << "not the differences of this line: " << line;
-        fmt::print("{} locales, {} characters\n", locales_.load(), characters_.load());
-    }
-
-  private:
-    const PlatformLocales platform_{QBGL_PLATFORM_LOCALES};
-    Differences known_{QBGL_SOURCE_DIR "/tests/oracle/locale_differences.txt"};
-    const std::shared_ptr<const KnownUnicode> known_unicode_ =
-        qbgl::compiler::known_unicode(qbgl::compiler::load_charmap(qbgl::compiler::find_charmap("UTF-8")));
-    std::atomic<uint64_t> locales_{0}, characters_{0};
 };
 
 TEST(LocaleOracle, EveryLocaleIsAsThePlatformCompilesIt) {
-    setenv("QUORBANEDIR", QBGL_TREE, 1);
-    const std::vector<TreeLocale> locales = tree_locales();
-    ASSERT_FALSE(locales.empty()) << "no locales in " QBGL_TREE;
+    TreeOracle oracle("locale_differences.txt");
+    const auto known_unicode = qbgl::compiler::known_unicode(qbgl::compiler::load_charmap(qbgl::compiler::find_charmap("UTF-8")));
     const size_t part = oracle_part();
-    Oracle oracle;
     std::set<size_t> codesets, measuring;
-    for (size_t i = 0; i < locales.size(); i += part)
-        if (PlatformLocales::has_charmap(locales[i].charmap) && codesets.insert(locales[i].codeset_index).second)
+    for (size_t i = 0; i < oracle.locales().size(); i += part)
+        if (PlatformLocales::has_charmap(oracle.locales()[i].charmap) && codesets.insert(oracle.locales()[i].codeset_index).second)
             measuring.insert(i);
-    qbgl::compiler::parallel_for((locales.size() + part - 1) / part, 2,
-                                 [&](size_t i) { oracle.compare(locales[i * part], measuring.contains(i * part)); });
-    oracle.conclude(part);
+    std::atomic<uint64_t> characters{0};
+    oracle.each([&](OracleLocale &locale) {
+        Comparison comparison(locale, measuring.contains(locale.index()), *known_unicode);
+        characters += comparison.compare_characters();
+        comparison.compare_texts();
+    });
+    fmt::print("{} characters\n", characters.load());
 }
 
 } // namespace

@@ -65,6 +65,7 @@ class PlatformLocale {
     PlatformLocale &operator=(PlatformLocale &&) = delete;
     ~PlatformLocale();
 
+    locale_t get() const { return locale_; }
     LocaleTexts texts() const;
     // Negative, 0 or positive; nothing where the platform's comparison and its sort keys disagree.
     std::optional<int> compare(const std::string &a, const std::string &b) const;

@@ -1,9 +1,9 @@
 // Random formats and values of printing and scanning, against the platform's snprintf and sscanf under the same definitions.
-#include "platform_locale.h"
-#include "tree_locales.h"
+#include "oracle/sample.h"
+#include "oracle/tree_oracle.h"
+#include "support/locale_object.h"
 
-#include "qbgl.h"
-
+#include <cctype>
 #include <cmath>
 #include <cstring>
 #include <fmt/format.h>
@@ -119,74 +119,222 @@ template <class Print> int with_arguments(const Format &format, uint64_t integer
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 
-struct Locales {
-    gl_locale *ours;
-    const PlatformLocale &platforms;
-};
-
-// Where the two differ, and why.
-struct Class {
-    const char *letters, *part, *other_part; // what the format has
-    bool by_long_separator;                  // only where the separator has several bytes
-    const char *reason;
-};
-constexpr Class KNOWN[] = {
-    {"oxXp", "'", "", false, "the standard leaves it open; digits in these bases have no groups here"},
-    {"p", "+", "", false, "the standard leaves it open; the platform puts a sign before a pointer"},
-    {"p", " ", "", false, "the same"},
-    {"diu", "'", ".", false, "the platform counts separators as digits of the precision"},
-    {"fFgG", "'", "", true,
-     "the platform counts a separator of several bytes as one in the width of reals, though not of integers"},
-};
-
-bool is_known_difference(gl_locale *locale, const Format &format) {
-    const bool long_separator = std::strlen(gl_langinfo(locale, GL_THOUSEP)) > 1;
-    return std::any_of(std::begin(KNOWN), std::end(KNOWN), [&](const Class &one) {
-        return std::strchr(one.letters, format.letter) != nullptr && format.text.find(one.part) != std::string::npos &&
-               format.text.find(one.other_part) != std::string::npos && (long_separator || !one.by_long_separator);
-    });
+// What a difference is about, when it is of a known class.
+const char *kind_of(const Format &format, const std::string &separator) {
+    const auto has = [&](char flag) { return format.text.find(flag) != std::string::npos; };
+    if (has('\'') && std::strchr("oxXp", format.letter) != nullptr) return "base";
+    if ((has('+') || has(' ')) && format.letter == 'p') return "pointer";
+    if (has('\'') && has('.') && std::strchr("diu", format.letter) != nullptr) return "precision";
+    if (has('\'') && separator.size() > 1 && std::strchr("fFgG", format.letter) != nullptr) return "separator";
+    return "print";
 }
 
-void compare_printing(gl_locale *ours, Random &random, int count) {
+void compare_printing(OracleLocale &locale, Random &random) {
     static char own[ROOM], platforms[ROOM];
-    size_t different = 0;
-    for (int i = 0; i < count && different < 10; ++i) {
-        const Format format = random_format(random);
-        const uint64_t integer = random.integer();
-        const double real = random.real();
-        const std::string text(random.below(30), 'x');
-        const int expected = with_arguments(format, integer, real, text.c_str(), [&](auto... arguments) {
-            return std::snprintf(platforms, ROOM, format.text.c_str(), arguments...);
-        });
-        if (expected < 0 || expected >= ROOM || is_known_difference(ours, format)) continue;
-        const int result = with_arguments(format, integer, real, text.c_str(), [&](auto... arguments) {
-            return gl_mbsprintf(ours, own, ROOM, format.text.c_str(), arguments...);
-        });
-        if (result == expected && std::memcmp(own, platforms, static_cast<size_t>(expected) + 1) == 0) continue;
-        ++different;
-        ADD_FAILURE() << format.text << " of " << integer << ", " << fmt::format("{}", real) << ": \"" << own << "\", not \""
-                      << platforms << "\" (" << format.stars[0] << ", " << format.stars[1] << ")";
-    }
+    const Format format = random_format(random);
+    const uint64_t integer = random.integer();
+    const double real = random.real();
+    const std::string text(random.below(30), 'x');
+    const int expected = with_arguments(format, integer, real, text.c_str(), [&](auto... arguments) {
+        return std::snprintf(platforms, ROOM, format.text.c_str(), arguments...);
+    });
+    if (expected < 0 || expected >= ROOM) return;
+    const int result = with_arguments(format, integer, real, text.c_str(), [&](auto... arguments) {
+        return gl_mbsprintf(&locale.ours(), own, ROOM, format.text.c_str(), arguments...);
+    });
+    if (result == expected && std::memcmp(own, platforms, static_cast<size_t>(expected) + 1) == 0) return;
+    locale.report({format.letter}, kind_of(format, gl_langinfo(&locale.ours(), GL_THOUSEP)), hexadecimal(own),
+                  hexadecimal(platforms),
+                  fmt::format("{} of {}, {}: \"{}\", not \"{}\" ({}, {})", format.text, integer, real, own, platforms,
+                              format.stars[0], format.stars[1]));
 }
 
-TEST(PrintOracle, RandomFormatsAreThePlatforms) {
-    setenv("QUORBANEDIR", QBGL_TREE, 1);
-    const PlatformLocales platform{QBGL_PLATFORM_LOCALES};
-    const std::vector<TreeLocale> tree = tree_locales();
-    const char *const count = std::getenv("QBGL_FORMATS");
+// One to three conversions, by position or not, and a text that they read or nearly read.
+struct Scan {
+    struct Conversion {
+        char letter;
+        bool suppressed, grouped, has_width, wide, is_text, real;
+        std::string length;
+        size_t argument;
+    };
+    std::string format, text;
+    std::vector<Conversion> conversions;
+};
+
+Scan random_scan(Random &random, gl_locale *locale) {
+    const auto one_of = [&random](const auto &list) {
+        return std::string(list[random.below(static_cast<unsigned>(std::size(list)))]);
+    };
+    const std::string separator = gl_langinfo(locale, GL_THOUSEP), point = gl_langinfo(locale, GL_RADIXCHAR),
+                      name = gl_langinfo(locale, GL_MON_8);
+    const std::string numbers[] = {"0",
+                                   "7",
+                                   "-12",
+                                   "+345",
+                                   "0x1f",
+                                   "-0XAB",
+                                   "077",
+                                   "08",
+                                   "2147483648",
+                                   "-99999999999999999999",
+                                   "1" + separator + "234" + separator + "567",
+                                   "12" + separator + "34",
+                                   "0x",
+                                   "-",
+                                   "65536"};
+    const std::string reals[] = {"0" + point + "5",
+                                 "-" + point + "25",
+                                 "1e10",
+                                 "1e",
+                                 "1E-400",
+                                 "3" + point,
+                                 "123456" + point + "789e-3",
+                                 "inf",
+                                 "-INFINITY",
+                                 "infi",
+                                 "nan",
+                                 "0x1p4",
+                                 "0x" + point + "8",
+                                 "1" + separator + "234" + point + "5",
+                                 "1.5",
+                                 "9007199254740993",
+                                 "1e400",
+                                 "0x1" + point + "fp"};
+    const std::string words[] = {"abc", "x", name, "a]b", "%", "it's", "]-^", name + "9", "\t"};
+    constexpr const char *SETS[] = {"[a-z]", "[^ ,]", "[]x]", "[^]]", "[0-9.]", "[a-]", "[-x]", "[^a]"};
+    constexpr const char *LENGTHS[] = {"", "", "hh", "h", "l", "ll", "j", "z", "t"},
+                         *BETWEEN[] = {"", "", " ", "  ", ",", "%%", ":"};
+    Scan scan;
+    const unsigned count = random.below(3) + 1;
+    const bool positions = random.below(5) == 0, backward = random.below(2) == 0;
+    size_t assigned = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        const std::string between = one_of(BETWEEN);
+        scan.format += between + '%';
+        scan.text += random.below(8) != 0 ? (between == "%%" ? "%" : between) : one_of(BETWEEN);
+        Scan::Conversion one{};
+        one.letter = "diouxXpaAeEfFgGsc["[random.below(18)];
+        one.is_text = std::strchr("sc[", one.letter) != nullptr;
+        one.real = std::strchr("aAeEfFgG", one.letter) != nullptr;
+        one.suppressed = !positions && random.below(6) == 0;
+        one.grouped = !one.is_text && one.letter != 'p' && random.below(4) == 0;
+        one.has_width = random.below(3) == 0;
+        one.wide = one.is_text && random.below(3) == 0;
+        one.argument = positions && backward ? count - 1 - i : assigned;
+        if (!one.suppressed) ++assigned;
+        if (one.wide)
+            one.length = "l";
+        else if (one.real)
+            one.length = one_of(std::array{"", "l", "L"});
+        else if (!one.is_text && one.letter != 'p')
+            one.length = one_of(LENGTHS);
+        if (positions) scan.format += std::to_string(one.argument + 1) + "$";
+        if (one.suppressed) scan.format += '*';
+        if (one.grouped) scan.format += '\'';
+        if (one.has_width) scan.format += std::to_string(random.below(random.below(4) == 0 ? 40 : 6) + 1);
+        scan.format += one.length + (one.letter == '[' ? one_of(SETS) : std::string(1, one.letter));
+        if (random.below(3) == 0) scan.text += ' ';
+        const unsigned like = random.below(8);
+        if (like == 0 || (like > 1 && one.is_text))
+            scan.text += one_of(words);
+        else
+            scan.text += like > 1 && one.real ? one_of(reals) : one_of(numbers);
+        scan.conversions.push_back(one);
+    }
+    return scan;
+}
+
+constexpr size_t TARGET = 512;
+struct Targets {
+    alignas(16) unsigned char bytes[3][TARGET] = {};
+
+    // Wide characters have values of their own: those of a locale, or the thread's.
+    std::string shown(const Scan::Conversion &one, gl_locale *locale) const {
+        const unsigned char *const target = bytes[one.argument];
+        if (!one.wide) return {reinterpret_cast<const char *>(target), TARGET};
+        char text[TARGET * 2] = {};
+        if (locale != nullptr)
+            gl_full_wcstombs(locale, text, reinterpret_cast<const gl_wchar *>(target), sizeof text);
+        else
+            std::wcstombs(text, reinterpret_cast<const wchar_t *>(target), sizeof text);
+        return text;
+    }
+};
+
+// An exponent, or "0x", without a digit, or a longer beginning of "infinity" than "inf".
+bool has_unfinished_real(const std::string &text) {
+    for (size_t i = 0; i < text.size(); ++i)
+        if (std::strchr("eEpPxX", text[i]) != nullptr && std::isdigit(text[i + (text[i + 1] == '-' ? 2 : 1)] & 0x7F) == 0)
+            return true;
+    return text.find("infi") != std::string::npos;
+}
+
+// What a conversion can be about, or null.
+const char *kind_of(const Scan::Conversion &one, const std::string &text) {
+    const bool multibyte = std::any_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) < 0; });
+    if (one.grouped) return "groups";
+    if (one.real) return one.has_width || has_unfinished_real(text) ? "unfinished" : nullptr;
+    if (multibyte && one.is_text && (one.suppressed || !one.wide) && (one.letter == 'c' || one.has_width)) return "cut";
+    if (one.is_text) return one.letter == 'c' && one.has_width ? "short" : nullptr;
+    return one.length.starts_with('h') || (sizeof(long) > sizeof(int) && one.length.empty()) ? "range" : nullptr;
+}
+
+// By the first conversion that went otherwise, or one before it that left its mark on the place in the text alone.
+const char *kind_of(const Scan &scan, int ours, int theirs, const std::vector<bool> &same) {
+    if (ours == 0 && theirs < 0) return "skipped";
+    const char *kind = "scan";
+    int assigned = 0;
+    for (size_t i = 0; i < scan.conversions.size(); ++i) {
+        const Scan::Conversion &one = scan.conversions[i];
+        const char *own = kind_of(one, scan.text);
+        const bool is_same = one.suppressed || (same[i] && assigned++ < std::min(ours, theirs));
+        if (is_same && !one.suppressed && !one.grouped) kind = "scan";
+        if (own != nullptr && (!is_same || one.suppressed || one.grouped)) kind = own;
+        if (!is_same) break;
+    }
+    return kind;
+}
+
+void compare_scanning(OracleLocale &locale, Random &random) {
+    const Scan scan = random_scan(random, &locale.ours());
+    Targets own, platforms;
+    const int result =
+        gl_mbsscanf(&locale.ours(), scan.text.c_str(), scan.format.c_str(), own.bytes[0], own.bytes[1], own.bytes[2]);
+    const int expected =
+        std::sscanf(scan.text.c_str(), scan.format.c_str(), platforms.bytes[0], platforms.bytes[1], platforms.bytes[2]);
+    std::vector<bool> same;
+    std::string ours = std::to_string(result), theirs = std::to_string(expected);
+    for (const Scan::Conversion &one : scan.conversions) {
+        const std::string our_value = own.shown(one, &locale.ours()), their_value = platforms.shown(one, nullptr);
+        same.push_back(one.suppressed || our_value == their_value);
+        ours += ' ' + hexadecimal(our_value.substr(0, 24));
+        theirs += ' ' + hexadecimal(their_value.substr(0, 24));
+    }
+    if (result == expected && std::find(same.begin(), same.end(), false) == same.end()) return;
+    locale.report("scanf", kind_of(scan, result, expected, same), ours, theirs,
+                  fmt::format("\"{}\" of \"{}\": {}, not {}", scan.format, scan.text, ours, theirs));
+}
+
+// QBGL_FORMATS in the environment says how many formats and values each locale takes.
+template <class Compare> void compare_formats(const char *table, Compare compare) {
+    TreeOracle oracle(table);
+    const std::vector<TreeLocale> &tree = oracle.locales();
+    const char *const asked = std::getenv("QBGL_FORMATS");
+    const int count = asked != nullptr ? std::atoi(asked) : 20'000;
     unsigned seed = 0;
     for (const auto &[name, charmap] : LOCALES) {
-        SCOPED_TRACE(std::string(name) + '.' + charmap);
         const auto found = std::find_if(tree.begin(), tree.end(),
                                         [&](const TreeLocale &one) { return one.name == name && one.charmap == charmap; });
-        ASSERT_NE(found, tree.end());
-        gl_locale *loaded = nullptr;
-        ASSERT_EQ(gl_lc_load(&loaded, found->spec.c_str(), nullptr, nullptr), 0);
-        const std::unique_ptr<gl_locale, void (*)(gl_locale *)> ours(loaded, gl_lc_unload);
-        const PlatformLocale platforms(platform.compile(found->definition, found->charmap));
+        ASSERT_NE(found, tree.end()) << name;
         Random random(++seed);
-        compare_printing(ours.get(), random, count != nullptr ? std::atoi(count) : 20'000);
+        oracle.each({static_cast<size_t>(found - tree.begin())}, [&](OracleLocale &locale) {
+            for (int i = 0; i < count; ++i) compare(locale, random);
+        });
     }
+    if (asked == nullptr && oracle_part() == 1) oracle.check_counts();
 }
+
+TEST(PrintOracle, PrintsRandomFormatsAsThePlatform) { compare_formats("print_differences.txt", compare_printing); }
+TEST(PrintOracle, ScansRandomFormatsAsThePlatform) { compare_formats("scan_differences.txt", compare_scanning); }
 
 } // namespace
