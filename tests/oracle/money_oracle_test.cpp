@@ -47,6 +47,18 @@ class Comparison {
             report(format, "read", fmt::format("{} {}", back.data(), end != nullptr ? end : "-"), text.data());
     }
 
+    // What is written and read is written again.
+    void write_again(const std::string &format, const char *decimal) {
+        std::array<char, 300> text{}, back{}, again{};
+        const char *end = nullptr;
+        ASSERT_GT(gl_mbsfmon_text(&ours_, text.data(), text.size(), format.c_str(), decimal), 0) << format;
+        if (gl_mbspmon(&ours_, text.data(), &end, back.data(), back.size()) < 0)
+            return report(format, "again", fmt::format("error {}", gl_errno(&ours_)), text.data());
+        gl_mbsfmon_text(&ours_, again.data(), again.size(), format.c_str(), back.data());
+        const bool rest = std::string(end).find_first_not_of(' ') != std::string::npos; // what fills a width
+        if (rest || again != text) report(format, "again", fmt::format("{} {}", again.data(), end), text.data());
+    }
+
   private:
     void report(const std::string &format, const std::string &kind, const std::string &ours, const std::string &theirs) {
         const std::string last = format.substr(format.size() - 1),
@@ -66,6 +78,11 @@ TEST(MoneyOracle, EveryLocaleWritesAmountsAsThePlatform) {
         for (const char *format : {"%.2n", "%.2i", "%!.2n", "%(.2n", "%(.2i", "%^.2n", "%#4.2n", "%#12.2i"})
             for (const char *amount : {"0.00", "1.50", "-1.50", "-1234567890123456789012345.05", "999999.99", "-1000.00"})
                 comparison.read(format, amount);
+        for (const char *flags : {"", "^", "+", "(", "!", "^(", "^+", "!(", "!+", "20", "-20", "#6", "(#6", "+#6", "!#6", "-(20#3"})
+            for (const char *digits : {"", ".0", ".3"})
+                for (const char conversion : {'n', 'i'})
+                    for (const char *amount : {"0", "1.5", "-1.5", "-1234567.891"})
+                        comparison.write_again(fmt::format("%{}{}{}", flags, digits, conversion), amount);
     });
 }
 

@@ -39,13 +39,13 @@ TreeOracle::TreeOracle(const std::string &table) : known_(QBGL_SOURCE_DIR "/test
     if (locales_.empty()) throw std::runtime_error("no locales in " QBGL_TREE);
 }
 
-void TreeOracle::each(const Compare &compare) {
+void TreeOracle::each(const Compare &compare, bool counted) {
     const size_t part = oracle_part();
     std::vector<size_t> indices;
     for (size_t i = 0; i < locales_.size(); i += part) indices.push_back(i);
     each(indices, compare);
     fmt::print("{} locales\n", indices.size());
-    if (part == 1) check_counts();
+    if (counted && part == 1) check_counts();
 }
 
 void TreeOracle::each(const std::vector<size_t> &indices, const Compare &compare) {
