@@ -208,6 +208,14 @@ class Texts {
         return result;
     }
 
+    bool ends_in_element(const string &text) const {
+        return std::ranges::any_of(elements_, [&](const string &element) {
+            for (size_t length = 1; length < element.size(); ++length)
+                if (text.ends_with(element.substr(0, length))) return true;
+            return false;
+        });
+    }
+
   private:
     std::pair<string, string> pair_of(const Strings &alphabet) {
         string a = text(alphabet), b = text(alphabet);
@@ -288,6 +296,43 @@ class OrderOfTree : public testing::TestWithParam<const char *> {
     OrderOfTree() { EXPECT_EQ(gl_lc_load(&locale_, GetParam(), nullptr, nullptr), 0); }
     ~OrderOfTree() override { gl_lc_unload(locale_); }
 
+    string primary(const string &text) {
+        const auto into = [&](unsigned char *out, size_t room) {
+            return gl_mbsprimary(locale_, text.data(), static_cast<int>(text.size()), out, static_cast<int>(room));
+        };
+        const string expected = whole_key(locale_, text, 1);
+        const size_t size = expected.size();
+        auto *const key = static_cast<unsigned char *>(guarded().take(size, Guard::behind));
+        EXPECT_EQ(into(key, size), static_cast<int>(size));
+        EXPECT_EQ(string(reinterpret_cast<const char *>(key), size), expected);
+        if (size > 0) {
+            EXPECT_EQ(into(key, size - 1), -1);
+            EXPECT_EQ(gl_errno(locale_), GL_E2BIG);
+        }
+        EXPECT_TRUE(guarded().clear());
+        return expected;
+    }
+    // What gl_mbsbounds tells, in the room that it needs and in one byte less.
+    void check_bounds(const string &prefix, const string &least, const string &greatest, int count) {
+        const size_t room = std::max(least.size(), greatest.size());
+        const auto take = [room] { return static_cast<unsigned char *>(guarded().take(room, Guard::behind)); };
+        unsigned char *const first = take(), *const last = take();
+        int first_size = -1, last_size = -1;
+        const auto bounds = [&](size_t bytes) {
+            return gl_mbsbounds(locale_, prefix.data(), static_cast<int>(prefix.size()), first, &first_size, last, &last_size,
+                                static_cast<int>(bytes));
+        };
+        EXPECT_EQ(bounds(room), count);
+        EXPECT_EQ(string(reinterpret_cast<char *>(first), static_cast<size_t>(first_size)), least);
+        EXPECT_EQ(string(reinterpret_cast<char *>(last), static_cast<size_t>(last_size)), greatest);
+        if (room > 0) {
+            EXPECT_EQ(bounds(room - 1), -1);
+            EXPECT_EQ(gl_errno(locale_), GL_E2BIG);
+            EXPECT_EQ(first_size, static_cast<int>(room));
+        }
+        EXPECT_TRUE(guarded().clear());
+    }
+
     const ScopedEnv tree_{"QUORBANEDIR", QBGL_TREE};
     gl_locale *locale_ = nullptr;
 };
@@ -296,6 +341,8 @@ TEST_P(OrderOfTree, IsThatOfTheRulesAndOfTheKeys) { check_pairs(locale_, 1500); 
 
 TEST_P(OrderOfTree, RangesHoldWhatBeginsWithAPrefix) {
     Texts texts(locale_, 2);
+    const Model model(locale_);
+    int within = 0;
     for (int i = 0; i < 1000 && !HasFailure(); ++i) {
         const auto [prefix, rest] = texts.pair();
         SCOPED_TRACE(hexadecimal(prefix));
@@ -309,6 +356,9 @@ TEST_P(OrderOfTree, RangesHoldWhatBeginsWithAPrefix) {
         ASSERT_GT(count, 0);
         const auto bound = [&](int k) { return bounds.substr(static_cast<size_t>(at[k]), static_cast<size_t>(at[k + 1] - at[k])); };
         for (int k = 1; k < 2 * count - 1; ++k) EXPECT_LE(bound(k - 1), bound(k));
+        // The one range from the first to the last, and what letters alone say of both ends.
+        const string least = bound(0), greatest = bound(2 * count - 1), letters = primary(prefix);
+        check_bounds(prefix, least, greatest, count);
         for (const string &more : {string(), rest, texts.piece(), texts.piece() + rest}) {
             const string text = whole_key(locale_, prefix + more, static_cast<int>(texts.below(3)) - 1);
             bool inside = false;
@@ -316,7 +366,15 @@ TEST_P(OrderOfTree, RangesHoldWhatBeginsWithAPrefix) {
                 inside = inside || (text >= bound(2 * k) && (bound(2 * k + 1).empty() || text < bound(2 * k + 1)));
             EXPECT_TRUE(inside) << hexadecimal(more);
         }
+        // Nothing else lies there, unless the prefix ends within a character or an element.
+        const string other = whole_key(locale_, rest, -1);
+        if (count == 1 && model.is_known(prefix) && !texts.ends_in_element(prefix) && other >= least &&
+            (greatest.empty() || other < greatest)) {
+            EXPECT_TRUE(primary(rest).starts_with(letters)) << hexadecimal(rest);
+            ++within;
+        }
     }
+    EXPECT_GT(within, 0);
 }
 
 // All pairs of many texts that are near each other. What agrees with the order of keys is antisymmetric and transitive.

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <ctime>
 #include <random>
+#include <span>
 
 namespace {
 
@@ -38,6 +39,16 @@ constexpr const char *WHOLE[] = {"%Y-%m-%d %H:%M:%S",
                                  "%D %l:%M:%S %p %QC",
                                  "%^A %^B %d %Y %R:%S",
                                  "%h %-d %+6Y %-H %-M %-S"};
+
+std::vector<std::string> conversions(std::span<const char *const> flags) {
+    std::vector<std::string> result;
+    for (const char letter : LETTERS) {
+        for (const char *flag : flags) result.push_back(fmt::format("%{}{}", flag, letter));
+        if (WITH_E.find(letter) != WITH_E.npos) result.push_back(fmt::format("%E{}", letter));
+        if (WITH_O.find(letter) != WITH_O.npos) result.push_back(fmt::format("%O{}", letter));
+    }
+    return result;
+}
 
 struct Day {
     std::tm platforms;
@@ -177,33 +188,25 @@ TEST(TimeOracle, EveryLocaleWritesAndReadsDatesAsThePlatform) {
     const char *zones[] = {"GMT"};
     const char *const asked = std::getenv("QBGL_DAY_STEP"); // 1: every locale reads all days
     const size_t step = asked != nullptr ? std::stoul(asked) : 50;
-    TreeOracle("time_differences.txt")
-        .each(
-            [&](OracleLocale &locale) {
-                ASSERT_EQ(gl_set_zone_names(&locale.ours(), zones, 1), 0);
-                Comparison comparison(locale);
-                const size_t at = locale.index();
-                // A locale takes every conversion on some of the days, and others others.
-                constexpr size_t STEP = 150;
-                for (size_t i = at % STEP; i < all.size(); i += i < 21 ? 3 : STEP) {
-                    for (const char letter : LETTERS) {
-                        for (const char *flags : FLAGS) comparison.compare(fmt::format("%{}{}", flags, letter), "write", all[i]);
-                        if (WITH_E.find(letter) != WITH_E.npos) comparison.compare(fmt::format("%E{}", letter), "write", all[i]);
-                        if (WITH_O.find(letter) != WITH_O.npos) comparison.compare(fmt::format("%O{}", letter), "write", all[i]);
-                    }
-                }
-                for (size_t i = at % 10; i < all.size(); i += 10)
-                    for (const char *format : WHOLE) comparison.read(format, all[i]);
-                for (size_t i = at % step; i < all.size(); i += step) {
-                    for (const char letter : LETTERS) comparison.write_again(fmt::format("%{}", letter), all[i]);
-                    comparison.write_again("%+", all[i]);
-                    for (const char letter : WITH_E) comparison.write_again(fmt::format("%E{}", letter), all[i]);
-                    for (const char letter : WITH_O) comparison.write_again(fmt::format("%O{}", letter), all[i]);
-                }
-                written += comparison.written();
-                read += comparison.read();
-            },
-            asked == nullptr);
+    const std::vector<std::string> flagged = conversions(FLAGS);
+    std::vector<std::string> plain = conversions(std::array{""});
+    plain.emplace_back("%+");
+    const auto compare = [&](OracleLocale &locale) {
+        ASSERT_EQ(gl_set_zone_names(&locale.ours(), zones, 1), 0);
+        Comparison comparison(locale);
+        const size_t at = locale.index();
+        // A locale takes every conversion on some of the days, and others others.
+        constexpr size_t STEP = 150;
+        for (size_t i = at % STEP; i < all.size(); i += i < 21 ? 3 : STEP)
+            for (const std::string &format : flagged) comparison.compare(format, "write", all[i]);
+        for (size_t i = at % 10; i < all.size(); i += 10)
+            for (const char *format : WHOLE) comparison.read(format, all[i]);
+        for (size_t i = at % step; i < all.size(); i += step)
+            for (const std::string &format : plain) comparison.write_again(format, all[i]);
+        written += comparison.written();
+        read += comparison.read();
+    };
+    TreeOracle("time_differences.txt").each(compare, asked == nullptr);
     fmt::print("{} dates written, {} read\n", written.load(), read.load());
 }
 
