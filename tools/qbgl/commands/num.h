@@ -13,7 +13,7 @@ struct NumRequest {
     std::optional<std::string> from = {};       // the locale of the input, when it is another one
     std::optional<int> base = {}, to_base = {}; // with either, numbers are integers
     bool grouping = false, monetary = false;
-    std::string currency = {}; // local or international: the symbol of amounts
+    std::string currency = {};             // local or international: the symbol of amounts
     std::vector<std::string> numbers = {}; // none: the lines of standard input
 };
 
