@@ -323,8 +323,8 @@ TEST_F(Handle, SharesCategories) {
 // An extension that serves locales of one name; its handles are the numbers of their opening.
 int opened, failure;
 string closed;
-void *open_number(void *, void *map, void *error) {
-    *static_cast<int16_t *>(error) = static_cast<int16_t>(failure);
+void *open_number(const char *, void *map, int16_t *error) {
+    *error = static_cast<int16_t>(failure);
     return map == &opened && failure == 0 ? reinterpret_cast<void *>(intptr_t{++opened}) : nullptr;
 }
 void *close_number(void *handle) { return closed += std::to_string(reinterpret_cast<intptr_t>(handle)) + " ", nullptr; }
