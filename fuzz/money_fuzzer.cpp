@@ -76,13 +76,8 @@ void check_decimal(Family &f, const char *decimal, int length) {
     require(gl_errno(f.l) != GL_ERANGE);
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    Input in(data, size);
-    Family f(in, TOKENS);
-    write_object(f);
-    if (!f.load()) return 0;
+void run(Family &f) {
+    Input &in = f.in;
     const std::string bytes = f.text(), other = f.text(), digits = decimal(in);
     const char *const format = f.guarded(bytes);
     const gl_wchar *const wide_format = f.guarded_wide(bytes);
@@ -111,5 +106,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     read(gl_mbspmon, f.guarded(other), f.room());
     read(gl_wcspmon, f.guarded_wide(other), 100);
     if (room >= f.unit) read(gl_mbspmon, static_cast<const char *>(out), 300);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    Input in(data, size);
+    Family f(in, TOKENS);
+    write_object(f);
+    if (!f.load()) return 0;
+    while (f.next()) run(f);
     return 0;
 }

@@ -83,6 +83,14 @@ void look_at_items(gl_locale *l) {
     }
 }
 
+void run(Family &f, bool damaged) {
+    const std::string one = f.text(40), other = f.text(12);
+    const char *const a = f.guarded(one), *const b = f.guarded(other);
+    copy(f, a, b);
+    search(f, a, b, damaged);
+    split(f, one, b);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -101,10 +109,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     if (!f.load()) return 0;
     look_at_items(f.l);
-    const std::string one = f.text(40), other = f.text(12);
-    const char *const a = f.guarded(one), *const b = f.guarded(other);
-    copy(f, a, b);
-    search(f, a, b, damage || f.is_damaged());
-    split(f, one, b);
+    while (f.next()) run(f, damage || f.is_damaged());
     return 0;
 }

@@ -76,13 +76,8 @@ int32_t field(Input &in) {
     return choice < 200 ? static_cast<int32_t>(choice % 32) : static_cast<int32_t>(in.word() << 16 | in.word());
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    Input in(data, size);
-    Family f(in, TOKENS);
-    write_object(f);
-    if (!f.load()) return 0;
+void run(Family &f) {
+    Input &in = f.in;
     const char *const names[] = {f.guarded(f.text(4)), nullptr, f.guarded(f.text(4))};
     gl_set_zone_names(f.l, names, static_cast<int>(in.below(4)));
     const gl_tm tm = {field(in), field(in), field(in), field(in), field(in), field(in), field(in),
@@ -109,5 +104,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     read(gl_mbsptime, text, format);
     read(gl_wcsptime, wide_text, wide_format);
     if (room >= f.unit) read(gl_mbsptime, static_cast<const char *>(out), format);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    Input in(data, size);
+    Family f(in, TOKENS);
+    write_object(f);
+    if (!f.load()) return 0;
+    while (f.next()) run(f);
     return 0;
 }
