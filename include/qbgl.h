@@ -400,9 +400,9 @@ QBGL_API const gl_lconv *gl_localeconv(gl_locale *locale);
  * the version of the key form included. Handles of equal fingerprints order the same texts alike and give them the same keys, on
  * every machine; a host that stores keys or builds indexes keeps the digits with them, and rebuilds when they differ. They are
  * those of the object that LC_COLLATE came from (what `qbgl locale` shows as order_fingerprint), or for an object that has none
- * made from its rules. A handle that orders by code values has a fingerprint as well; one without LC_COLLATE yet has zeros. Null,
- * with GL_ENODATA, where the extension library orders. The handle's own text: valid until LC_COLLATE is selected or the handle is
- * freed. */
+ * made from its rules. A handle that orders by code values has a fingerprint as well; one without LC_COLLATE yet has zeros. Where
+ * the extension library orders, they are made from what it says of its order; null, with GL_ENODATA, where it says nothing. The
+ * handle's own text: valid until LC_COLLATE is selected or the handle is freed. */
 QBGL_API const char *gl_order_fingerprint(gl_locale *locale);
 
 /* ------------------------------------------------------------------------------------------------------------------------------
@@ -1306,9 +1306,10 @@ QBGL_API int _gl_fprintf_multi(FILE *stream, gl_multi *table, gl_entry_writer wr
 /* ------------------------------------------------------------------------------------------------------------------------------
  * 19. The Unicode extension library
  *
- * An optional shared object, listed in vrn/etc/dllregistry, that takes over Unicode locales and conversions. It is used when the
- * host allows it with gl_useglu and the environment asks for it with GL_USEGLU (1 or 2). Loading it is one thread's work for all of
- * them: neither the extension nor a function of the host's that is called meanwhile may open a locale or a conversion.
+ * An optional shared object, listed in vrn/etc/dllregistry, that takes over Unicode locales and conversions; qbgl_extension.h tells
+ * what it provides. It is used when the host allows it with gl_useglu and the environment asks for it with GL_USEGLU (1 or 2).
+ * Loading it is one thread's work for all of them: neither the extension nor a function of the host's that is called meanwhile may
+ * open a locale or a conversion.
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 /* 1 allows the extension, 2 also tolerates a library that cannot be loaded (with GL_USEGLU=2), anything else forbids it. */
@@ -1671,9 +1672,11 @@ static inline unsigned gl_iswalnum(gl_locale *locale, gl_wchar wc) { return gl_i
  *     shortest character has more than one byte, as many bytes at a time as that has);
  *   - a character that the rules do not have comes behind those that they have, by its code value;
  *   - the sign of a comparison is that of memcmp on the two keys, the shorter first, in every locale: also where code values are
- *     compared, and for a handle without rules, or a null one, under which bytes are compared. So are they where the extension
- *     library orders, which has no such order.
- * The order and the keys are the same on every machine. A host that stores either stores gl_order_fingerprint (section 3), too.
+ *     compared, and for a handle without rules, or a null one, under which bytes are compared. Where the extension
+ *     library orders, the passes are those of its rules; bytes are compared where it has no fingerprint. Once it is unloaded, such
+ *     a handle has no order: 0 from a comparison or -1 from a key, with GL_ENODATA.
+ * The order and the keys are the same on every machine that has the fingerprint. A host that stores either stores
+ * gl_order_fingerprint (section 3), too.
  *
  *   len      bytes of the text, NUL among them an ordinary character; -1: up to the terminator. Each text has its own. Any other
  *            negative length, and a null text, count as an empty text.
@@ -1681,8 +1684,8 @@ static inline unsigned gl_iswalnum(gl_locale *locale, gl_wchar wc) { return gl_i
  *            passes; 0: all passes, then the bytes themselves, so that only identical texts are equal. An order by code values is
  * one pass. Any other negative number is -1.
  *
- * Memory is asked for by texts of more than 127 characters under th_th@dict, which without it are GL_ENOMEM, and 0 from a
- * comparison or -1 from a key; and where a pass runs backward, which without it takes more time.
+ * Memory is asked for by texts of more than 127 characters under th_th@dict, and by the extension library, which without it are
+ * GL_ENOMEM, and 0 from a comparison or -1 from a key; and where a pass runs backward, which without it takes more time.
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 /* -1, 0 or 1. */
@@ -1707,7 +1710,8 @@ QBGL_API int gl_order_keys(gl_locale *locale, int count, const char *data, const
                            int room, int32_t *key_offsets);
 
 /* Where the keys of all texts lie that begin with the bytes of a prefix: in at most GL_ORDER_RANGES ranges, which do not overlap
- * and are in order. In Czech, `c` has two, around those of `ch`. Other texts may lie there, too: the host looks at what it finds.
+ * and are in order. In Czech, `c` has two, around those of `ch`; where the extension library orders, there is one, of all
+ * keys. Other texts may lie there, too: the host looks at what it finds.
  *
  * Range i begins with the key at bounds[bound_offsets[2 * i]], included, and ends before the one at bounds[bound_offsets[2 * i +
  * 1]]; each lies up to where the next begins, and an empty last one says that there is no end. bound_offsets has room for 2 *

@@ -194,7 +194,7 @@ typedef void glu_unloadMapData_fn(void *map);
 /* ------------------------------------------------------------------------------------------------------------------------------
  * 3. Locales
  *
- * A name is that of a category's object ("cs_cz/04b8.lco": language and territory, the codeset's number in hexadecimal), or what a
+ * A name is that of a category's object ("cs_cz/e01c.lco": language and territory, the codeset's number in hexadecimal), or what a
  * host wrote in its place. One handle serves all categories of a name.
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
@@ -375,7 +375,8 @@ typedef int glu_mbsSortKeyCollBound_fn(void *locale, char *out, const char *key,
 /* What the order of the locale depends on, in words: its rules and their version, the settings, the version of the keys' form.
  * Where the words of two machines are the same, so are order and keys; where anything changes them, the words change. Writes at
  * most `room` bytes of it with a terminator (`out` may be null for none) and returns the length without it, 1 or more, or -1.
- * gl_order_fingerprint is made from it; a locale of an extension that lacks it has none. */
+ * gl_order_fingerprint is made from it. An extension has this, glu_order_compare and glu_order_key, or none of them: locales that
+ * it orders then have no fingerprint, and the gl_order functions compare their bytes. */
 typedef int glu_order_version_fn(void *locale, char *out, int room);
 
 /* The order for indexes (gl_order_compare and gl_order_key in qbgl.h) of the text's own passes: any bytes are text, those that are
@@ -383,8 +384,7 @@ typedef int glu_order_version_fn(void *locale, char *out, int room);
  * first n, or all where the order has fewer, -1 all. Bytes that differ may be equal: the library puts the order of bytes behind.
  * glu_order_compare gives -1, 0 or 1, as memcmp of the two keys has it, the shorter first; 0 with an error. glu_order_key writes at
  * most `room` bytes and returns the size of the whole key; a failure is -1. No byte of it is 0; the key of n passes is a prefix of
- * that of more. An extension has both or neither; without them, locales that it orders are compared as bytes by the gl_order
- * functions. */
+ * that of more. */
 typedef int glu_order_compare_fn(void *locale, const char *s1, int len1, const char *s2, int len2, int passes, int16_t *error);
 typedef int glu_order_key_fn(void *locale, const char *s, int len, int passes, unsigned char *key, int room, int16_t *error);
 

@@ -726,7 +726,7 @@ int glu_order_key(void *locale, const char *s, int len, int passes, unsigned cha
 /* ------------------------------------------------------------------------------------------------------------------------------
  * 8. Conversion
  * ------------------------------------------------------------------------------------------------------------------------------ */
-enum { LATIN1 = 819, UTF8 = 1208 };
+enum { LATIN1 = 819, UTF8 = 57372 };
 
 int glu_useIcuCvtCall(int source_number, int target_number) {
     return (source_number == LATIN1 && target_number == UTF8) || (source_number == UTF8 && target_number == LATIN1);

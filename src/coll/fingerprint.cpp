@@ -1,7 +1,9 @@
 #include "coll/fingerprint.h"
 
 #include "coll/rules.h"
+#include "qbnxdl/entry_points.h"
 #include "qbnxdl/served.h"
+#include "util/scratch.h"
 
 #include <span>
 #include <string.h>
@@ -57,6 +59,10 @@ void add_rules(Hash &hash, const gl_collate_info &info) {
     }
 }
 
+void tell(const Hash &hash, OrderDigits &digits) {
+    snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash.value()));
+}
+
 } // namespace
 
 void qbgl::fingerprint_of_rules(const gl_locale *locale, OrderDigits &digits) {
@@ -72,11 +78,25 @@ void qbgl::fingerprint_of_rules(const gl_locale *locale, OrderDigits &digits) {
         hash.add(static_cast<uint32_t>(ranks.row_count));
         add_characters(hash, *ranks.table, *ranks.table->root, 0);
     }
-    snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash.value()));
+    tell(hash, digits);
+}
+
+void qbgl::fingerprint_of_extension(const gl_locale *locale, OrderDigits &digits) {
+    digits[0] = '\0';
+    if (fn_glu_order_version == nullptr || fn_glu_order_compare == nullptr || fn_glu_order_key == nullptr) return;
+    void *const handle = locale->glu_handle[GL_CAT_COLLATE];
+    const int length = fn_glu_order_version(handle, nullptr, 0);
+    if (length < 1 || length == INT32_MAX) return;
+    const Scratch words(gl_ext_functions, uint64_t{static_cast<uint32_t>(length)} + 1);
+    if (words.text() == nullptr || fn_glu_order_version(handle, words.text(), length + 1) != length) return;
+    Hash hash;
+    hash.add(KEY_FORMAT);
+    hash.add(std::span<const char>(words.text(), static_cast<size_t>(length)));
+    tell(hash, digits);
 }
 
 const char *gl_order_fingerprint(gl_locale *locale) {
-    if (served_by_extension(locale, GL_CAT_COLLATE)) {
+    if (served_by_extension(locale, GL_CAT_COLLATE) && locale->order_fingerprint[0] == '\0') {
         set_error(locale, GL_ENODATA);
         return nullptr;
     }

@@ -2,6 +2,7 @@
 #include "coll/thai.h"
 #include "order/code_values.h"
 #include "order/entries.h"
+#include "order/extension.h"
 #include "order/prefix.h"
 #include "order/thai.h"
 #include "order/walk.h"
@@ -153,6 +154,8 @@ int gl_order_compare(gl_locale *locale, const char *s1, int len1, const char *s2
         order = compare_by_rules(locale, a, b, common, passes);
     } else if (is_thai_order(locale)) {
         if (!compare_as_thai(locale, a, b, passes, order)) return 0;
+    } else if (is_extension_order(locale)) {
+        if (!compare_by_extension(locale, a, b, passes, order)) return 0;
     } else {
         return compare_code_values(locale, a, b, common);
     }

@@ -3,6 +3,7 @@
 #include "coll/key_writer.h"
 #include "order/code_values.h"
 #include "order/entries.h"
+#include "order/extension.h"
 #include "order/say.h"
 #include "order/thai.h"
 #include "order/walk.h"
@@ -613,16 +614,20 @@ void qbgl::write_first_pass(KeySink &sink, const gl_order_maps &rules, const Uni
 bool qbgl::write_order_key(KeySink &sink, gl_locale *locale, OrderText text, int passes, bool part) {
     if (order_rules(locale) != nullptr) {
         write_by_rules(sink, locale, text, passes, part);
-    } else if (!is_thai_order(locale)) {
+    } else if (is_thai_order(locale)) {
+        if (!write_as_thai(sink, locale, text, passes)) return false;
+    } else if (is_extension_order(locale)) {
+        if (!write_by_extension(sink, locale, text, passes)) return false;
+    } else {
         write_code_values(sink, locale, text, part);
         return true;
-    } else if (!write_as_thai(sink, locale, text, passes)) {
-        return false;
     }
     if (passes != 0 || text.length == 0 || (part && sink.is_full())) return true;
     sink.separate();
     if (is_thai_order(locale))
         sink.put(PASS_SEPARATOR);
+    else if (is_extension_order(locale))
+        sink.put(EXTENSION_TEXT_SEPARATOR);
     else
         sink.begin_pass();
     sink.put_all(text.bytes, text.length);

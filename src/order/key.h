@@ -7,7 +7,7 @@
 namespace qbgl {
 
 // `passes` is as for gl_order_key. Where only a part is asked for, nothing is looked at that a full sink does not need. False when
-// memory is out, which only an order of Thai dictionaries asks for.
+// memory is out, which only an order of Thai dictionaries asks for, or the extension fails.
 bool write_order_key(KeySink &sink, gl_locale *locale, OrderText text, int passes, bool part);
 
 // The bytes of a unit in the first pass.

@@ -3,6 +3,7 @@
 // All of them begin with what the first pass says of the prefix, up to where a character that follows could change it. An element
 // of the rules that the prefix ends within is one more way how its end can count, and gives one more range.
 #include "order/code_values.h"
+#include "order/extension.h"
 #include "order/key.h"
 #include "order/thai.h"
 #include "order/walk.h"
@@ -159,6 +160,10 @@ OrderText without_cut(const gl_locale *locale, OrderText text) {
 } // namespace
 
 int gl_order_ranges(gl_locale *locale, const char *prefix, int len, unsigned char *bounds, int room, int32_t *bound_offsets) {
+    if (is_extension_order(locale)) { // what follows a prefix may change what is before it, by rules that are not known here
+        std::fill_n(bound_offsets, 3, 0);
+        return 1;
+    }
     const OrderText text = order_text(locale, prefix, len);
     KeySink main(bounds, room);
     Ways ways(main);

@@ -1,9 +1,12 @@
 // Categories that the extension library serves.
+#include "coll/fingerprint.h"
 #include "ext/error.h"
+#include "order/maps.h"
 #include "qbnxdl/entry_points.h"
 #include "setlc/handle.h"
 
 #include <string.h>
+#include <utility>
 
 namespace qbgl {
 
@@ -27,6 +30,13 @@ void *open_handle(gl_locale *locale, const char *name) {
     return nullptr;
 }
 
+// The object's own order is none of this handle's any more.
+void order_by_extension(gl_locale *locale) {
+    locale->collate.kind = GL_COLLATION_EXTENSION;
+    free_order_maps(std::exchange(locale->order_maps, nullptr));
+    fingerprint_of_extension(locale, locale->order_fingerprint);
+}
+
 void let_go(gl_locale *locale, int category) {
     void *handle = locale->glu_handle[category];
     locale->glu_handle[category] = nullptr;
@@ -45,7 +55,7 @@ int set_categories_glu(gl_locale *locale, int category, const char *name) {
     if (handle == nullptr) return -1;
     locale->glu_handle[category] = handle;
     locale->glu_flag[category] = 1;
-    if (category == GL_CAT_COLLATE) locale->collate.kind = GL_COLLATION_EXTENSION;
+    if (category == GL_CAT_COLLATE) order_by_extension(locale);
     return 0;
 }
 

@@ -117,12 +117,20 @@ template <typename Entry> int64_t length_of(const Entry *list, bool (*is_end)(co
     return length;
 }
 
+// Empty where none is told: of an object without one, which the handle does not keep, or by the extension library.
+std::string fingerprint_of_order(gl_locale &locale) {
+    if (locale.collate.kind == GL_COLLATION_EXTENSION) {
+        const char *const digits = gl_order_fingerprint(&locale);
+        return digits != nullptr ? digits : "";
+    }
+    const std::string name = category_name(locale, GL_CAT_COLLATE);
+    return header_of_object(locale_object(name == "native" ? "default.lco" : name)).order;
+}
+
 Section collation(gl_locale &locale) {
     Section section = CategorySection(locale, GL_CAT_COLLATE, "LC_COLLATE").section;
     const gl_collate_info &collate = locale.collate;
-    // Orders of equal fingerprints are the same; the handle does not keep it.
-    const std::string name = category_name(locale, GL_CAT_COLLATE);
-    const std::string order = header_of_object(locale_object(name == "native" ? "default.lco" : name)).order;
+    const std::string order = fingerprint_of_order(locale); // orders of equal ones are the same
     if (order.empty())
         section.none("order_fingerprint", "not told");
     else
