@@ -418,6 +418,7 @@ TEST_F(LocaleClient, LocaleShowsWhatTheHandleHolds) {
                              "  eras                  \"Heisei\" \"H\", 1989-01-08 to future, \"%EC %Ey\", year 0 counted up\n"})
         EXPECT_NE(text.find(line), std::string::npos) << line << text;
     EXPECT_EQ(client("locale -k d_fmt ja_JP.sjis").out, "d_fmt=\"%d/%m/%y\"\n");
+    EXPECT_EQ(client("locale -k int_p_sign_posn ja_JP.sjis").out, "int_p_sign_posn=1\n");
     EXPECT_EQ(client("locale -k abday ja_JP.sjis").out, "abday=\"Sun;Mon;Tue;Wed;Thu;Fri;Sat\"\n");
     EXPECT_EQ(client("locale -k am_pm --json ja_JP.sjis").out, R"({"am_pm":["AM","PM"]})"
                                                                "\n");

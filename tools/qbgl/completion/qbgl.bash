@@ -23,8 +23,10 @@ _qbgl_words() {
         ;;
     cal,--from) COMPREPLY=($(compgen -W 'gregorian hebrew islamic' -- "$word")) && return ;;
     locale,-k | locale,--category)
-        COMPREPLY=($(compgen -W 'LC_CTYPE LC_COLLATE LC_NUMERIC LC_MONETARY LC_TIME LC_MESSAGES charmap
-            decimal_point thousands_sep crncystr abday day abmon mon am_pm d_t_fmt d_fmt t_fmt t_fmt_ampm era era_d_fmt era_t_fmt era_d_t_fmt
+        COMPREPLY=($(compgen -W 'LC_CTYPE LC_COLLATE LC_NUMERIC LC_MONETARY LC_TIME LC_MESSAGES charmap decimal_point thousands_sep
+            crncystr int_curr_symbol currency_symbol mon_decimal_point mon_thousands_sep positive_sign negative_sign int_p_cs_precedes
+            int_p_sep_by_space int_n_cs_precedes int_n_sep_by_space int_p_sign_posn int_n_sign_posn abday day abmon mon ab_alt_mon alt_mon
+            am_pm d_t_fmt d_fmt t_fmt t_fmt_ampm date_fmt first_weekday first_workday week-1stweek era era_d_fmt era_t_fmt era_d_t_fmt
             alt_digits yesexpr noexpr yesstr nostr' -- "$word"))
         return
         ;;
