@@ -2,6 +2,8 @@
 // same where the codeset is undamaged. The locale's items are texts.
 #include "family.h"
 
+#include <climits>
+
 using namespace qbgl_test;
 
 namespace {
@@ -77,9 +79,14 @@ void search(Family &f, const char *a, const char *b, bool damaged) {
 }
 
 void look_at_items(gl_locale *l) {
-    for (int item = -1; item < 130; ++item) {
+    for (int item = -1; item < 220; ++item) {
         const char *const text = gl_langinfo(l, item);
-        require(text != nullptr && (item == GL_CODESET || gl_mbsbytes(l, text) > 0));
+        require(text != nullptr);
+        const bool is_number = item >= GL_FIRST_WEEKDAY && item <= GL_INT_N_SIGN_POSN;
+        if (is_number)
+            require(*text <= 7 || *text == CHAR_MAX);
+        else
+            require(item == GL_CODESET || gl_mbsbytes(l, text) > 0);
     }
 }
 
