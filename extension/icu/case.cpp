@@ -1,5 +1,6 @@
 // Upper and lower case.
 #include "icu/text.h"
+#include "icu/utf8.h"
 
 #include <unicode/uchar.h>
 #include <unicode/ustring.h>

@@ -1,5 +1,6 @@
 // One character at a time.
 #include "icu/text.h"
+#include "icu/utf8.h"
 
 #include <unicode/utf16.h>
 

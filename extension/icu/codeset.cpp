@@ -209,23 +209,4 @@ int Characters::to_utf16_leniently(const char *s, int length, Utf16 &out, int16_
     return units;
 }
 
-bool is_utf8(const char *s, int length) {
-    const auto *const bytes = reinterpret_cast<const uint8_t *>(s);
-    int32_t i = 0;
-    while (i < length) {
-        uint64_t eight;
-        if (length - i >= 8) {
-            memcpy(&eight, bytes + i, sizeof eight);
-            if ((eight & 0x8080808080808080) == 0) {
-                i += 8;
-                continue;
-            }
-        }
-        UChar32 value;
-        U8_NEXT(bytes, i, length, value);
-        if (value < 0) return false;
-    }
-    return true;
-}
-
 } // namespace qbgl::icu

@@ -135,7 +135,4 @@ class Characters {
     Lease lease_;
 };
 
-// Whether bytes are UTF-8.
-bool is_utf8(const char *s, int length);
-
 } // namespace qbgl::icu

@@ -1,5 +1,6 @@
 // Order and sort keys.
 #include "icu/text.h"
+#include "icu/utf8.h"
 
 #include <cstdarg>
 #include <unicode/ustring.h>

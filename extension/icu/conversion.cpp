@@ -51,7 +51,7 @@ class Converter {
     const char *name() const { return name_; }
 
   private:
-    static constexpr int PIECE = 4096, SMALLEST_PIECE = 16;
+    static constexpr int PIECE = 16384, SMALL_PIECE = 256, SMALLEST_PIECE = 16;
     static constexpr int MEASURED = 16 * PIECE; // what a piece may become when it is only measured
     static constexpr int LONGEST_RESULT = 64;   // of one character, with its shift sequences
 
@@ -63,6 +63,7 @@ class Converter {
     }
     bool pending() const;
     Outcome convert_pieces(Cursor &at);
+    bool convert_piece(Cursor &at, int piece, char *scratch, UErrorCode &status);
     Outcome convert_character(Cursor &at, bool closes);
     bool encode(const UChar *units, int count, char *&out, const char *end, bool closes, bool &substituted);
 
@@ -134,35 +135,54 @@ Outcome Converter::convert(Cursor &at, bool reset_states) {
     return Outcome::DONE;
 }
 
+// Into the output, or where there is none into the scratch. False with the place as it was.
+bool Converter::convert_piece(Cursor &at, int piece, char *scratch, UErrorCode &status) {
+    char *out = at.out != nullptr ? at.out : scratch;
+    const char *const begin = out, *in = at.in;
+    UChar pivot[1024], *pivot_source = pivot, *pivot_target = pivot;
+    status = U_ZERO_ERROR;
+    ucnv_convertEx(target_, source_, &out, out + room_for(piece), &in, in + piece, pivot, &pivot_source, &pivot_target,
+                   pivot + std::size(pivot), false, piece == at.left, &status);
+    if (U_FAILURE(status)) return false;
+    at.advance(piece, static_cast<int>(out - begin));
+    return true;
+}
+
 // Of codesets without states. What a piece leaves in the converters, a character that the next piece ends or one that may join the
-// next, counts as not yet converted.
+// next, counts as not yet converted. Behind a fault pieces are small, and grow again.
 Outcome Converter::convert_pieces(Cursor &at) {
     Scratch<char, 1> scratch;
+    int size = PIECE;
     while (at.left > 0) {
         Cursor ahead = at;
-        UErrorCode status = U_ZERO_ERROR;
-        while (U_SUCCESS(status)) {
+        bool whole = true;
+        while (whole) {
             const int room = at.out != nullptr ? ahead.room : std::min(ahead.room, MEASURED);
-            int piece = std::min(ahead.left, PIECE);
+            int piece = std::min(ahead.left, size);
             if (room_for(piece) > room) piece = piece_for(room);
             if (piece < std::min(ahead.left, SMALLEST_PIECE)) break;
-            char *out = ahead.out;
-            if (out == nullptr) {
-                if (!scratch.reserve(static_cast<size_t>(room_for(piece)))) return Outcome::NO_MEMORY;
-                out = scratch.data();
+            if (at.out == nullptr && !scratch.reserve(static_cast<size_t>(room_for(piece)))) return Outcome::NO_MEMORY;
+            UErrorCode status;
+            whole = convert_piece(ahead, piece, scratch.data(), status);
+            if (!whole && status == U_INVALID_CHAR_FOUND) { // once more, with approximate mappings
+                reset();
+                ahead = at;
+                piece = std::min(ahead.left, piece);
+                ucnv_setFallback(target_, true);
+                whole = convert_piece(ahead, piece, scratch.data(), status);
+                ucnv_setFallback(target_, false);
+                ahead.substituted |= whole;
+                size = SMALL_PIECE;
+            } else {
+                size = std::min(2 * size, PIECE);
             }
-            const char *const begin = out, *in = ahead.in;
-            UChar pivot[1024], *pivot_source = pivot, *pivot_target = pivot;
-            ucnv_convertEx(target_, source_, &out, out + room_for(piece), &in, in + piece, pivot, &pivot_source, &pivot_target,
-                           pivot + std::size(pivot), false, piece == ahead.left, &status);
-            if (U_FAILURE(status)) break;
-            ahead.advance(piece, static_cast<int>(out - begin));
-            if (!pending()) at = ahead;
-            if (ahead.left == 0) return Outcome::DONE;
+            if (whole && !pending()) at = ahead;
+            if (whole && ahead.left == 0) return Outcome::DONE;
         }
         reset();
         // Past the piece, so that it is not tried again at once.
-        const char *const past = at.in + std::min(at.left, U_FAILURE(status) ? PIECE : SMALLEST_PIECE);
+        const char *const past = at.in + std::min(at.left, whole ? SMALLEST_PIECE : SMALL_PIECE);
+        size = SMALL_PIECE;
         while (at.in < past) {
             const Outcome outcome = convert_character(at, true);
             if (outcome != Outcome::DONE) return outcome;
