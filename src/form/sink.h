@@ -3,6 +3,7 @@
 
 #include "ext/error.h"
 #include "form/text.h"
+#include "util/digit_pairs.h"
 
 #include <algorithm>
 #include <stddef.h>
@@ -49,8 +50,8 @@ template <class Unit> class Sink {
     bool two_digits(unsigned value) {
         if (!(IS_WIDE || plain_) || end_ - at_ < 2 || full_)
             return ascii(static_cast<char>('0' + value / 10)) && ascii(static_cast<char>('0' + value % 10));
-        at_[0] = static_cast<Unit>('0' + value / 10);
-        at_[1] = static_cast<Unit>('0' + value % 10);
+        at_[0] = static_cast<Unit>(DIGIT_PAIRS.of[value][0]);
+        at_[1] = static_cast<Unit>(DIGIT_PAIRS.of[value][1]);
         at_ += 2;
         return true;
     }
@@ -76,6 +77,7 @@ template <class Unit> class Sink {
             *at_++ = wc;
             return true;
         } else {
+            if (plain_ && wc != 0 && wc < NO_ASCII) return ascii(static_cast<char>(wc));
             char bytes[LONGEST];
             const int length = gl_wctomb(locale_, bytes, wc);
             if (length < 0) return false;
@@ -88,23 +90,20 @@ template <class Unit> class Sink {
         at_ = std::copy_n(from, count, at_);
         return true;
     }
-    // The ASCII characters of a format before its next "%", as far as they fit.
-    void plain(Text<Unit> &format) {
-        if (!(IS_WIDE || plain_) || full_) return;
-        const Unit *from = format.at();
-        while (at_ != end_ && format.value_of(*from) - 1 < NO_ASCII - 1 && *from != '%') *at_++ = *from++;
-        format.go_to(from);
-    }
+    // Where the next unit goes and where the last one may, for ASCII characters that the caller writes; there is no room where they
+    // are not single units, or once something did not fit.
+    Unit *at() const { return at_; }
+    Unit *end() const { return (IS_WIDE || plain_) && !full_ ? end_ : at_; }
+    void go_to(Unit *at) { at_ = at; }
+
     // A text of the locale's.
     bool text(const char *from, Letters letters = Letters::AS_THEY_ARE) {
         if (from == nullptr) return true;
         if constexpr (!IS_WIDE)
             if (letters == Letters::AS_THEY_ARE && plain_ && !full_) {
-                // Names are short.
-                const auto room = static_cast<size_t>(end_ - at_);
-                size_t length = 0;
-                for (; length < room && from[length] != '\0'; ++length) at_[length] = from[length];
-                if (from[length] == '\0') {
+                const size_t length = strnlen(from, static_cast<size_t>(end_ - at_) + 1);
+                if (length <= static_cast<size_t>(end_ - at_)) {
+                    memcpy(at_, from, length);
                     at_ += length;
                     return true;
                 }

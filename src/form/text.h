@@ -10,7 +10,9 @@ namespace qbgl {
 inline bool has_plain_ascii(const gl_locale *locale) { return locale->ctype.codeset_table->min_length == 1; }
 
 // Whether a text of the locale's is missing or has no characters.
-inline bool is_empty(gl_locale *locale, const char *text) { return text == nullptr || gl_ismbsterm(locale, text) != 0; }
+inline bool is_empty(gl_locale *locale, const char *text) {
+    return text == nullptr || (has_plain_ascii(locale) ? *text == '\0' : gl_ismbsterm(locale, text) != 0);
+}
 inline constexpr gl_wchar NO_ASCII = 0x80;
 constexpr bool is_graph(gl_wchar wc) { return wc - '!' <= '~' - '!'; }
 

@@ -1,6 +1,7 @@
 #include "print/digits.h"
 
 #include "util/ascii.h"
+#include "util/digit_pairs.h"
 
 #include <algorithm>
 #include <stdio.h>
@@ -9,20 +10,9 @@ namespace qbgl {
 
 namespace {
 
-struct DigitPairs {
-    char pairs[200];
-    constexpr DigitPairs() : pairs() {
-        for (int i = 0; i < 100; ++i) {
-            pairs[2 * i] = static_cast<char>('0' + i / 10);
-            pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
-        }
-    }
-};
-constexpr DigitPairs DIGITS;
-
 char *put_pair(char *end, uint32_t pair) {
-    end[-2] = DIGITS.pairs[2 * pair];
-    end[-1] = DIGITS.pairs[2 * pair + 1];
+    end[-2] = DIGIT_PAIRS.of[pair][0];
+    end[-1] = DIGIT_PAIRS.of[pair][1];
     return end - 2;
 }
 

@@ -16,6 +16,32 @@ constexpr int GREGORIAN = 1;
 constexpr int MONTHS = 12;
 constexpr int32_t MOST_SECONDS_EAST = 100 * 3600 - 1; // "+9959"
 
+// What the letter of a number writes where the calendar is the Gregorian one.
+struct NumberField {
+    int32_t gl_tm::*part = nullptr;
+    int16_t least = 0, most = 0, add = 0;
+    int8_t digits = 0; // none: this is no letter of a number
+    char pad = '0';
+    bool of_date = false; // and so of the locale's calendar, if it has its own
+};
+struct NumberFields {
+    NumberField of[NO_ASCII];
+
+    constexpr NumberFields() : of() {
+        constexpr int16_t YEAR_1000 = 1000 - 1900, YEAR_9999 = 9999 - 1900;
+        of['Y'] = {&gl_tm::year, YEAR_1000, YEAR_9999, 1900, 4, '0', true};
+        of['y'] = {&gl_tm::year, YEAR_1000, YEAR_9999, 1900, 2, '0', true};
+        of['m'] = {&gl_tm::mon, 0, MONTHS - 1, 1, 2, '0', true};
+        of['d'] = {&gl_tm::mday, 1, 31, 0, 2, '0', true};
+        of['e'] = {&gl_tm::mday, 1, 31, 0, 2, ' ', true};
+        of['H'] = {&gl_tm::hour, 0, 23, 0, 2};
+        of['k'] = {&gl_tm::hour, 0, 23, 0, 2, ' '};
+        of['M'] = {&gl_tm::min, 0, 59, 0, 2};
+        of['S'] = {&gl_tm::sec, 0, 60, 0, 2};
+    }
+};
+constexpr NumberFields FIELDS;
+
 template <class Unit> class DateWriter {
   public:
     DateWriter(gl_locale *locale, Unit *out, int room, const gl_tm &tm)
@@ -26,7 +52,7 @@ template <class Unit> class DateWriter {
         for (gl_wchar wc;;) {
             const FormatUnit *const begin = format.at();
             if constexpr (IS_SAME<FormatUnit>)
-                if (!upper_) sink_.plain(format);
+                if (!upper_) put_plain(format);
             if (!nesting_.pass(format.at() - begin + 1)) return refuse();
             if (format.ascii() == '%') {
                 format.skip_unit();
@@ -50,6 +76,69 @@ template <class Unit> class DateWriter {
   private:
     template <class FormatUnit> static constexpr bool IS_SAME = sizeof(FormatUnit) == sizeof(Unit);
 
+    // The name that the letter writes where the calendar is the Gregorian one; null for another letter, and for a bad date.
+    const char *plain_name(gl_wchar letter) const {
+        const bool is_weekday = tm_.wday >= 0 && tm_.wday <= 6;
+        switch (letter) {
+        case 'a': return is_weekday ? info_.abday[tm_.wday] : nullptr;
+        case 'A': return is_weekday ? info_.day[tm_.wday] : nullptr;
+        case 'b':
+        case 'B': {
+            const gl_text_list &names = letter == 'b' ? info_.abmon : info_.mon;
+            return tm_.mon >= 0 && tm_.mon < names.count && !own_calendar_ ? names.bytes[tm_.mon] : nullptr;
+        }
+        default: return nullptr;
+        }
+    }
+    bool put_plain_name(gl_wchar letter, Unit *&to, const Unit *end) const {
+        if constexpr (sizeof(Unit) == 1)
+            if (const char *const name = plain_name(letter); name != nullptr) {
+                const auto room = static_cast<size_t>(end - to);
+                const size_t length = strnlen(name, room + 1);
+                if (length > room) return false;
+                memcpy(to, name, length);
+                to += length;
+                return true;
+            }
+        return false;
+    }
+
+    // Writes what is plain in a format, as long as it fits: ASCII characters, and numbers and names without flags. What it stops at
+    // is written the general way.
+    void put_plain(Text<Unit> &format) {
+        constexpr ptrdiff_t MOST_DIGITS = 4;
+        const Unit *from = format.at();
+        Unit *to = sink_.at(), *const end = sink_.end();
+        const auto put_pair = [&to](unsigned value) {
+            *to++ = static_cast<Unit>(DIGIT_PAIRS.of[value][0]);
+            *to++ = static_cast<Unit>(DIGIT_PAIRS.of[value][1]);
+        };
+        while (to != end) {
+            const gl_wchar wc = format.value_of(*from);
+            if (wc != '%') {
+                if (wc == 0 || wc >= NO_ASCII) break;
+                *to++ = *from++;
+                continue;
+            }
+            const gl_wchar letter = format.value_of(from[1]);
+            const NumberField &field = FIELDS.of[letter < NO_ASCII ? letter : 0];
+            if (field.digits == 0) {
+                if (!put_plain_name(letter, to, end)) break;
+                from += 2;
+                continue;
+            }
+            if (field.of_date && own_calendar_) break;
+            const int32_t value = tm_.*field.part;
+            if (value < field.least || value > field.most || end - to < MOST_DIGITS) break;
+            const auto number = static_cast<unsigned>(value + field.add);
+            if (field.digits > 2) put_pair(number / 100);
+            put_pair(number % 100);
+            if (field.pad == ' ' && number < 10) to[-2] = ' ';
+            from += 2;
+        }
+        format.go_to(from);
+        sink_.go_to(to);
+    }
     template <class FormatUnit> bool literal(const Text<FormatUnit> &format, gl_wchar wc) {
         if constexpr (IS_SAME<FormatUnit>)
             if (!upper_) return sink_.units(format.at(), format.length());
