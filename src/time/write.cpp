@@ -29,15 +29,15 @@ struct NumberFields {
 
     constexpr NumberFields() : of() {
         constexpr int16_t YEAR_1000 = 1000 - 1900, YEAR_9999 = 9999 - 1900;
-        of['Y'] = {&gl_tm::year, YEAR_1000, YEAR_9999, 1900, 4, '0', true};
-        of['y'] = {&gl_tm::year, YEAR_1000, YEAR_9999, 1900, 2, '0', true};
-        of['m'] = {&gl_tm::mon, 0, MONTHS - 1, 1, 2, '0', true};
-        of['d'] = {&gl_tm::mday, 1, 31, 0, 2, '0', true};
-        of['e'] = {&gl_tm::mday, 1, 31, 0, 2, ' ', true};
-        of['H'] = {&gl_tm::hour, 0, 23, 0, 2};
-        of['k'] = {&gl_tm::hour, 0, 23, 0, 2, ' '};
-        of['M'] = {&gl_tm::min, 0, 59, 0, 2};
-        of['S'] = {&gl_tm::sec, 0, 60, 0, 2};
+        of[gl_wchar{'Y'}] = {&gl_tm::year, YEAR_1000, YEAR_9999, 1900, 4, '0', true};
+        of[gl_wchar{'y'}] = {&gl_tm::year, YEAR_1000, YEAR_9999, 1900, 2, '0', true};
+        of[gl_wchar{'m'}] = {&gl_tm::mon, 0, MONTHS - 1, 1, 2, '0', true};
+        of[gl_wchar{'d'}] = {&gl_tm::mday, 1, 31, 0, 2, '0', true};
+        of[gl_wchar{'e'}] = {&gl_tm::mday, 1, 31, 0, 2, ' ', true};
+        of[gl_wchar{'H'}] = {&gl_tm::hour, 0, 23, 0, 2};
+        of[gl_wchar{'k'}] = {&gl_tm::hour, 0, 23, 0, 2, ' '};
+        of[gl_wchar{'M'}] = {&gl_tm::min, 0, 59, 0, 2};
+        of[gl_wchar{'S'}] = {&gl_tm::sec, 0, 60, 0, 2};
     }
 };
 constexpr NumberFields FIELDS;
