@@ -98,9 +98,10 @@ constexpr Row ROWS[] = {
     {"glu_setMessageSubLevel", &fn_glu_setMessageSubLevel},
 };
 
-#define QBGL_ONE(name) +1
-static_assert(std::size(ROWS) == 2 QBGL_EXTENSION_ENTRY_POINTS(QBGL_ONE), "an entry point is not resolved");
-#undef QBGL_ONE
+#define QBGL_NAME(name) #name,
+constexpr const char *DEMANDED[] = {QBGL_EXTENSION_ENTRY_POINTS(QBGL_NAME)};
+#undef QBGL_NAME
+static_assert(std::size(ROWS) == std::size(DEMANDED) + 2, "an entry point is not resolved");
 
 #define QBGL_ROW(name) {#name, &fn_##name},
 constexpr Row OPTIONAL_ROWS[] = {QBGL_EXTENSION_OPTIONAL_ENTRY_POINTS(QBGL_ROW)};
