@@ -90,6 +90,8 @@ TEST_F(Served, FingerprintIsThatOfTheExtensionAndNeverAnotherOrders) {
     EXPECT_NE(gl_order_fingerprint(own), served);
     EXPECT_EQ(gl_order_compare(own, "ch", 2, "d", 1, 0), 1);
     gl_lc_unload(own);
+    gl_useglu(1);
+    EXPECT_EQ(gl_init_glu(nullptr), 0); // it takes the handle back that it gave
 }
 
 } // namespace
