@@ -2022,7 +2022,7 @@ QBGL_API int gl_vwcsprintf(gl_locale *locale, gl_wchar *out, int room, const gl_
  *   - a width of bytes never ends inside a character, and %c takes exactly the bytes of its width, or of the shortest character:
  * where a character runs past them, nothing fits. Where the text ends before the first conversion: -1 with GL_EEOF. -1 with
  * GL_EINVAL for a bad format, GL_EILSEQ for bytes that are no character, of the format or of what is read, GL_ENULLPTR for a null
- * text, GL_ENOMEM for more than 32 positions, or ranges above FF in a set. What was assigned before stays so. A text needs its width
+ * text, GL_ENOMEM for more than 32 positions, or ranges above FF in a set. What was assigned stays so. A text needs its width
  * and a terminator as room; a %s without a width is for texts that the host trusts. */
 QBGL_API int gl_mbsscanf(gl_locale *locale, const char *text, const char *format, ...);
 QBGL_API int gl_vmbsscanf(gl_locale *locale, const char *text, const char *format, va_list list);
