@@ -226,6 +226,7 @@ TEST_F(Extension, OrdersMapsAndMeasuresAsIcuDoes) {
             const int order = ucol_strcoll(collator, last_units.data(), static_cast<int32_t>(last_units.size()), units.data(),
                                            static_cast<int32_t>(units.size()));
             EXPECT_EQ(sign(gl_mbscoll(locale, last.c_str(), text.c_str())), order) << last << '\n' << text;
+            EXPECT_EQ(gl_order_compare(locale, last.c_str(), -1, text.c_str(), -1, -1), order);
             const std::string key = key_of(locale, text);
             EXPECT_EQ(sign(last_key.compare(key)), order);
             std::string direct(key.size(), 'x');

@@ -30,6 +30,8 @@ class CategorySection {
         : section{title}, view_(category_codeset(locale, category)) {
         section.word("locale", category_name(locale, category));
         section.word("codeset", category_codeset(locale, category));
+        if (locale.glu_flag[category] != 0)
+            section.word("served_by_extension", static_cast<const char *>(glx_getICULocName(locale.glu_handle[category])));
     }
 
     void text(const char *name, const char *value) {
