@@ -52,7 +52,7 @@ char *hexadecimal(char *end, uint64_t value, bool upper) {
 
 namespace {
 
-void put_sign(Number &number, const Conversion &conversion, bool negative) {
+void put_sign(Number &number, const FormatConversion &conversion, bool negative) {
     if (negative)
         number.prepend('-');
     else if ((conversion.flags & (SIGN | SPACE)) != 0)
@@ -61,7 +61,7 @@ void put_sign(Number &number, const Conversion &conversion, bool negative) {
 
 } // namespace
 
-Number integer_number(const Conversion &conversion, uint64_t magnitude, bool negative, IntegerText &room) {
+Number integer_number(const FormatConversion &conversion, uint64_t magnitude, bool negative, IntegerText &room) {
     Number number;
     char *const end = room + sizeof room, *begin = end;
     const char letter = static_cast<char>(conversion.letter);
@@ -92,7 +92,7 @@ namespace {
 
 // What the host's locale puts between the digits for the point is passed over, whatever it is; no byte of it is a digit.
 template <class Real, size_t SIZE>
-Number real_parts(const Conversion &conversion, Real value, const char *modifier, int most, char (&room)[SIZE]) {
+Number real_parts(const FormatConversion &conversion, Real value, const char *modifier, int most, char (&room)[SIZE]) {
     const char letter = static_cast<char>(conversion.letter);
     const bool hexadecimal = letter == 'a' || letter == 'A';
     const int wanted = conversion.precision.value, precision = std::min(wanted, most);
@@ -142,11 +142,11 @@ Number real_parts(const Conversion &conversion, Real value, const char *modifier
 
 } // namespace
 
-Number real_number(const Conversion &conversion, double value, DoubleText &room) {
+Number real_number(const FormatConversion &conversion, double value, DoubleText &room) {
     return real_parts(conversion, value, "", MOST_DOUBLE_DIGITS, room);
 }
 
-Number real_number(const Conversion &conversion, long double value, LongDoubleText &room) {
+Number real_number(const FormatConversion &conversion, long double value, LongDoubleText &room) {
     return real_parts(conversion, value, "L", MOST_LONG_DOUBLE_DIGITS, room);
 }
 

@@ -32,7 +32,7 @@ char *decimal(char *end, uint64_t value);
 char *hexadecimal(char *end, uint64_t value, bool upper);
 
 // The parts of an integer; the conversion's letter is one of "diouxX", its precision is negative where there is none.
-Number integer_number(const Conversion &conversion, uint64_t magnitude, bool negative, IntegerText &room);
+Number integer_number(const FormatConversion &conversion, uint64_t magnitude, bool negative, IntegerText &room);
 
 // Exact digits of reals, rounded as the thread has set: snprintf's, of which nothing but the digits is taken. The room suffices for
 // the largest number with all the digits that any has.
@@ -41,7 +41,7 @@ using DoubleText = char[400 + MOST_DOUBLE_DIGITS];
 using LongDoubleText = char[5000 + MOST_LONG_DOUBLE_DIGITS];
 
 // The parts of a real number; the conversion's letter is one of "aAeEfFgG", its precision is negative where there is none.
-Number real_number(const Conversion &conversion, double value, DoubleText &room);
-Number real_number(const Conversion &conversion, long double value, LongDoubleText &room);
+Number real_number(const FormatConversion &conversion, double value, DoubleText &room);
+Number real_number(const FormatConversion &conversion, long double value, LongDoubleText &room);
 
 } // namespace qbgl

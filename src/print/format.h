@@ -22,16 +22,16 @@ enum : unsigned {
 enum class Length { NONE, CHAR, SHORT, LONG, LONG_LONG, LONG_DOUBLE };
 
 // A width or a precision: a number, an argument, or none.
-struct Amount {
+struct FieldSize {
     int value = -1;
     bool is_argument = false;
     int position = 0; // of the argument, from 1; 0 for the next one
 };
 
-struct Conversion {
+struct FormatConversion {
     int position = 0;
     unsigned flags = 0;
-    Amount width, precision;
+    FieldSize width, precision;
     Length length = Length::NONE;
     gl_wchar letter = 0;
 };
@@ -85,7 +85,7 @@ template <class Text> class FormatReader {
     }
 
     // "*" or "*N$", behind the star. False for what is neither.
-    bool argument(Amount &amount) {
+    bool argument(FieldSize &amount) {
         amount.is_argument = true;
         if (!is_digit()) return true;
         return number(amount.position) && amount.position > 0 && skip('$');
@@ -121,13 +121,13 @@ inline bool is_conversion(gl_wchar wc) {
 }
 
 // Reads a conversion of printing behind its "%". 0, or the number of what is wrong.
-template <class Text> int read_conversion(FormatReader<Text> &in, Conversion &conversion) {
+template <class Text> int read_conversion(FormatReader<Text> &in, FormatConversion &conversion) {
     if (is_conversion(in.value())) {
         conversion.letter = in.value();
         in.advance();
         return 0;
     }
-    Amount &width = conversion.width, &precision = conversion.precision;
+    FieldSize &width = conversion.width, &precision = conversion.precision;
     bool has_width = false;
     if (in.is_digit() && in.value() != '0') {
         if (!in.number(width.value)) return GL_EINVAL;

@@ -9,7 +9,7 @@ using namespace qbgl;
 namespace {
 
 // The kind of a conversion's argument; NONE for what is no conversion.
-Kind kind_of(const Conversion &conversion) {
+Kind kind_of(const FormatConversion &conversion) {
     switch (conversion.letter) {
     case 'd':
     case 'i':
@@ -75,7 +75,7 @@ template <class Text> class Printer {
                 in.advance();
                 continue;
             }
-            Conversion conversion;
+            FormatConversion conversion;
             if (const int error = read_conversion(in, conversion); error != 0) return error;
             if (first && conversion.position != 0 && collected_ == nullptr) return print_positioned(begin);
             first = false;
@@ -91,9 +91,9 @@ template <class Text> class Printer {
             if (in.length() <= 0) break;
             in.advance();
             if (in.skip('%')) continue;
-            Conversion conversion;
+            FormatConversion conversion;
             if (const int error = read_conversion(in, conversion); error != 0) return error;
-            for (const Amount *amount : {&conversion.width, &conversion.precision})
+            for (const FieldSize *amount : {&conversion.width, &conversion.precision})
                 if (amount->is_argument)
                     if (const int error = collected_->want(amount->position, Kind::INT); error != 0) return error;
             const Kind kind = kind_of(conversion);
@@ -111,7 +111,7 @@ template <class Text> class Printer {
         return collected_ != nullptr ? collected_->at(position).pointer : va_arg(arguments_.list, void *);
     }
 
-    int convert(Conversion &conversion) {
+    int convert(FormatConversion &conversion) {
         const Kind kind = kind_of(conversion);
         if (kind == Kind::NONE) return GL_EINVAL;
         const auto fits = [this](int position) { return (position != 0) == (collected_ != nullptr); };
@@ -141,9 +141,9 @@ template <class Text> class Printer {
         }
     }
 
-    static bool is_signed(const Conversion &conversion) { return conversion.letter == 'd' || conversion.letter == 'i'; }
+    static bool is_signed(const FormatConversion &conversion) { return conversion.letter == 'd' || conversion.letter == 'i'; }
 
-    int print_int(const Conversion &conversion, int value) {
+    int print_int(const FormatConversion &conversion, int value) {
         const bool with_sign = is_signed(conversion);
         if (conversion.length == Length::CHAR)
             value = with_sign ? static_cast<signed char>(value) : static_cast<unsigned char>(value);
@@ -152,14 +152,14 @@ template <class Text> class Printer {
         const auto bits = static_cast<unsigned>(value);
         return print_integer(conversion, negative ? 0 - bits : bits, negative);
     }
-    int print_long(const Conversion &conversion, Kind kind, long long value) {
+    int print_long(const FormatConversion &conversion, Kind kind, long long value) {
         if (!is_signed(conversion) && kind == Kind::LONG) value = static_cast<long long>(static_cast<unsigned long>(value));
         const bool negative = is_signed(conversion) && value < 0;
         const auto bits = static_cast<uint64_t>(value);
         return print_integer(conversion, negative ? 0 - bits : bits, negative);
     }
 
-    template <class Magnitude> int print_integer(const Conversion &conversion, Magnitude magnitude, bool negative) {
+    template <class Magnitude> int print_integer(const FormatConversion &conversion, Magnitude magnitude, bool negative) {
         IntegerText room;
         constexpr unsigned OTHERS = GROUPED | COLUMNS | ALTERNATE;
         if ((conversion.flags & OTHERS) == 0 && conversion.precision.value < 0 && conversion.letter != 'o') {
@@ -177,7 +177,7 @@ template <class Text> class Printer {
     }
 
     // A field of ASCII characters that has its room, without asking for that at each part. False where nothing is written.
-    bool put_whole(const Conversion &conversion, const char *sign, const char *digits, int count) {
+    bool put_whole(const FormatConversion &conversion, const char *sign, const char *digits, int count) {
         const int length = (sign != nullptr) + count, fill = std::max(conversion.width.value - length, 0);
         if (sink_.unit() != 1) return false;
         Unit *at = sink_.claim(length, fill);
@@ -194,16 +194,16 @@ template <class Text> class Printer {
         return true;
     }
 
-    [[gnu::noinline]] int print_double(const Conversion &conversion, double value) {
+    [[gnu::noinline]] int print_double(const FormatConversion &conversion, double value) {
         DoubleText room;
         return print_number(conversion, real_number(conversion, value, room), true);
     }
-    [[gnu::noinline]] int print_long_double(const Conversion &conversion, long double value) {
+    [[gnu::noinline]] int print_long_double(const FormatConversion &conversion, long double value) {
         LongDoubleText room;
         return print_number(conversion, real_number(conversion, value, room), true);
     }
 
-    int print_pointer(Conversion &conversion, const void *pointer) {
+    int print_pointer(FormatConversion &conversion, const void *pointer) {
         if (pointer == nullptr) {
             constexpr char NIL[] = "(nil)";
             Number text;
@@ -219,13 +219,13 @@ template <class Text> class Printer {
     }
 
     // The units that a width leaves to fill, or the columns.
-    int64_t padding(const Conversion &conversion, const Extent &extent) const {
+    int64_t padding(const FormatConversion &conversion, const Extent &extent) const {
         const int64_t width = conversion.width.value;
         if ((conversion.flags & COLUMNS) != 0) return std::max<int64_t>(width - extent.columns, 0);
         return width > extent.units ? static_cast<int>(width - extent.units) / sink_.unit() : 0;
     }
 
-    int print_number(const Conversion &conversion, const Number &number, bool groups) {
+    int print_number(const FormatConversion &conversion, const Number &number, bool groups) {
         const bool with_columns = (conversion.flags & COLUMNS) != 0;
         const gl_numeric_info &conventions = text_.locale()->numeric;
         const int digits = static_cast<int>(number.digits.size());
@@ -294,7 +294,7 @@ template <class Text> class Printer {
         return true;
     }
 
-    template <class Source> int print_text(const Conversion &conversion, const Source *s, const Extent &extent) {
+    template <class Source> int print_text(const FormatConversion &conversion, const Source *s, const Extent &extent) {
         const int64_t fill = padding(conversion, extent);
         const bool left = (conversion.flags & LEFT) != 0;
         if (!left && fill > 0 && !sink_.fill(' ', fill)) return GL_E2BIG;
@@ -304,7 +304,7 @@ template <class Text> class Printer {
     }
 
     // A text of no other characters that has its room. False where nothing is written.
-    bool put_single_bytes(const Conversion &conversion, const char *s, int limit) {
+    bool put_single_bytes(const FormatConversion &conversion, const char *s, int limit) {
         const int count = text_.single_bytes(s, limit), fill = std::max(conversion.width.value - count, 0);
         if (sink_.unit() != 1 || (count < limit && s[count] != '\0')) return false;
         char *const at = sink_.claim(count, fill);
@@ -315,7 +315,7 @@ template <class Text> class Printer {
         return true;
     }
 
-    int print_string(const Conversion &conversion, const void *string) {
+    int print_string(const FormatConversion &conversion, const void *string) {
         const bool with_columns = (conversion.flags & COLUMNS) != 0;
         const int limit = conversion.precision.value >= 0 ? conversion.precision.value : INT_MAX;
         if (string == nullptr) {
@@ -335,7 +335,7 @@ template <class Text> class Printer {
         return print_text(conversion, s, sink_.measure(s, limit, with_columns));
     }
 
-    int print_character(const Conversion &conversion, int value) {
+    int print_character(const FormatConversion &conversion, int value) {
         const bool is_wide = conversion.letter == 'C' || conversion.length == Length::LONG;
         const auto wc = is_wide ? static_cast<gl_wchar>(value) : static_cast<unsigned char>(value);
         Unit units[MAX_KEY];
@@ -349,7 +349,7 @@ template <class Text> class Printer {
     }
 
     const Text text_;
-    Sink<Text> sink_;
+    PrintSink<Text> sink_;
     ArgumentList &arguments_;
     PositionedArguments *collected_ = nullptr; // none unless they have positions
 };
@@ -367,10 +367,10 @@ template <class Text, class Unit> int print(gl_locale *locale, Unit *out, int ro
 } // namespace
 
 int gl_vmbsprintf(gl_locale *locale, char *out, int room, const char *format, va_list list) {
-    return print<MultibyteText>(locale, out, room, format, list);
+    return print<MultibyteString>(locale, out, room, format, list);
 }
 int gl_vwcsprintf(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *format, va_list list) {
-    return print<WideText>(locale, out, room, format, list);
+    return print<WideString>(locale, out, room, format, list);
 }
 
 int gl_mbsprintf(gl_locale *locale, char *out, int room, const char *format, ...) {

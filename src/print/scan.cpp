@@ -71,7 +71,7 @@ template <class Text> class Scanner {
                 reader.advance();
                 continue;
             }
-            Conversion conversion;
+            FormatConversion conversion;
             const Unit *set = nullptr;
             if (const Outcome outcome = read(reader, conversion, set); outcome != Outcome::READ) return outcome;
             if (done_ == 0 && !positioned_ && conversion.position != 0) {
@@ -87,7 +87,7 @@ template <class Text> class Scanner {
     }
 
     // A conversion behind its "%".
-    Outcome read(Reader &reader, Conversion &conversion, const Unit *&set) const {
+    Outcome read(Reader &reader, FormatConversion &conversion, const Unit *&set) const {
         int &width = conversion.width.value;
         const auto read_number = [&] {
             if (!reader.is_digit()) return true;
@@ -126,7 +126,7 @@ template <class Text> class Scanner {
             if (reader.length() <= 0) break;
             reader.advance();
             if (reader.skip('%')) continue;
-            Conversion conversion;
+            FormatConversion conversion;
             const Unit *set = nullptr;
             if (const Outcome outcome = read(reader, conversion, set); outcome != Outcome::READ) return outcome;
             if ((conversion.flags & SUPPRESSED) != 0) continue;
@@ -136,12 +136,12 @@ template <class Text> class Scanner {
         return reader.ends() && collected_.take(arguments_) == 0 ? Outcome::READ : Outcome::BAD_FORMAT;
     }
 
-    void *argument(const Conversion &conversion) {
+    void *argument(const FormatConversion &conversion) {
         if ((conversion.flags & SUPPRESSED) != 0) return nullptr;
         return positioned_ ? collected_.at(conversion.position).pointer : arguments_.next(Kind::POINTER).pointer;
     }
 
-    Outcome convert(const Conversion &conversion, const Unit *set) {
+    Outcome convert(const FormatConversion &conversion, const Unit *set) {
         const gl_wchar letter = conversion.letter;
         left_ = conversion.width.value > 0 ? conversion.width.value : INT_MAX;
         switch (letter) {
@@ -212,7 +212,7 @@ template <class Text> class Scanner {
             left -= place.length();
             place.advance();
         } else {
-            const MultibyteText bytes(text_.locale());
+            const MultibyteString bytes(text_.locale());
             const char *at = symbol.bytes;
             if (bytes.step(at).length <= 0) return false;
             for (Step step; (step = bytes.step(at)).length > 0; at += step.length) {
@@ -294,7 +294,7 @@ template <class Text> class Scanner {
         }
     }
 
-    Outcome integer(const Conversion &conversion, int base) {
+    Outcome integer(const FormatConversion &conversion, int base) {
         if (in_.length() <= 0) return stopped();
         const bool is_pointer = conversion.letter == 'p';
         const bool is_signed = conversion.letter == 'd' || conversion.letter == 'i';
@@ -346,13 +346,13 @@ template <class Text> class Scanner {
         }
     }
 
-    Outcome real(const Conversion &conversion) {
+    Outcome real(const FormatConversion &conversion) {
         if (in_.length() <= 0) return stopped();
         if (conversion.length == Length::LONG_DOUBLE) return real_into<RealDigits<MOST_LONG_DOUBLE>>(conversion);
         return real_into<RealDigits<MOST_DOUBLE>>(conversion);
     }
 
-    template <class Digits> [[gnu::noinline]] Outcome real_into(const Conversion &conversion) {
+    template <class Digits> [[gnu::noinline]] Outcome real_into(const FormatConversion &conversion) {
         Digits number;
         number.negative = next() == '-';
         if (number.negative || next() == '+') consume();
@@ -410,19 +410,19 @@ template <class Text> class Scanner {
         return has_exponent ? Outcome::READ : mismatch();
     }
 
-    [[gnu::noinline]] Outcome letters_of_set(const Conversion &conversion, const Unit *set) {
+    [[gnu::noinline]] Outcome letters_of_set(const FormatConversion &conversion, const Unit *set) {
         ScanSet members;
         if (!members.read(text_, set)) return Outcome::NO_MEMORY;
         return letters(conversion, true, [&members](gl_wchar wc) { return members.has(wc); });
     }
 
-    static bool takes_wide(const Conversion &conversion) {
+    static bool takes_wide(const FormatConversion &conversion) {
         return conversion.letter == 'C' || conversion.letter == 'S' || conversion.length == Length::LONG;
     }
 
     // Characters as long as `belongs` says so of them, into bytes or wide characters; with a terminator where they are a text. A
     // field of bytes never ends inside a character.
-    template <class Belongs> Outcome letters(const Conversion &conversion, bool is_text, Belongs belongs) {
+    template <class Belongs> Outcome letters(const FormatConversion &conversion, bool is_text, Belongs belongs) {
         const bool is_wide = takes_wide(conversion);
         if (in_.length() <= 0) return stopped();
         char *bytes = nullptr;
@@ -431,8 +431,8 @@ template <class Text> class Scanner {
             wide = static_cast<gl_wchar *>(out);
         else
             bytes = static_cast<char *>(out);
-        const MultibyteText encoding(text_.locale());
-        const Sink<MultibyteText> encoder(encoding, nullptr, 0);
+        const MultibyteString encoding(text_.locale());
+        const PrintSink<MultibyteString> encoder(encoding, nullptr, 0);
         int count = 0;
         while (left_ > 0 && in_.length() > 0 && (is_wide || in_.length() <= left_) && belongs(in_.value())) {
             char character[MAX_KEY];
@@ -472,10 +472,10 @@ template <class Text, class Unit> int scan(gl_locale *locale, const Unit *s, con
 } // namespace
 
 int gl_vmbsscanf(gl_locale *locale, const char *text, const char *format, va_list list) {
-    return scan<MultibyteText>(locale, text, format, list);
+    return scan<MultibyteString>(locale, text, format, list);
 }
 int gl_vwcsscanf(gl_locale *locale, const gl_wchar *text, const gl_wchar *format, va_list list) {
-    return scan<WideText>(locale, text, format, list);
+    return scan<WideString>(locale, text, format, list);
 }
 
 int gl_mbsscanf(gl_locale *locale, const char *text, const char *format, ...) {

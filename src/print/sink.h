@@ -22,11 +22,11 @@ inline int columns_of(gl_locale *locale, gl_wchar wc) {
     return (traits & HAS_WIDTH) == 0 ? 0 : (traits & HAS_TWO_COLUMNS) != 0 ? 2 : 1;
 }
 
-template <class Text> class SinkBase {
+template <class Text> class PrintSinkBase {
   public:
     using Unit = typename Text::Unit;
 
-    SinkBase(const Text &text, Unit *out, int room) : text_(text), out_(out), left_(room - text.terminator_length()) {}
+    PrintSinkBase(const Text &text, Unit *out, int room) : text_(text), out_(out), left_(room - text.terminator_length()) {}
 
     const Text &text() const { return text_; }
     bool has_room() const { return left_ >= 0; }
@@ -61,11 +61,11 @@ template <class Text> class SinkBase {
     int left_;
 };
 
-template <class Text> class Sink;
+template <class Text> class PrintSink;
 
-template <> class Sink<MultibyteText> : public SinkBase<MultibyteText> {
+template <> class PrintSink<MultibyteString> : public PrintSinkBase<MultibyteString> {
   public:
-    using SinkBase::SinkBase;
+    using PrintSinkBase::PrintSinkBase;
 
     int unit() const { return std::max(text_.terminator_length(), 1); } // bytes of an ASCII character
 
@@ -156,9 +156,9 @@ template <> class Sink<MultibyteText> : public SinkBase<MultibyteText> {
     }
 };
 
-template <> class Sink<WideText> : public SinkBase<WideText> {
+template <> class PrintSink<WideString> : public PrintSinkBase<WideString> {
   public:
-    using SinkBase::SinkBase;
+    using PrintSinkBase::PrintSinkBase;
 
     static int unit() { return 1; }
 
@@ -178,7 +178,7 @@ template <> class Sink<WideText> : public SinkBase<WideText> {
     // At most `limit` characters.
     Extent measure(const char *s, int limit, bool with_columns) const {
         Extent extent;
-        const MultibyteText bytes(text_.locale());
+        const MultibyteString bytes(text_.locale());
         for (; extent.units < limit; ++extent.units) {
             const Step step = bytes.step(s);
             if (step.length < 0) extent.error = GL_EILSEQ;
@@ -189,7 +189,7 @@ template <> class Sink<WideText> : public SinkBase<WideText> {
         return extent;
     }
     bool write(const char *s, int64_t units) {
-        const MultibyteText bytes(text_.locale());
+        const MultibyteString bytes(text_.locale());
         for (; units > 0; --units) {
             const Step step = bytes.step(s);
             if (!character(&step.value, 1)) return false;

@@ -27,8 +27,8 @@ template <class Text, class Unit> int compare(gl_locale *locale, const Unit *a, 
 
 } // namespace
 
-int gl_mbscasecmp(gl_locale *locale, const char *a, const char *b) { return compare<MultibyteText>(locale, a, b, INT_MAX); }
-int gl_mbsncasecmp(gl_locale *locale, const char *a, const char *b, int n) { return compare<MultibyteText>(locale, a, b, n); }
+int gl_mbscasecmp(gl_locale *locale, const char *a, const char *b) { return compare<MultibyteString>(locale, a, b, INT_MAX); }
+int gl_mbsncasecmp(gl_locale *locale, const char *a, const char *b, int n) { return compare<MultibyteString>(locale, a, b, n); }
 
-int gl_wcscasecmp(gl_locale *locale, const gl_wchar *a, const gl_wchar *b) { return compare<WideText>(locale, a, b, INT_MAX); }
-int gl_wcsncasecmp(gl_locale *locale, const gl_wchar *a, const gl_wchar *b, int n) { return compare<WideText>(locale, a, b, n); }
+int gl_wcscasecmp(gl_locale *locale, const gl_wchar *a, const gl_wchar *b) { return compare<WideString>(locale, a, b, INT_MAX); }
+int gl_wcsncasecmp(gl_locale *locale, const gl_wchar *a, const gl_wchar *b, int n) { return compare<WideString>(locale, a, b, n); }

@@ -81,29 +81,29 @@ template <class Text, class Unit> int reverse(gl_locale *locale, Unit *out, int 
 } // namespace
 
 int gl_mbscpy(gl_locale *locale, char *out, int room, const char *s) {
-    return copy<MultibyteText>(locale, out, room, s, INT_MAX, false);
+    return copy<MultibyteString>(locale, out, room, s, INT_MAX, false);
 }
 int gl_mbscat(gl_locale *locale, char *out, int room, const char *s) {
-    return copy<MultibyteText>(locale, out, room, s, INT_MAX, true);
+    return copy<MultibyteString>(locale, out, room, s, INT_MAX, true);
 }
 int gl_mbsncpy(gl_locale *locale, char *out, int room, const char *s, int n) {
-    return copy<MultibyteText>(locale, out, room, s, n, false);
+    return copy<MultibyteString>(locale, out, room, s, n, false);
 }
 int gl_mbsncat(gl_locale *locale, char *out, int room, const char *s, int n) {
-    return copy<MultibyteText>(locale, out, room, s, n, true);
+    return copy<MultibyteString>(locale, out, room, s, n, true);
 }
-int gl_mbsrev(gl_locale *locale, char *out, int room, const char *s) { return reverse<MultibyteText>(locale, out, room, s); }
+int gl_mbsrev(gl_locale *locale, char *out, int room, const char *s) { return reverse<MultibyteString>(locale, out, room, s); }
 
 int gl_wcscpy(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *s) {
-    return copy<WideText>(locale, out, room, s, INT_MAX, false);
+    return copy<WideString>(locale, out, room, s, INT_MAX, false);
 }
 int gl_wcscat(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *s) {
-    return copy<WideText>(locale, out, room, s, INT_MAX, true);
+    return copy<WideString>(locale, out, room, s, INT_MAX, true);
 }
 int gl_wcsncpy(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *s, int n) {
-    return copy<WideText>(locale, out, room, s, n, false);
+    return copy<WideString>(locale, out, room, s, n, false);
 }
 int gl_wcsncat(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *s, int n) {
-    return copy<WideText>(locale, out, room, s, n, true);
+    return copy<WideString>(locale, out, room, s, n, true);
 }
-int gl_wcsrev(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *s) { return reverse<WideText>(locale, out, room, s); }
+int gl_wcsrev(gl_locale *locale, gl_wchar *out, int room, const gl_wchar *s) { return reverse<WideString>(locale, out, room, s); }

@@ -13,7 +13,7 @@ namespace {
 // asked.
 class Boundaries {
   public:
-    Boundaries(const MultibyteText &text, const char *s) : text_(text), known_(s) {}
+    Boundaries(const MultibyteString &text, const char *s) : text_(text), known_(s) {}
 
     // Bytes that are no character are told, and then nothing begins behind them.
     bool has(const char *place) {
@@ -42,13 +42,13 @@ class Boundaries {
         return begins;
     }
 
-    const MultibyteText &text_;
+    const MultibyteString &text_;
     const char *known_; // a character begins here
     bool bad_ = false;
 };
 
 // The end of a text, told character by character; null with the error number for bytes that are none.
-const char *end_of_text(const MultibyteText &text, const char *s) {
+const char *end_of_text(const MultibyteString &text, const char *s) {
     if (text.terminator_length() == 1) return s + strlen(s);
     for (;;) {
         const int length = text.step(s).length;
@@ -58,7 +58,7 @@ const char *end_of_text(const MultibyteText &text, const char *s) {
     }
 }
 
-const char *find_from(const MultibyteText &text, Boundaries &boundaries, const char *from, const char *needle, size_t length) {
+const char *find_from(const MultibyteString &text, Boundaries &boundaries, const char *from, const char *needle, size_t length) {
     const char *const end = end_of_text(text, from);
     if (end == nullptr) return nullptr;
     const auto *found = Needle<uint8_t>(as_bytes(needle), length).find_in(as_bytes(from), as_bytes(end), [&](const uint8_t *at) {
@@ -83,7 +83,7 @@ const char *find_bytes(const char *from, const char *needle, size_t length) {
 
 } // namespace
 
-const char *find(const MultibyteText &text, const char *s, const char *needle, size_t length) {
+const char *find(const MultibyteString &text, const char *s, const char *needle, size_t length) {
     if (length == 0) return s;
     Boundaries boundaries(text, s);
     if (text.terminator_length() != 1) return find_from(text, boundaries, s, needle, length);
@@ -120,7 +120,7 @@ const gl_wchar *find_pair(const gl_wchar *at, const gl_wchar *end, gl_wchar firs
 
 // Window by window, so that what follows an early find is not looked at. Comparisons that go far without finding anything are the
 // work of periodic texts, for which there is the other way.
-const gl_wchar *find(const WideText &, const gl_wchar *s, const gl_wchar *needle, size_t length) {
+const gl_wchar *find(const WideString &, const gl_wchar *s, const gl_wchar *needle, size_t length) {
     if (length == 0) return s;
     constexpr ptrdiff_t WINDOW = 1024;
     size_t compared = 0;

@@ -85,9 +85,9 @@ template <class Text, class Unit> int match(gl_locale *locale, const Unit *s, co
 } // namespace
 
 int gl_mbsmatch(gl_locale *locale, const char *text, const char *pattern, const char *escape) {
-    return match<MultibyteText>(locale, text, pattern, escape);
+    return match<MultibyteString>(locale, text, pattern, escape);
 }
 
 int gl_wcsmatch(gl_locale *locale, const gl_wchar *text, const gl_wchar *pattern, const gl_wchar *escape) {
-    return match<WideText>(locale, text, pattern, escape);
+    return match<WideString>(locale, text, pattern, escape);
 }

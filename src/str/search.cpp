@@ -11,13 +11,13 @@ template <class Text> struct Character {
     int length; // 0 for the terminator, BAD
 };
 
-Character<MultibyteText> character_at(const MultibyteText &text, const char *c) {
-    Character<MultibyteText> character;
+Character<MultibyteString> character_at(const MultibyteString &text, const char *c) {
+    Character<MultibyteString> character;
     character.length = text.step(c).length;
     if (character.length > 0) memcpy(character.units, c, static_cast<size_t>(character.length));
     return character;
 }
-Character<WideText> character_at(const WideText &, gl_wchar c) { return {{c}, c != 0 ? 1 : 0}; }
+Character<WideString> character_at(const WideString &, gl_wchar c) { return {{c}, c != 0 ? 1 : 0}; }
 
 bool is_null(const char *c) { return c == nullptr; }
 bool is_null(gl_wchar) { return false; }
@@ -67,10 +67,10 @@ template <class Text, class Unit> Unit *text_in(gl_locale *locale, const Unit *s
 
 } // namespace
 
-char *gl_mbschr(gl_locale *locale, const char *s, const char *c) { return first<MultibyteText>(locale, s, c); }
-char *gl_mbsrchr(gl_locale *locale, const char *s, const char *c) { return last<MultibyteText>(locale, s, c); }
-char *gl_mbsstr(gl_locale *locale, const char *s, const char *needle) { return text_in<MultibyteText>(locale, s, needle); }
+char *gl_mbschr(gl_locale *locale, const char *s, const char *c) { return first<MultibyteString>(locale, s, c); }
+char *gl_mbsrchr(gl_locale *locale, const char *s, const char *c) { return last<MultibyteString>(locale, s, c); }
+char *gl_mbsstr(gl_locale *locale, const char *s, const char *needle) { return text_in<MultibyteString>(locale, s, needle); }
 
-gl_wchar *gl_wcschr(gl_locale *locale, const gl_wchar *s, gl_wchar c) { return first<WideText>(locale, s, c); }
-gl_wchar *gl_wcsrchr(gl_locale *locale, const gl_wchar *s, gl_wchar c) { return last<WideText>(locale, s, c); }
-gl_wchar *gl_wcsstr(gl_locale *locale, const gl_wchar *s, const gl_wchar *needle) { return text_in<WideText>(locale, s, needle); }
+gl_wchar *gl_wcschr(gl_locale *locale, const gl_wchar *s, gl_wchar c) { return first<WideString>(locale, s, c); }
+gl_wchar *gl_wcsrchr(gl_locale *locale, const gl_wchar *s, gl_wchar c) { return last<WideString>(locale, s, c); }
+gl_wchar *gl_wcsstr(gl_locale *locale, const gl_wchar *s, const gl_wchar *needle) { return text_in<WideString>(locale, s, needle); }

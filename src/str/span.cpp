@@ -60,7 +60,7 @@ template <class Text> class CharacterSet {
 
 // Passes over the characters that a set of one-byte characters does not have, by the codeset's arrays, which tell most; stops at
 // what they do not tell, too.
-const char *pass_plain(const MultibyteText &text, const char *s, const CharacterSet<MultibyteText> &set) {
+const char *pass_plain(const MultibyteString &text, const char *s, const CharacterSet<MultibyteString> &set) {
     const CodesetMaps *const maps = text.maps();
     if (maps == nullptr || text.terminator_length() != 1 || set.has_others()) return s;
     const auto continues = [](uint8_t byte) { return static_cast<int8_t>(byte) < -0x40; }; // 80 to BF
@@ -85,7 +85,7 @@ const char *pass_plain(const MultibyteText &text, const char *s, const Character
     }
     return as_text(at);
 }
-const gl_wchar *pass_plain(const WideText &, const gl_wchar *s, const CharacterSet<WideText> &) { return s; }
+const gl_wchar *pass_plain(const WideString &, const gl_wchar *s, const CharacterSet<WideString> &) { return s; }
 
 // Passes over the characters that are in the set, or that are not: the place behind them, or null with the error number.
 template <class Text, class Unit = typename Text::Unit>
@@ -140,14 +140,14 @@ template <class Text, class Unit> Unit *token(gl_locale *locale, Unit *s, const 
 
 } // namespace
 
-int gl_mbsspn(gl_locale *locale, const char *s, const char *set) { return span<MultibyteText>(locale, s, set, true); }
-int gl_mbscspn(gl_locale *locale, const char *s, const char *set) { return span<MultibyteText>(locale, s, set, false); }
-char *gl_mbspbrk(gl_locale *locale, const char *s, const char *set) { return first_of<MultibyteText>(locale, s, set); }
-char *gl_mbstok(gl_locale *locale, char *s, const char *set, char **state) { return token<MultibyteText>(locale, s, set, state); }
+int gl_mbsspn(gl_locale *locale, const char *s, const char *set) { return span<MultibyteString>(locale, s, set, true); }
+int gl_mbscspn(gl_locale *locale, const char *s, const char *set) { return span<MultibyteString>(locale, s, set, false); }
+char *gl_mbspbrk(gl_locale *locale, const char *s, const char *set) { return first_of<MultibyteString>(locale, s, set); }
+char *gl_mbstok(gl_locale *locale, char *s, const char *set, char **state) { return token<MultibyteString>(locale, s, set, state); }
 
-int gl_wcsspn(gl_locale *locale, const gl_wchar *s, const gl_wchar *set) { return span<WideText>(locale, s, set, true); }
-int gl_wcscspn(gl_locale *locale, const gl_wchar *s, const gl_wchar *set) { return span<WideText>(locale, s, set, false); }
-gl_wchar *gl_wcspbrk(gl_locale *locale, const gl_wchar *s, const gl_wchar *set) { return first_of<WideText>(locale, s, set); }
+int gl_wcsspn(gl_locale *locale, const gl_wchar *s, const gl_wchar *set) { return span<WideString>(locale, s, set, true); }
+int gl_wcscspn(gl_locale *locale, const gl_wchar *s, const gl_wchar *set) { return span<WideString>(locale, s, set, false); }
+gl_wchar *gl_wcspbrk(gl_locale *locale, const gl_wchar *s, const gl_wchar *set) { return first_of<WideString>(locale, s, set); }
 gl_wchar *gl_wcstok(gl_locale *locale, gl_wchar *s, const gl_wchar *set, gl_wchar **state) {
-    return token<WideText>(locale, s, set, state);
+    return token<WideString>(locale, s, set, state);
 }

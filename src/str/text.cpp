@@ -4,7 +4,7 @@
 
 namespace qbgl {
 
-Step MultibyteText::step_slowly(const uint8_t *at, ptrdiff_t limit) const {
+Step MultibyteString::step_slowly(const uint8_t *at, ptrdiff_t limit) const {
     if (limit >= terminator_ && is_terminator(at, terminator_)) return {0, 0};
     if (served_by_extension(locale_, GL_CAT_CTYPE)) {
         gl_wchar value = 0;

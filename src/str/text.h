@@ -16,11 +16,11 @@ struct Step {
 };
 inline constexpr int BAD = -1, ENDS_EARLY = -2;
 
-class MultibyteText {
+class MultibyteString {
   public:
     using Unit = char;
 
-    explicit MultibyteText(gl_locale *locale)
+    explicit MultibyteString(gl_locale *locale)
         : locale_(locale), maps_(served_by_extension(locale, GL_CAT_CTYPE) ? nullptr : maps_of(locale)),
           terminator_(locale->ctype.codeset_table->min_length), single_byte_(locale->single_byte != 0) {}
 
@@ -77,11 +77,11 @@ class MultibyteText {
 };
 
 // Wide values are taken as they are.
-class WideText {
+class WideString {
   public:
     using Unit = gl_wchar;
 
-    explicit WideText(gl_locale *locale) : locale_(locale) {}
+    explicit WideString(gl_locale *locale) : locale_(locale) {}
 
     gl_locale *locale() const { return locale_; }
     static int terminator_length() { return 1; }

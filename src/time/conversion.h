@@ -10,7 +10,7 @@
 
 namespace qbgl {
 
-struct Conversion {
+struct DateConversion {
     char letter = 0;
     char pad = 0; // _ - 0 + or none
     bool upper = false, swap = false;
@@ -50,7 +50,7 @@ class Nesting {
     int64_t passed_ = 0;
 };
 
-template <class Unit> [[gnu::noinline]] bool read_whole_conversion(gl_locale *locale, Text<Unit> &format, Conversion &found) {
+template <class Unit> [[gnu::noinline]] bool read_whole_conversion(gl_locale *locale, Text<Unit> &format, DateConversion &found) {
     gl_wchar wc;
     bool any_flag = false;
     for (;; format.advance(), any_flag = true) {
@@ -94,7 +94,7 @@ template <class Unit> [[gnu::noinline]] bool read_whole_conversion(gl_locale *lo
 }
 
 // The conversion behind a "%". False with the error: GL_EINVAL for none.
-template <class Unit> inline bool read_conversion(gl_locale *locale, Text<Unit> &format, Conversion &found) {
+template <class Unit> inline bool read_conversion(gl_locale *locale, Text<Unit> &format, DateConversion &found) {
     // Most have nothing but their letter.
     if (const gl_wchar wc = format.ascii(); (wc | 0x20) - 'a' < 26 && wc != 'E' && wc != 'O' && wc != 'Q') {
         found.letter = static_cast<char>(wc);

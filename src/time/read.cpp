@@ -89,7 +89,7 @@ template <class Unit> class DateReader {
             if (wc == 0) return true;
             if (wc == '%') {
                 format.advance();
-                Conversion conversion;
+                DateConversion conversion;
                 if (!read_conversion(locale_, format, conversion) || !convert(conversion)) return false;
                 continue;
             }
@@ -197,7 +197,7 @@ template <class Unit> class DateReader {
         return true;
     }
 
-    bool convert(const Conversion &one) {
+    bool convert(const DateConversion &one) {
         const bool era = one.modifier == 'E' && info_.era_count > 0;
         DateParts &date = own_calendar_ && !one.gregorian && !gregorian_ ? own_ : parts_;
         const bool own = &date == &own_;
@@ -252,7 +252,7 @@ template <class Unit> class DateReader {
     }
 
     const char *first_of(const char *text, const char *otherwise) { return is_empty(locale_, text) ? otherwise : text; }
-    bool nested(const char *format, const Conversion &one) {
+    bool nested(const char *format, const DateConversion &one) {
         if (format == nullptr) return true;
         Text<char> text(locale_, format);
         return nested_as(text, gregorian_ || one.gregorian);
@@ -317,7 +317,7 @@ template <class Unit> class DateReader {
     // Digits, at most so many. False without one.
     template <class Value> bool digits(int most, Value &value) { return take_digits(text_, most, value) > 0; }
 
-    bool number(const Conversion &one, int32_t least, int32_t most, int digits_of_most, int32_t &value, int32_t add = 0) {
+    bool number(const DateConversion &one, int32_t least, int32_t most, int digits_of_most, int32_t &value, int32_t add = 0) {
         skip_blanks();
         int32_t found;
         if (one.modifier != 'O' || !longest_word(info_.alt_digit_names, found)) {
@@ -335,7 +335,7 @@ template <class Unit> class DateReader {
     }
 
     // Behind a sign there may be any year.
-    bool year(const Conversion &one, int32_t &value) {
+    bool year(const DateConversion &one, int32_t &value) {
         skip_blanks();
         const bool negative = take('-'), positive = !negative && take('+');
         if (!negative && !positive && one.width <= YEAR_DIGITS) return digits(YEAR_DIGITS, value) || mismatch();
@@ -422,11 +422,11 @@ template <class Unit> class DateReader {
         }
         text_.go_to(best);
         if (best != begin) return true;
-        return only_era_ == NONE ? number(Conversion{}, 0, 99, 2, parts_.century) : mismatch();
+        return only_era_ == NONE ? number(DateConversion{}, 0, 99, 2, parts_.century) : mismatch();
     }
     bool era_number() {
         const bool in_era = parts_.era != NONE || parts_.century == NONE;
-        if (!in_era) return number(Conversion{}, 0, 99, 2, parts_.year_of_century);
+        if (!in_era) return number(DateConversion{}, 0, 99, 2, parts_.year_of_century);
         skip_blanks();
         int64_t found;
         if (!digits(9, found)) return mismatch();
@@ -434,7 +434,7 @@ template <class Unit> class DateReader {
         return true;
     }
     // By the first era whose format the text has.
-    bool era_year(const Conversion &one) {
+    bool era_year(const DateConversion &one) {
         if (only_era_ != NONE) return refuse(); // a year that holds itself
         const Unit *const begin = text_.at();
         const Parts parts = parts_;

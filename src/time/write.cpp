@@ -63,7 +63,7 @@ template <class Unit> class DateWriter {
                 format.advance();
                 if (wc != '%') continue;
             }
-            Conversion conversion;
+            DateConversion conversion;
             if (!read_conversion(locale_, format, conversion) || !convert(conversion)) return false;
         }
     }
@@ -147,7 +147,7 @@ template <class Unit> class DateWriter {
 
     bool refuse() { return fail(locale_, GL_EINVAL, false); }
 
-    bool convert(const Conversion &one) {
+    bool convert(const DateConversion &one) {
         const bool era = one.modifier == 'E', own = own_calendar_ && !one.gregorian && !gregorian_;
         const int64_t year = int64_t{tm_.year} + 1900;
         switch (one.letter) {
@@ -214,13 +214,13 @@ template <class Unit> class DateWriter {
         return &local_;
     }
 
-    bool date_number(const Conversion &one, bool own, int32_t gl_tm::*field, int32_t least, int32_t most, int32_t add, int digits,
-                     char pad) {
+    bool date_number(const DateConversion &one, bool own, int32_t gl_tm::*field, int32_t least, int32_t most, int32_t add,
+                     int digits, char pad) {
         const gl_tm *date = own ? own_date() : &tm_;
         return date != nullptr && in_range(date->*field, least, most) && number(one, date->*field + add, digits, pad);
     }
 
-    bool month_name(const Conversion &one, bool own, const gl_text_list &names, const gl_text_list &alone,
+    bool month_name(const DateConversion &one, bool own, const gl_text_list &names, const gl_text_list &alone,
                     const gl_text_list &gregorian) {
         if (own) {
             const gl_tm *date = own_date();
@@ -240,12 +240,12 @@ template <class Unit> class DateWriter {
         return nullptr;
     }
 
-    bool year_part(const Conversion &one, bool own, int64_t year) {
+    bool year_part(const DateConversion &one, bool own, int64_t year) {
         if (one.modifier == 'E' && info_.era_count > 0) {
             const Era *era = era_of(year);
             if (era != nullptr) {
                 if (one.letter == 'C') return text(one, era->name);
-                Conversion plain = one;
+                DateConversion plain = one;
                 if (one.letter == 'y') {
                     if (plain.pad == 0) plain.pad = era_pad_;
                     return number(plain, era->number(year), 2);
@@ -269,59 +269,59 @@ template <class Unit> class DateWriter {
     }
 
     // A "+" of the flags stands before what has more digits than usual.
-    bool signed_year(const Conversion &one, int64_t year, int usual, int digits) {
+    bool signed_year(const DateConversion &one, int64_t year, int usual, int digits) {
         if (one.pad != '+' || year < 0) return number(one, year, digits);
         int64_t limit = 1;
         for (int i = 0; i < usual; ++i) limit *= 10;
-        Conversion rest = one;
+        DateConversion rest = one;
         rest.pad = '0';
         const bool has_sign = year >= limit || one.width / sink_.unit() > usual;
         if (has_sign) rest.width = std::max(one.width - sink_.unit(), 0);
         return (!has_sign || sink_.ascii('+')) && number(rest, year, usual);
     }
 
-    bool iso_date(const Conversion &one) {
+    bool iso_date(const DateConversion &one) {
         constexpr int MONTH_AND_DAY = 6;
         if (one.pad != '+') return fixed(one, "%Y-%m-%d");
-        Conversion year;
+        DateConversion year;
         year.pad = '+';
         year.width = std::max(one.width - MONTH_AND_DAY * sink_.unit(), 0);
-        return signed_year(year, int64_t{tm_.year} + 1900, 4, 1) && fixed(Conversion{}, "-%m-%d");
+        return signed_year(year, int64_t{tm_.year} + 1900, 4, 1) && fixed(DateConversion{}, "-%m-%d");
     }
 
-    bool iso_part(const Conversion &one, int64_t year) {
+    bool iso_part(const DateConversion &one, int64_t year) {
         if (!in_week() || !in_year()) return false;
         const IsoWeek week = iso_week(year, tm_.yday, tm_.wday);
         if (one.letter == 'V') return number(one, week.week, 2);
         return one.letter == 'G' ? signed_year(one, week.year, 4, 1) : number(one, floor_mod(week.year, 100), 2);
     }
 
-    bool half_of_day(const Conversion &one) {
+    bool half_of_day(const DateConversion &one) {
         if (!in_range(tm_.hour, 0, 23)) return false;
-        Conversion plain = one;
+        DateConversion plain = one;
         plain.swap = false;
         Letters letters = one.upper && one.letter == 'p' ? Letters::UPPER : Letters::AS_THEY_ARE;
         if (one.swap || one.letter == 'P') letters = Letters::LOWER;
         return text(plain, tm_.hour < 12 ? info_.am : info_.pm, letters);
     }
 
-    bool seconds(const Conversion &one, int64_t year) {
+    bool seconds(const DateConversion &one, int64_t year) {
         const bool valid = in_range(tm_.mon, 0, MONTHS - 1) && in_range(tm_.mday, 1, 31) && in_range(tm_.hour, 0, 23) &&
                            in_range(tm_.min, 0, 59) && in_range(tm_.sec, 0, 60) &&
                            in_range(tm_.gmtoff, -MOST_SECONDS_EAST, MOST_SECONDS_EAST);
         if (!valid) return false;
         const int64_t day = epoch_day(year, tm_.mon, tm_.mday);
-        Conversion plain = one;
+        DateConversion plain = one;
         if (plain.pad == 0) plain.pad = '-';
         return number(plain, ((day * 24 + tm_.hour) * 60 + tm_.min) * 60 + tm_.sec - tm_.gmtoff, 1);
     }
 
-    bool zone_offset(const Conversion &one) {
+    bool zone_offset(const DateConversion &one) {
         if (tm_.isdst < 0) return true;
         if (!in_range(tm_.gmtoff, -MOST_SECONDS_EAST, MOST_SECONDS_EAST)) return false;
         const int32_t minutes = std::abs(tm_.gmtoff) / 60;
         const int start = sink_.length();
-        Conversion digits;
+        DateConversion digits;
         const bool zeros = one.pad != '-' && one.pad != '_';
         digits.pad = zeros ? '0' : '-';
         if (zeros) digits.width = std::max(one.width - sink_.unit(), 0);
@@ -330,34 +330,34 @@ template <class Unit> class DateWriter {
                                               ' ')); // the sign is beside the digits
     }
 
-    bool zone_name(const Conversion &one) {
-        Conversion plain = one;
+    bool zone_name(const DateConversion &one) {
+        DateConversion plain = one;
         plain.swap = false;
         Letters letters = one.upper ? Letters::UPPER : Letters::AS_THEY_ARE;
         if (one.swap) letters = Letters::LOWER;
         return text(plain, zone_name_of(locale_, tm_.zone), letters);
     }
 
-    bool character(const Conversion &one, char c) {
+    bool character(const DateConversion &one, char c) {
         const int start = sink_.length();
         return sink_.ascii(c) && finish_field(one, start);
     }
 
     // What no digits of its own fill.
-    bool finish_field(const Conversion &one, int start) {
+    bool finish_field(const DateConversion &one, int start) {
         return one.width == 0 || sink_.pad(start, one.width, one.pad == '0' || one.pad == '+' ? '0' : ' ');
     }
 
-    bool text(const Conversion &one, const char *text) {
+    bool text(const DateConversion &one, const char *text) {
         return this->text(one, text, one.upper || one.swap ? Letters::UPPER : Letters::AS_THEY_ARE);
     }
-    bool text(const Conversion &one, const char *text, Letters letters) {
+    bool text(const DateConversion &one, const char *text, Letters letters) {
         const int start = sink_.length();
         if (upper_) letters = Letters::UPPER;
         return sink_.text(text, letters) && finish_field(one, start);
     }
 
-    bool fixed(const Conversion &one, const char *format) {
+    bool fixed(const DateConversion &one, const char *format) {
         if (has_plain_ascii(locale_)) {
             Text<char> text(locale_, format);
             return nested_as(one, text, true);
@@ -368,12 +368,12 @@ template <class Unit> class DateWriter {
         Text<gl_wchar> text(locale_, wide);
         return nested_as(one, text, true);
     }
-    bool nested(const Conversion &one, const char *format) {
+    bool nested(const DateConversion &one, const char *format) {
         if (format == nullptr) return true;
         Text<char> text(locale_, format);
         return nested_as(one, text, one.gregorian || gregorian_);
     }
-    template <class FormatUnit> bool nested_as(const Conversion &one, Text<FormatUnit> &format, bool gregorian) {
+    template <class FormatUnit> bool nested_as(const DateConversion &one, Text<FormatUnit> &format, bool gregorian) {
         if (!nesting_.enter()) return refuse();
         const bool upper = upper_, was_gregorian = gregorian_;
         const int start = sink_.length();
@@ -387,7 +387,7 @@ template <class Unit> class DateWriter {
     }
 
     // `digits` is what the number has at least, filled up with `pad` unless a flag says otherwise.
-    bool number(const Conversion &one, int64_t value, int digits, char pad = '0') {
+    bool number(const DateConversion &one, int64_t value, int digits, char pad = '0') {
         if (one.pad == 0 && one.width == 0 && one.modifier == 0 && value >= 0 && value < 10'000) {
             const auto low = static_cast<unsigned>(value);
             if (low >= 1000) return sink_.two_digits(low / 100) && sink_.two_digits(low % 100);
