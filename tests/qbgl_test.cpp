@@ -179,6 +179,10 @@ TEST(Client, DatesAreWrittenAndRead) {
         {"--all zz", "", 2, "", "qbgl: no locale of zz is installed; `qbgl list locales` lists all\n"},
         {"-l de_DE.utf8 +%Y%E", "", 2, "", "qbgl: \"%Y%E\": there is no conversion %E\n"},
         {"-l de_DE.8859-1 +\u65E5", "", 2, "", "qbgl: 8859-1 has no \u65E5, which \"\u65E5\" needs\n"},
+        {"-l en_US.utf8 +%+5 now", "", 2, "", "qbgl: \"%+5\": there is no conversion %+5\n"},
+        {"-l en_US.utf8 --read %FT%T%Z -", "2026-01-01T23:00:00UTC\n\xFF", 1, "2026-01-01T23:00:00\n",
+         "qbgl: line 2: \"\\xff\", character 1: utf8 has no such character\n"},
+        {"--all - x", "", 2, "", "qbgl: --all takes dates from the command line, not from lines of input\n"},
         {"--zone x", "", 2, "", "qbgl: unknown zone x: it is utc, native, or a distance such as +02:00\n"}};
     expect_all("date ", CASES);
     EXPECT_EQ(
@@ -188,7 +192,8 @@ TEST(Client, DatesAreWrittenAndRead) {
         // the locale's form of today follows
         {"-l de_DE.utf8 --read %d.%B 3.M\u00E4r+", ", character 6: the date ends before this; the locale writes "},
         {"-l de_DE.8859-1 --read %d.\u00E4%B 3.\u00E4x", ", character 4: no \"%B\" begins here; the locale writes "},
-        {"-l he_IL.utf8 --read %d.%B 3.x", ": no \"%B\" stands in its place; the locale writes "}};
+        {"-l he_IL.utf8 --read %d.%B 3.x", ": no \"%B\" stands in its place; the locale writes "},
+        {"--read %2147483647d x", ", character 1: no \"%2147483647d\" begins here\n"}};
     for (const auto &[arguments, said] : UNREAD) {
         const std::string message = qbgl("date "s + arguments).err;
         EXPECT_NE(message.find(said), std::string::npos) << message;

@@ -71,6 +71,8 @@ class DateTable {
     void run_all() {
         std::vector<int64_t> instants;
         for (const std::string &date : dates_) {
+            if (date == STANDARD_STREAM)
+                throw Failure{ExitStatus::CALL, "--all takes dates from the command line, not from lines of input"};
             try {
                 instants.push_back(read_instant(date, zone_));
             } catch (const DateFault &fault) {
@@ -131,13 +133,21 @@ class DateTable {
             if (!input)
                 add(form, read_instant(text, zone_), {});
             else
-                add(form, input->read(text), text);
+                add(form, input->read(text, zone_), text);
         } catch (const DateFault &fault) {
             const bool is_form = fault.kind == "mismatch" || fault.kind == "trailing";
-            const std::string sample = is_form ? "; the locale writes " + input->written(now(), zone_) : "";
-            report({fault.kind, fault.sentence + sample, fault.position}, text, line);
+            report({fault.kind, fault.sentence + (is_form ? sample(*input) : ""), fault.position}, text, line);
         }
         if (results_.size() >= BLOCK) flush();
+    }
+
+    // Nothing where the locale cannot write today, either.
+    std::string sample(DateForm &form) const {
+        try {
+            return "; the locale writes " + form.written(now(), zone_);
+        } catch (const DateFault &) {
+            return "";
+        }
     }
 
     void add(DateForm &form, int64_t instant, const std::string &locale) {
@@ -165,8 +175,10 @@ class DateTable {
         results_ += written + "\n";
     }
 
+    // In UTC where the clocks of the zone were not whole minutes from it.
     std::string iso(int64_t instant) const {
-        const gl_tm date = zone_.record_at(instant);
+        gl_tm date = zone_.record_at(instant);
+        if (date.gmtoff % 60 != 0) date = Zone("utc").record_at(instant);
         return iso_date(date) + "T" + iso_time(date) + distance_text(date.gmtoff);
     }
 

@@ -2,10 +2,14 @@
 # shellcheck disable=SC2207 # no word that is offered has blanks
 _qbgl_words() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
+    if [[ $command == --icu ]]; then
+        command=${COMP_WORDS[2]:-}
+        ((COMP_CWORD == 2)) && before=--icu
+    fi
     local commands='conv upper lower class width sort key explain symbols num cal date locale list'
     COMPREPLY=()
-    if ((COMP_CWORD == 1)); then
-        COMPREPLY=($(compgen -W "$commands help --help --version" -- "$word"))
+    if ((COMP_CWORD == 1)) || [[ $before == --icu ]]; then
+        COMPREPLY=($(compgen -W "$commands help --help --icu --version" -- "$word"))
         return
     fi
     case $command,$before in

@@ -1,11 +1,11 @@
 #include "text/date_form.h"
 
 #include "frame/files.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 #include <cctype>
 #include <fmt/format.h>
-#include <optional>
 
 namespace qbgl {
 
@@ -27,12 +27,14 @@ std::vector<size_t> pieces_of(const std::string &format) {
             at = std::min(format.find('%', at), format.size());
             continue;
         }
-        const size_t flags = at + 1, width = skip(flags, "_-0+^#");
-        size_t letter = skip(skip(skip(width, "0123456789"), "Q"), "EO");
-        const bool is_letter =
-            letter < format.size() && (std::isalpha(static_cast<unsigned char>(format[letter])) != 0 || format[letter] == '%');
-        if (!is_letter && format.substr(flags, width - flags).ends_with('+')) letter = width - 1; // %+ is one itself
-        at = std::min(letter + 1, format.size());
+        const size_t flags = at + 1, width = skip(flags, "_-0+^#"), pad = format.substr(0, width).find_last_of("_-0+%");
+        const bool goes_on =
+            width < format.size() && (std::isalnum(static_cast<unsigned char>(format[width])) != 0 || format[width] == '%');
+        if (format[pad] == '+' && !goes_on) { // %+ is one itself
+            at = width;
+            continue;
+        }
+        at = std::min(skip(skip(skip(width, "0123456789"), "Q"), "EO") + 1, format.size());
     }
     result.push_back(format.size());
     return result;
@@ -81,8 +83,8 @@ std::string DateForm::formatted(const std::string &format, const gl_tm &date) {
             return text;
         }
         if (gl_errno(locale_) != GL_E2BIG) throw DateFault{"calendar", "the locale's calendar has no such day"};
-        if (text.size() >= LARGEST_TEXT) throw DateFault{"length", fmt::format("its text is longer than {} bytes", LARGEST_TEXT)};
-        text.resize(text.size() * 8);
+        if (text.size() == LARGEST_TEXT) throw DateFault{"length", fmt::format("its text is longer than {} bytes", LARGEST_TEXT)};
+        text.resize(std::min(text.size() * 8, LARGEST_TEXT));
     }
 }
 
@@ -104,21 +106,26 @@ void DateForm::check_format() {
     }
 }
 
-void DateForm::name_zone(const std::string &name) {
+// The first name is written, and all are read.
+void DateForm::name_zone(const Zone &zone, const std::string &name) {
     if (name == zone_name_) return;
     zone_name_ = name;
-    std::string bytes;
-    try {
-        bytes = in_codeset(name);
-    } catch (const DateFault &) { // a zone of the system may be named by anything
-        bytes.assign(sizeof(gl_wchar), '\0');
+    std::vector<std::string> texts = zone.names();
+    texts.insert(texts.begin(), name);
+    for (std::string &text : texts) {
+        try {
+            text = in_codeset(text);
+        } catch (const DateFault &) { // a zone of the system may be named by anything
+            text.assign(sizeof(gl_wchar), '\0');
+        }
     }
-    const char *const names[] = {bytes.c_str()};
-    gl_set_zone_names(locale_, names, 1);
+    std::vector<const char *> names;
+    for (const std::string &text : texts) names.push_back(text.c_str());
+    gl_set_zone_names(locale_, names.data(), static_cast<int>(names.size()));
 }
 
 std::string DateForm::written(int64_t seconds, const Zone &zone) {
-    name_zone(zone.name_at(seconds));
+    name_zone(zone, zone.name_at(seconds));
     return view_.plain(formatted(encoded_format_, zone.record_at(seconds)));
 }
 
@@ -128,7 +135,10 @@ size_t DateForm::characters(std::string_view input) const {
 }
 
 // A text that tells seconds since 1970 gives another time of day for another zone, and none that tells its zone does.
-ReadDate DateForm::read(const std::string &text) {
+ReadDate DateForm::read(const std::string &text, const Zone &zone) {
+    if (!zone_name_) name_zone(zone, zone.name_at(now()));
+    if (const size_t position = first_bad_character(text); position != 0)
+        throw DateFault{"character", "utf8 has no such character", position};
     const std::string input = in_codeset(text);
     constexpr int32_t OTHER_ZONE = 60;
     gl_tm date = untold(), elsewhere = untold();

@@ -6,6 +6,7 @@
 #include "text/shown_text.h"
 #include "tree/locale_handle.h"
 
+#include <optional>
 #include <vector>
 
 namespace qbgl {
@@ -25,18 +26,19 @@ class DateForm {
 
     // Both throw DateFault.
     std::string written(int64_t seconds, const Zone &zone);
-    ReadDate read(const std::string &text);
+    ReadDate read(const std::string &text, const Zone &zone);
 
   private:
     std::string in_codeset(const std::string &text) const;
     void check_format();
     std::string formatted(const std::string &format, const gl_tm &date); // format and result in the codeset
-    void name_zone(const std::string &name);
+    void name_zone(const Zone &zone, const std::string &name);
     [[noreturn]] void explain_mismatch(const std::string &input);
     size_t characters(std::string_view input) const;
 
     gl_locale *locale_;
-    std::string codeset_, format_, encoded_format_, zone_name_;
+    std::string codeset_, format_, encoded_format_;
+    std::optional<std::string> zone_name_; // that %Z writes
     TextEncoder encoder_;
     TextView view_;
 };

@@ -118,7 +118,7 @@ int64_t read_seconds(Scanner scanner) {
     const std::optional<int64_t> value = scanner.digits(1, MOST_DIGITS);
     scanner.skip_blanks();
     if (!value || !scanner.at_end()) fail_form();
-    const int64_t first = day_of(FIRST_YEAR, 0, 1) * SECONDS_OF_DAY, last = day_of(LAST_YEAR, 11, 31) * SECONDS_OF_DAY;
+    const int64_t first = day_of(FIRST_YEAR, 0, 1) * SECONDS_OF_DAY, last = (day_of(LAST_YEAR, 11, 31) + 1) * SECONDS_OF_DAY - 1;
     const int64_t seconds = negative ? -*value : *value;
     if (seconds < first || seconds > last) fail_range(fmt::format("seconds go from {} to {}", first, last));
     return seconds;
@@ -163,6 +163,12 @@ std::string Zone::name_at(int64_t seconds) const {
     return native ? native->tm_zone : name_;
 }
 
+std::vector<std::string> Zone::names() const {
+    if (!native_) return {name_};
+    tzset();
+    return {tzname[0], tzname[1]};
+}
+
 int64_t read_instant(std::string_view text, const Zone &zone) {
     Scanner scanner(text);
     scanner.skip_blanks();
@@ -183,7 +189,8 @@ int64_t read_instant(std::string_view text, const Zone &zone) {
     shown.mon = mon;
     shown.mday = static_cast<int32_t>(*day);
     std::optional<int32_t> east;
-    if (scanner.take('T') || scanner.take('t') || scanner.take(' ')) {
+    const bool has_time = scanner.take('T') || scanner.take('t');
+    if (has_time || scanner.take(' ')) {
         scanner.skip_blanks();
         if (const std::optional<int64_t> hour = scanner.digits(2, 2)) {
             const std::optional<int64_t> minute = scanner.take(':') ? scanner.digits(2, 2) : std::nullopt;
@@ -196,6 +203,8 @@ int64_t read_instant(std::string_view text, const Zone &zone) {
             scanner.skip_blanks();
             east = read_distance(scanner);
             scanner.skip_blanks();
+        } else if (has_time) {
+            fail_form();
         }
     }
     if (!scanner.at_end()) fail_form();

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qbgl {
 
@@ -21,6 +22,7 @@ class Zone {
     // When they show it.
     int64_t seconds_of(const gl_tm &shown) const;
     std::string name_at(int64_t seconds) const;
+    std::vector<std::string> names() const; // that it has nowadays
 
   private:
     bool native_ = false;

@@ -1,5 +1,7 @@
 #include "text/money.h"
 
+#include "text/utf8.h"
+
 #include <algorithm>
 #include <fmt/format.h>
 
@@ -55,6 +57,8 @@ Amounts::Amounts(gl_locale &locale, CurrencySymbol symbol)
       view_(category_codeset(locale, GL_CAT_MONETARY)) {}
 
 PlainNumber Amounts::read(const std::string &text) const {
+    if (const size_t position = first_bad_character(text); position != 0)
+        throw NumberFault{"character", "utf8 has no such character", position};
     std::string input;
     try {
         input = terminated(encoder_.encoded(text));

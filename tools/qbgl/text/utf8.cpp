@@ -22,6 +22,15 @@ size_t utf8_length(std::string_view text) {
     return 0;
 }
 
+size_t first_bad_character(std::string_view text) {
+    for (size_t place = 1; !text.empty(); ++place) {
+        const size_t length = utf8_length(text);
+        if (length == 0) return place;
+        text.remove_prefix(length);
+    }
+    return 0;
+}
+
 char32_t utf8_code_point(std::string_view character) {
     constexpr uint8_t LEAD_BITS[] = {0, 0x7F, 0x1F, 0x0F, 0x07}; // by length
     char32_t result = static_cast<uint8_t>(character[0]) & LEAD_BITS[character.size()];
