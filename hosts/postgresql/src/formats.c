@@ -118,15 +118,18 @@ NameZone(QbglLocale *locale, const char *name)
 	LocaleText in;
 	char *names[1];
 
+	if (strcmp(locale->zone_name, name) == 0)
+		return;
 	ToLocale(locale, name, strlen(name), &in);
-	names[0] = pnstrdup(in.bytes, in.length);
-	if ((handle->zone_count != 1 || strcmp(handle->zone_names[0], names[0]) != 0) &&
-		gl_set_zone_names(handle, (const char *const *) names, 1) != 0)
+	names[0] = palloc0(in.length + TERMINATOR_SIZE);
+	memcpy(names[0], in.bytes, in.length);
+	if (gl_set_zone_names(handle, (const char *const *) names, 1) != 0)
 	{
 		if (gl_errno(handle) == GL_ENOMEM)
 			ereport(ERROR, (errcode(ERRCODE_OUT_OF_MEMORY), errmsg("out of memory")));
 		RefuseBadText(locale, in.bytes, in.length);
 	}
+	strlcpy(locale->zone_name, name, sizeof locale->zone_name);
 	FreeLocaleText(&in);
 	pfree(names[0]);
 }

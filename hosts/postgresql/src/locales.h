@@ -41,6 +41,7 @@ typedef struct QbglLocale
 	bool plain;			/* the database's text needs no conversion */
 	gl_cv *from_server; /* from the database's encoding, unless plain */
 	gl_cv *to_server;	/* and back */
+	char zone_name[NAMEDATALEN]; /* of the zone 0, in the database's encoding; empty before the first */
 } QbglLocale;
 
 /* The database's text as a locale has it. */
