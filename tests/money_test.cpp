@@ -128,6 +128,10 @@ TEST(MoneyReading, TakesWhatPeopleWrite) {
         {"en_us.utf8", "12.", "12|."},
         {"en_us.utf8", "(5", "1"},
         {"en_us.utf8", "5- $ 7", "-5| 7"},
+        {"en_us.utf8", "10 - 20", "10| - 20"},
+        {"ko_kr.cp949", "\xC2\xA0"
+                        "5",
+         "1"}, // a letter, whose bytes are those of a no-break space elsewhere
         {"en_us.utf8", ".5", "0.5|"},
         {"en_us.utf8", "$", "1"},
         {"en_us.utf8", "0012", "12|"},

@@ -1,6 +1,8 @@
 // Amounts of money from text.
 #include "ext/error.h"
 #include "form/text.h"
+#include "mbwc/maps.h"
+#include "qbnxdl/served.h"
 #include "setlc/handle.h"
 
 #include <string.h>
@@ -39,7 +41,7 @@ template <class Unit> class MoneyReader {
         for (bool found = true; found;) {
             const Unit *const begin = text_.at();
             skip_blanks();
-            found = (!signed_ && !parentheses_ && take_sign()) || (!symbol_ && take_symbol()) ||
+            found = (!signed_ && !parentheses_ && take_sign(behind)) || (!symbol_ && take_symbol()) ||
                     (behind ? parentheses_ && !closed_ && (closed_ = take(')'))
                             : !signed_ && !parentheses_ && (parentheses_ = take('(')));
             if (found)
@@ -48,9 +50,19 @@ template <class Unit> class MoneyReader {
                 text_.go_to(begin);
         }
     }
-    bool take_sign() {
+    // Before another number it is not this one's: "10-20".
+    bool take_sign(bool behind) {
+        const Unit *const begin = text_.at();
         const bool minus = take_text(info_.negative_sign.bytes) || take('-');
         if (!minus && !take_text(info_.positive_sign.bytes) && !take('+')) return false;
+        if (behind) {
+            const Unit *const end = text_.at();
+            skip_blanks();
+            gl_wchar wc;
+            const bool is_another = text_.peek(wc) && is_digit(wc);
+            text_.go_to(is_another ? begin : end);
+            if (is_another) return false;
+        }
         negative_ = minus;
         return signed_ = true;
     }
@@ -86,7 +98,10 @@ template <class Unit> class MoneyReader {
         return is_no_break(wc);
     }
     bool is_no_break(gl_wchar wc) {
-        if (wc == 0xC2A0 || wc == 0xE280AF || wc == 0xE28089) return true; // in UTF-8
+        if (served_by_extension(locale_, GL_CAT_CTYPE)) return wc == 0xA0 || wc == 0x202F || wc == 0x2009;
+        const CodesetMaps *const maps = maps_of(locale_);
+        if (maps != nullptr && maps->shape == TextShape::CONTINUATION) // UTF-8, whose values are its bytes
+            return wc == 0xC2A0 || wc == 0xE280AF || wc == 0xE28089;
         if (wc != 0xA0 || locale_->single_byte == 0) return false;
         const char *codeset = locale_->codeset_name[GL_CAT_MONETARY];
         if (strncmp(codeset, "8859-", 5) == 0 || strncmp(codeset, "cp125", 5) == 0) return true;
