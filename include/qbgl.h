@@ -1752,7 +1752,7 @@ QBGL_API int gl_mbsbounds(gl_locale *locale, const char *prefix, int len, unsign
  *                with more digits than usual; ^ makes capitals, # the other case
  *   width        the least length, in bytes of multibyte and characters of wide text
  *   E            the eras of the locale (%EC %Ex %EX %Ec %Ey %EY); what it lacks is as without E
- *   O            alternative digits before any number, and before b, B and h the month's name as it stands by itself
+ *   O            alternative digits before numbers (not Y s z), and before b, B and h the month's name as it stands by itself
  *   Q            the Gregorian calendar in a locale that has another one
  *   conversions  a A b B c C d D e F g G h H I j k l m M n p P r R s S t T u U V w W x X y Y z Z + %
  *
@@ -1772,8 +1772,8 @@ QBGL_API int gl_wcsftime(gl_locale *locale, gl_wchar *out, int room, const gl_wc
 
 /* Reads what a format says into *tm: the first character behind it, or null with *tm as it was. White space in the format stands
  * for any, numbers may have spaces before them, the case of names does not matter, and any form of a month's or day's name will do.
- * A number has no more digits than the conversion's largest, or its width. %y alone is in 1969 to 2068, in a calendar of its own in
- * the century of gl_alt_getcentury. Fields that the text does not tell stay; year, month and day, or other fields that tell a day,
+ * A number has as many digits as the conversion's largest or its width, the larger of both. %y alone is in 1969 to 2068, in
+ * another calendar in the century of gl_alt_getcentury. What is not told stays; year, month and day, or others that tell a day,
  * give all of it, and wday follows from it. %s is taken to be at the gmtoff that the text tells or that stands in *tm.
  * The errors are GL_EINVAL for the format, GL_EILSEQ for a text that does not have it, GL_ERANGE for a day that there is not or for
  * a part of a date in the locale's own calendar, which needs year, month and day; GL_ENULLPTR, GL_ENODATA. */
@@ -1809,7 +1809,7 @@ QBGL_API int gl_wcsfmon_text(gl_locale *locale, gl_wchar *out, int room, const g
 
 /* Reads an amount as formats write it: local or international symbol and one sign, before the digits or behind them, or
  * parentheses for a negative one, with spaces of any kind between; separators where the locale has them, or none ("1.5" where a
- * point separates thousands is 1, and the rest is not read). *end (may be null) receives the place behind, `decimal` the amount as
+ * point separates thousands is 1, and "10-20" 10). *end (may be null) receives the place behind, `decimal` the amount as
  * text with a "." in ASCII, in `room` bytes. Returns its length, or -1: GL_EILSEQ (no amount), GL_E2BIG, GL_ENULLPTR. */
 QBGL_API int gl_mbspmon(gl_locale *locale, const char *text, const char **end, char *decimal, int room);
 QBGL_API int gl_wcspmon(gl_locale *locale, const gl_wchar *text, const gl_wchar **end, char *decimal, int room);
@@ -2022,8 +2022,8 @@ QBGL_API int gl_vwcsprintf(gl_locale *locale, gl_wchar *out, int room, const gl_
  *   - a width of bytes never ends inside a character, and %c takes exactly the bytes of its width, or of the shortest character:
  * where a character runs past them, nothing fits. Where the text ends before the first conversion: -1 with GL_EEOF. -1 with
  * GL_EINVAL for a bad format, GL_EILSEQ for bytes that are no character, of the format or of what is read, GL_ENULLPTR for a null
- * text, GL_ENOMEM for more than 32 positions, or ranges above FF in a set. What was assigned stays so. A text needs its width
- * and a terminator as room; a %s without a width is for texts that the host trusts. */
+ * text, GL_ENOMEM for more than 32 positions, or ranges above FF in a set. What was assigned stays so. A text needs its width and a
+ * terminator as room, bytes in a wide call four times as many; a %s without a width is for texts that the host trusts. */
 QBGL_API int gl_mbsscanf(gl_locale *locale, const char *text, const char *format, ...);
 QBGL_API int gl_vmbsscanf(gl_locale *locale, const char *text, const char *format, va_list list);
 QBGL_API int gl_wcsscanf(gl_locale *locale, const gl_wchar *text, const gl_wchar *format, ...);

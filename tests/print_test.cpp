@@ -180,6 +180,7 @@ TEST(Scanning, ReadsWhatPrintingWrites) {
         int a = 0, b = 0;
         char word[64];
         gl_wchar wide_word[16];
+        EXPECT_EQ(f.scan(" 12:0x1f,xyz", "%*d:%*i,%*c%1$ls", wide_word), 1);
         EXPECT_EQ(f.scan(" 12:0x1f,xyz", "%2$d:%1$i,%*c%3$ls", &a, &b, wide_word), 3);
         EXPECT_EQ(std::tuple(a, b, wide_word[0], wide_word[2]), std::tuple(31, 12, gl_wchar{'y'}, gl_wchar{0}));
         EXPECT_EQ(f.scan("abc-]z", "%[]a-c-]%c", word, word + 40), 2);

@@ -36,7 +36,6 @@ template <class Unit> class Sink {
         if (room >= terminator) std::fill_n(at_, terminator, Unit{});
         return full_ ? fail(locale_, GL_E2BIG, -1) : length();
     }
-    void cut_to(int length) { at_ = begin_ + length; }
 
     // False when it does not fit, as of all that follow.
     bool ascii(char c) {

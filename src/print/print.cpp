@@ -337,7 +337,13 @@ template <class Text> class Printer {
 
     int print_character(const FormatConversion &conversion, int value) {
         const bool is_wide = conversion.letter == 'C' || conversion.length == Length::LONG;
-        const auto wc = is_wide ? static_cast<gl_wchar>(value) : static_cast<unsigned char>(value);
+        auto wc = is_wide ? static_cast<gl_wchar>(value) : static_cast<unsigned char>(value);
+        if (!is_wide && served_by_extension(text_.locale(), GL_CAT_CTYPE)) { // which has values of its own
+            const char byte[] = {static_cast<char>(value), '\0'};
+            const Step step = MultibyteString(text_.locale()).step(byte, 1);
+            if (step.length < 0) return GL_EILSEQ;
+            wc = step.value;
+        }
         Unit units[MAX_KEY];
         Extent extent;
         if (const int error = sink_.encoded(wc, (conversion.flags & COLUMNS) != 0, units, extent); error != 0) return error;

@@ -74,7 +74,7 @@ template <class Text> class Scanner {
             FormatConversion conversion;
             const Unit *set = nullptr;
             if (const Outcome outcome = read(reader, conversion, set); outcome != Outcome::READ) return outcome;
-            if (done_ == 0 && !positioned_ && conversion.position != 0) {
+            if (assigned_ == 0 && !positioned_ && conversion.position != 0) {
                 positioned_ = true;
                 if (const Outcome outcome = collect(place); outcome != Outcome::READ) return outcome;
             }

@@ -118,6 +118,7 @@ template <class Text, class Unit> Unit *first_of(gl_locale *locale, const Unit *
 template <class Text, class Unit> Unit *token(gl_locale *locale, Unit *s, const Unit *of, Unit **state) {
     if (of == nullptr || state == nullptr) return fail(locale, GL_ENULLPTR, nullptr);
     if (s == nullptr) s = *state;
+    *state = s;
     if (s == nullptr) return nullptr; // there was no more
     const Text text(locale);
     CharacterSet<Text> set;

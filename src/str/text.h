@@ -22,7 +22,8 @@ class MultibyteString {
 
     explicit MultibyteString(gl_locale *locale)
         : locale_(locale), maps_(served_by_extension(locale, GL_CAT_CTYPE) ? nullptr : maps_of(locale)),
-          terminator_(locale->ctype.codeset_table->min_length), single_byte_(locale->single_byte != 0) {}
+          terminator_(locale->ctype.codeset_table->min_length),
+          single_byte_(locale->single_byte != 0 && !served_by_extension(locale, GL_CAT_CTYPE)) {}
 
     gl_locale *locale() const { return locale_; }
     int terminator_length() const { return terminator_; }
@@ -73,7 +74,7 @@ class MultibyteString {
     gl_locale *const locale_;
     const CodesetMaps *const maps_; // null: the tables alone, or the extension
     const int terminator_;
-    const bool single_byte_; // then each byte is a character
+    const bool single_byte_; // then each byte is a character, and its value; the extension has values of its own
 };
 
 // Wide values are taken as they are.

@@ -19,7 +19,7 @@ struct DateConversion {
     int32_t width = 0;
 };
 
-// Whether a modifier stands before the letter, as POSIX has it, and O before any number.
+// Whether a modifier stands before the letter, as POSIX has it, and O before all numbers but those of %Y, %s and %z.
 constexpr bool takes_modifier(char letter, char modifier) {
     constexpr auto set_of = [](const char *letters) {
         uint64_t set = 0;
