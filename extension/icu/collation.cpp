@@ -2,6 +2,7 @@
 #include "icu/text.h"
 #include "icu/utf8.h"
 
+#include <cinttypes>
 #include <cstdarg>
 #include <unicode/ustring.h>
 #include <unicode/uversion.h>
@@ -11,6 +12,30 @@ using namespace qbgl::icu;
 namespace {
 
 int16_t error_of(UErrorCode status) { return status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EILSEQ; }
+
+// The key of a text, with the zero byte that ICU puts behind it.
+class SortKey {
+  public:
+    // False when memory is out.
+    bool make(const UCollator *collator, const UChar *units, int32_t length) {
+        size_ = write(collator, units, length);
+        if (size_ <= static_cast<int32_t>(bytes_.capacity())) return size_ > 0;
+        if (!bytes_.reserve(static_cast<size_t>(size_))) return false;
+        size_ = write(collator, units, length);
+        return size_ > 0;
+    }
+
+    const uint8_t *bytes() { return bytes_.data(); }
+    int32_t size() const { return size_; }
+
+  private:
+    int32_t write(const UCollator *collator, const UChar *units, int32_t length) {
+        return ucol_getSortKey(collator, units, length, bytes_.data(), static_cast<int32_t>(bytes_.capacity()));
+    }
+
+    Scratch<uint8_t, 512> bytes_;
+    int32_t size_ = 0;
+};
 
 // A text of a caller's in UTF-16: made from bytes or values, or the caller's own units. Its length is -1 after an error.
 class Text {
@@ -112,6 +137,42 @@ int make_bound(char *out, const uint8_t *key, int size, int bound, int passes, i
 
 bool is_bound(int bound, int passes) { return bound >= GLU_BOUND_LOWER && bound <= GLU_BOUND_UPPER_LONG && passes >= 1; }
 
+// What stands behind the names and versions, in 64 bits (FNV-1a): data of the same version can have other rules.
+class Hash {
+  public:
+    void add(const uint8_t *bytes, int32_t size) {
+        for (int32_t i = 0; i < size; ++i) value_ = (value_ ^ bytes[i]) * 0x100000001B3;
+    }
+    // The rules in force, with their settings. False when memory is out.
+    bool add_rules(const UCollator *collator) {
+        UErrorCode status = U_ZERO_ERROR;
+        const int32_t size = ucol_cloneBinary(collator, nullptr, 0, &status);
+        Scratch<uint8_t, 1> binary;
+        if (status != U_BUFFER_OVERFLOW_ERROR || !binary.reserve(static_cast<size_t>(size))) return false;
+        memset(binary.data(), 0, static_cast<size_t>(size)); // it leaves gaps
+        status = U_ZERO_ERROR;
+        ucol_cloneBinary(collator, binary.data(), size, &status);
+        add(binary.data(), size);
+        return U_SUCCESS(status);
+    }
+    // The order that the rules start from is not among them: the keys of characters of all scripts tell it. False when memory is out.
+    bool add_keys(const UCollator *collator) {
+        constexpr int WHOLE = 0x180, SCRIPTS = 0x3400, STEP = 0x10, WIDE_STEP = 0x400;
+        UChar units[WHOLE + SCRIPTS / STEP + 0x10000 / WIDE_STEP];
+        int32_t count = 0;
+        for (int value = 0; value < 0x10000; value += value < WHOLE ? 1 : value < SCRIPTS ? STEP : WIDE_STEP)
+            if (!U_IS_SURROGATE(value)) units[count++] = static_cast<UChar>(value);
+        SortKey key;
+        if (!key.make(collator, units, count)) return false;
+        add(key.bytes(), key.size());
+        return true;
+    }
+    uint64_t value() const { return value_; }
+
+  private:
+    uint64_t value_ = 0xCBF29CE484222325;
+};
+
 // Appends to a text of which `room` bytes are kept.
 class Words {
   public:
@@ -171,14 +232,9 @@ int glu_mbsCollBound(void *locale, char *out, const char *s, int len, int bound,
     int16_t number = 0;
     const Text text(own, s, len, number);
     if (text.length() < 0) return fail(error, number, -1);
-    Scratch<uint8_t, 512> key;
-    int32_t size = ucol_getSortKey(own.collator(), text.units(), text.length(), key.data(), static_cast<int32_t>(key.capacity()));
-    if (size > static_cast<int32_t>(key.capacity())) {
-        if (!key.reserve(static_cast<size_t>(size))) return fail(error, GL_ENOMEM, -1);
-        size = ucol_getSortKey(own.collator(), text.units(), text.length(), key.data(), size);
-    }
-    if (size < 1) return fail(error, GL_ENOMEM, -1);
-    return make_bound(out, key.data(), size, bound, passes, capacity, error);
+    SortKey key;
+    if (!key.make(own.collator(), text.units(), text.length())) return fail(error, GL_ENOMEM, -1);
+    return make_bound(out, key.bytes(), key.size(), bound, passes, capacity, error);
 }
 
 int glu_mbsSortKeyCollBound(void *locale, char *out, const char *key, int bound, int passes, int capacity, int16_t *error) {
@@ -201,6 +257,9 @@ int glu_order_version(void *locale, char *out, int room) {
     words.add_version("UCA", version);
     ucol_getVersion(collator, version);
     words.add_version("collator", version);
+    Hash hash;
+    if (!hash.add_rules(collator) || !hash.add_keys(collator)) return -1;
+    words.add("contents %016" PRIx64 " ", hash.value());
     UErrorCode status = U_ZERO_ERROR;
     const char *const rules = ucol_getLocaleByType(collator, ULOC_ACTUAL_LOCALE, &status);
     words.add("locale %s rules %s codeset %s attributes", own.name(), U_SUCCESS(status) && rules != nullptr ? rules : "root",

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <link.h>
 #include <unicode/uclean.h>
+#include <unicode/udata.h>
 
 namespace qbgl::icu {
 
@@ -83,6 +84,7 @@ void lend_memory_to_icu() {
     UErrorCode status = U_ZERO_ERROR;
     u_setMemoryFunctions(nullptr, give, give_again, take_back, &status);
     lent = U_SUCCESS(status);
+    udata_setFileAccess(UDATA_NO_FILES, &status);
     if (!lent) say("qbgl_icu: ICU keeps its memory: %s", u_errorName(status));
 }
 
