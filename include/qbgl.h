@@ -233,6 +233,7 @@ struct gl_cv {
      * empty where the target is one, too. Or it is what the tables do not list. */
     int32_t source_form, target_form;
     gl_multi *unlisted_table; /* by their UTF-8, the records of what the source has by algorithm beside its tables; null: none */
+    uint32_t glu_load;        /* the load of the extension library that gave glu_handle */
 };
 
 /* Canned descriptors, handed out by an open that failed before it had a record: read with gl_errno, never freed or changed
@@ -1563,6 +1564,7 @@ struct gl_locale {
     gl_info_texts info;                     /* of monetary and time */
     char **zone_names;                      /* one block, of gl_set_zone_names */
     int32_t zone_count;
+    uint32_t glu_load[8]; /* the load of the extension library that gave glu_handle */
 };
 
 /* Parts of loading, for tools that read objects themselves: the empty state of a record; the section of an object, behind its

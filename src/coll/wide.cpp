@@ -47,11 +47,11 @@ int key_of_code_values(gl_locale *locale, char *out, WideSpan span, int capacity
 }
 
 int ask_to_compare(gl_locale *locale, const gl_wchar *s1, int len1, const gl_wchar *s2, int len2) {
-    return ask_extension(locale, fn_glu_ucs32coll, 0, locale->glu_handle[GL_CAT_COLLATE], s1, len1, s2, len2);
+    return ask_extension(locale, GL_CAT_COLLATE, fn_glu_ucs32coll, 0, locale->glu_handle[GL_CAT_COLLATE], s1, len1, s2, len2);
 }
 
 int ask_for_key(gl_locale *locale, char *out, const gl_wchar *s, int capacity) {
-    return ask_extension(locale, fn_glu_ucs32xfrm, -1, locale->glu_handle[GL_CAT_COLLATE], out, s, capacity);
+    return ask_extension(locale, GL_CAT_COLLATE, fn_glu_ucs32xfrm, -1, locale->glu_handle[GL_CAT_COLLATE], out, s, capacity);
 }
 
 // The extension takes terminated text only.

@@ -10,12 +10,13 @@ namespace {
 unsigned masked(const void *entry, unsigned mask) { return entry != nullptr ? value_at(entry) & mask : 0; }
 
 unsigned ask_about_text(gl_locale *locale, const char *s, int len, unsigned mask) {
-    return ask_extension(locale, fn_glu_ismctype, 0U, locale->glu_handle[GL_CAT_CTYPE], s, len, mask);
+    return ask_extension(locale, GL_CAT_CTYPE, fn_glu_ismctype, 0U, locale->glu_handle[GL_CAT_CTYPE], s, len, mask);
 }
 
 // Apart from the fast way, so that this one stays a leaf without a stack frame.
 [[gnu::cold, gnu::noinline]] unsigned look_up_class(gl_locale *locale, gl_wchar wc, unsigned mask) {
-    if (served_by_extension(locale, GL_CAT_CTYPE)) return fn_glu_isuc32type != nullptr ? fn_glu_isuc32type(wc, mask) : 0;
+    if (served_by_extension(locale, GL_CAT_CTYPE))
+        return fn_glu_isuc32type != nullptr && is_of_this_load(locale, GL_CAT_CTYPE) ? fn_glu_isuc32type(wc, mask) : 0;
     return masked(_gl_retrieve_wchar_multi_nl(locale, wc, locale->ctype.codeset_table), mask);
 }
 

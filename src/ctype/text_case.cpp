@@ -34,7 +34,7 @@ uint16_t copy_character(char *dst, const char *src, int length) {
 template <Case TO> uint16_t character(gl_locale *locale, char *dst, const char *src) {
     if (served_by_extension(locale, GL_CAT_CTYPE)) {
         const auto ask = TO == Case::UPPER ? fn_glu_mbtoupper : fn_glu_mbtolower;
-        return static_cast<uint16_t>(ask_extension(locale, ask, 0, locale->glu_handle[GL_CAT_CTYPE], dst, src, 4));
+        return static_cast<uint16_t>(ask_extension(locale, GL_CAT_CTYPE, ask, 0, locale->glu_handle[GL_CAT_CTYPE], dst, src, 4));
     }
     int length;
     const void *entry = _gl_retrieve_text_multi(src, locale->ctype.case_table, &length, locale);
@@ -147,8 +147,8 @@ struct Mapped {
 template <Case TO> Mapped map_by_extension(gl_locale *locale, uint8_t *out, const uint8_t *in, int limit) {
     const auto ask = TO == Case::UPPER ? fn_glu_mbtoupper : fn_glu_mbtolower;
     const int packed =
-        static_cast<uint16_t>(ask_extension(locale, ask, 0, locale->glu_handle[GL_CAT_CTYPE], reinterpret_cast<char *>(out),
-                                            reinterpret_cast<const char *>(in), limit));
+        static_cast<uint16_t>(ask_extension(locale, GL_CAT_CTYPE, ask, 0, locale->glu_handle[GL_CAT_CTYPE],
+                                            reinterpret_cast<char *>(out), reinterpret_cast<const char *>(in), limit));
     const Mapped result = {packed >> 8, packed & 0xFF};
     return result.length >= 1 && result.length <= limit && result.written <= MAX_KEY ? result : Mapped{0, 0};
 }
@@ -228,7 +228,7 @@ template <Case TO> int counted_text(gl_locale *locale, char *dst, int room, cons
 template <Case TO> int text(gl_locale *locale, char *dst, const char *src) {
     if (served_by_extension(locale, GL_CAT_CTYPE)) {
         const auto ask = TO == Case::UPPER ? fn_glu_mbstoupper : fn_glu_mbstolower;
-        return ask_extension(locale, ask, -1, locale->glu_handle[GL_CAT_CTYPE], dst, src);
+        return ask_extension(locale, GL_CAT_CTYPE, ask, -1, locale->glu_handle[GL_CAT_CTYPE], dst, src);
     }
     const uint8_t *map = byte_map<TO>(locale);
     return locale->single_byte != 0 && map != nullptr ? single_byte_text(map, dst, src) : multibyte_text<TO>(locale, dst, src);

@@ -17,7 +17,7 @@ template <Case TO> gl_wchar in_case_or_same(const gl_ctype_info &info, uint16_t 
 template <Case TO> [[gnu::cold, gnu::noinline]] gl_wchar look_up_case(gl_locale *locale, gl_wchar wc) {
     if (served_by_extension(locale, GL_CAT_CTYPE)) {
         const auto ask = TO == Case::UPPER ? fn_glu_uc32toupper : fn_glu_uc32tolower;
-        return ask_extension(locale, ask, wc, locale->glu_handle[GL_CAT_CTYPE], wc);
+        return ask_extension(locale, GL_CAT_CTYPE, ask, wc, locale->glu_handle[GL_CAT_CTYPE], wc);
     }
     const gl_ctype_info &info = locale->ctype;
     const void *entry = _gl_retrieve_wchar_multi_nl(nullptr, wc, info.case_table);
@@ -94,7 +94,7 @@ template <Case TO> int counted_text(gl_locale *locale, gl_wchar *dst, int room, 
 template <Case TO> int text(gl_locale *locale, gl_wchar *dst, const gl_wchar *src) {
     if (served_by_extension(locale, GL_CAT_CTYPE)) {
         const auto ask = TO == Case::UPPER ? fn_glu_ucs32toupper : fn_glu_ucs32tolower;
-        return ask_extension(locale, ask, -1, locale->glu_handle[GL_CAT_CTYPE], dst, src);
+        return ask_extension(locale, GL_CAT_CTYPE, ask, -1, locale->glu_handle[GL_CAT_CTYPE], dst, src);
     }
     const uint8_t *map = byte_map<TO>(locale);
     return locale->single_byte != 0 && map != nullptr ? single_byte_text(locale, map, dst, src)

@@ -4,6 +4,7 @@
 #include "cvlib/object.h"
 #include "ext/error.h"
 #include "qbnxdl/entry_points.h"
+#include "qbnxdl/served.h"
 #include "util/owned.h"
 
 #include <limits.h>
@@ -43,6 +44,7 @@ int open_in_extension(gl_cv *cd, uint16_t source, uint16_t target) {
     if (status < 1) {
         cd->glu_handle = handle;
         cd->glu_flag = 1;
+        cd->glu_load = extension_load;
     }
     return status;
 }
@@ -155,7 +157,7 @@ int gl_cv_unload(gl_cv *cd) {
     if (is_canned(cd)) return 0;
     if (cd->glu_flag == 1) {
         cd->glu_flag = 0;
-        if (fn_glu_cv_close != nullptr) fn_glu_cv_close(cd->glu_handle);
+        if (fn_glu_cv_close != nullptr && cd->glu_load == extension_load) fn_glu_cv_close(cd->glu_handle);
     } else {
         free_cv_tables(cd);
     }
@@ -164,8 +166,8 @@ int gl_cv_unload(gl_cv *cd) {
 }
 
 double gl_iconv_expansion(gl_cv *cd) {
-    return cd->glu_flag == 1 && fn_glu_iconv_expansion != nullptr ? fn_glu_iconv_expansion(cd->glu_handle)
-                                                                  : static_cast<double>(cd->expansion);
+    const bool served = cd->glu_flag == 1 && fn_glu_iconv_expansion != nullptr && cd->glu_load == extension_load;
+    return served ? fn_glu_iconv_expansion(cd->glu_handle) : static_cast<double>(cd->expansion);
 }
 
 int gl_cv_outbuflen(gl_cv *cd, int input_length) {

@@ -6,6 +6,7 @@
 #include "ext/error.h"
 #include "multi/table.h"
 #include "qbnxdl/entry_points.h"
+#include "qbnxdl/served.h"
 #include "unicode/transcode.h"
 
 #include <algorithm>
@@ -365,7 +366,8 @@ int gl_cv_mconv(gl_cv *cd, gl_cv_state *state, const char **in, int *inleft, cha
     using namespace qbgl;
     if (cd == nullptr || is_canned(cd)) return -1;
     if (cd->glu_flag == 1) {
-        if (fn_glu_cv_conv == nullptr) return -1; // the extension was unloaded under the descriptor
+        // The extension may have been unloaded under the descriptor, and loaded again.
+        if (fn_glu_cv_conv == nullptr || cd->glu_load != extension_load) return -1;
         int status = 0;
         const int result =
             fn_glu_cv_conv(cd->glu_handle, state != nullptr ? state->reset : 1, in, inleft, out, outleft, subst, &status);

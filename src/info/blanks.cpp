@@ -123,7 +123,7 @@ int gl_mbsntslen(gl_locale *locale, const char *s) {
 int gl_mbsntsbytes(gl_locale *locale, const char *s) {
     if (s == nullptr) return fail(locale, GL_ENULLPTR, -1);
     if (served_by_extension(locale, GL_CAT_CTYPE))
-        return ask_extension(locale, fn_glu_mbsntsbytes, -1, locale->glu_handle[GL_CAT_CTYPE], s, TERMINATED);
+        return ask_extension(locale, GL_CAT_CTYPE, fn_glu_mbsntsbytes, -1, locale->glu_handle[GL_CAT_CTYPE], s, TERMINATED);
     return rest_bytes(locale, s, TERMINATED);
 }
 

@@ -74,7 +74,7 @@ int gl_wcwidth(gl_locale *locale, gl_wchar wc) {
     if (wc == 0) return 0;
     if (!served(locale)) return told_wide_width(locale, &wc, &wc + 1);
     if (_gl_im_iswctype(locale, wc, GL_CLASS_PRINT) == 0) return fail(locale, GL_EINVAL, -1);
-    return ask_extension(locale, fn_glu_uc32width, -1, wc);
+    return ask_extension(locale, GL_CAT_CTYPE, fn_glu_uc32width, -1, wc);
 }
 
 int gl_mbwidth(gl_locale *locale, const char *s) {
@@ -84,7 +84,7 @@ int gl_mbwidth(gl_locale *locale, const char *s) {
         const int length = locale->single_byte != 0 ? 1 : gl_full_mblen(locale, s, MAX_KEY);
         return length == 1 ? 1 : fail(locale, GL_EINVAL, -1);
     }
-    if (served(locale)) return ask_extension(locale, fn_glu_mbwidth, -1, locale->glu_handle[GL_CAT_CTYPE], s);
+    if (served(locale)) return ask_extension(locale, GL_CAT_CTYPE, fn_glu_mbwidth, -1, locale->glu_handle[GL_CAT_CTYPE], s);
     return classes_at(locale, s, WideTraits(locale).full_width()) != 0 ? 2 : 1;
 }
 
@@ -92,7 +92,7 @@ int gl_wcswidth(gl_locale *locale, const gl_wchar *ws, int n) {
     if (ws == nullptr) return fail(locale, GL_ENULLPTR, -1);
     if (n < 0) return fail(locale, GL_ENEGCOUNT, -1);
     if (n == 0) return 0;
-    if (served(locale)) return ask_extension(locale, fn_glu_ucs32width, -1, ws, n);
+    if (served(locale)) return ask_extension(locale, GL_CAT_CTYPE, fn_glu_ucs32width, -1, ws, n);
     return told_wide_width(locale, ws, find_zero(ws, n));
 }
 
@@ -100,7 +100,7 @@ int gl_mbswidth(gl_locale *locale, const char *s, int n) {
     if (s == nullptr) return fail(locale, GL_ENULLPTR, -1);
     if (n < 0) return fail(locale, GL_ENEGCOUNT, -1);
     if (n == 0) return 0;
-    if (served(locale)) return ask_extension(locale, fn_glu_mbswidth, -1, locale->glu_handle[GL_CAT_CTYPE], s, n);
+    if (served(locale)) return ask_extension(locale, GL_CAT_CTYPE, fn_glu_mbswidth, -1, locale->glu_handle[GL_CAT_CTYPE], s, n);
     const TextWidth text = text_width(locale, s, [left = n](const uint8_t *) mutable { return left-- > 0; });
     return text.error == 0 ? text.width : fail(locale, GL_EINVAL, -1);
 }
@@ -108,14 +108,15 @@ int gl_mbswidth(gl_locale *locale, const char *s, int n) {
 int gl_wcspwidth(gl_locale *locale, const gl_wchar *start, const gl_wchar *end) {
     if (start == nullptr || end == nullptr) return fail(locale, GL_ENULLPTR, -1);
     if (end < start) return fail(locale, GL_EENDBEFORE, -1);
-    if (served(locale)) return ask_extension(locale, fn_glu_ucs32pwidth, -1, start, end);
+    if (served(locale)) return ask_extension(locale, GL_CAT_CTYPE, fn_glu_ucs32pwidth, -1, start, end);
     return told_wide_width(locale, start, end > start ? find_zero(start, end - start) : end);
 }
 
 int gl_mbspwidth(gl_locale *locale, const char *start, const char *end) {
     if (start == nullptr || end == nullptr) return fail(locale, GL_ENULLPTR, -1);
     if (end < start) return fail(locale, GL_EENDBEFORE, -1);
-    if (served(locale)) return ask_extension(locale, fn_glu_mbspwidth, -1, locale->glu_handle[GL_CAT_CTYPE], start, end);
+    if (served(locale))
+        return ask_extension(locale, GL_CAT_CTYPE, fn_glu_mbspwidth, -1, locale->glu_handle[GL_CAT_CTYPE], start, end);
     set_error(locale, 0);
     const TextWidth text = text_width(locale, start, [bound = as_bytes(end)](const uint8_t *at) { return at < bound; });
     return text.error == 0 ? text.width : fail(locale, text.error, -1);

@@ -46,8 +46,8 @@ char *gl_getmbsinull(gl_locale *locale, const char *s, int i) { return find_char
 
 char *gl_full_putmbsi(gl_locale *locale, char *s, int i, const char *new_char) {
     if (served_by_extension(locale, GL_CAT_CTYPE)) {
-        return ask_extension(locale, fn_glu_putmbsi, static_cast<char *>(nullptr), locale->glu_handle[GL_CAT_CTYPE], s, i,
-                             new_char);
+        return ask_extension(locale, GL_CAT_CTYPE, fn_glu_putmbsi, static_cast<char *>(nullptr), locale->glu_handle[GL_CAT_CTYPE],
+                             s, i, new_char);
     }
     char *place = find_character(locale, s, i, AtTerminator::GOES_ON);
     return place != nullptr && gl_mbcreplace(locale, place, new_char) != nullptr ? s : nullptr;

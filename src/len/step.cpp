@@ -11,7 +11,8 @@ namespace {
 int error_of(int walked) { return walked == CUT ? GL_EINVAL : GL_EILSEQ; }
 
 char *ask_for_next(gl_locale *locale, const char *s, int n) {
-    return ask_extension(locale, fn_glu_mbsnext, static_cast<char *>(nullptr), locale->glu_handle[GL_CAT_CTYPE], s, n);
+    return ask_extension(locale, GL_CAT_CTYPE, fn_glu_mbsnext, static_cast<char *>(nullptr), locale->glu_handle[GL_CAT_CTYPE], s,
+                         n);
 }
 
 char *next_by_nodes(gl_locale *locale, const char *s, int limit) {
@@ -54,7 +55,8 @@ char *_qbx_gl_full_mbsnext(gl_locale *locale, const char *s, int n) {
 char *gl_full_mbsprev(gl_locale *locale, const char *start, const char *pos) {
     if (pos <= start) return fail(locale, GL_EENDBEFORE, nullptr);
     if (served_by_extension(locale, GL_CAT_CTYPE)) {
-        return ask_extension(locale, fn_glu_mbsprev, static_cast<char *>(nullptr), locale->glu_handle[GL_CAT_CTYPE], start, pos);
+        return ask_extension(locale, GL_CAT_CTYPE, fn_glu_mbsprev, static_cast<char *>(nullptr), locale->glu_handle[GL_CAT_CTYPE],
+                             start, pos);
     }
     if (locale->single_byte != 0) return const_cast<char *>(pos) - 1;
     return with_text_walk(locale, [=](const auto &text) {

@@ -25,7 +25,7 @@ int walk_length(gl_locale *locale, const char *s, int n, Decoded &character) {
 }
 
 int decode_served(gl_locale *locale, gl_wchar *pwc, const char *s, int n) {
-    return ask_extension(locale, fn_glu_mbtouc32, -1, locale->glu_handle[GL_CAT_CTYPE], pwc, s, n);
+    return ask_extension(locale, GL_CAT_CTYPE, fn_glu_mbtouc32, -1, locale->glu_handle[GL_CAT_CTYPE], pwc, s, n);
 }
 
 // The bytes before the terminator, or -1.
@@ -39,7 +39,7 @@ int length_of_text(gl_locale *locale, const char *s) {
 }
 
 int ask_for_length(gl_locale *locale, const char *s, int n) {
-    return ask_extension(locale, fn_glu_mblen, -1, locale->glu_handle[GL_CAT_CTYPE], s, n);
+    return ask_extension(locale, GL_CAT_CTYPE, fn_glu_mblen, -1, locale->glu_handle[GL_CAT_CTYPE], s, n);
 }
 
 } // namespace
@@ -103,7 +103,7 @@ int _qbx_gl_full_mbtowc(gl_locale *locale, gl_wchar *pwc, const char *s, int n) 
 }
 
 int gl_full_wctomb(gl_locale *locale, char *s, gl_wchar wc) {
-    if (served(locale)) return ask_extension(locale, fn_glu_uc32tomb, -1, locale->glu_handle[GL_CAT_CTYPE], s, wc);
+    if (served(locale)) return ask_extension(locale, GL_CAT_CTYPE, fn_glu_uc32tomb, -1, locale->glu_handle[GL_CAT_CTYPE], s, wc);
     const int length = encode(*locale->ctype.codeset_table, reinterpret_cast<uint8_t *>(s), wc);
     return length != 0 ? length : fail(locale, GL_EILSEQ, -1);
 }

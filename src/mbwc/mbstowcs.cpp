@@ -101,7 +101,7 @@ Stop decode_text(gl_locale *locale, TextPosition &at, const uint8_t *in_end, con
 
 int _qbx_gl_im_mbfstowcfs(gl_locale *locale, gl_wchar *dst, const char *src, int len, int n) {
     if (served_by_extension(locale, GL_CAT_CTYPE))
-        return ask_extension(locale, fn_glu_mbstoucs32, -1, locale->glu_handle[GL_CAT_CTYPE], dst, n, src, len);
+        return ask_extension(locale, GL_CAT_CTYPE, fn_glu_mbstoucs32, -1, locale->glu_handle[GL_CAT_CTYPE], dst, n, src, len);
     const bool terminated = len == -1;
     if (n < 1) return terminated ? 0 : 1;
     const auto *in = reinterpret_cast<const uint8_t *>(src);

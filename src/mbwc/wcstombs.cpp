@@ -16,7 +16,7 @@ namespace {
 bool served(const gl_locale *locale) { return served_by_extension(locale, GL_CAT_CTYPE); }
 
 int encode_served(gl_locale *locale, char *dst, const gl_wchar *src, int len, int n) {
-    return ask_extension(locale, fn_glu_ucs32tombs, -1, locale->glu_handle[GL_CAT_CTYPE], dst, n, src, len);
+    return ask_extension(locale, GL_CAT_CTYPE, fn_glu_ucs32tombs, -1, locale->glu_handle[GL_CAT_CTYPE], dst, n, src, len);
 }
 
 struct WideText {

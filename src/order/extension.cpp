@@ -22,7 +22,7 @@ int all_for_none(int passes) { return passes > 0 ? passes : -1; }
 bool compare_by_extension(gl_locale *locale, OrderText a, OrderText b, int passes, int &order) {
     const Argument x(a), y(b);
     int16_t error = GL_ENODATA;
-    if (fn_glu_order_compare != nullptr) {
+    if (fn_glu_order_compare != nullptr && is_of_this_load(locale, GL_CAT_COLLATE)) {
         error = 0;
         order = fn_glu_order_compare(locale->glu_handle[GL_CAT_COLLATE], x.bytes, x.length, y.bytes, y.length, all_for_none(passes),
                                      &error);
@@ -34,7 +34,7 @@ bool write_by_extension(KeySink &sink, gl_locale *locale, OrderText text, int pa
     const Argument argument(text);
     int16_t error = GL_ENODATA;
     int size = -1;
-    if (fn_glu_order_key != nullptr) {
+    if (fn_glu_order_key != nullptr && is_of_this_load(locale, GL_CAT_COLLATE)) {
         error = 0;
         size = fn_glu_order_key(locale->glu_handle[GL_CAT_COLLATE], argument.bytes, argument.length, all_for_none(passes),
                                 sink.position(), static_cast<int>(std::min<size_t>(sink.room(), INT32_MAX)), &error);

@@ -3,6 +3,7 @@
 #include "ext/error.h"
 #include "qbnxdl/entry_points.h"
 #include "qbnxdl/registry.h"
+#include "qbnxdl/served.h"
 
 #include <sys/stat.h>
 
@@ -149,6 +150,7 @@ int close_libraries() {
 }
 
 void unload_data() {
+    ++extension_load;
     void *const data = std::exchange(glu_cudata_t, nullptr);
     if (data != nullptr && fn_glu_unloadIcuData != nullptr) fn_glu_unloadIcuData(data);
     void *const map = std::exchange(pMap, nullptr);

@@ -20,7 +20,7 @@ Loading load_libraries(void *ctx, bool tolerant);
 // Closes the libraries one after the other, and forgets the entry points. Returns 0, or -1 at the first that cannot be closed.
 int close_libraries();
 
-// Releases the extension's data and map.
+// Releases the extension's data and map. The handles that it gave are of no use from then on.
 void unload_data();
 
 } // namespace qbgl

@@ -1,4 +1,5 @@
-// The calls of locales that the extension library serves.
+// The calls of locales that the extension library serves. A locale may outlive gl_unload_glu, and the extension be loaded again:
+// its handles are then none of the new library's, and it is as without an extension.
 #pragma once
 
 #include "ext/error.h"
@@ -6,13 +7,18 @@
 
 namespace qbgl {
 
+// Counts the unloadings. A handle keeps the number under which it was opened.
+inline uint32_t extension_load = 0;
+
 inline bool served_by_extension(const gl_locale *locale, int category) { return locale->glu_flag[category] != 0; }
 
-// What an entry point answers that ends its parameters with an error cell. While no extension is loaded the answer is `absent`: a
-// locale may outlive gl_unload_glu.
+// Whether the handle of a served category is of the extension that is loaded, if one is.
+inline bool is_of_this_load(const gl_locale *locale, int category) { return locale->glu_load[category] == extension_load; }
+
+// What an entry point answers that ends its parameters with an error cell; `absent` without the extension of the category's handle.
 template <class Result, class... Parameters, class... Arguments>
-Result ask_extension(gl_locale *locale, Result (*entry_point)(Parameters...), Result absent, Arguments... arguments) {
-    if (entry_point == nullptr) return absent;
+Result ask_extension(gl_locale *locale, int category, Result (*entry_point)(Parameters...), Result absent, Arguments... arguments) {
+    if (entry_point == nullptr || !is_of_this_load(locale, category)) return absent;
     int16_t cell = 0;
     const Result result = entry_point(arguments..., &cell);
     if (cell > 0) set_error(locale, cell);

@@ -69,6 +69,7 @@ int share_category(gl_locale *target, gl_locale *source, int category) {
     memcpy(target->locale_name[category], source->locale_name[category], sizeof target->locale_name[category]);
     target->glu_handle[category] = source->glu_handle[category];
     target->glu_flag[category] = source->glu_flag[category];
+    target->glu_load[category] = source->glu_load[category];
     return share_data(target, source, category) < 0 ? -1 : 0;
 }
 

@@ -3,6 +3,7 @@
 #include "ext/error.h"
 #include "order/maps.h"
 #include "qbnxdl/entry_points.h"
+#include "qbnxdl/served.h"
 #include "setlc/handle.h"
 
 #include <string.h>
@@ -15,7 +16,7 @@ namespace {
 // The handle of another category of the same name; one that belongs to the source of a copy is not ours to share.
 void *handle_of_name(const gl_locale *locale, const char *name) {
     for (int other = FIRST_CATEGORY; other <= LAST_CATEGORY; ++other) {
-        if (locale->glu_flag[other] != 0 && locale->shared[other] == 0 &&
+        if (locale->glu_flag[other] != 0 && is_of_this_load(locale, other) && locale->shared[other] == 0 &&
             strncmp(locale->locale_name[other], name, LONGEST_LOCALE_NAME) == 0)
             return locale->glu_handle[other];
     }
@@ -38,11 +39,10 @@ void order_by_extension(gl_locale *locale) {
 }
 
 void let_go(gl_locale *locale, int category) {
-    void *handle = locale->glu_handle[category];
-    locale->glu_handle[category] = nullptr;
-    if (handle == nullptr || locale->shared[category] != 0) return;
-    for (const void *other : locale->glu_handle)
-        if (other == handle) return;
+    void *handle = std::exchange(locale->glu_handle[category], nullptr);
+    if (handle == nullptr || locale->shared[category] != 0 || !is_of_this_load(locale, category)) return;
+    for (int other = FIRST_CATEGORY; other <= LAST_CATEGORY; ++other)
+        if (locale->glu_handle[other] == handle && is_of_this_load(locale, other)) return;
     glx_lc_close(handle);
 }
 
@@ -55,6 +55,7 @@ int set_categories_glu(gl_locale *locale, int category, const char *name) {
     if (handle == nullptr) return -1;
     locale->glu_handle[category] = handle;
     locale->glu_flag[category] = 1;
+    locale->glu_load[category] = extension_load;
     if (category == GL_CAT_COLLATE) order_by_extension(locale);
     return 0;
 }

@@ -9,7 +9,7 @@ using namespace qbgl;
 namespace {
 
 int ask_for_bytes(gl_locale *locale, char *buffer, gl_byte_reader reader, void *stream, int *length) {
-    return ask_extension(locale, fn_glu_getmb, -1, locale->glu_handle[GL_CAT_CTYPE], buffer, reader, stream, length);
+    return ask_extension(locale, GL_CAT_CTYPE, fn_glu_getmb, -1, locale->glu_handle[GL_CAT_CTYPE], buffer, reader, stream, length);
 }
 
 const MultiNode *root_of(const gl_locale *locale) { return locale->ctype.codeset_table->root; }
@@ -44,7 +44,7 @@ int gl_full_fgetmb(gl_locale *locale, char *buffer, FILE *stream) {
 gl_wchar gl_full_fgetwc(gl_locale *locale, FILE *stream) {
     constexpr gl_wchar NONE = static_cast<gl_wchar>(-1);
     if (served_by_extension(locale, GL_CAT_CTYPE))
-        return ask_extension(locale, fn_glu_fgetuc32, NONE, locale->glu_handle[GL_CAT_CTYPE], stream);
+        return ask_extension(locale, GL_CAT_CTYPE, fn_glu_fgetuc32, NONE, locale->glu_handle[GL_CAT_CTYPE], stream);
     const Read read = read_character(root_of(locale), StreamSource(stream));
     if (read.error == 0) return read.value;
     set_error(locale, wide_error(stream, read));

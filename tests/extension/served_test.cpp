@@ -1,5 +1,6 @@
 // Handles that the extension of examples/ serves, loaded as a host loads them.
 #include "qbgl.h"
+#include "qbnxdl/entry_points.h"
 #include "support/files.h"
 
 #include <algorithm>
@@ -78,7 +79,9 @@ TEST_F(Served, FingerprintIsThatOfTheExtensionAndNeverAnotherOrders) {
     EXPECT_EQ(gl_order_fingerprint(copy), served);
     EXPECT_EQ(gl_order_compare(copy, "ch", 2, "d", 1, 0), -1);
     gl_free_nonshared_loc(copy);
+    void *const handle = locale->glu_handle[GL_CAT_COLLATE];
     gl_unload_glu();
+    _gl_free_ptr(handle); // the example's handles are memory, which stays
     gl_clear_errno(locale);
     EXPECT_EQ(gl_order_compare(locale, "a", 1, "b", 1, 0), 0);
     EXPECT_EQ(gl_errno(locale), GL_ENODATA);
@@ -90,8 +93,43 @@ TEST_F(Served, FingerprintIsThatOfTheExtensionAndNeverAnotherOrders) {
     EXPECT_NE(gl_order_fingerprint(own), served);
     EXPECT_EQ(gl_order_compare(own, "ch", 2, "d", 1, 0), 1);
     gl_lc_unload(own);
-    gl_useglu(1);
-    EXPECT_EQ(gl_init_glu(nullptr), 0); // it takes the handle back that it gave
+}
+
+TEST_F(Served, HandlesAreNoneOfALaterLoad) {
+    gl_cv *cd = nullptr;
+    ASSERT_EQ(gl_cv_load(&cd, "57372", "819", nullptr, nullptr), 1);
+    void *const handle = locale->glu_handle[GL_CAT_COLLATE], *const converter = cd->glu_handle;
+    ASSERT_EQ(gl_unload_glu(), 0);
+    ASSERT_EQ(gl_init_glu(nullptr), 0);
+    static int closed;
+    closed = 0;
+    const auto close = std::exchange(qbgl::fn_glu_lc_close, [](void *) -> void * { return ++closed, nullptr; });
+    const auto close_converter = std::exchange(qbgl::fn_glu_cv_close, [](void *) { return ++closed; });
+
+    EXPECT_EQ(gl_order_compare(locale, "a", 1, "b", 1, 0), 0);
+    EXPECT_EQ(gl_errno(locale), GL_ENODATA);
+    EXPECT_EQ(gl_mbscoll(locale, "a", "b"), 0);
+    EXPECT_EQ(gl_full_mblen(locale, "a", 1), -1);
+    EXPECT_EQ(gl_mb_loc_max(locale), -1);
+    EXPECT_EQ(gl_case_conv_outbuflen(locale, 1), -1);
+    EXPECT_EQ(_gl_im_iswctype(locale, 'a', ~0U), 0U);
+    const char *in = "a";
+    char room[4], *out = room;
+    int inleft = 1, outleft = 4;
+    EXPECT_EQ(gl_miconv(cd, &in, &inleft, &out, &outleft, nullptr), -1);
+    EXPECT_EQ(gl_iconv_expansion(cd), 0);
+    gl_cv_unload(cd);
+    char *const name = gl_setlocale_4(locale, GL_CAT_COLLATE, "de_de/e01c.lco");
+    ASSERT_NE(name, nullptr) << gl_strerror(gl_errno(locale));
+    gl_destroystring(name);
+    EXPECT_EQ(gl_order_compare(locale, "a", 1, "b", 1, 0), -1); // by a handle of its own, beside the older one of LC_CTYPE
+    EXPECT_EQ(gl_full_mblen(locale, "a", 1), -1);
+
+    EXPECT_EQ(closed, 0);
+    qbgl::fn_glu_lc_close = close;
+    qbgl::fn_glu_cv_close = close_converter;
+    _gl_free_ptr(handle);
+    _gl_free_ptr(converter);
 }
 
 } // namespace
