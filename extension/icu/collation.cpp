@@ -88,6 +88,23 @@ int check_pair(const void *locale, const void *s1, int len1, const void *s2, int
     return (len1 == TERMINATED) != (len2 == TERMINATED) ? GL_EMIXEDLEN : 0;
 }
 
+int compare_keys(const UCollator *collator, const UChar *s1, int32_t len1, const UChar *s2, int32_t len2, int16_t *error) {
+    SortKey first, second;
+    if (!first.make(collator, s1, len1) || !second.make(collator, s2, len2)) return fail(error, GL_ENOMEM, 0);
+    const int order = strcmp(reinterpret_cast<const char *>(first.bytes()), reinterpret_cast<const char *>(second.bytes()));
+    return (order > 0) - (order < 0);
+}
+
+int compare_units(const Locale &locale, const UCollator *collator, const UChar *s1, int32_t len1, const UChar *s2, int32_t len2,
+                  int16_t *error) {
+    if (!locale.compares_by_keys()) {
+        const int order = ucol_strcoll(collator, s1, len1, s2, len2);
+        // It has no status, and takes texts for equal when memory is out.
+        if (order != UCOL_EQUAL || (len1 == len2 && u_memcmp(s1, s2, len1) == 0)) return order;
+    }
+    return compare_keys(collator, s1, len1, s2, len2, error);
+}
+
 template <class Unit> int compare(void *handle, const Unit *s1, int len1, const Unit *s2, int len2, int16_t *error) {
     if (const int wrong = check_pair(handle, s1, len1, s2, len2)) return fail(error, wrong, 0);
     const Locale &locale = *as_locale(handle);
@@ -96,8 +113,10 @@ template <class Unit> int compare(void *handle, const Unit *s1, int len1, const 
     if (first.length() < 0) return fail(error, number, 0);
     const Text second(locale, s2, len2, number);
     if (second.length() < 0) return fail(error, number, 0);
-    return ucol_strcoll(locale.collator(), first.units(), first.length(), second.units(), second.length());
+    return compare_units(locale, locale.collator(), first.units(), first.length(), second.units(), second.length(), error);
 }
+
+bool compares_as_utf8(const Locale &locale) { return locale.codeset().kind() == Codeset::Kind::UTF8 && !locale.compares_by_keys(); }
 
 // Without a copy in UTF-16.
 int compare_utf8(const UCollator *collator, const char *s1, int len1, const char *s2, int len2, int16_t *error) {
@@ -155,7 +174,8 @@ class Hash {
         add(binary.data(), size);
         return U_SUCCESS(status);
     }
-    // The order that the rules start from is not among them: the keys of characters of all scripts tell it. False when memory is out.
+    // The order that the rules start from is not among them: the keys of characters of all scripts tell it. False when
+    // memory is out.
     bool add_keys(const UCollator *collator) {
         constexpr int WHOLE = 0x180, SCRIPTS = 0x3400, STEP = 0x10, WIDE_STEP = 0x400;
         UChar units[WHOLE + SCRIPTS / STEP + 0x10000 / WIDE_STEP];
@@ -199,8 +219,7 @@ class Words {
 } // namespace
 
 int glu_mbscoll(void *locale, const char *s1, int len1, const char *s2, int len2, int16_t *error) {
-    if (locale == nullptr || as_locale(locale)->codeset().kind() != Codeset::Kind::UTF8)
-        return compare(locale, s1, len1, s2, len2, error);
+    if (locale == nullptr || !compares_as_utf8(*as_locale(locale))) return compare(locale, s1, len1, s2, len2, error);
     if (const int wrong = check_pair(locale, s1, len1, s2, len2)) return fail(error, wrong, 0);
     len1 = bytes_of(s1, len1);
     len2 = bytes_of(s2, len2);
@@ -278,7 +297,7 @@ int glu_order_compare(void *locale, const char *s1, int len1, const char *s2, in
     const UCollator *const collator = own.collator(passes);
     len1 = bytes_of(s1, len1);
     len2 = bytes_of(s2, len2);
-    if (own.codeset().kind() == Codeset::Kind::UTF8) return compare_utf8(collator, s1, len1, s2, len2, error);
+    if (compares_as_utf8(own)) return compare_utf8(collator, s1, len1, s2, len2, error);
     Characters characters(own.codeset());
     Utf16 first, second;
     int16_t number = 0;
@@ -286,7 +305,7 @@ int glu_order_compare(void *locale, const char *s1, int len1, const char *s2, in
     if (units1 < 0) return fail(error, number, 0);
     const int units2 = characters.to_utf16_leniently(s2, len2, second, number);
     if (units2 < 0) return fail(error, number, 0);
-    return ucol_strcoll(collator, first.data(), units1, second.data(), units2);
+    return compare_units(own, collator, first.data(), units1, second.data(), units2, error);
 }
 
 int glu_order_key(void *locale, const char *s, int len, int passes, unsigned char *key, int room, int16_t *error) {

@@ -50,6 +50,8 @@ bool Locale::open_collators(int16_t &error) {
         error = error_of(status);
         return false;
     }
+    compares_by_keys_ = ucol_getAttribute(whole, UCOL_FRENCH_COLLATION, &status) == UCOL_ON ||
+                        ucol_getAttribute(whole, UCOL_ALTERNATE_HANDLING, &status) == UCOL_SHIFTED;
     const UCollationStrength strength = ucol_getStrength(whole);
     passes_ = strength == UCOL_IDENTICAL ? MOST_PASSES : static_cast<int>(strength) + 1;
     collators_[passes_ - 1] = whole;

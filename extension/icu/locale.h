@@ -26,6 +26,9 @@ class Locale {
     const UCollator *collator() const { return collators_[passes_ - 1]; }
     // The collator that looks at so many passes; -1 and more than there are: all.
     const UCollator *collator(int passes) const { return collators_[(passes < 1 || passes > passes_ ? passes_ : passes) - 1]; }
+    // Whether ICU's comparison may differ from the keys: it passes over what two texts begin with, and a mark may stand behind it
+    // that counts by its place from the end, or not behind a character that is passed over.
+    bool compares_by_keys() const { return compares_by_keys_; }
     const UCaseMap *case_map() const { return case_map_; }
     // Whether single characters have another case than in most languages.
     bool has_own_case() const { return own_case_; }
@@ -40,6 +43,7 @@ class Locale {
     Owned<Codeset> codeset_;
     UCollator *collators_[MOST_PASSES] = {}; // by the number of their passes
     int passes_ = 0;
+    bool compares_by_keys_ = false;
     UCaseMap *case_map_ = nullptr;
     bool own_case_ = false;
 };

@@ -23,7 +23,7 @@ namespace {
 
 using namespace qbgl_test;
 
-constexpr int TEXTS = 2500; // of each locale
+constexpr int TEXTS = 2500, ORDERED_PAIRS = 5000; // of each locale
 
 std::u16string read_utf8(const std::string &text) {
     std::u16string units(text.size() + 1, u'\0');
@@ -240,6 +240,31 @@ TEST_F(Extension, OrdersMapsAndMeasuresAsIcuDoes) {
             last_key = key;
         }
         ucol_close(collator);
+        gl_lc_unload(locale);
+    }
+}
+
+// With marks behind what is passed over, where ICU's own comparison is no total order.
+TEST_F(Extension, ComparesAsItsKeysDo) {
+    const std::vector<std::string> pieces = {"a",      "b",      "E", "o",      "ก",      "เ",      "か",
+                                             "1",      " ",      "-", "\x01",   "\u00AD", "\u0301", "\u0308",
+                                             "\u0323", "\u0327", ".", "\u0E48", "\u3099", "é"};
+    std::mt19937 random(1);
+    const auto text = [&] {
+        std::string made;
+        for (size_t i = random() % 6; i > 0; --i) made += pieces[random() % pieces.size()];
+        return made;
+    };
+    for (const char *specification : {"fr_CA.utf8", "th_TH.utf8", "cs_CZ.utf8", "ja_JP.utf8"}) {
+        SCOPED_TRACE(specification);
+        gl_locale *locale = nullptr;
+        ASSERT_EQ(gl_lc_load(&locale, specification, nullptr, nullptr), 0);
+        for (int i = 0; i < ORDERED_PAIRS && !HasFailure(); ++i) {
+            const std::string begin = text(), a = begin + text(), b = begin + text();
+            const int order = sign(key_of(locale, a).compare(key_of(locale, b)));
+            EXPECT_EQ(sign(gl_mbscoll(locale, a.c_str(), b.c_str())), order) << a << '\n' << b;
+            EXPECT_EQ(gl_order_compare(locale, a.c_str(), -1, b.c_str(), -1, -1), order) << a << '\n' << b;
+        }
         gl_lc_unload(locale);
     }
 }
