@@ -374,9 +374,9 @@ typedef int glu_mbsSortKeyCollBound_fn(void *locale, char *out, const char *key,
 
 /* What the order of the locale depends on, in words: its rules and their version, the settings, the version of the keys' form.
  * Where the words of two machines are the same, so are order and keys; where anything changes them, the words change. Writes at
- * most `room` bytes of it with a terminator (`out` may be null for none) and returns the length without it, 1 or more, or -1.
- * gl_order_fingerprint is made from it. An extension has this, glu_order_compare and glu_order_key, or none of them: locales that
- * it orders then have no fingerprint, and the gl_order functions compare their bytes. */
+ * most `room` bytes of it with a terminator (`out` may be null for none) and returns the length without it, 1 or more, or -1, with
+ * which LC_COLLATE does not load. gl_order_fingerprint is made from it. An extension has this, glu_order_compare and glu_order_key,
+ * or none of them: locales that it orders then have no fingerprint, and the gl_order functions compare their bytes. */
 typedef int glu_order_version_fn(void *locale, char *out, int room);
 
 /* The order for indexes (gl_order_compare and gl_order_key in qbgl.h) of the text's own passes: any bytes are text, those that are

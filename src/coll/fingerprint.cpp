@@ -81,18 +81,20 @@ void qbgl::fingerprint_of_rules(const gl_locale *locale, OrderDigits &digits) {
     tell(hash, digits);
 }
 
-void qbgl::fingerprint_of_extension(const gl_locale *locale, OrderDigits &digits) {
+int qbgl::fingerprint_of_extension(const gl_locale *locale, OrderDigits &digits) {
     digits[0] = '\0';
-    if (fn_glu_order_version == nullptr || fn_glu_order_compare == nullptr || fn_glu_order_key == nullptr) return;
+    if (fn_glu_order_version == nullptr || fn_glu_order_compare == nullptr || fn_glu_order_key == nullptr) return 0;
     void *const handle = locale->glu_handle[GL_CAT_COLLATE];
     const int length = fn_glu_order_version(handle, nullptr, 0);
-    if (length < 1 || length == INT32_MAX) return;
+    if (length < 1 || length == INT32_MAX) return GL_ELOADCAT;
     const Scratch words(gl_ext_functions, uint64_t{static_cast<uint32_t>(length)} + 1);
-    if (words.text() == nullptr || fn_glu_order_version(handle, words.text(), length + 1) != length) return;
+    if (words.text() == nullptr) return GL_ENOMEM;
+    if (fn_glu_order_version(handle, words.text(), length + 1) != length) return GL_ELOADCAT;
     Hash hash;
     hash.add(KEY_FORMAT);
     hash.add(std::span<const char>(words.text(), static_cast<size_t>(length)));
     tell(hash, digits);
+    return 0;
 }
 
 const char *gl_order_fingerprint(gl_locale *locale) {

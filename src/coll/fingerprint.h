@@ -14,8 +14,8 @@ using OrderDigits = char[sizeof gl_locale::order_fingerprint]; // 16 hexadecimal
 // Makes the digits from the rules of a handle, for an object that does not tell its own.
 void fingerprint_of_rules(const gl_locale *locale, OrderDigits &digits);
 
-// Makes them from the words of the extension library for a handle that it orders; empty where it has no order for indexes, or
-// memory is out.
-void fingerprint_of_extension(const gl_locale *locale, OrderDigits &digits);
+// Makes them from the words of the extension library for a handle that it orders; empty where it has no order for indexes. Returns
+// 0, or the number of the error: GL_ENOMEM, or GL_ELOADCAT where it has such an order and does not tell the words.
+int fingerprint_of_extension(const gl_locale *locale, OrderDigits &digits);
 
 } // namespace qbgl

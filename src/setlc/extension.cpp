@@ -31,11 +31,12 @@ void *open_handle(gl_locale *locale, const char *name) {
     return nullptr;
 }
 
-// The object's own order is none of this handle's any more.
-void order_by_extension(gl_locale *locale) {
+// The object's own order is none of this handle's any more. 0, or -1 with the error number.
+int order_by_extension(gl_locale *locale) {
     locale->collate.kind = GL_COLLATION_EXTENSION;
     free_order_maps(std::exchange(locale->order_maps, nullptr));
-    fingerprint_of_extension(locale, locale->order_fingerprint);
+    const int error = fingerprint_of_extension(locale, locale->order_fingerprint);
+    return error == 0 ? 0 : fail(locale, error, -1);
 }
 
 void let_go(gl_locale *locale, int category) {
@@ -56,8 +57,7 @@ int set_categories_glu(gl_locale *locale, int category, const char *name) {
     locale->glu_handle[category] = handle;
     locale->glu_flag[category] = 1;
     locale->glu_load[category] = extension_load;
-    if (category == GL_CAT_COLLATE) order_by_extension(locale);
-    return 0;
+    return category == GL_CAT_COLLATE ? order_by_extension(locale) : 0;
 }
 
 void set_categories_glu_null(gl_locale *locale, int category) {

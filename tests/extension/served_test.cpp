@@ -1,6 +1,7 @@
 // Handles that the extension of examples/ serves, loaded as a host loads them.
 #include "qbgl.h"
 #include "qbnxdl/entry_points.h"
+#include "support/faults.h"
 #include "support/files.h"
 
 #include <algorithm>
@@ -93,6 +94,27 @@ TEST_F(Served, FingerprintIsThatOfTheExtensionAndNeverAnotherOrders) {
     EXPECT_NE(gl_order_fingerprint(own), served);
     EXPECT_EQ(gl_order_compare(own, "ch", 2, "d", 1, 0), 1);
     gl_lc_unload(own);
+}
+
+TEST_F(Served, OrderThatDoesNotTellItselfIsNotLoaded) {
+    gl_locale *other = nullptr;
+    for (const auto refuse :
+         {+[](void *, char *, int) { return -1; }, +[](void *, char *out, int) { return out != nullptr ? 2 : 1; }}) {
+        qbgl::fn_glu_order_version = refuse;
+        EXPECT_EQ(gl_lc_load(&other, "cs_CZ.utf8", nullptr, nullptr), -1);
+        EXPECT_EQ(gl_errno(other), GL_ELOADCAT);
+        gl_lc_unload(other);
+    }
+    qbgl_test::Faults faults;
+    static qbgl_test::Faults *armed;
+    armed = &faults;
+    qbgl::fn_glu_order_version = [](void *, char *, int) {
+        armed->arm(qbgl_test::Operation::allocate, 1);
+        return 5000; // more than has room without memory
+    };
+    EXPECT_EQ(gl_lc_load(&other, "cs_CZ.utf8", nullptr, nullptr), -1);
+    EXPECT_EQ(gl_errno(other), GL_ENOMEM);
+    gl_lc_unload(other);
 }
 
 TEST_F(Served, HandlesAreNoneOfALaterLoad) {
