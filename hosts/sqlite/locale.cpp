@@ -55,6 +55,9 @@ Locale::Locale(std::string name) : name_(std::move(name)), handle_(nullptr, gl_l
         throw Error("the locale " + name_ + " cannot be loaded: " + gl_strerror(number) +
                     " (is it installed, and QUORBANEDIR set?)");
     }
+    if (gl_order_fingerprint(handle) == nullptr)
+        throw Error("the locale " + name_ +
+                    " cannot be used: the extension library that orders it does not tell its order's version");
     constexpr const char *ZONES[] = {"UTC"}; // as SQLite has all times
     if (gl_set_zone_names(handle, ZONES, 1) != 0) throw std::bad_alloc();
     marks_ = gl_ctype(handle, "combining");

@@ -157,6 +157,7 @@ static bool
 FillLocale(QbglLocale *locale, const char *name)
 {
 	gl_locale *handle;
+	const char *fingerprint;
 	MemoryContext context =
 		AllocSetContextCreate(locale_context, "qbgl locale", ALLOCSET_DEFAULT_SIZES);
 	int result;
@@ -166,10 +167,20 @@ FillLocale(QbglLocale *locale, const char *name)
 	library_context = locale_context;
 	if (!CheckLoaded(name, handle, result, context))
 		return false;
+	fingerprint = gl_order_fingerprint(handle);
+	if (fingerprint == NULL)
+	{
+		gl_lc_unload(handle);
+		MemoryContextDelete(context);
+		ereport(ERROR, (errcode(ERRCODE_CONFIG_FILE_ERROR),
+						errmsg("cannot use the locale \"%s\"", name),
+						errdetail("The extension library that orders it does not tell the version of its "
+								  "order.")));
+	}
 	MemoryContextSetIdentifier(context, locale->name);
 	locale->handle = handle;
 	strlcpy(locale->name, name, sizeof locale->name);
-	strlcpy(locale->fingerprint, gl_order_fingerprint(handle), sizeof locale->fingerprint);
+	strlcpy(locale->fingerprint, fingerprint, sizeof locale->fingerprint);
 	locale->is_utf8 = gl_cs_name2cs_num(NULL, handle->codeset_name[GL_CAT_CTYPE], NULL) ==
 					  gl_cs_name2cs_num(NULL, "utf8", NULL);
 	locale->directory_generation = qbgl_directory_generation;
