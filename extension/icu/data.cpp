@@ -41,17 +41,53 @@ constexpr char PACKAGED[] = "packaged";
 
 int loaded = 0; // handles that are out
 
-// The data of a process: ICU keeps hold of the bytes.
 struct Data {
     File file;
-    bool packaged = false;
+    bool held = false; // ICU keeps hold of the bytes
 };
+
+template <class Number> size_t number_at(const File &file, size_t at) {
+    Number number;
+    memcpy(&number, file.bytes() + at, sizeof number);
+    return number;
+}
+
+// Whether a common data file leads nowhere behind its end, for ICU is told no size: a header; the number of items, and for each the
+// offsets of its name and its data; behind them the items in the order of their names, each with a header of its own.
+bool is_whole(const File &file) {
+    struct Header {
+        uint16_t size;
+        uint8_t magic[2];
+        UDataInfo info;
+    } header;
+    if (file.size() < sizeof header) return false;
+    memcpy(&header, file.bytes(), sizeof header);
+    if (header.magic[0] != 0xDA || header.magic[1] != 0x27 || memcmp(header.info.dataFormat, "CmnD", 4) != 0) return false;
+    if (header.info.isBigEndian != U_IS_BIG_ENDIAN || header.size < sizeof header) return false;
+    constexpr size_t OFFSET = sizeof(uint32_t);
+    const size_t table = header.size; // offsets count from here
+    if (file.size() < table + OFFSET) return false;
+    const size_t room = file.size() - table, count = number_at<uint32_t>(file, table);
+    if (count == 0 || count > (room - OFFSET) / (2 * OFFSET)) return false;
+    size_t end = OFFSET + count * 2 * OFFSET;
+    const char *last_name = "";
+    for (size_t entry = OFFSET; entry < OFFSET + count * 2 * OFFSET; entry += 2 * OFFSET) {
+        const size_t name = number_at<uint32_t>(file, table + entry), data = number_at<uint32_t>(file, table + entry + OFFSET);
+        if (name >= room || data < end || data > room || room - data < sizeof header) return false;
+        const char *const own_name = file.bytes() + table + name; // ends with the file at the latest
+        if (strcmp(last_name, own_name) >= 0) return false;
+        last_name = own_name;
+        const size_t own_header = number_at<uint16_t>(file, table + data);
+        if (own_header < sizeof header || own_header > room - data) return false;
+        end = data + own_header;
+    }
+    return true;
+}
 
 // "packaged 72": ICU brings its data along, and is of this version. Anything else is a common data file of ICU's, icudt72l.dat.
 int use(Data &data) {
     const File &file = data.file;
-    data.packaged = strncmp(file.bytes(), PACKAGED, sizeof PACKAGED - 1) == 0;
-    if (data.packaged) {
+    if (strncmp(file.bytes(), PACKAGED, sizeof PACKAGED - 1) == 0) {
         const long version = strtol(file.bytes() + sizeof PACKAGED - 1, nullptr, 10);
         UVersionInfo own;
         u_getVersion(own);
@@ -59,9 +95,14 @@ int use(Data &data) {
         say("qbgl_icu: the installation is for ICU %ld, this is ICU %d", version, own[0]);
         return GL_EVERSION;
     }
+    if (!is_whole(file)) {
+        say("qbgl_icu: the data file is damaged, or none of ICU's");
+        return GL_EBADFILE;
+    }
     UErrorCode status = U_ZERO_ERROR;
     udata_setCommonData(file.bytes(), &status);
-    if (U_SUCCESS(status)) return 0;
+    data.held = U_SUCCESS(status);
+    if (data.held) return 0;
     say("qbgl_icu: the data file is refused: %s", u_errorName(status));
     return status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EBADFILE;
 }
@@ -93,7 +134,7 @@ void *glu_loadIcuData(const char *path, int, int *status) {
         }
     }
     if (number != 0) {
-        if (loaded == 0) take_memory_from_icu();
+        if (!(loaded == 0 && take_memory_from_icu()) && data && data->held) (void)data->file.release();
         return fail<int, void *>(status, number, nullptr);
     }
     ++loaded;
@@ -104,7 +145,7 @@ void glu_unloadIcuData(void *data) {
     if (data == nullptr) return;
     Owned<Data> owned(static_cast<Data *>(data));
     const bool done = --loaded == 0 && take_memory_from_icu();
-    if (!done && !owned->packaged) (void)owned.release(); // an ICU that lives on may use it
+    if (!done && owned->held) (void)owned->file.release(); // an ICU that lives on may use it
 }
 
 const char *glu_icuErrorName(int code) {

@@ -67,8 +67,14 @@ const Map *Map::loaded() { return current; }
 bool Map::read(const char *path, int &status) {
     File file;
     if (!file.read(path, status)) return false;
+    const size_t length = strlen(file.bytes());
+    const bool is_text = length == file.size();
+    if (!is_text) {
+        say("qbgl_icu: %s: byte %zu is NUL: not a map", path, length);
+        status = GL_EBADFILE;
+    }
     text_ = file.release();
-    return true;
+    return is_text;
 }
 
 // 0, the number of a line that is wrong, or -1 when memory is out.

@@ -2,10 +2,12 @@
 #include "support/files.h"
 
 #include "qbgl.h"
+#include "qbgl_extension.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <dlfcn.h>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -267,6 +269,72 @@ TEST_F(Extension, ComparesAsItsKeysDo) {
         }
         gl_lc_unload(locale);
     }
+}
+
+// A common data file of two items: a header of 32 bytes, the table, the names, and the items' headers from 64 and 96 on.
+std::string data_file() {
+    std::string file(128, '\0');
+    const auto put = [&](size_t at, const std::string &bytes) { file.replace(at, bytes.size(), bytes); };
+    put(0, "\x20\0\xDA\x27\x14\0\0\0\0\0\2\0CmnD\1"s);
+    put(32, "\2\0\0\0\x14\0\0\0\x20\0\0\0\x18\0\0\0\x40\0\0\0a/x\0a/y"s);
+    put(64, "\x20"), put(96, "\x20");
+    return file;
+}
+
+TEST_F(Extension, RefusesDamagedFiles) {
+    void *const library = dlopen(QBGL_ICU_TREE "/vrn/dll/qbgl_icu.so", RTLD_NOW);
+    ASSERT_NE(library, nullptr) << dlerror();
+    const auto load = reinterpret_cast<glu_loadIcuData_fn *>(dlsym(library, "glu_loadIcuData"));
+    const auto unload = reinterpret_cast<glu_unloadIcuData_fn *>(dlsym(library, "glu_unloadIcuData"));
+    const auto load_map = reinterpret_cast<glu_loadMapData_fn *>(dlsym(library, "glu_loadMapData"));
+    const TempDir directory;
+    const std::string path = directory / "icudata", whole = data_file();
+    const auto expect_refused = [&](const std::string &bytes) {
+        write_file(path, bytes);
+        int status = 0;
+        EXPECT_EQ(load(path.c_str(), 0, &status), nullptr);
+        EXPECT_EQ(status, GL_EBADFILE);
+    };
+    for (const size_t size : {0, 23, 24, 35, 51, 63, 64, 100, 127}) {
+        SCOPED_TRACE(size);
+        expect_refused(whole.substr(0, size));
+    }
+    struct Change {
+        size_t at;
+        char byte;
+    };
+    // The header's size, marks, order of bytes; the count; offsets behind the end, in the table, in the first item; names; sizes.
+    for (const auto &[at, byte] : {Change{1, 127},
+                                   {0, 8},
+                                   {2, 0},
+                                   {12, 'X'},
+                                   {8, 1},
+                                   {32, 0},
+                                   {35, 127},
+                                   {39, 127},
+                                   {43, 127},
+                                   {40, 16},
+                                   {48, 48},
+                                   {44, 20},
+                                   {58, 'w'},
+                                   {64, 127},
+                                   {65, 127},
+                                   {97, 1},
+                                   {96, 8}}) {
+        SCOPED_TRACE(at);
+        std::string bytes = whole;
+        bytes[at] = byte;
+        expect_refused(bytes);
+    }
+    write_file(path, whole);
+    int status = 0;
+    void *const data = load(path.c_str(), 0, &status);
+    EXPECT_NE(data, nullptr) << status;
+    unload(data);
+    write_file(path, "serve * LC_CTYPE\n\0serve * LC_COLLATE\n"s);
+    EXPECT_EQ(load_map(path.c_str(), &status), nullptr);
+    EXPECT_EQ(status, GL_EBADFILE);
+    dlclose(library);
 }
 
 struct Codeset {
