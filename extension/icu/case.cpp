@@ -41,10 +41,11 @@ template <Case TO> int map_character(void *locale, char *dst, const char *src, i
     const Locale &own = *as_locale(locale);
     Characters characters(own.codeset());
     const Decoded one = characters.decode(src, len);
-    if (!one) return fail(error, one.length == CUT ? GL_EINVAL : GL_EILSEQ, 0);
+    if (!one) return fail(error, one.length == CUT ? GL_EINVAL : one.error(), 0);
     char bytes[Codeset::LONGEST]; // dst may be src
     int written = characters.encode(bytes, map_one<TO>(own, one.value));
-    if (written == 0) { // the codeset lacks the other case
+    if (written == NO_MEMORY) return fail(error, GL_ENOMEM, 0);
+    if (written == NO_CHARACTER) { // the codeset lacks the other case
         written = one.length;
         memcpy(bytes, src, static_cast<size_t>(written));
     }
@@ -81,14 +82,14 @@ template <Case TO> int map_utf8(const Locale &locale, char *dst, const char *src
     return U_SUCCESS(status) ? written : fail(error, status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_ERANGE, -1);
 }
 
-// UTF-16 in the codeset; -1 when it lacks a character.
+// UTF-16 in the codeset; -1 when it lacks a character, or NO_MEMORY.
 int encode(Characters &characters, char *dst, const UChar *units, int32_t length) {
     int written = 0;
     for (int32_t i = 0; i < length;) {
         UChar32 value;
         U16_NEXT(units, i, length, value);
         const int bytes = characters.encode(dst + written, value);
-        if (bytes == 0) return -1;
+        if (bytes <= 0) return bytes == NO_MEMORY ? NO_MEMORY : -1;
         written += bytes;
     }
     return written;
@@ -135,6 +136,7 @@ template <Case TO> int map_text(void *handle, char *dst, const char *src, int16_
             map<TO>(mapped.data(), static_cast<int32_t>(mapped.capacity()), units.data(), length, locale.name(), status);
         if (U_FAILURE(status)) return fail(error, status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_ERANGE, -1);
         written = encode(characters, dst, mapped.data(), made);
+        if (written == NO_MEMORY) return fail(error, GL_ENOMEM, -1);
         if (written < 0) written = map_what_can_be<TO>(locale, characters, dst, src, bytes);
     }
     dst[written] = '\0';

@@ -14,14 +14,14 @@ template <class Take> int decode_one(void *locale, const char *s, int n, int16_t
     if (s == nullptr) return 0;
     if (n == TERMINATED ? *s == '\0' : n < 1) return fail(error, GL_EINVAL, -1);
     const Decoded one = Characters(as_locale(locale)->codeset()).decode(s, readable(n));
-    if (!one) return fail(error, one.length == CUT && n != TERMINATED ? GL_EINVAL : GL_EILSEQ, -1);
+    if (!one) return fail(error, one.length == CUT && n != TERMINATED ? GL_EINVAL : one.error(), -1);
     take(one.value);
     return one.value != 0 ? one.length : 0;
 }
 
 int encode_one(void *locale, char *s, UChar32 value, int16_t *error) {
     const int length = Characters(as_locale(locale)->codeset()).encode(s, value);
-    return length > 0 ? length : fail(error, GL_EILSEQ, -1);
+    return length > 0 ? length : fail(error, length == NO_MEMORY ? GL_ENOMEM : GL_EILSEQ, -1);
 }
 
 } // namespace
@@ -60,7 +60,7 @@ char *glu_mbsnext(void *locale, const char *s, int n, int16_t *error) {
     if (locale == nullptr || s == nullptr) return fail<int16_t, char *>(error, GL_ENULLPTR, nullptr);
     if (n < 1 && n != TERMINATED) return fail<int16_t, char *>(error, GL_EINVAL, nullptr);
     const Decoded one = Characters(as_locale(locale)->codeset()).decode(s, readable(n));
-    if (!one) return fail<int16_t, char *>(error, one.length == CUT && n != TERMINATED ? GL_EINVAL : GL_EILSEQ, nullptr);
+    if (!one) return fail<int16_t, char *>(error, one.length == CUT && n != TERMINATED ? GL_EINVAL : one.error(), nullptr);
     return const_cast<char *>(s) + one.length;
 }
 
@@ -79,7 +79,7 @@ char *glu_mbsprev(void *locale, const char *start, const char *pos, int16_t *err
     Characters characters(own.codeset());
     for (const char *at = start;;) {
         const Decoded one = characters.decode(at, static_cast<int>(pos - at));
-        if (!one) return fail<int16_t, char *>(error, one.length == CUT ? GL_EINVAL : GL_EILSEQ, nullptr);
+        if (!one) return fail<int16_t, char *>(error, one.length == CUT ? GL_EINVAL : one.error(), nullptr);
         if (at + one.length == pos) return const_cast<char *>(at);
         at += one.length;
     }
@@ -91,7 +91,7 @@ char *glu_getmbsi(void *locale, const char *s, int i, int16_t *error) {
     Characters characters(as_locale(locale)->codeset());
     for (; i > 0; --i) {
         const Decoded one = characters.decode(s, Codeset::LONGEST);
-        if (!one) return fail<int16_t, char *>(error, GL_EILSEQ, nullptr);
+        if (!one) return fail<int16_t, char *>(error, one.error(), nullptr);
         s += one.length;
     }
     return const_cast<char *>(s);
@@ -103,7 +103,7 @@ char *glu_putmbsi(void *locale, char *s, int i, const char *new_char, int16_t *e
     if (place == nullptr) return nullptr;
     Characters characters(as_locale(locale)->codeset());
     const Decoded older = characters.decode(place, Codeset::LONGEST), newer = characters.decode(new_char, Codeset::LONGEST);
-    if (!older || !newer) return fail<int16_t, char *>(error, GL_EILSEQ, nullptr);
+    if (!older || !newer) return fail<int16_t, char *>(error, (older ? newer : older).error(), nullptr);
     char bytes[Codeset::LONGEST]; // the new character may stand in the text
     memcpy(bytes, new_char, static_cast<size_t>(newer.length));
     const char *const rest = place + older.length;

@@ -53,7 +53,7 @@ int width_of_text(const Locale &locale, const char *s, int n, const char *end, i
     Columns columns;
     for (; n > 0 && (end == nullptr || s < end); --n) {
         const Decoded one = characters.decode(s, Codeset::LONGEST);
-        if (!one) return fail(error, GL_EILSEQ, -1);
+        if (!one) return fail(error, one.error(), -1);
         if (one.value == 0) break;
         if (!columns.add(one.value)) return fail(error, GL_EINVAL, -1);
         s += one.length;
@@ -99,7 +99,7 @@ unsigned glu_ismctype(void *locale, const char *s, int len, unsigned mask, int16
     if (locale == nullptr || s == nullptr) return fail(error, GL_ENULLPTR, 0U);
     if (len < 1) return fail(error, GL_EINVAL, 0U);
     const Decoded one = Characters(as_locale(locale)->codeset()).decode(s, len);
-    return one ? classes_of(one.value, mask) : fail(error, one.length == CUT ? GL_EINVAL : GL_EILSEQ, 0U);
+    return one ? classes_of(one.value, mask) : fail(error, one.length == CUT ? GL_EINVAL : one.error(), 0U);
 }
 
 unsigned glu_isuc32type(gl_wchar wc, unsigned mask) { return is_scalar(wc) ? classes_of(static_cast<UChar32>(wc), mask) : 0; }
@@ -107,7 +107,7 @@ unsigned glu_isuc32type(gl_wchar wc, unsigned mask) { return is_scalar(wc) ? cla
 int glu_mbwidth(void *locale, const char *s, int16_t *error) {
     if (locale == nullptr || s == nullptr) return fail(error, GL_ENULLPTR, -1);
     const Decoded one = Characters(as_locale(locale)->codeset()).decode(s, Codeset::LONGEST);
-    if (!one) return fail(error, GL_EILSEQ, -1);
+    if (!one) return fail(error, one.error(), -1);
     const int width = width_of(one.value);
     return width >= 0 ? width : fail(error, GL_EINVAL, -1);
 }

@@ -1,7 +1,5 @@
 #include "icu/codeset.h"
 
-#include "qbgl.h"
-
 #include <algorithm>
 #include <cstring>
 #include <unicode/uchar.h>
@@ -116,14 +114,14 @@ bool Codeset::list_single_bytes(UErrorCode &status) {
 // Byte by byte, because a converter that is given more may look behind the character.
 Decoded Characters::decode_by_converter(const char *s, int n) {
     UConverter *const converter = lease_.get();
-    if (converter == nullptr) return {0, NO_CHARACTER};
+    if (converter == nullptr) return {0, NO_MEMORY};
     for (int length = 2; length <= std::min(n, codeset_.longest_); ++length) {
         const char *at = s;
         UErrorCode status = U_ZERO_ERROR;
         ucnv_resetToUnicode(converter);
         const UChar32 value = ucnv_getNextUChar(converter, &at, s + length, &status);
         if (U_SUCCESS(status)) return {value, static_cast<int>(at - s)};
-        if (status != U_TRUNCATED_CHAR_FOUND) return {0, NO_CHARACTER};
+        if (status != U_TRUNCATED_CHAR_FOUND) return {0, status == U_MEMORY_ALLOCATION_ERROR ? NO_MEMORY : NO_CHARACTER};
     }
     if (n >= codeset_.longest_) return {0, NO_CHARACTER};
     if (n > 1) return {0, CUT};
@@ -135,7 +133,7 @@ Decoded Characters::decode_by_converter(const char *s, int n) {
 }
 
 int Characters::encode(char *out, UChar32 value) {
-    if (value < 0 || value > UCHAR_MAX_VALUE || U_IS_SURROGATE(value)) return 0;
+    if (value < 0 || value > UCHAR_MAX_VALUE || U_IS_SURROGATE(value)) return NO_CHARACTER;
     if (codeset_.kind_ == Codeset::Kind::UTF8) {
         int32_t length = 0;
         U8_APPEND_UNSAFE(reinterpret_cast<uint8_t *>(out), length, value);
@@ -145,19 +143,20 @@ int Characters::encode(char *out, UChar32 value) {
         const auto *const end = codeset_.codes_ + codeset_.code_count_;
         const auto *const found = std::lower_bound(codeset_.codes_, end, value,
                                                    [](const Codeset::Code &code, UChar32 wanted) { return code.value < wanted; });
-        if (found == end || found->value != value) return 0;
+        if (found == end || found->value != value) return NO_CHARACTER;
         *out = static_cast<char>(found->byte);
         return 1;
     }
     UConverter *const converter = lease_.get();
-    if (converter == nullptr) return 0;
+    if (converter == nullptr) return NO_MEMORY;
     UChar units[U16_MAX_LENGTH];
     int32_t count = 0;
     U16_APPEND_UNSAFE(units, count, value);
     char bytes[2 * Codeset::LONGEST];
     UErrorCode status = U_ZERO_ERROR;
     const int length = ucnv_fromUChars(converter, bytes, sizeof bytes, units, count, &status);
-    if (U_FAILURE(status) || length > Codeset::LONGEST) return 0;
+    if (status == U_MEMORY_ALLOCATION_ERROR) return NO_MEMORY;
+    if (U_FAILURE(status) || length > Codeset::LONGEST) return NO_CHARACTER;
     memcpy(out, bytes, static_cast<size_t>(length));
     return length;
 }

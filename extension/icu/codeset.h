@@ -4,10 +4,13 @@
 #include "icu/host.h"
 
 #include <pthread.h>
+#include <qbgl.h>
 #include <unicode/ucnv.h>
 #include <unicode/utf8.h>
 
 namespace qbgl::icu {
+
+enum { NO_CHARACTER = 0, CUT = -1, NO_MEMORY = -2 };
 
 // A character and its bytes; or why there is none, in place of their number.
 struct Decoded {
@@ -15,8 +18,9 @@ struct Decoded {
     int length;
 
     explicit operator bool() const { return length > 0; }
+    // The error that there is no character.
+    int error() const { return length == NO_MEMORY ? GL_ENOMEM : GL_EILSEQ; }
 };
-enum { NO_CHARACTER = 0, CUT = -1 };
 
 using Utf16 = Scratch<UChar, 512>;
 
@@ -111,7 +115,7 @@ class Characters {
         return codeset_.kind_ == Codeset::Kind::SINGLE_BYTE ? Decoded{0, NO_CHARACTER} : decode_by_converter(s, n);
     }
 
-    // The bytes of a character, at most LONGEST, or 0 when the codeset has it not.
+    // The bytes of a character, at most LONGEST, or NO_CHARACTER when the codeset has it not, or NO_MEMORY.
     int encode(char *out, UChar32 value);
 
     // The length of the text in UTF-16, or -1 with an error number. Characters that there are none of are an error, or are read as

@@ -214,11 +214,15 @@ Outcome Converter::convert_character(Cursor &at, bool closes) {
     char bytes[LONGEST_RESULT], *out = bytes;
     int taken = 0;
     bool substituted = at.substituted;
-    UConverter *older = nullptr; // as the target was, where the character may turn out not to fit
+    UConverter *source = nullptr, *target = nullptr; // as they were, where the character may turn out not to fit
     UErrorCode status = U_ZERO_ERROR;
     if (stateful_ && at.room < LONGEST_RESULT) {
-        older = ucnv_clone(target_, &status);
-        if (U_FAILURE(status)) return Outcome::NO_MEMORY;
+        source = ucnv_clone(source_, &status);
+        target = ucnv_clone(target_, &status);
+        if (U_FAILURE(status)) {
+            ucnv_close(source);
+            return Outcome::NO_MEMORY;
+        }
     }
     Outcome outcome = Outcome::DONE;
     do {
@@ -246,10 +250,12 @@ Outcome Converter::convert_character(Cursor &at, bool closes) {
         at.substituted = substituted;
     } else if (!stateful_) {
         reset();
-    } else if (older != nullptr) {
-        std::swap(target_, older);
+    } else if (target != nullptr) {
+        std::swap(source_, source);
+        std::swap(target_, target);
     }
-    ucnv_close(older);
+    ucnv_close(source);
+    ucnv_close(target);
     return outcome;
 }
 

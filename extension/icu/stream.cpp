@@ -20,7 +20,7 @@ template <class Next> Read read_character(const Locale &locale, char *buffer, Ne
         buffer[length++] = static_cast<char>(byte);
         const Decoded one = characters.decode(buffer, length);
         if (one) return {one.value, length, 0};
-        if (one.length != CUT || length == locale.codeset().longest()) return {0, length, GL_EILSEQ};
+        if (one.length != CUT || length == locale.codeset().longest()) return {0, length, one.error()};
     }
 }
 
@@ -40,5 +40,5 @@ gl_wchar glu_fgetuc32(void *locale, FILE *stream, int16_t *error) {
     char buffer[Codeset::LONGEST];
     const Read read = read_character(*as_locale(locale), buffer, [=] { return host.fgetc(stream); });
     if (read.error == 0) return static_cast<gl_wchar>(read.value);
-    return fail(error, read.error != GL_EILSEQ && host.ferror(stream) != 0 ? GL_EIO : read.error, NONE);
+    return fail(error, (read.error == GL_EEOF || read.error == GL_EINVAL) && host.ferror(stream) != 0 ? GL_EIO : read.error, NONE);
 }

@@ -52,7 +52,7 @@ class Bytes {
     bool at_end() const { return left_ == 0; }
     UChar32 next() {
         const Decoded one = characters_.decode(at_, readable(left_));
-        if (!one) return -1;
+        if (!one) return one.length == NO_MEMORY ? NO_MEMORY : -1;
         at_ += one.length;
         if (left_ > 0) left_ -= one.length;
         return one.value;
@@ -69,7 +69,7 @@ template <class Unit, class Source> int to_units(Source source, Unit *dst, int n
     for (n = n > 0 ? n : 0; !source.at_end();) {
         if (stored == n) return terminated ? n : n + 1;
         const UChar32 value = source.next();
-        if (value < 0) return fail(error, GL_EILSEQ, -1);
+        if (value < 0) return fail(error, value == NO_MEMORY ? GL_ENOMEM : GL_EILSEQ, -1);
         if (units_of(Unit(), value) > n - stored) return terminated ? n : n + 1;
         put(dst + stored, value);
         if (terminated && value == 0) return stored;
@@ -92,8 +92,8 @@ template <class Unit> int encode_text(void *locale, char *dst, int n, const Unit
     for (Units<Unit> source(src, len); !source.at_end();) {
         const UChar32 value = source.next();
         char bytes[Codeset::LONGEST];
-        const int length = value >= 0 ? characters.encode(bytes, value) : 0;
-        if (length == 0) return fail(error, GL_EILSEQ, -1);
+        const int length = value >= 0 ? characters.encode(bytes, value) : NO_CHARACTER;
+        if (length <= 0) return fail(error, length == NO_MEMORY ? GL_ENOMEM : GL_EILSEQ, -1);
         if (length > n - written) break;
         memcpy(dst + written, bytes, static_cast<size_t>(length));
         if (len == TERMINATED && value == 0) break;
@@ -167,10 +167,10 @@ char *glu_mbschr(void *locale, const char *s, const char *c, int16_t *error) {
     if (locale == nullptr || s == nullptr || c == nullptr) return fail<int16_t, char *>(error, GL_ENULLPTR, nullptr);
     Characters characters(as_locale(locale)->codeset());
     const Decoded wanted = characters.decode(c, Codeset::LONGEST);
-    if (!wanted) return fail<int16_t, char *>(error, GL_EILSEQ, nullptr);
+    if (!wanted) return fail<int16_t, char *>(error, wanted.error(), nullptr);
     for (;;) {
         const Decoded one = characters.decode(s, Codeset::LONGEST);
-        if (!one) return fail<int16_t, char *>(error, GL_EILSEQ, nullptr);
+        if (!one) return fail<int16_t, char *>(error, one.error(), nullptr);
         if (one.value == wanted.value) return const_cast<char *>(s);
         if (one.value == 0) return nullptr;
         s += one.length;

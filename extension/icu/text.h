@@ -25,12 +25,12 @@ inline int bytes_of(const char *s, int length) {
 }
 
 // Calls visit(Decoded, place) with the characters of a text, the terminator not among them, until it returns false. 0, or
-// GL_EILSEQ for bytes that are no character.
+// GL_EILSEQ for bytes that are no character, or GL_ENOMEM.
 template <class Visit> int walk(const Locale &locale, const char *s, int length, Visit visit) {
     Characters characters(locale.codeset());
     for (int at = 0; length == TERMINATED || at < length;) {
         const Decoded one = characters.decode(s + at, length == TERMINATED ? Codeset::LONGEST : length - at);
-        if (!one) return GL_EILSEQ;
+        if (!one) return one.error();
         if (length == TERMINATED && one.value == 0) return 0;
         if (!visit(one, at)) return 0;
         at += one.length;
