@@ -129,8 +129,9 @@ TEST(MoneyReading, TakesWhatPeopleWrite) {
         {"en_us.utf8", "(5", "1"},
         {"en_us.utf8", "5- $ 7", "-5| 7"},
         {"en_us.utf8", "10 - 20", "10| - 20"},
-        {"ko_kr.cp949", "\xC2\xA0"
-                        "5",
+        {"ko_kr.cp949",
+         "\xC2\xA0"
+         "5",
          "1"}, // a letter, whose bytes are those of a no-break space elsewhere
         {"en_us.utf8", ".5", "0.5|"},
         {"en_us.utf8", "$", "1"},

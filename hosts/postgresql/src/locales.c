@@ -172,10 +172,10 @@ FillLocale(QbglLocale *locale, const char *name)
 	{
 		gl_lc_unload(handle);
 		MemoryContextDelete(context);
-		ereport(ERROR, (errcode(ERRCODE_CONFIG_FILE_ERROR),
-						errmsg("cannot use the locale \"%s\"", name),
-						errdetail("The extension library that orders it does not tell the version of its "
-								  "order.")));
+		ereport(ERROR,
+				(errcode(ERRCODE_CONFIG_FILE_ERROR), errmsg("cannot use the locale \"%s\"", name),
+				 errdetail("The extension library that orders it does not tell the version of its "
+						   "order.")));
 	}
 	MemoryContextSetIdentifier(context, locale->name);
 	locale->handle = handle;
@@ -187,6 +187,7 @@ FillLocale(QbglLocale *locale, const char *name)
 	locale->order = ORDER_NOT_COMPARED;
 	locale->prepared = false;
 	locale->from_server = locale->to_server = NULL;
+	locale->zone_name[0] = '\0';
 	return true;
 }
 

@@ -37,11 +37,11 @@ typedef struct QbglLocale
 	OrderState order;
 	uint64 compared_generation; /* at which `order` was found out */
 	bool is_utf8;
-	bool prepared;		/* the following are valid */
-	bool plain;			/* the database's text needs no conversion */
-	gl_cv *from_server; /* from the database's encoding, unless plain */
-	gl_cv *to_server;	/* and back */
-	char zone_name[NAMEDATALEN]; /* of the zone 0, in the database's encoding; empty before the first */
+	bool prepared;				 /* the following are valid */
+	bool plain;					 /* the database's text needs no conversion */
+	gl_cv *from_server;			 /* from the database's encoding, unless plain */
+	gl_cv *to_server;			 /* and back */
+	char zone_name[NAMEDATALEN]; /* of the zone 0; empty before the first */
 } QbglLocale;
 
 /* The database's text as a locale has it. */
