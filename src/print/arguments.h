@@ -24,10 +24,10 @@ struct ArgumentList {
     Value next(Kind kind) {
         switch (kind) {
         case Kind::INT: return {.integer = va_arg(list, int)};
-        case Kind::LONG: return {.integer = va_arg(list, long)};
-        case Kind::LONG_LONG: return {.integer = va_arg(list, long long)};
         case Kind::DOUBLE: return {.real = va_arg(list, double)};
+        case Kind::LONG: return {.integer = va_arg(list, long)};
         case Kind::LONG_DOUBLE: return {.long_real = va_arg(list, long double)};
+        case Kind::LONG_LONG: return {.integer = va_arg(list, long long)};
         default: return {.pointer = va_arg(list, void *)};
         }
     }

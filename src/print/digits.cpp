@@ -11,8 +11,8 @@ namespace qbgl {
 namespace {
 
 char *put_pair(char *end, uint32_t pair) {
-    end[-2] = DIGIT_PAIRS.of[pair][0];
-    end[-1] = DIGIT_PAIRS.of[pair][1];
+    end[-2] = static_cast<char>(DIGIT_PAIRS.of[pair][0]);
+    end[-1] = static_cast<char>(DIGIT_PAIRS.of[pair][1]);
     return end - 2;
 }
 

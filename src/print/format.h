@@ -114,9 +114,9 @@ inline unsigned printing_flag(gl_wchar wc) {
 
 // Whether a letter behind a "%" is the whole conversion.
 inline bool is_conversion(gl_wchar wc) {
-    constexpr auto bit = [](char letter) { return 1U << (letter - 'a'); };
-    constexpr unsigned LETTERS = bit('d') | bit('i') | bit('u') | bit('x') | bit('o') | bit('s') | bit('c') | bit('p') | bit('f') |
-                                 bit('e') | bit('g') | bit('a');
+    constexpr auto BIT = [](char letter) { return 1U << (letter - 'a'); };
+    constexpr unsigned LETTERS = BIT('d') | BIT('i') | BIT('u') | BIT('x') | BIT('o') | BIT('s') | BIT('c') | BIT('p') | BIT('f') |
+                                 BIT('e') | BIT('g') | BIT('a');
     return wc - 'a' < 26 && (LETTERS >> (wc - 'a') & 1) != 0;
 }
 

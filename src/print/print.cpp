@@ -59,7 +59,9 @@ template <class Text> class Printer {
         PositionedArguments collected;
         collected_ = &collected;
         const int error = collect(format);
-        return error == 0 ? print_all(format) : error;
+        const int result = error == 0 ? print_all(format) : error;
+        collected_ = nullptr;
+        return result;
     }
 
     int print_all(const Unit *format) {
@@ -183,13 +185,13 @@ template <class Text> class Printer {
         Unit *at = sink_.claim(length, fill);
         if (at == nullptr) return false;
         const auto repeat = [&at](char c, int times) {
-            for (; times > 0; --times) *at++ = static_cast<Unit>(c);
+            for (; times > 0; --times) *at++ = static_cast<Unit>(static_cast<unsigned char>(c));
         };
         const bool left = (conversion.flags & LEFT) != 0, zeros = (conversion.flags & ZEROS) != 0;
         if (!left && !zeros) repeat(' ', fill);
-        if (sign != nullptr) *at++ = static_cast<Unit>(*sign);
+        if (sign != nullptr) *at++ = static_cast<Unit>(static_cast<unsigned char>(*sign));
         if (!left && zeros) repeat('0', fill);
-        for (int i = 0; i < count; ++i) *at++ = static_cast<Unit>(digits[i]);
+        for (int i = 0; i < count; ++i) *at++ = static_cast<Unit>(static_cast<unsigned char>(digits[i]));
         if (left) repeat(' ', fill);
         return true;
     }

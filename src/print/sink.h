@@ -82,7 +82,7 @@ template <> class PrintSink<MultibyteString> : public PrintSinkBase<MultibyteStr
     }
     bool fill(char c, int64_t count) {
         const auto fits = static_cast<int>(std::min<int64_t>(count, left_ / unit()));
-        memset(out_, unit() == 1 ? c : 0, static_cast<size_t>(fits * unit()));
+        memset(out_, unit() == 1 ? c : 0, static_cast<size_t>(fits) * static_cast<size_t>(unit()));
         if (unit() > 1)
             for (int i = 1; i <= fits; ++i) out_[i * unit() - 1] = c;
         advance(fits * unit());

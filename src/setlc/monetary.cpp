@@ -43,7 +43,7 @@ bool make_crncystr(gl_locale *locale) {
     const gl_monetary_info &info = locale->monetary;
     const int symbol = info.currency_symbol.bytes != nullptr ? text_bytes(locale, info.currency_symbol.bytes) : 0;
     if (symbol < 0) return false;
-    const gl_wchar place = info.p_cs_precedes != 0 ? '-' : '+';
+    const gl_wchar place = static_cast<uint8_t>(info.p_cs_precedes != 0 ? '-' : '+');
     uint8_t bytes[MAX_KEY] = {static_cast<uint8_t>(place)};
     const int length = bytes_are_characters(locale) ? 1 : encode(*locale->ctype.codeset_table, bytes, place); // 0 where it has none
     _gl_free_ptr(locale->info.crncystr);

@@ -74,13 +74,15 @@ const char *pass_plain(const MultibyteString &text, const char *s, const Charact
         } else if (maps->pairs != nullptr) {
             if (maps->pairs[first << 8 | at[1]] == 0) break;
             at += 2;
-        } else if (maps->shape != TextShape::CONTINUATION) {
-            break;
-        } else if (maps->whole_plane && first - 0xE1 <= 0xEF - 0xE1 && first != 0xED) { // no surrogates, and none too long
-            if (!continues(at[1]) || !continues(at[2])) break;
-            at += 3;
-        } else if (!take_plain<TextShape::CONTINUATION>(maps->plain, at, MAX_KEY, [&at](gl_wchar, int length) { at += length; })) {
-            break;
+        } else {
+            if (maps->shape != TextShape::CONTINUATION) break;
+            const bool of_three =
+                maps->whole_plane && first - 0xE1 <= 0xEF - 0xE1 && first != 0xED; // no surrogates, and none too long
+            const auto pass = [&at](gl_wchar, int length) { at += length; };
+            if (of_three ? !continues(at[1]) || !continues(at[2])
+                         : !take_plain<TextShape::CONTINUATION>(maps->plain, at, MAX_KEY, pass))
+                break;
+            if (of_three) at += 3;
         }
     }
     return as_text(at);

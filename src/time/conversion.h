@@ -21,12 +21,12 @@ struct DateConversion {
 
 // Whether a modifier stands before the letter, as POSIX has it, and O before all numbers but those of %Y, %s and %z.
 constexpr bool takes_modifier(char letter, char modifier) {
-    constexpr auto set_of = [](const char *letters) {
+    constexpr auto SET_OF = [](const char *letters) {
         uint64_t set = 0;
         for (; *letters != '\0'; ++letters) set |= uint64_t{1} << (*letters - 'A');
         return set;
     };
-    constexpr uint64_t WITH_E = set_of("cCxXyY"), WITH_O = set_of("bBhCdegGHIjklmMSuUVwWy");
+    constexpr uint64_t WITH_E = SET_OF("cCxXyY"), WITH_O = SET_OF("bBhCdegGHIjklmMSuUVwWy");
     return letter >= 'A' && letter <= 'z' && ((modifier == 'E' ? WITH_E : WITH_O) >> (letter - 'A') & 1) != 0;
 }
 

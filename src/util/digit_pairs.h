@@ -4,11 +4,11 @@
 namespace qbgl {
 
 struct DigitPairs {
-    char of[100][2];
+    unsigned char of[100][2];
     constexpr DigitPairs() : of() {
         for (int i = 0; i < 100; ++i) {
-            of[i][0] = static_cast<char>('0' + i / 10);
-            of[i][1] = static_cast<char>('0' + i % 10);
+            of[i][0] = static_cast<unsigned char>('0' + i / 10);
+            of[i][1] = static_cast<unsigned char>('0' + i % 10);
         }
     }
 };
