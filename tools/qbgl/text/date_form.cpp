@@ -120,6 +120,7 @@ void DateForm::name_zone(const Zone &zone, const std::string &name) {
         }
     }
     std::vector<const char *> names;
+    names.reserve(texts.size());
     for (const std::string &text : texts) names.push_back(text.c_str());
     gl_set_zone_names(locale_, names.data(), static_cast<int>(names.size()));
 }
