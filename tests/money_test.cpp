@@ -1,19 +1,11 @@
 // Amounts as text: exact decimals, what is refused, cuts, and what is read.
 #include "support/every_codeset.h"
 #include "support/guarded.h"
+#include "support/tree_locale.h"
 
 namespace {
 
 using namespace qbgl_test;
-
-using Handle = std::unique_ptr<gl_locale, void (*)(gl_locale *)>;
-
-Handle load(const char *spec) {
-    setenv("QUORBANEDIR", QBGL_TREE, 1);
-    gl_locale *locale = nullptr;
-    EXPECT_EQ(gl_lc_load(&locale, spec, nullptr, nullptr), 0) << spec;
-    return {locale, gl_lc_unload};
-}
 
 std::string written(gl_locale *locale, const std::string &format, const char *decimal, int room = 200) {
     GuardedMemory memory(2);

@@ -1,6 +1,7 @@
 // Dates as text: what the platform has not got, what is refused, and what hostile formats cost.
 #include "support/every_codeset.h"
 #include "support/guarded.h"
+#include "support/tree_locale.h"
 
 #include <chrono>
 #include <climits>
@@ -8,15 +9,6 @@
 namespace {
 
 using namespace qbgl_test;
-
-using Handle = std::unique_ptr<gl_locale, void (*)(gl_locale *)>;
-
-Handle load(const char *spec) {
-    setenv("QUORBANEDIR", QBGL_TREE, 1);
-    gl_locale *locale = nullptr;
-    EXPECT_EQ(gl_lc_load(&locale, spec, nullptr, nullptr), 0) << spec;
-    return {locale, gl_lc_unload};
-}
 
 // Thursday, 3 October 2024, 15:07:05, an hour and a half west of Greenwich.
 constexpr gl_tm DAY = {5, 7, 15, 0, 3, 9, 9, 124, 4, 276, 0, -5400, 1};
