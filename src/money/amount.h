@@ -1,6 +1,8 @@
 // The digits of an amount, rounded to so many behind the point.
 #pragma once
 
+#include "util/decimal_digits.h"
+
 #include <algorithm>
 #include <math.h>
 #include <stdint.h>
@@ -43,46 +45,21 @@ class Amount {
     bool read(double value, int fraction) {
         if (!isfinite(value)) return false;
         constexpr int MOST_FRACTION = 1074; // all further digits are zeros
-        constexpr double MOST_EXACT = 9007199254740992.0;
-        constexpr int POWERS[] = {1, 10, 100, 1000};
-        const bool negative = signbit(value) != 0;
         const double magnitude = fabs(value);
-        if (fraction <= 3 && magnitude < MOST_EXACT) {
-            const int power = POWERS[fraction];
-            auto whole = static_cast<uint64_t>(magnitude);
-            int exponent;
-            const double mantissa = frexp(magnitude - static_cast<double>(whole), &exponent); // exact, as is what follows
-            auto scaled = static_cast<uint64_t>(ldexp(mantissa, 53)) * static_cast<uint64_t>(power);
-            const int shift = 53 - exponent;
-            uint64_t part = 0;
-            if (shift < 64) {
-                part = scaled >> shift;
-                const uint64_t rest = scaled - (part << shift), half = uint64_t{1} << (shift - 1);
-                const bool odd = ((fraction == 0 ? whole : part) & 1) != 0;
-                if (rest > half || (rest == half && odd)) ++part;
-            }
-            if (part == static_cast<uint64_t>(power)) {
-                part = 0;
-                ++whole;
-            }
-            char *at = room_ + sizeof room_ - fraction;
-            fraction_ = {at, static_cast<size_t>(fraction)};
-            for (int i = fraction; i > 0; part /= 10) at[--i] = static_cast<char>('0' + part % 10);
-            char *const end = at;
-            for (; whole > UINT32_MAX; whole /= 10) *--at = static_cast<char>('0' + whole % 10);
-            for (auto rest = static_cast<uint32_t>(whole); rest != 0; rest /= 10) *--at = static_cast<char>('0' + rest % 10);
-            whole_ = {at, static_cast<size_t>(end - at)};
-            negative_ = negative;
+        fraction = std::min(fraction, MOST_FRACTION);
+        negative_ = signbit(value) != 0;
+        if (FixedDigits digits; fixed_digits(magnitude, fraction, room_, digits)) {
+            whole_ = digits.whole;
+            fraction_ = digits.fraction;
             return true;
         }
-        const int length = snprintf(room_, sizeof room_, "%.*f", std::min(fraction, MOST_FRACTION), magnitude);
+        const int length = snprintf(room_, sizeof room_, "%.*f", fraction, magnitude);
         whole_ = {room_, strspn(room_, "0123456789")};
         // The point is that of the process.
         const char *behind = room_ + whole_.size();
         while (*behind != '\0' && (*behind < '0' || *behind > '9')) ++behind;
         fraction_ = {behind, static_cast<size_t>(room_ + length - behind)};
         whole_.remove_prefix(std::min(whole_.find_first_not_of('0'), whole_.size()));
-        negative_ = negative;
         return true;
     }
 

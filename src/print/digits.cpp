@@ -1,40 +1,13 @@
 #include "print/digits.h"
 
 #include "util/ascii.h"
-#include "util/digit_pairs.h"
+#include "util/decimal_digits.h"
 
 #include <algorithm>
+#include <math.h>
 #include <stdio.h>
 
 namespace qbgl {
-
-namespace {
-
-char *put_pair(char *end, uint32_t pair) {
-    end[-2] = static_cast<char>(DIGIT_PAIRS.of[pair][0]);
-    end[-1] = static_cast<char>(DIGIT_PAIRS.of[pair][1]);
-    return end - 2;
-}
-
-} // namespace
-
-char *decimal(char *end, uint32_t value) {
-    for (; value >= 100; value /= 100) end = put_pair(end, value % 100);
-    if (value >= 10) return put_pair(end, value);
-    *--end = static_cast<char>('0' + value);
-    return end;
-}
-
-// Numbers of more than 32 bits go in pieces that divide quickly.
-char *decimal(char *end, uint64_t value) {
-    while (value > UINT32_MAX) {
-        constexpr uint32_t PIECE = 100'000'000;
-        auto rest = static_cast<uint32_t>(value % PIECE);
-        value /= PIECE;
-        for (int i = 0; i < 4; ++i, rest /= 100) end = put_pair(end, rest % 100);
-    }
-    return decimal(end, static_cast<uint32_t>(value));
-}
 
 namespace {
 
@@ -90,7 +63,8 @@ Number integer_number(const FormatConversion &conversion, uint64_t magnitude, bo
 
 namespace {
 
-// What the host's locale puts between the digits for the point is passed over, whatever it is; no byte of it is a digit.
+// What snprintf writes. The bytes that the host's locale puts between the digits for the point are passed over, whatever they are;
+// none is a digit.
 template <class Real, size_t SIZE>
 Number real_parts(const FormatConversion &conversion, Real value, const char *modifier, int most, char (&room)[SIZE]) {
     const char letter = static_cast<char>(conversion.letter);
@@ -140,9 +114,34 @@ Number real_parts(const FormatConversion &conversion, Real value, const char *mo
     return number;
 }
 
+bool rounds_to_nearest() {
+    volatile double one = 1;
+    constexpr double LITTLE = 1e-30;
+    return one + LITTLE == one && one - LITTLE == one;
+}
+
+// For most numbers, without snprintf and its text.
+bool fixed_number(const FormatConversion &conversion, double value, DoubleText &room, Number &number) {
+    constexpr int DEFAULT_PRECISION = 6;
+    const int wanted = conversion.precision.value < 0 ? DEFAULT_PRECISION : conversion.precision.value,
+              precision = std::min(wanted, MOST_DOUBLE_DIGITS);
+    FixedDigits digits;
+    if (!rounds_to_nearest() || !fixed_digits(fabs(value), precision, room, digits)) return false;
+    put_sign(number, conversion, signbit(value) != 0);
+    number.digits = digits.whole;
+    number.fraction = digits.fraction;
+    number.has_point = wanted > 0 || (conversion.flags & ALTERNATE) != 0;
+    number.more_zeros = wanted - precision;
+    return true;
+}
+
 } // namespace
 
 Number real_number(const FormatConversion &conversion, double value, DoubleText &room) {
+    if (conversion.letter == 'f' || conversion.letter == 'F') {
+        Number number;
+        if (fixed_number(conversion, value, room, number)) return number;
+    }
     return real_parts(conversion, value, "", MOST_DOUBLE_DIGITS, room);
 }
 

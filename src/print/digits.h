@@ -26,16 +26,13 @@ struct Number {
 // Room for the digits of an integer in any base from 8 on.
 using IntegerText = char[24];
 
-// Write digits before `end`, and return where they begin.
-char *decimal(char *end, uint32_t value);
-char *decimal(char *end, uint64_t value);
+// Writes digits before `end`, and returns where they begin.
 char *hexadecimal(char *end, uint64_t value, bool upper);
 
 // The parts of an integer; the conversion's letter is one of "diouxX", its precision is negative where there is none.
 Number integer_number(const FormatConversion &conversion, uint64_t magnitude, bool negative, IntegerText &room);
 
-// Exact digits of reals, rounded as the thread has set: snprintf's, of which nothing but the digits is taken. The room suffices for
-// the largest number with all the digits that any has.
+// Exact digits of reals, rounded as the thread has set. The room suffices for the largest number with all the digits that any has.
 inline constexpr int MOST_DOUBLE_DIGITS = 1100, MOST_LONG_DOUBLE_DIGITS = 16500;
 using DoubleText = char[400 + MOST_DOUBLE_DIGITS];
 using LongDoubleText = char[5000 + MOST_LONG_DOUBLE_DIGITS];

@@ -3,6 +3,7 @@
 #include "print/arguments.h"
 #include "print/digits.h"
 #include "print/sink.h"
+#include "util/decimal_digits.h"
 
 using namespace qbgl;
 

@@ -4,6 +4,7 @@
 #include "support/locale_object.h"
 
 #include <cctype>
+#include <cfenv>
 #include <cmath>
 #include <cstring>
 #include <fmt/format.h>
@@ -135,6 +136,7 @@ void compare_printing(OracleLocale &locale, Random &random) {
     const uint64_t integer = random.integer();
     const double real = random.real();
     const std::string text(random.below(30), 'x');
+    std::fesetround(integer % 8 == 0 ? FE_UPWARD : FE_TONEAREST);
     const int expected = with_arguments(format, integer, real, text.c_str(), [&](auto... arguments) {
         return std::snprintf(platforms, ROOM, format.text.c_str(), arguments...);
     });
