@@ -1,5 +1,8 @@
 #include "connection.h"
 
+#include "../icu.h"
+#include "process.h"
+
 #include <algorithm>
 
 namespace qbgl_sqlite {
@@ -28,11 +31,16 @@ std::vector<Database> databases_of(sqlite3 *db) {
     return databases;
 }
 
+Connection::Connection(sqlite3 *db) : db_(db), icu_allowed_(environment_wants_icu()) {}
+
 const Locale &Connection::any_locale(std::string_view given) {
     const auto spelled = std::find_if(spelled_.begin(), spelled_.end(), [&](const auto &known) { return known.first == given; });
     if (spelled != spelled_.end()) return *spelled->second;
     std::string name = locale_name(given);
     auto known = std::find_if(locales_.begin(), locales_.end(), [&](const auto &locale) { return locale->name() == name; });
+    if (known == locales_.end() && qbgl_asks_for_icu(name.c_str()) && !icu_allowed_)
+        throw Error("the locale " + name + " is ICU's, which is not in use here: SELECT qbgl_icu(1) allows it, or GL_USEGLU=1 in " +
+                    "the environment");
     if (known == locales_.end()) known = locales_.insert(known, std::make_unique<Locale>(std::move(name)));
     if (spelled_.size() == MOST_SPELLINGS) spelled_.clear();
     spelled_.emplace_back(given, known->get());

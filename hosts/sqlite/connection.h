@@ -25,7 +25,7 @@ std::vector<Database> databases_of(sqlite3 *db);
 
 class Connection : public std::enable_shared_from_this<Connection> {
   public:
-    explicit Connection(sqlite3 *db) : db_(db) {}
+    explicit Connection(sqlite3 *db);
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
 
@@ -44,6 +44,9 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::string remembered(std::string_view database, std::string_view locale) const;
     // Takes any order: for a connection that builds indexes anew.
     void trust_all() { trusting_ = true; }
+    // Whether locales may be loaded that ICU serves.
+    void allow_icu(bool allowed) { icu_allowed_ = allowed; }
+    bool icu_allowed() const { return icu_allowed_; }
 
     Converters converters;
     Clock clock;
@@ -63,7 +66,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
     sqlite3 *db_;
     std::string last_error_;
-    bool trusting_ = false;
+    bool trusting_ = false, icu_allowed_;
     std::vector<std::unique_ptr<Locale>> locales_;                // a collation refers to its own
     std::vector<std::pair<std::string, const Locale *>> spelled_; // by the names that they were asked for with
     std::vector<Database> databases_;                             // when `remembered_` was read; none: it has not been

@@ -27,7 +27,7 @@ SQLITE_EXTENSION_INIT1
     using namespace qbgl_sqlite;
     try {
         if (is_equipped(db)) return SQLITE_OK;
-        use_tree_beside_extension();
+        prepare_library();
         const auto connection = std::make_shared<Connection>(db);
         const int result = equip(connection);
         if (result != SQLITE_OK) {

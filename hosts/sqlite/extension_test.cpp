@@ -276,6 +276,76 @@ TEST(SqliteExtension, AReplacedLocaleIsAnotherOrderToTheNextConnection) {
     EXPECT_EQ(ask(before, sorted), "cihla hora chata");
 }
 
+#ifdef QBGL_ICU_TREE
+
+// An index of ICU's order, the library's own beside it, and why the one is refused where ICU is not allowed, missing or another.
+TEST(SqliteExtension, IcuServesThoseWhoAskForIt) {
+    const auto has_icu = [] { return read_file("/proc/self/maps").find("libicu") != std::string::npos; };
+    const TempDir folder;
+    const std::string file = folder / "n.db", key = "SELECT hex(qbgl_key('', 'cs_CZ@icu'))",
+                      refused = "error: ICU does not serve the "
+                                "locale cs_CZ.utf8@icu: ";
+    const std::string own = ask(open(), "SELECT qbgl_fingerprint('cs_CZ')"),
+                      advice = " (qbglc tree --icu puts it into an installation)";
+    std::filesystem::create_directories(folder / "vrn/etc");
+    for (const char *part : {"lc11", "cm3", "cv9"})
+        std::filesystem::create_directory_symlink(QBGL_ICU_TREE "/vrn/"s + part, folder / "vrn/"s + part);
+    const ScopedEnv tree("QUORBANEDIR", folder.path().string());
+    const Database db = open(file);
+    EXPECT_EQ(ask(db, key), "error: the locale cs_CZ.utf8@icu is ICU's, which is not in use here: SELECT qbgl_icu(1) allows it, or "
+                            "GL_USEGLU=1 in the environment");
+    EXPECT_FALSE(has_icu());
+    ask(db, "SELECT qbgl_icu(1)");
+    const std::string missing = "a file of the extension library is missing or damaged: vrn/etc/dllregistry, icudata or locmap";
+    EXPECT_EQ(ask(db, key), refused + missing + advice);
+    write_file(folder / "vrn/etc/dllregistry", "qbgl_icu.so\n");
+    EXPECT_EQ(ask(db, key),
+              refused + folder / "vrn/dll/qbgl_icu.so" + ": cannot open shared object file: No such file or directory" + advice);
+    std::filesystem::create_directory_symlink(QBGL_ICU_TREE "/vrn/dll", folder / "vrn/dll");
+    write_file(folder / "vrn/etc/icudata", "packaged 71\n");
+    EXPECT_EQ(ask(db, key), refused + "vrn/etc/icudata is for another version of ICU" + advice);
+    for (const char *part : {"icudata", "locmap"})
+        write_file(folder / "vrn/etc/"s + part, read_file(QBGL_ICU_TREE "/vrn/etc/"s + part));
+    const struct {
+        const char *sql;
+        std::string answer;
+    } CASES[] = {
+        {"SELECT qbgl_fingerprint('xx_XX@icu')",
+         "error: the locale xx_XX.utf8@icu cannot be loaded: file not found or unreadable (is it installed, and QUORBANEDIR set?)"},
+        {"CREATE TABLE n(name TEXT COLLATE \"qbgl_cs_CZ@icu\"); CREATE INDEX i ON n(name); CREATE INDEX o ON n(name COLLATE "
+         "qbgl_cs_CZ);"
+         "INSERT INTO n VALUES ('hora'), ('chata'), ('🫨'), ('Čáp'), ('co'); SELECT name FROM n ORDER BY name",
+         "🫨 co Čáp hora chata"},
+        {"SELECT name FROM n ORDER BY qbgl_key(name, 'cs_cz@icu')", "🫨 co Čáp hora chata"},
+        {"SELECT name FROM n ORDER BY name COLLATE qbgl_cs_CZ", "co Čáp hora chata 🫨"},
+        {"SELECT name FROM n WHERE name > 'h' AND name < 'i' OR name = 'CAP' COLLATE \"qbgl_de_DE@icu_1\"", "hora chata Čáp"},
+        {"SELECT name FROM n WHERE qbgl_like('ČA%', name, 'cs_CZ@icu', 1)", "Čáp"},
+        {"SELECT hex(qbgl_upper('Straße' || char(0) || 'ß', 'de_DE@icu')), qbgl_upper('ß', 'de_DE')", "53545241535345005353,ß"},
+        {"SELECT qbgl_strftime('%A', '2024-12-24', 'cs_CZ@icu'), qbgl_compare('đ', 'e', 'sr_Latn_RS@icu')", "Úterý,-1"},
+        {"CREATE VIRTUAL TABLE f USING fts5(t, tokenize = \"qbgl 'cs_CZ@icu'\"); INSERT INTO f VALUES ('Žluťoučký kůň');"
+         "SELECT t FROM f WHERE f MATCH 'KUŇ'",
+         "Žluťoučký kůň"},
+        {"SELECT qbgl_convert('dům', 'utf8', 'sjis')",
+         "error: sjis has only an approximation of the character at offset 1 (bytes C5 AF 6D)"},
+        {"SELECT qbgl_fingerprint('cs_CZ'), qbgl_fingerprint('cs_CZ') = qbgl_fingerprint('cs_CZ@icu')", own + ",0"},
+        {"SELECT qbgl_remember(); PRAGMA integrity_check", "5 ok"},
+    };
+    for (const auto &[sql, answer] : CASES) EXPECT_EQ(ask(db, sql), answer) << sql;
+    EXPECT_TRUE(has_icu());
+    const std::string sorted = "SELECT name FROM n ORDER BY name",
+                      no_collation = "error: no such collation sequence: qbgl_cs_CZ@icu";
+    EXPECT_EQ(ask(open(file), sorted), no_collation) << "another connection has not asked for ICU";
+    make_foreign(db);
+    const ScopedEnv wish("GL_USEGLU", "1");
+    const Database other = open(file);
+    EXPECT_EQ(ask(other, sorted), no_collation);
+    EXPECT_NE(ask(other, "SELECT qbgl_last_error()").find("another order of cs_CZ.utf8@icu (0123456789abcdef"), std::string::npos);
+    EXPECT_EQ(ask(other, "SELECT qbgl_accept('cs_CZ@icu') = qbgl_fingerprint('cs_CZ@icu')"), "1");
+    EXPECT_EQ(ask(other, sorted), "🫨 co Čáp hora chata");
+}
+
+#endif
+
 // The words of the examples, and of nothing that makes indexes go wrong elsewhere: as the client sorts them, by collation and by
 // key.
 TEST(SqliteExtension, OrdersAsTheClientDoes) {

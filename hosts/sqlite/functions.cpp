@@ -6,6 +6,7 @@
 #include "text.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace qbgl_sqlite {
 
@@ -43,6 +44,7 @@ class Call {
             throw Error("passes are 1 to 8, -1 for all, or 0 for all and the bytes behind them");
         return passes;
     }
+    bool truth(int i) const { return sqlite3_value_int(values_[i]) != 0; }
     const Locale &locale(int i) const { return connection().locale(bytes(i)); }
     const Locale &any_locale(int i) const { return connection().any_locale(bytes(i)); }
 
@@ -68,25 +70,28 @@ void like(const Call &call) {
     call.result(like(call.locale(2), call.bytes(0), call.bytes(1), call.passes(3), escape) ? 1 : 0);
 }
 
-void change_case(const Call &call, int (*change)(gl_locale *, char *, int, const char *, int)) {
-    const std::string_view text = call.bytes(0);
-    const Locale &locale = call.any_locale(1);
+// As a whole, for the other case of one character may be two; what stands between NULs by itself.
+void change_case(const Call &call, int (*change)(gl_locale *, char *, const char *)) {
+    const std::string text = call.string(0);
+    gl_locale *const handle = call.any_locale(1).handle();
     if (const size_t bad = first_bad(text); bad < text.size()) throw Error("no character of utf8" + place(text, bad));
-    std::string changed(text.size() + 16, '\0');
-    for (;;) {
-        gl_clear_errno(locale.handle());
-        const int size =
-            change(locale.handle(), changed.data(), static_cast<int>(changed.size()), text.data(), static_cast<int>(text.size()));
-        if (size >= 0) {
-            call.text(std::string_view(changed).substr(0, static_cast<size_t>(size)));
-            return;
-        }
-        if (gl_errno(locale.handle()) != GL_E2BIG) throw Error(gl_strerror(gl_errno(locale.handle())));
-        changed.resize(changed.size() + changed.size() / 2);
+    std::string changed;
+    for (size_t at = 0, length = 0; at <= text.size(); at += length + 1) {
+        const char *const part = text.c_str() + at;
+        length = strlen(part);
+        const size_t begin = changed.size();
+        changed.resize(begin + static_cast<size_t>(gl_case_conv_outbuflen(handle, static_cast<int>(length))) + 1);
+        gl_clear_errno(handle);
+        const int size = change(handle, changed.data() + begin, part);
+        if (size < 0 && gl_errno(handle) == GL_ENOMEM) throw std::bad_alloc();
+        if (size < 0) throw Error(gl_strerror(gl_errno(handle)));
+        changed.resize(begin + static_cast<size_t>(size) + 1); // its NUL
     }
+    changed.pop_back();
+    call.text(changed);
 }
-void upper(const Call &call) { change_case(call, gl_tombfsupper); }
-void lower(const Call &call) { change_case(call, gl_tombfslower); }
+void upper(const Call &call) { change_case(call, gl_tombsupper); }
+void lower(const Call &call) { change_case(call, gl_tombslower); }
 
 void convert(const Call &call) {
     const Converters::Result converted = call.connection().converters.convert(call.bytes(0), call.bytes(1), call.bytes(2));
@@ -127,6 +132,11 @@ void remember_orders(const Call &call) { call.result(remember(*call.shared())); 
 void accept_order(const Call &call) {
     accept(call.connection(), call.bytes(0));
     call.text(call.any_locale(0).fingerprint());
+}
+
+void allow_icu(const Call &call) {
+    call.connection().allow_icu(call.truth(0));
+    call.result(call.connection().icu_allowed() ? 1 : 0);
 }
 
 void last_error(const Call &call) {
@@ -178,6 +188,7 @@ constexpr struct {
     {"qbgl_collation", 2, 3, ACTS, run<collation, 2>},
     {"qbgl_remember", 0, 0, ACTS, run<remember_orders, 0>},
     {"qbgl_accept", 1, 1, ACTS, run<accept_order, 1>},
+    {"qbgl_icu", 1, 1, ACTS, run<allow_icu, 1>},
     {"qbgl_last_error", 0, 0, HARMLESS, run<last_error, 0>}, // the last: by it is_equipped goes
 };
 

@@ -22,7 +22,7 @@ class Locale {
     gl_locale *handle() const { return handle_.get(); }
     std::string fingerprint() const { return gl_order_fingerprint(handle_.get()); }
 
-    // As gl_order_compare, which has 0 for texts that differ where there was no memory: std::bad_alloc then.
+    // As gl_order_compare, which has 0 where there was no memory: std::bad_alloc then.
     int compare(std::string_view a, std::string_view b, int passes) const;
     std::string key(std::string_view text, int passes) const;
 
@@ -32,7 +32,8 @@ class Locale {
   private:
     std::string name_; // "cs_CZ.utf8"
     std::unique_ptr<gl_locale, void (*)(gl_locale *)> handle_;
-    unsigned marks_ = 0; // the mask of the class of combining marks
+    unsigned marks_ = 0;    // the mask of the class of combining marks
+    bool may_fail_ = false; // comparisons ask for memory
 };
 
 } // namespace qbgl_sqlite

@@ -16,8 +16,12 @@ template <class Body> auto one_at_a_time(Body body) {
     return body();
 }
 
-// Takes the installation tree that was built or installed beside the extension, in a process that has no QUORBANEDIR.
-void use_tree_beside_extension();
+// Before any locale is loaded: takes the installation tree that was built or installed beside the extension, in a process that has
+// no QUORBANEDIR, and lets the library have ICU when it is told to.
+void prepare_library();
+
+// Whether the environment asks for ICU: GL_USEGLU=1.
+bool environment_wants_icu();
 
 // The number of a codeset, by any of its names.
 inline int codeset_number(const std::string &name) {

@@ -27,6 +27,7 @@ Handle open_again(const Connection &connection, const Database &database, const 
     sqlite3_busy_timeout(db, PATIENCE);
     const auto equipped = std::make_shared<Connection>(db);
     equipped->trust_all();
+    equipped->allow_icu(connection.icu_allowed());
     const int made = equip(equipped);
     if (made == SQLITE_NOMEM) throw std::bad_alloc();
     if (made != SQLITE_OK) throw Error(database.file + ": " + sqlite3_errmsg(db), made);

@@ -41,6 +41,7 @@
 #include "utils/syscache.h"
 #include "utils/varlena.h"
 
+#include "../../icu.h"
 #include "remembered.h"
 
 PG_FUNCTION_INFO_V1(qbgl_add_locale);
@@ -343,6 +344,24 @@ HasVersion(Relation catalog, HeapTuple tuple, const char *version)
 }
 
 /*
+ * The guard of a collation, or NULL where it stands for no locale.  For that of
+ * one of ICU's, nothing is loaded: any version is a guard.
+ */
+static const char *
+GuardOf(const char *name)
+{
+	char territory[NAMEDATALEN], codeset[NAMEDATALEN], modifier[NAMEDATALEN];
+	int passes;
+	QbglLocale *locale;
+
+	if (SplitCollationName(name, territory, codeset, modifier, &passes) &&
+		qbgl_asks_for_icu(modifier))
+		return "ICU";
+	locale = LocaleOfCollationName(name, &passes);
+	return locale ? locale->fingerprint : NULL;
+}
+
+/*
  * Sets the guards of all collations of the schema that stand for a locale.
  */
 static void
@@ -358,12 +377,10 @@ GuardCollations(void)
 	scan = systable_beginscan(catalog, InvalidOid, false, NULL, 1, &key);
 	while (HeapTupleIsValid(tuple = systable_getnext(scan)))
 	{
-		int passes;
-		QbglLocale *locale = LocaleOfCollationName(
-			NameStr(((Form_pg_collation) GETSTRUCT(tuple))->collname), &passes);
+		const char *guard = GuardOf(NameStr(((Form_pg_collation) GETSTRUCT(tuple))->collname));
 
-		if (locale != NULL && !HasVersion(catalog, tuple, locale->fingerprint))
-			GuardCollation(catalog, tuple, locale->fingerprint);
+		if (guard != NULL && !HasVersion(catalog, tuple, guard))
+			GuardCollation(catalog, tuple, guard);
 	}
 	systable_endscan(scan);
 	table_close(catalog, RowExclusiveLock);

@@ -23,9 +23,6 @@
 #define FIRST_ROOM 256
 #define MOST_ROOM (1024 * 1024)
 
-/* The zeros that end a text in any codeset. */
-#define TERMINATOR_SIZE 8
-
 typedef int (*Writer)(gl_locale *handle, char *out, int room, const char *format,
 					  const void *value);
 
@@ -39,23 +36,6 @@ static int
 WriteAmount(gl_locale *handle, char *out, int room, const char *format, const void *value)
 {
 	return gl_mbsfmon_text(handle, out, room, format, value);
-}
-
-/*
- * A text in the codeset of a locale, and its length there.
- */
-static char *
-ToLocaleString(QbglLocale *locale, const text *source, int *length)
-{
-	LocaleText in;
-	char *string;
-
-	ToLocale(locale, VARDATA_ANY(source), VARSIZE_ANY_EXHDR(source), &in);
-	string = palloc0(in.length + TERMINATOR_SIZE);
-	memcpy(string, in.bytes, in.length);
-	*length = in.length;
-	FreeLocaleText(&in);
-	return string;
 }
 
 /*

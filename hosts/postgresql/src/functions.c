@@ -13,8 +13,8 @@
 #include "utils/builtins.h"
 #include "utils/memutils.h"
 
-#include "collations.h"
 #include "conversion.h"
+#include "qtext.h"
 
 /* Room for the keys of most texts, so that they are made once. */
 #define COMMON_KEY_SIZE 1024
@@ -34,23 +34,14 @@ CheckPasses(int passes)
 }
 
 /*
- * Ensure that the library had the memory it needed.
- */
-static void
-CheckMemory(bool sufficed)
-{
-	if (!sufficed)
-		ereport(ERROR, (errcode(ERRCODE_OUT_OF_MEMORY), errmsg("out of memory"),
-						errdetail("Failed while ordering a text.")));
-}
-
-/*
- * Ensure that a key is one that the server can hold.
+ * Ensure that a key was made, and is one that the server can hold.
  */
 static void
 CheckKeySize(int size)
 {
-	CheckMemory(size >= 0);
+	if (size < 0)
+		ereport(ERROR, (errcode(ERRCODE_OUT_OF_MEMORY), errmsg("out of memory"),
+						errdetail("Failed while ordering a text.")));
 	if (size > MaxAllocSize - VARHDRSZ)
 		ereport(ERROR,
 				(errcode(ERRCODE_PROGRAM_LIMIT_EXCEEDED), errmsg("a key of %d bytes", size),
@@ -110,31 +101,35 @@ qbgl_compare(PG_FUNCTION_ARGS)
 	gl_clear_errno(locale->handle);
 	result = gl_order_compare(locale->handle, left_in.bytes, left_in.length, right_in.bytes,
 							  right_in.length, passes);
-	CheckMemory(result != 0 || gl_errno(locale->handle) != GL_ENOMEM);
+	if (result == 0)
+		CheckCompared(locale->handle);
 	FreeLocaleText(&left_in);
 	FreeLocaleText(&right_in);
 	PG_RETURN_INT32(result);
 }
 
+/*
+ * A text in the other case: as a whole, for that of one character may be two.
+ */
 static text *
-ChangeCase(QbglLocale *locale, const text *source,
-		   int (*change)(gl_locale *, char *, int, const char *, int))
+ChangeCase(QbglLocale *locale, const text *source, int (*change)(gl_locale *, char *, const char *))
 {
-	LocaleText in;
-	text *result;
-	char *out;
-	int room;
+	int length;
+	char *in = ToLocaleString(locale, source, &length);
+	char *out =
+		palloc((Size) gl_case_conv_outbuflen(locale->handle, length) + TERMINATOR_SIZE);
 	int size;
+	text *result;
 
-	ToLocale(locale, VARDATA_ANY(source), VARSIZE_ANY_EXHDR(source), &in);
-	room = gl_case_conv_outbuflen(locale->handle, in.length);
-	out = palloc(Max(room, 1));
-	size = change(locale->handle, out, room, in.bytes, in.length);
+	gl_clear_errno(locale->handle);
+	size = change(locale->handle, out, in);
 	/* A database without an encoding may have any bytes. */
+	if (size < 0 && gl_errno(locale->handle) == GL_EILSEQ)
+		RefuseBadText(locale, in, length);
 	if (size < 0)
-		RefuseBadText(locale, in.bytes, in.length);
+		CheckCompared(locale->handle);
 	result = FromLocale(locale, out, size);
-	FreeLocaleText(&in);
+	pfree(in);
 	pfree(out);
 	return result;
 }
@@ -148,7 +143,7 @@ qbgl_upper(PG_FUNCTION_ARGS)
 {
 	QbglLocale *locale = UseLocaleArgument(fcinfo->flinfo, PG_GETARG_TEXT_PP(1));
 
-	PG_RETURN_TEXT_P(ChangeCase(locale, PG_GETARG_TEXT_PP(0), gl_tombfsupper));
+	PG_RETURN_TEXT_P(ChangeCase(locale, PG_GETARG_TEXT_PP(0), gl_tombsupper));
 }
 
 /*
@@ -160,7 +155,7 @@ qbgl_lower(PG_FUNCTION_ARGS)
 {
 	QbglLocale *locale = UseLocaleArgument(fcinfo->flinfo, PG_GETARG_TEXT_PP(1));
 
-	PG_RETURN_TEXT_P(ChangeCase(locale, PG_GETARG_TEXT_PP(0), gl_tombfslower));
+	PG_RETURN_TEXT_P(ChangeCase(locale, PG_GETARG_TEXT_PP(0), gl_tombslower));
 }
 
 /*
@@ -174,7 +169,7 @@ qtext_upper(PG_FUNCTION_ARGS)
 {
 	QbglLocale *locale = OrderOfCollation(PG_GET_COLLATION())->locale;
 
-	PG_RETURN_TEXT_P(ChangeCase(locale, PG_GETARG_TEXT_PP(0), gl_tombfsupper));
+	PG_RETURN_TEXT_P(ChangeCase(locale, PG_GETARG_TEXT_PP(0), gl_tombsupper));
 }
 
 PG_FUNCTION_INFO_V1(qtext_lower);
@@ -183,7 +178,7 @@ qtext_lower(PG_FUNCTION_ARGS)
 {
 	QbglLocale *locale = OrderOfCollation(PG_GET_COLLATION())->locale;
 
-	PG_RETURN_TEXT_P(ChangeCase(locale, PG_GETARG_TEXT_PP(0), gl_tombfslower));
+	PG_RETURN_TEXT_P(ChangeCase(locale, PG_GETARG_TEXT_PP(0), gl_tombslower));
 }
 
 /*

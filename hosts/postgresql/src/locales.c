@@ -23,6 +23,7 @@
 #include "utils/memutils.h"
 #include "utils/varlena.h"
 
+#include "../../icu.h"
 #include "conversion.h"
 #include "remembered.h"
 
@@ -42,6 +43,29 @@ static void *
 AllocateForLibrary(uint32_t size)
 {
 	return MemoryContextAllocExtended(library_context, size, MCXT_ALLOC_HUGE | MCXT_ALLOC_NO_OOM);
+}
+
+static void *
+AllocateZeroedForLibrary(uint32_t count, uint32_t size)
+{
+	uint64 bytes = (uint64) count * size;
+
+	return MemoryContextAllocExtended(library_context, bytes,
+									  MCXT_ALLOC_HUGE | MCXT_ALLOC_NO_OOM | MCXT_ALLOC_ZERO);
+}
+
+/*
+ * As repalloc, which has no form that returns null.
+ */
+static void *
+ReallocateForLibrary(void *pointer, uint32_t size)
+{
+	MemoryContext context;
+
+	if (pointer == NULL)
+		return AllocateForLibrary(size);
+	context = GetMemoryChunkContext(pointer);
+	return context->methods->realloc(context, pointer, size);
 }
 
 static void
@@ -72,6 +96,8 @@ InitLocales(void)
 	info.hcxt = locale_context;
 	locales = hash_create("qbgl locales", 16, &info, HASH_ELEM | HASH_STRINGS | HASH_CONTEXT);
 	gl_setextfunc(NULL, GL_EXT_MALLOC, (gl_extfunc) AllocateForLibrary);
+	gl_setextfunc(NULL, GL_EXT_CALLOC, (gl_extfunc) AllocateZeroedForLibrary);
+	gl_setextfunc(NULL, GL_EXT_REALLOC, (gl_extfunc) ReallocateForLibrary);
 	gl_setextfunc(NULL, GL_EXT_FREE, (gl_extfunc) FreeForLibrary);
 	CacheRegisterRelcacheCallback(RememberedChanged, (Datum) 0);
 }
@@ -105,8 +131,14 @@ FindLocaleFile(const char *name, char file[LOCALE_FILE_SIZE])
 			length ||
 		strstr(name, "..") != NULL)
 		return false;
-	if (gl_lc_spec2lc_fname(NULL, name, found, NULL, NULL) != 0 ||
-		strlen(found) >= LOCALE_FILE_SIZE)
+	if (gl_lc_spec2lc_fname(NULL, name, found, NULL, NULL) != 0)
+	{
+		/* ICU's own names, as sr_Latn_RS.utf8@icu, are those of their files. */
+		if (!qbgl_asks_for_icu(name))
+			return false;
+		strlcpy(found, name, sizeof found);
+	}
+	if (strlen(found) >= LOCALE_FILE_SIZE)
 		return false;
 	strlcpy(file, found, LOCALE_FILE_SIZE);
 	return true;
@@ -125,6 +157,39 @@ RaiseNoLocale(const char *name)
 }
 
 /*
+ * Ensure that a locale may be loaded that asks for ICU, which is loaded once,
+ * from the directory of that time.
+ */
+static void
+CheckIcu(const char *name)
+{
+	static char icu_directory[MAXPGPATH];
+
+	if (!qbgl_icu)
+		ereport(ERROR, (errcode(ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE),
+						errmsg("the locale \"%s\" is ICU's, which is not in use here", name),
+						errhint("A superuser allows it for a database, a role or the server: "
+								"ALTER DATABASE ... SET qbgl.icu = on.")));
+	if (pMap == NULL)
+		strlcpy(icu_directory, qbgl_directory, sizeof icu_directory);
+	if (strcmp(icu_directory, qbgl_directory) != 0)
+		ereport(ERROR, (errcode(ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE),
+						errmsg("the locale \"%s\" in \"%s\" cannot be ICU's", name, qbgl_directory),
+						errdetail("The session has loaded ICU from \"%s\".", icu_directory)));
+}
+
+/*
+ * Give a handle back that cannot be used, with its memory.
+ */
+static void
+Discard(gl_locale *handle, MemoryContext context)
+{
+	gl_lc_unload(handle);
+	if (context)
+		MemoryContextDelete(context);
+}
+
+/*
  * Ensure that a locale which is installed was loaded; otherwise tell why not,
  * with its memory given back: the session goes on.  False where none is
  * installed.
@@ -132,13 +197,18 @@ RaiseNoLocale(const char *name)
 static bool
 CheckLoaded(const char *name, gl_locale *handle, int result, MemoryContext context)
 {
-	int error;
+	int error = result == 0 ? 0 : gl_errno(handle);
+	const char *why = qbgl_asks_for_icu(name) ? qbgl_why_no_icu(handle, result, error) : NULL;
 
-	if (result == 0)
+	if (result == 0 && why == NULL)
 		return true;
-	error = gl_errno(handle);
-	gl_lc_unload(handle);
-	MemoryContextDelete(context);
+	Discard(handle, context);
+	if (why)
+		ereport(ERROR, (errcode(ERRCODE_CONFIG_FILE_ERROR),
+						errmsg("ICU does not serve the locale \"%s\"", name),
+						errdetail("In \"%s\": %s.", qbgl_directory, why),
+						errhint("qbglc tree --icu puts the extension library over ICU into an "
+								"installation.")));
 	if (error == GL_ENOFILE || error == GL_EINVAL)
 		return false;
 	if (error == GL_ENOMEM)
@@ -158,31 +228,36 @@ FillLocale(QbglLocale *locale, const char *name)
 {
 	gl_locale *handle;
 	const char *fingerprint;
-	MemoryContext context =
-		AllocSetContextCreate(locale_context, "qbgl locale", ALLOCSET_DEFAULT_SIZES);
+	MemoryContext context = NULL;
 	int result;
 
-	library_context = context;
-	result = gl_lc_load(&handle, name, NULL, NULL);
+	/* What ICU keeps of its first locales is for all later ones. */
+	if (qbgl_asks_for_icu(name))
+		CheckIcu(name);
+	else
+		library_context = context =
+			AllocSetContextCreate(locale_context, "qbgl locale", ALLOCSET_DEFAULT_SIZES);
+	result = qbgl_load_locale(&handle, name);
 	library_context = locale_context;
 	if (!CheckLoaded(name, handle, result, context))
 		return false;
 	fingerprint = gl_order_fingerprint(handle);
 	if (fingerprint == NULL)
 	{
-		gl_lc_unload(handle);
-		MemoryContextDelete(context);
+		Discard(handle, context);
 		ereport(ERROR,
 				(errcode(ERRCODE_CONFIG_FILE_ERROR), errmsg("cannot use the locale \"%s\"", name),
 				 errdetail("The extension library that orders it does not tell the version of its "
 						   "order.")));
 	}
-	MemoryContextSetIdentifier(context, locale->name);
+	if (context)
+		MemoryContextSetIdentifier(context, locale->name);
 	locale->handle = handle;
 	strlcpy(locale->name, name, sizeof locale->name);
 	strlcpy(locale->fingerprint, fingerprint, sizeof locale->fingerprint);
 	locale->is_utf8 = gl_cs_name2cs_num(NULL, handle->codeset_name[GL_CAT_CTYPE], NULL) ==
 					  gl_cs_name2cs_num(NULL, "utf8", NULL);
+	locale->may_fail = handle->collate.kind == GL_COLLATION_EXTENSION;
 	locale->directory_generation = qbgl_directory_generation;
 	locale->order = ORDER_NOT_COMPARED;
 	locale->prepared = false;
@@ -599,6 +674,20 @@ ToLocale(QbglLocale *locale, const char *bytes, int length, LocaleText *result)
 		return;
 	}
 	ConvertFromServer(locale, bytes, length, result);
+}
+
+char *
+ToLocaleString(QbglLocale *locale, const text *source, int *length)
+{
+	LocaleText in;
+	char *string;
+
+	ToLocale(locale, VARDATA_ANY(source), VARSIZE_ANY_EXHDR(source), &in);
+	string = palloc0(in.length + TERMINATOR_SIZE);
+	memcpy(string, in.bytes, in.length);
+	*length = in.length;
+	FreeLocaleText(&in);
+	return string;
 }
 
 text *

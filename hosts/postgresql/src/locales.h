@@ -37,6 +37,7 @@ typedef struct QbglLocale
 	OrderState order;
 	uint64 compared_generation; /* at which `order` was found out */
 	bool is_utf8;
+	bool may_fail; /* comparisons ask for memory, however short the texts */
 	bool prepared;				 /* the following are valid */
 	bool plain;					 /* the database's text needs no conversion */
 	gl_cv *from_server;			 /* from the database's encoding, unless plain */
@@ -121,6 +122,12 @@ IsInServerCodeset(QbglLocale *locale)
  */
 extern void ToLocale(QbglLocale *locale, const char *bytes, int length, LocaleText *result);
 extern text *FromLocale(QbglLocale *locale, const char *bytes, int length);
+
+/* The zeros that end a text in any codeset. */
+#define TERMINATOR_SIZE 8
+
+/* A copy of a text in a locale's codeset, with a terminator behind its length there. */
+extern char *ToLocaleString(QbglLocale *locale, const text *source, int *length);
 
 /* Raises the first bytes of a text in a locale's codeset that are no character. */
 extern void RefuseBadText(QbglLocale *locale, const char *bytes, int length)

@@ -16,25 +16,31 @@
 
 PG_MODULE_MAGIC;
 
-/* gl_set_directory takes no more. */
+/* The library takes no more. */
 #define MAX_DIRECTORY_LENGTH 256
 
 void _PG_init(void);
 
 char *qbgl_directory = NULL;
 bool qbgl_allow_changed_order = false;
+bool qbgl_icu = false;
 char *qbgl_require = NULL;
 char *qbgl_preload = NULL;
 uint64 qbgl_directory_generation = 0;
 
 /*
- * The environment that the library sees: none. Where the data are is said by
- * qbgl.directory, not by whoever started the postmaster.
+ * The environment that the library sees. Where the data are is said by
+ * qbgl.directory, not by whoever started the postmaster, and which locales may
+ * be ICU's by qbgl.icu: the library may have it whenever it is asked for it.
  */
 static char *
-NoEnvironment(const char *name)
+LibraryEnvironment(const char *name)
 {
-	return NULL;
+	static char yes[] = "1";
+
+	if (strcmp(name, "QUORBANEDIR") == 0)
+		return qbgl_directory;
+	return strcmp(name, "GL_USEGLU") == 0 ? yes : NULL;
 }
 
 /*
@@ -59,12 +65,11 @@ CheckDirectory(char **value, void **extra, GucSource source)
 }
 
 /*
- * Tell the library where its data are.
+ * Have the library look for its data anew.
  */
 static void
 AssignDirectory(const char *value, void *extra)
 {
-	gl_set_directory(value);
 	gl_free_registry_cache();
 	qbgl_directory_generation++;
 }
@@ -100,6 +105,9 @@ DefineSettings(void)
 		"Lets a locale be used whose order is not the one that the database remembers.",
 		"To be switched on for REINDEX; queries may return wrong rows.", &qbgl_allow_changed_order,
 		false, PGC_USERSET, 0, NULL, NULL, NULL);
+	DefineCustomBoolVariable("qbgl.icu", "Lets locales be loaded that ICU serves.",
+							 "Those whose names ask for it, as \"cs_CZ.utf8@icu\".", &qbgl_icu, false,
+							 PGC_SUSET, 0, NULL, NULL, NULL);
 	DefineCustomStringVariable("qbgl.require", "Orders that this session insists on.",
 							   "Pairs of a locale and its fingerprint, as in "
 							   "\"cs_CZ.utf8:0123456789abcdef\", separated by commas.",
@@ -114,7 +122,7 @@ void
 _PG_init(void)
 {
 	unsetenv("GL_PATH"); /* which the library asks the platform for */
-	gl_setextfunc(NULL, GL_EXT_GETENV, (gl_extfunc) NoEnvironment);
+	gl_setextfunc(NULL, GL_EXT_GETENV, (gl_extfunc) LibraryEnvironment);
 	InitLocales();
 	InitCollations();
 	InitIndexes();

@@ -15,6 +15,7 @@
 /* The settings, module.c */
 extern char *qbgl_directory;
 extern bool qbgl_allow_changed_order;
+extern bool qbgl_icu;
 extern char *qbgl_require;
 extern char *qbgl_preload;
 

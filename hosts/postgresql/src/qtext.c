@@ -40,17 +40,22 @@ PG_FUNCTION_INFO_V1(qtext_hash_extended);
 PG_FUNCTION_INFO_V1(qtext_sortsupport);
 PG_FUNCTION_INFO_V1(qtext_equalimage);
 
-/* A comparison of shorter texts asks for no memory. */
+/* A comparison of shorter texts asks for no memory, but by ICU. */
 #define SHORT_TEXT 127
 /* Keys up to this size need no memory. */
 #define KEY_ON_STACK 1024
 
 void
-CheckLibraryMemory(gl_locale *handle)
+CheckCompared(gl_locale *handle)
 {
-	if (gl_errno(handle) != GL_ENOMEM)
+	int error = gl_errno(handle);
+
+	if (error == 0)
 		return;
 	gl_clear_errno(handle);
+	if (error != GL_ENOMEM)
+		ereport(ERROR, (errcode(ERRCODE_INTERNAL_ERROR),
+						errmsg("texts cannot be compared: %s", gl_strerror(error))));
 	ereport(ERROR, (errcode(ERRCODE_OUT_OF_MEMORY), errmsg("out of memory while comparing texts")));
 }
 
@@ -64,12 +69,12 @@ CompareLocaleTexts(const CollationOrder *order, const char *a, int a_length, con
 	gl_locale *handle = order->locale->handle;
 	int result;
 
-	if (a_length <= SHORT_TEXT && b_length <= SHORT_TEXT)
+	if (a_length <= SHORT_TEXT && b_length <= SHORT_TEXT && !order->locale->may_fail)
 		return gl_order_compare(handle, a, a_length, b, b_length, order->passes);
 	gl_clear_errno(handle);
 	result = gl_order_compare(handle, a, a_length, b, b_length, order->passes);
 	if (result == 0)
-		CheckLibraryMemory(handle);
+		CheckCompared(handle);
 	return result;
 }
 

@@ -17,7 +17,7 @@ extern int CompareTexts(const CollationOrder *order, const char *a, int a_length
 /* The key of a text, to be freed. */
 extern bytea *KeyOfText(const CollationOrder *order, const char *bytes, int length);
 
-/* Ensures that a call of the library which returned 0 did not run out of memory. */
-extern void CheckLibraryMemory(gl_locale *handle);
+/* Ensures that a comparison which returned 0 could be made. */
+extern void CheckCompared(gl_locale *handle);
 
 #endif /* QBGL_QTEXT_H */
