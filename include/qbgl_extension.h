@@ -199,7 +199,7 @@ typedef void glu_unloadMapData_fn(void *map);
  * ------------------------------------------------------------------------------------------------------------------------------ */
 
 /* 1 if the extension serves the category (GL_CAT_CTYPE, GL_CAT_COLLATE ...) of the locale, otherwise 0: of a null or unknown name,
- * and while no map is loaded. */
+ * and while no map is loaded. Where memory is out for telling it is 1, and opening fails with GL_ENOMEM. */
 typedef int glu_useIcuLocCall_fn(const char *name, int category);
 
 /* Opens a locale. `map` is the one that is loaded; GL_ENULLPTR for a null one. A handle, or null with an error: GL_ENOFILE for a

@@ -1,5 +1,7 @@
 #include "icu/codeset.h"
 
+#include "icu/memory.h"
+
 #include <algorithm>
 #include <cstring>
 #include <unicode/uchar.h>
@@ -35,8 +37,9 @@ UConverter *ConverterPool::take() {
     pthread_mutex_lock(&mutex_);
     UConverter *converter = count_ > 0 ? free_[--count_] : nullptr;
     if (converter == nullptr) {
+        const Provision provision; // for it stays in the pool
         UErrorCode status = U_ZERO_ERROR;
-        converter = ucnv_clone(model_, &status);
+        if (provision) converter = ucnv_clone(model_, &status);
         if (U_FAILURE(status)) converter = nullptr;
     }
     pthread_mutex_unlock(&mutex_);

@@ -1,6 +1,7 @@
 #include "icu/data.h"
 
 #include "icu/entry.h"
+#include "icu/memory.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -84,6 +85,14 @@ bool is_whole(const File &file) {
     return true;
 }
 
+int start() {
+    UErrorCode code = U_ZERO_ERROR;
+    u_init(&code);
+    if (U_SUCCESS(code)) return 0;
+    say("qbgl_icu: ICU cannot start: %s", u_errorName(code));
+    return code == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EBADFILE;
+}
+
 // "packaged 72": ICU brings its data along, and is of this version. Anything else is a common data file of ICU's, icudt72l.dat.
 int use(Data &data) {
     const File &file = data.file;
@@ -124,14 +133,10 @@ void *glu_loadIcuData(const char *path, int, int *status) {
     lend_memory_to_icu();
     int number = GL_ENOMEM;
     Owned<Data> data = make<Data>();
-    if (data && data->file.read(path, number)) number = use(*data);
-    if (number == 0) {
-        UErrorCode code = U_ZERO_ERROR;
-        u_init(&code);
-        if (U_FAILURE(code)) {
-            say("qbgl_icu: ICU cannot start: %s", u_errorName(code));
-            number = code == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EBADFILE;
-        }
+    if (data && data->file.read(path, number)) {
+        const Provision provision;
+        number = provision ? use(*data) : GL_ENOMEM;
+        if (number == 0) number = start();
     }
     if (number != 0) {
         if (!(loaded == 0 && take_memory_from_icu()) && data && data->held) (void)data->file.release();

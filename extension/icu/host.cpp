@@ -4,10 +4,6 @@
 
 #include <cstdarg>
 #include <cstdlib>
-#include <cstring>
-#include <link.h>
-#include <unicode/uclean.h>
-#include <unicode/udata.h>
 
 namespace qbgl::icu {
 
@@ -32,37 +28,6 @@ const Host LIBC = {
 
 Host host = LIBC;
 
-namespace {
-
-bool lent = false;
-
-// The objects of a process stand in the order in which they came: this library before what came because of it.
-bool process_had_icu() {
-    struct Search {
-        const void *own;
-        bool found;
-    } search = {reinterpret_cast<const void *>(&process_had_icu), false};
-    const auto visit = [](dl_phdr_info *object, size_t, void *data) {
-        Search &wanted = *static_cast<Search *>(data);
-        const auto place = reinterpret_cast<uintptr_t>(wanted.own);
-        for (int i = 0; i < object->dlpi_phnum; ++i) {
-            const auto &part = object->dlpi_phdr[i];
-            const uintptr_t begin = object->dlpi_addr + part.p_vaddr;
-            if (part.p_type == PT_LOAD && place >= begin && place - begin < part.p_memsz) return 1; // this library: no further
-        }
-        wanted.found = strstr(object->dlpi_name, "/libicuuc.so") != nullptr;
-        return wanted.found ? 1 : 0;
-    };
-    dl_iterate_phdr(visit, &search);
-    return search.found;
-}
-
-void *give(const void *, size_t size) { return allocate(size); }
-void *give_again(const void *, void *block, size_t size) { return size <= UINT32_MAX ? host.realloc(block, size) : nullptr; }
-void take_back(const void *, void *block) { host.free(block); }
-
-} // namespace
-
 void *allocate(size_t size) { return size <= UINT32_MAX ? host.malloc(static_cast<uint32_t>(size)) : nullptr; }
 
 void say(const char *format, ...) {
@@ -73,26 +38,6 @@ void say(const char *format, ...) {
     vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     host.print(text);
-}
-
-void lend_memory_to_icu() {
-    if (lent) return;
-    if (process_had_icu()) {
-        say("qbgl_icu: the process has ICU already: its memory stays as it is");
-        return;
-    }
-    UErrorCode status = U_ZERO_ERROR;
-    u_setMemoryFunctions(nullptr, give, give_again, take_back, &status);
-    lent = U_SUCCESS(status);
-    udata_setFileAccess(UDATA_NO_FILES, &status);
-    if (!lent) say("qbgl_icu: ICU keeps its memory: %s", u_errorName(status));
-}
-
-bool take_memory_from_icu() {
-    if (!lent) return false;
-    u_cleanup();
-    lent = false;
-    return true;
 }
 
 } // namespace qbgl::icu

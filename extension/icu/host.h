@@ -32,13 +32,6 @@ void *allocate(size_t size);
 // Logs a sentence, where the host wants messages.
 [[gnu::format(printf, 1, 2)]] void say(const char *format, ...);
 
-// From now on ICU's own memory is the host's, and ICU reads no files: the environment's ICU_DATA could put other rules before those
-// of its data. Where the process had ICU before this library came, what ICU has allocated must be freed as it was allocated:
-// everything stays as it is.
-void lend_memory_to_icu();
-// Gives back what ICU keeps for later, if it is the host's; otherwise false, and ICU lives on.
-bool take_memory_from_icu();
-
 class KeepErrno {
   public:
     KeepErrno() = default;

@@ -2,6 +2,7 @@
 
 #include "icu/entry.h"
 #include "icu/map.h"
+#include "icu/memory.h"
 #include "icu/name.h"
 
 #include <algorithm>
@@ -24,8 +25,9 @@ Locale::~Locale() {
 
 Owned<Locale> Locale::open(const LocaleId &id, int16_t &error) {
     error = GL_ENOMEM;
+    const Provision provision;
     Owned<Locale> locale = make<Locale>();
-    if (!locale) return {};
+    if (!provision || !locale) return {};
     locale->codeset_ = make<Codeset>();
     if (!locale->codeset_ || !locale->codeset_->open(id.codeset, error)) return {};
     strcpy(locale->name_, id.icu);
@@ -84,13 +86,16 @@ using namespace qbgl::icu;
 int glu_useIcuLocCall(const char *name, int category) {
     LocaleId id;
     const Map *const map = Map::loaded();
-    return name != nullptr && map != nullptr && identify(*map, name, id) && map->serves(id, category) ? 1 : 0;
+    if (name == nullptr || map == nullptr) return 0;
+    // Where memory is out, opening tells so; another answer would leave the locale to other rules.
+    const int wrong = identify(*map, name, id);
+    return (wrong == 0 || wrong == GL_ENOMEM) && map->serves(id, category) ? 1 : 0;
 }
 
 void *glu_lc_open(const char *name, void *map, int16_t *error) {
     if (name == nullptr || map == nullptr) return fail<int16_t, void *>(error, GL_ENULLPTR, nullptr);
     LocaleId id;
-    if (!identify(*static_cast<const Map *>(map), name, id)) return fail<int16_t, void *>(error, GL_ENOFILE, nullptr);
+    if (const int wrong = identify(*static_cast<const Map *>(map), name, id)) return fail<int16_t, void *>(error, wrong, nullptr);
     int16_t number = 0;
     Owned<Locale> locale = Locale::open(id, number);
     if (locale) return locale.release();

@@ -2,6 +2,7 @@
 
 #include "icu/data.h"
 #include "icu/entry.h"
+#include "icu/memory.h"
 #include "icu/name.h"
 
 #include <cstdlib>
@@ -127,6 +128,8 @@ int Map::take_codeset(const Words &words) {
     char *end = nullptr;
     const long number = strtol(words.word[1], &end, 10);
     if (*end != '\0' || number < 0 || number > UINT16_MAX) return 1;
+    const Provision provision;
+    if (!provision) return -1;
     UErrorCode status = U_ZERO_ERROR;
     ucnv_close(ucnv_open(words.word[2], &status)); // ICU knows names of more codesets than it has
     if (U_FAILURE(status)) {

@@ -1,11 +1,13 @@
 #include "icu/name.h"
 
 #include "icu/map.h"
+#include "icu/memory.h"
 
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <qbgl.h>
 
 namespace qbgl::icu {
 
@@ -59,15 +61,20 @@ void take_specification(const Map &map, const char *name, Parts &parts) {
     parts.codeset = map.codeset(codeset);
 }
 
-bool canonicalize(const char *place, char (&icu)[ULOC_FULLNAME_CAPACITY]) {
+// 0 or an error number.
+int canonicalize(const char *place, char (&icu)[ULOC_FULLNAME_CAPACITY]) {
+    const Provision provision;
+    if (!provision) return GL_ENOMEM;
     UErrorCode status = U_ZERO_ERROR;
     int32_t parsed = 0;
     if (strchr(place, '-') != nullptr && strchr(place, '_') == nullptr)
         uloc_forLanguageTag(place, icu, sizeof icu, &parsed, &status);
     else
         uloc_canonicalize(place, icu, sizeof icu, &status);
+    if (status == U_MEMORY_ALLOCATION_ERROR) return GL_ENOMEM;
     // Two languages may be one to ICU, but each that it knows has a code of three letters.
-    return U_SUCCESS(status) && status != U_STRING_NOT_TERMINATED_WARNING && *uloc_getISO3Language(icu) != '\0';
+    const bool known = U_SUCCESS(status) && status != U_STRING_NOT_TERMINATED_WARNING && *uloc_getISO3Language(icu) != '\0';
+    return known ? 0 : GL_ENOFILE;
 }
 
 // Appends keywords to a name that may have some.
@@ -79,11 +86,11 @@ bool add_keywords(char (&icu)[ULOC_FULLNAME_CAPACITY], const char *keywords) {
 
 } // namespace
 
-bool identify(const Map &map, const char *name, LocaleId &id) {
-    if (strlen(name) > LONGEST_NAME) return false;
+int identify(const Map &map, const char *name, LocaleId &id) {
+    if (strlen(name) > LONGEST_NAME) return GL_ENOFILE;
     Parts parts;
     if (!take_object_name(map, name, parts)) take_specification(map, name, parts);
-    if (parts.codeset == nullptr || *parts.place == '\0') return false;
+    if (parts.codeset == nullptr || *parts.place == '\0') return GL_ENOFILE;
     snprintf(id.codeset, sizeof id.codeset, "%s", parts.codeset->icu);
     snprintf(id.name, sizeof id.name, "%s.%s%s%s", parts.place, parts.codeset->name, *parts.modifier != '\0' ? "@" : "",
              parts.modifier);
@@ -91,11 +98,14 @@ bool identify(const Map &map, const char *name, LocaleId &id) {
     snprintf(whole, sizeof whole, "%s@%s", parts.place, parts.modifier);
     if (const Map::Text *const known = map.locale(*parts.modifier != '\0' ? whole : parts.place))
         return canonicalize(known->icu, id.icu);
-    if (!canonicalize(parts.place, id.icu)) return false;
-    if (*parts.modifier == '\0') return true;
-    if (strchr(parts.modifier, '=') != nullptr) return add_keywords(id.icu, parts.modifier);
-    const Map::Text *const modifier = map.modifier(parts.modifier);
-    return modifier != nullptr && (*modifier->icu == '\0' || add_keywords(id.icu, modifier->icu));
+    if (const int wrong = canonicalize(parts.place, id.icu)) return wrong;
+    const char *keywords = parts.modifier;
+    if (*keywords != '\0' && strchr(keywords, '=') == nullptr) {
+        const Map::Text *const modifier = map.modifier(keywords);
+        if (modifier == nullptr) return GL_ENOFILE;
+        keywords = modifier->icu;
+    }
+    return *keywords == '\0' || add_keywords(id.icu, keywords) ? 0 : GL_ENOFILE;
 }
 
 } // namespace qbgl::icu

@@ -2,6 +2,7 @@
 // every size in front of memory that may not be touched, memory that runs out, several threads, and a second loading.
 //
 //     extension_conformance TREE LOCALE [SOURCE:TARGET ...]        the extension that TREE/vrn/etc/dllregistry lists last
+//     extension_conformance --cold TREE LOCALE ...                 the same with every request of memory refused to a fresh process
 //     extension_conformance --faults TREE LOCALE SOURCE:TARGET     the same with a fault planted in each entry point: the run must
 //     fail
 #include "qbgl_extension.h"
@@ -20,6 +21,7 @@
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -99,9 +101,9 @@ class Guarded {
     char *start_;
 };
 
-std::atomic<long> live = 0, asked = 0, refuse_from = LONG_MAX; // blocks that are out, and how many were asked for
+std::atomic<long> live = 0, asked = 0, refuse_from = LONG_MAX, refuse_to = LONG_MAX; // blocks that are out, and requests, from 1
 
-bool refused() { return ++asked >= refuse_from; }
+bool refused() { return ++asked >= refuse_from && asked <= refuse_to; }
 void *host_malloc(uint32_t size) {
     void *const block = refused() ? nullptr : malloc(size);
     if (block != nullptr) ++live;
@@ -195,7 +197,7 @@ bool load() {
     return true;
 }
 
-void start() {
+void hand_over() {
     CALL(glu_setMallocFunc, host_malloc), CALL(glu_setCallocFunc, host_calloc), CALL(glu_setReallocFunc, host_realloc);
     CALL(glu_setFreeFunc, host_free), CALL(glu_setFgetcFunc, host_fgetc), CALL(glu_setFseekFunc, host_fseek);
     CALL(glu_setFtellFunc, host_ftell), CALL(glu_setFerrorFunc, host_ferror), CALL(glu_setFeofFunc, host_feof);
@@ -203,6 +205,10 @@ void start() {
     char name[33] = {};
     expect(CALL(glu_getIcuDataFileName, name, 32) == 0, "tells a name in 32 bytes");
     data_path = etc + name;
+}
+
+void start() {
+    hand_over();
     int status = 0;
     data = CALL(glu_loadIcuData, data_path.c_str(), 0, &status);
     expect(data != nullptr && status == 0, "loads the data of the tree");
@@ -1049,9 +1055,10 @@ void check_pair(int source, int target) {
     expect_equal(convert(converter, "", 0, true).result, 0L, "no input");
     if (source == UTF8)
         for (const char *bytes : {"\xFF", "\xE6\x97", "\xC0\x80"}) {
-            const Conversion bad = convert(converter, "a" + string(bytes), 64, true);
-            expect(bad.result == -1 && bad.status == 0 && bad.taken == 1,
+            const Conversion bad = convert(converter, text + bytes, 4096, true);
+            expect(bad.result == -1 && bad.status == 0 && bad.taken == static_cast<int>(text.size()),
                    "bytes that are no character, or a part: -1, the status as it was, and the place is on them");
+            expect_equal(bad.out + convert(converter, text, 4096, false).out, whole.out + whole.out, "the states are those of it");
         }
     const char *at = "a";
     char room[8], *to = room;
@@ -1110,10 +1117,6 @@ template <class Ask> void with_refusals(const char *what, Ask ask) {
 void check_memory() {
     const string many = bytes_of(texts.back());
     vector<char> out(65536);
-    with_refusals("open", [] {
-        void *const handle = ASK(glu_lc_open, locale_name.c_str(), map);
-        return x.glu_lc_close(handle), handle != nullptr;
-    });
     with_refusals("clone", [] {
         void *const handle = ASK(glu_lc_clone, l);
         return x.glu_lc_close(handle), handle != nullptr;
@@ -1125,13 +1128,6 @@ void check_memory() {
         memcpy(out.data(), many.c_str(), many.size() + 1);
         return ASK(glu_putmbsi, l, out.data(), 3, "a") != nullptr;
     });
-    for (const auto &[source, target] : pairs)
-        with_refusals("converter", [&, from = source, to = target] {
-            int status = 0;
-            void *const handle = CALL(glu_cv_open, from, to, &status);
-            error = static_cast<int16_t>(status);
-            return handle != nullptr && x.glu_cv_close(handle) == 0;
-        });
 }
 
 void check_memory_of_files() {
@@ -1148,6 +1144,100 @@ void check_memory_of_files() {
     expect_equal(live.load(), 0L, "a failed loading gives back all memory");
 }
 
+// What a host does first, and what it gets for it: where memory is out, as far as that goes, and the next time the rest.
+string begin() {
+    static const char *const NAMES[] = {
+        "cs_cz/e01c.lco", "ja_jp/e01c.lco", "th_th/e01c.lco",  "zh_cn/e01c.lco",
+        "ko_kr/e01c.lco", "tr_tr/e01c.lco", "de-u-co-phonebk", "fr@colStrength=identical;colAlternate=shifted"};
+    static const char *const WORDS[] = {
+        "chata I\u0323\u0307", "cz i\u0307\u0323", "\xC3\x84\xC3\x9F", "ad",           "\u0E40\u0E01", "\u0E02",
+        "\u65E5\u672C",        "\u6F22",           "\uAC00",           "\u3042\u30FC", "\u0390",       "\U00020000"};
+    static void *locales[std::size(NAMES)], *converters[16];
+    string result;
+    int status = 0;
+    const auto done = [](int number) { expect(number == 0 || number == GL_ENOMEM, "a failure for want of memory is GL_ENOMEM"); };
+    if (data == nullptr) data = CALL(glu_loadIcuData, data_path.c_str(), 0, &status);
+    if (data != nullptr && map == nullptr) map = CALL(glu_loadMapData, (etc + "locmap").c_str(), &status);
+    done(status);
+    for (size_t i = 0; map != nullptr && i < std::size(NAMES); ++i) {
+        if (CALL(glu_useIcuLocCall, NAMES[i], GL_CAT_COLLATE) == 0) continue;
+        if (locales[i] == nullptr) locales[i] = ASK(glu_lc_open, NAMES[i], map), done(error);
+        if (locales[i] == nullptr) continue;
+        char out[1024] = "";
+        if (x.glu_order_version != nullptr) CALL(glu_order_version, locales[i], out, 1024);
+        result += out;
+        for (const char *const one : WORDS) {
+            for (const char *const other : WORDS)
+                result += sign(ASK(glu_mbscoll, locales[i], one, -1, other, -1)) + '=', done(error);
+            if (ASK(glu_mbsxfrm, locales[i], out, one, 1024) >= 0) result += out;
+            done(error);
+            if (ASK(glu_mbstoupper, locales[i], out, one) >= 0) result += out;
+            done(error);
+        }
+    }
+    for (size_t i = 0; map != nullptr && i < pairs.size(); ++i) {
+        if (converters[i] == nullptr) converters[i] = CALL(glu_cv_open, pairs[i].first, pairs[i].second, &status), done(status);
+        if (converters[i] != nullptr) result += shown(convert(converters[i], "abc", 64, true).out);
+    }
+    return result;
+}
+
+// Some n-th request of memory is refused to a process that has not used the extension before, or all from there on; or each n-th.
+void check_cold_start(bool all) {
+    constexpr size_t SIZE = 1 << 20;
+    auto *const shared = static_cast<char *>(mmap(nullptr, SIZE, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    auto *const requests = reinterpret_cast<long *>(shared);
+    char *const expected = shared + sizeof *requests;
+    for (const bool once : {true, false}) {
+        for (long n = 0; n <= *requests; n += all ? 1 : *requests / 100 + 1) {
+            context = "request " + shown(n) + (once ? "" : " and all others") + " of memory refused to a fresh process";
+            const pid_t child = fork();
+            if (child == 0) {
+                alarm(60);
+                hand_over();
+                if (n > 0) refuse_from = n, refuse_to = once ? n : LONG_MAX;
+                const string first = begin();
+                refuse_from = LONG_MAX;
+                if (n == 0) *requests = asked, memcpy(expected, first.c_str(), std::min(first.size() + 1, SIZE - sizeof *requests));
+                expect(begin() == expected, "all is as ever when there is memory again");
+                _exit(breaches == 0 ? 0 : 1);
+            }
+            int status = 0;
+            waitpid(child, &status, 0);
+            expect(WIFEXITED(status), "neither crashes nor hangs");
+            if (WIFEXITED(status)) breaches += WEXITSTATUS(status);
+        }
+    }
+    context.clear();
+    munmap(shared, SIZE);
+}
+
+// Another user of what the extension stands on, here a copy of it, goes on when the extension is unloaded.
+void check_other_user() {
+    const pid_t child = fork();
+    if (child == 0) {
+        start();
+        char copy[] = "/tmp/extension_XXXXXX";
+        close(mkstemp(copy));
+        std::ofstream(copy) << std::ifstream(library_path).rdbuf();
+        const std::tuple first(x, library, data, map, l);
+        library_path = copy;
+        if (load()) start();
+        unlink(copy);
+        const std::tuple second(x, library, data, map, l);
+        std::tie(x, library, data, map, l) = first;
+        CALL(glu_lc_close, l), CALL(glu_unloadIcuData, data), CALL(glu_unloadMapData, map), dlclose(library);
+        std::tie(x, library, data, map, l) = second;
+        void *const other = ASK(glu_lc_open, "ja_jp/e01c.lco", map);
+        for (void *const handle : {l, other})
+            if (handle != nullptr) expect(ASK(glu_mbscoll, handle, "a", -1, "b", -1) < 0, "goes on"), CALL(glu_lc_close, handle);
+        _exit(breaches == 0 ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    expect(status == 0, "another user of what the extension stands on goes on when it is unloaded");
+}
+
 void check_texts() {
     check_characters(), check_transfers(), check_steps(), check_widths(), check_case(), check_order(), check_index_order();
 }
@@ -1160,10 +1250,11 @@ void check(void (*section)()) {
     expect_equal(string(setlocale(LC_ALL, nullptr)), locale_of_c, "leaves the locale of the C library alone");
 }
 
-int run() {
+int run(bool cold = false) {
     for (const int number : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) signal(number, die_of_signal);
     for (const bool again : {false, true}) {
         if (!load()) return 1;
+        if (!again && !quiet) check_cold_start(cold), check_other_user();
         check(start);
         if (l == nullptr) return 1;
         if (!again) find_characters();
@@ -1291,9 +1382,9 @@ int run_faults() {
 } // namespace
 
 int main(int argc, char **argv) {
-    const bool faults = argc > 1 && strcmp(argv[1], "--faults") == 0;
-    argv += faults, argc -= faults;
-    if (argc < 3) return fprintf(stderr, "usage: extension_conformance [--faults] TREE LOCALE [SOURCE:TARGET ...]\n"), 2;
+    const bool faults = argc > 1 && strcmp(argv[1], "--faults") == 0, cold = argc > 1 && strcmp(argv[1], "--cold") == 0;
+    argv += faults || cold, argc -= faults || cold;
+    if (argc < 3) return fprintf(stderr, "usage: extension_conformance [--cold|--faults] TREE LOCALE [SOURCE:TARGET ...]\n"), 2;
     const string vrn = string(argv[1]) + "/vrn/";
     etc = vrn + "etc/", locale_name = argv[2];
     std::ifstream list(etc + "dllregistry");
@@ -1302,5 +1393,5 @@ int main(int argc, char **argv) {
         std::pair<int, int> pair;
         if (sscanf(argv[i], "%d:%d", &pair.first, &pair.second) == 2) pairs.push_back(pair);
     }
-    return faults ? run_faults() : run();
+    return faults ? run_faults() : run(cold);
 }
