@@ -3,6 +3,7 @@
 #include "icu/entry.h"
 #include "icu/host.h"
 #include "icu/map.h"
+#include "icu/memory.h"
 
 #include <algorithm>
 #include <climits>
@@ -62,6 +63,7 @@ class Converter {
         ucnv_reset(target_);
     }
     bool pending() const;
+    Outcome convert_with_states(Cursor &at, bool closes);
     Outcome convert_pieces(Cursor &at);
     bool convert_piece(Cursor &at, int piece, char *scratch, UErrorCode &status);
     Outcome convert_character(Cursor &at, bool closes);
@@ -127,12 +129,37 @@ bool Converter::pending() const {
 
 Outcome Converter::convert(Cursor &at, bool reset_states) {
     if (reset_states || !stateful_) reset();
-    if (!stateful_) return convert_pieces(at);
-    while (at.left > 0) {
-        const Outcome outcome = convert_character(at, reset_states);
-        if (outcome != Outcome::DONE) return outcome;
+    return stateful_ ? convert_with_states(at, reset_states) : convert_pieces(at);
+}
+
+// Where a character fails, both sides go back to where the call began, and over the way again up to it: that is the state that the
+// place shown has. `closes`: the call began in the initial states.
+Outcome Converter::convert_with_states(Cursor &at, bool closes) {
+    const Cursor begin = at;
+    UConverter *source = nullptr, *target = nullptr;
+    if (!closes) {
+        UErrorCode status = U_ZERO_ERROR;
+        source = ucnv_clone(source_, &status);
+        target = ucnv_clone(target_, &status);
+        if (U_FAILURE(status)) {
+            ucnv_close(source);
+            return Outcome::NO_MEMORY;
+        }
     }
-    return Outcome::DONE;
+    Outcome outcome = Outcome::DONE;
+    while (at.left > 0 && outcome == Outcome::DONE) outcome = convert_character(at, closes);
+    if (outcome != Outcome::DONE) {
+        if (closes) {
+            reset();
+        } else {
+            std::swap(source_, source);
+            std::swap(target_, target);
+        }
+        for (Cursor again = {begin.in, begin.left, nullptr, INT_MAX, false}; again.in < at.in;) convert_character(again, closes);
+    }
+    ucnv_close(source);
+    ucnv_close(target);
+    return outcome;
 }
 
 // Into the output, or where there is none into the scratch. False with the place as it was.
@@ -214,16 +241,7 @@ Outcome Converter::convert_character(Cursor &at, bool closes) {
     char bytes[LONGEST_RESULT], *out = bytes;
     int taken = 0;
     bool substituted = at.substituted;
-    UConverter *source = nullptr, *target = nullptr; // as they were, where the character may turn out not to fit
     UErrorCode status = U_ZERO_ERROR;
-    if (stateful_ && at.room < LONGEST_RESULT) {
-        source = ucnv_clone(source_, &status);
-        target = ucnv_clone(target_, &status);
-        if (U_FAILURE(status)) {
-            ucnv_close(source);
-            return Outcome::NO_MEMORY;
-        }
-    }
     Outcome outcome = Outcome::DONE;
     do {
         UChar units[LONGEST_RESULT / 2], *end = units;
@@ -250,12 +268,7 @@ Outcome Converter::convert_character(Cursor &at, bool closes) {
         at.substituted = substituted;
     } else if (!stateful_) {
         reset();
-    } else if (target != nullptr) {
-        std::swap(source_, source);
-        std::swap(target_, target);
     }
-    ucnv_close(source);
-    ucnv_close(target);
     return outcome;
 }
 
@@ -274,8 +287,9 @@ int glu_useIcuCvtCall(int source_number, int target_number) {
 void *glu_cv_open(int source_number, int target_number, int *status) {
     const Map *const map = Map::loaded();
     if (map == nullptr || !map->converts(source_number, target_number)) return fail<int, void *>(status, GL_EINVAL, nullptr);
+    const Provision provision;
     Owned<Converter> converter = make<Converter>();
-    if (!converter) return fail<int, void *>(status, GL_ENOMEM, nullptr);
+    if (!provision || !converter) return fail<int, void *>(status, GL_ENOMEM, nullptr);
     const char *const source = map->codeset(source_number)->icu, *const target = map->codeset(target_number)->icu;
     UErrorCode code = U_ZERO_ERROR;
     if (converter->open(source, target, code)) return converter.release();
