@@ -36,7 +36,7 @@ static inline const char *qbgl_why_no_icu(const gl_locale *handle, int result, i
     if (pMap != NULL || error == GL_ENOMEM) return NULL;
     if (error == GL_EVERSION) return "vrn/etc/icudata is for another version of ICU";
     for (i = 0; i < sizeof handleglu / sizeof handleglu[0]; ++i)
-        if (handleglu[i].error_text != NULL) return handleglu[i].error_text;
+        if (handleglu[i].error == -1 && handleglu[i].error_text != NULL) return handleglu[i].error_text; /* of the loader */
     return "a file of the extension library is missing or damaged: vrn/etc/dllregistry, icudata or locmap";
 }
 

@@ -135,9 +135,7 @@ TEST(SqliteExtension, Answers) {
             {"SELECT qbgl_key('a', printf('cs_CZ.%.*c', 100000, 'a')) IS NULL",
              "error: \"cs_CZ.aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa\" is no name of a locale: such as cs_CZ, or cs_CZ.utf8"},
             {"SELECT 1 FROM n ORDER BY name COLLATE \"qbgl_../cs_CZ\"", "error: no such collation sequence: qbgl_../cs_CZ"},
-            {"SELECT qbgl_convert('a', '/etc/passwd', 'utf8')", "error: \"/etc/passwd\" is no name of a codeset"},
             {"SELECT count(*) FROM qbgl_symbols('a', '../x')", "error: \"../x\" is no name of a codeset"},
-            {"SELECT qbgl_key('a', '../../etc')", "error: \"../../etc\" is no name of a locale: such as cs_CZ, or cs_CZ.utf8"},
             {"SELECT qbgl_key('a', 'cs_CZ.8859-2')", "error: SQLite keeps text in UTF-8: take cs_CZ.utf8 instead of cs_CZ.8859-2"},
             {"SELECT qbgl_key('a', 'xx_XX'), 1", "error: the locale xx_XX.utf8 cannot be loaded: file not found or unreadable "
                                                  "(is it installed, and QUORBANEDIR set?)"},

@@ -8,16 +8,10 @@
 #include "qbgl_pg.h"
 
 #include "fmgr.h"
-#include "mb/pg_wchar.h"
-#include "miscadmin.h"
 #include "utils/builtins.h"
-#include "utils/memutils.h"
 
 #include "conversion.h"
 #include "qtext.h"
-
-/* Room for the keys of most texts, so that they are made once. */
-#define COMMON_KEY_SIZE 1024
 
 /*
  * Ensure that a number of passes is one that the orders have.
@@ -34,21 +28,6 @@ CheckPasses(int passes)
 }
 
 /*
- * Ensure that a key was made, and is one that the server can hold.
- */
-static void
-CheckKeySize(int size)
-{
-	if (size < 0)
-		ereport(ERROR, (errcode(ERRCODE_OUT_OF_MEMORY), errmsg("out of memory"),
-						errdetail("Failed while ordering a text.")));
-	if (size > MaxAllocSize - VARHDRSZ)
-		ereport(ERROR,
-				(errcode(ERRCODE_PROGRAM_LIMIT_EXCEEDED), errmsg("a key of %d bytes", size),
-				 errdetail("A value has at most %d bytes.", (int) (MaxAllocSize - VARHDRSZ))));
-}
-
-/*
  * key(source text, locale text, passes integer) returns bytea
  */
 PG_FUNCTION_INFO_V1(qbgl_key);
@@ -56,29 +35,10 @@ Datum
 qbgl_key(PG_FUNCTION_ARGS)
 {
 	text *source = PG_GETARG_TEXT_PP(0);
-	QbglLocale *locale = UseLocaleArgument(fcinfo->flinfo, PG_GETARG_TEXT_PP(1));
-	int passes = CheckPasses(PG_GETARG_INT32(2));
-	int room = COMMON_KEY_SIZE;
-	LocaleText in;
-	bytea *key;
-	int size;
+	CollationOrder order = {.locale = UseLocaleArgument(fcinfo->flinfo, PG_GETARG_TEXT_PP(1)),
+							.passes = CheckPasses(PG_GETARG_INT32(2))};
 
-	ToLocale(locale, VARDATA_ANY(source), VARSIZE_ANY_EXHDR(source), &in);
-	for (;;)
-	{
-		key = palloc(VARHDRSZ + room);
-		size = gl_order_key(locale->handle, in.bytes, in.length, passes,
-							(unsigned char *) VARDATA(key), room);
-		CheckKeySize(size);
-		if (size <= room)
-			break;
-		pfree(key);
-		room = size;
-		CHECK_FOR_INTERRUPTS();
-	}
-	FreeLocaleText(&in);
-	SET_VARSIZE(key, VARHDRSZ + size);
-	PG_RETURN_BYTEA_P(key);
+	PG_RETURN_BYTEA_P(KeyOfText(&order, VARDATA_ANY(source), VARSIZE_ANY_EXHDR(source)));
 }
 
 /*
@@ -90,22 +50,11 @@ qbgl_compare(PG_FUNCTION_ARGS)
 {
 	text *left = PG_GETARG_TEXT_PP(0);
 	text *right = PG_GETARG_TEXT_PP(1);
-	QbglLocale *locale = UseLocaleArgument(fcinfo->flinfo, PG_GETARG_TEXT_PP(2));
-	int passes = CheckPasses(PG_GETARG_INT32(3));
-	LocaleText left_in;
-	LocaleText right_in;
-	int result;
+	CollationOrder order = {.locale = UseLocaleArgument(fcinfo->flinfo, PG_GETARG_TEXT_PP(2)),
+							.passes = CheckPasses(PG_GETARG_INT32(3))};
 
-	ToLocale(locale, VARDATA_ANY(left), VARSIZE_ANY_EXHDR(left), &left_in);
-	ToLocale(locale, VARDATA_ANY(right), VARSIZE_ANY_EXHDR(right), &right_in);
-	gl_clear_errno(locale->handle);
-	result = gl_order_compare(locale->handle, left_in.bytes, left_in.length, right_in.bytes,
-							  right_in.length, passes);
-	if (result == 0)
-		CheckCompared(locale->handle);
-	FreeLocaleText(&left_in);
-	FreeLocaleText(&right_in);
-	PG_RETURN_INT32(result);
+	PG_RETURN_INT32(CompareTexts(&order, VARDATA_ANY(left), VARSIZE_ANY_EXHDR(left),
+								 VARDATA_ANY(right), VARSIZE_ANY_EXHDR(right)));
 }
 
 /*
@@ -116,18 +65,18 @@ ChangeCase(QbglLocale *locale, const text *source, int (*change)(gl_locale *, ch
 {
 	int length;
 	char *in = ToLocaleString(locale, source, &length);
-	char *out =
-		palloc((Size) gl_case_conv_outbuflen(locale->handle, length) + TERMINATOR_SIZE);
+	char *out = palloc((Size) gl_case_conv_outbuflen(locale->handle, length) + TERMINATOR_SIZE);
 	int size;
 	text *result;
 
 	gl_clear_errno(locale->handle);
 	size = change(locale->handle, out, in);
+	if (size < 0 && gl_errno(locale->handle) == GL_ENOMEM)
+		ereport(ERROR, (errcode(ERRCODE_OUT_OF_MEMORY),
+						errmsg("out of memory while mapping a text to the other case")));
 	/* A database without an encoding may have any bytes. */
-	if (size < 0 && gl_errno(locale->handle) == GL_EILSEQ)
-		RefuseBadText(locale, in, length);
 	if (size < 0)
-		CheckCompared(locale->handle);
+		RefuseBadText(locale, in, length);
 	result = FromLocale(locale, out, size);
 	pfree(in);
 	pfree(out);

@@ -37,7 +37,7 @@ typedef struct QbglLocale
 	OrderState order;
 	uint64 compared_generation; /* at which `order` was found out */
 	bool is_utf8;
-	bool may_fail; /* comparisons ask for memory, however short the texts */
+	bool may_fail;				 /* comparisons ask for memory, however short the texts */
 	bool prepared;				 /* the following are valid */
 	bool plain;					 /* the database's text needs no conversion */
 	gl_cv *from_server;			 /* from the database's encoding, unless plain */

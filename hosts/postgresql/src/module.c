@@ -106,8 +106,8 @@ DefineSettings(void)
 		"To be switched on for REINDEX; queries may return wrong rows.", &qbgl_allow_changed_order,
 		false, PGC_USERSET, 0, NULL, NULL, NULL);
 	DefineCustomBoolVariable("qbgl.icu", "Lets locales be loaded that ICU serves.",
-							 "Those whose names ask for it, as \"cs_CZ.utf8@icu\".", &qbgl_icu, false,
-							 PGC_SUSET, 0, NULL, NULL, NULL);
+							 "Those whose names ask for it, as \"cs_CZ.utf8@icu\".", &qbgl_icu,
+							 false, PGC_SUSET, 0, NULL, NULL, NULL);
 	DefineCustomStringVariable("qbgl.require", "Orders that this session insists on.",
 							   "Pairs of a locale and its fingerprint, as in "
 							   "\"cs_CZ.utf8:0123456789abcdef\", separated by commas.",

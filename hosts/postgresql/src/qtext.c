@@ -45,7 +45,10 @@ PG_FUNCTION_INFO_V1(qtext_equalimage);
 /* Keys up to this size need no memory. */
 #define KEY_ON_STACK 1024
 
-void
+/*
+ * Ensure that a comparison which returned 0 could be made.
+ */
+static void
 CheckCompared(gl_locale *handle)
 {
 	int error = gl_errno(handle);
@@ -224,7 +227,7 @@ KeyOfText(const CollationOrder *order, const char *bytes, int length)
 	gl_locale *handle = order->locale->handle;
 	LocaleText converted;
 	/* Most keys have fewer bytes than this. */
-	Size room = 2 * (Size) length + 32;
+	Size room = Min(2 * (Size) length + 32, MaxAllocSize - VARHDRSZ);
 	bytea *key;
 	int size;
 

@@ -17,7 +17,4 @@ extern int CompareTexts(const CollationOrder *order, const char *a, int a_length
 /* The key of a text, to be freed. */
 extern bytea *KeyOfText(const CollationOrder *order, const char *bytes, int length);
 
-/* Ensures that a comparison which returned 0 could be made. */
-extern void CheckCompared(gl_locale *handle);
-
 #endif /* QBGL_QTEXT_H */

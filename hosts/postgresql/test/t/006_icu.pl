@@ -34,11 +34,9 @@ for (
 	[ q(SELECT string_agg(name::text, ' ' ORDER BY name::text COLLATE "cs-CZ-x-icu") FROM names), '🫨 co Čáp hora chata' ],
 	[ q(SET enable_seqscan = off; SELECT count(*) FROM names WHERE name > 'h' AND name < 'i'), '2' ],
 	[ q(SELECT count(*) FROM names WHERE name LIKE 'c%'), '2' ],
-	[ q(SELECT 'Straße' = 'STRASSE'::qbgl.qtext COLLATE qbgl."de_DE@icu_1"), 't' ],
 	[ q(SELECT qbgl.upper('Straße', 'de_DE.utf8@icu'), upper('ß'::qbgl.qtext COLLATE qbgl."de_DE@icu_1"), qbgl.upper('ß', 'de_DE.utf8')), 'STRASSE|SS|ß' ],
 	[ qq(SELECT qbgl.compare('a', 'b', 'cs_CZ.utf8\@icu'), qbgl.fingerprint('cs_CZ.utf8') = '$own'; $loaded), "-1|t\nt" ],
 	[ q(SELECT qbgl.convert_to('dům', '8859-2')), '\x64f96d' ],
-	[ q(SELECT collversion FROM pg_collation WHERE collname = 'cs_CZ@icu'), 'ICU' ],
 	[ q(DROP EXTENSION qbgl CASCADE; CREATE EXTENSION qbgl; SELECT qbgl.compare('h', 'ch', 'cs_CZ.utf8@icu')), '-1' ])
 {
 	my ($query, $answer) = @$_;
@@ -72,19 +70,19 @@ is(ask("$parallel $digest (SELECT name FROM names ORDER BY name) names"), $by_ke
 $node->append_conf('postgresql.conf', "shared_preload_libraries = ''\nqbgl.preload = ''");
 $node->restart;
 
-# What may be wrong with the tree: the index is refused, and the reason is told. What the maps say, holds in a session that begins.
+# What may be wrong with the tree: the index is refused, and the reason is told.
 my $query = q(SET enable_sort = off; SELECT name FROM names ORDER BY name LIMIT 1);
 for (
 	[ "$tree/vrn/etc/icudata", "packaged 71\n", qr/F0000.*icudata is for another version of ICU/s ],
+	[ "$tree/vrn/etc/dllregistry", '', qr/F0000.*missing or damaged/s ],
 	[ "$tree/vrn/etc/locmap", "serve *.utf8 LC_CTYPE\n", qr/F0000.*locmap does not serve it/s ],
 	[ "$tree/vrn/etc/dllregistry", "no.so\n", qr/F0000.*no\.so: cannot open shared object file.*HINT.*qbglc tree --icu/s ])
 {
 	my ($file, $content, $error) = @$_;
 	my $sound = slurp_file($file);
 	unlink $file;
-	like(refused($node, $query), qr/F0000.*missing or damaged/s, "without $file an index is refused");
 	append_to_file($file, $content);
-	like(refused($node, $query), $error, 'and so it is with another');
+	like(refused($node, $query), $error, "an index is refused: $file");
 	unlink $file;
 	append_to_file($file, $sound);
 }
