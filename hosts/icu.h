@@ -8,6 +8,7 @@
 
 #include <string.h>
 
+/* NOLINTBEGIN(modernize-use-nullptr): C has none */
 /* Whether the name of a locale asks for ICU. */
 static inline int qbgl_asks_for_icu(const char *name) {
     const char *const modifier = strrchr(name, '@');
@@ -39,5 +40,6 @@ static inline const char *qbgl_why_no_icu(const gl_locale *handle, int result, i
         if (handleglu[i].error == -1 && handleglu[i].error_text != NULL) return handleglu[i].error_text; /* of the loader */
     return "a file of the extension library is missing or damaged: vrn/etc/dllregistry, icudata or locmap";
 }
+/* NOLINTEND(modernize-use-nullptr) */
 
 #endif /* QBGL_HOSTS_ICU_H */
