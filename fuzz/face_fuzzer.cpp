@@ -1,11 +1,8 @@
 // A damaged object, and calls of the whole face on what loads of it, between pages that cannot be touched. The input is a recipe:
 // the kind and shape of object, damage to what is written into it, damage to its text, texts, calls with their arguments. What the
 // damage makes of an object is never mended here.
-#include "damage.h"
-#include "support.h"
+#include "calls.h"
 #include "support/conversion_shapes.h"
-#include "support/face.h"
-#include "support/locale_object.h"
 
 #include <algorithm>
 #include <array>
@@ -15,8 +12,6 @@ using namespace qbgl_test;
 using std::string;
 
 namespace {
-
-constexpr int MOST_CALLS = 48;
 
 // Locales
 
@@ -159,62 +154,6 @@ const string CHARMAP =
     "s 3 NUL 1 00\ns 1 A 1 41\ns 5 alpha 1 41\ns 3 a<b 1 42\ns 3 a\\b 1 43\nr 5 j0101 101 5 2 81fe\n"
     "r 2 k8 8 4 2 9040\nr 5 m0000 0 3 2 8300\ns 1 B 4 a1a2a3a4\n";
 
-// Texts of characters and other bytes, in whole units, and wide ones of the same kind.
-void choose_texts(Scene &scene, const std::vector<Character> &characters, Input &in) {
-    for (int i = 0; i < 3; ++i) {
-        string text;
-        std::vector<gl_wchar> values;
-        for (unsigned items = in.below(40); items > 0; --items) {
-            const unsigned kind = in.byte();
-            string bytes(1, static_cast<char>(kind < 240 ? in.byte() : 0));
-            if (kind < 160 && !characters.empty()) bytes = characters[in.byte() * (kind % 4 + 1) % characters.size()].bytes;
-            text += bytes;
-            values.push_back(kind % 16 == 15 ? wide(some_bytes(in)) : wide(bytes));
-        }
-        text.resize(text.size() / scene.terminator * scene.terminator);
-        scene.texts.push_back(text);
-        std::replace(values.begin(), values.end(), 0U, 1U);
-        scene.wides.push_back(values);
-    }
-    scene.words = {"",
-                   "default.lco",
-                   "native",
-                   "ja_jp.sjis",
-                   "de_de.utf8@euro",
-                   "ja_jp/e006.lco",
-                   "<A><j0104><B>",
-                   "<a\\<b>",
-                   "42",
-                   "GL_CTYPE = en_us.819 ; GL_COLLATE = en_us.819 ; GL_NUMERIC = en_us.819 ; GL_MONETARY = en_us.819 ; "
-                   "GL_TIME = en_us.819 ; GL_MESSAGES = en_us.819 ; ",
-                   "GL_CTYPE = default.lco GL_TIME = native",
-                   "sjis",
-                   "utf8"};
-    string own = scene.words[in.below(static_cast<unsigned>(scene.words.size()))];
-    for (unsigned changes = in.below(4); changes > 0; --changes)
-        own.insert(in.byte() % (own.size() + 1), 1, static_cast<char>(in.byte() | 1));
-    scene.words.push_back(own.c_str());
-}
-
-void run(Scene &scene, GuardedMemory &memory, Input &in) {
-    for (int calls = 0; calls < MOST_CALLS && !in.at_end(); ++calls) {
-        const Call &call = CALLS[in.byte() % CALLS.size()];
-        if ((call.needs == Needs::locale && scene.locale == nullptr) || (call.needs == Needs::conversion && scene.cd == nullptr) ||
-            (call.needs == Needs::charmap && scene.cm == nullptr))
-            continue;
-        call.run(scene);
-        if (memory.clear()) continue;
-        std::fprintf(stderr, "%s writes beside its room\n", call.name);
-        std::abort();
-    }
-}
-
-const bool prepared = [] {
-    setenv("QUORBANEDIR", "/nonexistent", 1);
-    gl_cache_registry(nullptr, "/nonexistent");
-    return true;
-}();
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -232,31 +171,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         }
         const string whole = shape.text(), damaged_one = damaged(copy.text(), in);
         scene.locale = load(whole, damaged_one, in, scene.terminator);
-        if (scene.locale == nullptr) return 0;
-        choose_texts(scene, copy.codeset.characters, in);
-        run(scene, memory, in);
+        if (scene.locale != nullptr) call_face(scene, memory, copy.codeset.characters);
         gl_lc_unload(scene.locale);
         return 0;
     }
     const string object = damaged(kind == 6 ? damaged_conversion(in).text() : CHARMAP, in);
     serve(object);
-    std::vector<Character> characters;
-    for (const char *bytes :
-         {"A", "a", "\x81\x40", "\x81\xFE", "\x82", "\x90\x44", "\xA1\xA2\xA3\xA4", "\x8F\xA1\xA5", "K", "\x0E", "\x0F"})
-        characters.push_back({bytes, 0});
     if (kind == 6) {
-        const bool loaded = gl_iconv_open1(&scene.cd, "/object.cvo") == 0;
-        if (loaded) {
+        if (gl_iconv_open1(&scene.cd, "/object.cvo") == 0) {
             scene.terminator = static_cast<size_t>(std::max(scene.cd->source_min_len, 1));
-            choose_texts(scene, characters, in);
-            run(scene, memory, in);
+            call_face(scene, memory, some_characters());
         }
         gl_cv_unload(scene.cd);
     } else {
         if (gl_cm_load(&scene.cm, "/object.cmo", nullptr, nullptr) == 0) {
             scene.terminator = static_cast<size_t>(std::max(gl_mb_cm_min(scene.cm), 1));
-            choose_texts(scene, characters, in);
-            run(scene, memory, in);
+            call_face(scene, memory, some_characters());
         }
         gl_cm_unload(scene.cm);
     }

@@ -65,8 +65,7 @@ class Family {
 
     // Loads the object; false when it is none.
     bool load() {
-        damaged_ = in.below(4) == 0;
-        const std::string whole = damaged_ ? damaged(object.text(), in) : object.text();
+        const std::string whole = in.below(4) == 0 ? damaged(object.text(), in) : object.text();
         serve_object(reinterpret_cast<const uint8_t *>(whole.data()), whole.size());
         const bool loaded = gl_createlocale2_4(&l, "/") == 0;
         require(loaded == (gl_errno(l) == 0));
@@ -136,8 +135,6 @@ class Family {
         return result;
     }
 
-    bool is_damaged() const { return damaged_; }
-
     Input &in;
     const Shape &shape;
     LocaleObject object;
@@ -151,7 +148,6 @@ class Family {
     }
     std::span<const char *const> tokens_;
     static constexpr int MOST_ROUNDS = 8;
-    bool damaged_ = false;
     int rounds_ = 0;
 };
 

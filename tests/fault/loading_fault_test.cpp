@@ -140,7 +140,7 @@ std::vector<Object> objects() {
                                {load_charmap, "object.cmo", charmap},
                                {load_charmap, "object.cmo", large, true},
                                {open_conversion, "object.cvo", STATELESS[0].second.text(), true}};
-    for (const auto &entry : std::filesystem::directory_iterator(QBGL_SOURCE_DIR "/fuzz/corpus/conversion_object_fuzzer"))
+    for (const auto &entry : std::filesystem::directory_iterator(QBGL_SOURCE_DIR "/fuzz/corpus/object_fuzzer"))
         if (entry.path().extension() == ".cvo" && entry.file_size() < 4096)
             all.push_back({open_conversion, "object.cvo", read_file(entry.path()), entry.file_size() > 2000});
     EXPECT_GE(all.size(), 16U);
