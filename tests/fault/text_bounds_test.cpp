@@ -1,6 +1,7 @@
 // Text between pages that cannot be read, in codesets of every shape. Every function of the face stays within what terminators,
-// counts and rooms allow; and every function that reads multibyte text finds the same first bad byte as a slow reading of one
-// character after another, at every place around the blocks that fast functions read.
+// counts and rooms allow; and every function that reads a multibyte text finds the same first bad byte as a slow reading of one
+// character after another, at every place around the blocks that fast functions read. Those that read one character are compared
+// with a model in mbwc_test.cpp.
 #include "support/face.h"
 #include "support/locale_object.h"
 
@@ -105,14 +106,11 @@ Answer no_error(const Text &t) { return {t.locale->error == 0}; }
 Answer number(const Text &t, bool taken) { return {t.valid() == (taken == (t.place > 0))}; }
 
 // The same as characters found and stored.
-Answer stored(const Text &t, int result, const std::vector<gl_wchar> &wide) {
-    const auto [value, found] = std::mismatch(t.values.begin(), t.values.end(), wide.begin());
-    return {result >= 0, value == t.values.end() ? result : static_cast<int>(value - t.values.begin()), UNTOLD};
-}
 template <auto decode> Answer decoded(const Text &t, int room, auto... text) {
     std::vector<gl_wchar> wide(static_cast<size_t>(t.size) + 2);
     const int result = decode(t.locale, wide.data(), text..., room);
-    return stored(t, result, wide);
+    const auto [value, found] = std::mismatch(t.values.begin(), t.values.end(), wide.begin());
+    return {result >= 0, value == t.values.end() ? result : static_cast<int>(value - t.values.begin()), UNTOLD};
 }
 
 // Step by step: `step` gives the length of the character at a place, below 1 for none.
@@ -126,16 +124,6 @@ template <class Function> Answer walk(const Text &t, Function step) {
         answer.place += length;
     }
     return answer;
-}
-template <class Function> Answer walk_values(const Text &t, Function decode_one) {
-    std::vector<gl_wchar> wide;
-    Answer answer = walk(t, [&](int at, int left) {
-        wide.push_back(0);
-        return decode_one(&wide.back(), at, left);
-    });
-    wide.resize(t.values.size() + 1);
-    const int right = stored(t, 0, wide).characters;
-    return right == 0 ? answer : Answer{answer.valid, right, answer.place};
 }
 int step_to(const char *from, const char *to) { return to != nullptr ? static_cast<int>(to - from) : 0; }
 
@@ -159,15 +147,6 @@ template <auto next> Answer steps(const Text &t) {
         else
             return step_to(t.terminated + at, next(t.locale, t.terminated + at));
     });
-}
-template <auto length_of> Answer lengths(const Text &t) {
-    return walk(t, [&](int at, int left) { return length_of(t.locale, t.counted + at, left); });
-}
-template <auto decode_one> Answer values(const Text &t) {
-    return walk_values(t, [&](gl_wchar *wc, int at, int left) { return decode_one(t.locale, wc, t.counted + at, left); });
-}
-template <auto decode_one> Answer values_of_four_bytes(const Text &t) {
-    return walk_values(t, [&](gl_wchar *wc, int at, int) { return decode_one(t.locale, wc, t.terminated + at, 4); });
 }
 template <auto map> Answer mapped(const Text &t) {
     string room(static_cast<size_t>(gl_case_conv_outbuflen(t.locale, t.size) + t.terminator), '\0');
@@ -201,16 +180,8 @@ const Function FUNCTIONS[] = {
     {"gl_mbsnext", steps<gl_mbsnext>},
     {"gl_full_mbsnext", steps<gl_full_mbsnext>},
     {"_qbx_gl_full_mbsnext", steps<_qbx_gl_full_mbsnext>},
-    {"gl_full_mblen", lengths<gl_full_mblen>},
-    {"_qbx_gl_full_mblen", lengths<_qbx_gl_full_mblen>},
-    {"gl_mbtowc", values<gl_mbtowc>},
-    {"gl_full_mbtowc", values<gl_full_mbtowc>},
-    {"gl_full_mbtowc, 4 bytes", values_of_four_bytes<gl_full_mbtowc>},
-    {"gl_mbtowc, 4 bytes", values_of_four_bytes<gl_mbtowc>},
-    ASKED("gl_mbstowcs, exact room", t.valid() ? decoded<gl_mbstowcs>(t, t.count(), t.counted) : Answer{false}),
     ASKED("gl_mbstowcs", decoded<gl_mbstowcs>(t, t.size + 1, t.terminated)),
     ASKED("gl_mbfstowcfs", decoded<gl_mbfstowcfs>(t, t.size + 1, t.counted, t.size)),
-    ASKED("gl_mbfstowcfs, exact room", decoded<gl_mbfstowcfs>(t, t.count() + (t.valid() ? 0 : 1), t.counted, t.size)),
     {"gl_full_getmbsi",
      [](const Text &t) {
          const int index = t.count();
@@ -236,14 +207,6 @@ const Function FUNCTIONS[] = {
          string room(static_cast<size_t>(gl_case_conv_outbuflen(t.locale, t.size)), '\0');
          return success(gl_tombfsupper(t.locale, room.data(), static_cast<int>(room.size()), t.counted, t.size));
      }},
-    {"_qbx_gl_im_tomupper",
-     [](const Text &t) {
-         char mapped[4];
-         return walk(t, [&](int at, int left) { return _qbx_gl_im_tomupper(t.locale, mapped, t.counted + at, left) >> 8; });
-     }},
-    ASKED("_gl_im_ismctype", Answer{t.valid() || _gl_im_ismctype(t.locale, t.terminated + t.place, ~0U) != 0}),
-    ASKED("_qbx_gl_im_ismctype",
-          Answer{t.valid() || _qbx_gl_im_ismctype(t.locale, t.counted + t.place, t.size - t.place, ~0U) != 0}),
     ASKED("gl_mbsxfrm", success(gl_mbsxfrm(t.locale, nullptr, t.terminated, 0))),
     ASKED("gl_mbfsxfrm", success(gl_mbfsxfrm(t.locale, nullptr, t.counted, t.size, 0))),
     ASKED("gl_mbscoll", gl_mbscoll(t.locale, t.terminated, t.terminated), no_error(t)),
