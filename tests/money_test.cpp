@@ -53,22 +53,11 @@ TEST(MoneyText, IsExact) {
         ASSERT_TRUE(cut.ends_with("!14")) << room;
         EXPECT_LT(static_cast<int>(cut.size()) - 3, std::max(room, 1));
     }
-    EXPECT_EQ(written(locale.get(), "%2147483648n", "1", 12), "           !14");
-    EXPECT_EQ(written(locale.get(), "%#2147483647.2147483647n", "1", 5), "    !14");
-}
-
-TEST(MoneyText, RoundsDoublesByTheirValue) {
-    const Handle locale = load("en_us.utf8");
-    char out[400], expected[400], format[24];
-    for (const double value : {0.125, 0.375, 2.675, 1.005, 0.5, 1.5, 1e-300, 5e-324, 9007199254740991.5, 1e300, 123.4565, 0.0005})
-        for (int fraction = 0; fraction < 6; ++fraction) {
-            snprintf(format, sizeof format, "%%^!.%dn", fraction);
-            ASSERT_GT(gl_mbsfmon(locale.get(), out, sizeof out, format, value), 0);
-            snprintf(expected, sizeof expected, "%.*f", fraction, value);
-            EXPECT_STREQ(out, expected);
-        }
+    char out[400];
     EXPECT_EQ(gl_mbsfmon(locale.get(), out, sizeof out, "%n", 1 / 0.0), -1);
     EXPECT_EQ(gl_errno(locale.get()), GL_ERANGE);
+    EXPECT_EQ(written(locale.get(), "%2147483648n", "1", 12), "           !14");
+    EXPECT_EQ(written(locale.get(), "%#2147483647.2147483647n", "1", 5), "    !14");
 }
 
 TEST(MoneyText, IsInTheCodeset) {
@@ -85,28 +74,6 @@ TEST(MoneyText, IsInTheCodeset) {
         }
         take_error(l);
     });
-}
-
-// Signs, separators and numbers that mean nothing, or too much.
-TEST(MoneyText, OutlastsHostileObjects) {
-    for (const Codeset &codeset : {utf8_codeset(), two_byte_codeset()})
-        for (const char *separator : {"1,", ",1", "", "-"})
-            for (const char *grouping : {"2 2147483647 2147483647\n", "3 -1 0 3\n", "1 1\n"})
-                for (const char *number : {"-1", "-2147483648", "9", "2147483646"}) {
-                    LocaleObject object(codeset);
-                    object.monetary =
-                        string_lines(codeset, {"E", "1,", "1", separator}) + grouping + string_lines(codeset, {"", ""});
-                    for (int i = 0; i < 8; ++i) object.monetary += std::string(number) + "\n";
-                    const Locale locale = load_locale(object);
-                    const std::string format = codeset.encode("%n %i %#9n") + std::string(2, '\0');
-                    char out[200], decimal[40];
-                    for (const double value : {-1234567.5, 0.5, 1e300}) {
-                        const int length = gl_mbsfmon(locale.get(), out, sizeof out, format.c_str(), value);
-                        EXPECT_TRUE(length < 0 || value > 0 || memchr(out, '-', sizeof out) != nullptr) << number;
-                    }
-                    for (const char *text : {"21,3", "1,1,1", "1", "-1,11,1"})
-                        gl_mbspmon(locale.get(), (codeset.encode(text) + std::string(2, '\0')).c_str(), nullptr, decimal, 40);
-                }
 }
 
 TEST(MoneyReading, TakesWhatPeopleWrite) {

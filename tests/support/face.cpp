@@ -115,6 +115,8 @@ int take_byte(int, void *left) { return --*static_cast<int *>(left) < 0 ? -1 : 0
 size_t longest(Scene &s) { return static_cast<size_t>(std::max(gl_mb_loc_max(s.locale), 1)); }
 int flag(Scene &s) { return static_cast<int>(s.in.below(2)); }
 int base(Scene &s) { return static_cast<int>(s.in.below(38)); }
+unsigned char *key(Scene &s) { return reinterpret_cast<unsigned char *>(s.out()); }
+unsigned char *second_key(Scene &s) { return reinterpret_cast<unsigned char *>(s.out(static_cast<size_t>(s.room()))); }
 
 // As far as both texts go.
 void compare_beginnings(Scene &s, auto function, auto text) {
@@ -123,43 +125,11 @@ void compare_beginnings(Scene &s, auto function, auto text) {
     const auto *other = (s.*text)();
     function(s.locale, one, other, std::min(length, s.count()));
 }
-void compare_for_index(Scene &s) {
-    const char *text = s.or_null(s.either());
-    const int length = s.count();
-    const char *other = s.either();
-    gl_order_compare(s.locale, text, length, other, s.count(), s.small());
-}
-void key_for_index(Scene &s, auto function) {
-    const char *text = s.or_null(s.either());
-    const int length = s.count();
-    auto *key = reinterpret_cast<unsigned char *>(s.out());
-    function(s.locale, text, length, s.small(), key, s.room());
-}
 void keys_for_index(Scene &s) {
     const char *text = s.counted();
     const int32_t half = s.count() / 2, offsets[] = {0, half, s.count()};
-    auto *keys = reinterpret_cast<unsigned char *>(s.out());
+    auto *keys = key(s);
     gl_order_keys(s.locale, 2, text, s.copy<int32_t>(offsets), s.small(), keys, s.room(), s.copy<int32_t>({}, 3));
-}
-void ranges_for_index(Scene &s) {
-    const char *text = s.or_null(s.either());
-    const int length = s.count();
-    auto *bounds = reinterpret_cast<unsigned char *>(s.out());
-    gl_order_ranges(s.locale, text, length, bounds, s.room(), s.copy<int32_t>({}, 2 * GL_ORDER_RANGES + 1));
-}
-void primary_key(Scene &s) {
-    const char *text = s.or_null(s.either());
-    const int length = s.count();
-    auto *key = reinterpret_cast<unsigned char *>(s.out());
-    gl_mbsprimary(s.locale, text, length, key, s.room());
-}
-void bounds_for_optimiser(Scene &s) {
-    const char *text = s.or_null(s.either());
-    const int length = s.count();
-    auto *least = reinterpret_cast<unsigned char *>(s.out());
-    auto *greatest = reinterpret_cast<unsigned char *>(s.out(static_cast<size_t>(s.room())));
-    int sizes[2];
-    gl_mbsbounds(s.locale, text, length, least, &sizes[0], greatest, &sizes[1], s.room());
 }
 // For single-byte codesets only.
 void encode_single(Scene &s) {
@@ -337,13 +307,8 @@ void open_conversion(Scene &s, auto open) {
         open(&opened, s.or_null(to));
     gl_cv_unload(opened);
 }
-void find_file(Scene &s, auto search, auto release) {
-    const char *name = s.word();
-    if (auto *found = search(&error, name, "lc", "11")) release(found);
-}
-
-void open_file(Scene &s) {
-    if (FILE *file = gl_open_file(&error, s.word())) _gl_ext_fclose(file);
+void close(auto *file, auto release) {
+    if (file != nullptr) release(file);
 }
 void load_charmap(Scene &s) {
     gl_charmap *loaded = nullptr;
@@ -561,12 +526,13 @@ std::vector<Call> table() {
     BY(locale, share(s, use_shared), gl_copy_cat);
     BY(locale, share(s, f), gl_make_null_category, gl_free_category);
     BY(nothing, load_locale(s, f), gl_lc_load, gl_createlocale_4, gl_createlocale2_4, gl_create_null_locale_4);
-    BY(locale, compare_for_index(s), gl_order_compare);
-    BY(locale, key_for_index(s, f), gl_order_key, gl_order_key_part);
+    WITH(locale, (s.locale, s.or_null(s.either()), s.count(), s.either(), s.count(), s.small()), gl_order_compare);
+    WITH(locale, (s.locale, s.or_null(s.either()), s.count(), s.small(), key(s), s.room()), gl_order_key, gl_order_key_part);
     BY(locale, keys_for_index(s), gl_order_keys);
-    BY(locale, ranges_for_index(s), gl_order_ranges);
-    BY(locale, primary_key(s), gl_mbsprimary);
-    BY(locale, bounds_for_optimiser(s), gl_mbsbounds);
+    WITH(locale, (s.locale, s.or_null(s.either()), s.count(), key(s), s.room(), s.copy<int32_t>({}, 2 * GL_ORDER_RANGES + 1)),
+         gl_order_ranges);
+    WITH(locale, (s.locale, s.or_null(s.either()), s.count(), key(s), s.room()), gl_mbsprimary);
+    WITH(locale, (s.locale, s.or_null(s.either()), s.count(), key(s), LENGTH, second_key(s), LENGTH, s.room()), gl_mbsbounds);
 
     // Conversions and charmaps
     BY(conversion, convert(s), gl_cv_mconv);
@@ -598,9 +564,9 @@ std::vector<Call> table() {
     WITH(nothing, (&error, s.or_null(s.word())), gl_is_lc_spec);
     WITH(nothing, (&error, s.or_null(s.word()), s.out(6), s.out(6), s.out(5)), gl_lc_fname2lc_pieces);
     WITH(nothing, (&error, "ja_JP", s.word(), s.or_null(s.word()), s.out(17)), gl_lc_pieces2lc_spec);
-    BY(nothing, open_file(s), gl_open_file);
-    BY(nothing, find_file(s, f, _gl_ext_fclose), gl_path_search);
-    BY(nothing, find_file(s, f, std::fclose), gl_path_search_no_ext);
+    BY(nothing, close(f(&error, s.word()), _gl_ext_fclose), gl_open_file);
+    BY(nothing, close(f(&error, s.word(), "lc", "11"), _gl_ext_fclose), gl_path_search);
+    BY(nothing, close(f(&error, s.word(), "lc", "11"), std::fclose), gl_path_search_no_ext);
     WITH(nothing, (s.or_null(s.word())), gl_set_directory);
     WITH(nothing, (nullptr, s.small(), s.out(), s.room()), gl_locale_name, gl_codeset_name);
 
