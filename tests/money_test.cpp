@@ -36,18 +36,12 @@ TEST(MoneyText, IsExact) {
         {"%.3n", "+00012.", "12,000 €"},
         {"%.1n", "0.949", "0,9 €"},
         {"%.2n", "199.995", "200,00 €"},
-        {"%n", "", "!6"},
-        {"%n", "1e5", "!6"},
-        {"%n", "--1", "!6"},
-        {"%x", "1", "!7"},
         {"a%", "1", "a!7"},
-        {"%+(n", "1", "!7"},
-        {"%=", "1", "!7"},
-        {"%#n", "1", "!7"},
-        {"%5%", "1", "!7"},
         {"\xC3", "1", "!1"},
     };
     for (const auto &[format, decimal, text] : CASES) EXPECT_EQ(written(locale.get(), format, decimal), text) << format << decimal;
+    for (const char *decimal : {"", "1e5", "--1"}) EXPECT_EQ(written(locale.get(), "%n", decimal), "!6") << decimal;
+    for (const char *format : {"%x", "%+(n", "%=", "%#n", "%5%"}) EXPECT_EQ(written(locale.get(), format, "1"), "!7") << format;
     for (int room = 0; room < 12; ++room) {
         const std::string cut = written(locale.get(), "%n€", "12345", room);
         ASSERT_TRUE(cut.ends_with("!14")) << room;

@@ -118,27 +118,13 @@ TEST(Printing, KeepsCharactersWhole) {
 // Each is refused or cut, in time that follows its length and the room.
 TEST(Printing, OutlastsHostileFormats) {
     everywhere_with_form([](const Codeset &codeset, Form &f) {
-        for (const auto &[format, error] : {std::pair<std::string, int>{"%", GL_EINVAL},
-                                            {"%5", GL_EINVAL},
-                                            {"%-+ #0'w12.3ll", GL_EINVAL},
-                                            {"%n", GL_EINVAL},
-                                            {"%k", GL_EINVAL},
-                                            {"%2147483648d", GL_EINVAL},
-                                            {"%99999999999999999999d", GL_EINVAL},
-                                            {"%1$d %3$d", GL_EINVAL},
-                                            {"%2$d", GL_EINVAL},
-                                            {"%1$d %1$s", GL_EINVAL},
-                                            {"%1$d %d", GL_EINVAL},
-                                            {"%d %2$d", GL_EINVAL},
-                                            {"%1$*d", GL_EINVAL},
-                                            {"%0$d", GL_EINVAL},
-                                            {"%4097$d", GL_EINVAL},
-                                            {"%2147483647d", GL_E2BIG},
-                                            {"%.2147483647d", GL_E2BIG},
-                                            {"%-2147483647d", GL_E2BIG},
-                                            {"%.2147483647f", GL_E2BIG},
-                                            {"%'2147483647d", GL_E2BIG}})
-            EXPECT_EQ(f.print(format, 1, 2, 3, 4), "-" + std::to_string(error)) << format;
+        constexpr const char *INVALID[] = {
+            "%",         "%5",   "%-+ #0'w12.3ll", "%n",      "%k",      "%2147483648d", "%99999999999999999999d",
+            "%1$d %3$d", "%2$d", "%1$d %1$s",      "%1$d %d", "%d %2$d", "%1$*d",        "%0$d",
+            "%4097$d"};
+        constexpr const char *TOO_LARGE[] = {"%2147483647d", "%.2147483647d", "%-2147483647d", "%.2147483647f", "%'2147483647d"};
+        for (const char *format : INVALID) EXPECT_EQ(f.print(format, 1, 2, 3, 4), "-" + std::to_string(GL_EINVAL)) << format;
+        for (const char *format : TOO_LARGE) EXPECT_EQ(f.print(format, 1, 2, 3, 4), "-" + std::to_string(GL_E2BIG)) << format;
         EXPECT_EQ(f.print("%*d", INT_MIN, 1), "-" + std::to_string(GL_EINVAL));
         std::string many;
         for (int i = 0; i < (codeset.name == "utf8" ? 1'000'000 : 1000); ++i) many += "%1$.0s";
@@ -220,35 +206,18 @@ TEST(Scanning, GoesByLargeSets) {
 
 TEST(Scanning, EndsWhereNothingFits) {
     everywhere_with_form([](const Codeset &, Form &f) {
-        struct Row {
-            const char *text, *format;
-            int result, error;
-        };
-        for (const Row &row : {Row{"", "%d", -1, GL_EEOF},
-                               {"  ", "%d", -1, GL_EEOF},
-                               {"x", "%d", 0, UNTOUCHED},
-                               {"1 x", "%d%d", 1, UNTOUCHED},
-                               {"1", "%d%d", 1, UNTOUCHED},
-                               {"1,23", "%'d", 0, UNTOUCHED},
-                               {"12,345,", "%'d,", 1, UNTOUCHED},
-                               {"-", "%d", 0, UNTOUCHED},
-                               {"1e", "%f", 0, UNTOUCHED},
-                               {"1e+x", "%f", 0, UNTOUCHED},
-                               {".", "%f", 0, UNTOUCHED},
-                               {"infi", "%f", 0, UNTOUCHED},
-                               {"1", "%n", -1, GL_EINVAL},
-                               {"1", "%0d", -1, GL_EINVAL},
-                               {"1", "%[a", -1, GL_EINVAL},
-                               {"1", "%2$d", -1, GL_EINVAL},
-                               {"1", "%99999999999d", -1, GL_EINVAL},
-                               {"1", "%", -1, GL_EINVAL},
-                               {"1", "%1$d%d", -1, GL_EINVAL}}) {
+        const auto expect = [&f](const char *text, const char *format, int result, int error) {
             double room[4];
-            EXPECT_EQ(told(f.l, f.scan(row.text, row.format, &room[0], &room[1])), std::pair(row.result, row.error))
-                << row.text << row.format;
-            EXPECT_EQ(told(f.l, f.scan_wide(row.text, row.format, &room[0], &room[1])), std::pair(row.result, row.error))
-                << row.text << row.format;
-        }
+            EXPECT_EQ(told(f.l, f.scan(text, format, &room[0], &room[1])), std::pair(result, error)) << text << format;
+            EXPECT_EQ(told(f.l, f.scan_wide(text, format, &room[0], &room[1])), std::pair(result, error)) << text << format;
+        };
+        for (const char *nothing : {"", "  "}) expect(nothing, "%d", -1, GL_EEOF);
+        for (const char *no_integer : {"x", "-"}) expect(no_integer, "%d", 0, UNTOUCHED);
+        for (const char *no_real : {"1e", "1e+x", ".", "infi"}) expect(no_real, "%f", 0, UNTOUCHED);
+        for (const char *one_of_two : {"1 x", "1"}) expect(one_of_two, "%d%d", 1, UNTOUCHED);
+        expect("1,23", "%'d", 0, UNTOUCHED);
+        expect("12,345,", "%'d,", 1, UNTOUCHED);
+        for (const char *format : {"%n", "%0d", "%[a", "%2$d", "%99999999999d", "%", "%1$d%d"}) expect("1", format, -1, GL_EINVAL);
         EXPECT_TRUE(fails(f.l, gl_mbsscanf(f.l, nullptr, ""), GL_ENULLPTR));
         std::string digits(1'000'000, '9');
         double value = 0;
