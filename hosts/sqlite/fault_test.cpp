@@ -83,6 +83,17 @@ constexpr Step IN_FOREIGN_FILE[] = {
     {"SELECT name FROM n ORDER BY name COLLATE qbgl_cs_CZ", "hora chata "},
 };
 
+#ifdef QBGL_ICU_TREE
+constexpr Step OF_ICU[] = {
+    {"SELECT qbgl_icu(1); CREATE TABLE n(name UNIQUE COLLATE \"qbgl_fr_CA@icu\")", "1 "},
+    {"INSERT INTO n SELECT replace(hex(zeroblob(900)), '0', 'é') || column1 FROM (VALUES ('péché'), ('pêche'), ('péche'), "
+     "('pêché'))",
+     ""},
+    {"SELECT substr(name, 1801) FROM n ORDER BY name", "péche pêche péché pêché "},
+    {"SELECT hex(qbgl_key('a', 'cs_CZ@icu', 1)), qbgl_upper('Straße', 'de_DE@icu'); PRAGMA integrity_check", "2A STRASSE ok "},
+};
+#endif
+
 char answer[512];
 
 int take(void *, int count, char **values, char **) {
@@ -136,6 +147,13 @@ template <class Prepare, size_t COUNT> int fail_one_by_one(const char *file, con
 TEST(SqliteExtensionFault, AnyAllocationMayFail) {
     EXPECT_GT(fail_one_by_one(":memory:", IN_MEMORY, [] {}), 100);
 }
+
+#ifdef QBGL_ICU_TREE
+TEST(SqliteExtensionFault, AnyAllocationMayFailUnderIcu) {
+    const ScopedEnv tree("QUORBANEDIR", QBGL_ICU_TREE);
+    EXPECT_GT(fail_one_by_one(":memory:", OF_ICU, [] {}), 100);
+}
+#endif
 
 TEST(SqliteExtensionFault, AnyAllocationMayFailWhileAnOrderIsAccepted) {
     const TempDir folder;
