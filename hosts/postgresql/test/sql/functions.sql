@@ -6,13 +6,6 @@ SELECT qbgl.compare('chata', 'hrad', 'cs_CZ.utf8') AS czech, qbgl.compare('chata
        qbgl.compare('MULLER', 'müller', 'de_DE.utf8', 1) AS letters, qbgl.compare('MULLER', 'müller', 'de_DE.utf8') AS all_passes,
        qbgl.compare('a', NULL, 'de_DE.utf8') AS null_text;
 
--- The sign of a comparison is that of the keys' bytes, whatever the passes.
-SELECT count(*) AS pairs, count(*) FILTER (WHERE qbgl.compare(a, b, locale, passes) <>
-    CASE WHEN qbgl.key(a, locale, passes) < qbgl.key(b, locale, passes) THEN -1
-         WHEN qbgl.key(a, locale, passes) > qbgl.key(b, locale, passes) THEN 1 ELSE 0 END) AS wrong
-  FROM unnest(ARRAY['', 'a', 'A', 'á', 'ch', 'c', 'h', 'Straße', 'Strasse', '🦆', '渡', 'ー', 'ア', 'あ', '-a']) a,
-       unnest(ARRAY['', 'a', 'A', 'á', 'ch', 'c', 'h', 'Straße', 'Strasse', '🦆', '渡', 'ー', 'ア', 'あ', '-a']) b,
-       unnest(ARRAY['cs_CZ.utf8', 'de_DE.utf8', 'ja_JP.utf8', 'th_TH.utf8']) locale, generate_series(-1, 4) passes;
 -- A key of any length, and of fewer passes.
 SELECT length(qbgl.key(repeat('x', 1000000), 'de_DE.utf8')) > 1000000 AS long,
        qbgl.key('Äpfel', 'de_DE.utf8', 1) = qbgl.key('APFEL', 'de_DE.utf8', 1) AS first_pass;
