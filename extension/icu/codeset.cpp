@@ -1,9 +1,11 @@
 #include "icu/codeset.h"
 
+#include "icu/hash.h"
 #include "icu/memory.h"
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <unicode/uchar.h>
 #include <unicode/ustring.h>
 
@@ -55,9 +57,10 @@ void ConverterPool::give_back(UConverter *converter) {
     if (!kept) ucnv_close(converter);
 }
 
-bool Codeset::open(const char *name, int16_t &error) {
+bool Codeset::open(const Map::Codeset &of_map, int16_t &error) {
+    of_map_ = &of_map;
     UErrorCode status = U_ZERO_ERROR;
-    if (!pool_.open(name, status)) {
+    if (!pool_.open(of_map.icu, status)) {
         error = status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_ENOFILE;
         return false;
     }
@@ -112,6 +115,51 @@ bool Codeset::list_single_bytes(UErrorCode &status) {
     std::sort(codes_, codes_ + code_count_, [](const Code &a, const Code &b) { return a.value < b.value; });
     status = U_ZERO_ERROR;
     return true;
+}
+
+// The characters of several bytes take up to 2 ms, so once for a map.
+bool Codeset::hash_mapping(Hash &hash) const {
+    if (kind_ == Kind::UTF8) return true;
+    hash.add(values_, sizeof values_);
+    if (kind_ == Kind::SINGLE_BYTE) return true;
+    static pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+    pthread_mutex_lock(&mutex);
+    const bool done = of_map_->mapping != 0 || hash_characters(of_map_->mapping);
+    const uint64_t mapping = of_map_->mapping;
+    pthread_mutex_unlock(&mutex);
+    hash.add(&mapping, sizeof mapping);
+    return done;
+}
+
+// All characters of two bytes, and behind each first byte some of more.
+bool Codeset::hash_characters(uint64_t &value) const {
+    constexpr int FIRST_TRAIL = 0x30, TRAILS = 0xFF - FIRST_TRAIL;
+    Lease lease(pool_);
+    UConverter *const converter = lease.get();
+    if (converter == nullptr) return false;
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_SUBSTITUTE, nullptr, nullptr, nullptr, &status);
+    Hash hash;
+    for (int lead = 0; lead < 256; ++lead) {
+        if (values_[lead] >= 0) continue;
+        char text[TRAILS * (2 + 3 + LONGEST)];
+        UChar units[sizeof text], *end = units;
+        size_t size = 0;
+        for (int length = 2; length <= longest_; ++length) {
+            for (int trail = FIRST_TRAIL; trail < FIRST_TRAIL + TRAILS; ++trail) {
+                text[size] = static_cast<char>(lead);
+                memset(text + size + 1, trail, static_cast<size_t>(length - 1));
+                size += static_cast<size_t>(length);
+            }
+        }
+        const char *at = text;
+        ucnv_resetToUnicode(converter);
+        ucnv_toUnicode(converter, &end, units + std::size(units), &at, text + size, nullptr, true, &status);
+        hash.add(units, static_cast<size_t>(end - units) * sizeof *units);
+    }
+    stop_at_errors(converter, status);
+    if (U_SUCCESS(status)) value = hash.value();
+    return U_SUCCESS(status);
 }
 
 // Byte by byte, because a converter that is given more may look behind the character.

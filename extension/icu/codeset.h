@@ -2,6 +2,7 @@
 #pragma once
 
 #include "icu/host.h"
+#include "icu/map.h"
 
 #include <pthread.h>
 #include <qbgl.h>
@@ -9,6 +10,8 @@
 #include <unicode/utf8.h>
 
 namespace qbgl::icu {
+
+class Hash;
 
 enum { NO_CHARACTER = 0, CUT = -1, NO_MEMORY = -2 };
 
@@ -75,23 +78,28 @@ class Codeset {
     enum class Kind { UTF8, SINGLE_BYTE, MULTI_BYTE };
 
     // False with an error number for a name that ICU does not know, and for a codeset of another kind.
-    bool open(const char *name, int16_t &error);
+    bool open(const Map::Codeset &of_map, int16_t &error);
 
     Kind kind() const { return kind_; }
     int shortest() const { return 1; }
     int longest() const { return longest_; }
     const char *name() const;
+    const Map::Codeset &of_map() const { return *of_map_; }
+    // Adds what its bytes stand for: a converter of the same name may have another table. False when memory is out.
+    bool hash_mapping(Hash &hash) const;
 
   private:
     friend class Characters;
 
     bool list_single_bytes(UErrorCode &status);
+    bool hash_characters(uint64_t &value) const;
 
     struct Code {
         UChar32 value;
         uint8_t byte;
     };
 
+    const Map::Codeset *of_map_ = nullptr;
     Kind kind_ = Kind::UTF8;
     int longest_ = LONGEST;
     mutable ConverterPool pool_;

@@ -1,4 +1,5 @@
 // Order and sort keys.
+#include "icu/hash.h"
 #include "icu/text.h"
 #include "icu/utf8.h"
 
@@ -156,12 +157,9 @@ int make_bound(char *out, const uint8_t *key, int size, int bound, int passes, i
 
 bool is_bound(int bound, int passes) { return bound >= GLU_BOUND_LOWER && bound <= GLU_BOUND_UPPER_LONG && passes >= 1; }
 
-// What stands behind the names and versions, in 64 bits (FNV-1a): data of the same version can have other rules.
-class Hash {
+// What stands behind the names and versions: data of the same version can have other rules.
+class OrderHash : public Hash {
   public:
-    void add(const uint8_t *bytes, int32_t size) {
-        for (int32_t i = 0; i < size; ++i) value_ = (value_ ^ bytes[i]) * 0x100000001B3;
-    }
     // The rules in force, with their settings. False when memory is out.
     bool add_rules(const UCollator *collator) {
         UErrorCode status = U_ZERO_ERROR;
@@ -171,7 +169,7 @@ class Hash {
         memset(binary.data(), 0, static_cast<size_t>(size)); // it leaves gaps
         status = U_ZERO_ERROR;
         ucol_cloneBinary(collator, binary.data(), size, &status);
-        add(binary.data(), size);
+        add(binary.data(), static_cast<size_t>(size));
         return U_SUCCESS(status);
     }
     // The order that the rules start from is not among them: the keys of characters of all scripts tell it. False when
@@ -184,13 +182,9 @@ class Hash {
             if (!U_IS_SURROGATE(value)) units[count++] = static_cast<UChar>(value);
         SortKey key;
         if (!key.make(collator, units, count)) return false;
-        add(key.bytes(), key.size());
+        add(key.bytes(), static_cast<size_t>(key.size()));
         return true;
     }
-    uint64_t value() const { return value_; }
-
-  private:
-    uint64_t value_ = 0xCBF29CE484222325;
 };
 
 // Appends to a text of which `room` bytes are kept.
@@ -276,8 +270,8 @@ int glu_order_version(void *locale, char *out, int room) {
     words.add_version("UCA", version);
     ucol_getVersion(collator, version);
     words.add_version("collator", version);
-    Hash hash;
-    if (!hash.add_rules(collator) || !hash.add_keys(collator)) return -1;
+    OrderHash hash;
+    if (!hash.add_rules(collator) || !hash.add_keys(collator) || !own.codeset().hash_mapping(hash)) return -1;
     words.add("contents %016" PRIx64 " ", hash.value());
     UErrorCode status = U_ZERO_ERROR;
     const char *const rules = ucol_getLocaleByType(collator, ULOC_ACTUAL_LOCALE, &status);

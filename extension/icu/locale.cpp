@@ -29,7 +29,7 @@ Owned<Locale> Locale::open(const LocaleId &id, int16_t &error) {
     Owned<Locale> locale = make<Locale>();
     if (!provision || !locale) return {};
     locale->codeset_ = make<Codeset>();
-    if (!locale->codeset_ || !locale->codeset_->open(id.codeset, error)) return {};
+    if (!locale->codeset_ || !locale->codeset_->open(*id.codeset, error)) return {};
     strcpy(locale->name_, id.icu);
     UErrorCode status = U_ZERO_ERROR;
     locale->case_map_ = ucasemap_open(id.icu, 0, &status);
@@ -68,7 +68,7 @@ bool Locale::open_collators(int16_t &error) {
 Owned<Locale> Locale::clone(int16_t &error) const {
     LocaleId id;
     strcpy(id.icu, name_);
-    strncpy(id.codeset, codeset_->name(), sizeof id.codeset - 1);
+    id.codeset = &codeset_->of_map();
     return open(id, error);
 }
 
@@ -99,7 +99,7 @@ void *glu_lc_open(const char *name, void *map, int16_t *error) {
     int16_t number = 0;
     Owned<Locale> locale = Locale::open(id, number);
     if (locale) return locale.release();
-    say("qbgl_icu: locale %s (%s, %s) cannot be opened", name, id.icu, id.codeset);
+    say("qbgl_icu: locale %s (%s, %s) cannot be opened", name, id.icu, id.codeset->icu);
     return fail<int16_t, void *>(error, number, nullptr);
 }
 

@@ -47,7 +47,8 @@ class Map {
     struct Codeset {
         int number;
         const char *icu;
-        const char *name; // the first of its names
+        const char *name;             // the first of its names
+        mutable uint64_t mapping = 0; // a hash of its characters of several bytes; 0 until somebody asked for it
     };
     struct Text {
         const char *name, *icu;

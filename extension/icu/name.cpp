@@ -91,7 +91,7 @@ int identify(const Map &map, const char *name, LocaleId &id) {
     Parts parts;
     if (!take_object_name(map, name, parts)) take_specification(map, name, parts);
     if (parts.codeset == nullptr || *parts.place == '\0') return GL_ENOFILE;
-    snprintf(id.codeset, sizeof id.codeset, "%s", parts.codeset->icu);
+    id.codeset = parts.codeset;
     snprintf(id.name, sizeof id.name, "%s.%s%s%s", parts.place, parts.codeset->name, *parts.modifier != '\0' ? "@" : "",
              parts.modifier);
     char whole[2 * LONGEST_NAME + 2];

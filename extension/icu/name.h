@@ -1,16 +1,16 @@
 // The names of locales: of an installation's objects, as specifications write them, and ICU's own.
 #pragma once
 
+#include "icu/map.h"
+
 #include <unicode/uloc.h>
 
 namespace qbgl::icu {
 
-class Map;
-
 struct LocaleId {
     char icu[ULOC_FULLNAME_CAPACITY] = "";
-    char codeset[64] = ""; // ICU's name
-    char name[512] = "";   // PLACE.CODESET@MODIFIER, as the rules of the map see it
+    const Map::Codeset *codeset = nullptr;
+    char name[512] = ""; // PLACE.CODESET@MODIFIER, as the rules of the map see it
 };
 
 // Understands "cs_cz/e01c.lco" (the separator may be the byte FF, and a modifier may stand behind the number), "cs_CZ.utf8@icu",
