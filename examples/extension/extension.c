@@ -197,9 +197,9 @@ static int encode_units(uint16_t *units, gl_wchar wc) {
 }
 
 /* A text in one of the three forms; `left` counts its bytes, units or values, -1 says that it has a terminator. */
-enum form { BYTES, UNITS, VALUES };
+enum Form { BYTES, UNITS, VALUES };
 struct text {
-    enum form form;
+    enum Form form;
     const void *at;
     long left;
 };
@@ -235,7 +235,7 @@ static gl_wchar as_it_is(gl_wchar wc) { return wc; }
 
 /* Writes a text in another form, with each character mapped, and the terminator where there is one and room for it. The units
  * before that, or -1. *ended says whether all was written, the terminator included. */
-static int transfer(enum form form, void *dst, int room, struct text text, mapping *map, int *ended, int16_t *error) {
+static int transfer(enum Form form, void *dst, int room, struct text text, mapping *map, int *ended, int16_t *error) {
     const int terminated = text.left < 0;
     int used = 0;
     *ended = 0;
@@ -261,7 +261,7 @@ static int transfer(enum form form, void *dst, int room, struct text text, mappi
     return used;
 }
 
-static int to_unicode(const void *locale, enum form form, void *dst, int n, struct text text, int16_t *error) {
+static int to_unicode(const void *locale, enum Form form, void *dst, int n, struct text text, int16_t *error) {
     const int wrong = fault(locale, text.at, (int)text.left);
     int ended, used;
     if (wrong) return fail(error, wrong);
@@ -556,7 +556,7 @@ static int one_mapped(void *locale, char *dst, const char *src, int len, mapping
     return length > 0 ? length << 8 | encode(dst, map(wc)) : 0;
 }
 
-static int all_mapped(const void *locale, enum form form, void *dst, struct text text, mapping *map, int16_t *error) {
+static int all_mapped(const void *locale, enum Form form, void *dst, struct text text, mapping *map, int16_t *error) {
     const int wrong = dst ? fault(locale, text.at, -1) : GL_ENULLPTR;
     int ended;
     return wrong ? fail(error, wrong) : transfer(form, dst, INT_MAX, text, map, &ended, error);

@@ -312,7 +312,7 @@ int glu_cv_conv(void *converter, int reset, const char **in, int *inleft, char *
     const Outcome outcome = own.convert(at, reset != 0);
     *in = at.in;
     if (inleft != nullptr) *inleft = at.left;
-    if (at.out != nullptr) *out = at.out;
+    if (out != nullptr && at.out != nullptr) *out = at.out;
     *outleft = at.room;
     if (subst != nullptr) *subst = at.substituted ? 1 : 0;
     switch (outcome) {

@@ -9,7 +9,7 @@ namespace qbgl::icu {
 
 namespace {
 
-const Host LIBC = {
+constexpr Host LIBC = {
     [](uint32_t size) { return std::malloc(size); },
     [](uint32_t count, uint32_t size) { return std::calloc(count, size); },
     [](void *block, uint32_t size) { return std::realloc(block, size); },
