@@ -8,20 +8,22 @@
 #include "qbgl_extension.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <climits>
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <dlfcn.h>
 #include <fstream>
+#include <numeric>
 #include <string>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <thread>
 #include <tuple>
+#include <type_traits>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -29,8 +31,6 @@
 namespace {
 
 using std::string;
-using std::u16string;
-using std::u32string;
 using std::vector;
 
 // ---------------------------------------------------------------------------------------------------------------------------------
@@ -38,15 +38,26 @@ using std::vector;
 // ---------------------------------------------------------------------------------------------------------------------------------
 
 thread_local const char *entry = "loading"; // the entry point that was called last
-thread_local string context;                // with what
+thread_local int error;                     // what it left in the cell for the error or the status
+thread_local bool has_cell;                 // whether it was given one
+thread_local string context;                // with what it was called
 std::atomic<int> breaches = 0;
 bool quiet = false;
 constexpr int MOST_TOLD = 40, NO_FAULT = 100;
 
+// What is compared and shown of a result: a number, or the bytes of a text.
+template <class Value> auto plain(const Value &value) {
+    if constexpr (std::is_pointer_v<Value> || std::is_null_pointer_v<Value>)
+        return static_cast<long long>(reinterpret_cast<intptr_t>(static_cast<const void *>(value)));
+    else if constexpr (std::is_integral_v<Value> || std::is_enum_v<Value>)
+        return static_cast<long long>(value);
+    else
+        return string(reinterpret_cast<const char *>(value.data()), value.size() * sizeof value[0]);
+}
 string shown(long long value) { return std::to_string(value); }
 string shown(const string &bytes) {
     string text;
-    for (const unsigned char byte : bytes) text += "0123456789abcdef"[byte >> 4], text += "0123456789abcdef"[byte & 15];
+    for (const unsigned char byte : bytes) text += {"0123456789abcdef"[byte >> 4], "0123456789abcdef"[byte & 15]};
     return '<' + text + '>';
 }
 
@@ -59,11 +70,23 @@ void breach(const char *clause, const string &found) {
 void expect(bool holds, const char *clause) {
     if (!holds) breach(clause, "");
 }
-void expect_equal(long long found, long long expected, const char *clause) {
-    if (found != expected) breach(clause, "is " + shown(found) + ", should be " + shown(expected));
+template <class Found, class Expected> void expect_equal(const Found &found, const Expected &expected, const char *clause) {
+    if (plain(found) != plain(expected)) breach(clause, "is " + shown(plain(found)) + ", should be " + shown(plain(expected)));
 }
-void expect_equal(const string &found, const string &expected, const char *clause) {
-    if (found != expected) breach(clause, "is " + shown(found) + ", should be " + shown(expected));
+template <class Found, class Expected>
+void expect_result(const Found &found, const Expected &expected, const char *clause, int number = 0) {
+    expect_equal(found, expected, clause);
+    if (error != number && has_cell) breach(clause, "error " + shown(error) + ", should be " + shown(number));
+}
+// A failure is told by -1 or null, but by those whose -1 means something by 0.
+template <class Result> void expect_failure(Result found, int number, const char *clause) {
+    constexpr const char *TELL_0[] = {"glu_mbsbytes", "glu_ismctype",  "glu_mbtoupper", "glu_mbtolower",
+                                      "glu_mbscoll",  "glu_ucs32coll", "glu_ucscoll",   "glu_order_compare"};
+    const bool tells_0 = std::any_of(std::begin(TELL_0), std::end(TELL_0), [](string name) { return name == entry; });
+    if constexpr (std::is_pointer_v<Result>)
+        expect_result(found, nullptr, clause, number);
+    else
+        expect_result(found, static_cast<Result>(tells_0 ? 0 : -1), clause, number);
 }
 
 void die_of_signal(int number) {
@@ -75,30 +98,36 @@ void die_of_signal(int number) {
 // Memory in front of a page that may not be touched, and the host's functions
 // ---------------------------------------------------------------------------------------------------------------------------------
 
-class Guarded {
+template <class Unit>
+using StringOf =
+    std::basic_string<std::conditional_t<sizeof(Unit) == 1, char, std::conditional_t<sizeof(Unit) == 2, char16_t, char32_t>>>;
+
+template <class Unit> class Guarded {
   public:
-    explicit Guarded(size_t size) : size_(size), pages_((size / PAGE + 1) * PAGE) {
-        start_ = static_cast<char *>(mmap(nullptr, pages_ + PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        if (start_ == MAP_FAILED || mprotect(start_ + pages_, PAGE, PROT_NONE) != 0) abort();
+    explicit Guarded(int size) : pages_((size * sizeof(Unit) / PAGE + 1) * PAGE) {
+        void *const start = mmap(nullptr, pages_ + PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (start == MAP_FAILED) abort();
+        start_ = static_cast<char *>(start);
+        if (mprotect(start_ + pages_, PAGE, PROT_NONE) != 0) abort();
         memset(start_, UNTOUCHED, pages_);
+        units_ = reinterpret_cast<Unit *>(start_ + pages_) - size;
     }
-    template <class Units> explicit Guarded(const Units &units) : Guarded(units.size() * sizeof units[0]) {
-        memcpy(bytes(), units.data(), size_);
-    }
+    explicit Guarded(const StringOf<Unit> &text) : Guarded(text.size()) { memcpy(units_, text.data(), text.size() * sizeof(Unit)); }
     Guarded(const Guarded &) = delete;
     Guarded &operator=(const Guarded &) = delete;
     ~Guarded() { munmap(start_, pages_ + PAGE); }
 
-    char *bytes() const { return start_ + pages_ - size_; }
-    template <class Unit> Unit *as() const { return reinterpret_cast<Unit *>(bytes()); }
-    template <class Unit> std::basic_string<Unit> taken(size_t count) const { return {as<Unit>(), count}; }
-
-    static constexpr char UNTOUCHED = 0x5A;
+    operator Unit *() const { return units_; }
+    StringOf<Unit> first(int count) const {
+        return {reinterpret_cast<const typename StringOf<Unit>::value_type *>(units_), static_cast<size_t>(count)};
+    }
 
   private:
     static constexpr size_t PAGE = 4096;
-    size_t size_, pages_;
+    static constexpr char UNTOUCHED = 0x5A;
+    size_t pages_;
     char *start_;
+    Unit *units_;
 };
 
 std::atomic<long> live = 0, asked = 0, refuse_from = LONG_MAX, refuse_to = LONG_MAX; // blocks that are out, and requests, from 1
@@ -125,22 +154,27 @@ void host_free(void *pointer) {
     free(pointer);
 }
 
-// A stream of the host's own kind: libc's functions know nothing of it.
+// A stream of the host's own kind: libc's functions, to which it is all zeros, die of it.
 struct HostStream {
+    explicit HostStream(string of, bool failing = false) : bytes(std::move(of)), fails(failing) {}
+
+    char zeros[256] = {};
     string bytes;
-    size_t at = 0;
-    bool fails = false;
+    int at = 0;
+    bool fails;
+
+    bool is_at_end() const { return at == std::ssize(bytes); }
 };
 int read_host_stream(void *stream) {
     auto &host = *static_cast<HostStream *>(stream);
-    return host.at < host.bytes.size() ? static_cast<unsigned char>(host.bytes[host.at++]) : EOF;
+    return host.is_at_end() ? EOF : static_cast<unsigned char>(host.bytes[host.at++]);
 }
 HostStream &host_stream(FILE *stream) { return *reinterpret_cast<HostStream *>(stream); }
 int host_fgetc(FILE *stream) { return read_host_stream(stream); }
 int host_fseek(FILE *, int32_t, int) { return -1; }
 long host_ftell(FILE *) { return -1; }
 int host_ferror(FILE *stream) { return host_stream(stream).fails; }
-int host_feof(FILE *stream) { return !host_stream(stream).fails && host_stream(stream).at == host_stream(stream).bytes.size(); }
+int host_feof(FILE *stream) { return !host_stream(stream).fails && host_stream(stream).is_at_end(); }
 void host_print(const char *text) { expect(text != nullptr && strchr(text, '\n') == nullptr, "a message is one line"); }
 
 // ---------------------------------------------------------------------------------------------------------------------------------
@@ -163,28 +197,25 @@ void *library, *data, *map, *l; // `l` is the locale's handle
 string etc, data_path, library_path, locale_name;
 vector<std::pair<int, int>> pairs;
 
-thread_local int16_t error;
 std::pair<int, int> to_plant; // the number of an entry point, 0 for none, and a fault
-
 bool plant(int index, Fault fault);
 
-// Calls an entry point; the first kind ends its arguments with an error cell.
-#define ASK(name, ...) (entry = #name, error = 0, x.name(__VA_ARGS__, &error))
-#define CALL(name, ...) (entry = #name, x.name(__VA_ARGS__))
-
-template <class Result> long long number_of(Result result) {
-    if constexpr (std::is_pointer_v<Result> || std::is_null_pointer_v<Result>)
-        return reinterpret_cast<intptr_t>(static_cast<const void *>(result));
-    else
-        return static_cast<long long>(result);
+// Calls an entry point, with a cell for the error or the status where the arguments leave one out.
+template <class Result, class... Parameters, class... Arguments>
+Result called(const char *name, Result (*function)(Parameters...), Arguments &&...arguments) {
+    entry = name, error = 0, has_cell = sizeof...(Arguments) < sizeof...(Parameters);
+    if constexpr (sizeof...(Arguments) == sizeof...(Parameters)) {
+        return function(arguments...);
+    } else {
+        std::remove_pointer_t<std::tuple_element_t<sizeof...(Arguments), std::tuple<Parameters...>>> cell = 0;
+        const Result result = function(arguments..., &cell);
+        error = cell;
+        return result;
+    }
 }
-template <class Result, class Failing> void expect_failure(Result found, Failing failing, int number, const char *clause) {
-    expect_equal(number_of(found), number_of(failing), clause);
-    if (error != number) breach(clause, "error " + shown(error) + ", should be " + shown(number));
-}
-template <class Result, class Expected> void expect_result(Result found, Expected expected, const char *clause) {
-    expect_failure(found, expected, 0, clause);
-}
+#define ASK(name, ...) called(#name, x.name __VA_OPT__(, ) __VA_ARGS__)
+// The entry point as a function that others are given.
+#define ASKING(name) [](auto &&...arguments) { return ASK(name, arguments...); }
 
 bool load() {
     library = dlopen(library_path.c_str(), RTLD_NOW | RTLD_GLOBAL);
@@ -198,35 +229,34 @@ bool load() {
 }
 
 void hand_over() {
-    CALL(glu_setMallocFunc, host_malloc), CALL(glu_setCallocFunc, host_calloc), CALL(glu_setReallocFunc, host_realloc);
-    CALL(glu_setFreeFunc, host_free), CALL(glu_setFgetcFunc, host_fgetc), CALL(glu_setFseekFunc, host_fseek);
-    CALL(glu_setFtellFunc, host_ftell), CALL(glu_setFerrorFunc, host_ferror), CALL(glu_setFeofFunc, host_feof);
-    CALL(glu_setPrintMessageFunc, host_print), CALL(glu_setMessageLevel, 65535), CALL(glu_setMessageSubLevel, 1);
+    ASK(glu_setMallocFunc, host_malloc), ASK(glu_setCallocFunc, host_calloc), ASK(glu_setReallocFunc, host_realloc);
+    ASK(glu_setFreeFunc, host_free), ASK(glu_setFgetcFunc, host_fgetc), ASK(glu_setFseekFunc, host_fseek);
+    ASK(glu_setFtellFunc, host_ftell), ASK(glu_setFerrorFunc, host_ferror), ASK(glu_setFeofFunc, host_feof);
+    ASK(glu_setPrintMessageFunc, host_print), ASK(glu_setMessageLevel, 65535), ASK(glu_setMessageSubLevel, 1);
     char name[33] = {};
-    expect(CALL(glu_getIcuDataFileName, name, 32) == 0, "tells a name in 32 bytes");
+    expect_equal(ASK(glu_getIcuDataFileName, name, 32), 0, "tells a name in 32 bytes");
     data_path = etc + name;
 }
 
 void start() {
     hand_over();
-    int status = 0;
-    data = CALL(glu_loadIcuData, data_path.c_str(), 0, &status);
-    expect(data != nullptr && status == 0, "loads the data of the tree");
-    map = CALL(glu_loadMapData, (etc + "locmap").c_str(), &status);
-    expect(map != nullptr && status == 0, "loads the map of the tree");
+    data = ASK(glu_loadIcuData, data_path.c_str(), 0);
+    expect(data != nullptr && error == 0, "loads the data of the tree");
+    map = ASK(glu_loadMapData, (etc + "locmap").c_str());
+    expect(map != nullptr && error == 0, "loads the map of the tree");
     l = ASK(glu_lc_open, locale_name.c_str(), map);
     expect(l != nullptr && error == 0, "opens a locale of the map");
     entry = "glu_setMallocFunc";
     expect(live > 0, "memory comes from the host's functions");
     if (x.glu_extension_version != nullptr)
-        expect_equal((CALL(glu_extension_version) / 100), QBGL_EXTENSION_VERSION_MAJOR, "the major version of the contract");
+        expect_equal(ASK(glu_extension_version) / 100, QBGL_EXTENSION_VERSION_MAJOR, "the major version of the contract");
 }
 
 void stop() {
-    expect(CALL(glu_lc_close, l) == nullptr, "returns null");
-    CALL(glu_unloadIcuData, std::exchange(data, nullptr));
-    CALL(glu_unloadMapData, std::exchange(map, nullptr));
-    expect_equal(live.load(), 0L, "the last unloading gives back all memory of the host's");
+    expect(ASK(glu_lc_close, l) == nullptr, "returns null");
+    ASK(glu_unloadIcuData, std::exchange(data, nullptr));
+    ASK(glu_unloadMapData, std::exchange(map, nullptr));
+    expect_equal(live.load(), 0, "the last unloading gives back all memory of the host's");
 }
 
 // ---------------------------------------------------------------------------------------------------------------------------------
@@ -235,89 +265,223 @@ void stop() {
 
 struct Character {
     gl_wchar value;
-    string bytes;
-    u16string units;
+    string mb;
+    std::u16string uc;
+    std::u32string uc32;
 };
-using Text = vector<Character>;
 
-u16string in_units(gl_wchar wc) {
-    if (wc < 0x10000) return {static_cast<char16_t>(wc)};
-    return {static_cast<char16_t>(0xD7C0 + (wc >> 10)), static_cast<char16_t>(0xDC00 | (wc & 0x3FF))};
-}
-// Of the first `count` characters.
-string bytes_of(const Text &text, size_t count = SIZE_MAX) {
-    string bytes;
-    for (size_t i = 0; i < std::min(count, text.size()); ++i) bytes += text[i].bytes;
-    return bytes;
-}
-u16string units_of(const Text &text) {
-    u16string units;
-    for (const Character &character : text) units += character.units;
-    return units;
-}
-u32string values_of(const Text &text) {
-    u32string values;
-    for (const Character &character : text) values += static_cast<char32_t>(character.value);
-    return values;
-}
-const gl_wchar *wide(const Guarded &text) { return text.as<const gl_wchar>(); }
-const uint16_t *units(const Guarded &text) { return text.as<const uint16_t>(); }
+// A text in one of its forms: by characters and as a whole, without and with a terminator.
+template <class Unit> struct Form {
+    using String = StringOf<Unit>;
+
+    Form(const vector<String> &of, const String &end)
+        : pieces(of), all(std::accumulate(of.begin(), of.end(), String())), terminator(end), counted(all), terminated(all + end),
+          size(all.size()) {}
+    // Where the i-th character stands.
+    int place(int i) const { return std::accumulate(pieces.begin(), pieces.begin() + i, String()).size(); }
+
+    vector<String> pieces;
+    String all, terminator;
+    Guarded<Unit> counted, terminated;
+    int size;
+};
+string nul; // the terminator of the codeset
+
+struct Text {
+    explicit Text(const vector<Character> &of)
+        : characters(of), count(of.size()), mb(forms(&Character::mb), nul), uc(forms(&Character::uc), {0}),
+          uc32(forms(&Character::uc32), {0}) {}
+    template <class String> vector<String> forms(String Character::*form) const {
+        vector<String> all;
+        for (const Character &character : characters) all.push_back(character.*form);
+        return all;
+    }
+
+    vector<Character> characters;
+    int count;
+    Form<char> mb;
+    Form<uint16_t> uc;
+    Form<gl_wchar> uc32;
+};
 
 vector<Character> characters; // of the codeset: those of ASCII, and some others
-vector<Text> texts;
-vector<string> no_characters; // bytes that begin none
-string nul;
+std::deque<Text> texts;
+std::deque<Guarded<char>> no_characters; // bytes that begin none, terminated
 
-// The first three by way of the values, as everything else is compared with them.
+// By way of the values, as everything else is compared with them.
 void find_characters() {
-    nul.assign(static_cast<size_t>(std::max(CALL(glu_mb_loc_min, l), 1)), '\0');
-    constexpr gl_wchar VALUES[] = {'A',    'B',    'a',    'b',     'z',     'Z',     '1',     ' ',    '-',    '.',
-                                   '\t',   '\n',   1,      0x7F,    0xE4,    0xC4,    0xDF,    0xE9,   0x10D,  0x161,
-                                   0x17E,  0x3B1,  0x3A9,  0x416,   0x436,   0x5D0,   0xE01,   0x20AC, 0x3042, 0x65E5,
-                                   0x672C, 0xAC00, 0xFF21, 0x10400, 0x1F600, 0x20000, 0x10FFFD};
-    for (const gl_wchar value : VALUES) {
+    nul.assign(std::max(ASK(glu_mb_loc_min, l), 1), '\0');
+    for (const gl_wchar value : U"ABabzZ1 -.\t\n\x1\x7F\xE4\xC4\xDF\xE9\x10D\x161\x17E\x3B1\x3A9\x416\x436\x5D0\xE01\x20AC\x3042"
+                                U"\x65E5\x672C\xAC00\xFF21\x10400\x1F600\x20000\x10FFFD") {
+        if (value == 0) break;
         context = "value " + shown(value);
-        const Guarded room(static_cast<size_t>(CALL(glu_mb_loc_max, l)));
-        const int length = ASK(glu_uc32tomb, l, room.bytes(), value);
+        const Guarded<char> room(ASK(glu_mb_loc_max, l));
+        const int length = ASK(glu_uc32tomb, l, room, value);
+        std::u16string units(1, static_cast<char16_t>(value));
+        if (value > 0xFFFF)
+            units = {static_cast<char16_t>(0xD7C0 + (value >> 10)), static_cast<char16_t>(0xDC00 | (value & 0x3FF))};
         if (length > 0)
-            characters.push_back({value, room.taken<char>(static_cast<size_t>(length)), in_units(value)});
+            characters.push_back({value, room.first(length), units, std::u32string(1, value)});
         else
-            expect_failure(length, -1, GL_EILSEQ, "a value that the codeset has not got");
-        expect(length > 0 || value > 0x7F, "the codeset has ASCII");
+            expect_failure(length, value > 0x7F ? GL_EILSEQ : 0, "a value that the codeset has not got, but for ASCII");
     }
     context.clear();
-    const auto known = [](gl_wchar value) {
-        return std::find_if(characters.begin(), characters.end(), [=](const Character &c) { return c.value == value; });
-    };
     for (const char32_t *const values :
          {U"", U"a", U"b", U"B", U"A b  ", U"ab", U"Abz-1.a", U"\xE4z", U"a\x10D", U" \x17E\x161 ", U"\x65E5\x672C",
           U"z\x1F600\x416", U"  ", U"\x10FFFDz\xE9\x20AC", U"aB\t \n ", U"\x1\xDF\x3B1\x3042"}) {
-        Text text;
-        for (const char32_t value : u32string(values))
-            if (const auto found = known(value); found != characters.end()) text.push_back(*found);
-        texts.push_back(text);
+        vector<Character> known;
+        for (const char32_t value : std::u32string(values))
+            for (const Character &character : characters)
+                if (character.value == value) known.push_back(character);
+        texts.emplace_back(known);
     }
-    Text everything;
+    vector<Character> everything;
     for (int i = 0; i < 12; ++i) everything.insert(everything.end(), characters.begin(), characters.end());
-    texts.push_back(everything);
-    for (const char *bytes :
-         {"\x80", "\xFF", "\xC0\x80", "\xE0\x80\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE4\x41\x41", "\xC3("}) {
-        gl_wchar value;
-        if (ASK(glu_mbtouc32, l, &value, bytes, static_cast<int>(strlen(bytes))) == -1 && error == GL_EILSEQ)
-            no_characters.push_back(bytes);
-    }
+    texts.emplace_back(everything);
+    for (const string bytes :
+         {"\x80", "\xFF", "\xC0\x80", "\xE0\x80\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE4\x41\x41", "\xC3("})
+        if (ASK(glu_mbtouc32, l, nullptr, bytes.c_str(), bytes.size()) == -1 && error == GL_EILSEQ)
+            no_characters.emplace_back(bytes + nul);
 }
 
-// What every entry point does that takes a locale and a text: with a null locale, with no text, with a text that is none.
-template <class Ask> void expect_guards(Ask ask, int failing, bool null_fails = true) {
-    expect_failure(ask(nullptr, "a"), failing, GL_ENULLPTR, "a null locale");
-    if (null_fails) expect_failure(ask(l, static_cast<const char *>(nullptr)), failing, GL_ENULLPTR, "a null text");
-    for (const string &bytes : no_characters) {
-        context = shown(bytes);
-        const Guarded text(bytes + nul);
-        expect_failure(ask(l, static_cast<const char *>(text.bytes())), failing, GL_EILSEQ, "bytes that are no character");
+// ---------------------------------------------------------------------------------------------------------------------------------
+// Hostile arguments
+// ---------------------------------------------------------------------------------------------------------------------------------
+
+// Good arguments, and what must be refused in their place.
+template <int NUMBER, int... VALUES> struct Refusing {
+    int value;
+    operator int() const { return value; }
+};
+using Length = Refusing<GL_EBADARG, -2>; // -1 is for terminated text
+using Count = Refusing<GL_ENEGCOUNT, -1>;
+using Bound = Refusing<GL_EBADARG, 3, -1>;
+using Passes = Refusing<GL_EBADARG, 0, -1>;
+
+constexpr gl_wchar A_AS_VALUES[] = {'a', 0}, NO_VALUES[] = {'a', 0xD800, 0};
+constexpr uint16_t A_AS_UNITS[] = {'a', 0}, LONE_SURROGATE[] = {0xD800, 'a', 0};
+
+enum class Demand { A_TEXT, A_TEXT_OR_NONE, ANY_UNITS };
+// A text, in the units that the entry point takes.
+template <Demand> struct Sample {
+    const char *mb = "a";
+    const uint16_t *uc = A_AS_UNITS;
+    const gl_wchar *uc32 = A_AS_VALUES;
+    operator const char *() const { return mb; }
+    operator const uint16_t *() const { return uc; }
+    operator const gl_wchar *() const { return uc32; }
+};
+// Where an entry point writes, in its units.
+struct Room {
+    operator char *() const { return reinterpret_cast<char *>(units); }
+    operator uint16_t *() const { return reinterpret_cast<uint16_t *>(units); }
+    operator gl_wchar *() const { return units; }
+    static inline thread_local gl_wchar units[16];
+};
+
+template <class Refuse> void spoil(void *&locale, Refuse refuse) { refuse(locale, nullptr, GL_ENULLPTR, "a null locale"); }
+template <int NUMBER, int... VALUES, class Refuse> void spoil(Refusing<NUMBER, VALUES...> &number, Refuse refuse) {
+    (refuse(number, {VALUES}, NUMBER, "a number out of its range"), ...);
+}
+template <Demand DEMAND, class Refuse> void spoil(Sample<DEMAND> &text, Refuse refuse) {
+    refuse(text, {nullptr, nullptr, nullptr}, DEMAND == Demand::A_TEXT_OR_NONE ? 0 : GL_ENULLPTR, "a null text");
+    if (DEMAND == Demand::ANY_UNITS) return;
+    for (const Guarded<char> &bytes : no_characters)
+        refuse(text, {bytes, LONE_SURROGATE, NO_VALUES}, GL_EILSEQ, "what is no character");
+}
+template <class Other, class Refuse> void spoil(Other &, Refuse) {}
+
+// Calls an entry point with good arguments, and then with each of them replaced by what it must refuse.
+template <class Ask, class... Arguments> void check_refusals_by(Ask ask, std::tuple<Arguments...> arguments) {
+    std::apply(ask, arguments);
+    expect_equal(error, 0, "good arguments");
+    const auto refuse = [&]<class Argument>(Argument &argument, std::type_identity_t<Argument> hostile, int number,
+                                            const char *clause) {
+        std::swap(argument, hostile);
+        if (number != 0)
+            expect_failure(std::apply(ask, arguments), number, clause);
+        else
+            expect_result(std::apply(ask, arguments), 0, clause);
+        argument = hostile;
+    };
+    std::apply([&](auto &...each) { (spoil(each, refuse), ...); }, arguments);
+}
+template <class... Arguments, class... Asks> void expect_refusals(std::tuple<Arguments...> arguments, Asks... asks) {
+    (check_refusals_by(asks, arguments), ...);
+}
+
+// Texts that two pointers tell of, as functions of one.
+char *last_character(void *locale, const char *s, int16_t *cell) {
+    return x.glu_mbsprev(locale, s, s == nullptr ? s : s + strlen(s), cell);
+}
+int first_width(void *locale, const char *s, int16_t *cell) { return x.glu_mbspwidth(locale, s, s + 1, cell); }
+
+void check_refusals() {
+    constexpr Sample<Demand::A_TEXT> TEXT;
+    constexpr Sample<Demand::A_TEXT_OR_NONE> TEXT_OR_NONE;
+    constexpr Sample<Demand::ANY_UNITS> ANY;
+    constexpr Length END{-1};
+    constexpr Room ROOM;
+    using std::tuple;
+    expect_refusals(tuple(l), ASKING(glu_mb_loc_max), ASKING(glu_mb_loc_min), ASKING(glu_getICULocName));
+    expect_refusals(tuple(l, ROOM, TEXT_OR_NONE, 4), ASKING(glu_mbtouc32), ASKING(glu_mbtouc));
+    expect_refusals(tuple(l, TEXT_OR_NONE, 4), ASKING(glu_mblen));
+    expect_refusals(tuple(l, TEXT_OR_NONE), ASKING(glu_mbsbytes));
+    expect_refusals(tuple(l, TEXT, -1), ASKING(glu_mbsnext));
+    expect_refusals(tuple(l, TEXT, 4, GL_CLASS_ALPHA), ASKING(glu_ismctype));
+    expect_refusals(tuple(l, ROOM, TEXT, 4), ASKING(glu_mbtoupper), ASKING(glu_mbtolower));
+    expect_refusals(tuple(l, ROOM, TEXT), ASKING(glu_uctomb), ASKING(glu_mbstoupper), ASKING(glu_mbstolower),
+                    ASKING(glu_ucs32toupper), ASKING(glu_ucs32tolower));
+    expect_refusals(tuple(l, ROOM, 8, TEXT, END), ASKING(glu_mbstoucs32), ASKING(glu_mbstoucs), ASKING(glu_ucs32tombs),
+                    ASKING(glu_ucstombs), ASKING(glu_ucstoucs32), ASKING(glu_ucs32toucs));
+    expect_refusals(tuple(l, TEXT, END), ASKING(glu_mbslen), ASKING(glu_mbsntsbytes));
+    expect_refusals(tuple(l, TEXT, TEXT), ASKING(glu_mbschr));
+    expect_refusals(tuple(l, TEXT, Count{1}), ASKING(glu_getmbsi), ASKING(glu_mbswidth));
+    expect_refusals(tuple(l, ROOM, Count{0}, TEXT), ASKING(glu_putmbsi));
+    expect_refusals(
+        tuple(l, TEXT), ASKING(glu_mbwidth), [](auto... arguments) { return called("glu_mbsprev", last_character, arguments...); },
+        [](auto... arguments) { return called("glu_mbspwidth", first_width, arguments...); });
+    expect_refusals(tuple(l, TEXT, -1, TEXT, -1), ASKING(glu_mbscoll), ASKING(glu_ucs32coll), ASKING(glu_ucscoll));
+    expect_refusals(tuple(l, ROOM, TEXT, 64), ASKING(glu_mbsxfrm), ASKING(glu_ucs32xfrm), ASKING(glu_ucsxfrm));
+    expect_refusals(tuple(l, ROOM, TEXT, -1, Bound{0}, Passes{1}, 64), ASKING(glu_mbsCollBound));
+    expect_refusals(tuple(l, ROOM, ANY, Bound{0}, Passes{1}, 64), ASKING(glu_mbsSortKeyCollBound));
+    expect_refusals(tuple(ANY), ASKING(glu_ucs32len));
+    expect_refusals(tuple(ANY, 'a'), ASKING(glu_ucs32uc32));
+    expect_refusals(tuple(ANY, Count{1}), ASKING(glu_ucs32width));
+
+    const gl_wchar *const wide = ANY;
+    for (const auto &[len1, len2] : {std::pair{1, -1}, {-1, 1}, {-2, -2}}) {
+        const int number = len1 == len2 ? GL_EBADARG : GL_EMIXEDLEN;
+        expect_failure(ASK(glu_mbscoll, l, TEXT, len1, TEXT, len2), number, "one length of -1, or negative ones");
+        expect_failure(ASK(glu_ucs32coll, l, TEXT, len1, TEXT, len2), number, "one length of -1, or negative ones");
+        expect_failure(ASK(glu_ucscoll, l, TEXT, len1, TEXT, len2), number, "one length of -1, or negative ones");
     }
-    context.clear();
+    expect_failure(ASK(glu_uc32tomb, nullptr, ROOM, 'a'), GL_ENULLPTR, "a null locale");
+    expect_failure(ASK(glu_uc32tomb, l, nullptr, 'a'), GL_ENULLPTR, "a null room");
+    expect_failure(ASK(glu_uctomb, l, nullptr, TEXT), GL_ENULLPTR, "a null room");
+    expect_result(ASK(glu_mbtouc32, l, nullptr, TEXT, 1), 1, "a null place for the value");
+    expect(ASK(glu_mbtouc32, l, nullptr, TEXT, 0, nullptr) == -1, "a null cell");
+    expect_failure(ASK(glu_ucs32pwidth, wide, nullptr), GL_ENULLPTR, "a null end");
+    expect_failure(ASK(glu_ucs32pwidth, wide + 1, wide), GL_EENDBEFORE, "an end before the start");
+    expect_failure(ASK(glu_mbspwidth, l, nul.c_str() + 1, nul.c_str()), GL_EENDBEFORE, "an end before the start");
+    if (const string &longest = characters.back().mb; longest.size() > 1) {
+        expect_failure(ASK(glu_mbstoucs32, l, ROOM, 8, longest.c_str(), 1), GL_EILSEQ, "a character that the length cuts");
+        expect_failure(ASK(glu_mbstoucs, l, ROOM, 8, longest.c_str(), 1), GL_EILSEQ, "a character that the length cuts");
+    }
+    for (const gl_wchar none : {0xD800U, 0xDFFFU, 0x110000U, ~0U}) {
+        expect_failure(ASK(glu_uc32tomb, l, ROOM, none), GL_EILSEQ, "a value that is no character");
+        expect_equal(ASK(glu_isuc32type, none, ~0U), 0, "a value that is no character");
+        expect_result(ASK(glu_uc32toupper, l, none), none, "a value that is no character stays");
+        expect_result(ASK(glu_uc32tolower, l, none), none, "a value that is no character stays");
+        expect_equal(ASK(glu_uc32width, none), -1, "a value that is no character");
+    }
+    expect_equal(ASK(glu_ucs32width, NO_VALUES, 2), -1, "a value that is no character");
+    expect_result(ASK(glu_uc32toupper, nullptr, '1'), '1', "a null locale", GL_ENULLPTR);
+    expect_result(ASK(glu_uc32tolower, nullptr, '1'), '1', "a null locale", GL_ENULLPTR);
+    HostStream stream("a");
+    int length;
+    expect_failure(ASK(glu_getmb, nullptr, ROOM, read_host_stream, &stream, &length), GL_ENULLPTR, "a null locale");
+    expect_failure(ASK(glu_fgetuc32, nullptr, reinterpret_cast<FILE *>(&stream)), GL_ENULLPTR, "a null locale");
 }
 
 // ---------------------------------------------------------------------------------------------------------------------------------
@@ -325,589 +489,390 @@ template <class Ask> void expect_guards(Ask ask, int failing, bool null_fails = 
 // ---------------------------------------------------------------------------------------------------------------------------------
 
 void check_files() {
-    for (int size = 0; size <= 32; ++size) {
-        const Guarded room(static_cast<size_t>(size));
-        if (CALL(glu_getIcuDataFileName, room.bytes(), size) == 0)
-            expect(memchr(room.bytes(), 0, static_cast<size_t>(size)) != nullptr, "the name is terminated within the room");
+    for (int room = 0; room <= 32; ++room) {
+        const Guarded<char> name(room);
+        if (ASK(glu_getIcuDataFileName, name, room) == 0)
+            expect(memchr(name, 0, room) != nullptr, "the name is terminated within the room");
     }
-    expect(CALL(glu_getIcuDataFileName, nullptr, 0) != 0, "no room");
-    for (const int code : {0, 1, 15, -1, INT_MAX}) expect(CALL(glu_icuErrorName, code) != nullptr, "never null");
-    const auto expect_refused = [](void *handle, int status) {
-        expect(handle == nullptr && status > 0, "a path that does not lead to a file");
-    };
-    int status = 0;
+    expect(ASK(glu_getIcuDataFileName, nullptr, 0) != 0, "no room");
+    for (const int code : {0, 1, 15, -1, INT_MAX}) expect(ASK(glu_icuErrorName, code) != nullptr, "never null");
     for (const char *path : {static_cast<const char *>(nullptr), "/nowhere/at/all"}) {
-        void *handle = CALL(glu_loadIcuData, path, 0, &status);
-        expect_refused(handle, std::exchange(status, 0));
-        handle = CALL(glu_loadMapData, path, &status);
-        expect_refused(handle, std::exchange(status, 0));
-        expect(CALL(glu_loadMapData, path, nullptr) == nullptr, "a null cell");
-        expect(CALL(glu_loadIcuData, path, 0, nullptr) == nullptr, "a null cell");
+        expect(ASK(glu_loadIcuData, path, 0) == nullptr && error > 0, "a path that does not lead to a file");
+        expect(ASK(glu_loadMapData, path) == nullptr && error > 0, "a path that does not lead to a file");
+        expect(ASK(glu_loadIcuData, path, 0, nullptr) == nullptr, "a null cell");
+        expect(ASK(glu_loadMapData, path, nullptr) == nullptr, "a null cell");
     }
-    CALL(glu_unloadIcuData, nullptr), CALL(glu_unloadMapData, nullptr);
+    ASK(glu_unloadIcuData, nullptr), ASK(glu_unloadMapData, nullptr);
 }
 
 void check_locales() {
+    const char *const served = locale_name.c_str();
     for (const int category : {GL_CAT_CTYPE, GL_CAT_COLLATE})
-        expect_equal((CALL(glu_useIcuLocCall, locale_name.c_str(), category)), 1L, "serves what the map says");
-    for (const int category : {-1, 0, 8, INT_MAX})
-        expect_equal((CALL(glu_useIcuLocCall, locale_name.c_str(), category)), 0L, "no category");
-    for (const char *name : {static_cast<const char *>(nullptr), "", "xx_nowhere/ffff.lco", locale_name.c_str() + 1}) {
-        expect_equal((CALL(glu_useIcuLocCall, name, GL_CAT_CTYPE)), 0L, "a name that is not in the map");
-        expect_failure(ASK(glu_lc_open, name, map), nullptr, name != nullptr ? GL_ENOFILE : GL_ENULLPTR,
-                       "a name that is not in the map");
+        expect_equal(ASK(glu_useIcuLocCall, served, category), 1, "serves what the map says");
+    for (const int category : {-1, 0, 8, INT_MAX}) expect_equal(ASK(glu_useIcuLocCall, served, category), 0, "no category");
+    for (const char *name : {static_cast<const char *>(nullptr), "", "xx_nowhere/ffff.lco", served + 1}) {
+        expect_equal(ASK(glu_useIcuLocCall, name, GL_CAT_CTYPE), 0, "a name that is not in the map");
+        expect_failure(ASK(glu_lc_open, name, map), name != nullptr ? GL_ENOFILE : GL_ENULLPTR, "a name that is not in the map");
     }
-    expect_failure(ASK(glu_lc_open, locale_name.c_str(), nullptr), nullptr, GL_ENULLPTR, "a null map");
-    expect(CALL(glu_lc_open, locale_name.c_str(), nullptr, nullptr) == nullptr, "a null cell");
-    expect_failure(ASK(glu_lc_clone, nullptr), nullptr, GL_ENULLPTR, "a null locale");
-    expect(CALL(glu_lc_close, nullptr) == nullptr, "a null locale");
-    expect(CALL(glu_getICULocName, nullptr) == nullptr, "a null locale");
-    const char *const name = CALL(glu_getICULocName, l);
-    expect(name != nullptr && *name != '\0', "a name");
-    expect_equal((CALL(glu_mb_loc_max, nullptr)), -1L, "a null locale");
-    expect_equal((CALL(glu_mb_loc_min, nullptr)), -1L, "a null locale");
-    size_t longest = 1;
-    for (const Character &character : characters) longest = std::max(longest, character.bytes.size());
-    expect(CALL(glu_mb_loc_max, l) <= 4 && static_cast<size_t>(CALL(glu_mb_loc_max, l)) >= longest,
-           "the bytes of the longest character");
-    expect_equal(static_cast<long>(CALL(glu_mb_loc_min, l)), static_cast<long>(characters[0].bytes.size()),
-                 "the bytes of the shortest character");
+    const char *const told = ASK(glu_getICULocName, l);
+    expect(told != nullptr && *told != '\0', "a name");
+    expect_failure(ASK(glu_lc_open, served, nullptr), GL_ENULLPTR, "a null map");
+    expect(ASK(glu_lc_open, served, nullptr, nullptr) == nullptr, "a null cell");
+    expect_failure(ASK(glu_lc_clone, nullptr), GL_ENULLPTR, "a null locale");
+    expect(ASK(glu_lc_close, nullptr) == nullptr, "a null locale");
+    int longest = 1;
+    for (const Character &c : characters) longest = std::max<int>(longest, c.mb.size());
+    const int most = ASK(glu_mb_loc_max, l);
+    expect(most <= 4 && most >= longest, "the bytes of the longest character");
+    expect_equal(ASK(glu_mb_loc_min, l), characters[0].mb.size(), "the bytes of the shortest character");
     // Opened and closed again, handles leave nothing.
     long after_first = 0;
     for (int i = 0; i < 8; ++i) {
-        void *const first = ASK(glu_lc_open, locale_name.c_str(), map);
+        void *const first = ASK(glu_lc_open, served, map);
         void *const second = ASK(glu_lc_clone, first);
         expect(first != nullptr && second != nullptr && first != second && error == 0, "a second handle");
-        CALL(glu_lc_close, first);
+        ASK(glu_lc_close, first);
         expect_result(ASK(glu_mblen, second, "a", 1), 1, "outlives the first handle");
-        expect(CALL(glu_lc_close, second) == nullptr, "returns null");
+        expect(ASK(glu_lc_close, second) == nullptr, "returns null");
         if (i == 1) after_first = live;
     }
-    entry = "glu_lc_close";
     expect_equal(live.load(), after_first, "gives back the memory of a locale");
+}
+
+// A function that reads one character: with every length of a text that ends with it, or of a terminated one.
+template <class Ask> void check_lengths(const Character &c, int least, Ask ask, int expected) {
+    const Guarded<char> text(c.mb), terminated(c.mb + nul);
+    const int size = c.mb.size();
+    for (int n = least; n <= size + 2; ++n) {
+        const int found = ask(n == -1 ? terminated : text, n);
+        if (n >= size || (n == -1 && entry != string("glu_mblen")))
+            expect_result(found, expected, "what it tells of the character");
+        else
+            expect_failure(found, GL_EINVAL, "a length that is too short");
+    }
+}
+
+template <class ToValue, class ToBytes> void check_other_case(const Character &c, ToValue map_value, ToBytes map_bytes) {
+    char expected[4], bytes[4];
+    const gl_wchar mapped = map_value(l, c.value);
+    const int size = x.glu_uc32tomb(l, expected, mapped, nullptr);
+    const auto read = [&](const char *s, int n) {
+        const int packed = map_bytes(l, bytes, s, n);
+        if (packed > 0 && size > 0)
+            expect_equal(string(bytes, packed & 255), string(expected, size), "the character that the value is mapped to");
+        return packed >> 8;
+    };
+    check_lengths(c, 0, read, c.mb.size());
 }
 
 void check_characters() {
     for (const Character &c : characters) {
-        const int length = static_cast<int>(c.bytes.size());
-        const Guarded text(c.bytes), terminated(c.bytes + nul), room(c.bytes.size());
-        context = shown(c.bytes);
-        for (int n = -2; n <= length + 2; ++n) {
-            gl_wchar value = 0;
-            uint16_t in_utf16[2] = {};
-            const Guarded &at = n == -1 ? terminated : text;
-            const int decoded = ASK(glu_mbtouc32, l, &value, at.bytes(), n);
-            if (n >= length || n == -1)
-                expect_result(decoded, length, "the bytes of the character"), expect_equal(value, c.value, "its value");
-            else
-                expect_failure(decoded, -1, GL_EINVAL, "a length that is too short");
-            const int split = ASK(glu_mbtouc, l, in_utf16, at.bytes(), n);
-            if (n >= length || n == -1)
-                expect_result(split, length, "the bytes of the character"),
-                    expect(std::equal(c.units.begin(), c.units.end(), in_utf16), "its units");
-            else
-                expect_failure(split, -1, GL_EINVAL, "a length that is too short");
-            const int measured = ASK(glu_mblen, l, text.bytes(), n);
-            if (n >= length)
-                expect_result(measured, length, "the bytes of the character");
-            else
-                expect_failure(measured, -1, GL_EINVAL, "a length that is too short");
-            const char *const next = ASK(glu_mbsnext, l, text.bytes(), n);
-            if (n >= length || n == -1)
-                expect_result(next, text.bytes() + length, "behind the character");
-            else
-                expect_failure(next, nullptr, GL_EINVAL, "a length that is too short");
-            const unsigned is_print = ASK(glu_ismctype, l, text.bytes(), n, ~0U);
-            if (n >= length)
-                expect_result(is_print, CALL(glu_isuc32type, c.value, ~0U), "both class tests agree");
-            else if (n >= 0)
-                expect_failure(is_print, 0, GL_EINVAL, "a length that is too short");
-            char other[4];
-            for (const bool upper : {true, false}) {
-                const gl_wchar mapped = upper ? ASK(glu_uc32toupper, l, c.value) : ASK(glu_uc32tolower, l, c.value);
-                const int packed =
-                    upper ? ASK(glu_mbtoupper, l, other, text.bytes(), n) : ASK(glu_mbtolower, l, other, text.bytes(), n);
-                if (n >= length) {
-                    expect_result(packed >> 8, length, "the bytes read");
-                    char bytes[4];
-                    const int written = x.glu_uc32tomb(l, bytes, mapped, nullptr);
-                    if (written > 0)
-                        expect_equal(string(other, static_cast<size_t>(packed & 255)), string(bytes, static_cast<size_t>(written)),
-                                     "the character that the value is mapped to");
-                } else if (n >= 0)
-                    expect_failure(packed, 0, GL_EINVAL, "a length that is too short");
-            }
-        }
-        expect_result(ASK(glu_uctomb, l, room.bytes(), reinterpret_cast<const uint16_t *>(c.units.data())), length,
+        context = shown(c.mb);
+        const int size = c.mb.size();
+        const auto to_value = [&](const char *s, int n) {
+            gl_wchar value = ~0U;
+            const int result = ASK(glu_mbtouc32, l, &value, s, n);
+            if (result >= 0) expect_equal(value, c.value, "the value of the character");
+            return result;
+        };
+        const auto to_units = [&](const char *s, int n) {
+            uint16_t units[2] = {};
+            const int result = ASK(glu_mbtouc, l, units, s, n);
+            if (result >= 0) expect(std::equal(c.uc.begin(), c.uc.end(), units), "the units of the character");
+            return result;
+        };
+        const auto next = [](const char *s, int n) {
+            const char *const behind = ASK(glu_mbsnext, l, s, n);
+            return behind == nullptr ? -1 : behind - s;
+        };
+        check_lengths(c, -2, to_value, size);
+        check_lengths(c, -2, to_units, size);
+        check_lengths(
+            c, -2, [](const char *s, int n) { return ASK(glu_mblen, l, s, n); }, size);
+        check_lengths(c, -2, next, size);
+        check_lengths(
+            c, 0, [](const char *s, int n) { return ASK(glu_ismctype, l, s, n, ~0U); }, ASK(glu_isuc32type, c.value, ~0U));
+        check_other_case(c, ASKING(glu_uc32toupper), ASKING(glu_mbtoupper));
+        check_other_case(c, ASKING(glu_uc32tolower), ASKING(glu_mbtolower));
+        const Guarded<char> room(size);
+        expect_result(ASK(glu_uctomb, l, room, reinterpret_cast<const uint16_t *>(c.uc.data())), size,
                       "the bytes of the character");
-        expect_equal(room.taken<char>(c.bytes.size()), c.bytes, "its bytes");
+        expect_equal(room.first(size), c.mb, "its bytes");
     }
     context.clear();
     gl_wchar value = 1;
-    uint16_t in_utf16[2] = {1, 1};
-    const Guarded zeros(nul);
-    const int bound = static_cast<int>(nul.size());
-    expect_result(ASK(glu_mbtouc32, l, &value, zeros.bytes(), bound), 0, "the NUL character"),
-        expect_equal(value, 0L, "the value of NUL");
-    expect_result(ASK(glu_mbtouc, l, in_utf16, zeros.bytes(), bound), 0, "the NUL character"),
-        expect_equal(in_utf16[0], 0L, "the unit of NUL");
-    expect_result(ASK(glu_mblen, l, zeros.bytes(), bound), 0, "the NUL character");
-    expect_result(ASK(glu_mbsnext, l, zeros.bytes(), -1), zeros.bytes() + bound, "behind the NUL character");
-    expect_failure(ASK(glu_mbtouc32, l, &value, zeros.bytes(), -1), -1, GL_EINVAL, "an empty text");
-    expect_failure(ASK(glu_mbtouc, l, in_utf16, zeros.bytes(), -1), -1, GL_EINVAL, "an empty text");
-    expect_result(ASK(glu_mbtouc32, l, &value, nullptr, 1), 0, "a null text");
-    expect_result(ASK(glu_mbtouc, l, in_utf16, nullptr, 1), 0, "a null text");
-    expect_result(ASK(glu_mblen, l, nullptr, 1), 0, "a null text");
-    expect_result(ASK(glu_mbtouc32, l, nullptr, "a", 1), 1, "a null place for the value");
-    expect_guards([&](void *h, const char *s) { return ASK(glu_mbtouc32, h, &value, s, 4); }, -1, false);
-    expect_guards([&](void *h, const char *s) { return ASK(glu_mbtouc, h, in_utf16, s, 4); }, -1, false);
-    expect_guards([&](void *h, const char *s) { return ASK(glu_mblen, h, s, 4); }, -1, false);
-    expect_guards([&](void *h, const char *s) { return ASK(glu_mbsnext, h, s, -1); }, 0);
-    expect_guards([&](void *h, const char *s) { return ASK(glu_ismctype, h, s, 4, GL_CLASS_ALPHA); }, 0);
-    char bytes[4];
-    expect_guards([&](void *h, const char *s) { return ASK(glu_mbtoupper, h, bytes, s, 4); }, 0);
-    expect_guards([&](void *h, const char *s) { return ASK(glu_mbtolower, h, bytes, s, 4); }, 0);
-    for (const gl_wchar none : {0xD800U, 0xDFFFU, 0x110000U, ~0U}) {
-        expect_failure(ASK(glu_uc32tomb, l, bytes, none), -1, GL_EILSEQ, "a value that is no character");
-        expect_equal((CALL(glu_isuc32type, none, ~0U)), 0L, "a value that is no character");
-        expect_result(ASK(glu_uc32toupper, l, none), none, "a value that is no character stays");
-        expect_result(ASK(glu_uc32tolower, l, none), none, "a value that is no character stays");
+    uint16_t units[2] = {1, 1};
+    const Guarded<char> end(nul);
+    const int size = nul.size();
+    expect_result(ASK(glu_mbtouc32, l, &value, end, size), 0, "the NUL character");
+    expect_equal(value, 0, "the value of NUL");
+    expect_result(ASK(glu_mbtouc, l, units, end, size), 0, "the NUL character");
+    expect_equal(units[0], 0, "the unit of NUL");
+    expect_result(ASK(glu_mblen, l, end, size), 0, "the NUL character");
+    expect_result(ASK(glu_mbsnext, l, end, -1), end + size, "behind the NUL character");
+    expect_failure(ASK(glu_mbtouc32, l, &value, end, -1), GL_EINVAL, "an empty text");
+    expect_failure(ASK(glu_mbtouc, l, units, end, -1), GL_EINVAL, "an empty text");
+    for (const gl_wchar letter : {'a', 'b', 'z'}) {
+        expect_result(ASK(glu_uc32toupper, l, letter), letter - 32, "the capital of a letter of ASCII");
+        expect_result(ASK(glu_uc32tolower, l, letter - 32), letter, "the small letter of a capital of ASCII");
+        expect_equal(ASK(glu_isuc32type, letter, GL_CLASS_LOWER | GL_CLASS_UPPER), GL_CLASS_LOWER, "a small letter");
     }
-    for (const std::array<uint16_t, 2> none : {std::array<uint16_t, 2>{0xD800, 'a'}, {0xDC00, 0xDC00}})
-        expect_failure(ASK(glu_uctomb, l, bytes, none.data()), -1, GL_EILSEQ, "a lone surrogate");
-    expect_failure(ASK(glu_uc32toupper, nullptr, '1'), '1', GL_ENULLPTR, "a null locale");
-    expect_failure(ASK(glu_uc32tolower, nullptr, '1'), '1', GL_ENULLPTR, "a null locale");
-    for (void *const h : {static_cast<void *>(nullptr), l}) {
-        expect_failure(ASK(glu_uc32tomb, h, h != nullptr ? nullptr : bytes, 'a'), -1, GL_ENULLPTR, "a null argument");
-        expect_failure(ASK(glu_uctomb, h, bytes, nullptr), -1, GL_ENULLPTR, "a null argument");
-    }
-    expect(x.glu_mbtouc32(l, &value, "a", 0, nullptr) == -1, "a null cell");
-    for (const gl_wchar wc : {'a', 'b', 'z'}) {
-        expect_result(ASK(glu_uc32toupper, l, wc), wc - 32, "the capital of a letter of ASCII");
-        expect_result(ASK(glu_uc32tolower, l, wc - 32), wc, "the small letter of a capital of ASCII");
-        expect_equal((CALL(glu_isuc32type, wc, GL_CLASS_LOWER | GL_CLASS_UPPER)), GL_CLASS_LOWER, "a small letter");
-    }
-    expect_equal((CALL(glu_isuc32type, ' ', GL_CLASS_BLANK | GL_CLASS_CNTRL | GL_CLASS_GRAPH)), GL_CLASS_BLANK, "the space");
+    expect_equal(ASK(glu_isuc32type, ' ', GL_CLASS_BLANK | GL_CLASS_CNTRL | GL_CLASS_GRAPH), GL_CLASS_BLANK, "the space");
 }
 
-// An entry point that goes from one form to another: with rooms of every size, counted and terminated.
-//   ask       (room's address, room, text's address, length) -> result
-//   target    the units of each character
-//   measures  that it tells n + 1, or n, where the room ends it; otherwise what it has written
-template <class Unit, class Source, class Ask>
-void check_transfer(const Text &text, Ask ask, const vector<std::basic_string<Unit>> &target, const Source &source,
-                    bool tells_full) {
-    std::basic_string<Unit> all;
-    for (const auto &piece : target) all += piece;
-    Source with_end = source;
-    with_end += typename Source::value_type{};
-    if constexpr (sizeof(typename Source::value_type) == 1) with_end.append(nul.size() - 1, '\0');
-    const size_t end_size = sizeof(Unit) == 1 ? nul.size() : 1;
-    const Guarded counted(source), terminated(with_end);
-    for (size_t room = 0; room <= all.size() + end_size + 1; room += all.size() > 60 && room + 9 < all.size() ? 7 : 1) {
-        size_t fits = 0;
-        for (const auto &piece : target) {
-            if (fits + piece.size() > room) break;
+// An entry point that goes from one form of a text to another: with rooms of every size, counted and terminated.
+template <class Source, class Target, class Ask>
+void check_transfer(Ask ask, const Form<Source> &source, const Form<Target> &target) {
+    constexpr bool TELLS_FULL = sizeof(Target) > 1; // n or n + 1 where the room ends it; the others tell what they wrote
+    const int end = target.terminator.size();
+    for (int room = 0; room <= target.size + end + 1; room += target.size > 60 && room + 9 < target.size ? 7 : 1) {
+        int fits = 0;
+        for (const auto &piece : target.pieces) {
+            if (fits + std::ssize(piece) > room) break;
             fits += piece.size();
         }
         for (const bool has_end : {false, true}) {
-            context = shown(bytes_of(text)) + (has_end ? " terminated" : " counted") + ", room " + shown(room);
-            const Guarded out(room * sizeof(Unit));
-            const int length = has_end ? -1 : static_cast<int>(source.size());
-            const int result = ask(out.as<Unit>(), static_cast<int>(room), has_end ? terminated.bytes() : counted.bytes(), length);
-            const bool whole = fits == all.size() && (!has_end || fits + end_size <= room);
-            const size_t told = whole || !tells_full ? fits : has_end ? room : room + 1;
-            expect_result(result, static_cast<int>(told), "what it tells of what it wrote");
-            expect(out.template taken<Unit>(fits) == all.substr(0, fits), "what it writes");
-            if (has_end && whole) expect(out.template as<Unit>()[fits] == 0, "writes the terminator where there is room");
+            context = shown(plain(source.all)) + (has_end ? " terminated" : " counted") + ", room " + shown(room);
+            const Guarded<Target> out(room);
+            const int result = has_end ? ask(l, out, room, source.terminated, -1) : ask(l, out, room, source.counted, source.size);
+            const bool whole = fits == target.size && (!has_end || fits + end <= room);
+            expect_result(result, whole || !TELLS_FULL ? fits : has_end ? room : room + 1, "what it tells of what it wrote");
+            const int written = fits + (has_end && whole ? end : 0);
+            expect_equal(out.first(written), (target.all + target.terminator).substr(0, written),
+                         "what it writes, with the terminator where there is room");
         }
     }
     context.clear();
-}
-
-template <class Ask> void check_transfer_of_bytes(Ask ask) {
-    const auto plain = [&](void *h, const char *s) { return ask(h, s, -1); };
-    expect_guards(plain, -1);
-    expect_failure(ask(l, "a", -2), -1, GL_EBADARG, "a negative length");
-    if (characters.back().bytes.size() > 1)
-        expect_failure(ask(l, characters.back().bytes.c_str(), 1), -1, GL_EILSEQ, "a character that the length cuts");
 }
 
 void check_transfers() {
     for (const Text &text : texts) {
-        vector<string> bytes;
-        vector<u16string> pieces;
-        vector<u32string> values;
-        for (const Character &c : text)
-            bytes.push_back(c.bytes), pieces.push_back(c.units), values.push_back({static_cast<char32_t>(c.value)});
-        const u16string utf16 = units_of(text);
-        const u32string ucs32 = values_of(text);
-        const string mbs = bytes_of(text);
-        check_transfer<char32_t>(
-            text,
-            [](auto *out, int n, const char *s, int len) {
-                return ASK(glu_mbstoucs32, l, reinterpret_cast<gl_wchar *>(out), n, s, len);
-            },
-            values, mbs, true);
-        check_transfer<char16_t>(
-            text,
-            [](auto *out, int n, const char *s, int len) {
-                return ASK(glu_mbstoucs, l, reinterpret_cast<uint16_t *>(out), n, s, len);
-            },
-            pieces, mbs, true);
-        check_transfer<char32_t>(
-            text,
-            [](auto *out, int n, const char *s, int len) {
-                return ASK(glu_ucstoucs32, l, reinterpret_cast<gl_wchar *>(out), n, reinterpret_cast<const uint16_t *>(s), len);
-            },
-            values, utf16, true);
-        check_transfer<char16_t>(
-            text,
-            [](auto *out, int n, const char *s, int len) {
-                error = 0;
-                return CALL(glu_ucs32toucs, l, reinterpret_cast<uint16_t *>(out), n, reinterpret_cast<const gl_wchar *>(s), len);
-            },
-            pieces, ucs32, true);
-        check_transfer<char>(
-            text,
-            [](auto *out, int n, const char *s, int len) {
-                return ASK(glu_ucs32tombs, l, out, n, reinterpret_cast<const gl_wchar *>(s), len);
-            },
-            bytes, ucs32, false);
-        check_transfer<char>(
-            text,
-            [](auto *out, int n, const char *s, int len) {
-                return ASK(glu_ucstombs, l, out, n, reinterpret_cast<const uint16_t *>(s), len);
-            },
-            bytes, utf16, false);
+        check_transfer(ASKING(glu_mbstoucs32), text.mb, text.uc32);
+        check_transfer(ASKING(glu_mbstoucs), text.mb, text.uc);
+        check_transfer(ASKING(glu_ucstoucs32), text.uc, text.uc32);
+        check_transfer(ASKING(glu_ucs32toucs), text.uc32, text.uc);
+        check_transfer(ASKING(glu_ucs32tombs), text.uc32, text.mb);
+        check_transfer(ASKING(glu_ucstombs), text.uc, text.mb);
     }
-    gl_wchar wides[8];
-    uint16_t halves[8];
-    char bytes[32];
-    check_transfer_of_bytes([&](void *h, const char *s, int len) { return ASK(glu_mbstoucs32, h, wides, 8, s, len); });
-    check_transfer_of_bytes([&](void *h, const char *s, int len) { return ASK(glu_mbstoucs, h, halves, 8, s, len); });
-    const gl_wchar no_value[] = {'a', 0xD800, 0};
-    const uint16_t no_units[] = {'a', 0xDC00, 0};
-    for (void *const h : {static_cast<void *>(nullptr), l}) {
-        const int number = h != nullptr ? GL_EILSEQ : GL_ENULLPTR;
-        expect_failure(ASK(glu_ucs32tombs, h, bytes, 32, no_value, -1), -1, number,
-                       "a value that is no character, or a null locale");
-        expect_failure(ASK(glu_ucstombs, h, bytes, 32, no_units, -1), -1, number, "a lone surrogate, or a null locale");
-        expect_failure(ASK(glu_ucstoucs32, h, wides, 8, no_units, 2), -1, number, "a lone surrogate, or a null locale");
-        expect(CALL(glu_ucs32toucs, h, halves, 8, no_value, -1) == -1, "a value that is no character, or a null locale");
-    }
-    for (const int len : {-1, -2}) {
-        const int number = len == -1 ? GL_ENULLPTR : GL_EBADARG;
-        expect_failure(ASK(glu_ucs32tombs, l, bytes, 32, len == -1 ? nullptr : no_value, len), -1, number,
-                       "a null text, or a negative length");
-        expect_failure(ASK(glu_ucstombs, l, bytes, 32, len == -1 ? nullptr : no_units, len), -1, number,
-                       "a null text, or a negative length");
-        expect_failure(ASK(glu_ucstoucs32, l, wides, 8, len == -1 ? nullptr : no_units, len), -1, number,
-                       "a null text, or a negative length");
-        expect(CALL(glu_ucs32toucs, l, halves, 8, len == -1 ? nullptr : no_value, len) == -1, "a null text, or a negative length");
+}
+
+// What stands at the i-th character of a text: found, stepped to, and replaced.
+void check_place(const Text &text, int i) {
+    const char *const mbs = text.mb.terminated, *const counted = text.mb.counted;
+    const Character &c = text.characters[i];
+    const int at = text.mb.place(i), size = c.mb.size();
+    expect_result(ASK(glu_mbsprev, l, counted, counted + at + size), counted + at, "the character before");
+    if (size > 1) expect_failure(ASK(glu_mbsprev, l, counted, counted + at + 1), GL_EINVAL, "within a character");
+    const int first = text.uc32.all.find(c.value);
+    expect_result(ASK(glu_mbschr, l, mbs, Guarded<char>(c.mb)), mbs + text.mb.place(first), "where the character first stands");
+    expect_result(ASK(glu_ucs32uc32, text.uc32.terminated, c.value), text.uc32.terminated + first, "where the value first stands");
+    for (const Character &other : {characters.front(), characters.back()}) {
+        string changed = text.mb.all + nul;
+        changed.replace(at, size, other.mb);
+        const Guarded<char> room(std::max(changed.size(), text.mb.all.size() + nul.size()));
+        memcpy(room, mbs, text.mb.size + nul.size());
+        expect_result(ASK(glu_putmbsi, l, room, i, Guarded<char>(other.mb)), room + at, "where the character stands");
+        expect_equal(room.first(changed.size()), changed, "the changed text");
     }
 }
 
 void check_steps() {
     for (const Text &text : texts) {
-        const string mbs = bytes_of(text);
-        const u32string ucs32 = values_of(text) + U'\0';
-        context = shown(mbs);
-        const int count = static_cast<int>(text.size()), size = static_cast<int>(mbs.size());
-        const Guarded counted(mbs), terminated(mbs + nul), wides(ucs32);
-        expect_result(ASK(glu_mbslen, l, counted.bytes(), size), count, "the characters");
-        expect_result(ASK(glu_mbslen, l, terminated.bytes(), -1), count, "the characters");
-        expect_result(ASK(glu_mbsbytes, l, terminated.bytes()), size + static_cast<int>(nul.size()),
-                      "the bytes with the terminator");
-        expect_result(ASK(glu_ucs32len, wide(wides)), count, "the values");
-        int rest = count;
-        const auto blank = [](const Character &c) {
-            return (x.glu_isuc32type(c.value, GL_CLASS_BLANK | GL_CLASS_CNTRL)) == GL_CLASS_BLANK;
-        };
-        while (rest > 0 && blank(text[static_cast<size_t>(rest) - 1])) --rest;
-        const int rest_bytes = static_cast<int>(bytes_of(text, static_cast<size_t>(rest)).size());
-        expect_result(ASK(glu_mbsntsbytes, l, terminated.bytes(), -1), rest_bytes, "the bytes before the blanks");
-        expect_result(ASK(glu_mbsntsbytes, l, counted.bytes(), size), rest_bytes, "the bytes before the blanks");
-        for (int i = 0; i <= std::min(count, 40); ++i) {
-            const size_t at = bytes_of(text, static_cast<size_t>(i)).size();
-            expect_result(ASK(glu_getmbsi, l, terminated.bytes(), i), terminated.bytes() + at, "the i-th character");
-            if (i == count) break;
-            const Character &c = text[static_cast<size_t>(i)];
-            expect_result(ASK(glu_mbsprev, l, counted.bytes(), counted.bytes() + at + c.bytes.size()), counted.bytes() + at,
-                          "the character before");
-            if (c.bytes.size() > 1)
-                expect_failure(ASK(glu_mbsprev, l, counted.bytes(), counted.bytes() + at + 1), nullptr, GL_EINVAL,
-                               "within a character");
-            const Guarded wanted(c.bytes);
-            const size_t first = static_cast<size_t>(
-                std::find_if(text.begin(), text.end(), [&](const Character &other) { return other.value == c.value; }) -
-                text.begin());
-            expect_result(ASK(glu_mbschr, l, terminated.bytes(), wanted.bytes()), terminated.bytes() + bytes_of(text, first).size(),
-                          "where the character first stands");
-            expect_result(ASK(glu_ucs32uc32, wide(wides), c.value), wide(wides) + first, "where the value first stands");
-            for (const Character &other : {characters.front(), characters.back()}) {
-                const string changed = mbs.substr(0, at) + other.bytes + mbs.substr(at + c.bytes.size()) + nul;
-                const Guarded room(std::max(changed.size(), mbs.size() + nul.size())), new_char(other.bytes);
-                memcpy(room.bytes(), terminated.bytes(), mbs.size() + nul.size());
-                expect_result(ASK(glu_putmbsi, l, room.bytes(), i, new_char.bytes()), room.bytes() + at,
-                              "where the character stands");
-                expect_equal(room.taken<char>(changed.size()), changed, "the changed text");
-            }
+        context = shown(text.mb.all);
+        const char *const mbs = text.mb.terminated, *const counted = text.mb.counted;
+        const gl_wchar *const ucs32 = text.uc32.terminated;
+        expect_result(ASK(glu_mbslen, l, counted, text.mb.size), text.count, "the characters");
+        expect_result(ASK(glu_mbslen, l, mbs, -1), text.count, "the characters");
+        expect_result(ASK(glu_mbslen, l, (text.mb.all + nul + "a").c_str(), text.mb.size + nul.size()), text.count + 1,
+                      "NUL in counted text");
+        expect_result(ASK(glu_mbsbytes, l, mbs), text.mb.size + nul.size(), "the bytes with the terminator");
+        expect_result(ASK(glu_ucs32len, ucs32), text.count, "the values");
+        int rest = text.count;
+        while (rest > 0 && x.glu_isuc32type(ucs32[rest - 1], GL_CLASS_BLANK | GL_CLASS_CNTRL) == GL_CLASS_BLANK) --rest;
+        expect_result(ASK(glu_mbsntsbytes, l, mbs, -1), text.mb.place(rest), "the bytes before the blanks");
+        expect_result(ASK(glu_mbsntsbytes, l, counted, text.mb.size), text.mb.place(rest), "the bytes before the blanks");
+        for (int i = 0; i <= std::min(text.count, 40); ++i) {
+            expect_result(ASK(glu_getmbsi, l, mbs, i), mbs + text.mb.place(i), "the i-th character");
+            if (i < text.count) check_place(text, i);
         }
-        expect_result(ASK(glu_mbschr, l, terminated.bytes(), nul.c_str()), terminated.bytes() + size,
-                      "the terminator is a character");
-        expect_result(ASK(glu_ucs32uc32, wide(wides), 0), wide(wides) + count, "the terminator is a value");
-        expect_result(ASK(glu_ucs32uc32, wide(wides), 0x2603), nullptr, "a value that is not there");
-        expect_failure(ASK(glu_mbsprev, l, counted.bytes(), counted.bytes()), nullptr, GL_EENDBEFORE, "at the start");
-        HostStream stream{mbs};
-        for (const Character &c : text) {
+        expect_result(ASK(glu_mbschr, l, mbs, nul.c_str()), mbs + text.mb.size, "the terminator is a character");
+        expect_result(ASK(glu_ucs32uc32, ucs32, 0), ucs32 + text.count, "the terminator is a value");
+        expect_result(ASK(glu_ucs32uc32, ucs32, 0x2603), nullptr, "a value that is not there");
+        expect_failure(ASK(glu_mbsprev, l, counted, counted), GL_EENDBEFORE, "at the start");
+        HostStream stream(text.mb.all);
+        for (const Character &c : text.characters) {
             char buffer[4];
             int length = 0;
-            const size_t before = stream.at;
+            const int before = stream.at;
             expect_result(ASK(glu_getmb, l, buffer, read_host_stream, &stream, &length), 0, "reads a character");
-            expect_equal(string(buffer, static_cast<size_t>(length)), c.bytes, "its bytes");
+            expect_equal(string(buffer, length), c.mb, "its bytes");
             stream.at = before;
             expect_result(ASK(glu_fgetuc32, l, reinterpret_cast<FILE *>(&stream)), c.value,
                           "reads a character by the host's functions");
         }
-        expect_result(ASK(glu_mbslen, l, (mbs + nul + "a").c_str(), size + static_cast<int>(nul.size())), count + 1,
-                      "NUL in counted text");
     }
     context.clear();
-    char buffer[8] = {}, changed[16] = "";
-    int length = 9;
-    HostStream none, failing{"", 0, true}, cut{characters.back().bytes.substr(0, characters.back().bytes.size() - 1)},
-        bad{no_characters.empty() ? "" : no_characters.front()};
-    const auto get = [&](HostStream &stream, int number) {
-        expect_failure(ASK(glu_getmb, l, buffer, read_host_stream, &stream, &length), -1, number == GL_EIO ? GL_EEOF : number,
+    const string &longest = characters.back().mb;
+    vector<std::pair<HostStream, int>> streams = {{HostStream(""), GL_EEOF}, {HostStream("", true), GL_EIO}};
+    if (longest.size() > 1) streams.emplace_back(longest.substr(0, longest.size() - 1), GL_EINVAL);
+    if (!no_characters.empty()) streams.emplace_back(string(no_characters.front()), GL_EILSEQ);
+    for (auto &[stream, number] : streams) {
+        char buffer[4];
+        int length = 9;
+        expect_failure(ASK(glu_getmb, l, buffer, read_host_stream, &stream, &length), number == GL_EIO ? GL_EEOF : number,
                        "bytes that are no whole character");
-        expect_equal(static_cast<long>(length), static_cast<long>(stream.at), "the bytes that were read");
+        expect_equal(length, stream.at, "the bytes that were read");
         stream.at = 0;
-        expect_failure(ASK(glu_fgetuc32, l, reinterpret_cast<FILE *>(&stream)), static_cast<gl_wchar>(-1), number,
-                       "bytes that are no whole character");
-    };
-    get(none, GL_EEOF);
-    get(failing, GL_EIO);
-    if (!cut.bytes.empty()) get(cut, GL_EINVAL);
-    if (!bad.bytes.empty()) get(bad, GL_EILSEQ);
-    expect_failure(ASK(glu_getmb, nullptr, buffer, read_host_stream, &none, &length), -1, GL_ENULLPTR, "a null locale");
-    expect_failure(ASK(glu_fgetuc32, nullptr, reinterpret_cast<FILE *>(&none)), static_cast<gl_wchar>(-1), GL_ENULLPTR,
-                   "a null locale");
-    expect_guards([](void *h, const char *s) { return ASK(glu_mbslen, h, s, -1); }, -1);
-    expect_guards([](void *h, const char *s) { return ASK(glu_mbsbytes, h, s); }, 0, false);
-    expect_result(ASK(glu_mbsbytes, l, nullptr), 0, "a null text");
-    expect_guards([](void *h, const char *s) { return ASK(glu_mbsntsbytes, h, s, -1); }, -1);
-    expect_guards([](void *h, const char *s) { return ASK(glu_mbschr, h, s, "\x7F"); }, 0);
-    expect_guards([](void *h, const char *s) { return ASK(glu_mbschr, h, "", s); }, 0);
-    expect_guards([](void *h, const char *s) { return ASK(glu_getmbsi, h, s, 1); }, 0);
-    expect_guards([&](void *h, const char *s) { return ASK(glu_putmbsi, h, changed, 0, s); }, 0);
-    expect_guards([](void *h, const char *s) { return ASK(glu_mbsprev, h, s, s != nullptr ? s + strlen(s) : s); }, 0);
-    expect_failure(ASK(glu_getmbsi, l, "a", -1), nullptr, GL_ENEGCOUNT, "a negative index");
-    expect_failure(ASK(glu_putmbsi, l, buffer, -1, "a"), nullptr, GL_ENEGCOUNT, "a negative index");
-    expect_failure(ASK(glu_ucs32len, nullptr), -1, GL_ENULLPTR, "a null text");
-    expect_failure(ASK(glu_ucs32uc32, nullptr, 'a'), nullptr, GL_ENULLPTR, "a null text");
-    expect_failure(ASK(glu_mbslen, l, "a", -2), -1, GL_EBADARG, "a negative length");
-    expect_failure(ASK(glu_mbsntsbytes, l, "a", -2), -1, GL_EBADARG, "a negative length");
+        expect_failure(ASK(glu_fgetuc32, l, reinterpret_cast<FILE *>(&stream)), number, "bytes that are no whole character");
+    }
 }
 
 void check_widths() {
     for (const Character &c : characters) {
-        context = shown(c.bytes);
-        const Guarded text(c.bytes), value(u32string{static_cast<char32_t>(c.value), 0});
-        if (CALL(glu_isuc32type, c.value, GL_CLASS_PRINT) == 0) {
-            expect_failure(ASK(glu_uc32width, c.value), -1, GL_EINVAL, "a character that is not printed");
-            expect_failure(ASK(glu_mbwidth, l, text.bytes()), -1, GL_EINVAL, "a character that is not printed");
-            expect_failure(ASK(glu_mbswidth, l, text.bytes(), 1), -1, GL_EINVAL, "a character that is not printed");
-            expect_failure(ASK(glu_ucs32width, wide(value), 1), -1, GL_EINVAL, "a character that is not printed");
-            expect_failure(ASK(glu_mbspwidth, l, text.bytes(), text.bytes() + 1), -1, GL_EINVAL, "a character that is not printed");
-            expect_failure(ASK(glu_ucs32pwidth, wide(value), wide(value) + 1), -1, GL_EINVAL, "a character that is not printed");
-        } else {
-            const int width = ASK(glu_uc32width, c.value);
-            expect(width == 1 || (width == 2 && c.value > 0x7F), "one or two columns, one for a character of ASCII");
-            expect_result(ASK(glu_mbwidth, l, text.bytes()), width, "the width of the value");
-        }
+        context = shown(c.mb);
+        const Guarded<char> text(c.mb);
+        const Guarded<gl_wchar> value(c.uc32 + U'\0');
+        const int width = ASK(glu_uc32width, c.value);
+        const bool is_printed = ASK(glu_isuc32type, c.value, GL_CLASS_PRINT) != 0;
+        expect(is_printed ? width == 1 || (width == 2 && c.value > 0x7F) : width == -1, "one or two columns, one of ASCII");
+        const auto expect_width = [&](int found) {
+            expect_result(found, width, "the width of a character, where it is printed", is_printed ? 0 : GL_EINVAL);
+        };
+        expect_width(ASK(glu_uc32width, c.value));
+        expect_width(ASK(glu_mbwidth, l, text));
+        expect_width(ASK(glu_mbswidth, l, text, 1));
+        expect_width(ASK(glu_ucs32width, value, 1));
+        expect_width(ASK(glu_mbspwidth, l, text, text + 1));
+        expect_width(ASK(glu_ucs32pwidth, value, value + 1));
     }
     for (const Text &text : texts) {
-        const auto width_of = [](const Character &c) { return x.glu_uc32width(c.value, nullptr); };
-        const string mbs = bytes_of(text);
-        const Guarded terminated(mbs + nul), wides(values_of(text) + U'\0');
-        context = shown(mbs);
+        context = shown(text.mb.all);
+        const char *const mbs = text.mb.terminated;
+        const gl_wchar *const ucs32 = text.uc32.terminated;
         int sum = 0;
-        size_t at = 0;
-        for (size_t n = 0; n <= text.size(); at += n < text.size() ? text[n].bytes.size() : 0, ++n) {
-            if (n > 0 && width_of(text[n - 1]) < 0) break;
-            if (n > 0) sum += width_of(text[n - 1]);
-            const int count = n < text.size() ? static_cast<int>(n) : INT_MAX;
-            const char *const end = terminated.bytes() + (n == 0 ? 0 : at);
-            expect_result(ASK(glu_mbswidth, l, terminated.bytes(), count), sum, "the columns of n characters");
-            expect_result(ASK(glu_ucs32width, wide(wides), count), sum, "the columns of n values");
-            expect_result(ASK(glu_mbspwidth, l, terminated.bytes(), end), sum, "the columns before the end");
-            expect_result(ASK(glu_ucs32pwidth, wide(wides), wide(wides) + n), sum, "the columns before the end");
+        for (int n = 0; n <= text.count; ++n) {
+            const int width = n > 0 ? x.glu_uc32width(ucs32[n - 1], nullptr) : 0;
+            if (width < 0) break;
+            sum += width;
+            const int count = n < text.count ? n : INT_MAX;
+            expect_result(ASK(glu_mbswidth, l, mbs, count), sum, "the columns of n characters");
+            expect_result(ASK(glu_ucs32width, ucs32, count), sum, "the columns of n values");
+            expect_result(ASK(glu_mbspwidth, l, mbs, mbs + text.mb.place(n)), sum, "the columns before the end");
+            expect_result(ASK(glu_ucs32pwidth, ucs32, ucs32 + n), sum, "the columns before the end");
         }
     }
     context.clear();
-    const gl_wchar none[] = {0xD800, 0};
     expect_result(ASK(glu_uc32width, 0), 0, "NUL");
     expect_result(ASK(glu_mbwidth, l, nul.c_str()), 0, "NUL");
-    expect_failure(ASK(glu_mbswidth, l, "a", -1), -1, GL_ENEGCOUNT, "a negative count");
-    expect_failure(ASK(glu_ucs32width, none, -1), -1, GL_ENEGCOUNT, "a negative count");
-    expect_failure(ASK(glu_ucs32width, nullptr, 1), -1, GL_ENULLPTR, "a null text");
-    expect_failure(ASK(glu_ucs32pwidth, none, nullptr), -1, GL_ENULLPTR, "a null end");
-    expect_failure(ASK(glu_ucs32pwidth, none + 1, none), -1, GL_EENDBEFORE, "an end before the start");
-    expect_failure(ASK(glu_mbspwidth, l, nul.c_str() + 1, nul.c_str()), -1, GL_EENDBEFORE, "an end before the start");
-    expect(ASK(glu_uc32width, none[0]) == -1 && ASK(glu_ucs32width, none, 1) == -1, "a value that is no character");
-    expect_guards([](void *h, const char *s) { return ASK(glu_mbwidth, h, s); }, -1);
-    expect_guards([](void *h, const char *s) { return ASK(glu_mbswidth, h, s, 9); }, -1);
-    expect_guards([](void *h, const char *s) { return ASK(glu_mbspwidth, h, s, s + 1); }, -1);
+}
+
+template <class ToValue, class ToBytes, class ToValues>
+void check_other_case(const Text &text, ToValue map_value, ToBytes map_bytes, ToValues map_values) {
+    const auto has_fixed_case = [](const Character &c) { return c.value < 0x80 && c.value != 'i' && c.value != 'I'; };
+    std::u32string expected;
+    for (const Character &c : text.characters) expected += map_value(l, c.value, nullptr);
+    const Guarded<gl_wchar> values(text.count + 1);
+    expect_result(map_values(l, values, text.uc32.terminated), 0, "no count");
+    expect_equal(values.first(text.count + 1), expected + U'\0', "each value by itself, and the terminator");
+    const Guarded<char> out(std::max(ASK(glu_case_conv_outbuflen, l, text.mb.size), 0) + nul.size());
+    const int length = map_bytes(l, out, text.mb.terminated);
+    expect(length >= 0 && error == 0, "the bytes before the terminator");
+    if (length < 0) return;
+    expect(memcmp(out + length, nul.data(), nul.size()) == 0, "a terminator behind them");
+    expect(x.glu_mbslen(l, out, length, nullptr) >= 0, "characters of the codeset");
+    if (std::all_of(text.characters.begin(), text.characters.end(), has_fixed_case))
+        expect_equal(out.first(length), string(expected.begin(), expected.end()), "the text of ASCII in the other case");
 }
 
 void check_case() {
     for (const Text &text : texts) {
-        const string mbs = bytes_of(text);
-        const u32string ucs32 = values_of(text) + U'\0';
-        context = shown(mbs);
-        const Guarded terminated(mbs + nul), wides(ucs32);
-        const bool ascii = std::all_of(text.begin(), text.end(),
-                                       [](const Character &c) { return c.value < 0x80 && c.value != 'i' && c.value != 'I'; });
-        for (const bool upper : {true, false}) {
-            Guarded out(static_cast<size_t>(std::max(CALL(glu_case_conv_outbuflen, l, static_cast<int>(mbs.size())), 0)) +
-                        nul.size());
-            const int length = upper ? ASK(glu_mbstoupper, l, out.bytes(), terminated.bytes())
-                                     : ASK(glu_mbstolower, l, out.bytes(), terminated.bytes());
-            expect(length >= 0 && error == 0, "the bytes before the terminator");
-            if (length < 0) continue;
-            expect(memcmp(out.bytes() + length, nul.data(), nul.size()) == 0, "a terminator behind them");
-            expect(x.glu_mbslen(l, out.bytes(), length, nullptr) >= 0, "characters of the codeset");
-            u32string mapped;
-            string by_character;
-            for (const Character &c : text) {
-                const gl_wchar other = (upper ? x.glu_uc32toupper : x.glu_uc32tolower)(l, c.value, nullptr);
-                char bytes[4];
-                mapped += static_cast<char32_t>(other);
-                by_character.append(bytes, static_cast<size_t>(std::max(x.glu_uc32tomb(l, bytes, other, nullptr), 0)));
-            }
-            if (ascii)
-                expect_equal(out.taken<char>(static_cast<size_t>(length)), by_character, "the text of ASCII in the other case");
-            const Guarded values(ucs32.size() * sizeof(gl_wchar));
-            const int result = upper ? ASK(glu_ucs32toupper, l, values.as<gl_wchar>(), wide(wides))
-                                     : ASK(glu_ucs32tolower, l, values.as<gl_wchar>(), wide(wides));
-            expect_result(result, 0, "no count");
-            expect(values.taken<char32_t>(ucs32.size()) == mapped + U'\0', "each value by itself, and the terminator");
-        }
+        context = shown(text.mb.all);
+        check_other_case(text, ASKING(glu_uc32toupper), ASKING(glu_mbstoupper), ASKING(glu_ucs32toupper));
+        check_other_case(text, ASKING(glu_uc32tolower), ASKING(glu_mbstolower), ASKING(glu_ucs32tolower));
     }
     context.clear();
-    char out[64];
-    gl_wchar values[8];
-    const gl_wchar none[] = {'a', 0xD800, 0};
-    expect_guards([&](void *h, const char *s) { return ASK(glu_mbstoupper, h, out, s); }, -1);
-    expect_guards([&](void *h, const char *s) { return ASK(glu_mbstolower, h, out, s); }, -1);
-    for (void *const h : {static_cast<void *>(nullptr), l}) {
-        expect_failure(ASK(glu_ucs32toupper, h, values, none), -1, h != nullptr ? GL_EILSEQ : GL_ENULLPTR,
-                       "a value that is no character, or a null locale");
-        expect_failure(ASK(glu_ucs32tolower, h, values, none), -1, h != nullptr ? GL_EILSEQ : GL_ENULLPTR,
-                       "a value that is no character, or a null locale");
-    }
-    expect_equal((CALL(glu_case_conv_outbuflen, nullptr, 1)), -1L, "a null locale");
-    for (const int n : {INT_MIN, -1, 0}) expect_equal((CALL(glu_case_conv_outbuflen, l, n)), 0L, "no length");
+    expect_equal(ASK(glu_case_conv_outbuflen, nullptr, 1), -1, "a null locale");
+    for (const int n : {INT_MIN, -1, 0}) expect_equal(ASK(glu_case_conv_outbuflen, l, n), 0, "no length");
     for (const int n : {1, 2, 1000, INT_MAX})
-        expect(CALL(glu_case_conv_outbuflen, l, n) >= n, "n or more, as far as an int reaches");
+        expect(ASK(glu_case_conv_outbuflen, l, n) >= n, "n or more, as far as an int reaches");
 }
 
 int sign(long value) { return (value > 0) - (value < 0); }
 
 // A key, made in rooms of every size.
-template <class Ask> string key_of(Ask ask, bool has_end) {
-    const int size = ask(nullptr, 0);
+template <class Ask> string key_of(Ask ask, bool has_end = true) {
+    const int size = ask(static_cast<char *>(nullptr), 0);
     if (size < 0 || error != 0) return breach("the size of the key", shown(size)), "";
     string key;
     for (int room = size + 2; room >= 0; room -= room > 60 ? 9 : 1) {
-        const Guarded out(static_cast<size_t>(room));
-        expect_result(ask(out.bytes(), room), size, "the size of the key, whatever the room");
-        const auto written = static_cast<size_t>(std::min(room, size));
-        if (room == size + 2) key = out.taken<char>(written);
-        expect_equal(out.taken<char>(written), key.substr(0, written), "the key of a smaller room begins that of a larger one");
-        if (has_end && room > size) expect(out.bytes()[size] == 0, "a zero byte behind the key");
+        const Guarded<char> out(room);
+        expect_result(ask(out, room), size, "the size of the key, whatever the room");
+        const int written = std::min(room, size);
+        if (room == size + 2) key = out.first(size);
+        expect_equal(out.first(written), key.substr(0, written), "the key of a smaller room begins that of a larger one");
+        if (has_end && room > size) expect(out[size] == 0, "a zero byte behind the key");
     }
     expect(key.find('\0') == string::npos, "no byte of the key is 0");
     return key;
 }
 
+void check_bounds(const Text &text, const string &key) {
+    for (const int bound : {GLU_BOUND_LOWER, GLU_BOUND_UPPER, GLU_BOUND_UPPER_LONG}) {
+        for (int passes = 1; passes <= 3; ++passes) {
+            const string of_key =
+                key_of([&](char *out, int n) { return ASK(glu_mbsSortKeyCollBound, l, out, key.c_str(), bound, passes, n); });
+            const string of_text =
+                key_of([&](char *out, int n) { return ASK(glu_mbsCollBound, l, out, text.mb.terminated, -1, bound, passes, n); });
+            expect_equal(of_key, of_text, "the bound of the text");
+            expect(bound == GLU_BOUND_LOWER ? of_text <= key : of_text >= key, "on its side of the key");
+            if (bound != GLU_BOUND_UPPER_LONG || text.count == 0 || passes > 1) continue;
+            const string longer = text.mb.all + "1";
+            expect(of_text >= key_of([&](char *out, int n) { return ASK(glu_mbsxfrm, l, out, longer.c_str(), n); }),
+                   "nor below the key of a text that goes on");
+        }
+    }
+}
+
 void check_order() {
     vector<string> keys;
     for (const Text &text : texts) {
-        const string mbs = bytes_of(text);
-        context = shown(mbs);
-        const Guarded terminated(mbs + nul), wides(values_of(text) + U'\0'), halves(units_of(text) + u'\0');
-        keys.push_back(key_of([&](char *out, int n) { return ASK(glu_mbsxfrm, l, out, terminated.bytes(), n); }, true));
-        expect_equal(key_of([&](char *out, int n) { return ASK(glu_ucs32xfrm, l, out, wide(wides), n); }, true), keys.back(),
+        context = shown(text.mb.all);
+        keys.push_back(key_of([&](char *out, int n) { return ASK(glu_mbsxfrm, l, out, text.mb.terminated, n); }));
+        expect_equal(key_of([&](char *out, int n) { return ASK(glu_ucs32xfrm, l, out, text.uc32.terminated, n); }), keys.back(),
                      "the key of the same text");
-        expect_equal(key_of([&](char *out, int n) { return ASK(glu_ucsxfrm, l, out, units(halves), n); }, true), keys.back(),
+        expect_equal(key_of([&](char *out, int n) { return ASK(glu_ucsxfrm, l, out, text.uc.terminated, n); }), keys.back(),
                      "the key of the same text");
-        for (const int bound : {GLU_BOUND_LOWER, GLU_BOUND_UPPER, GLU_BOUND_UPPER_LONG}) {
-            for (int passes = 1; passes <= 3; ++passes) {
-                const string of_text = key_of(
-                    [&](char *out, int n) { return ASK(glu_mbsCollBound, l, out, terminated.bytes(), -1, bound, passes, n); },
-                    true);
-                const string of_key = key_of(
-                    [&](char *out, int n) { return ASK(glu_mbsSortKeyCollBound, l, out, keys.back().c_str(), bound, passes, n); },
-                    true);
-                expect_equal(of_key, of_text, "the bound of the text");
-                expect(bound == GLU_BOUND_LOWER ? of_text <= keys.back() : of_text >= keys.back(), "on its side of the key");
-                if (bound != GLU_BOUND_UPPER_LONG || text.empty()) continue;
-                const string longer =
-                    key_of([&](char *out, int n) { return ASK(glu_mbsxfrm, l, out, (mbs + "1").c_str(), n); }, true);
-                entry = "glu_mbsCollBound";
-                if (passes == 1) expect(of_text >= longer, "nor below the key of a text that goes on");
-            }
-        }
+        check_bounds(text, keys.back());
     }
     for (size_t i = 0; i < texts.size(); ++i) {
         for (size_t j = 0; j < texts.size(); ++j) {
-            const int expected = sign(keys[i].compare(keys[j]));
-            const string mbs1 = bytes_of(texts[i]), mbs2 = bytes_of(texts[j]);
-            context = shown(mbs1) + " " + shown(mbs2);
-            const Guarded a(mbs1), b(mbs2), a0(mbs1 + nul), b0(mbs2 + nul), wa(values_of(texts[i])), wb(values_of(texts[j])),
-                ua(units_of(texts[i])), ub(units_of(texts[j]));
-            const auto n = [](size_t size) { return static_cast<int>(size); };
-            expect_result(sign(ASK(glu_mbscoll, l, a0.bytes(), -1, b0.bytes(), -1)), expected, "the order of the keys");
-            expect_result(sign(ASK(glu_mbscoll, l, a.bytes(), n(mbs1.size()), b.bytes(), n(mbs2.size()))), expected,
-                          "the order of the keys");
-            expect_result(sign(ASK(glu_ucs32coll, l, wide(wa), n(texts[i].size()), wide(wb), n(texts[j].size()))), expected,
-                          "the order of the keys");
-            expect_result(
-                sign(ASK(glu_ucscoll, l, units(ua), n(units_of(texts[i]).size()), units(ub), n(units_of(texts[j]).size()))),
-                expected, "the order of the keys");
+            const Text &a = texts[i], &b = texts[j];
+            context = shown(a.mb.all) + " " + shown(b.mb.all);
+            const auto expect_order = [&](int order) {
+                expect_result(sign(order), sign(keys[i].compare(keys[j])), "the order of the keys");
+            };
+            expect_order(ASK(glu_mbscoll, l, a.mb.terminated, -1, b.mb.terminated, -1));
+            expect_order(ASK(glu_mbscoll, l, a.mb.counted, a.mb.size, b.mb.counted, b.mb.size));
+            expect_order(ASK(glu_ucs32coll, l, a.uc32.counted, a.uc32.size, b.uc32.counted, b.uc32.size));
+            expect_order(ASK(glu_ucscoll, l, a.uc.counted, a.uc.size, b.uc.counted, b.uc.size));
         }
     }
     context.clear();
-    const gl_wchar ws[] = {'a', 0}, none[] = {'a', 0xD800, 0};
-    const uint16_t us[] = {'a', 0}, lone[] = {'a', 0xDC00, 0};
     expect(ASK(glu_mbscoll, l, "a", -1, "b", -1) < 0, "a is before b");
-    expect_failure(ASK(glu_mbscoll, l, "a", 1, "b", -1), 0, GL_EMIXEDLEN, "one length of -1");
-    expect_failure(ASK(glu_ucs32coll, l, ws, -1, ws, 1), 0, GL_EMIXEDLEN, "one length of -1");
-    expect_failure(ASK(glu_ucscoll, l, us, -1, us, 1), 0, GL_EMIXEDLEN, "one length of -1");
-    expect_failure(ASK(glu_mbscoll, l, "a", -2, "b", -2), 0, GL_EBADARG, "a negative length");
-    expect_result(sign(ASK(glu_mbscoll, l, "a\0b", 3, "a\0b", 3)), 0, "NUL in counted text");
+    expect_result(ASK(glu_mbscoll, l, "a\0b", 3, "a\0b", 3), 0, "NUL in counted text");
     expect(ASK(glu_mbscoll, l, "a\0b", 3, "a\0c", 3) < 0 && error == 0, "what is behind NUL in counted text counts");
-    expect_guards([](void *h, const char *s) { return ASK(glu_mbscoll, h, "a", -1, s, -1); }, 0);
-    expect_guards([](void *h, const char *s) { return ASK(glu_mbscoll, h, s, -1, s, -1); }, 0);
-    char out[64];
-    expect_guards([&](void *h, const char *s) { return ASK(glu_mbsxfrm, h, out, s, 64); }, -1);
-    expect_guards([&](void *h, const char *s) { return ASK(glu_mbsCollBound, h, out, s, -1, GLU_BOUND_LOWER, 1, 64); }, -1);
-    for (void *const h : {static_cast<void *>(nullptr), l}) {
-        const int number = h != nullptr ? GL_EILSEQ : GL_ENULLPTR;
-        expect_failure(ASK(glu_ucs32coll, h, none, 2, ws, 1), 0, number, "a value that is no character, or a null locale");
-        expect_failure(ASK(glu_ucscoll, h, lone, 2, us, 1), 0, number, "a lone surrogate, or a null locale");
-        expect_failure(ASK(glu_ucs32xfrm, h, out, none, 64), -1, number, "a value that is no character, or a null locale");
-        expect_failure(ASK(glu_ucsxfrm, h, out, lone, 64), -1, number, "a lone surrogate, or a null locale");
-        expect_failure(ASK(glu_mbsSortKeyCollBound, h, out, h != nullptr ? nullptr : "a", 0, 1, 64), -1, GL_ENULLPTR,
-                       "a null argument");
+}
+
+void check_order_version() {
+    const int length = ASK(glu_order_version, l, nullptr, 0);
+    expect(length > 0, "words");
+    const Guarded<char> whole(std::max(length, 0) + 1);
+    for (int room = length + 1; room >= 0; --room) {
+        const Guarded<char> out(room);
+        expect_equal(ASK(glu_order_version, l, room > length ? whole : out, room), length, "the length of the words");
+        if (room > 0 && room <= length) expect_equal(string(out), whole.first(room - 1), "what fits, with a terminator");
     }
-    for (const auto &[bound, passes] : {std::pair{3, 1}, {-1, 1}, {0, 0}, {0, -1}}) {
-        expect_failure(ASK(glu_mbsCollBound, l, out, "a", -1, bound, passes, 64), -1, GL_EBADARG, "no such bound");
-        expect_failure(ASK(glu_mbsSortKeyCollBound, l, out, keys.back().c_str(), bound, passes, 64), -1, GL_EBADARG,
-                       "no such bound");
-    }
+    expect_equal(ASK(glu_order_version, nullptr, whole, 1), -1, "a null locale");
 }
 
 // The optional order for indexes, of any bytes.
@@ -916,169 +881,135 @@ void check_index_order() {
     expect((x.glu_order_compare != nullptr) == has_order && (x.glu_order_key != nullptr) == has_order,
            "the three of the order for indexes come together");
     if (!has_order) return;
-    {
-        const int length = CALL(glu_order_version, l, nullptr, 0);
-        expect(length > 0, "words");
-        const Guarded whole(static_cast<size_t>(std::max(length, 0)) + 1);
-        expect_equal((CALL(glu_order_version, l, whole.bytes(), length + 1)), length, "the length of the words");
-        for (int room = 0; room <= length; ++room) {
-            const Guarded out(static_cast<size_t>(room));
-            expect_equal((CALL(glu_order_version, l, out.bytes(), room)), length, "the length of the words");
-            if (room > 0)
-                expect_equal(string(out.bytes()), whole.taken<char>(static_cast<size_t>(room) - 1), "what fits, with a terminator");
-        }
-        expect_equal((CALL(glu_order_version, nullptr, whole.bytes(), 1)), -1L, "a null locale");
-    }
-    vector<string> any;
-    for (const Text &text : texts) any.push_back(bytes_of(text));
-    for (const string &bytes : no_characters) any.push_back("a" + bytes + "b");
-    any.insert(any.end(), {string("\0", 1), string("a\0b", 3), string("a\0", 2), "\1\2", "\xFF\xFF\xFF", "\xF0\x9F"});
+    check_order_version();
+    vector<string> any = {string("\0", 1), string("a\0b", 3), string("a\0", 2), "\1\2", "\xFF\xFF\xFF", "\xF0\x9F"};
+    for (const Text &text : texts) any.push_back(text.mb.all);
+    for (const Guarded<char> &bytes : no_characters) any.push_back("a" + string(bytes) + "b");
+    const std::deque<Guarded<char>> counted(any.begin(), any.end());
     for (const int passes : {1, 2, 3, 9, -1}) {
         vector<string> keys;
-        for (const string &text : any) {
-            context = shown(text) + " " + shown(passes) + " passes";
-            const Guarded counted(text);
+        for (size_t i = 0; i < any.size(); ++i) {
+            context = shown(any[i]) + " " + shown(passes) + " passes";
+            const int size = any[i].size();
             const auto key = [&](int n) {
-                return key_of(
-                    [&](char *out, int room) {
-                        return ASK(glu_order_key, l, counted.bytes(), static_cast<int>(text.size()), n,
-                                   reinterpret_cast<unsigned char *>(out), room);
-                    },
-                    false);
+                const auto ask = [&](char *out, int room) {
+                    return ASK(glu_order_key, l, counted[i], size, n, reinterpret_cast<unsigned char *>(out), room);
+                };
+                return key_of(ask, false);
             };
             keys.push_back(key(passes));
             expect(key(-1).starts_with(keys.back()), "the key of fewer passes begins that of more");
-            if (text.find('\0') == string::npos)
-                expect_result(ASK(glu_order_key, l, (text + nul).c_str(), -1, passes, nullptr, 0),
-                              static_cast<int>(keys.back().size()), "a terminated text");
+            if (any[i].find('\0') == string::npos)
+                expect_result(ASK(glu_order_key, l, (any[i] + nul).c_str(), -1, passes, nullptr, 0), keys.back().size(),
+                              "a terminated text");
         }
         for (size_t i = 0; i < any.size(); ++i) {
             for (size_t j = 0; j < any.size(); ++j) {
                 context = shown(any[i]) + " " + shown(any[j]) + " " + shown(passes) + " passes";
-                const Guarded a(any[i]), b(any[j]);
-                expect_result(ASK(glu_order_compare, l, a.bytes(), static_cast<int>(any[i].size()), b.bytes(),
-                                  static_cast<int>(any[j].size()), passes),
+                const int size1 = any[i].size(), size2 = any[j].size();
+                expect_result(ASK(glu_order_compare, l, counted[i], size1, counted[j], size2, passes),
                               sign(keys[i].compare(keys[j])), "the order of the keys");
             }
         }
     }
     context.clear();
-    expect_failure(ASK(glu_order_compare, nullptr, "a", 1, "b", 1, -1), 0, GL_ENULLPTR, "a null locale");
-    expect_failure(ASK(glu_order_key, nullptr, "a", 1, -1, nullptr, 0), -1, GL_ENULLPTR, "a null locale");
+    expect_failure(ASK(glu_order_compare, nullptr, "a", 1, "b", 1, -1), GL_ENULLPTR, "a null locale");
+    expect_failure(ASK(glu_order_key, nullptr, "a", 1, -1, nullptr, 0), GL_ENULLPTR, "a null locale");
 }
 
 struct Conversion {
     int result, status, taken, left;
     string out;
 };
-// `in` lies before a guarded page, the room too; a terminated text has its length untold.
-Conversion convert(void *converter, const string &in, int room, bool reset, bool terminated = false, bool measures = false) {
-    const Guarded text(in), output(static_cast<size_t>(room));
-    const char *at = text.bytes();
-    char *to = output.bytes();
-    int inleft = static_cast<int>(in.size()), outleft = room, subst = 9, status = 0;
-    const int result = CALL(glu_cv_conv, converter, reset, &at, terminated ? nullptr : &inleft, measures ? nullptr : &to, &outleft,
-                            &subst, &status);
-    const auto taken = static_cast<int>(at - text.bytes());
-    if (!terminated) expect_equal(static_cast<long>(in.size()) - inleft, taken, "pointer and count of the input go together");
-    if (!measures)
-        expect_equal(static_cast<long>(room - outleft), static_cast<long>(to - output.bytes()),
-                     "pointer and count of the output go together");
-    expect(subst == 0 || subst == 1, "the substitution flag is set");
-    return {result, status, taken, outleft, measures ? "" : output.taken<char>(static_cast<size_t>(room - outleft))};
+// Input and room lie in front of a guarded page; a terminated text has its length untold.
+Conversion convert(void *converter, const string &in, int room, bool reset = true, bool terminated = false, bool measures = false) {
+    const Guarded<char> text(in), output(room);
+    const char *at = text;
+    char *to = output;
+    int left = in.size(), room_left = room, substituted = 9;
+    const int result =
+        ASK(glu_cv_conv, converter, reset, &at, terminated ? nullptr : &left, measures ? nullptr : &to, &room_left, &substituted);
+    const int taken = at - text, status = error;
+    if (!terminated) expect_equal(in.size() - left, taken, "pointer and count of the input go together");
+    if (!measures) expect_equal(room - room_left, to - output, "pointer and count of the output go together");
+    expect(substituted == 0 || substituted == 1, "the substitution flag is set");
+    return {result, status, taken, room_left, measures ? "" : output.first(room - room_left)};
+}
+
+void check_refusals_of_converter(void *converter) {
+    const char *at = "a", *const start = at;
+    char room[8], *to = room;
+    int one = 1, negative = -1, left = 8;
+    const auto refuses = [&](int number, const char *clause, void *h, const char **in, int *inleft, int *outleft) {
+        expect_failure(ASK(glu_cv_conv, h, 1, in, inleft, &to, outleft, nullptr), number, clause);
+    };
+    refuses(GL_ENULLPTR, "a null converter", nullptr, &at, &one, &left);
+    refuses(GL_ENULLPTR, "a null input", converter, nullptr, &one, &left);
+    refuses(GL_ENULLPTR, "a null output size", converter, &at, &one, nullptr);
+    refuses(GL_EBADARG, "a negative input", converter, &at, &negative, &left);
+    refuses(GL_EBADARG, "a negative output", converter, &at, &one, &negative);
+    expect(at == start && one == 1 && left == 8 && to == room, "and nothing is moved");
 }
 
 void check_pair(int source, int target) {
     constexpr int UTF8 = 57372;
-    context = "from " + shown(source) + " to " + shown(target);
-    int status = 0;
-    expect_equal((CALL(glu_useIcuCvtCall, source, target)), 1L, "converts the pair");
-    void *const converter = CALL(glu_cv_open, source, target, &status);
-    expect(converter != nullptr && status == 0, "opens a converter");
+    const string pair = "from " + shown(source) + " to " + shown(target);
+    context = pair;
+    expect_equal(ASK(glu_useIcuCvtCall, source, target), 1, "converts the pair");
+    void *const converter = ASK(glu_cv_open, source, target);
+    expect(converter != nullptr && error == 0, "opens a converter");
     if (converter == nullptr) return;
-    const char *const name = CALL(glu_getICUCvtName, converter);
+    const char *const name = ASK(glu_getICUCvtName, converter);
     expect(name != nullptr && *name != '\0', "a name");
-    const double expansion = CALL(glu_iconv_expansion, converter);
+    const double expansion = ASK(glu_iconv_expansion, converter);
     expect(expansion > 0, "a factor");
     // What both codesets have is told by the way there, and back where the extension has that.
-    void *const back = CALL(glu_useIcuCvtCall, target, source) == 1 ? CALL(glu_cv_open, target, source, nullptr) : nullptr;
+    void *const back = ASK(glu_useIcuCvtCall, target, source) == 1 ? ASK(glu_cv_open, target, source, nullptr) : nullptr;
+    void *const from_utf8 = source == UTF8 ? converter : target == UTF8 ? back : nullptr;
     string text = "abc 1";
-    const gl_wchar SOME[] = {0xE9, 0xE4, 0x17E, 0x416, 0x3042, 0x65E5, 0x1F600, 'z'};
-    for (const gl_wchar value : SOME) {
-        string utf8;
-        const auto put = [&](unsigned byte) { utf8 += static_cast<char>(byte); };
-        if (value < 0x80)
-            put(value);
-        else if (value < 0x800)
-            put(0xC0 | value >> 6), put(0x80 | (value & 63));
-        else if (value < 0x10000)
-            put(0xE0 | value >> 12), put(0x80 | (value >> 6 & 63)), put(0x80 | (value & 63));
-        else
-            put(0xF0 | value >> 18), put(0x80 | (value >> 12 & 63)), put(0x80 | (value >> 6 & 63)), put(0x80 | (value & 63));
-        void *const from_utf8 = source == UTF8 ? converter : target == UTF8 ? back : nullptr;
-        if (from_utf8 == nullptr) continue;
-        const Conversion known = convert(from_utf8, utf8, 16, true);
-        if (known.result == 0)
+    for (const string utf8 : {"\u00E9", "\u00E4", "\u017E", "\u0416", "\u3042", "\u65E5", "\U0001F600", "z"}) {
+        if (from_utf8 == nullptr) break;
+        const Conversion known = convert(from_utf8, utf8, 16);
+        if (known.result == 0) {
             text += source == UTF8 ? utf8 : known.out;
-        else
-            expect(known.status == GL_EILSEQ && known.taken == 0,
-                   "a character that the target lacks is GL_EILSEQ, and the place is on it");
-        if (known.result != 0 && source == UTF8) {
-            const Conversion within = convert(converter, "a" + utf8 + "b", 16, true);
-            expect(within.result == -1 && within.status == GL_EILSEQ && within.taken == 1,
-                   "the place is on the character that the target lacks");
+            continue;
         }
+        expect(known.status == GL_EILSEQ && known.taken == 0, "a character that the target lacks is GL_EILSEQ, the place is on it");
+        const Conversion within = convert(from_utf8, "a" + utf8 + "b", 16);
+        expect(within.result == -1 && within.status == GL_EILSEQ && within.taken == 1, "the place is on what the target lacks");
     }
-    const Conversion whole = convert(converter, text, 4096, true), measured = convert(converter, text, 4096, true, false, true);
-    const auto size = static_cast<int>(whole.out.size());
-    expect(whole.result == 0 && whole.status == 0 && whole.taken == static_cast<int>(text.size()), "converts a text");
+    const int in_size = text.size();
+    const Conversion whole = convert(converter, text, 4096), measured = convert(converter, text, 4096, true, false, true);
+    const int size = whole.out.size();
+    expect(whole.result == 0 && whole.status == 0 && whole.taken == in_size, "converts a text");
     expect(measured.result == 0 && measured.left == 4096 - size, "measures without an output");
-    expect(size <= expansion * static_cast<double>(text.size()) + 8, "the factor suffices");
-    if (back != nullptr) expect_equal(convert(back, whole.out, 4096, true).out, text, "there and back");
-    for (int room = 0; room <= size; ++room) {
-        context = "from " + shown(source) + " to " + shown(target) + ", room " + shown(room);
-        const Conversion part = convert(converter, text, room, true);
-        if (room == size)
-            expect(part.result == 0 && part.out == whole.out, "room for all is enough");
-        else
-            expect(part.result == -1 && part.status == GL_E2BIG && part.taken < static_cast<int>(text.size()),
-                   "too little room is GL_E2BIG");
-        if (room < size && part.result == -1)
-            expect_equal(part.out + convert(converter, text.substr(static_cast<size_t>(part.taken)), 4096, false).out, whole.out,
+    expect(size <= expansion * in_size + 8, "the factor suffices");
+    if (back != nullptr) expect_equal(convert(back, whole.out, 4096).out, text, "there and back");
+    for (int room = 0; room < size; ++room) {
+        context = pair + ", room " + shown(room);
+        const Conversion part = convert(converter, text, room);
+        expect(part.result == -1 && part.status == GL_E2BIG && part.taken < in_size, "too little room is GL_E2BIG");
+        if (part.result == -1)
+            expect_equal(part.out + convert(converter, text.substr(part.taken), 4096, false).out, whole.out,
                          "goes on where the room ended");
     }
-    context = "from " + shown(source) + " to " + shown(target);
-    const Conversion ended = convert(converter, "ab" + string(1, '\0'), 64, true, true);
-    expect(ended.result == 0 && ended.taken == 3 &&
-               ended.out.size() == convert(converter, "ab" + string(1, '\0'), 64, true).out.size(),
-           "a terminated text, with its terminator");
-    expect_equal(convert(converter, "", 0, true).result, 0L, "no input");
-    if (source == UTF8)
-        for (const char *bytes : {"\xFF", "\xE6\x97", "\xC0\x80"}) {
-            const Conversion bad = convert(converter, text + bytes, 4096, true);
-            expect(bad.result == -1 && bad.status == 0 && bad.taken == static_cast<int>(text.size()),
-                   "bytes that are no character, or a part: -1, the status as it was, and the place is on them");
-            expect_equal(bad.out + convert(converter, text, 4096, false).out, whole.out + whole.out, "the states are those of it");
-        }
-    const char *at = "a";
-    char room[8], *to = room;
-    int one = 1, negative = -1, outleft = 8;
-    const auto expect_refusal = [&](int result, int number, const char *clause) {
-        expect(result == -1 && status == number, clause);
-    };
-    expect_refusal((status = 0, CALL(glu_cv_conv, nullptr, 1, &at, &one, &to, &outleft, nullptr, &status)), GL_ENULLPTR,
-                   "a null converter");
-    expect_refusal((status = 0, CALL(glu_cv_conv, converter, 1, nullptr, &one, &to, &outleft, nullptr, &status)), GL_ENULLPTR,
-                   "a null input");
-    expect_refusal((status = 0, CALL(glu_cv_conv, converter, 1, &at, &one, &to, nullptr, nullptr, &status)), GL_ENULLPTR,
-                   "a null output size");
-    expect_refusal((status = 0, CALL(glu_cv_conv, converter, 1, &at, &negative, &to, &outleft, nullptr, &status)), GL_EBADARG,
-                   "a negative input");
-    expect_refusal((status = 0, CALL(glu_cv_conv, converter, 1, &at, &one, &to, &negative, nullptr, &status)), GL_EBADARG,
-                   "a negative output");
-    expect(one == 1 && outleft == 8 && to == room, "and nothing is moved");
-    expect_equal((CALL(glu_cv_close, converter)), 0L, "closes");
-    if (back != nullptr) CALL(glu_cv_close, back);
+    context = pair;
+    expect_equal(convert(converter, text, size).out, whole.out, "room for all is enough");
+    const string with_end("ab\0", 3);
+    const Conversion ended = convert(converter, with_end, 64, true, true);
+    expect(ended.result == 0 && ended.taken == 3, "a terminated text");
+    expect_equal(ended.out, convert(converter, with_end, 64).out, "a terminated text, with its terminator");
+    expect_equal(convert(converter, "", 0).result, 0, "no input");
+    for (const string bytes : {"\xFF", "\xE6\x97", "\xC0\x80"}) {
+        if (source != UTF8) break;
+        const Conversion bad = convert(converter, text + bytes, 4096);
+        expect(bad.result == -1 && bad.status == 0 && bad.taken == in_size,
+               "bytes that are no character, or a part: -1, the status as it was, and the place is on them");
+        expect_equal(bad.out + convert(converter, text, 4096, false).out, whole.out + whole.out, "the states are those of it");
+    }
+    check_refusals_of_converter(converter);
+    expect_equal(ASK(glu_cv_close, converter), 0, "closes");
+    if (back != nullptr) ASK(glu_cv_close, back);
 }
 
 void check_conversions() {
@@ -1091,20 +1022,19 @@ void check_conversions() {
     entry = "glu_cv_close";
     expect_equal(live.load(), after_first, "gives back the memory of a converter");
     for (const auto &[source, target] : {std::pair{-1, 57372}, {57372, 57344}, {INT_MAX, INT_MIN}}) {
-        int status = 0;
-        expect_equal((CALL(glu_useIcuCvtCall, source, target)), 0L, "no codesets");
-        expect(CALL(glu_cv_open, source, target, &status) == nullptr && status == GL_EINVAL, "no codesets");
+        expect_equal(ASK(glu_useIcuCvtCall, source, target), 0, "no codesets");
+        expect_failure(ASK(glu_cv_open, source, target), GL_EINVAL, "no codesets");
     }
-    expect_equal((CALL(glu_cv_close, nullptr)), -1L, "a null converter");
-    expect(CALL(glu_iconv_expansion, nullptr) == 0, "a null converter");
-    expect(CALL(glu_getICUCvtName, nullptr) == nullptr, "a null converter");
+    expect_failure(ASK(glu_cv_close, nullptr), 0, "a null converter");
+    expect(ASK(glu_iconv_expansion, nullptr) == 0, "a null converter");
+    expect_failure(ASK(glu_getICUCvtName, nullptr), 0, "a null converter");
 }
 
-// Repeats a call that asks for memory, with the n-th request refused, and all behind it.
-template <class Ask> void with_refusals(const char *what, Ask ask) {
+// Repeats a call that asks for memory, with the n-th request refused, and all behind it. It tells whether the call was done.
+template <class Ask> void with_refusals(const string &what, Ask ask) {
     bool was_refused = true;
     for (long n = 1; was_refused && n < 4000; ++n) {
-        context = what + (", request " + shown(n)) + " of memory refused";
+        context = what + ", request " + shown(n) + " of memory refused";
         error = 0, asked = 0, refuse_from = n;
         const bool done = ask();
         was_refused = asked >= n;
@@ -1115,33 +1045,32 @@ template <class Ask> void with_refusals(const char *what, Ask ask) {
 }
 
 void check_memory() {
-    const string many = bytes_of(texts.back());
+    const Text &many = texts.back();
+    const string longer = many.mb.all + "b";
     vector<char> out(65536);
     with_refusals("clone", [] {
         void *const handle = ASK(glu_lc_clone, l);
         return x.glu_lc_close(handle), handle != nullptr;
     });
-    with_refusals("compare", [&] { return ASK(glu_mbscoll, l, many.c_str(), -1, (many + "b").c_str(), -1) != 0 || error == 0; });
-    with_refusals("key", [&] { return ASK(glu_mbsxfrm, l, out.data(), many.c_str(), 65536) >= 0; });
-    with_refusals("upper", [&] { return ASK(glu_mbstoupper, l, out.data(), many.c_str()) >= 0; });
+    with_refusals("compare", [&] { return ASK(glu_mbscoll, l, many.mb.terminated, -1, longer.c_str(), -1) != 0 || error == 0; });
+    with_refusals("key", [&] { return ASK(glu_mbsxfrm, l, out.data(), many.mb.terminated, 65536) >= 0; });
+    with_refusals("upper", [&] { return ASK(glu_mbstoupper, l, out.data(), many.mb.terminated) >= 0; });
     with_refusals("put", [&] {
-        memcpy(out.data(), many.c_str(), many.size() + 1);
+        memcpy(out.data(), many.mb.terminated, many.mb.size + nul.size());
         return ASK(glu_putmbsi, l, out.data(), 3, "a") != nullptr;
     });
 }
 
 void check_memory_of_files() {
     with_refusals("loading", [] {
-        int status = 0;
-        data = CALL(glu_loadIcuData, data_path.c_str(), 0, &status);
-        if (data != nullptr) map = CALL(glu_loadMapData, (etc + "locmap").c_str(), &status);
+        data = ASK(glu_loadIcuData, data_path.c_str(), 0);
+        if (data != nullptr) map = ASK(glu_loadMapData, (etc + "locmap").c_str());
         const bool done = data != nullptr && map != nullptr;
-        CALL(glu_unloadIcuData, std::exchange(data, nullptr));
-        CALL(glu_unloadMapData, std::exchange(map, nullptr));
-        error = static_cast<int16_t>(status);
+        x.glu_unloadIcuData(std::exchange(data, nullptr));
+        x.glu_unloadMapData(std::exchange(map, nullptr));
         return done;
     });
-    expect_equal(live.load(), 0L, "a failed loading gives back all memory");
+    expect_equal(live.load(), 0, "a failed loading gives back all memory");
 }
 
 // What a host does first, and what it gets for it: where memory is out, as far as that goes, and the next time the rest.
@@ -1154,32 +1083,38 @@ string begin() {
         "\u65E5\u672C",        "\u6F22",           "\uAC00",           "\u3042\u30FC", "\u0390",       "\U00020000"};
     static void *locales[std::size(NAMES)], *converters[16];
     string result;
-    int status = 0;
-    const auto done = [](int number) { expect(number == 0 || number == GL_ENOMEM, "a failure for want of memory is GL_ENOMEM"); };
-    if (data == nullptr) data = CALL(glu_loadIcuData, data_path.c_str(), 0, &status);
-    if (data != nullptr && map == nullptr) map = CALL(glu_loadMapData, (etc + "locmap").c_str(), &status);
-    done(status);
+    const auto done = [] { expect(error == 0 || error == GL_ENOMEM, "a failure for want of memory is GL_ENOMEM"); };
+    if (data == nullptr) data = ASK(glu_loadIcuData, data_path.c_str(), 0), done();
+    if (data != nullptr && map == nullptr) map = ASK(glu_loadMapData, (etc + "locmap").c_str()), done();
     for (size_t i = 0; map != nullptr && i < std::size(NAMES); ++i) {
-        if (CALL(glu_useIcuLocCall, NAMES[i], GL_CAT_COLLATE) == 0) continue;
-        if (locales[i] == nullptr) locales[i] = ASK(glu_lc_open, NAMES[i], map), done(error);
+        if (ASK(glu_useIcuLocCall, NAMES[i], GL_CAT_COLLATE) == 0) continue;
+        if (locales[i] == nullptr) locales[i] = ASK(glu_lc_open, NAMES[i], map), done();
         if (locales[i] == nullptr) continue;
         char out[1024] = "";
-        if (x.glu_order_version != nullptr) CALL(glu_order_version, locales[i], out, 1024);
+        if (x.glu_order_version != nullptr) ASK(glu_order_version, locales[i], out, 1024);
         result += out;
         for (const char *const one : WORDS) {
-            for (const char *const other : WORDS)
-                result += sign(ASK(glu_mbscoll, locales[i], one, -1, other, -1)) + '=', done(error);
+            for (const char *const other : WORDS) result += sign(ASK(glu_mbscoll, locales[i], one, -1, other, -1)) + '=', done();
             if (ASK(glu_mbsxfrm, locales[i], out, one, 1024) >= 0) result += out;
-            done(error);
+            done();
             if (ASK(glu_mbstoupper, locales[i], out, one) >= 0) result += out;
-            done(error);
+            done();
         }
     }
     for (size_t i = 0; map != nullptr && i < pairs.size(); ++i) {
-        if (converters[i] == nullptr) converters[i] = CALL(glu_cv_open, pairs[i].first, pairs[i].second, &status), done(status);
-        if (converters[i] != nullptr) result += shown(convert(converters[i], "abc", 64, true).out);
+        if (converters[i] == nullptr) converters[i] = ASK(glu_cv_open, pairs[i].first, pairs[i].second), done();
+        if (converters[i] != nullptr) result += shown(convert(converters[i], "abc", 64).out);
     }
     return result;
+}
+
+// What a function returns in a process of its own, or -1 where it crashes or hangs.
+template <class Function> int status_of_child(Function function) {
+    const pid_t child = fork();
+    if (child == 0) _exit(function());
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 // Some n-th request of memory is refused to a process that has not used the extension before, or all from there on; or each n-th.
@@ -1191,8 +1126,7 @@ void check_cold_start(bool all) {
     for (const bool once : {true, false}) {
         for (long n = 0; n <= *requests; n += all ? 1 : *requests / 100 + 1) {
             context = "request " + shown(n) + (once ? "" : " and all others") + " of memory refused to a fresh process";
-            const pid_t child = fork();
-            if (child == 0) {
+            const int status = status_of_child([&] {
                 alarm(60);
                 hand_over();
                 if (n > 0) refuse_from = n, refuse_to = once ? n : LONG_MAX;
@@ -1200,12 +1134,10 @@ void check_cold_start(bool all) {
                 refuse_from = LONG_MAX;
                 if (n == 0) *requests = asked, memcpy(expected, first.c_str(), std::min(first.size() + 1, SIZE - sizeof *requests));
                 expect(begin() == expected, "all is as ever when there is memory again");
-                _exit(breaches == 0 ? 0 : 1);
-            }
-            int status = 0;
-            waitpid(child, &status, 0);
-            expect(WIFEXITED(status), "neither crashes nor hangs");
-            if (WIFEXITED(status)) breaches += WEXITSTATUS(status);
+                return breaches == 0 ? 0 : 1;
+            });
+            expect(status >= 0, "neither crashes nor hangs");
+            breaches += std::max(status, 0);
         }
     }
     context.clear();
@@ -1214,8 +1146,7 @@ void check_cold_start(bool all) {
 
 // Another user of what the extension stands on, here a copy of it, goes on when the extension is unloaded.
 void check_other_user() {
-    const pid_t child = fork();
-    if (child == 0) {
+    const int status = status_of_child([] {
         start();
         char copy[] = "/tmp/extension_XXXXXX";
         close(mkstemp(copy));
@@ -1226,20 +1157,19 @@ void check_other_user() {
         unlink(copy);
         const std::tuple second(x, library, data, map, l);
         std::tie(x, library, data, map, l) = first;
-        CALL(glu_lc_close, l), CALL(glu_unloadIcuData, data), CALL(glu_unloadMapData, map), dlclose(library);
+        ASK(glu_lc_close, l), ASK(glu_unloadIcuData, data), ASK(glu_unloadMapData, map), dlclose(library);
         std::tie(x, library, data, map, l) = second;
         void *const other = ASK(glu_lc_open, "ja_jp/e01c.lco", map);
         for (void *const handle : {l, other})
-            if (handle != nullptr) expect(ASK(glu_mbscoll, handle, "a", -1, "b", -1) < 0, "goes on"), CALL(glu_lc_close, handle);
-        _exit(breaches == 0 ? 0 : 1);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
+            if (handle != nullptr) expect(ASK(glu_mbscoll, handle, "a", -1, "b", -1) < 0, "goes on"), ASK(glu_lc_close, handle);
+        return breaches == 0 ? 0 : 1;
+    });
     expect(status == 0, "another user of what the extension stands on goes on when it is unloaded");
 }
 
 void check_texts() {
-    check_characters(), check_transfers(), check_steps(), check_widths(), check_case(), check_order(), check_index_order();
+    check_refusals(), check_characters(), check_transfers(), check_steps(), check_widths(), check_case(), check_order(),
+        check_index_order();
 }
 
 // What a test of a section leaves of the process.
@@ -1358,19 +1288,16 @@ constexpr const char *NAMES[] = {"", QBGL_EXTENSION_ENTRY_POINTS(NAME) QBGL_EXTE
 // Runs with each fault in a process of its own. Returns how many are not found.
 int run_faults() {
     int planted = 0, missed = 0;
-    for (int index = 1; index < static_cast<int>(std::size(NAMES)); ++index) {
+    for (int index = 1; index < std::ssize(NAMES); ++index) {
         for (const Fault fault : {Fault::RESULT, Fault::NO_ERROR, Fault::LENGTH, Fault::LOCALE}) {
-            const pid_t child = fork();
-            if (child == 0) {
+            const int status = status_of_child([&] {
                 quiet = true;
                 to_plant = {index, static_cast<int>(fault)};
-                _exit(run());
-            }
-            int status = 0;
-            waitpid(child, &status, 0);
-            if (WIFEXITED(status) && WEXITSTATUS(status) == NO_FAULT) continue;
+                return run();
+            });
+            if (status == NO_FAULT) continue;
             ++planted;
-            if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) continue;
+            if (status != 0) continue;
             ++missed;
             fprintf(stderr, "%s: fault %d is not found\n", NAMES[index], static_cast<int>(fault));
         }
