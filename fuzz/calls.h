@@ -36,20 +36,13 @@ inline void choose_texts(Scene &scene, const std::vector<Character> &characters)
         std::replace(values.begin(), values.end(), 0U, 1U);
         scene.wides.push_back(values);
     }
-    scene.words = {"",
-                   "default.lco",
-                   "native",
-                   "ja_jp.sjis",
-                   "de_de.utf8@euro",
-                   "ja_jp/e006.lco",
-                   "<A><j0104><B>",
-                   "<a\\<b>",
-                   "42",
-                   "GL_CTYPE = en_us.819 ; GL_COLLATE = en_us.819 ; GL_NUMERIC = en_us.819 ; GL_MONETARY = en_us.819 ; "
-                   "GL_TIME = en_us.819 ; GL_MESSAGES = en_us.819 ; ",
-                   "GL_CTYPE = default.lco GL_TIME = native",
-                   "sjis",
-                   "utf8"};
+    constexpr const char *SIX =
+        "GL_CTYPE = en_us.819 ; GL_COLLATE = en_us.819 ; GL_NUMERIC = en_us.819 ; GL_MONETARY = en_us.819 ; "
+        "GL_TIME = en_us.819 ; GL_MESSAGES = en_us.819 ; ";
+    constexpr const char *TWO = "GL_CTYPE = default.lco GL_TIME = native";
+    scene.words = {
+        "",  "default.lco", "native", "ja_jp.sjis", "de_de.utf8@euro", "ja_jp/e006.lco", "<A><j0104><B>", "<a\\<b>", "42",
+        SIX, TWO,           "sjis",   "utf8"};
     std::string own = scene.words[in.below(static_cast<unsigned>(scene.words.size()))];
     for (unsigned changes = in.below(4); changes > 0; --changes)
         own.insert(in.byte() % (own.size() + 1), 1, static_cast<char>(in.byte() | 1));

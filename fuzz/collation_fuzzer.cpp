@@ -22,7 +22,7 @@ std::string key_of(auto transform) {
 }
 
 // Both with their terminators.
-void compare(gl_locale *l, const CollatedText &a, const CollatedText &b, int order, const std::string &key) {
+void check(gl_locale *l, const CollatedText &a, const CollatedText &b, int order, const std::string &key) {
     const char *const s = a.bytes.c_str(), *const t = b.bytes.c_str();
     for (const auto compare : {gl_mbscoll, _gl_im_mbscoll}) require(sign(compare(l, s, t)) == order);
     for (const auto compare : {gl_mbfscoll, _qbx_gl_im_mbfscoll}) {
@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         const std::string key = model.key(a.chars), end(1, '\0');
         require(sign(key.compare(model.key(b.chars))) == order);
         a += end, b += end;
-        compare(locale, a, b, order, key);
+        check(locale, a, b, order, key);
     }
     gl_lc_unload(locale);
     return 0;

@@ -11,24 +11,6 @@ namespace {
 
 const std::string OTHER_CODESET = "; is the text in another codeset (-f)? -c leaves such bytes out";
 
-std::string sample(const std::string &name) { return read_file(QBGL_SOURCE_DIR "/examples/text/" + name + ".txt"); }
-
-TEST(Client, TextsGoThereAndBackWhereverBlocksAreCut) {
-    const std::pair<const char *, std::string> CASES[] = {
-        {"japanese", "ccsid930"}, {"japanese", "unicode"}, {"chinese_simplified", "gb18030"}, {"german", "ebcdic"}};
-    for (const auto &[text, codeset] : CASES) {
-        SCOPED_TRACE(codeset);
-        const std::string original = sample(text).substr(0, 700);
-        const std::string whole = original.substr(0, original.rfind('\n') + 1);
-        const Result there = qbgl("conv -t " + codeset, whole);
-        ASSERT_EQ(there.status, 0) << there.err;
-        for (const size_t chunk : {1, 3}) {
-            EXPECT_EQ(qbgl("conv -t " + codeset, whole, chunk).out, there.out) << chunk;
-            EXPECT_EQ(qbgl("conv -f " + codeset, there.out, chunk).out, whole) << chunk;
-        }
-    }
-}
-
 TEST(Client, MessagesTellPlaceBytesReasonAndRemedy) {
     const std::string at = "qbgl: standard input:";
     const std::string similar = " by similar characters (--report names them, --strict refuses them)";
@@ -301,7 +283,8 @@ TEST(Client, EightMebibytesSufficeForAnyText) {
     GTEST_SKIP() << "the sanitizer needs memory of its own";
 #endif
     std::string text;
-    for (const std::string original = sample("german"); text.size() < (64U << 20);) text += original;
+    for (const std::string original = read_file(QBGL_SOURCE_DIR "/examples/text/german.txt"); text.size() < (64U << 20);)
+        text += original;
     const Result result = run({"prlimit", "--data=8388608", QBGL, "conv", "-t", "8859-1"}, text);
     EXPECT_EQ(result.status, 0) << result.err;
     const auto two_byte_characters = std::count_if(text.begin(), text.end(), [](char c) { return c == '\xC2' || c == '\xC3'; });

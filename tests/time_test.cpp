@@ -184,6 +184,11 @@ TEST(DateText, OutlastsHostileObjects) {
         }
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << format;
     }
+    for (const char *text : {"a999999999", "b999999999", "a0", "b0", "c1", "a", "b"}) { // no year is beyond those of a gl_tm
+        gl_tm tm{};
+        gl_mbsptime(locale.get(), text, "%EC%Ey", &tm);
+        gl_mbsptime(locale.get(), text, "%EC", &tm);
+    }
 }
 
 TEST(DateReading, TellsTheDay) {
