@@ -271,11 +271,6 @@ TEST(Multi, ANodeStandsForThoseLikeIt) {
         EXPECT_EQ(find(table, probe), find(model, probe)) << testing::PrintToString(probe);
         EXPECT_EQ(find(again, probe), find(model, probe)) << testing::PrintToString(probe);
     }
-    for_each_fault(Operation::allocate, Lasting::once, [&text](const Faults &faults) {
-        const Table starved = new_table();
-        if (!starved || scan(starved, text)) return;
-        EXPECT_TRUE(faults.hit());
-    });
 }
 
 void expect_malformed(int error, std::initializer_list<string> texts) {

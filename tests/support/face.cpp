@@ -346,23 +346,18 @@ void convert_date(Scene &s, auto function) {
     function(s.locale, &date, &date);
 }
 
+char *some_room(Scene &s) { return s.out(); }
+gl_wchar *some_wide_room(Scene &s) { return s.wide_out(); }
+
 // Any record and any format, and what comes of it read back.
-void write_date(Scene &s, auto function) {
+void write_date(Scene &s, auto write, auto read, auto room, auto text) {
     gl_tm date = {s.small(), s.small(), s.small(), 0,         s.small(), s.small(), 0, static_cast<int32_t>(s.mask()),
                   s.small(), s.small(), 0,         s.small(), s.small()};
-    char *out = s.out();
-    const char *format = s.terminated();
-    function(s.locale, out, s.room(), s.or_null(format), &date);
-    const char *text = s.terminated();
-    gl_mbsptime(s.locale, text, s.terminated(), &date);
-}
-void write_wide_date(Scene &s, auto function) {
-    gl_tm date = {s.small(), s.small(), s.small(), 0, s.small(), s.small(), 0, static_cast<int32_t>(s.mask()), 0, 0, 0, 0, 0};
-    gl_wchar *out = s.wide_out();
-    const gl_wchar *format = s.wide_terminated();
-    function(s.locale, out, s.room(), s.or_null(format), &date);
-    const gl_wchar *text = s.wide_terminated();
-    gl_wcsptime(s.locale, text, s.wide_terminated(), &date);
+    auto *out = room(s);
+    const auto *format = (s.*text)();
+    write(s.locale, out, s.room(), s.or_null(format), &date);
+    const auto *written = (s.*text)();
+    read(s.locale, written, (s.*text)(), &date);
 }
 void name_zones(Scene &s, auto function) {
     const char *const names[] = {s.terminated(), nullptr, s.terminated()};
@@ -571,8 +566,8 @@ std::vector<Call> table() {
     WITH(nothing, (nullptr, s.small(), s.out(), s.room()), gl_locale_name, gl_codeset_name);
 
     // Dates as text
-    BY(locale, write_date(s, f), gl_mbsftime);
-    BY(locale, write_wide_date(s, f), gl_wcsftime);
+    BY(locale, write_date(s, f, gl_mbsptime, some_room, &Scene::terminated), gl_mbsftime);
+    BY(locale, write_date(s, f, gl_wcsptime, some_wide_room, &Scene::wide_terminated), gl_wcsftime);
     BY(locale, name_zones(s, f), gl_set_zone_names);
 
     // Amounts as text
