@@ -137,16 +137,9 @@ TEST(CodeSpace, EveryScalarValueIsACharacterOfUtf8) {
             EXPECT_FALSE(checker.is_character(none)) << testing::PrintToString(none);
         // What the platform does not know: pictures, ideographs, others; noncharacters.
         const unsigned narrow = GL_CLASS_GRAPH | GL_CLASS_PRINT, wide = narrow | checker.full_width();
-        for (const auto &[code, classes] : {std::pair(0x1FAE8u, wide),
-                                            {0x3FFFDu, wide},
-                                            {0x2FFFFu, narrow},
-                                            {0x378u, narrow},
-                                            {0xA4C7u, narrow},
-                                            {0x40000u, narrow},
-                                            {0xEFFFFu, narrow},
-                                            {0xFFFFu, narrow},
-                                            {0x10FFFFu, narrow}})
-            EXPECT_EQ(checker.classes_of(utf8_of(code)), classes) << std::hex << code;
+        for (const uint32_t code : {0x1FAE8, 0x3FFFD}) EXPECT_EQ(checker.classes_of(utf8_of(code)), wide) << std::hex << code;
+        for (const uint32_t code : {0x2FFFF, 0x378, 0xA4C7, 0x40000, 0xEFFFF, 0xFFFF, 0x10FFFF})
+            EXPECT_EQ(checker.classes_of(utf8_of(code)), narrow) << std::hex << code;
     }
 }
 

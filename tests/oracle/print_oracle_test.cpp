@@ -163,45 +163,29 @@ struct Scan {
     std::vector<Conversion> conversions;
 };
 
+// The words of a text, with the locale's separator for each S and its point for each P.
+std::vector<std::string> words_of(const std::string &text, const std::string &separator, const std::string &point) {
+    std::vector<std::string> words(1);
+    for (const char c : text) {
+        if (c == ' ')
+            words.emplace_back();
+        else
+            words.back() += c == 'S' ? separator : c == 'P' ? point : std::string(1, c);
+    }
+    return words;
+}
+
 Scan random_scan(Random &random, gl_locale *locale) {
     const auto one_of = [&random](const auto &list) {
         return std::string(list[random.below(static_cast<unsigned>(std::size(list)))]);
     };
     const std::string separator = gl_langinfo(locale, GL_THOUSEP), point = gl_langinfo(locale, GL_RADIXCHAR),
                       name = gl_langinfo(locale, GL_MON_8);
-    const std::string numbers[] = {"0",
-                                   "7",
-                                   "-12",
-                                   "+345",
-                                   "0x1f",
-                                   "-0XAB",
-                                   "077",
-                                   "08",
-                                   "2147483648",
-                                   "-99999999999999999999",
-                                   "1" + separator + "234" + separator + "567",
-                                   "12" + separator + "34",
-                                   "0x",
-                                   "-",
-                                   "65536"};
-    const std::string reals[] = {"0" + point + "5",
-                                 "-" + point + "25",
-                                 "1e10",
-                                 "1e",
-                                 "1E-400",
-                                 "3" + point,
-                                 "123456" + point + "789e-3",
-                                 "inf",
-                                 "-INFINITY",
-                                 "infi",
-                                 "nan",
-                                 "0x1p4",
-                                 "0x" + point + "8",
-                                 "1" + separator + "234" + point + "5",
-                                 "1.5",
-                                 "9007199254740993",
-                                 "1e400",
-                                 "0x1" + point + "fp"};
+    const auto numbers =
+        words_of("0 7 -12 +345 0x1f -0XAB 077 08 2147483648 -99999999999999999999 1S234S567 12S34 0x - 65536", separator, point);
+    const auto reals = words_of("0P5 -P25 1e10 1e 1E-400 3P 123456P789e-3 inf -INFINITY infi nan 0x1p4 0xP8 1S234P5 1.5 "
+                                "9007199254740993 1e400 0x1Pfp",
+                                separator, point);
     const std::string words[] = {"abc", "x", name, "a]b", "%", "it's", "]-^", name + "9", "\t"};
     constexpr const char *SETS[] = {"[a-z]", "[^ ,]", "[]x]", "[^]]", "[0-9.]", "[a-]", "[-x]", "[^a]"};
     constexpr const char *LENGTHS[] = {"", "", "hh", "h", "l", "ll", "j", "z", "t"},
