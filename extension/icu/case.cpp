@@ -43,9 +43,10 @@ template <Case TO> int map_character(void *locale, char *dst, const char *src, i
     const Decoded one = characters.decode(src, len);
     if (!one) return fail(error, one.length == CUT ? GL_EINVAL : one.error(), 0);
     char bytes[Codeset::LONGEST]; // dst may be src
-    int written = characters.encode(bytes, map_one<TO>(own, one.value));
+    const UChar32 mapped = map_one<TO>(own, one.value);
+    int written = mapped != one.value ? characters.encode(bytes, mapped) : NO_CHARACTER;
     if (written == NO_MEMORY) return fail(error, GL_ENOMEM, 0);
-    if (written == NO_CHARACTER) { // the codeset lacks the other case
+    if (written == NO_CHARACTER) { // it has none, or the codeset lacks it
         written = one.length;
         memcpy(bytes, src, static_cast<size_t>(written));
     }

@@ -107,7 +107,9 @@ char *glu_putmbsi(void *locale, char *s, int i, const char *new_char, int16_t *e
     char bytes[Codeset::LONGEST]; // the new character may stand in the text
     memcpy(bytes, new_char, static_cast<size_t>(newer.length));
     const char *const rest = place + older.length;
-    memmove(place + newer.length, rest, strlen(rest) + 1);
+    const int size = glu_mbsbytes(locale, rest, error);
+    if (size == 0) return nullptr;
+    memmove(place + newer.length, rest, static_cast<size_t>(size));
     memcpy(place, bytes, static_cast<size_t>(newer.length));
     return place;
 }

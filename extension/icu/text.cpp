@@ -89,7 +89,7 @@ template <class Unit> int encode_text(void *locale, char *dst, int n, const Unit
     if (dst == nullptr && n > 0) return fail(error, GL_ENULLPTR, -1);
     Characters characters(as_locale(locale)->codeset());
     int written = 0;
-    for (Units<Unit> source(src, len); !source.at_end();) {
+    for (Units<Unit> source(src, len); written < n && !source.at_end();) {
         const UChar32 value = source.next();
         char bytes[Codeset::LONGEST];
         const int length = value >= 0 ? characters.encode(bytes, value) : NO_CHARACTER;

@@ -4,6 +4,7 @@
 #include "qbnxdl/served.h"
 
 #include <algorithm>
+#include <string.h>
 
 using namespace qbgl;
 
@@ -12,9 +13,12 @@ namespace {
 int length_at(gl_locale *locale, const char *s) { return gl_full_mblen(locale, s, MAX_KEY); }
 
 // The same of text with a length: what is cut by its end is no character. The extension is told of as many bytes as any character
-// has, however many are left.
+// has, however many are left: zero bytes behind the end, which continue none.
 int length_at(gl_locale *locale, const char *s, int left) {
-    if (served_by_extension(locale, GL_CAT_CTYPE)) return length_at(locale, s);
+    if (served_by_extension(locale, GL_CAT_CTYPE)) {
+        char end[MAX_KEY] = {};
+        return length_at(locale, left < MAX_KEY ? static_cast<char *>(memcpy(end, s, static_cast<size_t>(left))) : s);
+    }
     const int length = gl_full_mblen(locale, s, std::min(left, MAX_KEY));
     return length >= 0 ? length : fail(locale, GL_EILSEQ, -1);
 }

@@ -123,7 +123,10 @@ int gl_full_mblen(gl_locale *locale, const char *s, int n) {
 
 int _qbx_gl_full_mblen(gl_locale *locale, const char *s, int n) {
     if (s == nullptr) return 0;
-    if (served(locale)) return ask_for_length(locale, s, n);
+    if (served(locale)) {
+        const int length = ask_for_length(locale, s, n);
+        return length != 0 ? length : locale->ctype.codeset_table->min_length; // NUL, which has a length here
+    }
     Decoded character;
     return walk_length(locale, s, n, character);
 }

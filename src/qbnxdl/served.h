@@ -16,11 +16,16 @@ inline bool served_by_extension(const gl_locale *locale, int category) { return 
 inline bool is_of_this_load(const gl_locale *locale, int category) { return locale->glu_load[category] == extension_load; }
 
 // What an entry point answers that ends its parameters with an error cell; `absent` without the extension of the category's handle.
+// The first form leaves the cell to the caller, the second makes it the locale's error.
+template <class Result, class... Parameters, class... Arguments>
+Result ask_extension_with_cell(int16_t *cell, const gl_locale *locale, int category, Result (*entry_point)(Parameters...),
+                               Result absent, Arguments... arguments) {
+    return entry_point != nullptr && is_of_this_load(locale, category) ? entry_point(arguments..., cell) : absent;
+}
 template <class Result, class... Parameters, class... Arguments>
 Result ask_extension(gl_locale *locale, int category, Result (*entry_point)(Parameters...), Result absent, Arguments... arguments) {
-    if (entry_point == nullptr || !is_of_this_load(locale, category)) return absent;
     int16_t cell = 0;
-    const Result result = entry_point(arguments..., &cell);
+    const Result result = ask_extension_with_cell(&cell, locale, category, entry_point, absent, arguments...);
     if (cell > 0) set_error(locale, cell);
     return result;
 }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <limits.h>
+#include <type_traits>
 
 using namespace qbgl;
 
@@ -100,8 +101,10 @@ int fill_by_extension(gl_locale *locale, const WideLine &line, FILE *stream) {
 }
 
 template <class Line, class ErrorOf> int read_line(gl_locale *locale, const Line &line, FILE *stream, const ErrorOf &error_of) {
-    if (locale->single_byte != 0) return fill_with_bytes(line, stream);
-    if (served_by_extension(locale, GL_CAT_CTYPE)) return fill_by_extension(locale, line, stream);
+    const bool served = served_by_extension(locale, GL_CAT_CTYPE);
+    // The extension's wide characters are not the codeset's bytes.
+    if (locale->single_byte != 0 && (!served || std::is_same_v<Line, ByteLine>)) return fill_with_bytes(line, stream);
+    if (served) return fill_by_extension(locale, line, stream);
     return fill_by_walk(locale, line, stream, error_of);
 }
 

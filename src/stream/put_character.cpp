@@ -1,6 +1,7 @@
 // One character to a stream, or to a host's own sink.
 #include "ext/error.h"
 #include "multi/table.h"
+#include "qbnxdl/served.h"
 #include "stream/bytes.h"
 
 #include <algorithm>
@@ -52,7 +53,7 @@ int put_to_host(gl_locale *locale, const char *mb, int max_length, gl_byte_write
 
 template <class Sink> bool put_wide(gl_locale *locale, const Sink &put, gl_wchar wc) {
     char mb[MB_LEN_MAX] = {};
-    if (locale->single_byte != 0) {
+    if (locale->single_byte != 0 && !served_by_extension(locale, GL_CAT_CTYPE)) {
         mb[0] = static_cast<char>(wc);
     } else if (gl_full_wctomb(locale, mb, wc) < 0) {
         set_error(locale, GL_EILSEQ);
