@@ -1,5 +1,6 @@
 // The compiler's own parts; that the objects convert as the platform does is the oracle's matter.
 #include "conversion/join.h"
+#include "installation/extension.h"
 #include "installation/tree.h"
 #include "object/charmap.h"
 #include "object/conversion.h"
@@ -301,9 +302,17 @@ TEST_F(Tree, IsBuiltOnceSkippedAndCleanedUp) {
 
     for (const char *name : {"00050006.cvo", "00010002.cvo.9.new", "notes", "../cm3/0007.cmo"})
         qbgl_test::write_file(objects_ / name, "stale");
+    // Of an extension: a locale without its object, and the map.
+    fs::create_symlink("0001.lco", objects_ / "../lc11/0001icu.lco");
+    EXPECT_EQ(extension_registry("qbgl_icu.so\nb\nc\nd\n", ""), "b\nc\nd\nqbgl_icu.so\n");
+    EXPECT_THROW(extension_registry("a\nb\nc\nd\n", ""), DataError) << "which would not be read";
+    qbgl_test::write_file(objects_ / "../etc/dllregistry", "qbgl_icu.so\n");
+    qbgl_test::write_file(objects_ / "../etc/locmap", std::string(MAP_HEADING));
+    EXPECT_EQ(verify().size(), 5u);
     const TreeReport report = build();
     EXPECT_EQ(report.written, 0u);
-    EXPECT_EQ(report.removed, 3u);
+    EXPECT_EQ(report.removed, 4u);
+    EXPECT_EQ(verify(), std::vector<std::string>{});
     EXPECT_TRUE(fs::exists(objects_ / "notes")) << "the user's";
 
     fs::remove(objects_ / "00020001.cvo");

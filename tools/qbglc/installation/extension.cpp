@@ -60,12 +60,24 @@ std::string extension_map(const Catalogue &catalogue) {
     return text;
 }
 
-std::string extension_registry(const std::string &older) {
+std::string extension_registry(const std::string &older, const std::string &name) {
+    constexpr int MOST_LIBRARIES = 4; // whose lines the library reads
     std::string text;
+    int count = 1;
     std::istringstream lines(older);
-    for (std::string line; std::getline(lines, line);)
-        if (line != EXTENSION_FILE) text += line + '\n';
+    for (std::string line; std::getline(lines, line);) {
+        if (line == EXTENSION_FILE) continue;
+        text += line + '\n';
+        ++count;
+    }
+    if (count > MOST_LIBRARIES)
+        throw DataError(fmt::format("{}: names {} other libraries, and with {} only the first {} lines are read", name, count - 1,
+                                    EXTENSION_FILE, MOST_LIBRARIES));
     return text + EXTENSION_FILE + '\n';
+}
+
+bool has_extension(const std::string &registry) {
+    return ('\n' + registry).find(fmt::format("\n{}\n", EXTENSION_FILE)) != std::string::npos;
 }
 
 bool is_served_locale(const std::filesystem::path &path) {

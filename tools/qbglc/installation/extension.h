@@ -33,8 +33,10 @@ std::string extension_map(const Catalogue &catalogue);
 // A map without this first line is somebody's own, and stays.
 inline constexpr std::string_view MAP_HEADING = "# Written by qbglc tree --icu, which keeps a map without this line.\n";
 
-// The registry of extensions with this one as the last, which is the one that the library takes.
-std::string extension_registry(const std::string &older);
+// The registry of extensions with this one as the last, which is the one that the library takes. Throws DataError, which begins
+// with the registry's name, where it has more of others than the library reads.
+std::string extension_registry(const std::string &older, const std::string &name);
+bool has_extension(const std::string &registry);
 
 // ICU's name for a codeset, empty where there is none.
 std::string icu_name(const Catalogue::Codeset &codeset);

@@ -100,19 +100,10 @@ std::map<std::string, std::string> links_of(const Catalogue &catalogue, const st
     return links;
 }
 
-// Objects and links that are not wanted, and what an interrupted run left.
-std::vector<fs::path> others_in(const fs::path &directory, const std::map<std::string, std::string> &links,
-                                const std::set<fs::path> &objects) {
-    std::vector<fs::path> others;
-    if (!fs::is_directory(directory)) return others;
-    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(directory)) {
-        const std::string name = entry.path().filename().string();
-        const bool ours =
-            name.ends_with(".cvo") || name.ends_with(".lco") || name.ends_with(".cmo") || name.ends_with(TEMPORARY_SUFFIX);
-        const bool wanted = entry.is_symlink() ? links.contains(name) : objects.contains(entry.path());
-        if (ours && !wanted && !is_served_locale(entry.path())) others.push_back(entry.path());
-    }
-    return others;
+bool is_ours(const fs::directory_entry &entry) {
+    const std::string name = entry.path().filename().string();
+    return name.ends_with(".cvo") || name.ends_with(".lco") || name.ends_with(".cmo") || name.ends_with(TEMPORARY_SUFFIX) ||
+           (entry.is_symlink() && is_served_locale(name));
 }
 
 // The steps of one run.
@@ -176,20 +167,31 @@ class TreeBuilder {
         plan_conversions();
         plan_locales();
         plan_charmaps();
-        if (!options_.icu.empty()) plan_extension();
+        if (!options_.icu.empty())
+            plan_extension();
+        else if (has_extension(registry_of_extensions()))
+            plan_map();
     }
     void find_states() {
         parallel_for(tasks_.size(), options_.threads,
                      [&](size_t i) { tasks_[i].state = state_of(tasks_[i].path, tasks_[i].header); });
     }
 
+    bool is_wanted(const fs::directory_entry &entry) const {
+        const fs::path &path = entry.path();
+        const bool unplanned = options_.icu.empty() && is_served_locale(path); // as an earlier run with the extension left it
+        if (!entry.is_symlink()) return wanted_.contains(path) || unplanned;
+        if (!unplanned) return links_.contains(path.filename().string()) || served_.contains(path);
+        const fs::path object = (path.parent_path() / fs::read_symlink(path)).lexically_normal();
+        return wanted_.contains(object) || (is_served_locale(object) && fs::exists(object));
+    }
+    // Objects and links that are not wanted, and what an interrupted run left.
     std::vector<fs::path> others() const {
         std::vector<fs::path> result;
-        for (const char *directory : {CONVERSIONS, LOCALES, CHARMAPS}) {
-            const auto more =
-                others_in(root_ / directory, directory == std::string_view(CONVERSIONS) ? links_ : no_links_, wanted_);
-            result.insert(result.end(), more.begin(), more.end());
-        }
+        for (const char *directory : {CONVERSIONS, LOCALES, CHARMAPS})
+            if (fs::is_directory(root_ / directory))
+                for (const fs::directory_entry &entry : fs::recursive_directory_iterator(root_ / directory))
+                    if (is_ours(entry) && !is_wanted(entry)) result.push_back(entry.path());
         return result;
     }
     void remove_others() {
@@ -298,11 +300,18 @@ class TreeBuilder {
                 served_.emplace(root_ / LOCALES / below, fmt::format("{}{}/{}", up, EXTENSION_MODIFIER, file));
         }
         report_.served = served_.size();
-        const fs::path etc = root_ / "etc", map = etc / "locmap", registry_of_extensions = etc / "dllregistry";
+        const fs::path etc = root_ / "etc";
         files_.emplace(root_ / "dll" / EXTENSION_FILE, read_file(options_.icu));
         files_.emplace(etc / "icudata", fmt::format("packaged {}\n", extension.version()));
-        const std::string older = fs::exists(registry_of_extensions) ? read_file(registry_of_extensions) : "";
-        files_.emplace(registry_of_extensions, extension_registry(older));
+        files_.emplace(etc / "dllregistry", extension_registry(registry_of_extensions(), (etc / "dllregistry").string()));
+        plan_map();
+    }
+    std::string registry_of_extensions() const {
+        const fs::path path = root_ / "etc/dllregistry";
+        return fs::exists(path) ? read_file(path) : "";
+    }
+    void plan_map() {
+        const fs::path map = root_ / "etc/locmap";
         if (!fs::exists(map) || read_file(map).starts_with(MAP_HEADING)) files_.emplace(map, extension_map(library_.catalogue()));
     }
 
@@ -395,7 +404,6 @@ class TreeBuilder {
     std::map<size_t, size_t> sizes_; // of codesets, in characters
     std::set<fs::path> wanted_;
     std::map<std::string, std::string> links_;
-    const std::map<std::string, std::string> no_links_;
     std::map<fs::path, std::string> served_; // links of locales that the extension library serves
     std::map<fs::path, std::string> files_;  // of the extension library, and what they hold
     ErrorList errors_;
