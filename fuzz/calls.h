@@ -66,6 +66,7 @@ inline void call_face(Scene &scene, GuardedMemory &memory, const std::vector<Cha
 
 // Nothing is searched in the installation that happens to be there.
 inline const bool prepared = [] {
+    qbgl_test::load_extension();
     setenv("QUORBANEDIR", "/nonexistent", 1);
     gl_cache_registry(nullptr, "/nonexistent");
     return true;

@@ -98,13 +98,26 @@ void fail_allocations(unsigned nth) {
 
 void serve(const string &text) { serve_object(reinterpret_cast<const uint8_t *>(text.data()), text.size()); }
 
+// By which an extension serves the codeset, if there is one.
+const char *name_of(const Codeset &codeset) {
+    constexpr std::pair<const char *, const char *> NAMES[] = {{"8859-1", "de_de/0333icu.lco"},
+                                                               {"sjis", "ja_jp/e006icu.lco"},
+                                                               {"eucjp", "ja_jp/13baicu.lco"},
+                                                               {"utf8", "cs_cz/e01cicu.lco"},
+                                                               {"gb18030", "zh_cn/d698icu.lco"}};
+    for (const auto &[known, name] : NAMES)
+        if (runs_served() && codeset.name == known) return name;
+    return "default.lco";
+}
+
 // A handle whose object is damaged, or one with a category of such an object, or of one that came when memory was short. Texts keep
 // the terminator that they had before a selection that failed.
-gl_locale *load(const string &whole, const string &object, Input &in, size_t &terminator) {
+gl_locale *load(const Codeset &codeset, const string &whole, const string &object, Input &in, size_t &terminator) {
     gl_locale *locale = nullptr;
     const unsigned way = in.below(4);
     serve(way < 2 ? object : whole);
-    if (gl_createlocale2_4(&locale, "/") != 0) {
+    const char *const name = name_of(codeset);
+    if (gl_lc_load(&locale, name, nullptr, "/") != 0) {
         constexpr int ERRORS[] = {GL_EILSEQ,  GL_ENOMEM,   GL_ENEGCOUNT, GL_ENOFILE,  GL_EBADFILE,   GL_EMIXEDCS, GL_EBADERA,
                                   GL_EBADCAL, GL_EVERSION, GL_ETABLELEN, GL_ELOADCAT, GL_ENOCODESET, GL_ECTYPECS};
         require(std::ranges::count(ERRORS, gl_errno(locale)) == 1);
@@ -115,7 +128,7 @@ gl_locale *load(const string &whole, const string &object, Input &in, size_t &te
     if (way < 2) return locale;
     serve(object);
     if (way == 3) fail_allocations(in.byte());
-    char *names = gl_setlocale_4(locale, static_cast<int>(GL_CAT_ALL + in.below(7)), "default.lco");
+    char *names = gl_setlocale_4(locale, static_cast<int>(GL_CAT_ALL + in.below(7)), name);
     fail_allocations(~0U);
     require(names != nullptr || gl_errno(locale) != 0);
     if (names != nullptr) terminator = static_cast<size_t>(gl_mb_loc_min(locale));
@@ -170,7 +183,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             return 0;
         }
         const string whole = shape.text(), damaged_one = damaged(copy.text(), in);
-        scene.locale = load(whole, damaged_one, in, scene.terminator);
+        scene.locale = load(shape.codeset, whole, damaged_one, in, scene.terminator);
         if (scene.locale != nullptr) call_face(scene, memory, copy.codeset.characters);
         gl_lc_unload(scene.locale);
         return 0;

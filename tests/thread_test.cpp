@@ -32,8 +32,10 @@ int use(gl_locale *l, int error, const std::string &text, const std::string &upp
     for (int i = 0; i < count; ++i)
         if (gl_towlower(l, capitals[i]) != wides[i] || (gl_iswupper(l, capitals[i]) != 0) != (gl_iswlower(l, wides[i]) != 0))
             return 5;
-    if (gl_mbscoll(l, text.c_str(), text.c_str()) != 0 || gl_mbscoll(l, upper.c_str(), text.c_str()) >= 0) return 6;
-    if (gl_mbsxfrm(l, bytes, text.c_str(), 64) != count * (l->collate.fifth_count < 254 ? 1 : 2)) return 7;
+    const bool served = l->glu_flag[GL_CAT_COLLATE] != 0; // by an extension, which has capitals behind small letters
+    if (gl_mbscoll(l, text.c_str(), text.c_str()) != 0 || (gl_mbscoll(l, upper.c_str(), text.c_str()) < 0) == served) return 6;
+    const int key = gl_mbsxfrm(l, bytes, text.c_str(), 64);
+    if (served ? key <= count : key != count * (l->collate.fifth_count < 254 ? 1 : 2)) return 7;
     return own_error == 0 ? 0 : 8;
 }
 

@@ -43,8 +43,8 @@ const Shape SHAPES[] = {
     {"gb18030", "zh_cn/d698.lco", "d698e01c", "d698.cmo", nullptr, "61 B0A1 8140 8139EE39 61B0A18139EE39",
      "81 8130 813081 80 FF 8120 817F 81FF 81302030 81308120 81308140 8431A530 E3329A36 FE39FE39"},
     {"euctw", "zh_tw/e01f.lco", "e01fe01c", "e01f.cmo", nullptr, "61 C4A1 8EA2A1A1 61C4A18EA2A1A1",
-     "C4 8E 8EA2 8EA2A1 80 A0 FF C420 8E20A1A1 8EA220A1 8EA2A120 8EB0A1A1"},
-    {"latin1", "de_de/0333.lco", "0333e01c", "0333.cmo", nullptr, "61 E4 61C4", ""},
+     "C4 8E 8EA2 8EA2A1 A0 FF C420 8E20A1A1 8EA220A1 8EA2A120 8EB0A1A1"},
+    {"latin2", "cs_cz/0390.lco", "0390e01c", "0390.cmo", nullptr, "61 E4 61C4", ""},
     {"thai", "th_th/e01ddict.lco", nullptr, nullptr, nullptr, "61 A1 A1D2", ""},
     {"ucs4", nullptr, nullptr, nullptr, four_byte_codeset, "00000061", "00000161 FFFFFFFF"},
     {"unicode", nullptr, nullptr, nullptr, two_byte_codeset, "0061 3041 D83DDE01 00613041D83DDE01",
@@ -74,8 +74,18 @@ struct Text {
     int count() const { return static_cast<int>(values.size()); }
 };
 
-// The bytes of a character are a key of the codeset's table; no key begins another.
+bool is_served(const gl_locale *locale) { return locale->glu_flag[GL_CAT_CTYPE] != 0; }
+
+// The bytes of a character are a key of the codeset's table; no key begins another. An extension is asked for each by itself.
 void read(Text &text) {
+    gl_wchar wc;
+    if (is_served(text.locale)) {
+        for (int length; (length = gl_full_mbtowc(text.locale, &wc, text.counted + text.place, text.size - text.place)) > 0;) {
+            text.values.push_back(wc);
+            text.place += length;
+        }
+        return;
+    }
     const gl_multi *table = text.locale->ctype.codeset_table;
     for (bool found = true; found && text.place < text.size;) {
         found = false;

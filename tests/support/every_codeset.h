@@ -24,7 +24,9 @@ template <class Prepare, class Check> void everywhere(Prepare prepare, Check che
     for (const Codeset &shape : {single_byte_codeset(), sjis_codeset(), eucjp_codeset(), utf8_codeset(), two_byte_codeset(),
                                  euctw_codeset(), gb18030_codeset()}) {
         const Codeset codeset = prepare(shape);
-        const Locale locale = load_locale(LocaleObject(codeset));
+        const LocaleObject object(codeset);
+        if (runs_served() && served_name(object.text()).empty()) continue;
+        const Locale locale = load_locale(object);
         ASSERT_EQ(take_error(locale.get()), 0);
         for (const bool arrays : {true, false}) {
             SCOPED_TRACE(codeset.name + (arrays ? ", arrays" : ", tables"));

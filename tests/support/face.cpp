@@ -228,6 +228,12 @@ void find_words(Scene &s, auto add, auto find, auto release, auto text) {
     release(s.locale, root);
 }
 
+// An extension's conversion has no table.
+void find_unit(Scene &s, auto function) {
+    const char *text = s.counted();
+    if (s.cd->main_table != nullptr) function(text, s.cd->main_table, s.count(), s.cd);
+}
+
 void convert(Scene &s) {
     const bool counted = s.in.below(4) != 0;
     const char *in = counted ? s.counted() : s.terminated();
@@ -512,7 +518,7 @@ std::vector<Call> table() {
     WITH(locale, (s.counted(), s.locale->ctype.codeset_table, s.count(), LENGTH, nullptr), _gl_retrieve_text_multi_limit);
     WITH(locale, (s.counted(), s.locale->ctype.codeset_table, s.count(), nullptr), _gl_retrieve_text_multi_limit_nl);
     WITH(locale, (nullptr, s.value(), s.locale->ctype.codeset_table), _gl_retrieve_wchar_multi_nl);
-    WITH(conversion, (s.counted(), s.cd->main_table, s.count(), s.cd), _gl_retrieve_little_endian_unicode_limit);
+    BY(conversion, find_unit(s, f), _gl_retrieve_little_endian_unicode_limit);
 
     // Handles
     WITH(locale, (s.locale), gl_mb_loc_max, gl_mb_loc_min, gl_alt_getcentury, gl_localeconv, gl_order_fingerprint, gl_errno,

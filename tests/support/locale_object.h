@@ -4,6 +4,7 @@
 #include "compact.h"
 #include "conversion_object.h"
 #include "files.h"
+#include "served.h"
 
 #include "qbgl.h"
 
@@ -41,9 +42,17 @@ struct Codeset {
     }
 };
 
-inline gl_wchar wide(std::string_view bytes) {
+inline gl_wchar table_value(std::string_view bytes) {
     gl_wchar value = 0;
     for (const unsigned char byte : bytes) value = value << 8 | byte;
+    return value;
+}
+
+// The value that a locale's functions have for a character: its bytes, or from the extension what UTF-8 encodes.
+inline gl_wchar wide(std::string_view bytes) {
+    if (!runs_served() || bytes.size() < 2) return table_value(bytes);
+    gl_wchar value = static_cast<unsigned char>(bytes[0]) & (0x7FU >> bytes.size());
+    for (const unsigned char byte : bytes.substr(1)) value = value << 6 | (byte & 0x3FU);
     return value;
 }
 
@@ -86,8 +95,8 @@ inline std::string ctype_text(const Codeset &codeset) {
         cases.emplace_back(character.bytes, cased ? ++pair_count : 0);
         if (!cased) continue;
         pairs += '\n';
-        pairs += hex(wide(character.upper), 8);
-        pairs += hex(wide(character.lower), 8);
+        pairs += hex(table_value(character.upper), 8);
+        pairs += hex(table_value(character.lower), 8);
     }
     std::string text = values_text(masks) + std::to_string(codeset.classes.size()) + "\n";
     for (const auto &[bit, name] : codeset.classes) text += std::to_string(bit) + " " + name + "\n";
@@ -219,12 +228,17 @@ struct LocaleObject {
 
 using Locale = std::unique_ptr<gl_locale, void (*)(gl_locale *)>;
 
-// Loads an object as the default of a temporary directory. A failure is in the handle's error.
+// Loads an object from a temporary directory: as its default, or under a name that the extension serves. A failure is in the
+// handle's error.
 inline Locale load_locale(const std::string &object_text) {
     const TempDir directory;
-    write_file(directory.path() / "default.lco", object_text);
+    const std::string served = served_name(object_text);
+    write_file(directory.path() / (served.empty() ? "default.lco" : served), object_text);
     gl_locale *locale = nullptr;
-    gl_createlocale2_4(&locale, (directory / "").c_str());
+    if (served.empty())
+        gl_createlocale2_4(&locale, (directory / "").c_str());
+    else
+        gl_lc_load(&locale, served.c_str(), nullptr, directory.path().c_str());
     return {locale, gl_lc_unload};
 }
 inline Locale load_locale(const LocaleObject &object) { return load_locale(object.text()); }
