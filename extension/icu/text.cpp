@@ -87,6 +87,7 @@ template <class Unit> int decode_text(void *locale, Unit *dst, int n, const char
 template <class Unit> int encode_text(void *locale, char *dst, int n, const Unit *src, int len, int16_t *error) {
     if (const int wrong = check_text(locale, src, len)) return fail(error, wrong, -1);
     if (dst == nullptr && n > 0) return fail(error, GL_ENULLPTR, -1);
+    if (n < 0) n = 0;
     Characters characters(as_locale(locale)->codeset());
     int written = 0;
     for (Units<Unit> source(src, len); written < n && !source.at_end();) {
