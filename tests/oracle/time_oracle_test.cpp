@@ -64,15 +64,7 @@ Day day_of(int64_t seconds) {
     day.ours = {in_day % 60,      in_day / 60 % 60, in_day / 3600, 0, date.mday, date.mon, date.mon,
                 date.year - 1900, number % 7,       yday,          0, 0,         0};
     const gl_tm &tm = day.ours;
-    day.platforms.tm_sec = tm.sec;
-    day.platforms.tm_min = tm.min;
-    day.platforms.tm_hour = tm.hour;
-    day.platforms.tm_mday = tm.mday;
-    day.platforms.tm_mon = tm.mon;
-    day.platforms.tm_year = tm.year;
-    day.platforms.tm_wday = tm.wday;
-    day.platforms.tm_yday = tm.yday;
-    day.platforms.tm_zone = "GMT";
+    day.platforms = {tm.sec, tm.min, tm.hour, tm.mday, tm.mon, tm.year, tm.wday, tm.yday, 0, 0, "GMT"};
     return day;
 }
 
@@ -120,14 +112,11 @@ class Comparison {
         const char *their_end = strptime_l(text.data(), format.c_str(), &theirs, platforms_);
         if (their_end == nullptr || *their_end != '\0' || ours_.time.calendar != 1) return;
         if (format == "%s" || format.starts_with("%G") || format.starts_with("%Oy")) return; // what the platform leaves out
-        const auto moment = [](int year, int mon, int mday, int hour, int min, int sec) {
-            return fmt::format("{}-{}-{} {}:{}:{}", year + 1900, mon + 1, mday, hour, min, sec);
-        };
-        const std::string as_we = moment(tm.year, tm.mon, tm.mday, tm.hour, tm.min, tm.sec);
-        const std::string as_they =
-            moment(theirs.tm_year, theirs.tm_mon, theirs.tm_mday, theirs.tm_hour, theirs.tm_min, theirs.tm_sec);
+        const std::array we{tm.year, tm.mon, tm.mday, tm.hour, tm.min, tm.sec};
+        const std::array they{theirs.tm_year, theirs.tm_mon, theirs.tm_mday, theirs.tm_hour, theirs.tm_min, theirs.tm_sec};
+        const auto as_text = [](const auto &fields) { return fmt::format("{}", fmt::join(fields, " ")); };
         ++read_;
-        if (as_we != as_they) report(format, "parsed", as_we, as_they);
+        if (we != they) report(format, "parsed", as_text(we), as_text(they));
     }
 
     // What is written and read over another day is written again.
