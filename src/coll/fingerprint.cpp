@@ -85,16 +85,22 @@ int qbgl::fingerprint_of_extension(const gl_locale *locale, OrderDigits &digits)
     digits[0] = '\0';
     if (fn_glu_order_version == nullptr || fn_glu_order_compare == nullptr || fn_glu_order_key == nullptr) return 0;
     void *const handle = locale->glu_handle[GL_CAT_COLLATE];
-    const int length = fn_glu_order_version(handle, nullptr, 0);
-    if (length < 1 || length == INT32_MAX) return GL_ELOADCAT;
-    const Scratch words(gl_ext_functions, uint64_t{static_cast<uint32_t>(length)} + 1);
-    if (words.text() == nullptr) return GL_ENOMEM;
-    if (fn_glu_order_version(handle, words.text(), length + 1) != length) return GL_ELOADCAT;
-    Hash hash;
-    hash.add(KEY_FORMAT);
-    hash.add(std::span<const char>(words.text(), static_cast<size_t>(length)));
-    tell(hash, digits);
-    return 0;
+    // The words take long to make: they are asked for a second time only where they need more room.
+    int length = 1023;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const int room = length + 1;
+        const Scratch words(gl_ext_functions, static_cast<uint32_t>(room));
+        if (words.text() == nullptr) return GL_ENOMEM;
+        length = fn_glu_order_version(handle, words.text(), room);
+        if (length < 1 || length == INT32_MAX) return GL_ELOADCAT;
+        if (length >= room) continue;
+        Hash hash;
+        hash.add(KEY_FORMAT);
+        hash.add(std::span<const char>(words.text(), static_cast<size_t>(length)));
+        tell(hash, digits);
+        return 0;
+    }
+    return GL_ELOADCAT;
 }
 
 const char *gl_order_fingerprint(gl_locale *locale) {
