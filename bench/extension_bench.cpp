@@ -85,6 +85,12 @@ void add_order(const std::string &name, const std::shared_ptr<Side> &side, const
     row.sides["icu"] = [=] { pairs([&](const std::string &a, const std::string &b) { return compare(*side, a, b); }); };
     bench::add_row(name + "/compare", row, LC_GLOBAL_LOCALE, goals);
     row.sides["qbgl"] = [=] {
+        pairs([&](const std::string &a, const std::string &b) {
+            return gl_order_compare(side->locale, a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()), -1);
+        });
+    };
+    bench::add_row(name + "/order", row, LC_GLOBAL_LOCALE, goals);
+    row.sides["qbgl"] = [=] {
         char key[4096];
         pairs([&](const std::string &a, const std::string &) { return gl_mbsxfrm(side->locale, key, a.c_str(), sizeof key); });
     };

@@ -117,7 +117,13 @@ template <class Unit> int compare(void *handle, const Unit *s1, int len1, const 
     return compare_units(locale, locale.collator(), first.units(), first.length(), second.units(), second.length(), error);
 }
 
-bool compares_as_utf8(const Locale &locale) { return locale.codeset().kind() == Codeset::Kind::UTF8 && !locale.compares_by_keys(); }
+bool holds_utf8(const Locale &locale) { return locale.codeset().kind() == Codeset::Kind::UTF8; }
+
+// The order of texts in UTF-8 without ICU, or Primaries::UNDECIDED.
+int decide(const Locale &locale, const char *s1, int len1, const char *s2, int len2) {
+    const Primaries *const primaries = locale.primaries();
+    return primaries != nullptr ? primaries->compare(s1, len1, s2, len2) : Primaries::UNDECIDED;
+}
 
 // Without a copy in UTF-16.
 int compare_utf8(const UCollator *collator, const char *s1, int len1, const char *s2, int len2, int16_t *error) {
@@ -213,12 +219,17 @@ class Words {
 } // namespace
 
 int glu_mbscoll(void *locale, const char *s1, int len1, const char *s2, int len2, int16_t *error) {
-    if (locale == nullptr || !compares_as_utf8(*as_locale(locale))) return compare(locale, s1, len1, s2, len2, error);
+    if (locale == nullptr || !holds_utf8(*as_locale(locale))) return compare(locale, s1, len1, s2, len2, error);
     if (const int wrong = check_pair(locale, s1, len1, s2, len2)) return fail(error, wrong, 0);
+    const Locale &own = *as_locale(locale);
     len1 = bytes_of(s1, len1);
     len2 = bytes_of(s2, len2);
-    if (!is_utf8(s1, len1) || !is_utf8(s2, len2)) return fail(error, GL_EILSEQ, 0);
-    return compare_utf8(as_locale(locale)->collator(), s1, len1, s2, len2, error);
+    if (!are_utf8(s1, len1, s2, len2)) return fail(error, GL_EILSEQ, 0);
+    const int order = decide(own, s1, len1, s2, len2);
+    if (order != Primaries::UNDECIDED) [[likely]]
+        return order;
+    return own.compares_by_keys() ? compare(locale, s1, len1, s2, len2, error)
+                                  : compare_utf8(own.collator(), s1, len1, s2, len2, error);
 }
 int glu_ucs32coll(void *locale, const gl_wchar *s1, int len1, const gl_wchar *s2, int len2, int16_t *error) {
     return compare(locale, s1, len1, s2, len2, error);
@@ -288,10 +299,14 @@ int glu_order_version(void *locale, char *out, int room) {
 int glu_order_compare(void *locale, const char *s1, int len1, const char *s2, int len2, int passes, int16_t *error) {
     if (locale == nullptr) return fail(error, GL_ENULLPTR, 0);
     const Locale &own = *as_locale(locale);
-    const UCollator *const collator = own.collator(passes);
     len1 = bytes_of(s1, len1);
     len2 = bytes_of(s2, len2);
-    if (compares_as_utf8(own)) return compare_utf8(collator, s1, len1, s2, len2, error);
+    if (holds_utf8(own)) {
+        const int order = decide(own, s1, len1, s2, len2); // in the first pass, which all orders have
+        if (order != Primaries::UNDECIDED) [[likely]]
+            return order;
+        if (!own.compares_by_keys()) return compare_utf8(own.collator(passes), s1, len1, s2, len2, error);
+    }
     Characters characters(own.codeset());
     Utf16 first, second;
     int16_t number = 0;
@@ -299,7 +314,7 @@ int glu_order_compare(void *locale, const char *s1, int len1, const char *s2, in
     if (units1 < 0) return fail(error, number, 0);
     const int units2 = characters.to_utf16_leniently(s2, len2, second, number);
     if (units2 < 0) return fail(error, number, 0);
-    return compare_units(own, collator, first.data(), units1, second.data(), units2, error);
+    return compare_units(own, own.collator(passes), first.data(), units1, second.data(), units2, error);
 }
 
 int glu_order_key(void *locale, const char *s, int len, int passes, unsigned char *key, int room, int16_t *error) {

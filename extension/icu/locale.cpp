@@ -18,6 +18,7 @@ int16_t error_of(UErrorCode status) { return status == U_MEMORY_ALLOCATION_ERROR
 } // namespace
 
 Locale::~Locale() {
+    Owned<Primaries>(primaries_.load(std::memory_order_relaxed)).reset();
     for (UCollator *const collator : collators_)
         if (collator != nullptr) ucol_close(collator);
     if (case_map_ != nullptr) ucasemap_close(case_map_);
@@ -63,6 +64,17 @@ bool Locale::open_collators(int16_t &error) {
     }
     error = error_of(status);
     return U_SUCCESS(status);
+}
+
+const Primaries *Locale::count_comparison() const {
+    constexpr uint32_t ENOUGH = 1 << 16;
+    uint32_t count = comparisons_.load(std::memory_order_relaxed);
+    // Who counts the last one makes it, and nobody else ever does.
+    if (count > ENOUGH || !comparisons_.compare_exchange_strong(count, count + 1) || count < ENOUGH) return nullptr;
+    Owned<Primaries> primaries = make<Primaries>();
+    if (!primaries || !primaries->open(collator(1))) return nullptr;
+    primaries_.store(primaries.release(), std::memory_order_release);
+    return primaries_.load(std::memory_order_relaxed);
 }
 
 Owned<Locale> Locale::clone(int16_t &error) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "icu/codeset.h"
+#include "icu/primaries.h"
 
 #include <unicode/ucasemap.h>
 #include <unicode/ucol.h>
@@ -29,6 +30,12 @@ class Locale {
     // Whether ICU's comparison may differ from the keys: it passes over what two texts begin with, and a mark may stand behind it
     // that counts by its place from the end, or not behind a character that is passed over.
     bool compares_by_keys() const { return compares_by_keys_; }
+    // What decides comparisons without ICU. Null until the locale has compared so much that it is worth its making, while that
+    // goes on in another thread, and where memory was out for it.
+    const Primaries *primaries() const {
+        const Primaries *const made = primaries_.load(std::memory_order_acquire);
+        return made != nullptr ? made : count_comparison();
+    }
     const UCaseMap *case_map() const { return case_map_; }
     // Whether single characters have another case than in most languages.
     bool has_own_case() const { return own_case_; }
@@ -38,12 +45,15 @@ class Locale {
     static constexpr int MOST_PASSES = 5; // letters, accents, case, what is mostly passed over, code values
 
     bool open_collators(int16_t &error);
+    const Primaries *count_comparison() const;
 
     char name_[ULOC_FULLNAME_CAPACITY] = "";
     Owned<Codeset> codeset_;
     UCollator *collators_[MOST_PASSES] = {}; // by the number of their passes
     int passes_ = 0;
     bool compares_by_keys_ = false;
+    mutable std::atomic<Primaries *> primaries_ = nullptr;
+    mutable std::atomic<uint32_t> comparisons_ = 0;
     UCaseMap *case_map_ = nullptr;
     bool own_case_ = false;
 };

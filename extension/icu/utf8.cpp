@@ -1,11 +1,20 @@
 // Comparisons ask it of whole texts of which ICU looks at the first letters, so it must cost next to nothing.
 #include "icu/utf8.h"
 
+#include "icu/blocks.h"
+
+#include <algorithm>
 #include <cstdint>
 #include <unicode/utf8.h>
 #if defined(__i386__) || defined(__x86_64__)
-#include <tmmintrin.h>
+#include <immintrin.h>
 #define HAS_BLOCKS
+#endif
+
+#if defined(__GNUC__) && !defined(__clang__)
+// GCC 12 tells of operands that its own header leaves undefined.
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
 
 namespace qbgl::icu {
@@ -85,7 +94,6 @@ alignas(16) constexpr uint8_t SECOND_HIGH[16] = {NO_TRAIL,
                                                  NO_TRAIL,
                                                  NO_TRAIL};
 
-constexpr int BLOCK = 16;
 #define BY_BLOCKS __attribute__((target("ssse3"), no_sanitize("address")))
 #define WITH_BLOCKS BY_BLOCKS __attribute__((always_inline)) inline
 
@@ -117,9 +125,8 @@ alignas(16) constexpr uint8_t MOVED[2 * BLOCK] = {0,    1,    2,    3,    4,    
 // Fewer than a block's bytes with zeros behind them. A block is loaded that has them: forward where that stays in their page, where
 // whatever stands there can be read, or else backward. What else it has does not count.
 WITH_BLOCKS __m128i part(const uint8_t *s, int length) {
-    constexpr uintptr_t PAGE = 4096;
     if (length == 0) return _mm_setzero_si128();
-    if ((reinterpret_cast<uintptr_t>(s) & (PAGE - 1)) <= PAGE - BLOCK) return _mm_and_si128(load(s), load(KEPT + BLOCK - length));
+    if (in_page(s)) return _mm_and_si128(load(s), load(KEPT + BLOCK - length));
     return _mm_shuffle_epi8(load(s + length - BLOCK), load(MOVED + BLOCK - length));
 }
 
@@ -137,6 +144,94 @@ BY_BLOCKS bool is_utf8_by_blocks(const uint8_t *s, int length) {
     return _mm_movemask_epi8(_mm_cmpeq_epi8(wrong, _mm_setzero_si128())) == 0xFFFF;
 }
 
+// The same of 64 bytes at once.
+constexpr int WIDE = 64;
+#define BY_WIDE_BLOCKS __attribute__((target("avx512bw")))
+#define WITH_WIDE_BLOCKS BY_WIDE_BLOCKS __attribute__((always_inline)) inline
+
+// The first n bits.
+struct Firsts {
+    constexpr Firsts() {
+        for (int n = 1; n <= WIDE; ++n) bits[n] = bits[n - 1] << 1 | 1;
+    }
+    __mmask64 bits[WIDE + 1] = {};
+};
+constexpr Firsts FIRSTS;
+
+// At most a block's bytes with zeros behind them; no others are touched.
+WITH_WIDE_BLOCKS __m512i wide_part(const uint8_t *s, int length) {
+    return _mm512_maskz_loadu_epi8(_load_mask64(const_cast<__mmask64 *>(FIRSTS.bits + length)), s);
+}
+
+WITH_WIDE_BLOCKS __m512i all_of(int byte) { return _mm512_set1_epi8(static_cast<char>(byte)); }
+
+WITH_WIDE_BLOCKS __m512i look_up(const uint8_t *table, __m512i places) {
+    const __m128i part = _mm_load_si128(reinterpret_cast<const __m128i *>(table));
+    return _mm512_shuffle_epi8(_mm512_broadcast_i32x4(part), _mm512_and_si512(places, all_of(0x0F)));
+}
+
+WITH_WIDE_BLOCKS __m512i wide_faults(__m512i block, __m512i before) {
+    const __m512i moved = _mm512_alignr_epi32(block, before, 12); // by 16 bytes
+    const __m512i first = _mm512_alignr_epi8(block, moved, 15);
+    const __m512i pairs =
+        _mm512_and_si512(_mm512_and_si512(look_up(FIRST_HIGH, _mm512_srli_epi16(first, 4)), look_up(FIRST_LOW, first)),
+                         look_up(SECOND_HIGH, _mm512_srli_epi16(block, 4)));
+    const __m512i third = _mm512_subs_epu8(_mm512_alignr_epi8(block, moved, 14), all_of(0xE0 - 0x80));
+    const __m512i fourth = _mm512_subs_epu8(_mm512_alignr_epi8(block, moved, 13), all_of(0xF0 - 0x80));
+    return _mm512_xor_si512(_mm512_and_si512(_mm512_or_si512(third, fourth), all_of(0x80)), pairs);
+}
+
+WITH_WIDE_BLOCKS __m512i wide_faults_of(const uint8_t *s, int length) {
+    __m512i before = _mm512_setzero_si512(), wrong = before;
+    for (; length >= WIDE; s += WIDE, length -= WIDE) {
+        const __m512i block = _mm512_loadu_si512(s);
+        wrong = _mm512_or_si512(wrong, wide_faults(block, before));
+        before = block;
+    }
+    return _mm512_or_si512(wrong, wide_faults(wide_part(s, length), before));
+}
+
+// In most short texts no character has more than two bytes: there is a trail byte behind each lead of two, and nothing else beyond
+// ASCII. A bit for each byte of a block where that is not so, and the leads.
+struct Narrow {
+    __mmask64 misplaced, others, leads;
+};
+WITH_WIDE_BLOCKS Narrow narrow(__m512i block) {
+    constexpr int LOWEST = 0xC2, END = 0xE0;
+    const __mmask64 trails = _mm512_cmplt_epi8_mask(block, all_of(0xC0));
+    const __mmask64 leads = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(block, all_of(LOWEST)), all_of(END - LOWEST));
+    return {_kxor_mask64(trails, _kshiftli_mask64(leads, 1)), _kxor_mask64(_mm512_movepi8_mask(block), _kor_mask64(trails, leads)),
+            leads};
+}
+
+// Of a text of fewer bytes than one or two blocks have. Its length makes no branch: none could be foreseen.
+WITH_WIDE_BLOCKS __mmask64 not_narrow_1(const uint8_t *s, int length) {
+    const Narrow only = narrow(wide_part(s, length));
+    return _kor_mask64(only.misplaced, only.others);
+}
+WITH_WIDE_BLOCKS __mmask64 not_narrow_2(const uint8_t *s, int length) {
+    const Narrow first = narrow(wide_part(s, std::min(length, WIDE)));
+    const Narrow second = narrow(wide_part(s + WIDE, std::max(length - WIDE, 0)));
+    const __mmask64 behind_first = _kshiftri_mask64(first.leads, WIDE - 1);
+    return _kor_mask64(_kor_mask64(first.misplaced, first.others),
+                       _kor_mask64(_kxor_mask64(second.misplaced, behind_first), second.others));
+}
+
+// Apart from the narrow texts, which need no room on the stack.
+BY_WIDE_BLOCKS __attribute__((noinline)) bool are_any_utf8(const uint8_t *s1, int length1, const uint8_t *s2, int length2) {
+    const __m512i wrong = _mm512_or_si512(wide_faults_of(s1, length1), wide_faults_of(s2, length2));
+    return _mm512_test_epi8_mask(wrong, wrong) == 0;
+}
+
+BY_WIDE_BLOCKS bool are_utf8_by_wide_blocks(const uint8_t *s1, int length1, const uint8_t *s2, int length2) {
+    if ((length1 | length2) < WIDE) {
+        if (_kortestz_mask64_u8(not_narrow_1(s1, length1), not_narrow_1(s2, length2))) return true;
+    } else if ((length1 | length2) < 2 * WIDE) {
+        if (_kortestz_mask64_u8(not_narrow_2(s1, length1), not_narrow_2(s2, length2))) return true;
+    }
+    return are_any_utf8(s1, length1, s2, length2);
+}
+
 #endif
 
 } // namespace
@@ -147,6 +242,15 @@ bool is_utf8(const char *s, int length) {
     if (__builtin_cpu_supports("ssse3")) return is_utf8_by_blocks(bytes, length);
 #endif
     return is_utf8_by_characters(bytes, length);
+}
+
+bool are_utf8(const char *s1, int length1, const char *s2, int length2) {
+#ifdef HAS_BLOCKS
+    if (__builtin_cpu_supports("avx512bw"))
+        return are_utf8_by_wide_blocks(reinterpret_cast<const uint8_t *>(s1), length1, reinterpret_cast<const uint8_t *>(s2),
+                                       length2);
+#endif
+    return is_utf8(s1, length1) && is_utf8(s2, length2);
 }
 
 } // namespace qbgl::icu

@@ -89,6 +89,11 @@ class Texts {
     std::u32string letters_, last_;
 };
 
+// From then on the extension decides most comparisons without ICU.
+void compare_often(gl_locale *locale) {
+    for (int i = 0; i < 70000; ++i) EXPECT_EQ(gl_mbscoll(locale, "0", "1"), -1);
+}
+
 class Extension : public testing::Test {
   protected:
     void SetUp() override { gl_useglu(1); }
@@ -155,6 +160,7 @@ TEST_F(Extension, OrdersMapsAndMeasuresAsIcuDoes) {
         UErrorCode status = U_ZERO_ERROR;
         const std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(language, status));
         ASSERT_TRUE(U_SUCCESS(status));
+        compare_often(locale);
         Texts texts(language, seed++);
         icu::UnicodeString last_units = texts.next();
         std::string last = utf8(last_units), last_key = key_of(locale, last);
@@ -180,19 +186,22 @@ TEST_F(Extension, OrdersMapsAndMeasuresAsIcuDoes) {
 
 // With marks behind what is passed over, where ICU's own comparison is no total order.
 TEST_F(Extension, ComparesAsItsKeysDo) {
-    const std::vector<std::string> pieces = {"a",      "b",      "E", "o",      "ก",      "เ",      "か",
-                                             "1",      " ",      "-", "\x01",   "\u00AD", "\u0301", "\u0308",
-                                             "\u0323", "\u0327", ".", "\u0E48", "\u3099", "é"};
+    const std::vector<std::string> pieces = {"a",          "b",      "E",      "o",      "ก",      "เ",      "か",     "1", " ",
+                                             "-",          "\x01",   "\u00AD", "\u0301", "\u0308", "c",      "h",      "l", "·",
+                                             "ー",         "ゝ",     "カ",     "가",     "ᄀ",     "ᆨ",     "\uFDD1", "ß", "ǆ",
+                                             "\U0001F600", "\u0323", "\u0327", ".",      "\u0E48", "\u3099", "é"};
     std::mt19937 random(1);
     const auto text = [&] {
         std::string made;
         for (size_t i = random() % 6; i > 0; --i) made += pieces[random() % pieces.size()];
         return made;
     };
-    for (const char *specification : {"fr_CA.utf8", "th_TH.utf8", "cs_CZ.utf8", "ja_JP.utf8"}) {
+    for (const char *specification :
+         {"fr_CA.utf8", "th_TH.utf8", "cs_CZ.utf8", "ja_JP.utf8", "ko_KR.utf8", "hu_HU.utf8", "vi_VN.utf8@icu"}) {
         SCOPED_TRACE(specification);
         gl_locale *locale = nullptr;
         ASSERT_EQ(gl_lc_load(&locale, specification, nullptr, nullptr), 0);
+        compare_often(locale);
         for (int i = 0; i < ORDERED_PAIRS && !HasFailure(); ++i) {
             const std::string begin = text(), a = begin + text(), b = begin + text();
             const int order = sign(key_of(locale, a).compare(key_of(locale, b)));
@@ -201,6 +210,29 @@ TEST_F(Extension, ComparesAsItsKeysDo) {
         }
         gl_lc_unload(locale);
     }
+}
+
+TEST_F(Extension, TellsOfMalformedTextWhereverItStands) {
+    constexpr size_t MOST = 140; // characters before it
+    gl_locale *locale = nullptr;
+    ASSERT_EQ(gl_lc_load(&locale, "cs_CZ.utf8", nullptr, nullptr), 0);
+    for (const std::string wrong : {"", "\x80", "\xC3", "\xC3\xE3", "\xC0\xAF", "\xE0\x9F\xBF", "\xE3\x81", "\xED\xA0\x80",
+                                    "\xF0\x8F\xBF\xBF", "\xF0\x9F\x98", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"}) {
+        for (const char *filler : {"a", "é", "あ"}) {
+            std::string text;
+            for (size_t count = 0; count < MOST; ++count, text += filler) {
+                for (const std::string &made : {text + wrong, text + wrong + filler}) {
+                    gl_mbscoll(locale, made.c_str(), "b");
+                    EXPECT_EQ(gl_errno(locale), wrong.empty() ? 0 : GL_EILSEQ) << made;
+                    gl_clear_errno(locale);
+                    gl_mbscoll(locale, "b", made.c_str());
+                    EXPECT_EQ(gl_errno(locale), wrong.empty() ? 0 : GL_EILSEQ) << made;
+                    gl_clear_errno(locale);
+                }
+            }
+        }
+    }
+    gl_lc_unload(locale);
 }
 
 // A common data file of two items: a header of 32 bytes, the table, the names, and the items' headers from 64 and 96 on.
