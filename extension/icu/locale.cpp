@@ -71,8 +71,9 @@ const Primaries *Locale::count_comparison() const {
     uint32_t count = comparisons_.load(std::memory_order_relaxed);
     // Who counts the last one makes it, and nobody else ever does.
     if (count > ENOUGH || !comparisons_.compare_exchange_strong(count, count + 1) || count < ENOUGH) return nullptr;
+    const Provision provision; // it holds sets of ICU's
     Owned<Primaries> primaries = make<Primaries>();
-    if (!primaries || !primaries->open(collator(1))) return nullptr;
+    if (!provision || !primaries || !primaries->open(collator(1))) return nullptr;
     primaries_.store(primaries.release(), std::memory_order_release);
     return primaries_.load(std::memory_order_relaxed);
 }
