@@ -82,7 +82,7 @@ void expect_result(const Found &found, const Expected &expected, const char *cla
 template <class Result> void expect_failure(Result found, int number, const char *clause) {
     constexpr const char *TELL_0[] = {"glu_mbsbytes", "glu_ismctype",  "glu_mbtoupper", "glu_mbtolower",
                                       "glu_mbscoll",  "glu_ucs32coll", "glu_ucscoll",   "glu_order_compare"};
-    const bool tells_0 = std::any_of(std::begin(TELL_0), std::end(TELL_0), [](string name) { return name == entry; });
+    const bool tells_0 = std::any_of(std::begin(TELL_0), std::end(TELL_0), [](const string &name) { return name == entry; });
     if constexpr (std::is_pointer_v<Result>)
         expect_result(found, nullptr, clause, number);
     else
@@ -612,7 +612,7 @@ void check_characters() {
     expect_result(ASK(glu_mbsnext, l, end, -1), end + size, "behind the NUL character");
     expect_failure(ASK(glu_mbtouc32, l, &value, end, -1), GL_EINVAL, "an empty text");
     expect_failure(ASK(glu_mbtouc, l, units, end, -1), GL_EINVAL, "an empty text");
-    for (const gl_wchar letter : {'a', 'b', 'z'}) {
+    for (const gl_wchar letter : {U'a', U'b', U'z'}) {
         expect_result(ASK(glu_uc32toupper, l, letter), letter - 32, "the capital of a letter of ASCII");
         expect_result(ASK(glu_uc32tolower, l, letter - 32), letter, "the small letter of a capital of ASCII");
         expect_equal(ASK(glu_isuc32type, letter, GL_CLASS_LOWER | GL_CLASS_UPPER), GL_CLASS_LOWER, "a small letter");
@@ -1068,10 +1068,10 @@ struct Handles {
 // What a host does first, and what it gets for it: where memory is out, as far as that goes, and the next time the rest.
 string begin(Handles &handles) {
     auto &[locales, converters] = handles;
-    static const char *const NAMES[] = {
+    static constexpr const char *NAMES[] = {
         "cs_cz/e01c.lco", "ja_jp/e01c.lco", "th_th/e01c.lco",  "zh_cn/e01c.lco",
         "ko_kr/e01c.lco", "tr_tr/e01c.lco", "de-u-co-phonebk", "fr@colStrength=identical;colAlternate=shifted"};
-    static const char *const WORDS[] = {
+    static constexpr const char *WORDS[] = {
         "chata I\u0323\u0307", "cz i\u0307\u0323", "\xC3\x84\xC3\x9F", "ad",           "\u0E40\u0E01", "\u0E02",
         "\u65E5\u672C",        "\u6F22",           "\uAC00",           "\u3042\u30FC", "\u0390",       "\U00020000"};
     static_assert(std::size(NAMES) == std::size(Handles().locales));
@@ -1087,7 +1087,8 @@ string begin(Handles &handles) {
         if (x.glu_order_version != nullptr) ASK(glu_order_version, locales[i], out, 1024);
         result += out;
         for (const char *const one : WORDS) {
-            for (const char *const other : WORDS) result += sign(ASK(glu_mbscoll, locales[i], one, -1, other, -1)) + '=', done();
+            for (const char *const other : WORDS)
+                result += "<=>"[1 + sign(ASK(glu_mbscoll, locales[i], one, -1, other, -1))], done();
             if (ASK(glu_mbsxfrm, locales[i], out, one, 1024) >= 0) result += out;
             done();
             if (ASK(glu_mbstoupper, locales[i], out, one) >= 0) result += out;
@@ -1252,7 +1253,7 @@ template <int I, class Result, class... Arguments> struct Planted<I, Result(Argu
 
 // What an extension need not use, or may answer like that.
 bool is_allowed(const string &name, Fault fault) {
-    static const std::pair<const char *, Fault> ALLOWED[] = {
+    static constexpr std::pair<const char *, Fault> ALLOWED[] = {
         {"glu_setCallocFunc", Fault::RESULT},    {"glu_setReallocFunc", Fault::RESULT},
         {"glu_setFseekFunc", Fault::RESULT},     {"glu_setFtellFunc", Fault::RESULT},
         {"glu_setFeofFunc", Fault::RESULT},      {"glu_setPrintMessageFunc", Fault::RESULT},
