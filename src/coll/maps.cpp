@@ -176,9 +176,9 @@ class MapsBuilder {
         seconds_ = Owned<gl_wchar>::allocate(count + 1);
         if (!candidates_ || !seconds_) return false;
         node_blocks_ = rows_.size() / ROWS;
-        const bool single_byte = table_.max_length == 1;
         for (uint32_t i = 0; i < count; ++i) {
-            if (single_byte && info_.elements[i].count == 1) return misfit();
+            // Texts of bytes find elements by what follows their first one, and any codeset may be one of bytes.
+            if (info_.elements[i].count == 1 && info_.elements[i].chars[0] <= UINT8_MAX) return misfit();
             candidates_[i] = static_cast<uint16_t>(i);
         }
         const auto first_of = [this](uint16_t element) { return info_.elements[element].chars[0]; };
