@@ -12,15 +12,34 @@ struct Collation {
     int passes;
 };
 
+// A comparison that was out of memory, with the reserve. SQLite knows no way to fail here but the interrupt, before which a
+// statement of one row ends: texts that cannot be compared must not be equal then, or one would be replaced or deleted for the
+// other.
+int compare_by_reserve(const Collation &of, std::string_view a, std::string_view b) {
+    int order = 0;
+    bool compared = true;
+    of.connection->reserve.release();
+    try {
+        order = of.locale.compare(a, b, of.passes);
+    } catch (const std::bad_alloc &) {
+        order = a.compare(b);
+        compared = false;
+    }
+    if (of.connection->reserve.fill() && compared) return order;
+    sqlite3_log(SQLITE_NOMEM, "comparisons under %s are out of memory%s: the statement is interrupted", of.locale.name().c_str(),
+                compared ? "" : ", and one was decided by the bytes");
+    sqlite3_interrupt(of.connection->db());
+    return order;
+}
+
 int compare(void *collation, int a_length, const void *a, int b_length, const void *b) {
     const auto &of = *static_cast<const Collation *>(collation);
+    const std::string_view first(static_cast<const char *>(a), static_cast<size_t>(a_length)),
+        second(static_cast<const char *>(b), static_cast<size_t>(b_length));
     try {
-        return of.locale.compare({static_cast<const char *>(a), static_cast<size_t>(a_length)},
-                                 {static_cast<const char *>(b), static_cast<size_t>(b_length)}, of.passes);
+        return of.locale.compare(first, second, of.passes);
     } catch (const std::bad_alloc &) {
-        sqlite3_log(SQLITE_NOMEM, "a comparison under %s is out of memory: the statement is interrupted", of.locale.name().c_str());
-        sqlite3_interrupt(of.connection->db()); // SQLite knows no other way to fail here
-        return 0;
+        return compare_by_reserve(of, first, second);
     }
 }
 
@@ -58,6 +77,7 @@ void make_on_demand(void *data, sqlite3 *, int, const char *name) {
 } // namespace
 
 void make_collation(const std::shared_ptr<Connection> &connection, const Locale &locale, const std::string &name, int passes) {
+    if (locale.may_fail() && !connection->reserve.fill()) throw std::bad_alloc();
     auto collation = std::make_unique<Collation>(Collation{connection, locale, passes});
     const int result = sqlite3_create_collation_v2(connection->db(), name.c_str(), SQLITE_UTF8, collation.get(), compare, destroy);
     if (result == SQLITE_NOMEM) throw std::bad_alloc();

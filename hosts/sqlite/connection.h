@@ -5,6 +5,7 @@
 #include "conversion.h"
 #include "formats.h"
 #include "locale.h"
+#include "reserve.h"
 #include "statement.h"
 
 namespace qbgl_sqlite {
@@ -50,6 +51,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
     Converters converters;
     Clock clock;
+    Reserve reserve; // there while a collation may need it
     std::vector<NamedCollation> named;
 
     // What qbgl_last_error() tells. Returns the result of SQLite that stands for it.

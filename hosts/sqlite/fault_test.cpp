@@ -89,7 +89,9 @@ constexpr Step OF_ICU[] = {
     {"INSERT INTO n SELECT replace(hex(zeroblob(900)), '0', 'é') || column1 FROM (VALUES ('péché'), ('pêche'), ('péche'), "
      "('pêché'))",
      ""},
-    {"SELECT substr(name, 1801) FROM n ORDER BY name", "péche pêche péché pêché "},
+    {"REPLACE INTO n SELECT substr(name, 1, 1800) || 'pechE' FROM n LIMIT 1; DELETE FROM n WHERE name = (SELECT "
+     "substr(name, 1, 1800) || 'pecHe' FROM n LIMIT 1); SELECT substr(name, 1801) FROM n ORDER BY name",
+     "pechE péche pêche péché pêché "},
     {"SELECT hex(qbgl_key('a', 'cs_CZ@icu', 1)), qbgl_upper('Straße', 'de_DE@icu'); PRAGMA integrity_check", "2A STRASSE ok "},
 };
 #endif

@@ -24,6 +24,7 @@ class Locale {
 
     // As gl_order_compare, which has 0 where there was no memory: std::bad_alloc then.
     int compare(std::string_view a, std::string_view b, int passes) const;
+    bool may_fail() const { return may_fail_; }
     std::string key(std::string_view text, int passes) const;
 
     // Whether a character is a combining mark, which belongs to the one before it.
