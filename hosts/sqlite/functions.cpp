@@ -1,5 +1,6 @@
 #include "functions.h"
 
+#include "../icu.h"
 #include "collations.h"
 #include "like.h"
 #include "remembered.h"
@@ -73,7 +74,9 @@ void like(const Call &call) {
 // As a whole, for the other case of one character may be two; what stands between NULs by itself.
 void change_case(const Call &call, int (*change)(gl_locale *, char *, const char *)) {
     const std::string text = call.string(0);
-    gl_locale *const handle = call.any_locale(1).handle();
+    const Locale &any = call.any_locale(1);
+    // ICU's case goes with its version, which the fingerprint of its order tells.
+    gl_locale *const handle = (qbgl_asks_for_icu(any.name().c_str()) ? call.locale(1) : any).handle();
     if (const size_t bad = first_bad(text); bad < text.size()) throw Error("no character of utf8" + place(text, bad));
     std::string changed;
     for (size_t at = 0, length = 0; at <= text.size(); at += length + 1) {
