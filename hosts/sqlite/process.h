@@ -20,7 +20,7 @@ template <class Body> auto one_at_a_time(Body body) {
 // no QUORBANEDIR, and lets the library have ICU when it is told to.
 void prepare_library();
 
-// Whether the environment asks for ICU: GL_USEGLU=1.
+// Whether the environment asks for ICU: GL_USEGLU=1 or 2.
 bool environment_wants_icu();
 
 // The number of a codeset, by any of its names.
