@@ -102,6 +102,19 @@ SplitCollationName(const char *name, char territory[NAMEDATALEN], char codeset[N
 }
 
 /*
+ * Whether a collation's name asks for ICU.
+ */
+static bool
+NameAsksForIcu(const char *name)
+{
+	char territory[NAMEDATALEN], codeset[NAMEDATALEN], modifier[NAMEDATALEN];
+	int passes;
+
+	return SplitCollationName(name, territory, codeset, modifier, &passes) &&
+		   qbgl_asks_for_icu(modifier);
+}
+
+/*
  * The locale of a territory in a codeset, or NULL where none is installed.
  */
 static QbglLocale *
@@ -148,6 +161,14 @@ FindCollationName(Oid collation, char name[NAMEDATALEN])
 	return schema == get_namespace_oid(QBGL_SCHEMA, true);
 }
 
+bool
+CollationAsksForIcu(Oid collation)
+{
+	char name[NAMEDATALEN];
+
+	return FindCollationName(collation, name) && NameAsksForIcu(name);
+}
+
 /*
  * Looks up what a collation stands for.
  */
@@ -166,7 +187,7 @@ const CollationOrder *
 FindOrderOfCollation(Oid collation)
 {
 	CollationOrder *order;
-	uint64 generation = collation_generation + qbgl_directory_generation;
+	uint64 generation = collation_generation + qbgl_names_generation;
 	bool found;
 
 	if (last_order && last_order->collation == collation && last_order->generation == generation)
@@ -350,12 +371,10 @@ HasVersion(Relation catalog, HeapTuple tuple, const char *version)
 static const char *
 GuardOf(const char *name)
 {
-	char territory[NAMEDATALEN], codeset[NAMEDATALEN], modifier[NAMEDATALEN];
 	int passes;
 	QbglLocale *locale;
 
-	if (SplitCollationName(name, territory, codeset, modifier, &passes) &&
-		qbgl_asks_for_icu(modifier))
+	if (NameAsksForIcu(name))
 		return "ICU";
 	locale = LocaleOfCollationName(name, &passes);
 	return locale ? locale->fingerprint : NULL;

@@ -36,6 +36,9 @@ extern const CollationOrder *FindOrderOfCollation(Oid collation);
 /* The same, which raises what is wrong with a collation that stands for no locale. */
 extern const CollationOrder *RequireOrderOfCollation(Oid collation);
 
+/* Whether the name of a collation of ours asks for ICU. */
+extern bool CollationAsksForIcu(Oid collation);
+
 /* The one that was asked for last, or NULL. */
 extern const CollationOrder *last_order;
 
@@ -49,7 +52,7 @@ OrderOfCollation(Oid collation)
 	const CollationOrder *order = last_order;
 
 	if (unlikely(order == NULL || order->collation != collation ||
-				 order->generation != collation_generation + qbgl_directory_generation))
+				 order->generation != collation_generation + qbgl_names_generation))
 		order = RequireOrderOfCollation(collation);
 	CheckOrder(order->locale);
 	return order;

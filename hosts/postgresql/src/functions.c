@@ -9,6 +9,7 @@
 
 #include "fmgr.h"
 #include "utils/builtins.h"
+#include "utils/memutils.h"
 
 #include "conversion.h"
 #include "qtext.h"
@@ -65,10 +66,16 @@ ChangeCase(QbglLocale *locale, const text *source, int (*change)(gl_locale *, ch
 {
 	int length;
 	char *in = ToLocaleString(locale, source, &length);
-	char *out = palloc((Size) gl_case_conv_outbuflen(locale->handle, length) + TERMINATOR_SIZE);
+	Size room = (Size) gl_case_conv_outbuflen(locale->handle, length) + TERMINATOR_SIZE;
+	char *out;
 	int size;
 	text *result;
 
+	if (room > MaxAllocSize)
+		ereport(ERROR,
+				(errcode(ERRCODE_PROGRAM_LIMIT_EXCEEDED),
+				 errmsg("a text of %d bytes is too long to be mapped to the other case", length)));
+	out = palloc(room);
 	gl_clear_errno(locale->handle);
 	size = change(locale->handle, out, in);
 	if (size < 0 && gl_errno(locale->handle) == GL_ENOMEM)

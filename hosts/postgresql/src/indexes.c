@@ -34,6 +34,7 @@
 #include "utils/rel.h"
 #include "utils/snapmgr.h"
 
+#include "../../icu.h"
 #include "collations.h"
 #include "remembered.h"
 
@@ -43,16 +44,15 @@ PG_FUNCTION_INFO_V1(qbgl_accept);
 static get_relation_info_hook_type next_relation_info = NULL;
 
 /*
- * Collects the locales whose keys or comparisons an expression asks for, by
- * constant names: qbgl.key(name, 'cs_CZ.utf8').
+ * Collects the names of locales whose keys or comparisons an expression asks
+ * for, where they are constants: qbgl.key(name, 'cs_CZ.utf8').
  */
 static bool
-CollectLocales(Node *node, List **found)
+CollectNames(Node *node, List **found)
 {
 	FuncExpr *call = (FuncExpr *) node;
 	const char *function;
 	Node *name = NULL;
-	QbglLocale *locale = NULL;
 
 	if (node == NULL)
 		return false;
@@ -66,23 +66,27 @@ CollectLocales(Node *node, List **found)
 			name = lthird(call->args);
 	}
 	if (name != NULL && IsA(name, Const) && !((Const *) name)->constisnull)
-		locale = FindLocale(TextDatumGetCString(((Const *) name)->constvalue));
-	if (locale != NULL)
-		*found = list_append_unique_ptr(*found, locale);
-	return expression_tree_walker(node, CollectLocales, found);
+		*found = lappend(*found, TextDatumGetCString(((Const *) name)->constvalue));
+	return expression_tree_walker(node, CollectNames, found);
 }
 
 /*
- * The locales that the expressions of an index ask for.
+ * The names of the locales that the expressions of an index ask for.
  */
 static List *
-LocalesOfExpressions(List *expressions, List *predicate)
+NamesInExpressions(List *expressions, List *predicate)
 {
 	List *found = NIL;
 
-	CollectLocales((Node *) expressions, &found);
-	CollectLocales((Node *) predicate, &found);
+	CollectNames((Node *) expressions, &found);
+	CollectNames((Node *) predicate, &found);
 	return found;
+}
+
+static List *
+NamesInIndex(Relation index)
+{
+	return NamesInExpressions(RelationGetIndexExpressions(index), RelationGetIndexPredicate(index));
 }
 
 /*
@@ -104,10 +108,12 @@ HasChangedOrder(const IndexOptInfo *index)
 		CheckOrder(order->locale);
 		changed = changed || order->locale->order == ORDER_CHANGED;
 	}
-	foreach (cell, LocalesOfExpressions(index->indexprs, index->indpred))
+	foreach (cell, NamesInExpressions(index->indexprs, index->indpred))
 	{
-		QbglLocale *locale = lfirst(cell);
+		QbglLocale *locale = FindLocale(lfirst(cell));
 
+		if (locale == NULL)
+			continue;
 		CheckOrder(locale);
 		changed = changed || locale->order == ORDER_CHANGED;
 	}
@@ -244,6 +250,22 @@ BtreeInOrder(Relation index)
 }
 
 /*
+ * The order of a collation that stands for a locale (for any, for NULL), or
+ * NULL.  Where that locale is none of ICU's, nobody asks for ICU, which may be
+ * missing here.
+ */
+static const CollationOrder *
+FindOrderUnder(Oid collation, const QbglLocale *locale)
+{
+	const CollationOrder *order;
+
+	if (locale && !qbgl_asks_for_icu(locale->name) && CollationAsksForIcu(collation))
+		return NULL;
+	order = FindOrderOfCollation(collation);
+	return order && (locale == NULL || order->locale == locale) ? order : NULL;
+}
+
+/*
  * Whether an index stands under the order of a locale (of any, for NULL) in a
  * way that the order decides what it holds: hashes of whole texts do not ask it.
  */
@@ -254,10 +276,9 @@ DependsOnOrder(Relation index, const QbglLocale *locale)
 
 	for (int i = 0; i < IndexRelationGetNumberOfKeyAttributes(index); i++)
 	{
-		const CollationOrder *order = FindOrderOfCollation(index->rd_indcollation[i]);
+		const CollationOrder *order = FindOrderUnder(index->rd_indcollation[i], locale);
 
-		if (order && (locale == NULL || order->locale == locale) &&
-			(!is_hash || order->passes != 0))
+		if (order && (!is_hash || order->passes != 0))
 			return true;
 	}
 	return false;
@@ -296,11 +317,11 @@ FindsMoreEqual(Relation index)
 }
 
 /*
- * What is wrong with an index of values of qtext, or NULL.  Two rows that have
- * become equal stand in order, and only a build finds out that they must not.
+ * What is wrong with the order of an index, or NULL.  Two rows that have become
+ * equal stand in order, and only a build finds out that they must not.
  */
 static const char *
-JudgeIndex(Relation index)
+JudgeOrder(Relation index)
 {
 	bool is_btree = index->rd_rel->relam == BTREE_AM_OID;
 
@@ -321,11 +342,51 @@ HoldsChangedKeys(Relation index, const QbglLocale *locale)
 {
 	ListCell *cell;
 
-	foreach (cell, LocalesOfExpressions(RelationGetIndexExpressions(index),
-										RelationGetIndexPredicate(index)))
-		if ((locale == NULL || lfirst(cell) == locale) && OrderHasChanged(lfirst(cell)))
+	foreach (cell, NamesInIndex(index))
+	{
+		const char *name = lfirst(cell);
+		QbglLocale *asked =
+			locale == NULL || IsNameOfLocale(name, locale) ? FindLocale(name) : NULL;
+
+		if (asked && OrderHasChanged(asked))
 			return true;
+	}
 	return false;
+}
+
+/*
+ * Why a locale that an index asks for cannot be loaded, or NULL.
+ */
+static const char *
+WhyNotLoaded(Relation index)
+{
+	MemoryContext context = CurrentMemoryContext;
+	const char *volatile why = NULL;
+
+	PG_TRY();
+	{
+		ListCell *cell;
+
+		for (int i = 0; i < IndexRelationGetNumberOfKeyAttributes(index); i++)
+			(void) FindOrderOfCollation(index->rd_indcollation[i]);
+		foreach (cell, NamesInIndex(index))
+			(void) FindLocale(lfirst(cell));
+	}
+	PG_CATCH();
+	{
+		ErrorData *error;
+
+		MemoryContextSwitchTo(context);
+		error = CopyErrorData();
+		/* Those of loading; they leave nothing behind. */
+		if (error->sqlerrcode != ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE &&
+			error->sqlerrcode != ERRCODE_CONFIG_FILE_ERROR)
+			PG_RE_THROW();
+		FlushErrorState();
+		why = error->message;
+	}
+	PG_END_TRY();
+	return why;
 }
 
 /*
@@ -342,6 +403,30 @@ AllowChangedOrder(void)
 }
 
 /*
+ * What is wrong with an index under the order of a locale (of any, for NULL),
+ * or NULL.
+ */
+static const char *
+JudgeIndex(Relation index, const QbglLocale *locale)
+{
+	const char *why = locale == NULL || DependsOnOrder(index, locale) ? WhyNotLoaded(index) : NULL;
+	const char *verdict = NULL;
+	int level;
+
+	if (why)
+		return psprintf(INDEX_UNKNOWN_FOR, why);
+	if (DependsOnOrder(index, locale))
+	{
+		level = AllowChangedOrder();
+		verdict = JudgeOrder(index);
+		AtEOXact_GUC(false, level);
+	}
+	if (verdict == NULL && HoldsChangedKeys(index, locale))
+		verdict = INDEX_UNKNOWN;
+	return verdict;
+}
+
+/*
  * qbgl.check_index(index regclass, locale text) returns text
  *
  * What is wrong with an index under the order that is loaded, or null. With a
@@ -354,23 +439,14 @@ qbgl_check_index(PG_FUNCTION_ARGS)
 		PG_ARGISNULL(1) ? NULL : LoadLocale(text_to_cstring(PG_GETARG_TEXT_PP(1)));
 	const char *verdict = NULL;
 	Relation index;
-	int level;
 
 	if (PG_ARGISNULL(0))
 		PG_RETURN_NULL();
 	index = try_relation_open(PG_GETARG_OID(0), AccessShareLock);
 	if (index == NULL)
 		PG_RETURN_NULL();
-	if (index->rd_rel->relkind == RELKIND_INDEX && !RELATION_IS_OTHER_TEMP(index) &&
-		DependsOnOrder(index, locale))
-	{
-		level = AllowChangedOrder();
-		verdict = JudgeIndex(index);
-		AtEOXact_GUC(false, level);
-	}
-	if (verdict == NULL && index->rd_rel->relkind == RELKIND_INDEX &&
-		!RELATION_IS_OTHER_TEMP(index) && HoldsChangedKeys(index, locale))
-		verdict = INDEX_UNKNOWN;
+	if (index->rd_rel->relkind == RELKIND_INDEX && !RELATION_IS_OTHER_TEMP(index))
+		verdict = JudgeIndex(index, locale);
 	relation_close(index, AccessShareLock);
 	if (verdict == NULL)
 		PG_RETURN_NULL();
@@ -474,10 +550,10 @@ CheckPartitions(const QbglLocale *locale)
 		char *condition = SPI_getvalue(found->vals[row], found->tupdesc, 2);
 		bool is_null;
 		Oid owner = DatumGetObjectId(SPI_getbinval(found->vals[row], found->tupdesc, 3, &is_null));
-		const CollationOrder *order = FindOrderOfCollation(
-			DatumGetObjectId(SPI_getbinval(found->vals[row], found->tupdesc, 4, &is_null)));
+		Oid collation =
+			DatumGetObjectId(SPI_getbinval(found->vals[row], found->tupdesc, 4, &is_null));
 
-		if (order && order->locale == locale && HasStrayRows(partition, condition, owner))
+		if (FindOrderUnder(collation, locale) && HasStrayRows(partition, condition, owner))
 			ereport(ERROR,
 					(errcode(ERRCODE_OBJECT_NOT_IN_PREREQUISITE_STATE),
 					 errmsg("the partition %s has rows that do not belong there under the "

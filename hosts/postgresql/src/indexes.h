@@ -13,6 +13,7 @@
 /* What qbgl.check_indexes tells of an index. */
 #define INDEX_OUT_OF_ORDER "out of order"
 #define INDEX_UNKNOWN "unknown: to be built anew"
+#define INDEX_UNKNOWN_FOR "unknown: %s"
 
 /* Has the planner refuse indexes whose order has changed. Called once. */
 extern void InitIndexes(void);

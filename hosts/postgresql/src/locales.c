@@ -37,21 +37,37 @@ static HTAB *locales = NULL;
 uint64 order_generation = 1;
 
 /*
+ * Whether the server may be asked for so much memory: it answers what it takes
+ * for absurd by a jump.
+ */
+static bool
+IsPossibleSize(uint64 bytes)
+{
+	return bytes <= MaxAllocHugeSize / 2;
+}
+
+/*
  * Memory for the library: null where there is none, whatever the size.
  */
 static void *
+AllocateBytes(uint64 bytes, int flags)
+{
+	if (!IsPossibleSize(bytes))
+		return NULL;
+	return MemoryContextAllocExtended(library_context, bytes,
+									  MCXT_ALLOC_HUGE | MCXT_ALLOC_NO_OOM | flags);
+}
+
+static void *
 AllocateForLibrary(uint32_t size)
 {
-	return MemoryContextAllocExtended(library_context, size, MCXT_ALLOC_HUGE | MCXT_ALLOC_NO_OOM);
+	return AllocateBytes(size, 0);
 }
 
 static void *
 AllocateZeroedForLibrary(uint32_t count, uint32_t size)
 {
-	uint64 bytes = (uint64) count * size;
-
-	return MemoryContextAllocExtended(library_context, bytes,
-									  MCXT_ALLOC_HUGE | MCXT_ALLOC_NO_OOM | MCXT_ALLOC_ZERO);
+	return AllocateBytes((uint64) count * size, MCXT_ALLOC_ZERO);
 }
 
 /*
@@ -64,6 +80,8 @@ ReallocateForLibrary(void *pointer, uint32_t size)
 
 	if (pointer == NULL)
 		return AllocateForLibrary(size);
+	if (!IsPossibleSize(size))
+		return NULL;
 	context = GetMemoryChunkContext(pointer);
 	return context->methods->realloc(context, pointer, size);
 }
@@ -157,7 +175,7 @@ RaiseNoLocale(const char *name)
 }
 
 /*
- * Ensure that a locale may be loaded that asks for ICU, which is loaded once,
+ * Ensure that a locale may be used that asks for ICU, which is loaded once,
  * from the directory of that time.
  */
 static void
@@ -232,9 +250,7 @@ FillLocale(QbglLocale *locale, const char *name)
 	int result;
 
 	/* What ICU keeps of its first locales is for all later ones. */
-	if (qbgl_asks_for_icu(name))
-		CheckIcu(name);
-	else
+	if (!qbgl_asks_for_icu(name))
 		library_context = context =
 			AllocSetContextCreate(locale_context, "qbgl locale", ALLOCSET_DEFAULT_SIZES);
 	result = qbgl_load_locale(&handle, name);
@@ -275,6 +291,8 @@ FindLocale(const char *name)
 
 	if (!FindLocaleFile(name, file))
 		return NULL;
+	if (qbgl_asks_for_icu(name))
+		CheckIcu(name);
 	locale = hash_search(locales, file, HASH_ENTER, &found);
 	if (!found)
 		memset((char *) locale + LOCALE_FILE_SIZE, 0, sizeof *locale - LOCALE_FILE_SIZE);
@@ -483,6 +501,7 @@ UseLocale(const char *name)
 typedef struct LastLocale
 {
 	QbglLocale *locale;
+	uint64 generation; /* at which the name led there */
 	int length;
 	char name[NAMEDATALEN];
 } LastLocale;
@@ -496,12 +515,13 @@ LoadLocaleArgument(FmgrInfo *flinfo, const text *name)
 	char *copy;
 
 	if (last != NULL && last->length == length && memcmp(last->name, bytes, length) == 0 &&
-		last->locale->directory_generation == qbgl_directory_generation)
+		last->generation == qbgl_names_generation)
 		return last->locale;
 	copy = text_to_cstring(name);
 	if (last == NULL)
 		last = flinfo->fn_extra = MemoryContextAllocZero(flinfo->fn_mcxt, sizeof *last);
 	last->length = -1;
+	last->generation = qbgl_names_generation;
 	last->locale = LoadLocale(copy);
 	/* A name that has led to a locale is a short one. */
 	memcpy(last->name, bytes, length);
@@ -683,8 +703,9 @@ ToLocaleString(QbglLocale *locale, const text *source, int *length)
 	char *string;
 
 	ToLocale(locale, VARDATA_ANY(source), VARSIZE_ANY_EXHDR(source), &in);
-	string = palloc0(in.length + TERMINATOR_SIZE);
+	string = palloc(in.length + TERMINATOR_SIZE);
 	memcpy(string, in.bytes, in.length);
+	memset(string + in.length, 0, TERMINATOR_SIZE);
 	*length = in.length;
 	FreeLocaleText(&in);
 	return string;

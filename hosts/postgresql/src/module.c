@@ -27,6 +27,7 @@ bool qbgl_icu = false;
 char *qbgl_require = NULL;
 char *qbgl_preload = NULL;
 uint64 qbgl_directory_generation = 0;
+uint64 qbgl_names_generation = 0;
 
 /*
  * The environment that the library sees. Where the data are is said by
@@ -72,6 +73,16 @@ AssignDirectory(const char *value, void *extra)
 {
 	gl_free_registry_cache();
 	qbgl_directory_generation++;
+	qbgl_names_generation++;
+}
+
+/*
+ * Have it asked anew whether the locales in use may be ICU's.
+ */
+static void
+AssignIcu(bool value, void *extra)
+{
+	qbgl_names_generation++;
 }
 
 /*
@@ -105,9 +116,9 @@ DefineSettings(void)
 		"Lets a locale be used whose order is not the one that the database remembers.",
 		"To be switched on for REINDEX; queries may return wrong rows.", &qbgl_allow_changed_order,
 		false, PGC_USERSET, 0, NULL, NULL, NULL);
-	DefineCustomBoolVariable("qbgl.icu", "Lets locales be loaded that ICU serves.",
+	DefineCustomBoolVariable("qbgl.icu", "Lets locales be used that ICU serves.",
 							 "Those whose names ask for it, as \"cs_CZ.utf8@icu\".", &qbgl_icu,
-							 false, PGC_SUSET, 0, NULL, NULL, NULL);
+							 false, PGC_SUSET, 0, NULL, AssignIcu, NULL);
 	DefineCustomStringVariable("qbgl.require", "Orders that this session insists on.",
 							   "Pairs of a locale and its fingerprint, as in "
 							   "\"cs_CZ.utf8:0123456789abcdef\", separated by commas.",

@@ -22,4 +22,7 @@ extern char *qbgl_preload;
 /* Raised when qbgl.directory is set: what was loaded before is of another tree. */
 extern uint64 qbgl_directory_generation;
 
+/* Raised when qbgl.directory or qbgl.icu is set: who keeps what a name led to asks for it again. */
+extern uint64 qbgl_names_generation;
+
 #endif /* QBGL_PG_H */

@@ -40,7 +40,7 @@ PG_FUNCTION_INFO_V1(qtext_hash_extended);
 PG_FUNCTION_INFO_V1(qtext_sortsupport);
 PG_FUNCTION_INFO_V1(qtext_equalimage);
 
-/* A comparison of shorter texts asks for no memory, but by ICU. */
+/* A comparison of shorter texts asks for no memory, except under ICU. */
 #define SHORT_TEXT 127
 /* Keys up to this size need no memory. */
 #define KEY_ON_STACK 1024
