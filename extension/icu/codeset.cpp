@@ -38,14 +38,13 @@ bool ConverterPool::open(const char *name, UErrorCode &status) {
 UConverter *ConverterPool::take() {
     pthread_mutex_lock(&mutex_);
     UConverter *converter = count_ > 0 ? free_[--count_] : nullptr;
-    if (converter == nullptr) {
-        const Provision provision; // for it stays in the pool
-        UErrorCode status = U_ZERO_ERROR;
-        if (provision) converter = ucnv_clone(model_, &status);
-        if (U_FAILURE(status)) converter = nullptr;
-    }
     pthread_mutex_unlock(&mutex_);
-    return converter;
+    if (converter != nullptr) return converter;
+    const KeepErrno errno_stays;
+    const Provision provision; // for it stays in the pool
+    UErrorCode status = U_ZERO_ERROR;
+    if (provision) converter = ucnv_clone(model_, &status);
+    return U_SUCCESS(status) ? converter : nullptr;
 }
 
 void ConverterPool::give_back(UConverter *converter) {
@@ -117,7 +116,7 @@ bool Codeset::list_single_bytes(UErrorCode &status) {
     return true;
 }
 
-// The characters of several bytes take up to 2 ms, so once for a map.
+// The characters of several bytes take up to 5 ms, so once for a map.
 bool Codeset::hash_mapping(Hash &hash) const {
     if (kind_ == Kind::UTF8) return true;
     hash.add(values_, sizeof values_);
@@ -131,14 +130,16 @@ bool Codeset::hash_mapping(Hash &hash) const {
     return done;
 }
 
-// All characters of two bytes, and behind each first byte some of more.
+// All characters of two bytes; of more, some behind each first byte, and the bytes of all values of 16 bits.
 bool Codeset::hash_characters(uint64_t &value) const {
     constexpr int FIRST_TRAIL = 0x30, TRAILS = 0xFF - FIRST_TRAIL;
+    constexpr UChar32 BLOCK = 256;
     Lease lease(pool_);
     UConverter *const converter = lease.get();
     if (converter == nullptr) return false;
     UErrorCode status = U_ZERO_ERROR;
     ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_SUBSTITUTE, nullptr, nullptr, nullptr, &status);
+    ucnv_setFromUCallBack(converter, UCNV_FROM_U_CALLBACK_SUBSTITUTE, nullptr, nullptr, nullptr, &status);
     Hash hash;
     for (int lead = 0; lead < 256; ++lead) {
         if (values_[lead] >= 0) continue;
@@ -157,9 +158,19 @@ bool Codeset::hash_characters(uint64_t &value) const {
         ucnv_toUnicode(converter, &end, units + std::size(units), &at, text + size, nullptr, true, &status);
         hash.add(units, static_cast<size_t>(end - units) * sizeof *units);
     }
+    for (UChar32 block = longest_ > 2 ? 0 : 0x10000; block < 0x10000 && U_SUCCESS(status); block += BLOCK) {
+        UChar units[BLOCK];
+        char bytes[BLOCK * LONGEST], *to = bytes;
+        for (UChar32 i = 0; i < BLOCK; ++i) units[i] = static_cast<UChar>(U_IS_SURROGATE(block + i) ? 0 : block + i);
+        const UChar *from = units;
+        ucnv_fromUnicode(converter, &to, bytes + sizeof bytes, &from, units + BLOCK, nullptr, true, &status);
+        hash.add(bytes, static_cast<size_t>(to - bytes));
+    }
+    const bool done = U_SUCCESS(status);
+    status = U_ZERO_ERROR;
     stop_at_errors(converter, status);
-    if (U_SUCCESS(status)) value = hash.value();
-    return U_SUCCESS(status);
+    if (done) value = hash.value();
+    return done;
 }
 
 // Byte by byte, because a converter that is given more may look behind the character.

@@ -1,10 +1,15 @@
 // Order and sort keys.
+#undef U_SHOW_CPLUSPLUS_API
+#define U_SHOW_CPLUSPLUS_API 1 // for one virtual function, which has the status that ucol_strcoll lacks
+
 #include "icu/hash.h"
+#include "icu/memory.h"
 #include "icu/text.h"
 #include "icu/utf8.h"
 
 #include <cinttypes>
 #include <cstdarg>
+#include <unicode/coll.h>
 #include <unicode/ustring.h>
 #include <unicode/uversion.h>
 
@@ -13,6 +18,22 @@ using namespace qbgl::icu;
 namespace {
 
 int16_t error_of(UErrorCode status) { return status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EILSEQ; }
+
+// Tells whether memory was out while ICU was at work, which its status alone may not.
+class Watch {
+  public:
+    bool memory_was_out() const { return refusals() != before_; }
+
+  private:
+    const unsigned before_ = refusals();
+};
+
+// The key with its zero byte, as far as it fits. Its size, or 0 when memory is out.
+int32_t write_key(const UCollator *collator, const UChar *units, int32_t length, uint8_t *out, int32_t capacity) {
+    const Watch watch;
+    const int32_t size = ucol_getSortKey(collator, units, length, out, capacity);
+    return watch.memory_was_out() ? 0 : size;
+}
 
 // The key of a text, with the zero byte that ICU puts behind it.
 class SortKey {
@@ -31,7 +52,7 @@ class SortKey {
 
   private:
     int32_t write(const UCollator *collator, const UChar *units, int32_t length) {
-        return ucol_getSortKey(collator, units, length, bytes_.data(), static_cast<int32_t>(bytes_.capacity()));
+        return write_key(collator, units, length, bytes_.data(), static_cast<int32_t>(bytes_.capacity()));
     }
 
     Scratch<uint8_t, 512> bytes_;
@@ -98,12 +119,12 @@ int compare_keys(const UCollator *collator, const UChar *s1, int32_t len1, const
 
 int compare_units(const Locale &locale, const UCollator *collator, const UChar *s1, int32_t len1, const UChar *s2, int32_t len2,
                   int16_t *error) {
-    if (!locale.compares_by_keys()) {
-        const int order = ucol_strcoll(collator, s1, len1, s2, len2);
-        // It has no status, and takes texts for equal when memory is out.
-        if (order != UCOL_EQUAL || (len1 == len2 && u_memcmp(s1, s2, len1) == 0)) return order;
-    }
-    return compare_keys(collator, s1, len1, s2, len2, error);
+    if (locale.compares_by_keys()) return compare_keys(collator, s1, len1, s2, len2, error);
+    const Watch watch;
+    UErrorCode status = U_ZERO_ERROR;
+    // ucol_strcoll calls it, too, but keeps the status to itself: any order comes of it when memory is out.
+    const int order = ::icu::Collator::fromUCollator(collator)->compare(s1, len1, s2, len2, status);
+    return U_SUCCESS(status) && !watch.memory_was_out() ? order : fail(error, GL_ENOMEM, 0);
 }
 
 template <class Unit> int compare(void *handle, const Unit *s1, int len1, const Unit *s2, int len2, int16_t *error) {
@@ -127,14 +148,16 @@ int decide(const Locale &locale, const char *s1, int len1, const char *s2, int l
 
 // Without a copy in UTF-16.
 int compare_utf8(const UCollator *collator, const char *s1, int len1, const char *s2, int len2, int16_t *error) {
+    const Watch watch;
     UErrorCode status = U_ZERO_ERROR;
     const int order = ucol_strcollUTF8(collator, s1, len1, s2, len2, &status);
+    if (watch.memory_was_out()) return fail(error, GL_ENOMEM, 0);
     return U_SUCCESS(status) ? order : fail(error, error_of(status), 0);
 }
 
 // ICU counts the zero byte behind the key.
 int key_of(const UCollator *collator, const UChar *units, int32_t length, char *out, int capacity, int16_t *error) {
-    const int32_t size = ucol_getSortKey(collator, units, length, reinterpret_cast<uint8_t *>(out), capacity > 0 ? capacity : 0);
+    const int32_t size = write_key(collator, units, length, reinterpret_cast<uint8_t *>(out), capacity > 0 ? capacity : 0);
     return size > 0 ? size - 1 : fail(error, GL_ENOMEM, -1);
 }
 
@@ -166,6 +189,14 @@ bool is_bound(int bound, int passes) { return bound >= GLU_BOUND_LOWER && bound 
 // What stands behind the names and versions: data of the same version can have other rules.
 class OrderHash : public Hash {
   public:
+    // False when memory is out. ICU makes another copy of the rules where it is refused some, and does not tell.
+    bool add_order(const UCollator *collator) {
+        const Provision provision;
+        const Watch watch;
+        return provision && add_rules(collator) && add_keys(collator) && !watch.memory_was_out();
+    }
+
+  private:
     // The rules in force, with their settings. False when memory is out.
     bool add_rules(const UCollator *collator) {
         UErrorCode status = U_ZERO_ERROR;
@@ -282,7 +313,7 @@ int glu_order_version(void *locale, char *out, int room) {
     ucol_getVersion(collator, version);
     words.add_version("collator", version);
     OrderHash hash;
-    if (!hash.add_rules(collator) || !hash.add_keys(collator) || !own.codeset().hash_mapping(hash)) return -1;
+    if (!hash.add_order(collator) || !own.codeset().hash_mapping(hash)) return -1;
     words.add("contents %016" PRIx64 " ", hash.value());
     UErrorCode status = U_ZERO_ERROR;
     const char *const rules = ucol_getLocaleByType(collator, ULOC_ACTUAL_LOCALE, &status);

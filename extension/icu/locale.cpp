@@ -98,6 +98,7 @@ using namespace qbgl::icu;
 
 int glu_useIcuLocCall(const char *name, int category) {
     LocaleId id;
+    const KeepErrno errno_stays;
     const Map *const map = Map::loaded();
     if (name == nullptr || map == nullptr) return 0;
     // Where memory is out, opening tells so; another answer would leave the locale to other rules.
@@ -107,6 +108,7 @@ int glu_useIcuLocCall(const char *name, int category) {
 
 void *glu_lc_open(const char *name, void *map, int16_t *error) {
     if (name == nullptr || map == nullptr) return fail<int16_t, void *>(error, GL_ENULLPTR, nullptr);
+    const KeepErrno errno_stays;
     LocaleId id;
     if (const int wrong = identify(*static_cast<const Map *>(map), name, id)) return fail<int16_t, void *>(error, wrong, nullptr);
     int16_t number = 0;
@@ -118,6 +120,7 @@ void *glu_lc_open(const char *name, void *map, int16_t *error) {
 
 void *glu_lc_clone(void *locale, int16_t *error) {
     if (locale == nullptr) return fail<int16_t, void *>(error, GL_ENULLPTR, nullptr);
+    const KeepErrno errno_stays;
     int16_t number = 0;
     Owned<Locale> clone = as_locale(locale)->clone(number);
     return clone ? clone.release() : fail<int16_t, void *>(error, number, nullptr);
@@ -134,5 +137,6 @@ int glu_mb_loc_min(void *locale) { return locale != nullptr ? as_locale(locale)-
 
 // What qbglc asks for, to write an installation.
 extern "C" QBGL_API const char *qbgl_icu_locale(int index) {
-    return index >= 0 && index < uloc_countAvailable() ? uloc_getAvailable(index) : nullptr;
+    const Provision provision; // ICU sets up its list
+    return provision && index >= 0 && index < uloc_countAvailable() ? uloc_getAvailable(index) : nullptr;
 }

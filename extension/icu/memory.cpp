@@ -42,6 +42,7 @@ Reserve *reserve = nullptr; // for the next provision; older ones live as long a
 std::atomic<pthread_t> provided = 0;
 // Blocks that are none of what a provision sets up: texts of calls in progress, and whatever another user of ICU has.
 std::atomic<long> strays = 0;
+std::atomic<unsigned> refused = 0;
 
 bool is_provided() { return provided.load(std::memory_order_relaxed) == pthread_self(); }
 
@@ -90,14 +91,19 @@ bool fill_reserve() {
     return true;
 }
 
+void *refuse() {
+    refused.fetch_add(1, std::memory_order_relaxed);
+    return nullptr;
+}
+
 void *give(const void *, size_t size) {
-    if (size > UINT32_MAX - 2 * BLOCK_ROOM) return nullptr;
+    if (size > UINT32_MAX - 2 * BLOCK_ROOM) return refuse();
     const bool stray = !is_provided();
     auto *block = static_cast<Block *>(lender.malloc(static_cast<uint32_t>(size + BLOCK_ROOM)));
     if (block != nullptr)
         block->reserve = nullptr;
     else if (stray || (block = cut_from_reserve(size)) == nullptr)
-        return nullptr;
+        return refuse();
     block->size = static_cast<uint32_t>(size);
     block->stray = stray;
     if (stray) strays.fetch_add(1, std::memory_order_relaxed);
@@ -213,6 +219,8 @@ bool take_memory_from_icu() {
     replace_reserve(nullptr);
     return done;
 }
+
+unsigned refusals() { return refused.load(std::memory_order_relaxed); }
 
 Provision::Provision() : state_(WITHIN) {
     if (!lent || is_provided()) return;

@@ -11,6 +11,9 @@ void lend_memory_to_icu();
 // somebody else in the process uses it by now. Then this library stays, too, as ICU goes on allocating by it.
 bool take_memory_from_icu();
 
+// How often ICU was refused memory, in any thread. What it makes meanwhile may be wrong although its status tells of no failure.
+unsigned refusals();
+
 // While a thread has one, ICU is refused no memory in it. What may open, load or set up something in ICU needs one, for ICU keeps a
 // failure there for good, or crashes. Threads have it one after the other; it may be taken within another one of the same thread.
 class Provision {

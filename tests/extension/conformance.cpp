@@ -1030,12 +1030,13 @@ void check_conversions() {
     expect_failure(ASK(glu_getICUCvtName, nullptr), 0, "a null converter");
 }
 
-// Repeats a call that asks for memory, with the n-th request refused, and all behind it. It tells whether the call was done.
+// Repeats a call that asks for memory, with the n-th request refused, then also all behind it. It tells whether the call was done.
 template <class Ask> void with_refusals(const string &what, Ask ask) {
     bool was_refused = true;
-    for (long n = 1; was_refused && n < 4000; ++n) {
-        context = what + ", request " + shown(n) + " of memory refused";
-        error = 0, asked = 0, refuse_from = n;
+    for (long twice = 2; was_refused && twice < 8000; ++twice) {
+        const long n = twice / 2;
+        context = what + ", request " + shown(n) + (twice % 2 == 0 ? "" : " and all behind it") + " of memory refused";
+        error = 0, asked = 0, refuse_from = n, refuse_to = twice % 2 == 0 ? n : LONG_MAX;
         const bool done = ask();
         was_refused = asked >= n;
         refuse_from = LONG_MAX;
@@ -1053,6 +1054,14 @@ void check_memory() {
         return x.glu_lc_close(handle), handle != nullptr;
     });
     with_refusals("compare", [&] { return ASK(glu_mbscoll, l, many.mb.terminated, -1, longer.c_str(), -1) != 0 || error == 0; });
+    vector<gl_wchar> upper(51, 0x436), lower(21, 0x436); // they differ in case, and in what is mostly passed over
+    upper[0] = 0x410, lower[0] = 0x430, std::fill_n(&upper[11], 30, 1);
+    const auto order = [&] { return sign(ASK(glu_ucs32coll, l, upper.data(), 51, lower.data(), 21)); };
+    with_refusals("order", [&, right = order()] { return order() == right; });
+    const auto words = [&] {
+        return x.glu_order_version != nullptr && ASK(glu_order_version, l, out.data(), 1024) > 0 ? string(out.data()) : "";
+    };
+    with_refusals("words", [&, right = words()] { return right.starts_with(words()); });
     with_refusals("key", [&] { return ASK(glu_mbsxfrm, l, out.data(), many.mb.terminated, 65536) >= 0; });
     with_refusals("upper", [&] { return ASK(glu_mbstoupper, l, out.data(), many.mb.terminated) >= 0; });
     with_refusals("put", [&] {
