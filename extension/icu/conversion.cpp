@@ -285,6 +285,7 @@ int glu_useIcuCvtCall(int source_number, int target_number) {
 }
 
 void *glu_cv_open(int source_number, int target_number, int *status) {
+    const KeepErrno errno_stays;
     const Map *const map = Map::loaded();
     if (map == nullptr || !map->converts(source_number, target_number)) return fail<int, void *>(status, GL_EINVAL, nullptr);
     const Provision provision;

@@ -148,6 +148,7 @@ void *glu_loadIcuData(const char *path, int, int *status) {
 
 void glu_unloadIcuData(void *data) {
     if (data == nullptr) return;
+    const KeepErrno errno_stays;
     Owned<Data> owned(static_cast<Data *>(data));
     const bool done = --loaded == 0 && take_memory_from_icu();
     if (!done && owned->held) (void)owned->file.release(); // an ICU that lives on may use it
