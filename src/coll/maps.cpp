@@ -177,8 +177,9 @@ class MapsBuilder {
         if (!candidates_ || !seconds_) return false;
         node_blocks_ = rows_.size() / ROWS;
         for (uint32_t i = 0; i < count; ++i) {
-            // Texts of bytes find elements by what follows their first one, and any codeset may be one of bytes.
-            if (info_.elements[i].count == 1 && info_.elements[i].chars[0] <= UINT8_MAX) return misfit();
+            // Texts of bytes find elements by what follows their first one. Rules without ranks may be those of bytes, whatever
+            // keys their table has.
+            if (ranks_.row_count == 0 && info_.elements[i].count == 1 && info_.elements[i].chars[0] <= UINT8_MAX) return misfit();
             candidates_[i] = static_cast<uint16_t>(i);
         }
         const auto first_of = [this](uint16_t element) { return info_.elements[element].chars[0]; };
