@@ -22,10 +22,10 @@ int16_t error_of(UErrorCode status) { return status == U_MEMORY_ALLOCATION_ERROR
 // Tells whether memory was out while ICU was at work, which its status alone may not.
 class Watch {
   public:
-    bool memory_was_out() const { return refusals() != before_; }
+    bool memory_was_out() const { return refusals.load(std::memory_order_relaxed) != before_; }
 
   private:
-    const unsigned before_ = refusals();
+    const unsigned before_ = refusals.load(std::memory_order_relaxed);
 };
 
 // The key with its zero byte, as far as it fits. Its size, or 0 when memory is out.

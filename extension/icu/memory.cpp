@@ -3,7 +3,6 @@
 #include "icu/host.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <dlfcn.h>
 #include <link.h>
@@ -12,6 +11,9 @@
 #include <unicode/udata.h>
 
 namespace qbgl::icu {
+
+std::atomic<unsigned> refusals = 0;
+
 namespace {
 
 // What stands before each block, in BLOCK_ROOM bytes, so that blocks are aligned as the host's are.
@@ -42,7 +44,6 @@ Reserve *reserve = nullptr; // for the next provision; older ones live as long a
 std::atomic<pthread_t> provided = 0;
 // Blocks that are none of what a provision sets up: texts of calls in progress, and whatever another user of ICU has.
 std::atomic<long> strays = 0;
-std::atomic<unsigned> refused = 0;
 
 bool is_provided() { return provided.load(std::memory_order_relaxed) == pthread_self(); }
 
@@ -92,7 +93,7 @@ bool fill_reserve() {
 }
 
 void *refuse() {
-    refused.fetch_add(1, std::memory_order_relaxed);
+    refusals.fetch_add(1, std::memory_order_relaxed);
     return nullptr;
 }
 
@@ -219,8 +220,6 @@ bool take_memory_from_icu() {
     replace_reserve(nullptr);
     return done;
 }
-
-unsigned refusals() { return refused.load(std::memory_order_relaxed); }
 
 Provision::Provision() : state_(WITHIN) {
     if (!lent || is_provided()) return;

@@ -1,6 +1,8 @@
 // ICU's own memory: the host's, with a reserve for where the host refuses more.
 #pragma once
 
+#include <atomic>
+
 namespace qbgl::icu {
 
 // From now on ICU's own memory is the host's, and ICU reads no files: the environment's ICU_DATA could put other rules before those
@@ -12,7 +14,7 @@ void lend_memory_to_icu();
 bool take_memory_from_icu();
 
 // How often ICU was refused memory, in any thread. What it makes meanwhile may be wrong although its status tells of no failure.
-unsigned refusals();
+extern std::atomic<unsigned> refusals;
 
 // While a thread has one, ICU is refused no memory in it. What may open, load or set up something in ICU needs one, for ICU keeps a
 // failure there for good, or crashes. Threads have it one after the other; it may be taken within another one of the same thread.
