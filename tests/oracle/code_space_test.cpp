@@ -5,14 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <set>
-#include <tuple>
 
 namespace {
 
 using namespace qbgl_test;
 using std::string;
-using namespace std::string_literals;
 
 constexpr uint32_t SCALAR_VALUES = 0x110000 - 0x800;
 constexpr int LONGEST_KEY = 256;
@@ -153,96 +150,6 @@ TEST(CodeSpace, AsManySequencesAreCharactersOfGb18030) {
     }
     EXPECT_EQ(count, SCALAR_VALUES);
     EXPECT_FALSE(checker.is_character("\xE3\x32\x9A\x36")); // the first above 10FFFF
-}
-
-// ---- Conversions
-
-class Converter {
-  public:
-    Converter(const string &source, const string &target) : name_(source + " to " + target) {
-        setenv("QUORBANEDIR", QBGL_TREE, 1);
-        gl_cv *opened = nullptr;
-        EXPECT_EQ(gl_cv_load(&opened, target.c_str(), source.c_str(), nullptr, nullptr), 1) << name_;
-        cd_.reset(opened);
-    }
-
-    // Converts as far as it goes, and tells where that is, and with which error.
-    struct Stop {
-        size_t place;
-        int result, error, substituted;
-    };
-    Stop convert(const string &text, string &output) {
-        output.resize(text.size() * 4);
-        const char *in = text.data();
-        char *out = output.data();
-        int inleft = static_cast<int>(text.size()), outleft = static_cast<int>(output.size()), substituted = 0;
-        cd_->error = 0;
-        const int result = gl_miconv(cd_.get(), &in, &inleft, &out, &outleft, &substituted);
-        output.resize(static_cast<size_t>(out - output.data()));
-        return {static_cast<size_t>(in - text.data()), result, cd_->error, substituted};
-    }
-    string whole(const string &text) {
-        string output;
-        const Stop stop = convert(text, output);
-        EXPECT_EQ(stop.result, 0) << name_ << ", at " << stop.place;
-        EXPECT_EQ(stop.substituted, 0) << name_;
-        return output;
-    }
-    // A character is converted, approximated, or one that the target lacks.
-    bool knows(const string &bytes) {
-        const Stop stop = convert(bytes, output_);
-        return stop.result == 0 || (stop.error == GL_EILSEQ && stop.place == 0);
-    }
-
-  private:
-    string name_, output_;
-    std::unique_ptr<gl_cv, int (*)(gl_cv *)> cd_{nullptr, gl_cv_unload};
-};
-
-TEST(CodeSpace, EveryScalarValueHasItsBytesInGb18030) {
-    const std::vector<string> characters = utf8_characters();
-    string utf8;
-    for (const string &bytes : characters) utf8 += bytes;
-    for (const char *form : {"utf8", "utf-16le", "utf-32be", "ucs4"}) {
-        const string text = form == string("utf8") ? utf8 : Converter("utf8", form).whole(utf8);
-        const string written = Converter(form, "gb18030").whole(text);
-        EXPECT_TRUE(Converter("gb18030", form).whole(written) == text) << form;
-    }
-    // Nothing else of its shape is a character.
-    std::set<string> written;
-    Converter write("utf8", "gb18030"), read("gb18030", "utf8"), read_units("gb18030", "ucs4");
-    for (const string &bytes : characters) written.insert(write.whole(bytes));
-    EXPECT_EQ(written.size(), SCALAR_VALUES);
-    string output;
-    size_t refused = 0;
-    for (const string &bytes : gb18030_sequences()) {
-        if (written.contains(bytes)) continue;
-        ++refused;
-        for (Converter *converter : {&read, &read_units}) {
-            const auto stop = converter->convert("A" + bytes, output);
-            ASSERT_EQ(std::tuple(stop.place, stop.result, stop.error), std::tuple(1u, -1, 0)) << testing::PrintToString(bytes);
-        }
-    }
-    EXPECT_GT(refused, 0u);
-}
-
-// Assigned or not, a character that the target lacks is one all the same.
-TEST(CodeSpace, EveryScalarValueIsACharacterToAnyTarget) {
-    const std::vector<string> characters = utf8_characters();
-    for (const char *target : {"8859-1", "sjis", "ccsid930", "big5-hkscs", "unicode"}) {
-        Converter utf8("utf8", target), utf16("utf-16le", target), gb18030("gb18030", target);
-        Converter to_utf16("utf8", "utf-16le"), to_gb18030("utf8", "gb18030");
-        size_t unknown = 0;
-        for (const string &bytes : characters)
-            for (const bool known : {utf8.knows(bytes), utf16.knows(to_utf16.whole(bytes)), gb18030.knows(to_gb18030.whole(bytes))})
-                if (!known && unknown++ < REPORTED) ADD_FAILURE() << target << ": " << testing::PrintToString(bytes);
-        for (const char *none : {"\xED\xA0\x80", "\xED\xBF\xBF", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80",
-                                 "\xF0\x9F\xAB", "\x80"})
-            EXPECT_FALSE(utf8.knows(none)) << target << testing::PrintToString(none);
-        for (const string &none : {"\x3D\xD8"s, "\x3D\xD8\x41\x00"s, "\xA8\xDE"s})
-            EXPECT_FALSE(utf16.knows(none)) << target << testing::PrintToString(none);
-        EXPECT_FALSE(gb18030.knows("\xE3\x32\x9A\x36")) << target;
-    }
 }
 
 } // namespace
