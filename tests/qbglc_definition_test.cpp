@@ -72,12 +72,6 @@ std::string entries(const CollationRules &rules) {
     return text;
 }
 
-std::string dump(const TranslitRule &rule) {
-    std::string text = utf8(rule.from) + "=";
-    for (const std::u32string &alternative : rule.alternatives) text += utf8(alternative) + ";";
-    return text;
-}
-
 } // namespace
 
 // Every locale of the platform is one that a user may name; files without a category of their own are parts of others.
@@ -106,28 +100,6 @@ TEST_F(Definitions, Members) {
     };
     for (const auto &[list, ranges] : cases)
         EXPECT_EQ(dump(read({{"LC_CTYPE", fmt::format("upper {}\n", list)}})->ctype.classes.at("upper")), ranges) << list;
-}
-
-TEST_F(Definitions, ClassesMapsAndTransliteration) {
-    write("part", {{"LC_CTYPE", "translit_start\n<U00E6> \"part\"\ntranslit_end\n"}});
-    write("base", {{"LC_CTYPE", "upper A\nclass \"vowel\"; a;e\ncharclass consonant\nconsonant b\nmap \"totitle\"; (a,A)\n"
-                                "translit_start\n<U00E6> \"base\"\ndefault_missing <U003F>\ntranslit_end\n"}});
-    const auto read_types = read({{"LC_CTYPE", "copy \"base\"\nupper B\nvowel i\ncharconv tolow\ntolow (A,a);(B,<U0062>);\n"
-                                               "map \"totitle\"; (b,B)\n"
-                                               "translit_start\ninclude \"part\";\"\"\n<U00E6> \"ae\";<U0065>;e<U0301>\n"
-                                               "<U0041><U0042> \"\"\ntranslit_ignore <U0300>..<U0301>\ntranslit_end\n"}});
-    const CharacterTypes &types = read_types->ctype;
-    EXPECT_EQ(dump(types.classes.at("upper")), "41 42 ");
-    EXPECT_EQ(dump(types.classes.at("vowel")), "61 65 69 ");
-    EXPECT_EQ(types.own_classes, (std::vector<std::string>{"vowel", "consonant"}));
-    EXPECT_EQ(types.maps.at("totitle").size(), 2u);
-    EXPECT_EQ(types.maps.at("tolow").at(1).to, U'b');
-    std::string rules;
-    for (const TranslitRule &rule : types.translit) rules += dump(rule) + " ";
-    EXPECT_EQ(rules, "\u00E6=ae;e;e\u0301; AB=; \u0300=; \u0301=; \u00E6=part; \u00E6=base; ");
-    EXPECT_EQ(types.default_missing, std::vector<std::u32string>{U"?"});
-    EXPECT_EQ(read_types->sources.size(), 3u);
-    EXPECT_EQ(read_types->ctype_place.line, 3u);
 }
 
 TEST_F(Definitions, Keywords) {

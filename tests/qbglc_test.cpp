@@ -53,23 +53,6 @@ std::string dump(const std::vector<ConversionRecord> &records) {
 
 } // namespace
 
-TEST(Charmap, ReadsWhatPosixAllows) {
-    const Charmap map =
-        charmap("<U0041>..<U0043> /x41 A TO C\n<U00E9> /d130/101\n%IRREVERSIBLE%<U00E8> /x7f\n<D//> /x44 <U0110>\n");
-    ASSERT_EQ(map.entries.size(), 3u);
-    std::string stepped;
-    map.for_each(map.entries[0], [&](char32_t, const Sequence &bytes) { stepped += bytes.text(); });
-    EXPECT_EQ(stepped, "ABC");
-    EXPECT_EQ(map.entries[1].bytes.hex(), "8241");
-    EXPECT_TRUE(map.entries[2].decode_only);
-    EXPECT_EQ(map.symbols.at(0).name, "D/");
-    EXPECT_EQ(map.symbols[0].line, 10u);
-
-    const Charmap widths = parse_charmap("CHARMAP\n<U0041> \\x41\nEND CHARMAP\nWIDTH\n<U3000>...<U2593> 2\nEND WIDTH\n", "cm");
-    ASSERT_EQ(widths.widths.size(), 1u);
-    EXPECT_EQ(widths.widths[0].columns, 2u);
-}
-
 TEST(Charmap, ErrorsNameFileLineAndConstruct) {
     const std::pair<const char *, const char *> cases[] = {
         {"<U0041> /x4\n", "cm:7:11: malformed byte: <U0041> /x4"},
@@ -97,15 +80,6 @@ TEST(Charmap, ErrorsNameFileLineAndConstruct) {
               "cm:1:1: begins with a byte order mark of UTF-8: save it as UTF-8 without one");
     EXPECT_EQ(message([] { parse_charmap("<colour> red\n", "cm"); }), "cm:1:10: unknown declaration: <colour> red");
     EXPECT_EQ(message([] { codeset("<a> /x41\n"); }), "cm: no character has a name <Uxxxx>");
-}
-
-TEST(Codeset, FirstOfSeveralCounts) {
-    const auto set = codeset("<U0041> /x41\n<U0391> /x41\n%IRREVERSIBLE%<U0042> /x62\n");
-    EXPECT_EQ(set->find(Sequence("A"))->code, U'A');
-    EXPECT_EQ(set->find(U'B'), nullptr);
-    EXPECT_EQ(set->find(U'A')->bytes.hex(), "41");
-    EXPECT_FALSE(set->find(U'A')->one_way);
-    EXPECT_TRUE(set->find(U'\u0391')->one_way);
 }
 
 TEST(Join, MarksTerminatorSubstitutionAndHoles) {
