@@ -38,15 +38,6 @@ class Comparison {
             report(format, "wide", ours.data(), "");
     }
 
-    void read(const char *format, const char *decimal) {
-        std::array<char, 300> text{}, back{};
-        ASSERT_GT(gl_mbsfmon_text(&ours_, text.data(), text.size(), format, decimal), 0) << format;
-        const char *end = nullptr;
-        if (gl_mbspmon(&ours_, text.data(), &end, back.data(), back.size()) < 0 || *end != '\0' ||
-            std::string(back.data()) != decimal)
-            report(format, "read", fmt::format("{} {}", back.data(), end != nullptr ? end : "-"), text.data());
-    }
-
     // What is written and read is written again.
     void write_again(const std::string &format, const char *decimal) {
         std::array<char, 300> text{}, back{}, again{};
@@ -75,13 +66,10 @@ TEST(MoneyOracle, EveryLocaleWritesAmountsAsThePlatform) {
         Comparison comparison(locale);
         for (const char *format : FORMATS)
             for (const double amount : AMOUNTS) comparison.compare(format, amount);
-        for (const char *format : {"%.2n", "%.2i", "%!.2n", "%(.2n", "%(.2i", "%^.2n", "%#4.2n", "%#12.2i"})
-            for (const char *amount : {"0.00", "1.50", "-1.50", "-1234567890123456789012345.05", "999999.99", "-1000.00"})
-                comparison.read(format, amount);
         for (const char *flags : {"", "^", "+", "(", "!", "^(", "^+", "!(", "!+", "20", "-20", "#6", "(#6", "+#6", "!#6", "-(20#3"})
             for (const char *digits : {"", ".0", ".3"})
                 for (const char conversion : {'n', 'i'})
-                    for (const char *amount : {"0", "1.5", "-1.5", "-1234567.891"})
+                    for (const char *amount : {"0", "1.5", "-1.5", "-1234567.891", "-1234567890123456789012345.05"})
                         comparison.write_again(fmt::format("%{}{}{}", flags, digits, conversion), amount);
     });
 }
