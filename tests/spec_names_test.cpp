@@ -74,16 +74,6 @@ class Names : public testing::Test {
     }
 };
 
-TEST_F(Names, CategoriesAreNumberedInTheOrderOfTheKeywords) {
-    int length = UNTOUCHED, number = 0;
-    EXPECT_EQ(_gl_is_category("gl_ctype", &length), 0);
-    EXPECT_EQ(length, UNTOUCHED);
-    for (const string keyword : {"GL_CTYPE", "GL_COLLATE", "GL_TIME", "GL_MONETARY", "GL_NUMERIC", "GL_MESSAGES"}) {
-        EXPECT_EQ(_gl_is_category((keyword + "x").c_str(), &length), ++number);
-        EXPECT_EQ(static_cast<size_t>(length), keyword.size());
-    }
-}
-
 TEST_F(Names, SpecificationToFileName) {
     const auto in = [](const string &path) {
         return [=](void *ctx, const char *text, char *out) { return gl_lc_spec2lc_fname(ctx, text, out, nullptr, path.c_str()); };
@@ -107,19 +97,6 @@ TEST_F(Names, SpecificationToFileName) {
               "GL_CTYPE = ja_jp.sjis; GL_TIME = ja_jp.sjis|GL_CTYPE = ja_jp.sjis ; ja_jp.sjis|*ja_jp.sjis |GL_CTYPE = ja_jp",
               in(directory));
     }
-}
-
-TEST_F(Names, XopenSpecAdvancesBothPositions) {
-    std::vector<char> out(19);
-    const char *const good = "zh_TW.000000000000000000819@abcd ; x", *const bad = "ja_jp.819@abcde", *input = bad;
-    char *output = out.data();
-    uint16_t number = 0;
-    EXPECT_EQ(_gl_is_xopen_spec(nullptr, &input, &output, &number, nullptr), 0);
-    EXPECT_EQ((std::tuple{input, output}), std::tuple(bad, out.data()));
-    input = good;
-    EXPECT_EQ(_gl_is_xopen_spec(nullptr, &input, &output, &number, nullptr), 1);
-    EXPECT_EQ((std::tuple{input, output, number}), std::tuple(good + 32, out.data() + 18, 819));
-    EXPECT_STREQ(out.data(), "zh_tw/0333abcd.lco");
 }
 
 TEST_F(Names, MessageDirectory) {
