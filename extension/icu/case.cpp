@@ -2,6 +2,7 @@
 #include "icu/text.h"
 #include "icu/utf8.h"
 
+#include <algorithm>
 #include <unicode/uchar.h>
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
@@ -96,19 +97,65 @@ int encode(Characters &characters, char *dst, const UChar *units, int32_t length
     return written;
 }
 
+// The units that a character becomes by itself; -1 with an error.
+constexpr int MOST_UNITS = 8;
+template <Case TO> int32_t map_alone(const Locale &locale, UChar (&to)[MOST_UNITS], UChar32 value) {
+    UChar from[U16_MAX_LENGTH];
+    int32_t length = 0;
+    U16_APPEND_UNSAFE(from, length, value);
+    UErrorCode status = U_ZERO_ERROR;
+    const int32_t mapped = map<TO>(to, MOST_UNITS, from, length, locale.name(), status);
+    return U_SUCCESS(status) ? mapped : -1;
+}
+
+// A text in UTF-16.
+struct Units {
+    const UChar *data;
+    int32_t length;
+};
+
+// The mapped text in the codeset; -1 when it lacks a character, or NO_MEMORY. A codeset may have a character twice: those that are
+// the same in both texts keep the bytes of src.
+template <Case TO>
+int encode_mapped(const Locale &locale, Characters &characters, char *dst, Units mapped, const char *src, int bytes, Units source) {
+    int written = 0;
+    int32_t from = 0, to = 0;
+    for (int at = 0; at < bytes && from < source.length && to < mapped.length;) {
+        const Decoded one = characters.decode(src + at, bytes - at);
+        UChar32 value, other;
+        U16_NEXT(source.data, from, source.length, value);
+        if (!one || one.value != value) return one.length == NO_MEMORY ? NO_MEMORY : -1;
+        int32_t next = to;
+        U16_NEXT(mapped.data, next, mapped.length, other);
+        if (other == value) {
+            for (int i = 0; i < one.length; ++i) dst[written++] = src[at + i];
+        } else {
+            UChar alone[MOST_UNITS];
+            if (mapped.length != source.length) next = to + std::max(next - to, map_alone<TO>(locale, alone, value));
+            next = std::min(next, mapped.length);
+            const int made = encode(characters, dst + written, mapped.data + to, next - to);
+            if (made < 0) return made;
+            written += made;
+        }
+        at += one.length;
+        to = next;
+    }
+    const int rest = encode(characters, dst + written, mapped.data + to, mapped.length - to);
+    return rest < 0 ? rest : written + rest;
+}
+
 // Character by character, each as it is where the codeset lacks what it becomes.
 template <Case TO> int map_what_can_be(const Locale &locale, Characters &characters, char *dst, const char *src, int bytes) {
-    constexpr int MOST_UNITS = 8;
     int written = 0;
     for (int at = 0; at < bytes;) {
         const Decoded one = characters.decode(src + at, bytes - at);
-        UChar from[U16_MAX_LENGTH], to[MOST_UNITS];
-        int32_t length = 0;
-        U16_APPEND_UNSAFE(from, length, one.value);
-        UErrorCode status = U_ZERO_ERROR;
-        const int32_t mapped = map<TO>(to, MOST_UNITS, from, length, locale.name(), status);
+        UChar to[MOST_UNITS];
+        const int32_t mapped = map_alone<TO>(locale, to, one.value);
+        UChar32 first = -1;
+        int32_t units = 0;
+        if (mapped == U16_LENGTH(one.value)) U16_NEXT(to, units, mapped, first);
         char text[MOST_UNITS * Codeset::LONGEST];
-        const int made = U_SUCCESS(status) ? encode(characters, text, to, mapped) : -1;
+        const int made = mapped >= 0 && first != one.value ? encode(characters, text, to, mapped) : -1;
         memcpy(dst + written, made >= 0 ? text : src + at, static_cast<size_t>(made >= 0 ? made : one.length));
         written += made >= 0 ? made : one.length;
         at += one.length;
@@ -136,7 +183,7 @@ template <Case TO> int map_text(void *handle, char *dst, const char *src, int16_
         const int32_t made =
             map<TO>(mapped.data(), static_cast<int32_t>(mapped.capacity()), units.data(), length, locale.name(), status);
         if (U_FAILURE(status)) return fail(error, status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_ERANGE, -1);
-        written = encode(characters, dst, mapped.data(), made);
+        written = encode_mapped<TO>(locale, characters, dst, {mapped.data(), made}, src, bytes, {units.data(), length});
         if (written == NO_MEMORY) return fail(error, GL_ENOMEM, -1);
         if (written < 0) written = map_what_can_be<TO>(locale, characters, dst, src, bytes);
     }
