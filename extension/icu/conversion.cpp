@@ -10,7 +10,6 @@
 #include <cstring>
 #include <iterator>
 #include <unicode/ucnv.h>
-#include <unicode/utf16.h>
 
 namespace qbgl::icu {
 namespace {
@@ -68,6 +67,7 @@ class Converter {
     bool convert_piece(Cursor &at, int piece, char *scratch, UErrorCode &status);
     Outcome convert_character(Cursor &at, bool closes);
     bool encode(const UChar *units, int count, char *&out, const char *end, bool closes, bool &substituted);
+    bool encode_what_waits(char *&out, const char *end);
 
     UConverter *source_ = nullptr, *target_ = nullptr;
     bool stateful_ = false, single_byte_source_ = false;
@@ -132,13 +132,14 @@ Outcome Converter::convert(Cursor &at, bool reset_states) {
     return stateful_ ? convert_with_states(at, reset_states) : convert_pieces(at);
 }
 
-// Where a character fails, both sides go back to where the call began, and over the way again up to it: that is the state that the
-// place shown has. `closes`: the call began in the initial states.
+// Where a character fails, both sides go back to where the call began, and over the way again up to it, as if the text ended there:
+// that is the state that the place shown has. `closes`: the call began in the initial states.
 Outcome Converter::convert_with_states(Cursor &at, bool closes) {
     const Cursor begin = at;
     UConverter *source = nullptr, *target = nullptr;
     if (!closes) {
-        UErrorCode status = U_ZERO_ERROR;
+        const Provision provision; // for they may stay
+        UErrorCode status = provision ? U_ZERO_ERROR : U_MEMORY_ALLOCATION_ERROR;
         source = ucnv_clone(source_, &status);
         target = ucnv_clone(target_, &status);
         if (U_FAILURE(status)) {
@@ -155,7 +156,9 @@ Outcome Converter::convert_with_states(Cursor &at, bool closes) {
             std::swap(source_, source);
             std::swap(target_, target);
         }
-        for (Cursor again = {begin.in, begin.left, nullptr, INT_MAX, false}; again.in < at.in;) convert_character(again, closes);
+        Cursor again = {begin.in, static_cast<int>(at.in - begin.in), nullptr, INT_MAX, false};
+        while (again.left > 0 && convert_character(again, false) == Outcome::DONE) {
+        }
     }
     ucnv_close(source);
     ucnv_close(target);
@@ -191,10 +194,12 @@ Outcome Converter::convert_pieces(Cursor &at) {
             if (at.out == nullptr && !scratch.reserve(static_cast<size_t>(room_for(piece)))) return Outcome::NO_MEMORY;
             UErrorCode status;
             whole = convert_piece(ahead, piece, scratch.data(), status);
-            if (!whole && status == U_INVALID_CHAR_FOUND) { // once more, with approximate mappings
+            if (!whole && status == U_INVALID_CHAR_FOUND) { // once more up to its end, with approximate mappings
                 reset();
+                piece += static_cast<int>(ahead.in - at.in);
                 ahead = at;
-                piece = std::min(ahead.left, piece);
+                if (room_for(piece) > ahead.room || (at.out == nullptr && room_for(piece) > static_cast<int>(scratch.capacity())))
+                    break;
                 ucnv_setFallback(target_, true);
                 whole = convert_piece(ahead, piece, scratch.data(), status);
                 ucnv_setFallback(target_, false);
@@ -235,15 +240,34 @@ bool Converter::encode(const UChar *units, int count, char *&out, const char *en
     return U_SUCCESS(status);
 }
 
+// Writes the characters that wait for one that joins them; the shift state stays as it is behind them.
+bool Converter::encode_what_waits(char *&out, const char *end) {
+    constexpr char SHIFT_IN = 0x0F;
+    constexpr UChar WIDE_SPACE = 0x3000;
+    const char *const begin = out;
+    const UChar *at = &WIDE_SPACE;
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_fromUnicode(target_, &out, end, &at, at, nullptr, true, &status);
+    if (out > begin && out[-1] == SHIFT_IN && ucnv_getType(target_) == UCNV_EBCDIC_STATEFUL) {
+        char shifted[LONGEST_RESULT], *to = shifted; // for the state alone
+        --out;
+        ucnv_fromUnicode(target_, &to, shifted + sizeof shifted, &at, at + 1, nullptr, false, &status);
+    }
+    return U_SUCCESS(status);
+}
+
 // The next character, with what joins it and the shift sequences before it; `closes`: the target returns to its initial state
-// behind the last one.
+// behind the last one. Where a fault stands behind characters that wait to be joined, they are converted, and the place is on it.
 Outcome Converter::convert_character(Cursor &at, bool closes) {
     char bytes[LONGEST_RESULT], *out = bytes;
-    int taken = 0;
-    bool substituted = at.substituted;
+    const char *const room_end = bytes + sizeof bytes;
+    int taken = 0, waiting = 0; // bytes read, and those of them that the characters before the last one have
+    bool substituted = at.substituted, before_last = substituted, waits = false;
     UErrorCode status = U_ZERO_ERROR;
     Outcome outcome = Outcome::DONE;
     do {
+        waiting = taken;
+        before_last = substituted;
         UChar units[LONGEST_RESULT / 2], *end = units;
         while (end == units && taken < at.left && U_SUCCESS(status)) {
             const char *in = at.in + taken++;
@@ -254,21 +278,28 @@ Outcome Converter::convert_character(Cursor &at, bool closes) {
             outcome = single_byte_source_ ? Outcome::UNMAPPED : Outcome::UNREADABLE;
             break;
         }
-        if (!encode(units, static_cast<int>(end - units), out, bytes + sizeof bytes, last && (closes || !stateful_), substituted)) {
+        if (!encode(units, static_cast<int>(end - units), out, room_end, last && (closes || !stateful_), substituted)) {
             outcome = Outcome::UNMAPPED;
             break;
         }
-    } while (taken < at.left && ucnv_fromUCountPending(target_, &status) > 0);
+        waits = ucnv_fromUCountPending(target_, &status) > 0;
+    } while (waits && taken < at.left);
 
-    const int made = static_cast<int>(out - bytes);
-    if (outcome == Outcome::DONE && made > at.room) outcome = Outcome::NO_ROOM;
-    if (outcome == Outcome::DONE) {
+    if (outcome != Outcome::DONE) {
+        taken = waiting;
+        substituted = before_last;
+        waits = waiting > 0;
+    }
+    if (waits && !encode_what_waits(out, room_end)) return Outcome::UNMAPPED;
+    const int made = taken > 0 ? static_cast<int>(out - bytes) : 0;
+    if (taken > 0 && made > at.room) {
+        outcome = Outcome::NO_ROOM;
+    } else if (taken > 0) {
         if (at.out != nullptr) memcpy(at.out, bytes, static_cast<size_t>(made));
         at.advance(taken, made);
         at.substituted = substituted;
-    } else if (!stateful_) {
-        reset();
     }
+    if (outcome != Outcome::DONE && !stateful_) reset();
     return outcome;
 }
 

@@ -1007,6 +1007,12 @@ void check_pair(int source, int target) {
                "bytes that are no character, or a part: -1, the status as it was, and the place is on them");
         expect_equal(bad.out + convert(converter, text, 4096, false).out, whole.out + whole.out, "the states are those of it");
     }
+    for (const string fault : {"", "\xFF"}) {
+        if (source != UTF8 || convert(converter, "\u304B", 16).result != 0) break;
+        const Conversion first = convert(converter, "\u304B" + fault, 16, false), next = convert(converter, "z", 16, false);
+        expect_equal(first.taken, 3, "a character that another one may join waits for none behind the call or the fault");
+        expect_equal(first.out + next.out, convert(converter, "\u304Bz", 16).out, "nor is it lost");
+    }
     check_refusals_of_converter(converter);
     expect_equal(ASK(glu_cv_close, converter), 0, "closes");
     if (back != nullptr) ASK(glu_cv_close, back);
