@@ -2,8 +2,6 @@
 #include "support/collation_model.h"
 #include "support/faults.h"
 
-#include <cmath>
-#include <ctime>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -204,45 +202,6 @@ Collation some_rules(const Codeset &codeset, const std::vector<unsigned> &direct
     rules.expansions = {{'a', 'b'}};
     if (elements) rules.elements = {{{'c', 'c', 'h'}, 50}};
     return rules;
-}
-
-TEST(LongTexts, TakeTimeByTheirLength) {
-    const auto shortest_of = [](auto work) {
-        double shortest = HUGE_VAL;
-        for (int i = 0; i < 5; ++i) {
-            const std::clock_t start = std::clock(); // of this process alone
-            work();
-            shortest = std::min(shortest, static_cast<double>(std::clock() - start));
-        }
-        return shortest;
-    };
-    for (const Codeset &codeset : {single_byte_codeset(), sjis_codeset()}) {
-        for (const auto &directions : {std::vector<unsigned>{1, 1, 1}, {1, 2, 1}, {2, 1, 2}}) {
-            for (const bool elements : {false, true}) {
-                const Locale owner = load(codeset, some_rules(codeset, directions, elements));
-                gl_locale *const l = owner.get();
-                std::vector<char> key;
-                for (const char *const piece : {"-", "c", "cc", "cch", "e", "ab", "A"}) {
-                    SCOPED_TRACE(codeset.name + " " + piece + " " + std::to_string(directions[1]) + std::to_string(elements));
-                    const auto time_of = [&](size_t size) {
-                        std::string a = "x", b;
-                        while (a.size() < size) a += piece;
-                        b = a + "hA";
-                        a += "ha";
-                        const std::string longer = "-" + a;
-                        key.resize(8 * size);
-                        return shortest_of([&] {
-                            EXPECT_EQ(sign(gl_mbscoll(l, a.c_str(), b.c_str())), 1); // 'A' stands before 'a' in the codeset
-                            EXPECT_NE(gl_mbscoll(l, a.c_str(), longer.c_str()), 0);
-                            EXPECT_GT(gl_mbsxfrm(l, key.data(), a.c_str(), static_cast<int>(key.size())), 0);
-                        });
-                    };
-                    EXPECT_LT(time_of(1 << 15), 9 * time_of(1 << 13)); // 16 times as long, if it took the square
-                    EXPECT_EQ(l->error, 0);
-                }
-            }
-        }
-    }
 }
 
 TEST(LongTexts, WithoutMemoryAreEqualWithAnError) {
