@@ -141,20 +141,6 @@ TEST(Case, FollowsTheCaseTableAlone) {
     info = whole;
 }
 
-TEST(Class, IsFoundByName) {
-    char kana[] = "kana", alpha[] = "alpha", capital[] = "Alnum";
-    gl_class_name own[] = {{3, kana}, {0, alpha}, {37, capital}, {4, kana}};
-    gl_locale locale = {};
-    EXPECT_EQ(gl_ctype(&locale, "kana"), 0U);
-    locale.ctype.class_list = own;
-    locale.ctype.class_count = 4;
-    unsigned mask = 1;
-    for (const char *name : {"upper", "lower", "alpha", "digit", "space", "cntrl", "punct", "graph", "print", "xdigit", "blank"})
-        EXPECT_EQ(gl_ctype(&locale, name), std::exchange(mask, mask * 2)) << name;
-    for (const auto &[name, own_mask] : {std::pair("alnum", 12U), {"kana", 16384U}, {"Alnum", 65536U}, {"kan", 0U}})
-        EXPECT_EQ(gl_ctype(&locale, name), own_mask) << name;
-}
-
 TEST(Case, GrowsByTheLocalesFactor) {
     gl_locale locale = {};
     for (const auto &[factor, size] : {std::pair(4.0, 40), {1.5, 20}, {2.0, 20}, {2.01, 30}, {1e300, INT_MAX}}) {

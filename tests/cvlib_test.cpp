@@ -115,26 +115,6 @@ TEST(ConversionObjectFile, FieldsAreKept) {
     }
 }
 
-TEST(ConversionObjectFile, ShapeChoosesTheFunction) {
-    const auto from_le = little_endian_unicode_source_miconv, to_le = little_endian_unicode_target_miconv;
-    using Case = std::tuple<ConversionObject::Lengths, bool, bool, gl_cv_function>;
-    for (const auto &[lengths, source_stateful, target_stateful, function] :
-         {Case{{2, 2, 1, 1}, false, false, from_le}, Case{{4, 4, 2, 2}, false, true, from_le},
-          Case{{2, 4, 1, 1}, false, false, mb_miconv}, Case{{2, 2, 1, 2}, true, false, mb_miconv},
-          Case{{1, 1, 2, 2}, false, false, to_le}, Case{{1, 1, 4, 4}, true, false, to_le},
-          Case{{1, 1, 2, 2}, false, true, mb_miconv}, Case{{1, 1, 2, 4}, false, false, mb_miconv},
-          Case{{1, 1, 3, 3}, false, false, mb_miconv}, Case{{1, 1, 1, 1}, false, false, sb_miconv},
-          Case{{0, 1, 0, 1}, false, false, sb_miconv}, Case{{1, 1, 1, 1}, true, false, mb_miconv},
-          Case{{1, 2, 1, 1}, false, false, mb_miconv}}) {
-        for (const int flag : {0, 1}) {
-            const ConversionObject object{{{"a", {M, "b"}}}, lengths, {}, source_stateful, target_stateful, "0000", flag};
-            const Descriptor cd = load(object.text());
-            EXPECT_EQ(cd->convert, function) << object.text();
-            EXPECT_EQ(cd->single_byte_table != nullptr, flag == 0 && function == sb_miconv);
-        }
-    }
-}
-
 // What a table does not list is a character where the header names a rule by which the source has it.
 TEST(ConversionObjectFile, NamesRulesForWhatItDoesNotList) {
     const string smile = "\xF0\x9F\x98\x80", in_gb18030 = "\x94\x39\xFC\x36";
@@ -327,53 +307,6 @@ class Composed : public testing::Test {
     const TempDir tree_;
     const ScopedEnv base_{"QUORBANEDIR", tree_.path().string()}, path_{"GL_PATH", nullptr};
 };
-
-TEST_F(Composed, IsWhatAnObjectOfThePairWouldBe) {
-    const Mapping plain{{"\0"s, {TERMINATOR, "\0"s}},
-                        {"a", {M, "A"}},
-                        {"b", {SUBSTITUTED, "BB"}},
-                        {"c", {SUBSTITUTED, "e"}},
-                        {"d", {0, ""}},
-                        {"e", {0, ""}},
-                        {"f", {0, ""}},
-                        {"\x81\x40", {M, "\x82\xA0"}},
-                        {"\x81\x41", {0, ""}}};
-    const Mapping shifting{{"\0"s, {TERMINATOR, "\0"s}},
-                           {"a", {M, "a"}},
-                           {"b", {0, ""}},
-                           {"c", {0, ""}},
-                           {"d", {0, ""}},
-                           {"e", {0, ""}},
-                           {"f", {0, ""}},
-                           {"\x81\x40", {SHIFTED, "ka"}},
-                           {"\x81\x41", {0, ""}}};
-    const ConversionObject to_states{shifting, {1, 2, 1, 2}, {}, false, true, "10e10f00"};
-    const ConversionObject from_states{{{"\0"s, {TERMINATOR, "\0"s}}, {"a", {M, "A"}}, {"\x0E", {TOGGLES, ""}}, {"\x0F", {M, ""}}},
-                                       {1, 2, 1, 2},
-                                       {{"\x0F", {TOGGLES, ""}}, {"\x0E", {M, ""}}, {"KA", {M, "\x82\xA0"}}, {"KI", {0, ""}}},
-                                       true};
-    using Case = std::tuple<const char *, const char *, ConversionObject, float>;
-    for (const auto &[source, target, object, growth] :
-         {Case{"1", "2", {plain, {1, 2, 1, 2}}, 2.0F}, Case{"1", "4", to_states, 2.0F}, Case{"3", "2", from_states, 1.0F}}) {
-        const Descriptor composed = open(target, source), whole = load(object.text());
-        EXPECT_EQ(composed->convert, whole->convert);
-        EXPECT_EQ(composed->lane != nullptr, whole->lane != nullptr);
-        EXPECT_EQ(composed->expansion, growth);
-        EXPECT_EQ(composed->target_max_len, 2);
-        for (const string &text : {"a\0b"s, "aabc"s, "ab\x81\x40"s + "c", "\x81\x40\x81\x40" + "a"s, "d"s, "ae"s, "f"s, "\x81\x41"s,
-                                   "g"s, "\x81"s, "a\x0EKAKA\x0F"s + "a", "\x0EKI"s, "\x0FKA"s, "\x0EK"s})
-            for (const int room : {0, 1, 2, 3, 9})
-                for (const bool counted : {true, false}) {
-                    gl_cv_state states[] = {{0, 1, 0, 0}, {0, 1, 0, 0}};
-                    const string ended = counted ? text : text + "\0"s;
-                    EXPECT_EQ(convert(composed.get(), ended, room, &states[0], counted),
-                              convert(whole.get(), ended, room, &states[1], counted))
-                        << source << " to " << target << ": " << hexadecimal(text) << " into " << room;
-                    EXPECT_EQ(states[0].source_shift * 2 + states[0].target_shift,
-                              states[1].source_shift * 2 + states[1].target_shift);
-                }
-    }
-}
 
 TEST_F(Composed, ReadsAndWritesFormsOfUnicode) {
     const string smile = "\x81\x41";

@@ -131,40 +131,6 @@ TEST(Multi, ConflictsAreRefusedBothWaysAndChangeNothing) {
     EXPECT_EQ(_gl_multi_node_count(table.get()), 5);
 }
 
-TEST(Multi, WideValuesAreWalkedFromTheirShortestForm) {
-    const Table one = table_of({{"A", 1}, {"\x8E\xA1", 2}, {"\x8F\xA1\xA2", 3}, {"\x90\xA1\xA2\xA3", 4}});
-    const Table two = table_of({{"\0A"s, 1}, {"\x8E\xA1", 2}});
-    const Table four = table_of({{"\0\x8F\xA1\xA2"s, 5}, {"\0\0\x8E\xA1"s, 6}}), empty = new_table();
-    using Case = std::tuple<const Table &, gl_wchar, int>;
-    for (const auto &[table, value, expected] :
-         {Case{one, 'A', 1}, Case{one, 0x8EA1, 2}, Case{one, 0x8FA1A2, 3}, Case{one, 0x90A1A2A3, 4}, Case{one, 0x8E, -1},
-          Case{one, 0x41A1, -1}, Case{one, 0x90A1A2, -1}, Case{two, 'A', 1}, Case{two, 0x418EA1, -1}, Case{four, 0x8FA1A2, 5},
-          Case{empty, 'A', -1}}) {
-        int32_t error = 0;
-        EXPECT_EQ(value_of(_gl_retrieve_wchar_multi_nl(&error, value, table.get())), expected) << value;
-        EXPECT_EQ(error, expected < 0 ? GL_EILSEQ : 0) << value;
-    }
-}
-
-TEST(Multi, LittleEndianUnitsAreWalkedFromTheirLastByte) {
-    const Table two = table_of({{"\x30\x42", 1}, {"\x31", 9}, {"\x32\x33\x34", 9}});
-    gl_cv cd = {};
-    cd.source_min_len = 2, cd.source_max_len = 4;
-    for (const auto &[text, value, error] : {std::tuple{"\x42\x30"s, 1, 0},
-                                             {"\x30\x42", -1, GL_EILSEQ},
-                                             {"\x31\x31", -1, GL_EILSEQ},
-                                             {"\x33\x32", -1, GL_EILSEQ},
-                                             {"\x42", -1, GL_EINVAL}}) {
-        cd.error = 0;
-        const void *entry = _gl_retrieve_little_endian_unicode_limit(text.data(), two.get(), int(text.size()), &cd);
-        EXPECT_EQ((std::pair{value_of(entry), cd.error}), std::pair(value, error)) << testing::PrintToString(text);
-    }
-    const Table four = table_of({{"\0\1\xF6\x01"s, 2}});
-    cd.source_min_len = cd.source_max_len = 4;
-    for (const int limit : {3, 4})
-        EXPECT_EQ(value_of(_gl_retrieve_little_endian_unicode_limit("\x01\xF6\1\0", four.get(), limit, &cd)), limit == 4 ? 2 : -1);
-}
-
 // Keys of several lengths with runs of neighbours, whose values repeat often.
 Model random_model(std::mt19937 &random) {
     Model model{{"\xFE\xFE", 1}}; // whatever else there is, no single-byte codeset

@@ -294,19 +294,6 @@ TEST_F(Extension, SurvivesEveryFault) {
     }
 }
 
-TEST(Registry, GivesAPathForEveryLine) {
-    const std::string big(5000, 'n');
-    const auto file = stream_of("a\n\n b \n" + big + "\nlast");
-    char *path = nullptr;
-    uint32_t capacity = 0;
-    for (const std::string &name : {std::string("a"), std::string(), std::string(" b "), big, std::string("last")}) {
-        ASSERT_EQ(qbgl::get_dl_name(file.get(), "/base", &path, &capacity), 0);
-        EXPECT_EQ(path, "/base/vrn/dll/" + name);
-    }
-    EXPECT_EQ(qbgl::get_dl_name(file.get(), "/base", &path, &capacity), 0);
-    EXPECT_EQ(path, nullptr);
-}
-
 TEST(Loader, KeepsErrorsAndPathInTheRecord) {
     qbnx_library library = {};
     void *pointer = &library;

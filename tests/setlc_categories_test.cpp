@@ -370,38 +370,4 @@ TEST(Time, ErasFollowTheirGrammar) {
     EXPECT_STREQ(info.joined_eras, "-:-2:-1/12/31:99999999999/2/3:\x82\xA0:b:\n+:://:-*:::a:b");
 }
 
-TEST(Time, NamesAreKeptWidenedAndFound) {
-    for (const Codeset &codeset : {sjis_codeset(), two_byte_codeset()}) {
-        const Locale locale = with_section(codeset, GL_CAT_TIME, LocaleObject(codeset).time);
-        const gl_time_info &info = locale->time;
-        EXPECT_EQ(string(info.abday[6], codeset.encode("Sat").size() + 4), codeset.encode("Sat") + "\0\0\0\0"s);
-        std::u32string all;
-        for (const gl_wchar *text : {info.w_abday[1], info.w_day[0], info.abmon.wide[11], info.mon.wide[4], info.alt_digits.wide[1],
-                                     info.w_am, info.w_pm, info.w_d_t_fmt, info.w_d_fmt, info.w_t_fmt, info.w_t_fmt_ampm,
-                                     info.w_era_d_fmt, info.w_era_t_fmt, info.w_era_d_t_fmt, info.w_joined_eras})
-            all += wide_text(text) + U"|";
-        EXPECT_EQ(all, U"Mon|Sunday|Dec|May|one|AM|PM|%a %d %b %Y %H:%M:%S|%d/%m/%y|%H:%M:%S|%I:%M %p|%Ey|%H|%Ey %H|" +
-                           std::u32string(ERA.begin(), ERA.end()) + U"|");
-        const auto find = [&](void *cache, std::u32string_view input) {
-            std::vector<gl_wchar> wide(input.begin(), input.end());
-            wide.push_back(0);
-            int length = -1, value = -1;
-            const int result = _gl_validate_wc_string(locale.get(), cache, wide.data(), &length, &value);
-            return std::array{result, length, value};
-        };
-        EXPECT_EQ(find(info.mon_names, U"OCTOBER 3"), (std::array{0, 7, 9}));
-        EXPECT_EQ(find(info.abmon_names, U"october"), (std::array{0, 3, 9}));
-        EXPECT_EQ(find(info.abday_names, U"Fri"), (std::array{0, 3, 5}));
-        EXPECT_EQ(find(info.am_pm_names, U"pm"), (std::array{0, 2, 1}));
-        EXPECT_EQ(find(info.alt_digit_names, U"one"), (std::array{0, 3, 1}));
-        EXPECT_EQ(find(info.era_names, U"heisei 3"), (std::array{0, 6, 0}));
-        EXPECT_EQ(find(info.era_formats, U"%ec %ey"), (std::array{0, 7, 0}));
-    }
-    string time = LocaleObject(sjis_codeset()).time;
-    time.replace(time.find("\n1\n" + string_line(ERA)), string_line(ERA).size() + 3, "\n0\n");
-    const Locale locale = with_section(sjis_codeset(), GL_CAT_TIME, time);
-    EXPECT_EQ(locale->time.joined_eras, nullptr);
-    EXPECT_EQ(locale->time.joined_alt_digits, nullptr); // only where there are eras
-}
-
 } // namespace

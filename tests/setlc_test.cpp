@@ -107,25 +107,6 @@ TEST_F(Handle, ComesFromAWholeObject) {
     EXPECT_STREQ(locale->time.day[0], "Sunday");
 }
 
-// The comparisons of texts show that functions are right for the rules, but not that they are the fast ones.
-TEST(Dispatch, GivesSingleBytesTheirOwnFunctions) {
-    const Codeset codeset = single_byte_codeset();
-    const auto multibyte = std::make_pair(_gl_im_mbscoll, _qbx_gl_im_mbfscoll);
-    using Case = std::tuple<std::vector<unsigned>, bool, bool, decltype(multibyte)>; // directions, expansions, elements
-    for (const auto &[directions, expansions, elements, functions] :
-         {Case{{1, 2}, false, false, {_gl_is_mbscoll_back, _qbx_gl_is_mbfscoll_back}},
-          Case{{1}, true, false, {_gl_is_mbscoll_exp, _qbx_gl_is_mbfscoll_exp}},
-          Case{{1}, false, true, {_gl_is_mbscoll_elem, _qbx_gl_is_mbfscoll_elem}},
-          Case{{1, 1}, true, true, {_gl_is_mbscoll_exp_elem, _qbx_gl_is_mbfscoll_exp_elem}}, Case{{1, 2}, true, false, multibyte},
-          Case{{1, 2}, false, true, multibyte}}) {
-        Collation rules = Collation::in_order(codeset, directions);
-        if (expansions) rules.expansions = {{'s', 's'}};
-        if (elements) rules.elements = {{{'c', 'h'}, 5}};
-        const Locale locale = load_locale(LocaleObject(codeset, rules.text()));
-        EXPECT_EQ(std::make_pair(locale->mbscoll, locale->mbfscoll), functions);
-    }
-}
-
 TEST_F(Handle, SelectsByNameListAndEnvironment) {
     const Locale locale = created();
     const string longest = string(28, 'n') + ".lco";

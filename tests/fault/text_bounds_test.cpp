@@ -344,20 +344,4 @@ TEST_P(OfShape, NoCallReadsOrWritesBesideText) {
     }
 }
 
-// Every name that the library exports has a call, or a reason to have none.
-TEST(Face, IsComplete) {
-    const auto listed = [](string_view name) {
-        for (const Call &call : CALLS)
-            if (call.name == name) return true;
-        for (const LeftOut &left_out : LEFT_OUT) {
-            std::istringstream names(left_out.names);
-            for (string each; names >> each;)
-                if (each.back() == '*' ? name.starts_with(string_view(each).substr(0, each.size() - 1)) : each == name) return true;
-        }
-        return false;
-    };
-    std::istringstream names(read_file(QBGL_SOURCE_DIR "/tests/packaging/exported_names.txt"));
-    for (string name; names >> name;) EXPECT_TRUE(listed(name)) << name << " is in no table of tests/support/face.cpp";
-}
-
 } // namespace

@@ -592,33 +592,4 @@ const std::vector<Call> TABLE = table();
 
 const std::span<const Call> CALLS = TABLE;
 
-constexpr LeftOut NAMES[] = {
-    {"cd_* cm_* loc_* glu_* handleglu pMap pg_* unicode_collate gl_ext_functions gl_reg_functions _gl_ext_func", "variables"},
-    {"gl_setlocale_4 gl_lc_unload gl_free_nonshared_loc gl_cv_unload gl_cm_unload gl_miconv gl_mconvlen gl_destroystring "
-     "_gl_validate_* _gl_free_mb_cache _gl_free_wc_cache gl_path_search_rpath gl_path_search_no_ext_rpath gl_path_search1",
-     "called around the calls above, or parts of them"},
-    {"gl_mbsptime gl_wcsptime", "called on what the writers of dates leave"},
-    {"_gl_ext_* gl_ext_* gl_setextfunc _gl_set_ext_funcptr _gl_get_ext_funcptr _gl_alloc_ptr _gl_free_ptr gl_fix_rpath "
-     "gl_get_gl_path",
-     "libc, as the host has replaced it"},
-    {"_gl_is_mbs* _qbx_gl_is_mbf* _gl_thaismo* _qbx_gl_thaismoncoll _gl_is_wcstombs",
-     "called by those above for the handles that have chosen them"},
-    {"gl_mbsprintf gl_vmbsprintf gl_wcsprintf gl_vwcsprintf gl_mbsscanf gl_vmbsscanf gl_wcsscanf gl_vwcsscanf",
-     "take arguments that a format names: they have a fuzzer of their own"},
-    {"gl_assert_failed", "ends the process"},
-    {"gl_init_debug _gl_exit_utilities gl_cache_registry gl_free_registry_cache gl_ccsid2cs_nums gl_strerror gl_version "
-     "gl_version_text gl_set_log gl_locale_count gl_codeset_count",
-     "take no text and no record"},
-    {"_gl_init_* _gl_read_* _gl_copy_* _gl_get_* _gl_skip_* _gl_next_cs_*",
-     "readers of objects, on streams: every load calls them"},
-    {"_gl_create_multi _gl_free_multi _gl_insert_desc_multi _gl_retrieve_desc_multi _gl_multi_* _gl_compress_multi "
-     "_gl_fscanf_multi _gl_fprintf_multi _gl_desc_*",
-     "tables without a locale have a fuzzer of their own"},
-    {"_gl_gregorian_* gl_cal_gregorian_to_hebrew gl_cal_hebrew_to_gregorian gl_cal_gregorian_to_islamic "
-     "gl_cal_islamic_to_gregorian _gl_digits _gl_udigits _gl_ipow _gl_fpow _gl_list_*",
-     "take numbers"},
-    {"_glu_* glx_* qbnx_* gl_useglu gl_init_glu gl_init_glu_dll gl_unload_glu", "the extension's"},
-};
-const std::span<const LeftOut> LEFT_OUT = NAMES;
-
 } // namespace qbgl_test

@@ -92,10 +92,4 @@ struct Call {
 };
 extern const std::span<const Call> CALLS;
 
-// Exported names that no call is for, and the reason.
-struct LeftOut {
-    const char *names, *reason; // separated by blanks; one that ends in "*" stands for all that begin so
-};
-extern const std::span<const LeftOut> LEFT_OUT;
-
 } // namespace qbgl_test
