@@ -93,19 +93,8 @@ TEST(ConversionObjectFile, IsCheckedLineByLine) {
     expect(21, "", {"\n2 1 1=>\n5 1 1"});
 }
 
-TEST(ConversionObjectFile, FieldsAreKept) {
-    ConversionObject object{{{"A", {M, "\xC1"}}, {"B", {SUBSTITUTED, "?"}}, {"C", {0, ""}}}};
-    object.sequences = "10e02AbcD41b24297a";
-    object.single_byte_table_flag = 0;
-    const Descriptor cd = load(object.text());
-    EXPECT_EQ(cd->error, 0);
-    string sequences, bytes(256, '\0');
-    bytes['A'] = '\xC1', bytes['B'] = '?';
-    for (int i = 0; i < 4; ++i)
-        sequences += string(reinterpret_cast<char *>(cd->sequence[i]), size_t(cd->sequence_length[i])) + "|";
-    EXPECT_EQ(sequences, "\x0E||\xAB\xCD|\x1B$)z|");
-    EXPECT_EQ(string(reinterpret_cast<char *>(cd->single_byte_table), 256), bytes);
-    EXPECT_EQ(cd->expansion, 1.5F);
+TEST(ConversionDescriptor, TellsTheRoomForItsOutput) {
+    const Descriptor cd = load(TWO_BYTES.text());
     using Case = std::tuple<float, int, int>;
     for (const auto &[factor, length, size] : {Case{1.0F, 10, 10}, Case{1.5F, 10, 20}, Case{0.5F, 3, 3}, Case{0.0F, 3, 0},
                                                Case{4.0F, 0, 0}, Case{4.0F, 0x7FFFFFFF, 0x7FFFFFFF}}) {
@@ -334,19 +323,6 @@ TEST_F(Composed, ReadsAndWritesFormsOfUnicode) {
         EXPECT_EQ(convert(cd.get(), text, 9), outcome) << source << " to " << target;
         EXPECT_GE(gl_cv_outbuflen(cd.get(), static_cast<int>(text.size())), outcome.output.size());
     }
-    // By a rule of both sides; not beyond the length that the target's object declares.
-    const ConversionObject from_gb18030{{{"a", {M, "a"}}}, {1, 4, 1, 4}}, to_gb18030{{{"a", {M, "a"}}}, {1, 4, 1, 4}};
-    put("0006e01c", from_gb18030.text("UNLISTED=gb18030 utf8"));
-    put("e01c0006", to_gb18030.text("UNLISTED=utf8 gb18030"));
-    put("e01c0007", ConversionObject{{{"a", {M, "a"}}}}.text("UNLISTED=utf8 gb18030"));
-    const string in_gb18030 = "\x94\x39\xFC\x36";
-    EXPECT_EQ(convert(open("57404", "6").get(), in_gb18030, 4), (Outcome{0, 0, 4, 0, 0, "\x3D\xD8\0\xDE"s}));
-    EXPECT_EQ(convert(open("57392", "6").get(), in_gb18030, 4), (Outcome{0, 0, 4, 0, 0, "\0\xF6\x01\0"s}));
-    EXPECT_EQ(convert(open("57349", "6").get(), in_gb18030, 4), (Outcome{-1, GL_EILSEQ, 0, 4, 0, ""}));
-    EXPECT_EQ(convert(open("4", "6").get(), in_gb18030, 4), (Outcome{-1, GL_EILSEQ, 0, 4, 0, ""}));
-    EXPECT_EQ(convert(open("6", "1232").get(), "\0\x01\xF6\0"s, 4), (Outcome{0, 0, 4, 0, 0, in_gb18030}));
-    EXPECT_EQ(convert(open("6", "1").get(), smile, 4), (Outcome{0, 0, 2, 0, 0, in_gb18030}));
-    EXPECT_EQ(convert(open("7", "1").get(), smile, 4), (Outcome{-1, GL_EILSEQ, 0, 4, 0, ""}));
     // What UTF-8 has for two-byte units, the other forms have, too.
     put("e01ce005", ConversionObject{{{"a", {M, "\0a"s}}, {"\xF0\x9F\x98\x80", {SUBSTITUTED, "\0)"s}}}, {1, 4, 2, 2}}.text());
     EXPECT_EQ(convert(open("57349", "1200").get(), "\0a\xD8\x3D\xDE\0"s, 9), (Outcome{0, 0, 6, 5, 1, "a\0)\0"s}));
