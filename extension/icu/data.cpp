@@ -1,39 +1,15 @@
-#include "icu/data.h"
-
 #include "icu/entry.h"
+#include "icu/file.h"
 #include "icu/memory.h"
 
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
+#include <iterator>
 #include <unicode/uclean.h>
 #include <unicode/udata.h>
 #include <unicode/uversion.h>
-#include <unistd.h>
 
 namespace qbgl::icu {
-
-bool File::read(const char *path, int &status) {
-    status = GL_ENOFILE;
-    FILE *const file = fopen(path, "re");
-    if (file == nullptr) return false;
-    struct stat about = {};
-    bool whole = fstat(fileno(file), &about) == 0 && S_ISREG(about.st_mode);
-    if (whole) {
-        status = GL_ENOMEM;
-        bytes_ = static_cast<char *>(allocate(static_cast<size_t>(about.st_size) + 1));
-        whole = bytes_ != nullptr;
-    }
-    if (whole) {
-        status = GL_EBADFILE;
-        size_ = fread(bytes_, 1, static_cast<size_t>(about.st_size), file);
-        whole = size_ == static_cast<size_t>(about.st_size);
-        bytes_[size_] = '\0';
-    }
-    fclose(file);
-    return whole;
-}
 
 namespace {
 
@@ -53,36 +29,42 @@ template <class Number> size_t number_at(const File &file, size_t at) {
     return number;
 }
 
-// Whether a common data file leads nowhere behind its end, for ICU is told no size: a header; the number of items, and for each the
-// offsets of its name and its data; behind them the items in the order of their names, each with a header of its own.
-bool is_whole(const File &file) {
+constexpr char ITEMS[] = U_ICUDATA_NAME "/"; // how their names begin
+
+// 0, or the error of a common data file. ICU is told no size and asks for items by the name of its version, in its own data where a
+// file lacks them. So the table of contents is checked: a header; the number of items, and for each the offsets of its name and its
+// data; behind them the items in the order of their names, each with a header of its own. What stands in an item nobody checks.
+int check(const File &file) {
+    static constexpr const char *needed[] = {"coll/root.res", "coll/ucadata.icu", "root.res"}; // in the order of names
     struct Header {
         uint16_t size;
         uint8_t magic[2];
         UDataInfo info;
     } header;
-    if (file.size() < sizeof header) return false;
+    if (file.size() < sizeof header) return GL_EBADFILE;
     memcpy(&header, file.bytes(), sizeof header);
-    if (header.magic[0] != 0xDA || header.magic[1] != 0x27 || memcmp(header.info.dataFormat, "CmnD", 4) != 0) return false;
-    if (header.info.isBigEndian != U_IS_BIG_ENDIAN || header.size < sizeof header) return false;
+    if (header.magic[0] != 0xDA || header.magic[1] != 0x27 || memcmp(header.info.dataFormat, "CmnD", 4) != 0) return GL_EBADFILE;
+    if (header.info.isBigEndian != U_IS_BIG_ENDIAN || header.size < sizeof header) return GL_EBADFILE;
     constexpr size_t OFFSET = sizeof(uint32_t);
     const size_t table = header.size; // offsets count from here
-    if (file.size() < table + OFFSET) return false;
+    if (file.size() < table + OFFSET) return GL_EBADFILE;
     const size_t room = file.size() - table, count = number_at<uint32_t>(file, table);
-    if (count == 0 || count > (room - OFFSET) / (2 * OFFSET)) return false;
-    size_t end = OFFSET + count * 2 * OFFSET;
+    if (count == 0 || count > (room - OFFSET) / (2 * OFFSET)) return GL_EBADFILE;
+    size_t end = OFFSET + count * 2 * OFFSET, found = 0;
     const char *last_name = "";
     for (size_t entry = OFFSET; entry < OFFSET + count * 2 * OFFSET; entry += 2 * OFFSET) {
         const size_t name = number_at<uint32_t>(file, table + entry), data = number_at<uint32_t>(file, table + entry + OFFSET);
-        if (name >= room || data < end || data > room || room - data < sizeof header) return false;
+        if (name >= room || data < end || data > room || room - data < sizeof header) return GL_EBADFILE;
         const char *const own_name = file.bytes() + table + name; // ends with the file at the latest
-        if (strcmp(last_name, own_name) >= 0) return false;
+        if (strcmp(last_name, own_name) >= 0) return GL_EBADFILE;
         last_name = own_name;
+        if (strncmp(own_name, ITEMS, sizeof ITEMS - 1) != 0) return GL_EVERSION;
+        if (found < std::size(needed) && strcmp(own_name + sizeof ITEMS - 1, needed[found]) == 0) ++found;
         const size_t own_header = number_at<uint16_t>(file, table + data);
-        if (own_header < sizeof header || own_header > room - data) return false;
+        if (own_header < sizeof header || own_header > room - data) return GL_EBADFILE;
         end = data + own_header;
     }
-    return true;
+    return found == std::size(needed) ? 0 : GL_EBADFILE;
 }
 
 int start() {
@@ -104,9 +86,11 @@ int use(Data &data) {
         say("qbgl_icu: the installation is for ICU %ld, this is ICU %d", version, own[0]);
         return GL_EVERSION;
     }
-    if (!is_whole(file)) {
-        say("qbgl_icu: the data file is damaged, or none of ICU's");
-        return GL_EBADFILE;
+    if (const int wrong = check(file)) {
+        say(wrong == GL_EVERSION ? "qbgl_icu: the data file is not for %s"
+                                 : "qbgl_icu: the data file is damaged, or not a whole %s",
+            U_ICUDATA_NAME);
+        return wrong;
     }
     UErrorCode status = U_ZERO_ERROR;
     udata_setCommonData(file.bytes(), &status);

@@ -1,10 +1,11 @@
 #include "icu/map.h"
 
-#include "icu/data.h"
 #include "icu/entry.h"
+#include "icu/file.h"
 #include "icu/memory.h"
 #include "icu/name.h"
 
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 #include <unicode/ucnv.h>
@@ -126,8 +127,9 @@ int Map::take_line(Words &words) {
 
 int Map::take_codeset(const Words &words) {
     char *end = nullptr;
+    if (!isdigit(static_cast<unsigned char>(*words.word[1]))) return 1; // no sign
     const long number = strtol(words.word[1], &end, 10);
-    if (*end != '\0' || number < 0 || number > UINT16_MAX) return 1;
+    if (*end != '\0' || number > UINT16_MAX) return 1;
     const Provision provision;
     if (!provision) return -1;
     UErrorCode status = U_ZERO_ERROR;
@@ -193,11 +195,16 @@ void *glu_loadMapData(const char *path, int *status) {
     int number = 0;
     Owned<Map> map = Map::load(path, number);
     if (!map) return fail<int, void *>(status, number, nullptr);
+    map->older = current;
     current = map.release();
     return current;
 }
 
 void glu_unloadMapData(void *map) {
-    if (map == current) current = nullptr;
+    for (Map **place = &current; *place != nullptr; place = &(*place)->older)
+        if (*place == map) {
+            *place = (*place)->older;
+            break;
+        }
     Owned<Map>(static_cast<Map *>(map)).reset();
 }

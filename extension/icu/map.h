@@ -61,8 +61,9 @@ class Map {
 
     // Null with an error number; the log has the line.
     static Owned<Map> load(const char *path, int &status);
-    // The one that the library has loaded, or null.
+    // The one that the library has loaded last of those that it has, or null.
     static const Map *loaded();
+    Map *older = nullptr; // which was loaded before
 
     bool serves(const LocaleId &id, int category) const;
     bool converts(int source, int target) const;

@@ -1,4 +1,4 @@
-// ICU's data, and the reading of files.
+// The files that a load reads whole: ICU's data and the map.
 #pragma once
 
 #include "icu/host.h"
@@ -13,7 +13,7 @@ class File {
     File &operator=(const File &) = delete;
     ~File() { host.free(bytes_); }
 
-    // False with an error number.
+    // False with an error number; what is no regular file is one, too.
     bool read(const char *path, int &status);
 
     const char *bytes() const { return bytes_; }
