@@ -510,7 +510,8 @@ void check_locales() {
     for (const int category : {GL_CAT_CTYPE, GL_CAT_COLLATE})
         expect_equal(ASK(glu_useIcuLocCall, served, category), 1, "serves what the map says");
     for (const int category : {-1, 0, 8, INT_MAX}) expect_equal(ASK(glu_useIcuLocCall, served, category), 0, "no category");
-    for (const char *name : {static_cast<const char *>(nullptr), "", "xx_nowhere/ffff.lco", served + 1}) {
+    for (const char *name : {static_cast<const char *>(nullptr), "", "xx_nowhere/ffff.lco", "cs_cz/ +1c.lco",
+                             "cs_CZ.utf8@collation=none", "cs-CZ-garbagegarbagegarbage.utf8", served + 1}) {
         expect_equal(ASK(glu_useIcuLocCall, name, GL_CAT_CTYPE), 0, "a name that is not in the map");
         expect_failure(ASK(glu_lc_open, name, map), name != nullptr ? GL_ENOFILE : GL_ENULLPTR, "a name that is not in the map");
     }
