@@ -278,8 +278,10 @@ TEST_F(Tree, IsBuiltOnceSkippedAndCleanedUp) {
         qbgl_test::write_file(objects_ / name, "stale");
     // Of an extension: a locale without its object, and the map.
     fs::create_symlink("0001.lco", objects_ / "../lc11/0001icu.lco");
-    EXPECT_EQ(extension_registry("qbgl_icu.so\nb\nc\nd\n", ""), "b\nc\nd\nqbgl_icu.so\n");
-    EXPECT_THROW(extension_registry("a\nb\nc\nd\n", ""), DataError) << "which would not be read";
+    for (const std::string registry : {"qbgl_icu.so\nb\n", "b\nqbgl_icu.so"})
+        EXPECT_EQ(extension_registry(registry, ""), registry) << "the order is the owner's";
+    EXPECT_THROW(extension_registry("b\n", ""), DataError) << "which would no longer be taken";
+    EXPECT_FALSE(is_taken("qbgl_icu.so\nb\n"));
     qbgl_test::write_file(objects_ / "../etc/dllregistry", "qbgl_icu.so\n");
     qbgl_test::write_file(objects_ / "../etc/locmap", std::string(MAP_HEADING));
     EXPECT_EQ(verify().size(), 5u);

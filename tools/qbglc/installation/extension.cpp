@@ -5,6 +5,7 @@
 #include <dlfcn.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace qbgl::compiler {
@@ -21,6 +22,15 @@ template <class Function> Function *symbol(void *library, const char *name) {
     void *const address = dlsym(library, name);
     if (address == nullptr) throw SystemError(fmt::format("{}: no such function in the extension library", name));
     return reinterpret_cast<Function *>(address);
+}
+
+// The lines that the library reads.
+std::vector<std::string> libraries_of(const std::string &registry) {
+    constexpr size_t MOST_LIBRARIES = 4;
+    std::vector<std::string> result;
+    std::istringstream lines(registry);
+    for (std::string line; result.size() < MOST_LIBRARIES && std::getline(lines, line);) result.push_back(line);
+    return result;
 }
 
 } // namespace
@@ -61,23 +71,22 @@ std::string extension_map(const Catalogue &catalogue) {
 }
 
 std::string extension_registry(const std::string &older, const std::string &name) {
-    constexpr int MOST_LIBRARIES = 4; // whose lines the library reads
-    std::string text;
-    int count = 1;
-    std::istringstream lines(older);
-    for (std::string line; std::getline(lines, line);) {
-        if (line == EXTENSION_FILE) continue;
-        text += line + '\n';
-        ++count;
-    }
-    if (count > MOST_LIBRARIES)
-        throw DataError(fmt::format("{}: names {} other libraries, and with {} only the first {} lines are read", name, count - 1,
-                                    EXTENSION_FILE, MOST_LIBRARIES));
-    return text + EXTENSION_FILE + '\n';
+    const std::vector<std::string> libraries = libraries_of(older);
+    if (libraries.empty()) return EXTENSION_FILE + std::string("\n");
+    if (!has_extension(older))
+        throw DataError(fmt::format("{}: {} is in use; a line {} behind it puts ICU in its place, one before it leaves it", name,
+                                    libraries.back(), EXTENSION_FILE));
+    return older;
 }
 
 bool has_extension(const std::string &registry) {
-    return ('\n' + registry).find(fmt::format("\n{}\n", EXTENSION_FILE)) != std::string::npos;
+    const std::vector<std::string> libraries = libraries_of(registry);
+    return std::find(libraries.begin(), libraries.end(), EXTENSION_FILE) != libraries.end();
+}
+
+bool is_taken(const std::string &registry) {
+    const std::vector<std::string> libraries = libraries_of(registry);
+    return !libraries.empty() && libraries.back() == EXTENSION_FILE;
 }
 
 bool is_served_locale(const std::filesystem::path &path) {

@@ -33,10 +33,12 @@ std::string extension_map(const Catalogue &catalogue);
 // A map without this first line is somebody's own, and stays.
 inline constexpr std::string_view MAP_HEADING = "# Written by qbglc tree --icu, which keeps a map without this line.\n";
 
-// The registry of extensions with this one as the last, which is the one that the library takes. Throws DataError, which begins
-// with the registry's name, where it has more of others than the library reads.
+// The registry of extensions with this one. One that has it stays as it is. Throws DataError, which begins with the registry's
+// name, where it has others only: the library takes the last, so a further line would put that one out of use.
 std::string extension_registry(const std::string &older, const std::string &name);
 bool has_extension(const std::string &registry);
+// Whether this is the extension that the library takes.
+bool is_taken(const std::string &registry);
 
 // ICU's name for a codeset, empty where there is none.
 std::string icu_name(const Catalogue::Codeset &codeset);

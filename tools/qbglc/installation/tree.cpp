@@ -130,6 +130,9 @@ class TreeBuilder {
         for (const auto &[path, content] : files_)
             if (!has_content(path, content)) replace_file(path, content);
         report_.warnings = locales_.take_warnings();
+        if (!options_.icu.empty() && !is_taken(registry_of_extensions()))
+            report_.warnings.push_back(fmt::format("{}: {} is not the library that is taken, the last of at most four",
+                                                   (root_ / "etc/dllregistry").string(), EXTENSION_FILE));
         std::sort(report_.warnings.begin(), report_.warnings.end());
         throw_if_any();
         return std::move(report_);
@@ -302,8 +305,10 @@ class TreeBuilder {
         report_.served = served_.size();
         const fs::path etc = root_ / "etc";
         files_.emplace(root_ / "dll" / EXTENSION_FILE, read_file(options_.icu));
-        files_.emplace(etc / "icudata", fmt::format("packaged {}\n", extension.version()));
-        files_.emplace(etc / "dllregistry", extension_registry(registry_of_extensions(), (etc / "dllregistry").string()));
+        const fs::path data = etc / "icudata", registry = etc / "dllregistry";
+        if (!fs::exists(data) || read_file(data).starts_with("packaged"))
+            files_.emplace(data, fmt::format("packaged {}\n", extension.version()));
+        files_.emplace(registry, extension_registry(registry_of_extensions(), registry.string()));
         plan_map();
     }
     std::string registry_of_extensions() const {

@@ -25,7 +25,7 @@ struct TreeReport {
     size_t written = 0, removed = 0;
     // Sentences that begin with a file.
     std::vector<std::string> damaged;  // objects that were not as they had been written, and were made anew
-    std::vector<std::string> warnings; // on the orders that were made
+    std::vector<std::string> warnings; // on the orders that were made, and an extension that is not in use
     std::vector<std::string> changes;  // locales that their codeset cannot carry, and those whose order changed
 };
 
