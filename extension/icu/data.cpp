@@ -35,7 +35,7 @@ constexpr char ITEMS[] = U_ICUDATA_NAME "/"; // how their names begin
 // file lacks them. So the table of contents is checked: a header; the number of items, and for each the offsets of its name and its
 // data; behind them the items in the order of their names, each with a header of its own. What stands in an item nobody checks.
 int check(const File &file) {
-    static constexpr const char *needed[] = {"coll/root.res", "coll/ucadata.icu", "root.res"}; // in the order of names
+    static constexpr const char *NEEDED[] = {"coll/root.res", "coll/ucadata.icu", "root.res"}; // in the order of names
     struct Header {
         uint16_t size;
         uint8_t magic[2];
@@ -59,12 +59,12 @@ int check(const File &file) {
         if (strcmp(last_name, own_name) >= 0) return GL_EBADFILE;
         last_name = own_name;
         if (strncmp(own_name, ITEMS, sizeof ITEMS - 1) != 0) return GL_EVERSION;
-        if (found < std::size(needed) && strcmp(own_name + sizeof ITEMS - 1, needed[found]) == 0) ++found;
+        if (found < std::size(NEEDED) && strcmp(own_name + sizeof ITEMS - 1, NEEDED[found]) == 0) ++found;
         const size_t own_header = number_at<uint16_t>(file, table + data);
         if (own_header < sizeof header || own_header > room - data) return GL_EBADFILE;
         end = data + own_header;
     }
-    return found == std::size(needed) ? 0 : GL_EBADFILE;
+    return found == std::size(NEEDED) ? 0 : GL_EBADFILE;
 }
 
 int start() {
