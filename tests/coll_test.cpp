@@ -127,14 +127,6 @@ std::string key_of(auto transform, int length) {
     return key;
 }
 
-TEST(Rules, OrderCharactersOfFourBytes) {
-    const Codeset codeset = four_byte_codeset();
-    const Locale owner = load(codeset, Collation::in_order(codeset));
-    const std::string a = codeset.encode("a"), b = codeset.encode("b");
-    EXPECT_LT(gl_mbfscoll(owner.get(), a.data(), 4, b.data(), 4), 0);
-    EXPECT_EQ(gl_mbsxfrm(owner.get(), nullptr, (a + b + codeset.encode("\0"s)).data(), 0), 2);
-}
-
 TEST(Rules, AreFollowedByEveryEngine) {
     std::minstd_rand random(1);
     for (const Codeset &codeset : {single_byte_codeset(), sjis_codeset(), utf8_codeset(), two_byte_codeset()}) {
@@ -224,24 +216,6 @@ TEST(LongTexts, WithoutMemoryAreEqualWithAnError) {
                 EXPECT_EQ(l->error, faults.hit() ? int{GL_ENOMEM} : 0);
             });
         });
-    }
-}
-
-TEST(CountedTexts, MayHoldNul) {
-    for (const Codeset &codeset : {single_byte_codeset(), sjis_codeset(), utf8_codeset()}) {
-        const Collation rules = Collation::in_order(codeset);
-        const Locale locale = load(codeset, rules);
-        const CollationModel model(codeset, rules);
-        const std::string texts[] = {"", "\0"s, "a\0"s, "a\0b"s, "a\0\0b"s, "ab", "\0a"s, "\0\0\0b"s, "\0ab\0"s, "ab\0"s};
-        for (const std::string &a : texts) {
-            for (const std::string &b : texts) {
-                const int order = _qbx_gl_im_mbfscoll(locale.get(), a.data(), int(a.size()), b.data(), int(b.size()));
-                EXPECT_EQ(sign(order), model.compare({a.begin(), a.end()}, {b.begin(), b.end()}));
-            }
-            const std::string key = model.key({a.begin(), a.end()});
-            const auto counted = [&](char *out, int n) { return gl_mbfsxfrm(locale.get(), out, a.data(), int(a.size()), n); };
-            EXPECT_EQ(key_of(counted, int(key.size())), key);
-        }
     }
 }
 

@@ -177,20 +177,6 @@ TEST(Multi, BothTextFormsReadBackToTheSameMapping) {
     }
 }
 
-TEST(Multi, RunsAreWrittenAsTheFormatHasThem) {
-    Model model;
-    for (const string lead : {"\x8E", "\x8F"}) { // alike, so that they share their arrays
-        model[lead + "\x10"] = model[lead + "\x13"] = 5, model[lead + "\x11"] = 6;
-        for (int byte = 0xA0; byte < 0x100; ++byte) model[lead + static_cast<char>(byte)] = 9;
-    }
-    const string root = "8e0020010101\n0000000\n", flags = "100020010404\n1300100104\na000106004\n0000000\n",
-                 data = "10002001000005000006\n13001001000005\na0001060000009\n0000000\n", leaf = "1 1\n" + flags + data;
-    EXPECT_EQ(text_of(table_of(model)), "2 2 1 d0d0d0\n1 0\n" + root + leaf + leaf);
-    EXPECT_EQ(text_of(table_of(model, GL_MULTI_COMPRESSED)),
-              "2 2 3 d0d0d0\n2 1\n" + root + flags + data + "1 0 0 0\n1 1 1 0\n1 1 1 0\n");
-    EXPECT_EQ(text_of(new_table()), "0 4 1 d0d0d0\n1 0\n0000000\n");
-}
-
 TEST(Multi, ReadsAnySplitIntoRuns) {
     const string all = "1 1 1 000009\n1 1\n0000110004\n0000000\n", end = "0000000\n";
     using Case = std::tuple<string, string, int>;

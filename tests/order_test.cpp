@@ -347,8 +347,8 @@ Codeset whole_utf8_codeset() {
 }
 
 TEST(Order, HoldsUnderAnyRules) {
-    const Codeset codesets[] = {single_byte_codeset(), sjis_codeset(),  whole_utf8_codeset(), eucjp_codeset(),
-                                two_byte_codeset(),    euctw_codeset(), gb18030_codeset()};
+    const Codeset codesets[] = {single_byte_codeset(), sjis_codeset(),      whole_utf8_codeset(), eucjp_codeset(),
+                                two_byte_codeset(),    four_byte_codeset(), euctw_codeset(),      gb18030_codeset()};
     std::mt19937 random(1);
     unsigned ordered = 0;
     for (unsigned i = 0; i < 160; ++i) {

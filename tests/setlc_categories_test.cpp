@@ -208,23 +208,6 @@ TEST(Collation, TheCompactFormIsTheSameRules) {
            weights(number(0x20000) + list({1, 5, 0x4001, 5, 0x8007})), weights("p" + first), weights("/" + first)}}});
 }
 
-TEST(Collation, OtherKinds) {
-    const string direct = some_rules(true).text(), rules = some_rules().text();
-    using Case = std::tuple<string, int, int, int>;
-    for (const auto &[body, result, kind, error] :
-         {Case{"thai_smo\nnothing", 1, 2, 77}, Case{"unknown\n", -1, 0, 77}, Case{rules.substr(0, rules.size() - 1), -1, 1, 77},
-          Case{direct.substr(0, direct.size() - 2), -1, 1, 11}, Case{direct, 1, 1, 0}, Case{rules, 1, 1, 0}}) {
-        const Locale locale = null_locale();
-        locale->error = 77;
-        EXPECT_EQ(read_section(locale.get(), GL_CAT_COLLATE, body), result);
-        EXPECT_EQ((std::pair{locale->collate.kind, locale->error}), std::pair(kind, error));
-        EXPECT_EQ(locale->equivalence != nullptr, body == rules);
-        if (body != rules) continue;
-        EXPECT_EQ(locale->coll_growth, 3.0);
-        EXPECT_EQ(locale->collate.fifth_count, 0x8007);
-    }
-}
-
 // Rows that are alike on every pass form a class, and so do an expansion and the rows that stand for nothing but it. Of a class,
 // the elements are first, then the expansion, then the characters; the last one represents it.
 TEST(Collation, ListsNameWhatNoPassTellsApart) {

@@ -74,6 +74,9 @@ TEST_F(Handle, IsCreatedOrCanned) {
     locale = nullptr;
     EXPECT_EQ(gl_createlocale2_4(&locale, string(117, 'x').c_str()), -1);
     EXPECT_EQ(reinterpret_cast<intptr_t>(locale), GL_ENOFILE);
+    EXPECT_EQ(gl_lc_load(&locale, nullptr, nullptr, nullptr), -1);
+    EXPECT_EQ(outcome(locale, nullptr), "error 2");
+    gl_lc_unload(locale);
     std::filesystem::remove(tree / "vrn/lc11/default.lco");
     EXPECT_EQ(created().get(), &loc_filer);
     auto *canned = const_cast<gl_locale *>(&loc_nomem);
@@ -184,21 +187,6 @@ TEST_F(Handle, ComparesByTheRulesThatItHas) {
                       (std::tuple{order, order}))
                 << rules;
         }
-}
-
-TEST_F(Handle, IsLoadedBySpecification) {
-    write_file(tree.path() / "other/ja_jp/e006.lco", SJIS.text());
-    const string here = tree / "other", form = six("ja_JP.sjis"), names = six("ja_jp/e006.lco");
-    for (const auto &[spec, directory, expected] :
-         {std::tuple<const char *, const char *, string>{"ja_jp.57350", here.c_str(), names},
-          {form.c_str(), nullptr, names},
-          {"latin.lco", here.c_str(), "error 8"},
-          {nullptr, nullptr, "error 2"}}) {
-        gl_locale *locale = nullptr;
-        const bool done = gl_lc_load(&locale, spec, nullptr, directory) == 0;
-        EXPECT_EQ(outcome(locale, done ? gl_setlocale_4(locale, 1, nullptr) : nullptr), expected);
-        gl_lc_unload(locale);
-    }
 }
 
 TEST_F(Handle, KnowsItsOrder) {
