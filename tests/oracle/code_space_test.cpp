@@ -1,7 +1,6 @@
 // All 1,112,064 scalar values of Unicode are characters of its codesets, whatever the locale, and nothing else is.
 #include "support/locale_object.h"
 
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>

@@ -77,10 +77,7 @@ CollationTexts::CollationTexts(const CollationOrder &order, const Codeset &codes
         if (word.empty() || encode(word).empty()) continue;
         const bool is_defined =
             std::all_of(word.begin(), word.end(), [&](char32_t c) { return order.find(c) != CollationOrder::NONE; });
-        if (is_defined)
-            words_.push_back(word);
-        else
-            ++undefined_;
+        if (is_defined) words_.push_back(word);
     }
 }
 

@@ -29,7 +29,6 @@ class CollationTexts {
     std::string encode(const std::u32string &text) const;
 
     bool has_words() const { return !words_.empty(); }
-    size_t undefined() const { return undefined_; } // words left out
 
   private:
     size_t below(size_t limit) { return random_() % limit; }
@@ -48,7 +47,6 @@ class CollationTexts {
     std::u32string characters_, ignorables_;           // in code order; the latter count on the last level only
     std::vector<std::pair<uint32_t, char32_t>> bases_; // characters by what they are on level 1
     std::vector<std::u32string> words_;
-    size_t undefined_ = 0;
 };
 
 } // namespace qbgl_test

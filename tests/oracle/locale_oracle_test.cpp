@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <climits>
 #include <cwchar>
 #include <cwctype>
@@ -80,10 +79,8 @@ class Comparison {
         }
     }
 
-    size_t compare_characters() {
-        const std::vector<Sequence> all = characters();
-        for (const Sequence &bytes : all) compare(bytes);
-        return all.size();
+    void compare_characters() {
+        for (const Sequence &bytes : characters()) compare(bytes);
     }
 
     void compare_texts() {
@@ -179,13 +176,11 @@ TEST(LocaleOracle, EveryLocaleIsAsThePlatformCompilesIt) {
     for (size_t i = 0; i < oracle.locales().size(); i += part)
         if (PlatformLocales::has_charmap(oracle.locales()[i].charmap) && codesets.insert(oracle.locales()[i].codeset_index).second)
             measuring.insert(i);
-    std::atomic<uint64_t> characters{0};
     oracle.each([&](OracleLocale &locale) {
         Comparison comparison(locale, measuring.contains(locale.index()), *known_unicode);
-        characters += comparison.compare_characters();
+        comparison.compare_characters();
         comparison.compare_texts();
     });
-    fmt::print("{} characters\n", characters.load());
 }
 
 } // namespace
