@@ -150,8 +150,6 @@ TEST(Symbols, AreFoundAtAPosition) {
     EXPECT_EQ((std::tuple{gl_iswcdecml(l, &text[3], 0, 0), gl_iswcdecml(l, &text[3], 0, 1)}), std::tuple(256, 0));
     l->numeric.thousands_sep.wide = (_gl_free_ptr(l->numeric.thousands_sep.wide), nullptr); // a record that was only read
     EXPECT_EQ(gl_iswgrpsymb(l, &text[1], 0, 0), 2);
-    for (const auto &[mark, length] : {std::pair("e5", 1), {"E+", 2}, {"e-", 2}, {"f", 0}, {"", 0}})
-        EXPECT_EQ(gl_iswcexponent(widened(mark).data()), length);
     for (const auto &[number, index] : {std::pair(" \t-12.5", 5), {"1,5", 1}, {",", 0}, {"--1.", -1}, {"12", -1}})
         EXPECT_EQ(gl_getDecimalCharIndex(number), index);
 }

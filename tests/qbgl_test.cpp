@@ -53,7 +53,6 @@ TEST(Client, MessagesTellPlaceBytesReasonAndRemedy) {
         {"-t 8859-1", "\xEF\xBB\xBFx", 1, "",
          at + "1:1: offset 0, bytes EF BB BF: 8859-1 has no byte order mark; --bom remove takes it away\n"},
         {"-t 8859-1 --bom add", "", 2, "", "qbgl: 8859-1 has no byte order mark that could be added\n"},
-        {"-f Shift_JIS -t ISO_8859-1", "A", 0, "A", ""},
         {"-f utf-16", "\xFE\xFF\0A\xD8\x3D\xDE\0"s, 0, "A\xF0\x9F\x98\x80", ""},
         {"-f utf-16 --bom keep", "\xFF\xFEx\0"s, 0, "\xEF\xBB\xBFx", ""},
         {"-f utf-16 -t UTF_16", "\xFE\xFF\0x"s, 0, "\xFF\xFEx\0"s, ""},
@@ -62,9 +61,7 @@ TEST(Client, MessagesTellPlaceBytesReasonAndRemedy) {
         {"-f utf-32 -t utf-16le", "\0\0\xFE\xFF\0\0\0A\0"s, 1, "A\0"s,
          at + "1:2: offset 8, byte 00: the text ends inside a character of utf-32be; was it cut short? -c leaves the rest out\n"},
         {"-f utf-16be -t utf8 -c", "\0A\xD8\0\0\n\0B\xDC"s, 1, "A\nB", "qbgl: 2 left out\n"},
-        {"-t utf-16be --newline crlf", "x\n", 0, "\0x\0\r\0\n"s, ""},
         {"-f ja_jp.sjis", "\x82\xA0", 0, "\xE3\x81\x82", ""},
-        {"-t sjis", "", 0, "", ""},
         {"-t latin1//TRANSLIT", "", 2, "",
          "qbgl: unknown codeset latin1//TRANSLIT: what stands behind // elsewhere are options here: -c leaves out what cannot be "
          "converted, similar characters are taken unless --strict refuses them\n"},
@@ -402,9 +399,6 @@ TEST_F(LocaleClient, LocalesAreListed) {
                                           "default.lco       sjis         default.lco\n"
                                           "fr_FR.utf8        utf8         fr_fr/e01c.lco\n"
                                           "ja_JP.sjis        sjis         ja_jp/e006.lco\n");
-    EXPECT_TRUE(client("list locales --json")
-                    .out.starts_with(
-                        R"({"locales":[{"specification":"de_DE.8859-1@euro","codeset":"8859-1","file":"de_de/0333euro.lco"},)"));
 }
 
 TEST_F(LocaleClient, LocalesThatCannotBeHadAreExplained) {
@@ -487,7 +481,6 @@ TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
          "\n"},
         {"2023-02-30", 1, "2023-02-30: February 2023 has 28 days"},
         {"--from hebrew 3761-4-17", 1, "3761-4-17: hebrew dates go from 3761-04-18 to 13760-02-28"},
-        {"--from hebrew 13760-3", 1, "13760-3: hebrew dates go from 3761-04-18 to 13760-02-28"},
         {"--from islamic 9666-5", 1, "9666-5: islamic dates go from 0001-01-01 to 9666-04-03"},
         {"--from hebrew 5785-AdarII-1", 1, "5785-AdarII-1: 5785 has no month Adar II"},
         {"--from hebrew 5785-rab", 2,

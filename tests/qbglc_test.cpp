@@ -12,7 +12,6 @@
 #include "system/lock.h"
 #include "system/process.h"
 
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -42,13 +41,6 @@ template <class Function> std::string message(Function function) {
         return error.what();
     }
     return "no error";
-}
-
-// key:control:output of every record, in hexadecimal
-std::string dump(const std::vector<ConversionRecord> &records) {
-    std::string text;
-    for (const auto &record : records) text += fmt::format("{}:{:02x}:{} ", record.key.hex(), record.control, record.output.hex());
-    return text;
 }
 
 } // namespace
@@ -82,24 +74,16 @@ TEST(Charmap, ErrorsNameFileLineAndConstruct) {
     EXPECT_EQ(message([] { codeset("<a> /x41\n"); }), "cm: no character has a name <Uxxxx>");
 }
 
-TEST(Join, MarksTerminatorSubstitutionAndHoles) {
-    Substitutions substitutions;
-    substitutions.add_locale_text(
-        "translit_start\n<U00E9> \"<U0065><U0301>\";\"<U0065>\" % e\n<U00E6> \"<U0061><U0065>\"\n<UFF21> <U0041>\n"
-        "translit_end\n<U0042> <U0041>\n",
-        "loc", false);
-    const auto source = codeset("<U0000> /x00\n<U0041> /x41\n<U0042> /x42\n<U00E6> /xe6\n<U00E9> /xe9\n<UFF21> /xff/x01\n");
-    const auto target = codeset("<U0000> /x80\n<U0041> /x81\n<U0391> /x81\n<U0065> /x82/x01/x02\n");
-    const Conversion conversion = join(*source, *target, substitutions);
-    EXPECT_EQ(dump(conversion.main), "00:19:80 41:11:81 42:00: e6:00: e9:33:820102 ff01:31:81 ");
+// Records and their marks are compared by the oracle.
+TEST(Join, KnowsHowMuchTextGrows) {
+    const Conversion conversion = join(*codeset("<U0041> /x41\n<UFF21> /xff/x01\n"), *codeset("<U0041> /x82/x01/x02\n"), {});
     EXPECT_EQ(conversion.growth, 3 * conversion.per);
-    EXPECT_EQ(std::tuple(conversion.source.min, conversion.source.max, conversion.target.max), std::tuple(1, 2, 3));
-    EXPECT_EQ(dump(join(*codeset("<U0391> /x01\n"), *target, {}).main), "01:31:81 ") << "a mapping that does not come back";
     Codeset stateful("s", Codeset::Form::BYTES, true);
     stateful.add(U'\u3042', Sequence("\x44\x45"), true);
     stateful.finish();
     const Conversion shifting = join(*codeset("<U3042> /x83\n"), stateful, {});
     EXPECT_EQ(shifting.growth, 3 * shifting.per) << "a shift byte and two more for one";
+    Substitutions substitutions;
     EXPECT_NE(message([&] { substitutions.add_locale_text("translit_start\n<U00E9> \"<U0065>\n", "loc", false); }).find("loc:2"),
               std::string::npos);
 }
@@ -170,9 +154,7 @@ TEST(Catalogue, RefusesContradictions) {
     EXPECT_EQ(message([&] { catalogue.parse_conversions("\na d\n", "g"); }), "g:2: d: unknown codeset");
 }
 
-TEST(Process, FeedsCollectsAndReports) {
-    const std::string big(1 << 20, 'x');
-    EXPECT_EQ(run_process({"cat"}, big).output, big);
+TEST(Process, ReportsWhatFails) {
     EXPECT_NE(run_process({"cat", "/nonexistent/file"}).errors.find("/nonexistent/file"), std::string::npos);
     EXPECT_THROW(run_process({"/nonexistent/program"}), SystemError);
 }

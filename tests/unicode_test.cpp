@@ -158,7 +158,9 @@ TEST_F(UnicodeForms, HaveEveryScalarValue) {
 
 // A text of runs of all kinds, with a few bytes damaged.
 string random_text(std::mt19937 &random, const FormCase &source) {
-    constexpr uint32_t KINDS[][2] = {{0x20, 0x7E}, {0xA0, 0x7FF}, {0x800, 0xD7FF}, {0xE000, 0xFFFF}, {0x10000, 0x10FFFF}, {0, 0}};
+    constexpr uint32_t KINDS[][2] = {{0x20, 0x7E},       {0xA0, 0x7FF},       {0x800, 0xFFF},
+                                     {0x1000, 0xCFFF},   {0xD000, 0xD7FF},    {0xE000, 0xFFFF},
+                                     {0x10000, 0x3FFFF}, {0x40000, 0x10FFFF}, {0, 0}};
     string text;
     for (unsigned runs = random() % 8; runs > 0; --runs) {
         const auto &kind = KINDS[random() % std::size(KINDS)];
