@@ -5,9 +5,11 @@
 #include "support/face.h"
 #include "support/locale_object.h"
 
+#include <algorithm>
 #include <climits>
 #include <gtest/gtest.h>
 #include <random>
+#include <sstream>
 
 namespace {
 
@@ -342,6 +344,18 @@ TEST_P(OfShape, NoCallReadsOrWritesBesideText) {
             }
         }
     }
+}
+
+// Every name that the library exports has a call, or a reason to have none.
+TEST(Face, IsComplete) {
+    const auto is_listed = [reasons = read_file(QBGL_SOURCE_DIR "/tests/fault/names_without_a_call.txt")](const string &name) {
+        std::istringstream list(reasons);
+        for (string each; list >> each;)
+            if (each == name || (each.back() == '*' && name.starts_with(each.substr(0, each.size() - 1)))) return true;
+        return std::any_of(CALLS.begin(), CALLS.end(), [&](const Call &call) { return call.name == name; });
+    };
+    std::istringstream names(read_file(QBGL_SOURCE_DIR "/tests/packaging/exported_names.txt"));
+    for (string name; names >> name;) EXPECT_TRUE(is_listed(name)) << name << " has no call in tests/support/face.cpp";
 }
 
 } // namespace
