@@ -244,13 +244,14 @@ TEST_F(Extension, TellsOfMalformedTextWhereverItStands) {
     gl_lc_unload(locale);
 }
 
-// A common data file of two items: a header of 32 bytes, the table, the names, and the items' headers from 64 and 96 on.
+// A common data file of three items: a header of 32 bytes, the table, the names, and the items' headers from 128 on.
 std::string data_file() {
-    std::string file(128, '\0');
+    std::string file(224, '\0');
     const auto put = [&](size_t at, const std::string &bytes) { file.replace(at, bytes.size(), bytes); };
     put(0, "\x20\0\xDA\x27\x14\0\0\0\0\0\2\0CmnD\1"s);
-    put(32, "\2\0\0\0\x14\0\0\0\x20\0\0\0\x18\0\0\0\x40\0\0\0a/x\0a/y"s);
-    put(64, "\x20"), put(96, "\x20");
+    put(32, "\3\0\0\0\x1C\0\0\0\x60\0\0\0\x33\0\0\0\x80\0\0\0\x4D\0\0\0\xA0"s);
+    put(60, U_ICUDATA_NAME "/coll/root.res\0" U_ICUDATA_NAME "/coll/ucadata.icu\0" U_ICUDATA_NAME "/root.res"s);
+    for (const size_t item : {128, 160, 192}) put(item, "\x20");
     return file;
 }
 
@@ -262,26 +263,27 @@ TEST_F(Extension, RefusesDamagedFiles) {
     const auto load_map = reinterpret_cast<glu_loadMapData_fn *>(dlsym(library, "glu_loadMapData"));
     const TempDir directory;
     const std::string path = directory / "icudata", whole = data_file();
-    const auto expect_refused = [&](const std::string &bytes) {
+    const auto expect_refused = [&](const std::string &bytes, int error = GL_EBADFILE) {
         write_file(path, bytes);
         int status = 0;
         EXPECT_EQ(load(path.c_str(), 0, &status), nullptr);
-        EXPECT_EQ(status, GL_EBADFILE);
+        EXPECT_EQ(status, error);
     };
-    for (const size_t size : {0, 23, 24, 35, 51, 63, 64, 100, 127}) {
+    for (const size_t size : {0, 23, 24, 35, 59, 127, 128, 151, 159, 160, 223}) {
         SCOPED_TRACE(size);
         expect_refused(whole.substr(0, size));
     }
     // The header's size, marks, order of bytes; the count; offsets behind the end, in the table, in the first item; names; sizes.
-    const std::vector<std::pair<size_t, char>> changes = {{1, 127},  {0, 8},    {2, 0},    {12, 'X'}, {8, 1},   {32, 0},
-                                                          {35, 127}, {39, 127}, {43, 127}, {40, 16},  {48, 48}, {44, 20},
-                                                          {58, 'w'}, {64, 127}, {65, 127}, {97, 1},   {96, 8}};
+    const std::vector<std::pair<size_t, char>> changes = {{1, 127},  {0, 8},     {2, 0},     {12, 'X'},  {8, 1},   {32, 0},
+                                                          {35, 127}, {39, 127},  {43, 127},  {40, 16},   {48, 48}, {44, 28},
+                                                          {74, 'v'}, {118, 's'}, {128, 127}, {129, 127}, {193, 1}, {192, 8}};
     for (const auto &[at, byte] : changes) {
         SCOPED_TRACE(at);
         std::string bytes = whole;
         bytes[at] = byte;
         expect_refused(bytes);
     }
+    expect_refused(std::string(whole).replace(66, 1, "1"), GL_EVERSION);
     write_file(path, whole);
     int status = 0;
     void *const data = load(path.c_str(), 0, &status);
