@@ -265,9 +265,7 @@ Outcome Converter::convert_character(Cursor &at, bool closes) {
     bool substituted = at.substituted, before_last = substituted, waits = false;
     UErrorCode status = U_ZERO_ERROR;
     Outcome outcome = Outcome::DONE;
-    do {
-        waiting = taken;
-        before_last = substituted;
+    for (;; waiting = taken, before_last = substituted) {
         UChar units[LONGEST_RESULT / 2], *end = units;
         while (end == units && taken < at.left && U_SUCCESS(status)) {
             const char *in = at.in + taken++;
@@ -283,7 +281,8 @@ Outcome Converter::convert_character(Cursor &at, bool closes) {
             break;
         }
         waits = ucnv_fromUCountPending(target_, &status) > 0;
-    } while (waits && taken < at.left);
+        if (!waits || last) break;
+    }
 
     if (outcome != Outcome::DONE) {
         taken = waiting;
