@@ -350,7 +350,7 @@ TEST_F(Composed, GivesWayToAnObjectAndNamesWhatItLacks) {
 TEST_F(Composed, FailsWithAnErrorAndLeavesNothing) {
     for (const auto &[source, target] : {std::pair("1", "2"), {"3", "4"}, {"3", "1200"}, {"57404", "4"}, {"57404", "57372"}})
         for (const Operation operation : {Operation::allocate, Operation::open, Operation::read})
-            for_each_fault(operation, [&](const Faults &faults) {
+            for_each_fault(operation, [&, source = source, target = target](const Faults &faults) {
                 gl_cv *cd = nullptr;
                 const int result = gl_cv_load(&cd, target, source, nullptr, nullptr), error = cd->error;
                 // An object of the pair is looked for in vain, and the halves are found in the second directory as well as in the

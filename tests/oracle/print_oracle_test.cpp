@@ -309,8 +309,9 @@ template <class Compare> void compare_formats(const char *table, Compare compare
     const int count = asked != nullptr ? std::atoi(asked) : 20'000;
     unsigned seed = 0;
     for (const auto &[name, charmap] : LOCALES) {
-        const auto found = std::find_if(tree.begin(), tree.end(),
-                                        [&](const TreeLocale &one) { return one.name == name && one.charmap == charmap; });
+        const auto found = std::find_if(tree.begin(), tree.end(), [name = name, charmap = charmap](const TreeLocale &one) {
+            return one.name == name && one.charmap == charmap;
+        });
         ASSERT_NE(found, tree.end()) << name;
         Random random(++seed);
         oracle.each({static_cast<size_t>(found - tree.begin())}, [&](OracleLocale &locale) {
