@@ -2,6 +2,8 @@
 #include "icu/file.h"
 #include "icu/memory.h"
 
+#include <cinttypes>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -14,7 +16,8 @@ namespace qbgl::icu {
 namespace {
 
 constexpr char DATA_NAME[] = "icudata";
-constexpr char PACKAGED[] = "packaged";
+#define COMMON_DATA U_ICUDATA_NAME ".dat"
+constexpr size_t LONGEST_LINE = 64;
 
 int loaded = 0; // handles that are out
 
@@ -33,7 +36,7 @@ constexpr char ITEMS[] = U_ICUDATA_NAME "/"; // how their names begin
 
 // 0, or the error of a common data file. ICU is told no size and asks for items by the name of its version, in its own data where a
 // file lacks them. So the table of contents is checked: a header; the number of items, and for each the offsets of its name and its
-// data; behind them the items in the order of their names, each with a header of its own. What stands in an item nobody checks.
+// data; behind them the items in the order of their names, each with a header of its own. What stands in the items is not checked.
 int check(const File &file) {
     static constexpr const char *NEEDED[] = {"coll/root.res", "coll/ucadata.icu", "root.res"}; // in the order of names
     struct Header {
@@ -75,29 +78,63 @@ int start() {
     return code == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EBADFILE;
 }
 
-// "packaged 72": ICU brings its data along, and is of this version. Anything else is a common data file of ICU's, icudt72l.dat.
-int use(Data &data) {
-    const File &file = data.file;
-    if (strncmp(file.bytes(), PACKAGED, sizeof PACKAGED - 1) == 0) {
-        const long version = strtol(file.bytes() + sizeof PACKAGED - 1, nullptr, 10);
+// The common data file beside the file `path`, if it is whole and for this ICU, and what a line of `path` says of it. 0 or an
+// error.
+int read_common_data(const char *path, File &file, char (&line)[LONGEST_LINE]) {
+    const char *const slash = strrchr(path, '/');
+    const size_t folder = slash != nullptr ? static_cast<size_t>(slash + 1 - path) : 0;
+    Scratch<char, 256> name;
+    int status = GL_ENOMEM;
+    if (!name.reserve(folder + sizeof COMMON_DATA)) return status;
+    memcpy(name.data(), path, folder);
+    memcpy(name.data() + folder, COMMON_DATA, sizeof COMMON_DATA);
+    if (file.read(name.data(), status)) status = check(file);
+    if (status == GL_EBADFILE) say("qbgl_icu: %s is damaged, or not a whole file of ICU's data", name.data());
+    if (status == GL_EVERSION) say("qbgl_icu: %s is not for %s", name.data(), U_ICUDATA_NAME);
+    if (status == 0) snprintf(line, sizeof line, "%s %016" PRIx64 "\n", COMMON_DATA, file.sum());
+    return status;
+}
+
+int use_common_data(const File &line, const char *path, Data &data) {
+    char own_line[LONGEST_LINE];
+    const int wrong = read_common_data(path, data.file, own_line);
+    if (wrong == GL_ENOFILE) say("qbgl_icu: %s is not there, which %s names", COMMON_DATA, path);
+    if (wrong != 0) return wrong;
+    if (strcmp(line.bytes(), own_line) != 0) {
+        say("qbgl_icu: %s has another sum than %s says: damaged, or not installed by qbglc tree --icu", COMMON_DATA, path);
+        return GL_EBADFILE;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    udata_setCommonData(data.file.bytes(), &status);
+    data.held = U_SUCCESS(status);
+    if (data.held) return 0;
+    say("qbgl_icu: the data file is refused: %s", u_errorName(status));
+    return status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EBADFILE;
+}
+
+// What follows a prefix of a text, or null.
+const char *behind(const char *prefix, const char *text) {
+    const size_t length = strlen(prefix);
+    return strncmp(text, prefix, length) == 0 ? text + length : nullptr;
+}
+
+// The line of icudata at `path` tells which data are used. "packaged 72": those that ICU brings along, of this version.
+// "icudt72l.dat 0123456789abcdef": a common data file beside it, and its sum, for ICU trusts what stands in the items.
+int use(const File &line, const char *path, Data &data) {
+    if (const char *const number = behind("packaged ", line.bytes())) {
+        const long version = strtol(number, nullptr, 10);
         UVersionInfo own;
         u_getVersion(own);
         if (version == own[0]) return 0;
         say("qbgl_icu: the installation is for ICU %ld, this is ICU %d", version, own[0]);
         return GL_EVERSION;
     }
-    if (const int wrong = check(file)) {
-        say(wrong == GL_EVERSION ? "qbgl_icu: the data file is not for %s"
-                                 : "qbgl_icu: the data file is damaged, or not a whole %s",
-            U_ICUDATA_NAME);
-        return wrong;
-    }
-    UErrorCode status = U_ZERO_ERROR;
-    udata_setCommonData(file.bytes(), &status);
-    data.held = U_SUCCESS(status);
-    if (data.held) return 0;
-    say("qbgl_icu: the data file is refused: %s", u_errorName(status));
-    return status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EBADFILE;
+    if (behind(COMMON_DATA " ", line.bytes()) != nullptr) return use_common_data(line, path, data);
+    const bool other = behind("icudt", line.bytes()) != nullptr;
+    say(other ? "qbgl_icu: %s is not for %s"
+              : "qbgl_icu: %s is no line that qbglc tree --icu writes; ICU's data belong beside it, as %s",
+        path, COMMON_DATA);
+    return other ? GL_EVERSION : GL_EBADFILE;
 }
 
 } // namespace
@@ -117,9 +154,9 @@ void *glu_loadIcuData(const char *path, int, int *status) {
     lend_memory_to_icu();
     int number = GL_ENOMEM;
     Owned<Data> data = make<Data>();
-    if (data && data->file.read(path, number)) {
+    if (File line; data && line.read(path, number)) {
         const Provision provision;
-        number = provision ? use(*data) : GL_ENOMEM;
+        number = provision ? use(line, path, *data) : GL_ENOMEM;
         if (number == 0) number = start();
     }
     if (number != 0) {
@@ -145,9 +182,15 @@ const char *glu_icuErrorName(int code) {
 
 int glu_extension_version(void) { return QBGL_EXTENSION_VERSION; }
 
-// What qbglc asks for, to write an installation: the major version.
-extern "C" QBGL_API int qbgl_icu_version() {
+// What qbglc asks for, to write an installation: the line of icudata at `path`, which is to take a common data file beside it where
+// there is one. 0 or an error.
+extern "C" QBGL_API int qbgl_icu_data(const char *path, char *line, int size) {
+    char own_line[LONGEST_LINE];
+    File file;
+    const int wrong = read_common_data(path, file, own_line);
     UVersionInfo own;
     u_getVersion(own);
-    return own[0];
+    if (wrong == GL_ENOFILE) snprintf(own_line, sizeof own_line, "packaged %d\n", own[0]);
+    snprintf(line, static_cast<size_t>(size), "%s", own_line);
+    return wrong == GL_ENOFILE ? 0 : wrong;
 }

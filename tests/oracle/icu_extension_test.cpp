@@ -6,8 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <random>
@@ -261,14 +263,37 @@ TEST_F(Extension, RefusesDamagedFiles) {
     const auto load = reinterpret_cast<glu_loadIcuData_fn *>(dlsym(library, "glu_loadIcuData"));
     const auto unload = reinterpret_cast<glu_unloadIcuData_fn *>(dlsym(library, "glu_unloadIcuData"));
     const auto load_map = reinterpret_cast<glu_loadMapData_fn *>(dlsym(library, "glu_loadMapData"));
+    const auto line_of_data = reinterpret_cast<int (*)(const char *, char *, int)>(dlsym(library, "qbgl_icu_data"));
     const TempDir directory;
-    const std::string path = directory / "icudata", whole = data_file();
+    const std::string path = directory / "icudata", common = directory / (U_ICUDATA_NAME ".dat"), whole = data_file();
+    char line[64];
+    int status = 0;
     const auto expect_refused = [&](const std::string &bytes, int error = GL_EBADFILE) {
-        write_file(path, bytes);
-        int status = 0;
+        write_file(common, bytes);
+        EXPECT_EQ(line_of_data(path.c_str(), line, sizeof line), error);
         EXPECT_EQ(load(path.c_str(), 0, &status), nullptr);
         EXPECT_EQ(status, error);
     };
+    const auto expect_status = [&](const std::string &text, int expected) {
+        SCOPED_TRACE(text);
+        write_file(path, text);
+        void *const data = load(path.c_str(), 0, &status);
+        EXPECT_EQ(data != nullptr ? 0 : status, expected);
+        unload(data);
+    };
+    EXPECT_EQ(line_of_data(path.c_str(), line, sizeof line), 0);
+    expect_status(line, 0);
+    EXPECT_EQ(line, "packaged " + std::to_string(U_ICU_VERSION_MAJOR_NUM) + "\n");
+    expect_status(U_ICUDATA_NAME ".dat 0", GL_ENOFILE);
+    write_file(common, whole);
+    EXPECT_EQ(line_of_data(path.c_str(), line, sizeof line), 0);
+    const std::string own_line = line;
+    for (const auto &[text, expected] :
+         std::vector<std::pair<std::string, int>>{{"icudt71l.dat 0", GL_EVERSION},
+                                                  {whole, GL_EBADFILE},
+                                                  {own_line.substr(0, own_line.size() - 2), GL_EBADFILE},
+                                                  {own_line, 0}})
+        expect_status(text, expected);
     for (const size_t size : {0, 23, 24, 35, 59, 127, 128, 151, 159, 160, 223}) {
         SCOPED_TRACE(size);
         expect_refused(whole.substr(0, size));
@@ -284,15 +309,39 @@ TEST_F(Extension, RefusesDamagedFiles) {
         expect_refused(bytes);
     }
     expect_refused(std::string(whole).replace(66, 1, "1"), GL_EVERSION);
-    write_file(path, whole);
-    int status = 0;
-    void *const data = load(path.c_str(), 0, &status);
-    EXPECT_NE(data, nullptr) << status;
-    unload(data);
+    for (size_t bit = 0; bit < whole.size() * 8; ++bit) { // also where only the sum sees it
+        std::string bytes = whole;
+        bytes[bit / 8] = static_cast<char>(bytes[bit / 8] ^ 1 << bit % 8);
+        write_file(common, bytes);
+        EXPECT_EQ(load(path.c_str(), 0, &status), nullptr) << bit;
+    }
     write_file(path, "serve * LC_CTYPE\n\0serve * LC_COLLATE\n"s);
     EXPECT_EQ(load_map(path.c_str(), &status), nullptr);
     EXPECT_EQ(status, GL_EBADFILE);
     dlclose(library);
+}
+
+// As an object of another order does, whatever may order otherwise needs a word of its owner.
+TEST_F(Extension, KeepsItsDataUntilAChangeIsAccepted) {
+    const TempDir directory;
+    const std::string tree = directory / "tree", etc = tree + "/vrn/etc/", data = etc + "icudata",
+                      common = etc + U_ICUDATA_NAME ".dat";
+    std::filesystem::create_directories(etc);
+    for (const char *part : {"cm3", "cv9", "lc11"})
+        std::filesystem::create_directory_symlink(QBGL_ICU_TREE "/vrn/"s + part, tree + "/vrn/" + part);
+    const auto expect = [&](const std::string &options, int status, const std::string &begin) {
+        const std::string command = QBGLC " tree --icu --data " QBGL_DATA " " + tree + options + " >/dev/null 2>&1";
+        EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), status) << options;
+        EXPECT_TRUE(read_file(data).starts_with(begin)) << read_file(data).substr(0, 40);
+    };
+    expect("", 0, "packaged ");
+    write_file(common, data_file());
+    expect("", 4, "packaged ");
+    expect(" --accept-changes", 0, U_ICUDATA_NAME ".dat ");
+    write_file(common, data_file().substr(1));
+    expect(" --accept-changes", 1, U_ICUDATA_NAME ".dat ");
+    std::filesystem::rename(common, data);
+    expect(" --accept-changes", 1, data_file().substr(1, 20));
 }
 
 struct Codeset {

@@ -1,9 +1,11 @@
 #include "installation/extension.h"
 
 #include "system/error.h"
+#include "system/file.h"
 
 #include <dlfcn.h>
 #include <fmt/format.h>
+#include <qbgl_extension.h>
 
 #include <algorithm>
 #include <sstream>
@@ -36,12 +38,29 @@ std::vector<std::string> libraries_of(const std::string &registry) {
 } // namespace
 
 IcuExtension::IcuExtension(const std::filesystem::path &file) {
-    void *const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) throw SystemError(dlerror()); // begins with the file
-    version_ = symbol<int()>(library, "qbgl_icu_version")();
-    auto *const locale = symbol<const char *(int)>(library, "qbgl_icu_locale");
+    library_ = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library_ == nullptr) throw SystemError(dlerror()); // begins with the file
+    auto *const locale = symbol<const char *(int)>(library_, "qbgl_icu_locale");
     for (int i = 0; const char *const name = locale(i); ++i) locales_.emplace_back(name);
     // It stays open: ICU does not like to be unloaded.
+}
+
+std::string IcuExtension::data(const std::filesystem::path &icudata) const {
+    if (std::filesystem::exists(icudata)) {
+        const std::string older = read_file(icudata);
+        if (!older.starts_with("packaged ") && !older.starts_with("icudt"))
+            throw DataError(
+                fmt::format("{}: not written by qbglc, and kept; a data file of ICU's belongs beside it under ICU's own name",
+                            icudata.string()));
+    }
+    static std::string said;
+    symbol<glu_setPrintMessageFunc_fn>(library_, "glu_setPrintMessageFunc")([](const char *message) { said = message; });
+    symbol<glu_setMessageLevel_fn>(library_, "glu_setMessageLevel")(1);
+    char line[64];
+    auto *const data_line = symbol<int(const char *, char *, int)>(library_, "qbgl_icu_data");
+    if (data_line(icudata.c_str(), line, sizeof line) != 0)
+        throw DataError(!said.empty() ? said : fmt::format("{}: out of memory for the file beside it", icudata.string()));
+    return line;
 }
 
 std::string icu_name(const Catalogue::Codeset &codeset) {

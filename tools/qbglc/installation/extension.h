@@ -18,12 +18,14 @@ class IcuExtension {
   public:
     explicit IcuExtension(const std::filesystem::path &file);
 
-    int version() const { return version_; }
+    // What its file icudata is to hold. Throws DataError for a data file beside it that the library would not load, or where
+    // icudata is somebody's own.
+    std::string data(const std::filesystem::path &icudata) const;
     // ICU's names of its locales.
     const std::vector<std::string> &locales() const { return locales_; }
 
   private:
-    int version_;
+    void *library_;
     std::vector<std::string> locales_;
 };
 

@@ -33,6 +33,7 @@ namespace {
 
 constexpr const char *LOCALES = GL_LC_DIRECTORY GL_LC_VERSION, *CONVERSIONS = GL_CV_DIRECTORY GL_CV_VERSION,
                      *CHARMAPS = GL_CM_DIRECTORY GL_CM_VERSION;
+constexpr const char *EXTENSION_DATA = "etc/icudata";
 
 constexpr size_t LONGEST_LOCALE_NAME = 31; // which a handle keeps
 
@@ -128,7 +129,7 @@ class TreeBuilder {
             update_link(path, object);
         }
         for (const auto &[path, content] : files_)
-            if (!has_content(path, content)) replace_file(path, content);
+            if (!has_content(path, content) && may_replace(path, content)) replace_file(path, content);
         report_.warnings = locales_.take_warnings();
         if (!options_.icu.empty() && !is_taken(registry_of_extensions()))
             report_.warnings.push_back(fmt::format("{}: {} is not the library that is taken, the last of at most four",
@@ -305,11 +306,18 @@ class TreeBuilder {
         report_.served = served_.size();
         const fs::path etc = root_ / "etc";
         files_.emplace(root_ / "dll" / EXTENSION_FILE, read_file(options_.icu));
-        const fs::path data = etc / "icudata", registry = etc / "dllregistry";
-        if (!fs::exists(data) || read_file(data).starts_with("packaged"))
-            files_.emplace(data, fmt::format("packaged {}\n", extension.version()));
+        const fs::path data = root_ / EXTENSION_DATA, registry = etc / "dllregistry";
+        files_.emplace(data, extension.data(data));
         files_.emplace(registry, extension_registry(registry_of_extensions(), registry.string()));
         plan_map();
+    }
+    // With another ICU, or other data of it, its orders may be others: the line that tells which ones stays as an object does.
+    bool may_replace(const fs::path &path, const std::string &content) {
+        if (path != root_ / EXTENSION_DATA || !fs::exists(path)) return true;
+        report_.changes.push_back(fmt::format("{}: ICU's orders may be others: {}; {}", path.string(),
+                                              content.substr(0, content.find('\n')),
+                                              options_.accept_changes ? "accepted" : "the old data stay, and others are refused"));
+        return options_.accept_changes;
     }
     std::string registry_of_extensions() const {
         const fs::path path = root_ / "etc/dllregistry";
