@@ -63,6 +63,15 @@ class Family {
     std::string own_text(unsigned most = 10) { return text(most, in.below(32) != 0); }
     std::string line() { return string_line(own_text()); }
 
+    // A run of one input: `write` puts into the object what the family reads, and `calls` are one round of its calls.
+    template <class Write, class Calls> static int run(Input in, std::span<const char *const> tokens, Write write, Calls calls) {
+        Family family(in, tokens);
+        write(family);
+        if (family.load())
+            while (family.next()) calls(family);
+        return 0;
+    }
+
     // Loads the object; false when it is none.
     bool load() {
         const std::string whole = in.below(4) == 0 ? damaged(object.text(), in) : object.text();

@@ -111,10 +111,5 @@ void run(Family &f) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    Input in(data, size);
-    Family f(in, TOKENS);
-    write_object(f);
-    if (!f.load()) return 0;
-    while (f.next()) run(f);
-    return 0;
+    return Family::run(Input(data, size), TOKENS, write_object, run);
 }
