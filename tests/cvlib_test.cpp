@@ -1,3 +1,4 @@
+#include "support/conversion.h"
 #include "support/conversion_shapes.h"
 #include "support/faults.h"
 #include "support/files.h"
@@ -20,8 +21,6 @@ using namespace qbgl_test;
 using namespace std::string_literals;
 using std::string;
 
-using Descriptor = std::unique_ptr<gl_cv, int (*)(gl_cv *)>;
-
 Descriptor load(const string &text) {
     const TempDir directory;
     write_file(directory.path() / "object", text);
@@ -29,27 +28,6 @@ Descriptor load(const string &text) {
     const int result = gl_iconv_open1(&cd, (directory / "object").c_str());
     EXPECT_EQ(result, cd->error == 0 ? 0 : -1);
     return {cd, gl_cv_unload};
-}
-
-// What one call left behind.
-struct Outcome {
-    int result, error, consumed, outleft, subst;
-    string output;
-    bool operator==(const Outcome &) const = default;
-    friend void PrintTo(const Outcome &o, std::ostream *out) {
-        *out << "result " << o.result << ", error " << o.error << ", consumed " << o.consumed << ", outleft " << o.outleft
-             << ", subst " << o.subst << ", output " << hexadecimal(o.output);
-    }
-};
-
-Outcome convert(gl_cv *cd, const string &text, int room, gl_cv_state *state = nullptr, bool counted = true) {
-    std::vector<char> target(static_cast<size_t>(room));
-    const char *in = text.data();
-    char *out = target.data();
-    int inleft = static_cast<int>(text.size()), outleft = room, subst = 77;
-    cd->error = 0;
-    const int result = gl_cv_mconv(cd, state, &in, counted ? &inleft : nullptr, &out, &outleft, &subst);
-    return {result, cd->error, static_cast<int>(in - text.data()), outleft, subst, string(target.data(), out)};
 }
 
 // The messages of a body, joined.
@@ -75,7 +53,7 @@ TEST(ConversionObjectFile, IsCheckedLineByLine) {
             const string log = messages_of([&] { cd = load(string(good).replace(good.find(part), part.size(), instead)); });
             EXPECT_EQ(log.substr(log.find('\n') + 1), message); // the first line says that the file was opened
             EXPECT_EQ(cd->error, error);
-            EXPECT_EQ(convert(cd.get(), "a", 4), error != 0 ? (Outcome{-1, 0, 0, 4, 77, ""}) : (Outcome{0, 0, 1, 3, 0, "a"}));
+            EXPECT_EQ(convert(*cd, "a", 4), error != 0 ? (Outcome{-1, 0, 0, 4, 77, ""}) : (Outcome{0, 0, 1, 3, 0, "a"}));
         }
     };
     expect(0, "VRN: CVO file loaded successfully.\n",
@@ -116,8 +94,8 @@ TEST(ConversionObjectFile, NamesRulesForWhatItDoesNotList) {
           Case{"gb18030 utf8", in_gb18030.substr(0, 3), {-1, 0, 0, 9, 0, ""}},
           Case{"gb18030 utf8", "\xE3\x32\x9A\x36", {-1, 0, 0, 9, 0, ""}}, Case{"utf7 utf8", smile, {-1, 0, 0, 9, 0, ""}}}) {
         const Descriptor cd = load(TWO_BYTES.text(string("UNLISTED=") + rules));
-        EXPECT_EQ(convert(cd.get(), text, 9), outcome) << rules;
-        EXPECT_EQ(convert(cd.get(), text, 3).output, "a"s.substr(0, text[0] == 'a' ? 1 : 0)) << rules << ": no room for four bytes";
+        EXPECT_EQ(convert(*cd, text, 9), outcome) << rules;
+        EXPECT_EQ(convert(*cd, text, 3).output, "a"s.substr(0, text[0] == 'a' ? 1 : 0)) << rules << ": no room for four bytes";
     }
 }
 
@@ -217,8 +195,8 @@ TEST(ConversionDescriptor, OfTheExtensionIsHandedOn) {
         EXPECT_EQ(cd->error, error);
         if (error == 0) {
             gl_cv_state state = {};
-            EXPECT_EQ(convert(cd, "", 1, &state).result, -7);
-            EXPECT_EQ(convert(cd, "", 1).error, 14);
+            EXPECT_EQ(convert(*cd, "", 1, &state).result, -7);
+            EXPECT_EQ(convert(*cd, "", 1).error, 14);
         }
         EXPECT_EQ(gl_cv_unload(cd), 0);
     }
@@ -305,9 +283,9 @@ TEST_F(Composed, StopsInTextOfUnitsWhereTheTableDoes) {
                 text.resize(text.size() - std::min<size_t>(text.size(), random() % 3));
                 const int room = static_cast<int>(random() % (text.size() + 8));
                 cd->lane = nullptr;
-                const Outcome expected = convert(cd.get(), text, room);
+                const Outcome expected = convert(*cd, text, room);
                 cd->lane = lane;
-                ASSERT_EQ(convert(cd.get(), text, room), expected) << source << " to " << target << ", round " << round;
+                ASSERT_EQ(convert(*cd, text, room), expected) << source << " to " << target << ", round " << round;
             }
         }
     }
@@ -318,13 +296,13 @@ TEST_F(Composed, GivesWayToAnObjectAndNamesWhatItLacks) {
     open("57372", "2", GL_ENOFILE), open("1", "57372", GL_ENOFILE);
     gl_cv *cd = nullptr;
     EXPECT_EQ(gl_iconv_open(&cd, "two", "uno"), 0);
-    EXPECT_EQ(convert(cd, "b", 9).output, "BB");
+    EXPECT_EQ(convert(*cd, "b", 9).output, "BB");
     EXPECT_EQ(gl_cv_unload(cd), 0);
     EXPECT_EQ(gl_cv_load(&cd, "2", "1", nullptr, "/none"), -1); // neither the pair nor its halves
     EXPECT_EQ(cd->error, GL_ENOFILE);
     EXPECT_EQ(gl_cv_unload(cd), 0);
     put("00010002", TWO_BYTES.text());
-    EXPECT_EQ(convert(open("2", "1").get(), "b", 9).output, "xyz");
+    EXPECT_EQ(convert(*open("2", "1"), "b", 9).output, "xyz");
     put("00010002", "FILE_TYPE=other\n");
     open("2", "1", GL_ENOFILE);
     std::filesystem::remove(object("00010002"));
@@ -360,7 +338,7 @@ TEST_F(Composed, FailsWithAnErrorAndLeavesNothing) {
                     result == 1 ? operation != Operation::read || !faults.hit() : faults.hit() && (error == GL_ENOMEM || in_file);
                 EXPECT_TRUE(expected) << source << " to " << target << ": " << result << ", error " << error;
                 if (result == 1) {
-                    EXPECT_EQ(convert(cd, "", 9).result, 0);
+                    EXPECT_EQ(convert(*cd, "", 9).result, 0);
                 }
                 EXPECT_EQ(gl_cv_unload(cd), 0);
             });
@@ -369,10 +347,10 @@ TEST_F(Composed, FailsWithAnErrorAndLeavesNothing) {
 TEST(Engine, EndsShiftsAndNamesFailures) {
     const string ka = "\x81\x40";
     const Descriptor cd = load(TO_SHIFTED.text()), plain = load(TWO_BYTES.text());
-    EXPECT_EQ(convert(cd.get(), ka + "a" + ka, 99).output, "\x0EKA\x1B(a\x0EKA\x1B("); // no state: initial at both ends
-    EXPECT_EQ(convert(cd.get(), ka + "\0a"s, 99, nullptr, false).output, "\x0EKA\x1B(\0"s);
-    EXPECT_EQ(convert(cd.get(), "\x81\x43" + ka, 99, nullptr, false).output, "\x0ENU\x1B(");
-    const auto failures = [&] { convert(plain.get(), "c", 9), convert(plain.get(), "d", 9), convert(plain.get(), "a", 0); };
+    EXPECT_EQ(convert(*cd, ka + "a" + ka, 99).output, "\x0EKA\x1B(a\x0EKA\x1B("); // no state: initial at both ends
+    EXPECT_EQ(convert(*cd, ka + "\0a"s, 99, nullptr, false).output, "\x0EKA\x1B(\0"s);
+    EXPECT_EQ(convert(*cd, "\x81\x43" + ka, 99, nullptr, false).output, "\x0ENU\x1B(");
+    const auto failures = [&] { convert(*plain, "c", 9), convert(*plain, "d", 9), convert(*plain, "a", 0); };
     EXPECT_EQ(messages_of(failures),
               "VRN: Error in Translation (GL_EILSEQ)\nVRN: Error in Translation.\nVRN: Error in Translation (GL_E2BIG)\n");
 }

@@ -1,4 +1,5 @@
 // Many threads under one handle, each with its own error number.
+#include "support/conversion.h"
 #include "support/conversion_shapes.h"
 #include "support/locale_object.h"
 
@@ -65,21 +66,11 @@ TEST(Threads, ShareAHandle) {
     }
 }
 
-// A conversion's record as a thread uses it: whole texts, and ones that stop at what has no room. Nothing where that went wrong.
-std::string convert(gl_cv *cd, const std::string &text) {
-    std::string result;
-    for (const int room : {1, 64}) {
-        gl_cv_state state = {};
-        char bytes[64];
-        const char *in = text.data();
-        char *out = bytes;
-        int inleft = static_cast<int>(text.size()), outleft = room, subst = 0;
-        own_error = 0;
-        const int converted = gl_cv_mconv(cd, &state, &in, &inleft, &out, &outleft, &subst);
-        if (converted != (room == 64 ? 0 : -1) || gl_errno(cd) != (room == 64 ? 0 : GL_E2BIG)) return "";
-        result.assign(bytes, out);
-    }
-    return result;
+// A conversion's record as a thread uses it: a text that stops at what has no room, and as a whole. Nothing where that went wrong.
+std::string converted(gl_cv &cd, const std::string &text) {
+    gl_cv_state cut = {}, whole = {};
+    const Outcome first = convert(cd, text, 1, &cut), all = convert(cd, text, 64, &whole);
+    return first.result == -1 && first.error == GL_E2BIG && all.result == 0 && all.error == 0 ? all.output : "";
 }
 
 TEST(Threads, ShareAConversion) {
@@ -89,13 +80,13 @@ TEST(Threads, ShareAConversion) {
         write_file(directory.path() / "object", shape.text());
         gl_cv *cd = nullptr;
         ASSERT_EQ(gl_iconv_open1(&cd, (directory / "object").c_str()), 0);
-        const std::string expected = convert(cd, text);
+        const std::string expected = converted(*cd, text);
         EXPECT_NE(expected, "");
         int same[4] = {};
         std::vector<std::jthread> threads;
         for (int &count : same)
             threads.emplace_back([&, cd, &text = text] { // clang 14 captures no structured binding by itself
-                for (int round = 0; round < 200; ++round) count += convert(cd, text) == expected;
+                for (int round = 0; round < 200; ++round) count += converted(*cd, text) == expected;
             });
         threads.clear();
         for (const int count : same) EXPECT_EQ(count, 200);
