@@ -993,6 +993,12 @@ void check_pair(int source, int target) {
         if (part.result == -1)
             expect_equal(part.out + convert(converter, text.substr(part.taken), 4096, false).out, whole.out,
                          "goes on where the room ended");
+        expect(convert(converter, text.substr(0, part.taken), 4096).out.starts_with(part.out),
+               "no more than what is taken is written");
+        for (int next = part.taken + 1; next <= std::min(part.taken + 4, in_size); ++next) {
+            const Conversion more = convert(converter, text.substr(0, next), 4096);
+            expect(more.result != 0 || std::ssize(more.out) > room, "as much is converted as there is room for");
+        }
     }
     context = pair;
     expect_equal(convert(converter, text, size).out, whole.out, "room for all is enough");

@@ -1,4 +1,5 @@
 // Locales and conversions that the extension library serves, against ICU called directly.
+#include "support/conversion.h"
 #include "support/files.h"
 
 #include "qbgl.h"
@@ -27,6 +28,8 @@ using namespace std::string_literals;
 namespace {
 
 using namespace qbgl_test;
+
+using Locale = std::unique_ptr<gl_locale, void (*)(gl_locale *)>;
 
 constexpr int TEXTS = 2500, ORDERED_PAIRS = 5000; // of each locale
 
@@ -101,6 +104,12 @@ class Extension : public testing::Test {
     void SetUp() override { gl_useglu(1); }
     void TearDown() override { EXPECT_EQ(gl_unload_glu(), 0); }
 
+    static Locale load(const std::string &specification) {
+        gl_locale *locale = nullptr;
+        EXPECT_EQ(gl_lc_load(&locale, specification.c_str(), nullptr, nullptr), 0) << specification;
+        return {locale, gl_lc_unload};
+    }
+
     const ScopedEnv tree_{"QUORBANEDIR", QBGL_ICU_TREE}, wish_{"GL_USEGLU", "1"};
 };
 
@@ -156,8 +165,8 @@ TEST_F(Extension, OrdersMapsAndMeasuresAsIcuDoes) {
     for (const std::string specification : LOCALES) {
         SCOPED_TRACE(specification);
         const icu::Locale language(specification.substr(0, specification.find('.')).c_str());
-        gl_locale *locale = nullptr;
-        ASSERT_EQ(gl_lc_load(&locale, specification.c_str(), nullptr, nullptr), 0);
+        const Locale owner = load(specification);
+        gl_locale *const locale = owner.get();
         ASSERT_EQ(locale->glu_flag[GL_CAT_CTYPE] + locale->glu_flag[GL_CAT_COLLATE], 2);
         UErrorCode status = U_ZERO_ERROR;
         const std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(language, status));
@@ -182,17 +191,14 @@ TEST_F(Extension, OrdersMapsAndMeasuresAsIcuDoes) {
             last_units = units, last = text, last_key = key;
         }
         EXPECT_TRUE(U_SUCCESS(status));
-        gl_lc_unload(locale);
     }
 }
 
 // SHIFT_JIS has it twice.
 TEST_F(Extension, KeepsTheBytesOfWhatHasNoCase) {
-    gl_locale *locale = nullptr;
-    ASSERT_EQ(gl_lc_load(&locale, "ja_JP.sjis@icu", nullptr, nullptr), 0);
     char upper[16];
-    EXPECT_EQ(std::string(upper, static_cast<size_t>(gl_tombsupper(locale, upper, "a\x87\x90z"))), "A\x87\x90Z");
-    gl_lc_unload(locale);
+    EXPECT_EQ(gl_tombsupper(load("ja_JP.sjis@icu").get(), upper, "a\x87\x90z"), 4);
+    EXPECT_STREQ(upper, "A\x87\x90Z");
 }
 
 // With marks behind what is passed over, where ICU's own comparison is no total order.
@@ -210,8 +216,8 @@ TEST_F(Extension, ComparesAsItsKeysDo) {
     for (const char *specification :
          {"fr_CA.utf8", "th_TH.utf8", "cs_CZ.utf8", "ja_JP.utf8", "ko_KR.utf8", "hu_HU.utf8", "vi_VN.utf8@icu"}) {
         SCOPED_TRACE(specification);
-        gl_locale *locale = nullptr;
-        ASSERT_EQ(gl_lc_load(&locale, specification, nullptr, nullptr), 0);
+        const Locale owner = load(specification);
+        gl_locale *const locale = owner.get();
         compare_often(locale);
         for (int i = 0; i < ORDERED_PAIRS && !HasFailure(); ++i) {
             const std::string begin = text(), a = begin + text(), b = begin + text();
@@ -219,14 +225,13 @@ TEST_F(Extension, ComparesAsItsKeysDo) {
             EXPECT_EQ(sign(gl_mbscoll(locale, a.c_str(), b.c_str())), order) << a << '\n' << b;
             EXPECT_EQ(gl_order_compare(locale, a.c_str(), -1, b.c_str(), -1, -1), order) << a << '\n' << b;
         }
-        gl_lc_unload(locale);
     }
 }
 
 TEST_F(Extension, TellsOfMalformedTextWhereverItStands) {
     constexpr size_t MOST = 140; // characters before it
-    gl_locale *locale = nullptr;
-    ASSERT_EQ(gl_lc_load(&locale, "cs_CZ.utf8", nullptr, nullptr), 0);
+    const Locale owner = load("cs_CZ.utf8");
+    gl_locale *const locale = owner.get();
     for (const std::string wrong : {"", "\x80", "\xC3", "\xC3\xE3", "\xC0\xAF", "\xE0\x9F\xBF", "\xE3\x81", "\xED\xA0\x80",
                                     "\xF0\x8F\xBF\xBF", "\xF0\x9F\x98", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"}) {
         for (const char *filler : {"a", "é", "あ"}) {
@@ -243,7 +248,6 @@ TEST_F(Extension, TellsOfMalformedTextWhereverItStands) {
             }
         }
     }
-    gl_lc_unload(locale);
 }
 
 // A common data file of three items: a header of 32 bytes, the table, the names, and the items' headers from 128 on.
@@ -363,35 +367,13 @@ std::vector<Codeset> codesets() {
     return found;
 }
 
-struct Result {
-    int result, error, substituted;
-    size_t taken;
-    std::string output;
-
-    bool operator==(const Result &) const = default;
-};
-std::ostream &operator<<(std::ostream &out, const Result &one) {
-    out << one.result << " error " << one.error << " substituted " << one.substituted << " taken " << one.taken << " output";
-    for (const char byte : one.output) out << ' ' << std::hex << (byte & 0xFF);
-    return out;
-}
-
-Result convert(gl_cv *cd, const std::string &text, size_t room) {
-    Result result = {0, 0, 0, 0, std::string(room, 'x')};
-    const char *in = text.data();
-    char *out = result.output.data();
-    int inleft = static_cast<int>(text.size()), outleft = static_cast<int>(room), measured_left = outleft, subst = 0;
-    gl_clear_errno(cd);
-    const char *measured_in = in;
-    int measured_inleft = inleft;
-    const int measured = gl_mconvlen(cd, nullptr, &measured_in, &measured_inleft, &measured_left, &subst);
-    gl_clear_errno(cd);
-    result.result = gl_miconv(cd, &in, &inleft, &out, &outleft, &result.substituted);
-    result.error = gl_errno(cd);
-    result.taken = static_cast<size_t>(in - text.data());
-    result.output.resize(static_cast<size_t>(out - result.output.data()));
-    EXPECT_EQ(std::tuple(measured, measured_in, measured_inleft, measured_left), std::tuple(result.result, in, inleft, outleft));
-    return result;
+// As measured, too.
+Outcome convert_and_measure(gl_cv *cd, const std::string &text, size_t room) {
+    Outcome written = convert(*cd, text, static_cast<int>(room)),
+            measured = convert(*cd, text, static_cast<int>(room), nullptr, true, Way::MEASURE);
+    measured.output = written.output;
+    EXPECT_EQ(measured, written);
+    return written;
 }
 
 // A converter of ICU's that stops at what it cannot convert.
@@ -428,26 +410,9 @@ class Direct {
     UConverter *converter_ = nullptr;
 };
 
-// The converted characters of a text one after the other, as ICU has them with more and more of the text.
-struct Step {
-    size_t taken, made;
-};
-
-// Room by room: what fits is converted, and the next call goes on.
-void expect_steps(gl_cv *cd, const std::string &text, const std::string &whole, const std::vector<Step> &steps) {
-    for (size_t room = 0; room < whole.size(); ++room) {
-        const Result result = convert(cd, text, room);
-        EXPECT_EQ(result.result, -1);
-        EXPECT_EQ(result.error, GL_E2BIG);
-        Step last = {0, 0};
-        for (const Step &step : steps)
-            if (step.made <= room) last = step;
-        EXPECT_EQ(std::tuple(result.taken, result.output), std::tuple(last.taken, whole.substr(0, last.made))) << room;
-    }
-}
-
 TEST_F(Extension, ConvertsAsIcuDoes) {
     constexpr UChar32 STEP = 7, LAST = 0x2FFFF;
+    constexpr int ROOM = 64;
     size_t compared = 0;
     for (const Codeset &codeset : codesets()) {
         if (codeset.icu == "UTF-8") continue;
@@ -464,48 +429,23 @@ TEST_F(Extension, ConvertsAsIcuDoes) {
             const std::string text = utf8(units);
             std::string bytes;
             const bool exact = icu.write(units, false, bytes), any = exact || icu.write(units, true, bytes);
-            const Result wanted = any ? Result{0, 0, exact ? 0 : 1, text.size(), bytes} : Result{-1, GL_EILSEQ, 0, 0, ""};
-            EXPECT_EQ(convert(to, text, 64), wanted) << text;
+            const int left = ROOM - static_cast<int>(bytes.size());
+            const Outcome wanted =
+                any ? Outcome{0, 0, text.size(), left, exact ? 0 : 1, bytes} : Outcome{-1, GL_EILSEQ, 0, ROOM, 0, ""};
+            EXPECT_EQ(convert_and_measure(to, text, ROOM), wanted) << text;
             if (exact && known.length() < 20000) known += units;
             ++compared;
         }
         std::string bytes;
         ASSERT_TRUE(icu.write(known, false, bytes));
         const std::string text = utf8(known), back = utf8(icu.read(bytes));
-        const auto room = [](gl_cv *cd, const std::string &of) {
-            return static_cast<size_t>(gl_cv_outbuflen(cd, static_cast<int>(of.size()))) + 8;
-        };
-        EXPECT_EQ(convert(to, text, room(to, text)), (Result{0, 0, 0, text.size(), bytes}));
-        EXPECT_EQ(convert(to, text, bytes.size()), (Result{0, 0, 0, text.size(), bytes}));
-        EXPECT_EQ(convert(from, bytes, room(from, bytes)), (Result{0, 0, 0, bytes.size(), back}));
+        for (const auto &[cd, source, target] : {std::tuple(to, text, bytes), {from, bytes, back}}) {
+            EXPECT_LE(std::ssize(target), gl_cv_outbuflen(cd, static_cast<int>(source.size())) + 8);
+            EXPECT_EQ(convert_and_measure(cd, source, target.size()), (Outcome{0, 0, source.size(), 0, 0, target}));
+        }
         EXPECT_EQ(gl_cv_unload(to) + gl_cv_unload(from), 0);
     }
     EXPECT_GT(compared, 1000000U);
-}
-
-TEST_F(Extension, StopsAtTheCharacterThatDoesNotFit) {
-    struct Case {
-        const char *target;
-        std::string text, whole;
-        std::vector<Step> steps;
-    };
-    const Case cases[] = {
-        {"sjis", "aあｱb", "a\x82\xA0\xB1"s + "b", {{1, 1}, {4, 3}, {7, 4}, {8, 5}}},
-        {"utf-16be", "a\U0001F600b", "\0a\xD8\x3D\xDE\0\0b"s, {{1, 2}, {5, 6}, {6, 8}}},
-        {"939", "aあb", "\x81\x0E\x44\x81\x0F\x82"s, {{1, 1}, {4, 4}, {5, 6}}}, // the shift belongs to the character behind it
-    };
-    for (const Case &one : cases) {
-        SCOPED_TRACE(one.target);
-        gl_cv *cd = nullptr;
-        ASSERT_EQ(gl_cv_load(&cd, one.target, "utf8", nullptr, nullptr), 1);
-        EXPECT_EQ(convert(cd, one.text, one.whole.size()), (Result{0, 0, 0, one.text.size(), one.whole}));
-        expect_steps(cd, one.text, one.whole, one.steps);
-        for (const char *wrong : {"\xC3", "\xFF", "\xE3\x81", "\xED\xA0\x80"}) { // cut, or no character
-            const std::string text = one.text + wrong;
-            EXPECT_EQ(convert(cd, text, 64), (Result{-1, 0, 0, one.text.size(), one.whole})) << wrong;
-        }
-        gl_cv_unload(cd);
-    }
 }
 
 } // namespace
