@@ -1,4 +1,5 @@
 // The order for indexes against its keys and the comparisons, on texts of characters, elements, and bytes that are none.
+#include "support/cost.h"
 #include "support/faults.h"
 #include "support/guarded.h"
 #include "support/locale_object.h"
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <random>
-#include <time.h>
 
 namespace {
 
@@ -255,12 +255,10 @@ TEST_P(OrderOfTree, RangesHoldWhatBeginsWithAPrefix) {
     EXPECT_EQ(within > 0, by_tables);
 }
 
-// Seconds of the processor for a text of a piece again and again, against the like of it.
-double cost(gl_locale *locale, const string &piece, size_t size) {
+// Of a piece again and again, against the like of it.
+void order_long_texts(gl_locale *locale, const string &piece, size_t size) {
     string text;
     while (text.size() < size) text += piece;
-    timespec begin, end;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &begin);
     for (const int passes : {-1, 1}) {
         const string behind = text + "a", before = "a" + text;
         const auto order = [&](const string &a, const string &b) {
@@ -276,8 +274,6 @@ double cost(gl_locale *locale, const string &piece, size_t size) {
         const int whole = gl_order_key(locale, text.data(), length, passes, nullptr, 0);
         EXPECT_EQ(gl_order_key_part(locale, text.data(), length, passes, part, sizeof part), std::min(whole, 8));
     }
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &end);
-    return static_cast<double>(end.tv_sec - begin.tv_sec) + 1e-9 * static_cast<double>(end.tv_nsec - begin.tv_nsec);
 }
 
 // Also where a walk goes back, or looks ahead, at each character: marks, beginnings of elements, expansions, bytes that are none.
@@ -290,9 +286,8 @@ TEST_P(OrderOfTree, TakesTimeThatFollowsTheLength) {
         if (size > 0) pieces.emplace_back(bytes, static_cast<size_t>(size));
     }
     for (const string &piece : pieces) {
-        cost(locale_, piece, SIZE); // for the caches
-        EXPECT_LT(cost(locale_, piece, 8 * SIZE), 24 * cost(locale_, piece, SIZE) + 0.05)
-            << hexadecimal(piece); // 64 times is a square
+        SCOPED_TRACE(hexadecimal(piece));
+        expect_in_proportion(SIZE, [&](size_t size) { order_long_texts(locale_, piece, size); });
     }
 }
 
