@@ -1,11 +1,15 @@
 /* A small extension for qbgl, to begin one's own with. It serves characters and order of the locales that its map lists, one name a
  * line, all of them in UTF-8: ASCII has case and classes, and texts are ordered by code points. It converts between ISO 8859-1
  * and UTF-8. */
+#define _POSIX_C_SOURCE 200809L
 #include <qbgl_extension.h>
 
+#include <fcntl.h>
 #include <limits.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 QBGL_EXTENSION_DECLARATIONS
 
@@ -71,14 +75,24 @@ static char *read_map(FILE *file, int *status) {
         return NULL;
     }
     rewind(file);
-    size = (long)fread(text + 1, 1, (size_t)size, file);
     text[0] = text[size + 1] = '\n';
     text[size + 2] = '\0';
-    return text;
+    if (fread(text + 1, 1, (size_t)size, file) == (size_t)size) return text;
+    host_free(text);
+    fail_status(status, GL_EBADFILE);
+    return NULL;
+}
+
+static FILE *open_file(const char *path) {
+    const int number = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK); /* a FIFO would wait for somebody who writes */
+    struct stat about;
+    FILE *file = number >= 0 && fstat(number, &about) == 0 && S_ISREG(about.st_mode) ? fdopen(number, "r") : NULL;
+    if (!file && number >= 0) close(number);
+    return file;
 }
 
 static char *load(const char *path, int *status) {
-    FILE *file = path ? fopen(path, "r") : NULL;
+    FILE *file = path ? open_file(path) : NULL;
     char *text;
     if (!file) {
         fail_status(status, path ? GL_ENOFILE : GL_ENULLPTR);

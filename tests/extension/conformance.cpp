@@ -16,10 +16,12 @@
 #include <cstring>
 #include <deque>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <fstream>
 #include <numeric>
 #include <string>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <tuple>
@@ -488,6 +490,16 @@ void check_refusals() {
 // The clauses, by sections of the header
 // ---------------------------------------------------------------------------------------------------------------------------------
 
+// A FIFO for as long as the process lives: who opens it to read would wait.
+string make_fifo() {
+    char folder[] = "/tmp/qbgl.XXXXXX";
+    const string path = mkdtemp(folder) + string("/fifo");
+    expect(mkfifo(path.c_str(), S_IRUSR) == 0, "a FIFO can be made");
+    const int number = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    unlink(path.c_str()), rmdir(folder);
+    return "/proc/self/fd/" + shown(number);
+}
+
 void check_files() {
     for (int room = 0; room <= 32; ++room) {
         const Guarded<char> name(room);
@@ -496,7 +508,8 @@ void check_files() {
     }
     expect(ASK(glu_getIcuDataFileName, nullptr, 0) != 0, "no room");
     for (const int code : {0, 1, 15, -1, INT_MAX}) expect(ASK(glu_icuErrorName, code) != nullptr, "never null");
-    for (const char *path : {static_cast<const char *>(nullptr), "/nowhere/at/all"}) {
+    static const string fifo = make_fifo();
+    for (const char *path : {static_cast<const char *>(nullptr), "/nowhere/at/all", fifo.c_str()}) {
         expect(ASK(glu_loadIcuData, path, 0) == nullptr && error > 0, "a path that does not lead to a file");
         expect(ASK(glu_loadMapData, path) == nullptr && error > 0, "a path that does not lead to a file");
         expect(ASK(glu_loadIcuData, path, 0, nullptr) == nullptr, "a null cell");
