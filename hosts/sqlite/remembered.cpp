@@ -1,6 +1,7 @@
 #include "remembered.h"
 
 #include "collations.h"
+#include "definition.h"
 #include "extension.h"
 
 namespace qbgl_sqlite {
@@ -66,13 +67,24 @@ std::vector<std::string> full_text_tables(sqlite3 *db) {
     return names(db, "SELECT name FROM main.sqlite_schema WHERE sql LIKE 'CREATE VIRTUAL%fts5%qbgl%'");
 }
 
+// Loads the locales that the main database's definitions name: of collations when a statement is prepared that needs those of all
+// indexes, of full-text tables when one is asked, of functions by the text.
+void load_named_locales(Connection &connection) {
+    sqlite3 *const db = connection.db();
+    for (const std::string &table : tables_to_rebuild(db, connection.named)) Statement(db, "REINDEX main.\"%w\"", table.c_str());
+    for (const std::string &table : full_text_tables(db))
+        Statement(db, "SELECT rowid FROM main.\"%w\" WHERE \"%w\" MATCH 'a'", table.c_str(), table.c_str()).step();
+    for (const std::string &sql :
+         names(db, "SELECT sql FROM main.sqlite_schema WHERE type IN ('table', 'index') AND sql LIKE '%qbgl%'"))
+        for (const std::string &locale : locales_in(sql)) (void)connection.any_locale(locale);
+}
+
 } // namespace
 
 int remember(const std::shared_ptr<Connection> &connection) {
     sqlite3 *const db = connection->db();
     Statement(db, TABLE).step();
-    // Preparing what needs the collations of all indexes loads their locales.
-    for (const std::string &table : tables_to_rebuild(db, connection->named)) Statement(db, "REINDEX main.\"%w\"", table.c_str());
+    load_named_locales(*connection);
     int count = 0;
     for (const auto &locale : connection->loaded()) {
         Statement(db, "INSERT OR IGNORE INTO main.qbgl_collations VALUES (%Q, %Q)", locale->name().c_str(),

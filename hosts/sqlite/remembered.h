@@ -5,8 +5,9 @@
 
 namespace qbgl_sqlite {
 
-// Writes down, in the main database, the order of every locale that the connection has loaded or that a collation of an index
-// names; those that are remembered stay as they are. Returns how many are new. Throws Error.
+// Writes down, in the main database, the order of every locale that the connection has loaded, or that a collation of an index, a
+// full-text table or a function in a table or an index names; those that are remembered stay as they are. Returns how many are new.
+// Throws Error.
 int remember(const std::shared_ptr<Connection> &connection);
 
 // Builds all that depends on the order of a locale anew, in each database that remembers another one (the main database also where

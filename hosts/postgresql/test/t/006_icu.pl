@@ -53,11 +53,14 @@ for (
 }
 
 # What may be wrong with the tree: the index is refused, and the reason is told.
+(my $versionless = slurp_file("$tree/vrn/dll/qbgl_icu.so")) =~ s/glu_order_version/xlu_order_version/;
+append_to_file("$tree/vrn/dll/versionless.so", $versionless);
 my $query = q(SET enable_sort = off; SELECT name FROM names ORDER BY name LIMIT 1);
 for (
 	[ 'icudata', "packaged 71\n", qr/F0000.*icudata is for another version of ICU/s ],
 	[ 'dllregistry', '', qr/F0000.*missing or damaged/s ],
 	[ 'locmap', "serve *.utf8 LC_CTYPE\n", qr/F0000.*locmap does not serve it/s ],
+	[ 'dllregistry', "versionless.so\n", qr/F0000.*cannot use.*does not tell the version/s ],
 	[ 'dllregistry', "no.so\n", qr/F0000.*no\.so: cannot open shared object file.*HINT.*qbglc tree --icu/s ])
 {
 	my ($file, $content, $error) = @$_;
