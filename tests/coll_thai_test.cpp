@@ -13,10 +13,7 @@ using std::string, std::u32string_view;
 string byte(unsigned value) { return {static_cast<char>(value)}; }
 string as_byte(char32_t c) { return byte(c < 0x80 ? c : c - 0xE00 + 0xA0); }
 string as_unit(char32_t c) { return byte(c >> 8) + byte(c); }
-string as_utf8(char32_t c) {
-    if (c < 0x800) return c < 0x80 ? byte(c) : byte(0xC0 | c >> 6) + byte(0x80 | (c & 63));
-    return byte(0xE0 | c >> 12) + byte(0x80 | (c >> 6 & 63)) + byte(0x80 | (c & 63));
-}
+string as_utf8(char32_t c) { return utf8_bytes(c); }
 
 struct Side { // a locale, and how its characters are written
     string (*write)(char32_t);
@@ -85,7 +82,8 @@ TEST(ThaiOrder, IsTheSameInKeysAndCodesets) {
 }
 
 TEST(ThaiOrder, Fails) {
-    const string word = as_utf8(U'ก'), bad = word + "\xE0", longer(128, 'a'), longest = longer + "b"; // more than the stack holds
+    const string word = utf8_bytes(U'ก'), bad = word + "\xE0", longer(128, 'a'),
+                 longest = longer + "b"; // more than the stack holds
     const auto error = [](const string &a, int len_a, const string &b, int len_b) {
         gl_locale *const locale = SIDES[0].locale.get();
         locale->error = 0;

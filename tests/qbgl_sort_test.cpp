@@ -11,13 +11,7 @@ namespace {
 
 std::string to_utf8(const std::string &latin) {
     std::string result;
-    for (const char c : latin) {
-        const auto byte = static_cast<uint8_t>(c);
-        if (byte < 0x80)
-            result += c;
-        else
-            result += {static_cast<char>(0xC0 | byte >> 6), static_cast<char>(0x80 | (byte & 0x3F))};
-    }
+    for (const char c : latin) result += utf8_bytes(static_cast<uint8_t>(c));
     return result;
 }
 

@@ -4,9 +4,7 @@
 #include "support/faults.h"
 #include "support/files.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
-#include <vector>
 
 namespace {
 
@@ -23,53 +21,9 @@ class Served : public testing::Test {
         EXPECT_EQ(gl_unload_glu(), 0);
         gl_useglu(0);
     }
-    std::string key(const std::string &text, int passes) {
-        unsigned char bytes[64];
-        const int size = gl_order_key(locale, text.data(), static_cast<int>(text.size()), passes, bytes, sizeof bytes);
-        return {reinterpret_cast<char *>(bytes), static_cast<size_t>(std::max(size, 0))};
-    }
-
     ScopedEnv tree{"QUORBANEDIR", QBGL_BINARY_DIR "/extension/example_tree"}, wish{"GL_USEGLU", "1"}, path{"GL_PATH", nullptr};
     gl_locale *locale = nullptr;
 };
-
-TEST_F(Served, HandleAnswersAsTheExtensionDoes) {
-    EXPECT_EQ(locale->glu_flag[GL_CAT_COLLATE], 1);
-    EXPECT_EQ(locale->glu_flag[GL_CAT_NUMERIC], 0);
-    EXPECT_LT(gl_mbscoll(locale, "ch", "d"), 0); // by code points: no rules of Czech
-    EXPECT_EQ(gl_towupper(locale, 'a'), 'A' + 0U);
-    gl_wchar wide[8];
-    EXPECT_EQ(gl_mbstowcs(locale, wide, "č", 8), 1);
-    EXPECT_EQ(wide[0], 0x10DU); // a scalar value
-    gl_cv *cd = nullptr;
-    ASSERT_EQ(gl_cv_load(&cd, "57372", "819", nullptr, nullptr), 1);
-    EXPECT_EQ(cd->glu_flag, 1);
-    gl_cv_unload(cd);
-}
-
-TEST_F(Served, OrderForIndexesIsTotalAndItsKeysComparable) {
-    const std::vector<std::string> texts = {"",   "a",     "ab",   "b",   "č", "ch", std::string("a\0b", 3), std::string("\0", 1),
-                                            "\1", "a\xFF", "\xC3", "日本"};
-    for (const int passes : {1, -1, 0}) {
-        for (const std::string &a : texts) {
-            for (const std::string &b : texts) {
-                const int order =
-                    gl_order_compare(locale, a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()), passes);
-                EXPECT_EQ(order, (a > b) - (a < b)) << a << ' ' << b;
-                const std::string key_a = key(a, passes), key_b = key(b, passes);
-                EXPECT_EQ(order, (key_a > key_b) - (key_a < key_b)) << a << ' ' << b << ' ' << passes;
-            }
-            EXPECT_TRUE(key(a, 0).starts_with(key(a, 1))) << a;
-            unsigned char part[3];
-            const int written = gl_order_key_part(locale, a.data(), static_cast<int>(a.size()), passes, part, 3);
-            EXPECT_EQ(std::string(reinterpret_cast<char *>(part), static_cast<size_t>(written)), key(a, passes).substr(0, 3));
-        }
-    }
-    int32_t offsets[2 * GL_ORDER_RANGES + 1];
-    EXPECT_EQ(gl_order_ranges(locale, "c", 1, nullptr, 0, offsets), 1);
-    EXPECT_EQ(offsets[2], 0);
-    EXPECT_EQ(gl_order_compare(locale, nullptr, 0, "a", -1, 0), -1);
-}
 
 TEST_F(Served, FingerprintIsThatOfTheExtensionAndNeverAnotherOrders) {
     const std::string served = gl_order_fingerprint(locale);

@@ -1,5 +1,6 @@
 // All 1,112,064 scalar values of Unicode are characters of its codesets, whatever the locale, and nothing else is.
 #include "support/locale_object.h"
+#include "support/tree_locale.h"
 
 #include <gtest/gtest.h>
 
@@ -14,18 +15,10 @@ constexpr uint32_t SCALAR_VALUES = 0x110000 - 0x800;
 constexpr int LONGEST_KEY = 256;
 constexpr size_t REPORTED = 20;
 
-string utf8_of(uint32_t code) { // of a surrogate as well
-    if (code < 0x80) return string(1, static_cast<char>(code));
-    string bytes;
-    for (; code >= (bytes.empty() ? 0x40u : 0x40u >> bytes.size()); code >>= 6)
-        bytes.insert(bytes.begin(), static_cast<char>(0x80 | (code & 0x3F)));
-    return string(1, static_cast<char>(0xFF00 >> (bytes.size() + 1) | code)) + bytes;
-}
-
 std::vector<string> utf8_characters() {
     std::vector<string> characters;
     for (uint32_t code = 0; code < 0x110000; ++code)
-        if (code < 0xD800 || code > 0xDFFF) characters.push_back(utf8_of(code));
+        if (code < 0xD800 || code > 0xDFFF) characters.push_back(utf8_bytes(code));
     return characters;
 }
 
@@ -47,12 +40,8 @@ std::vector<string> gb18030_sequences() {
 
 class Checker {
   public:
-    explicit Checker(const string &spec) : spec_(spec) {
-        setenv("QUORBANEDIR", QBGL_TREE, 1);
-        gl_locale *loaded = nullptr;
-        EXPECT_EQ(gl_lc_load(&loaded, spec.c_str(), nullptr, nullptr), 0);
-        locale_.reset(loaded);
-        full_width_ = gl_ctype(loaded, "full_width");
+    explicit Checker(const string &spec) : spec_(spec), locale_(load(spec.c_str())) {
+        full_width_ = gl_ctype(locale_.get(), "full_width");
         gl_charmap *charmap = nullptr;
         EXPECT_EQ(gl_cm_load(&charmap, spec.c_str(), nullptr, nullptr), 0);
         charmap_.reset(charmap);
@@ -114,7 +103,7 @@ class Checker {
     }
 
     string spec_;
-    Locale locale_{nullptr, gl_lc_unload};
+    const Handle locale_;
     std::unique_ptr<gl_charmap, void (*)(gl_charmap *)> charmap_{nullptr, gl_cm_unload};
     unsigned full_width_ = 0;
     string before_, key_before_; // a text and its key
@@ -127,15 +116,15 @@ TEST(CodeSpace, EveryScalarValueIsACharacterOfUtf8) {
     for (const char *spec : {"de_de.utf8", "ja_jp.utf8"}) {
         Checker checker(spec);
         for (const string &bytes : characters) checker.check(bytes);
-        for (uint32_t code = 0xD800; code < 0xE000; ++code) EXPECT_FALSE(checker.is_character(utf8_of(code))) << code;
+        for (uint32_t code = 0xD800; code < 0xE000; ++code) EXPECT_FALSE(checker.is_character(utf8_bytes(code))) << code;
         for (const char *none : {"\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80",
                                  "\xF8\x88\x80\x80", "\x80", "\xFF"})
             EXPECT_FALSE(checker.is_character(none)) << testing::PrintToString(none);
         // What the platform does not know: pictures, ideographs, others; noncharacters.
         const unsigned narrow = GL_CLASS_GRAPH | GL_CLASS_PRINT, wide = narrow | checker.full_width();
-        for (const uint32_t code : {0x1FAE8, 0x3FFFD}) EXPECT_EQ(checker.classes_of(utf8_of(code)), wide) << std::hex << code;
+        for (const uint32_t code : {0x1FAE8, 0x3FFFD}) EXPECT_EQ(checker.classes_of(utf8_bytes(code)), wide) << std::hex << code;
         for (const uint32_t code : {0x2FFFF, 0x378, 0xA4C7, 0x40000, 0xEFFFF, 0xFFFF, 0x10FFFF})
-            EXPECT_EQ(checker.classes_of(utf8_of(code)), narrow) << std::hex << code;
+            EXPECT_EQ(checker.classes_of(utf8_bytes(code)), narrow) << std::hex << code;
     }
 }
 

@@ -56,6 +56,15 @@ inline gl_wchar wide(std::string_view bytes) {
     return value;
 }
 
+// Of any code below 110000, also of a surrogate.
+inline std::string utf8_bytes(uint32_t code) {
+    if (code < 0x80) return std::string(1, static_cast<char>(code));
+    std::string bytes;
+    for (; code >= (bytes.empty() ? 0x40U : 0x40U >> bytes.size()); code >>= 6)
+        bytes.insert(bytes.begin(), static_cast<char>(0x80 | (code & 0x3F)));
+    return std::string(1, static_cast<char>(0xFF00 >> (bytes.size() + 1) | code)) + bytes;
+}
+
 inline std::string hex(unsigned value, int digits) {
     char text[16];
     snprintf(text, sizeof text, "%0*x", digits, value);
