@@ -6,6 +6,7 @@
 //     extension_conformance --faults TREE LOCALE SOURCE:TARGET     the same with a fault planted in each entry point: the run must
 //     fail
 #include "qbgl_extension.h"
+#include "support/guarded.h"
 
 #include <algorithm>
 #include <atomic>
@@ -106,18 +107,10 @@ using StringOf =
 
 template <class Unit> class Guarded {
   public:
-    explicit Guarded(int size) : pages_((size * sizeof(Unit) / PAGE + 1) * PAGE) {
-        void *const start = mmap(nullptr, pages_ + PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (start == MAP_FAILED) abort();
-        start_ = static_cast<char *>(start);
-        if (mprotect(start_ + pages_, PAGE, PROT_NONE) != 0) abort();
-        memset(start_, UNTOUCHED, pages_);
-        units_ = reinterpret_cast<Unit *>(start_ + pages_) - size;
-    }
+    explicit Guarded(int size) : units_(static_cast<Unit *>(memory_.take(size * sizeof(Unit), qbgl_test::Guard::behind))) {}
     explicit Guarded(const StringOf<Unit> &text) : Guarded(text.size()) { memcpy(units_, text.data(), text.size() * sizeof(Unit)); }
-    Guarded(const Guarded &) = delete;
-    Guarded &operator=(const Guarded &) = delete;
-    ~Guarded() { munmap(start_, pages_ + PAGE); }
+    Guarded &operator=(Guarded &&) = delete;
+    ~Guarded() { expect(memory_.clear(), "writes nothing before the room"); }
 
     operator Unit *() const { return units_; }
     StringOf<Unit> first(int count) const {
@@ -125,10 +118,7 @@ template <class Unit> class Guarded {
     }
 
   private:
-    static constexpr size_t PAGE = 4096;
-    static constexpr char UNTOUCHED = 0x5A;
-    size_t pages_;
-    char *start_;
+    qbgl_test::GuardedMemory memory_{1};
     Unit *units_;
 };
 
