@@ -438,11 +438,8 @@ TEST_F(LocaleClient, LocalesThatCannotBeHadAreExplained) {
         {"", "GL_PATH=/nosuch", 3,
          "there are no locales in /nosuch: GL_PATH takes the place of the tree's directories: unset it, or add them to it\n"},
     };
-    for (const auto &row : CASES) {
-        const Result result = qbgl("upper " + row.arguments, "", WHOLE, words(row.set));
-        EXPECT_EQ(result.status, row.status);
-        EXPECT_EQ(result.err, "qbgl: " + row.message);
-    }
+    for (const auto &[arguments, set, status, message] : CASES)
+        expect_all("upper ", {{arguments, "", status, "", "qbgl: " + message}}, words(set));
 }
 
 TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
@@ -490,12 +487,8 @@ TEST_F(LocaleClient, DatesAreToldInAllCalendars) {
         {"2024x", 2, "2024x: " + form},
         {"--local -l ar_SA.utf8", 2, "the locale's calendar is none that can be converted"},
     };
-    for (const auto &row : CASES) {
-        const Result result = client("cal " + row.arguments);
-        EXPECT_EQ(result.status, row.status);
-        EXPECT_EQ(result.out, row.status == 0 ? row.said : "");
-        EXPECT_EQ(result.err, row.status == 0 ? "" : "qbgl: " + row.said + "\n");
-    }
+    for (const auto &[arguments, status, said] : CASES)
+        expect_all("cal ", {{arguments, "", status, status == 0 ? said : "", status == 0 ? "" : "qbgl: " + said + "\n"}}, words());
 }
 
 // A tree with charmaps.

@@ -2,6 +2,7 @@
 #include "charmap/sequence.h"
 #include "definition/definition.h"
 #include "support/files.h"
+#include "support/message.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -40,15 +41,10 @@ class Definitions : public testing::Test {
 
     // The messages without the directory, or "no error".
     std::string error_of(const std::string &file) {
-        try {
-            DefinitionReader().read(file);
-        } catch (const DataError &error) {
-            std::string text = error.what();
-            const std::string directory = directory_.path().string() + '/';
-            for (size_t at; (at = text.find(directory)) != std::string::npos;) text.erase(at, directory.size());
-            return text;
-        }
-        return "no error";
+        std::string text = qbgl_test::message_of([&] { DefinitionReader().read(file); });
+        const std::string directory = directory_.path().string() + '/';
+        for (size_t at; (at = text.find(directory)) != std::string::npos;) text.erase(at, directory.size());
+        return text;
     }
 
     qbgl_test::TempDir directory_;

@@ -7,7 +7,7 @@
 #include "object/seal.h"
 #include "recipe/catalogue.h"
 #include "support/files.h"
-#include "system/error.h"
+#include "support/message.h"
 #include "system/file.h"
 #include "system/lock.h"
 #include "system/process.h"
@@ -19,6 +19,7 @@
 #include <thread>
 
 using namespace qbgl::compiler;
+using qbgl_test::message_of;
 namespace fs = std::filesystem;
 
 namespace {
@@ -32,15 +33,6 @@ Charmap charmap(const std::string &body, const std::string &codeset = "T") {
 CodesetPtr codeset(const std::string &body, const std::string &name = "T") {
     std::string warning;
     return codeset_from_charmap(charmap(body, name), name, warning);
-}
-
-template <class Function> std::string message(Function function) {
-    try {
-        function();
-    } catch (const DataError &error) {
-        return error.what();
-    }
-    return "no error";
 }
 
 } // namespace
@@ -59,19 +51,19 @@ TEST(Charmap, ErrorsNameFileLineAndConstruct) {
         {"<UD800> /x41\n", "cm:7:8: not a character of Unicode: <UD800> /x41"},
         {"<U0041 /x41\n", "cm:7:1: name is not closed by >: <U0041 /x41"},
     };
-    for (const auto &[body, expected] : cases) EXPECT_EQ(message([text = body] { charmap(text); }), expected);
-    EXPECT_EQ(message([] { charmap("<U0041> /x41\n", "UTF-8"), charmap("<U0041> /x42\n", "UTF-8"); }),
+    for (const auto &[body, expected] : cases) EXPECT_EQ(message_of([text = body] { charmap(text); }), expected);
+    EXPECT_EQ(message_of([] { charmap("<U0041> /x41\n", "UTF-8"), charmap("<U0041> /x42\n", "UTF-8"); }),
               "cm:7:13: not the UTF-8 form of the name: <U0041> /x42");
-    EXPECT_EQ(message([] { parse_charmap("CHARMAP\n<U0041> \\x41\n", "cm"); }),
+    EXPECT_EQ(message_of([] { parse_charmap("CHARMAP\n<U0041> \\x41\n", "cm"); }),
               "cm:2: CHARMAP section is not closed by END CHARMAP");
     EXPECT_EQ(
-        message([] { parse_charmap("CHARMAP\nx\n<U0041> \\x41\nEND CHARMAP\nWIDTH\n<U0041> 77\nEND WIDTH\nDEPTH\nx\n", "cm"); }),
+        message_of([] { parse_charmap("CHARMAP\nx\n<U0041> \\x41\nEND CHARMAP\nWIDTH\n<U0041> 77\nEND WIDTH\nDEPTH\nx\n", "cm"); }),
         "cm:2:1: <name> expected: x\ncm:6:9: a character fills two columns at most: <U0041> 77\n"
         "cm:8:1: unknown section: DEPTH");
-    EXPECT_EQ(message([] { parse_charmap("\xEF\xBB\xBF", "cm"); }),
+    EXPECT_EQ(message_of([] { parse_charmap("\xEF\xBB\xBF", "cm"); }),
               "cm:1:1: begins with a byte order mark of UTF-8: save it as UTF-8 without one");
-    EXPECT_EQ(message([] { parse_charmap("<colour> red\n", "cm"); }), "cm:1:10: unknown declaration: <colour> red");
-    EXPECT_EQ(message([] { codeset("<a> /x41\n"); }), "cm: no character has a name <Uxxxx>");
+    EXPECT_EQ(message_of([] { parse_charmap("<colour> red\n", "cm"); }), "cm:1:10: unknown declaration: <colour> red");
+    EXPECT_EQ(message_of([] { codeset("<a> /x41\n"); }), "cm: no character has a name <Uxxxx>");
 }
 
 // Records and their marks are compared by the oracle.
@@ -84,13 +76,13 @@ TEST(Join, KnowsHowMuchTextGrows) {
     const Conversion shifting = join(*codeset("<U3042> /x83\n"), stateful, {});
     EXPECT_EQ(shifting.growth, 3 * shifting.per) << "a shift byte and two more for one";
     Substitutions substitutions;
-    EXPECT_NE(message([&] { substitutions.add_locale_text("translit_start\n<U00E9> \"<U0065>\n", "loc", false); }).find("loc:2"),
+    EXPECT_NE(message_of([&] { substitutions.add_locale_text("translit_start\n<U00E9> \"<U0065>\n", "loc", false); }).find("loc:2"),
               std::string::npos);
 }
 
 TEST(ConversionObject, RefusesWhatNoReaderCouldTake) {
     const auto set = codeset("<U0041> /x41\n<U0042> /x41/x42\n");
-    EXPECT_EQ(message([&] { conversion_object(join(*set, *set, {}), ""); }),
+    EXPECT_EQ(message_of([&] { conversion_object(join(*set, *set, {}), ""); }),
               "4142: a character that begins another one, or that another one begins");
     EXPECT_THROW(conversion_header({std::string(127, 'x')}), DataError);
 }
@@ -124,7 +116,7 @@ TEST(CharmapObject, ListsAllNamesSoThatTheFirstOfSeveralCounts) {
 
 TEST(CharmapObject, RefusesWhatNoReaderCouldKeep) {
     const auto compiled = [](const std::string &lines) {
-        return message([&] { charmap_object(symbolic_names(charmap(lines)), ""); });
+        return message_of([&] { charmap_object(symbolic_names(charmap(lines)), ""); });
     };
     const std::string tail = ", and cannot stand in a charmap object", longest(127, 'n');
     EXPECT_EQ(compiled("<" + longest + "> /x41\n"), "no error");
@@ -147,11 +139,11 @@ TEST(Catalogue, RefusesContradictions) {
         {"Abc 1 - charmap A\n", "f:1: Abc: not a codeset name"},
         {"", "f: no codesets"},
     };
-    for (const auto &[text, expected] : cases) EXPECT_EQ(message([recipe = text] { Catalogue::parse(recipe, "f"); }), expected);
+    for (const auto &[text, expected] : cases) EXPECT_EQ(message_of([recipe = text] { Catalogue::parse(recipe, "f"); }), expected);
     const Catalogue catalogue = Catalogue::parse("a 1 - charmap A\nb 2 - none why\nc 3 - charmap C\n", "f");
     EXPECT_EQ(catalogue.parse_conversions("a *\nc a\n", "g").size(), 2u);
-    EXPECT_EQ(message([&] { catalogue.parse_conversions("a b\n", "g"); }), "g:1: b: has no source");
-    EXPECT_EQ(message([&] { catalogue.parse_conversions("\na d\n", "g"); }), "g:2: d: unknown codeset");
+    EXPECT_EQ(message_of([&] { catalogue.parse_conversions("a b\n", "g"); }), "g:1: b: has no source");
+    EXPECT_EQ(message_of([&] { catalogue.parse_conversions("\na d\n", "g"); }), "g:2: d: unknown codeset");
 }
 
 TEST(Process, ReportsWhatFails) {
