@@ -273,12 +273,13 @@ CREATE VIEW collated_indexes AS
 		WHERE c.collnamespace OPERATOR(pg_catalog.=) 'qbgl'::pg_catalog.regnamespace::pg_catalog.oid)
 	OR EXISTS (
 		SELECT FROM pg_catalog.pg_depend d
-		JOIN pg_catalog.pg_proc p ON p.oid OPERATOR(pg_catalog.=) d.refobjid
-		WHERE d.classid OPERATOR(pg_catalog.=) 'pg_catalog.pg_class'::pg_catalog.regclass::pg_catalog.oid
+		LEFT JOIN pg_catalog.pg_proc p ON p.oid OPERATOR(pg_catalog.=) d.refobjid
 			AND d.refclassid OPERATOR(pg_catalog.=) 'pg_catalog.pg_proc'::pg_catalog.regclass::pg_catalog.oid
+		LEFT JOIN pg_catalog.pg_operator o ON o.oid OPERATOR(pg_catalog.=) d.refobjid
+			AND d.refclassid OPERATOR(pg_catalog.=) 'pg_catalog.pg_operator'::pg_catalog.regclass::pg_catalog.oid
+		WHERE d.classid OPERATOR(pg_catalog.=) 'pg_catalog.pg_class'::pg_catalog.regclass::pg_catalog.oid
 			AND d.objid OPERATOR(pg_catalog.=) i.indexrelid
-			AND p.pronamespace OPERATOR(pg_catalog.=) 'qbgl'::pg_catalog.regnamespace::pg_catalog.oid
-			AND p.proname OPERATOR(pg_catalog.=) ANY (ARRAY['key', 'compare']::pg_catalog.name[]));
+			AND 'qbgl'::pg_catalog.regnamespace::pg_catalog.oid OPERATOR(pg_catalog.=) ANY (ARRAY[p.pronamespace, o.oprnamespace]));
 CREATE VIEW collated_partitions AS
 	SELECT DISTINCT p.oid::pg_catalog.regclass AS partition, pg_catalog.pg_get_partition_constraintdef(p.oid) AS condition,
 		p.relowner AS owner, c.oid AS collation_oid

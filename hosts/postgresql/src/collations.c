@@ -169,6 +169,16 @@ CollationAsksForIcu(Oid collation)
 	return FindCollationName(collation, name) && NameAsksForIcu(name);
 }
 
+bool
+CollationHasPasses(Oid collation)
+{
+	char name[NAMEDATALEN], territory[NAMEDATALEN], codeset[NAMEDATALEN], modifier[NAMEDATALEN];
+	int passes;
+
+	return FindCollationName(collation, name) &&
+		   SplitCollationName(name, territory, codeset, modifier, &passes) && passes != 0;
+}
+
 /*
  * Looks up what a collation stands for.
  */

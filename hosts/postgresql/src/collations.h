@@ -39,6 +39,9 @@ extern const CollationOrder *RequireOrderOfCollation(Oid collation);
 /* Whether the name of a collation of ours asks for ICU. */
 extern bool CollationAsksForIcu(Oid collation);
 
+/* Whether the name of a collation of ours tells passes, so that texts which differ may be equal. */
+extern bool CollationHasPasses(Oid collation);
+
 /* The one that was asked for last, or NULL. */
 extern const CollationOrder *last_order;
 

@@ -43,79 +43,135 @@ PG_FUNCTION_INFO_V1(qbgl_accept);
 
 static get_relation_info_hook_type next_relation_info = NULL;
 
-/*
- * Collects the names of locales whose keys or comparisons an expression asks
- * for, where they are constants: qbgl.key(name, 'cs_CZ.utf8').
- */
-static bool
-CollectNames(Node *node, List **found)
+/* What the expressions of an index ask for. */
+typedef struct Asked
 {
-	FuncExpr *call = (FuncExpr *) node;
+	List *names;	  /* of locales: qbgl.key(name, 'cs_CZ.utf8') */
+	List *collations; /* whose order decides: name < 'h' */
+} Asked;
+
+/*
+ * Collects the names of locales whose keys or comparisons a call asks for,
+ * where they are constants.  Case goes by the rules of ICU where those order.
+ */
+static void
+CollectName(FuncExpr *call, Asked *asked)
+{
 	const char *function;
 	Node *name = NULL;
+	char *locale;
+	bool is_case;
+
+	if (get_func_namespace(call->funcid) != get_namespace_oid(QBGL_SCHEMA, true))
+		return;
+	function = get_func_name(call->funcid);
+	is_case = strcmp(function, "upper") == 0 || strcmp(function, "lower") == 0;
+	if (strcmp(function, "key") == 0 || (is_case && list_length(call->args) == 2))
+		name = lsecond(call->args);
+	else if (strcmp(function, "compare") == 0)
+		name = lthird(call->args);
+	if (name == NULL || !IsA(name, Const) || ((Const *) name)->constisnull)
+		return;
+	locale = TextDatumGetCString(((Const *) name)->constvalue);
+	if (!is_case || qbgl_asks_for_icu(locale))
+		asked->names = lappend(asked->names, locale);
+}
+
+/*
+ * Whether a function of the type goes by the order of its collation: where all
+ * passes and the bytes count, equality does not.
+ */
+static bool
+GoesByOrder(Oid function, void *collation)
+{
+	static const char *const equal[] = {"qtext_eq", "qtext_ne", "qtext_like", "qtext_not_like"};
+	const char *name = get_func_name(function);
+
+	if (name == NULL || strncmp(name, "qtext_", strlen("qtext_")) != 0 ||
+		strcmp(name, "qtext_concat") == 0 ||
+		get_func_namespace(function) != get_namespace_oid(QBGL_SCHEMA, true))
+		return false;
+	for (int i = 0; i < lengthof(equal); i++)
+		if (strcmp(name, equal[i]) == 0)
+			return CollationHasPasses(*(Oid *) collation);
+	return true;
+}
+
+/*
+ * Collects what an expression asks for.
+ */
+static bool
+CollectAsked(Node *node, Asked *asked)
+{
+	Oid collation;
 
 	if (node == NULL)
 		return false;
-	if (IsA(node, FuncExpr) &&
-		get_func_namespace(call->funcid) == get_namespace_oid(QBGL_SCHEMA, true))
-	{
-		function = get_func_name(call->funcid);
-		if (strcmp(function, "key") == 0)
-			name = lsecond(call->args);
-		else if (strcmp(function, "compare") == 0)
-			name = lthird(call->args);
-	}
-	if (name != NULL && IsA(name, Const) && !((Const *) name)->constisnull)
-		*found = lappend(*found, TextDatumGetCString(((Const *) name)->constvalue));
-	return expression_tree_walker(node, CollectNames, found);
+	collation = exprInputCollation(node);
+	if (IsA(node, FuncExpr))
+		CollectName((FuncExpr *) node, asked);
+	if (IsA(node, RowCompareExpr))
+		asked->collations = list_concat(asked->collations, ((RowCompareExpr *) node)->inputcollids);
+	else if (OidIsValid(collation) &&
+			 (IsA(node, MinMaxExpr) || check_functions_in_node(node, GoesByOrder, &collation)))
+		asked->collations = lappend_oid(asked->collations, collation);
+	return expression_tree_walker(node, CollectAsked, asked);
+}
+
+static Asked
+AskedInExpressions(List *expressions, List *predicate)
+{
+	Asked asked = {NIL, NIL};
+
+	CollectAsked((Node *) expressions, &asked);
+	CollectAsked((Node *) predicate, &asked);
+	return asked;
+}
+
+static Asked
+AskedInIndex(Relation index)
+{
+	return AskedInExpressions(RelationGetIndexExpressions(index), RelationGetIndexPredicate(index));
 }
 
 /*
- * The names of the locales that the expressions of an index ask for.
- */
-static List *
-NamesInExpressions(List *expressions, List *predicate)
-{
-	List *found = NIL;
-
-	CollectNames((Node *) expressions, &found);
-	CollectNames((Node *) predicate, &found);
-	return found;
-}
-
-static List *
-NamesInIndex(Relation index)
-{
-	return NamesInExpressions(RelationGetIndexExpressions(index), RelationGetIndexPredicate(index));
-}
-
-/*
- * Whether an index is in an order that is not the loaded one any more. Raises
+ * Whether the order of a locale is not the remembered one any more.  Raises
  * that, unless the session allows it.
+ */
+static bool
+HasChanged(QbglLocale *locale)
+{
+	CheckOrder(locale);
+	return locale->order == ORDER_CHANGED;
+}
+
+static bool
+CollationHasChanged(Oid collation)
+{
+	const CollationOrder *order = FindOrderOfCollation(collation);
+
+	return order && HasChanged(order->locale);
+}
+
+/*
+ * The same of an index.
  */
 static bool
 HasChangedOrder(const IndexOptInfo *index)
 {
+	Asked asked = AskedInExpressions(index->indexprs, index->indpred);
 	bool changed = false;
 	ListCell *cell;
 
 	for (int i = 0; i < index->nkeycolumns; i++)
-	{
-		const CollationOrder *order = FindOrderOfCollation(index->indexcollations[i]);
-
-		if (order == NULL)
-			continue;
-		CheckOrder(order->locale);
-		changed = changed || order->locale->order == ORDER_CHANGED;
-	}
-	foreach (cell, NamesInExpressions(index->indexprs, index->indpred))
+		changed |= CollationHasChanged(index->indexcollations[i]);
+	foreach (cell, asked.collations)
+		changed |= CollationHasChanged(lfirst_oid(cell));
+	foreach (cell, asked.names)
 	{
 		QbglLocale *locale = FindLocale(lfirst(cell));
 
-		if (locale == NULL)
-			continue;
-		CheckOrder(locale);
-		changed = changed || locale->order == ORDER_CHANGED;
+		changed |= locale && HasChanged(locale);
 	}
 	return changed;
 }
@@ -338,17 +394,25 @@ JudgeOrder(Relation index)
  * what they would give.
  */
 static bool
-HoldsChangedKeys(Relation index, const QbglLocale *locale)
+HoldsChangedResults(Relation index, const QbglLocale *locale)
 {
+	Asked asked = AskedInIndex(index);
 	ListCell *cell;
 
-	foreach (cell, NamesInIndex(index))
+	foreach (cell, asked.names)
 	{
 		const char *name = lfirst(cell);
-		QbglLocale *asked =
+		QbglLocale *named =
 			locale == NULL || IsNameOfLocale(name, locale) ? FindLocale(name) : NULL;
 
-		if (asked && OrderHasChanged(asked))
+		if (named && OrderHasChanged(named))
+			return true;
+	}
+	foreach (cell, asked.collations)
+	{
+		const CollationOrder *order = FindOrderUnder(lfirst_oid(cell), locale);
+
+		if (order && OrderHasChanged(order->locale))
 			return true;
 	}
 	return false;
@@ -365,11 +429,14 @@ WhyNotLoaded(Relation index)
 
 	PG_TRY();
 	{
+		Asked asked = AskedInIndex(index);
 		ListCell *cell;
 
 		for (int i = 0; i < IndexRelationGetNumberOfKeyAttributes(index); i++)
 			(void) FindOrderOfCollation(index->rd_indcollation[i]);
-		foreach (cell, NamesInIndex(index))
+		foreach (cell, asked.collations)
+			(void) FindOrderOfCollation(lfirst_oid(cell));
+		foreach (cell, asked.names)
 			(void) FindLocale(lfirst(cell));
 	}
 	PG_CATCH();
@@ -421,7 +488,7 @@ JudgeIndex(Relation index, const QbglLocale *locale)
 		verdict = JudgeOrder(index);
 		AtEOXact_GUC(false, level);
 	}
-	if (verdict == NULL && HoldsChangedKeys(index, locale))
+	if (verdict == NULL && HoldsChangedResults(index, locale))
 		verdict = INDEX_UNKNOWN;
 	return verdict;
 }

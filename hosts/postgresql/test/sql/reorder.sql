@@ -12,8 +12,13 @@ CREATE FUNCTION masked(statement text) RETURNS text LANGUAGE sql AS
 CREATE TABLE words (word qtext COLLATE "cs_CZ");
 INSERT INTO words VALUES ('had'), ('chata'), ('ivan'), ('cihla');
 CREATE INDEX words_word ON words (word);
-CREATE TABLE untouched (word qtext COLLATE "cs_CZ" PRIMARY KEY);
-INSERT INTO untouched VALUES ('a'), ('b');
+CREATE TABLE untouched (id int, word qtext COLLATE "cs_CZ", PRIMARY KEY (id, word));
+INSERT INTO untouched VALUES (1, 'a'), (2, 'b');
+CREATE TABLE late AS SELECT length(word) AS id, word FROM words;
+CREATE INDEX late_id ON late (id) WHERE word > 'h';
+CREATE INDEX late_row ON late (id) WHERE (word, id) > ('h', 0);
+CREATE INDEX late_compare ON late (qbgl.compare(word::text COLLATE "default", 'h', 'cs_CZ.utf8'));
+INSERT INTO remembered_orders SELECT 'cs_cz.UTF-8', fingerprint FROM remembered_orders WHERE locale = 'cs_CZ.utf8';
 CREATE TABLE names (name qtext COLLATE "cs_CZ_1");
 INSERT INTO names VALUES ('chata'), ('Čapek');
 CREATE INDEX names_hash ON names USING hash (name);
@@ -25,6 +30,7 @@ INSERT INTO ranged SELECT word FROM words;
 SELECT add_locale('sk_SK.utf8') \g /dev/null
 CREATE TABLE slovak (name qtext COLLATE "sk_SK") PARTITION BY RANGE (name);
 CREATE TABLE slovak_h PARTITION OF slovak FOR VALUES FROM ('h') TO (MAXVALUE);
+CREATE INDEX slovak_length ON slovak_h (length(name)) WHERE name <> '';
 INSERT INTO slovak VALUES ('chata');
 EXPLAIN (COSTS OFF) SELECT word FROM words ORDER BY word;
 SELECT * FROM check_indexes();
@@ -39,7 +45,11 @@ SELECT masked(statement) FROM (VALUES
   (3, $$INSERT INTO words VALUES ('co')$$),
   (4, $$SELECT qbgl.key('a', 'cs_CZ.utf8')$$),
   (5, $$REINDEX TABLE words$$),
-  (6, $$SELECT 'a' < ('b'::qtext COLLATE "th_TH@dict")$$)) t(number, statement) ORDER BY number;
+  (6, $$SELECT 'a' < ('b'::qtext COLLATE "th_TH@dict")$$),
+  (7, $$SELECT qbgl.upper('a', 'cs_CZ.utf8')$$),
+  (8, $$SELECT id FROM untouched$$),
+  (9, $$SELECT length(name) FROM slovak_h$$),
+  (10, $$SELECT id FROM late WHERE word > 'h'$$)) t(number, statement) ORDER BY number;
 
 -- Where it is allowed, indexes of the old order are not read. It is accepted when none is left.
 SET qbgl.allow_changed_order = on;
