@@ -10,7 +10,9 @@
 #include "recipe/catalogue.h"
 #include "recipe/library.h"
 #include "recipe/locales.h"
+#include "support/conversion.h"
 #include "support/locale_object.h"
+#include "support/tree_locale.h"
 #include "system/error.h"
 #include "system/fingerprint.h"
 
@@ -154,10 +156,7 @@ TEST(OrderFingerprint, OfAnObjectIsThatOfItsRulesAndCharacters) {
     };
     EXPECT_EQ(section, made.text + order_key_lines(made.text));
     EXPECT_EQ(header_value(text, ORDER_LINE), order_fingerprint(characters("8859-1"), made.listed));
-    gl_locale *locale = nullptr;
-    EXPECT_EQ(gl_lc_load(&locale, "de_de/0333.lco", nullptr, QBGL_TREE "/vrn/lc11"), 0);
-    EXPECT_EQ(header_value(text, ORDER_LINE), gl_order_fingerprint(locale));
-    gl_lc_unload(locale);
+    EXPECT_EQ(header_value(text, ORDER_LINE), gl_order_fingerprint(load("de_de/0333.lco").get()));
     EXPECT_NE(characters("8859-1"), characters("8859-15"));
     EXPECT_NE(order_fingerprint("", section), order_fingerprint("", section + "\n"));
 }
@@ -196,12 +195,9 @@ Strings in_codeset(const Strings &texts, const std::string &codeset) {
     for (const std::string &text : texts) {
         std::string bytes = text;
         if (cd != nullptr) {
-            bytes.resize(8 * text.size());
-            const char *in = text.data();
-            char *out = bytes.data();
-            int in_left = static_cast<int>(text.size()), out_left = static_cast<int>(bytes.size()), substituted = 0;
-            if (gl_miconv(cd, &in, &in_left, &out, &out_left, &substituted) != 0 || substituted != 0) continue;
-            bytes.resize(bytes.size() - static_cast<size_t>(out_left));
+            const Outcome outcome = convert(*cd, text, static_cast<int>(8 * text.size()));
+            if (outcome.result != 0 || outcome.substituted != 0) continue;
+            bytes = outcome.output;
         }
         result.push_back(bytes + std::string(4, '\0'));
     }
@@ -247,10 +243,7 @@ Table digests_of_tree() {
         const auto [place, is_new] = texts.try_emplace(task.codeset_name);
         if (is_new) place->second = in_codeset(list, task.codeset_name);
         const std::string specification = specification_of(task);
-        gl_locale *locale = nullptr;
-        EXPECT_EQ(gl_lc_load(&locale, specification.c_str(), nullptr, nullptr), 0) << specification;
-        table[specification] = digests_of(locale, place->second);
-        gl_lc_unload(locale);
+        table[specification] = digests_of(load(specification.c_str()).get(), place->second);
     }
     return table;
 }

@@ -125,21 +125,15 @@ template <class Unit> class Guarded {
 std::atomic<long> live = 0, asked = 0, refuse_from = LONG_MAX, refuse_to = LONG_MAX; // blocks that are out, and requests, from 1
 
 bool refused() { return ++asked >= refuse_from && asked <= refuse_to; }
-void *host_malloc(uint32_t size) {
-    void *const block = refused() ? nullptr : malloc(size);
+void *counted(void *block) {
     if (block != nullptr) ++live;
     return block;
 }
-void *host_calloc(uint32_t count, uint32_t size) {
-    void *const block = refused() ? nullptr : calloc(count, size);
-    if (block != nullptr) ++live;
-    return block;
-}
+void *host_malloc(uint32_t size) { return counted(refused() ? nullptr : malloc(size)); }
+void *host_calloc(uint32_t count, uint32_t size) { return counted(refused() ? nullptr : calloc(count, size)); }
 void *host_realloc(void *pointer, uint32_t size) {
     if (refused()) return nullptr;
-    void *const block = realloc(pointer, size);
-    if (pointer == nullptr && block != nullptr) ++live;
-    return block;
+    return pointer == nullptr ? counted(malloc(size)) : realloc(pointer, size);
 }
 void host_free(void *pointer) {
     if (pointer != nullptr) --live;

@@ -1,6 +1,7 @@
 // Loading locales, conversions and charmaps through a host's own functions, each slot of the table alone and the sets that go
 // together, while the n-th allocation, open, close, read or question fails, and from files that are cut short. Whatever happens,
 // there is a clear error, nothing is left behind, and what is loaded does what it does otherwise.
+#include "support/conversion.h"
 #include "support/conversion_shapes.h"
 #include "support/faults.h"
 #include "support/locale_object.h"
@@ -42,14 +43,7 @@ string use(gl_locale *l) {
     out << gl_mbstod(l, "1.2", nullptr, 1) << gl_ltombs(l, text, 16, 12, 10, 1) << text;
     return out.str();
 }
-string use(gl_cv *cd) {
-    const char text[] = "\0a\x0EKA\x0F\xFFz\x80 0a", *in = text;
-    char room[64], *out = room;
-    int inleft = sizeof text, outleft = sizeof room, subst = 0;
-    gl_miconv(cd, &in, &inleft, &out, &outleft, &subst);
-    EXPECT_EQ(in + inleft, text + sizeof text);
-    return string(room, out);
-}
+string use(gl_cv *cd) { return convert(*cd, "\0a\x0EKA\x0F\xFFz\x80 0a\0"s, 64).output; }
 string use(gl_charmap *cm) {
     char symbols[64] = {}, bytes[64] = {};
     const char *in = "A\x81\xFF", *names = "<A><j0104><B><n100><r300>";

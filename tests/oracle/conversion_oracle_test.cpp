@@ -3,7 +3,7 @@
 #include "oracle/reference.h"
 #include "oracle/repertoire.h"
 #include "oracle/sample.h"
-#include "support/conversion_object.h"
+#include "support/conversion.h"
 
 #include "system/parallel.h"
 
@@ -12,7 +12,6 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -54,14 +53,9 @@ struct Reply {
     std::string bytes;
 };
 
-Reply convert(gl_cv &cd, const Sequence &character) {
-    std::array<char, 16> buffer;
-    const std::string text = character.text();
-    const char *in = text.data();
-    char *out = buffer.data();
-    int inleft = character.length, outleft = buffer.size(), substituted = 0;
-    const int result = gl_miconv(&cd, &in, &inleft, &out, &outleft, &substituted);
-    return {result == 0 && inleft == 0, substituted != 0, std::string(buffer.data(), out)};
+Reply converted(gl_cv &cd, const Sequence &character) {
+    const Outcome o = convert(cd, character.text(), 16);
+    return {o.result == 0, o.substituted != 0, o.output};
 }
 
 // What the conversions of the tree share: each codeset is asked once.
@@ -130,7 +124,7 @@ class Oracle {
         const std::vector<std::string> answers = source.reference.ask(target.reference, read);
         auto answer = answers.begin();
         for (const auto &item : source.repertoire) {
-            const Reply ours = convert(cd, item.first);
+            const Reply ours = converted(cd, item.first);
             const bool is_read = !item.second.empty();
             const std::string iconvs = is_read ? *answer++ : "";
             if (!ours.converted) {

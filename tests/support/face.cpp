@@ -11,52 +11,9 @@
 
 namespace qbgl_test {
 
-const std::string &Scene::some_text() { return texts[in.below(static_cast<unsigned>(texts.size()))]; }
-std::span<const gl_wchar> Scene::some_wide_text() { return wides[in.below(static_cast<unsigned>(wides.size()))]; }
-
 size_t Scene::some_room() {
     const unsigned choice = in.byte();
     return choice < 192 ? choice % 64 : choice % 8 * 64;
-}
-
-const char *Scene::counted() {
-    const std::string &text = some_text();
-    count_ = static_cast<int>(text.size());
-    return copy<char>(text);
-}
-
-const char *Scene::terminated() {
-    const std::string &text = some_text();
-    count_ = static_cast<int>(text.size());
-    return copy<char>(text + std::string(terminator, '\0'));
-}
-
-const char *Scene::either() {
-    if (in.below(2) == 0) return counted();
-    const char *text = terminated();
-    count_ = -1;
-    return text;
-}
-
-const gl_wchar *Scene::wide_counted() {
-    const auto text = some_wide_text();
-    count_ = static_cast<int>(text.size());
-    return copy(text);
-}
-
-const gl_wchar *Scene::wide_terminated() {
-    const auto text = some_wide_text();
-    count_ = static_cast<int>(text.size());
-    gl_wchar *block = copy(text, 1);
-    block[text.size()] = 0;
-    return block;
-}
-
-const gl_wchar *Scene::wide_either() {
-    if (in.below(2) == 0) return wide_counted();
-    const gl_wchar *text = wide_terminated();
-    count_ = -1;
-    return text;
 }
 
 const char *Scene::word() {

@@ -8,6 +8,7 @@
 
 #include "qbgl.h"
 
+#include <algorithm>
 #include <span>
 #include <string>
 #include <vector>
@@ -30,15 +31,15 @@ class Scene {
     const Guard *always = nullptr;            // where the page is; null: chosen for each block
 
     // Multibyte text; all of it, without its terminator, in the first form. count() is the size of the last text.
-    const char *counted();
-    const char *terminated();
+    const char *counted() { return text_of(texts, 0); }
+    const char *terminated() { return text_of(texts, terminator); }
     // Ends as the contract of a length that may be -1 asks for; count() is the length to pass.
-    const char *either();
+    const char *either() { return in.below(2) == 0 ? counted() : uncounted(terminated()); }
     // The same for functions that read a first character whatever the length says.
     const char *either_not_empty() { return not_empty(&Scene::either, &Scene::terminated); }
-    const gl_wchar *wide_counted();
-    const gl_wchar *wide_terminated();
-    const gl_wchar *wide_either();
+    const gl_wchar *wide_counted() { return text_of(wides, 0); }
+    const gl_wchar *wide_terminated() { return text_of(wides, 1); }
+    const gl_wchar *wide_either() { return in.below(2) == 0 ? wide_counted() : uncounted(wide_terminated()); }
     const gl_wchar *wide_either_not_empty() { return not_empty(&Scene::wide_either, &Scene::wide_terminated); }
     const char *word(); // terminated by one zero byte
     int count() const { return count_; }
@@ -62,16 +63,27 @@ class Scene {
         if (!content.empty()) std::memcpy(block, content.data(), content.size_bytes());
         return block;
     }
-    const std::string &some_text();
-    std::span<const gl_wchar> some_wide_text();
+    const std::string &some_text() { return some(texts); }
+    std::span<const gl_wchar> some_wide_text() { return some(wides); }
 
   private:
-    template <class T> const T *not_empty(const T *(Scene::*either_way)(), const T *(Scene::*ended)()) {
-        const T *text = (this->*either_way)();
-        if (count_ != 0) return text;
-        text = (this->*ended)();
+    template <class Text> const Text &some(const std::vector<Text> &all) {
+        return all[in.below(static_cast<unsigned>(all.size()))];
+    }
+    template <class Text> const typename Text::value_type *text_of(const std::vector<Text> &all, size_t zeros) {
+        const Text &text = some(all);
+        count_ = static_cast<int>(text.size());
+        auto *const block = copy<typename Text::value_type>(text, zeros);
+        std::fill_n(block + text.size(), zeros, 0);
+        return block;
+    }
+    template <class T> const T *uncounted(const T *text) {
         count_ = -1;
         return text;
+    }
+    template <class T> const T *not_empty(const T *(Scene::*either_way)(), const T *(Scene::*ended)()) {
+        const T *text = (this->*either_way)();
+        return count_ != 0 ? text : uncounted((this->*ended)());
     }
     Guard guard() { return always != nullptr ? *always : in.below(2) == 0 ? Guard::before : Guard::behind; }
     size_t some_room();
