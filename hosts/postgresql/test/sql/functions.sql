@@ -79,12 +79,3 @@ SELECT qbgl.compare('a', 'b', 'de_DE.utf8');
 \set VERBOSITY default
 RESET qbgl.require;
 SELECT qbgl.compare('a', 'b', 'de_DE.utf8');
-
--- Volatility: keys are immutable, and an index of keys serves an ORDER BY.
-CREATE TABLE names (name text);
-INSERT INTO names SELECT 'name ' || i FROM generate_series(1, 2000) i;
-CREATE INDEX ON names (qbgl.key(name, 'cs_CZ.utf8'));
-ANALYZE names;
-EXPLAIN (COSTS OFF) SELECT name FROM names ORDER BY qbgl.key(name, 'cs_CZ.utf8') LIMIT 3;
-EXPLAIN (COSTS OFF) SELECT name FROM names WHERE qbgl.key(name, 'cs_CZ.utf8') = (SELECT '\x26'::bytea);
-DROP TABLE names;
