@@ -7,10 +7,10 @@ namespace qbgl::icu {
 
 constexpr int BLOCK = 16;
 
-// Whether a block can be loaded from s whatever stands there: it stays in the page of its first byte.
-inline bool in_page(const void *s) {
-    constexpr uintptr_t PAGE = 4096;
-    return (reinterpret_cast<uintptr_t>(s) & (PAGE - 1)) <= PAGE - BLOCK;
+// Whether so many bytes can be loaded from s whatever stands there: they are in the page of the first one.
+inline bool in_page(const void *s, int size) {
+    constexpr int PAGE = 4096;
+    return static_cast<int>(reinterpret_cast<uintptr_t>(s) & (PAGE - 1)) <= PAGE - size;
 }
 
 } // namespace qbgl::icu

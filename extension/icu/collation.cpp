@@ -251,10 +251,12 @@ class Words {
 
 int glu_mbscoll(void *locale, const char *s1, int len1, const char *s2, int len2, int16_t *error) {
     if (locale == nullptr || !holds_utf8(*as_locale(locale))) return compare(locale, s1, len1, s2, len2, error);
-    if (const int wrong = check_pair(locale, s1, len1, s2, len2)) return fail(error, wrong, 0);
+    if (s1 == nullptr || s2 == nullptr || (len1 | len2) < 0) [[unlikely]] {
+        if (const int wrong = check_pair(locale, s1, len1, s2, len2)) return fail(error, wrong, 0);
+        len1 = bytes_of(s1, len1);
+        len2 = bytes_of(s2, len2);
+    }
     const Locale &own = *as_locale(locale);
-    len1 = bytes_of(s1, len1);
-    len2 = bytes_of(s2, len2);
     if (!are_utf8(s1, len1, s2, len2)) return fail(error, GL_EILSEQ, 0);
     const int order = decide(own, s1, len1, s2, len2);
     if (order != Primaries::UNDECIDED) [[likely]]

@@ -57,7 +57,8 @@ int32_t common_prefix(const uint8_t *a, const uint8_t *b, int32_t length) {
 // The same, at most a block: BLOCK also where it cannot be told so.
 #ifdef __SSE2__
 __attribute__((no_sanitize("address"))) inline int32_t common_in_block(const uint8_t *a, const uint8_t *b, int32_t length) {
-    if (!in_page(a) || !in_page(b)) return BLOCK;
+    if (length == 0) return 0;
+    if (!in_page(a, BLOCK) || !in_page(b, BLOCK)) return BLOCK;
     const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(a)),
                   y = _mm_loadu_si128(reinterpret_cast<const __m128i *>(b));
     return std::min(__builtin_ctz(~_mm_movemask_epi8(_mm_cmpeq_epi8(x, y))), length);
