@@ -15,14 +15,18 @@ namespace {
 
 constexpr UChar32 REPLACEMENT = 0xFFFD;
 
-void stop_at_errors(UConverter *converter, UErrorCode &status) {
-    ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-    ucnv_setFromUCallBack(converter, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-}
+// The error that it is called with stands. ICU's own callback of the name STOP leaves default-ignorable characters out instead.
+void keep_error(const void *, UConverterFromUnicodeArgs *, const UChar *, int32_t, UChar32, UConverterCallbackReason,
+                UErrorCode *) {}
 
 int error_of(UErrorCode status) { return status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EILSEQ; }
 
 } // namespace
+
+void stop_at_errors(UConverter *converter, UErrorCode &status) {
+    ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+    ucnv_setFromUCallBack(converter, keep_error, nullptr, nullptr, nullptr, &status);
+}
 
 ConverterPool::~ConverterPool() {
     while (count_ > 0) ucnv_close(free_[--count_]);

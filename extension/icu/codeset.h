@@ -27,7 +27,10 @@ struct Decoded {
 
 using Utf16 = Scratch<UChar, 512>;
 
-// Converters of one codeset for any number of threads, each with the callbacks that stop at what cannot be converted.
+// A converter is to stop at what is no character, and at every character that its codeset lacks.
+void stop_at_errors(UConverter *converter, UErrorCode &status);
+
+// Converters of one codeset for any number of threads, each of which stops at what cannot be converted.
 class ConverterPool {
   public:
     ConverterPool() = default;

@@ -1,5 +1,6 @@
 // Codeset conversion. Text goes through ICU in pieces for which there is room whatever they become. Where ICU finds a fault in one,
 // and where room runs short, the converters go back to where the piece began and on by single characters, which shows the place.
+#include "icu/codeset.h"
 #include "icu/entry.h"
 #include "icu/host.h"
 #include "icu/map.h"
@@ -96,8 +97,8 @@ bool Converter::open(const char *source, const char *target, UErrorCode &status)
     source_ = ucnv_open(source, &status);
     target_ = ucnv_open(target, &status);
     if (U_FAILURE(status)) return false;
-    ucnv_setToUCallBack(source_, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-    ucnv_setFromUCallBack(target_, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+    stop_at_errors(source_, status);
+    stop_at_errors(target_, status);
     ucnv_setFallback(target_, false); // what is approximate is to be told
     const bool stateful_target = has_states(target_);
     stateful_ = has_states(source_) || stateful_target;

@@ -965,7 +965,7 @@ void check_pair(int source, int target) {
     void *const back = ASK(glu_useIcuCvtCall, target, source) == 1 ? ASK(glu_cv_open, target, source, nullptr) : nullptr;
     void *const from_utf8 = source == UTF8 ? converter : target == UTF8 ? back : nullptr;
     string text = "abc 1";
-    for (const string utf8 : {"\u00E9", "\u00E4", "\u017E", "\u0416", "\u3042", "\u65E5", "\U0001F600", "z"}) {
+    for (const string utf8 : {"\u00E9", "\u00E4", "\u017E", "\u0416", "\u3042", "\u65E5", "\U0001F600", "\u200B", "z"}) {
         if (from_utf8 == nullptr) break;
         const Conversion known = convert(from_utf8, utf8, 16);
         if (known.result == 0) {
