@@ -1,6 +1,7 @@
 #include "icu/entry.h"
 #include "icu/file.h"
 #include "icu/memory.h"
+#include "icu/order.h"
 
 #include <cinttypes>
 #include <cstdio>
@@ -171,7 +172,8 @@ void glu_unloadIcuData(void *data) {
     if (data == nullptr) return;
     const KeepErrno errno_stays;
     Owned<Data> owned(static_cast<Data *>(data));
-    const bool done = --loaded == 0 && take_memory_from_icu();
+    if (--loaded == 0) Order::forget_all();
+    const bool done = loaded == 0 && take_memory_from_icu();
     if (!done && owned->held) (void)owned->file.release(); // an ICU that lives on may use it
 }
 

@@ -18,7 +18,6 @@ int16_t error_of(UErrorCode status) { return status == U_MEMORY_ALLOCATION_ERROR
 } // namespace
 
 Locale::~Locale() {
-    Owned<Primaries>(primaries_.load(std::memory_order_relaxed)).reset();
     for (UCollator *const collator : collators_)
         if (collator != nullptr) ucol_close(collator);
     if (case_map_ != nullptr) ucasemap_close(case_map_);
@@ -67,15 +66,18 @@ bool Locale::open_collators(int16_t &error) {
 }
 
 const Primaries *Locale::count_comparison() const {
-    constexpr uint32_t ENOUGH = 1 << 16;
-    uint32_t count = comparisons_.load(std::memory_order_relaxed);
-    // Who counts the last one makes it, and nobody else ever does.
-    if (count > ENOUGH || !comparisons_.compare_exchange_strong(count, count + 1) || count < ENOUGH) return nullptr;
-    const Provision provision; // it holds sets of ICU's
-    Owned<Primaries> primaries = make<Primaries>();
-    if (!provision || !primaries || !primaries->open(collator(1))) return nullptr;
-    primaries_.store(primaries.release(), std::memory_order_release);
-    return primaries_.load(std::memory_order_relaxed);
+    constexpr uint32_t STEP = 256; // the first asks for what is there already, and then each of these, which may begin one
+    const uint32_t count = comparisons_.fetch_add(1, std::memory_order_relaxed);
+    if (count % STEP != 0) return nullptr;
+    Order *order = order_.load(std::memory_order_acquire);
+    if (order == nullptr) {
+        order = count == 0 ? Order::find(collator(1)) : Order::find_or_make(collator(1));
+        if (order == nullptr) return nullptr;
+        order_.store(order, std::memory_order_release);
+    }
+    const Primaries *const primaries = order->primaries_after(count == 0 ? 0 : STEP);
+    if (primaries != nullptr) primaries_.store(primaries, std::memory_order_release);
+    return primaries;
 }
 
 Owned<Locale> Locale::clone(int16_t &error) const {

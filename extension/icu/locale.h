@@ -2,7 +2,7 @@
 #pragma once
 
 #include "icu/codeset.h"
-#include "icu/primaries.h"
+#include "icu/order.h"
 
 #include <unicode/ucasemap.h>
 #include <unicode/ucol.h>
@@ -30,8 +30,8 @@ class Locale {
     // Whether ICU's comparison may differ from the keys: it passes over what two texts begin with, and a mark may stand behind it
     // that counts by its place from the end, or not behind a character that is passed over.
     bool compares_by_keys() const { return compares_by_keys_; }
-    // What decides comparisons without ICU. Null until the locale has compared so much that it is worth its making, while that
-    // goes on in another thread, and where memory was out for it.
+    // What decides comparisons without ICU. Null until the locales of its order have compared so much that it is worth its making,
+    // for some comparisons more, and where memory was out for it.
     const Primaries *primaries() const {
         const Primaries *const made = primaries_.load(std::memory_order_acquire);
         return made != nullptr ? made : count_comparison();
@@ -52,7 +52,8 @@ class Locale {
     UCollator *collators_[MOST_PASSES] = {}; // by the number of their passes
     int passes_ = 0;
     bool compares_by_keys_ = false;
-    mutable std::atomic<Primaries *> primaries_ = nullptr;
+    mutable std::atomic<const Primaries *> primaries_ = nullptr; // its order's
+    mutable std::atomic<Order *> order_ = nullptr;
     mutable std::atomic<uint32_t> comparisons_ = 0;
     UCaseMap *case_map_ = nullptr;
     bool own_case_ = false;

@@ -75,27 +75,47 @@ bool is_beginning(uint32_t x, uint32_t y) {
 
 } // namespace
 
-Primaries::~Primaries() {
-    for (const std::atomic<Page *> &page : pages_) Owned<Page>(page.load(std::memory_order_relaxed)).reset();
+Contexts::~Contexts() {
     uset_close(joined_);
     uset_close(joining_);
 }
 
-bool Primaries::open(const UCollator *letters) {
-    letters_ = letters;
+bool Contexts::open_root() {
     UErrorCode status = U_ZERO_ERROR;
-    normalizes_ = ucol_getAttribute(letters, UCOL_NORMALIZATION_MODE, &status) == UCOL_ON;
-    numeric_ = ucol_getAttribute(letters, UCOL_NUMERIC_COLLATION, &status) == UCOL_ON;
+    UCollator *const collator = ucol_open("root", &status);
     joined_ = uset_openEmpty();
     joining_ = uset_openEmpty();
     USet *const contractions = uset_openEmpty();
-    forms_ = unorm2_getNFCInstance(&status); // without which all combining classes are 0, too
-    const bool opened = joined_ != nullptr && joining_ != nullptr && contractions != nullptr;
-    if (opened) ucol_getContractionsAndExpansions(letters, contractions, nullptr, true, &status);
-    for (int32_t i = 0; opened && U_SUCCESS(status) && i < uset_getItemCount(contractions); ++i) {
+    const bool opened = U_SUCCESS(status) && joined_ != nullptr && joining_ != nullptr && contractions != nullptr;
+    if (opened) ucol_getContractionsAndExpansions(collator, contractions, nullptr, true, &status);
+    const bool done = opened && U_SUCCESS(status) && add(contractions);
+    uset_close(contractions);
+    if (collator != nullptr) ucol_close(collator);
+    // A set is empty, and stays so, when memory is out.
+    return done && !uset_isEmpty(joined_) && !uset_isEmpty(joining_);
+}
+
+// What its rules change has contractions among it that ICU finds sooner than all of the order; some may be lifted there.
+bool Contexts::open(const Contexts &root, const UCollator *collator) {
+    UErrorCode status = U_ZERO_ERROR;
+    joined_ = uset_clone(root.joined_);
+    joining_ = uset_clone(root.joining_);
+    USet *const tailored = ucol_getTailoredSet(collator, &status);
+    bool done = U_SUCCESS(status) && joined_ != nullptr && joining_ != nullptr && tailored != nullptr && add(tailored);
+    if (done) {
+        uset_add(tailored, 'a'); // which a set without memory refuses
+        done = uset_contains(tailored, 'a') && !uset_isEmpty(joined_) && !uset_isEmpty(joining_);
+    }
+    uset_close(tailored);
+    return done;
+}
+
+bool Contexts::add(const USet *strings) {
+    UErrorCode status = U_ZERO_ERROR;
+    for (int32_t i = 0; U_SUCCESS(status) && i < uset_getItemCount(strings); ++i) {
         UChar units[64];
         UChar32 from, to;
-        const int32_t length = uset_getItem(contractions, i, &from, &to, units, 64, &status);
+        const int32_t length = uset_getItem(strings, i, &from, &to, units, 64, &status);
         if (U_FAILURE(status) || length == 0 || is_heading(units[0])) continue;
         int32_t at = 0;
         for (USet *set = joining_; at < length; set = joined_) {
@@ -104,9 +124,20 @@ bool Primaries::open(const UCollator *letters) {
             uset_add(set, value);
         }
     }
-    uset_close(contractions);
-    // A set is empty, and stays so, when memory is out; all orders have contractions.
-    if (!opened || U_FAILURE(status) || uset_isEmpty(joined_) || uset_isEmpty(joining_)) return false;
+    return U_SUCCESS(status);
+}
+
+Primaries::~Primaries() {
+    for (const std::atomic<Page *> &page : pages_) Owned<Page>(page.load(std::memory_order_relaxed)).reset();
+}
+
+bool Primaries::open(const UCollator *letters, const Contexts &root) {
+    letters_ = letters;
+    UErrorCode status = U_ZERO_ERROR;
+    normalizes_ = ucol_getAttribute(letters, UCOL_NORMALIZATION_MODE, &status) == UCOL_ON;
+    numeric_ = ucol_getAttribute(letters, UCOL_NUMERIC_COLLATION, &status) == UCOL_ON;
+    forms_ = unorm2_getNFCInstance(&status); // without which all combining classes are 0, too
+    if (U_FAILURE(status) || !contexts_.open(root, letters)) return false;
     for (uint32_t i = 0; i < 0x80; ++i) {
         const Page *const page = page_of(i);
         if (page == nullptr) return false;
@@ -138,12 +169,12 @@ void Primaries::fill(Page &page, UChar32 first) const {
         UChar parts[MOST_PARTS];
         UErrorCode status = U_ZERO_ERROR;
         const int32_t length = unorm2_getDecomposition(forms_, value, parts, MOST_PARTS, &status);
-        bool joined = U_FAILURE(status) || uset_contains(joined_, value), joining = normalizes_ || uset_contains(joining_, value);
+        bool joined = U_FAILURE(status) || contexts_.may_be_joined(value), joining = normalizes_ || contexts_.may_join(value);
         for (int32_t at = 0; !joined && at < length;) {
             const bool is_first = at == 0;
             U16_NEXT(parts, at, length, value);
-            joined = is_first && uset_contains(joined_, value);
-            joining |= uset_contains(joining_, value) != 0;
+            joined = is_first && contexts_.may_be_joined(value);
+            joining |= contexts_.may_join(value);
         }
         page.weights[i] = joined ? 0 : weight_of(first + i);
         if (joining) page.needs_next |= uint64_t{1} << i;

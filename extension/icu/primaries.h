@@ -10,6 +10,29 @@
 
 namespace qbgl::icu {
 
+// Which characters stand in contractions, or have weights by what is before them.
+class Contexts {
+  public:
+    Contexts() = default;
+    Contexts(const Contexts &) = delete;
+    Contexts &operator=(const Contexts &) = delete;
+    ~Contexts();
+
+    // Those of the order that all others start from. False when memory is out.
+    bool open_root();
+    // Those of it and of what a collator's rules change. False when memory is out.
+    bool open(const Contexts &root, const UCollator *collator);
+
+    bool may_be_joined(UChar32 value) const { return uset_contains(joined_, value) != 0; }
+    bool may_join(UChar32 value) const { return uset_contains(joining_, value) != 0; }
+
+  private:
+    bool add(const USet *strings);
+
+    USet *joined_ = nullptr;  // what may belong to something before it
+    USet *joining_ = nullptr; // what may take something behind it
+};
+
 class Primaries {
   public:
     static constexpr int UNDECIDED = 2;
@@ -19,9 +42,8 @@ class Primaries {
     Primaries &operator=(const Primaries &) = delete;
     ~Primaries();
 
-    // Of a collator that looks at the first pass alone and outlives this. It asks ICU for all contractions, which takes as long as
-    // 100,000 comparisons. False when memory is out.
-    bool open(const UCollator *letters);
+    // Of a collator that looks at the first pass alone and outlives this. False when memory is out.
+    bool open(const UCollator *letters, const Contexts &root);
 
     // The order of two texts of any bytes: -1, 0, 1, or UNDECIDED. It looks at no more than the characters at which they part.
     int compare(const char *s1, int32_t length1, const char *s2, int32_t length2) const;
@@ -45,8 +67,7 @@ class Primaries {
 
     const UCollator *letters_ = nullptr;
     const UNormalizer2 *forms_ = nullptr;
-    USet *joined_ = nullptr;  // what may belong to something before it
-    USet *joining_ = nullptr; // what may take something behind it
+    Contexts contexts_;
     bool normalizes_ = false, numeric_ = false;
     uint32_t ascii_[256] = {};                      // 0 for other bytes
     mutable std::atomic<Page *> pages_[PAGES] = {}; // made when first asked for, and never changed

@@ -236,7 +236,7 @@ WITH_HALF_BLOCKS __m256i misplaced(const uint8_t *s, const Operands &operands) {
 
 // Negative where the first byte is a trail, or the last one is not and beyond ASCII.
 WITH_HALF_BLOCKS int cut(const uint8_t *s, uint32_t last) {
-    const int first_byte = static_cast<int8_t>(s[0]), last_byte = static_cast<int8_t>(s[last]);
+    const auto first_byte = static_cast<int8_t>(s[0]), last_byte = static_cast<int8_t>(s[last]);
     return (first_byte + 0x40) | (last_byte & ~(last_byte + 0x40));
 }
 
