@@ -1,5 +1,5 @@
-// One allocation after the other fails, of SQLite, of the extension and of the library within it: all of them come to this
-// program's malloc. Whatever fails, nothing crashes, nothing is left behind, and what is answered is right.
+// One allocation after the other fails, alone and with all behind it, of SQLite, of the extension and of the library within it: all
+// of them come to this program's malloc. Whatever fails, nothing crashes, nothing is left behind, and what is answered is right.
 #include "support/files.h"
 
 #include <sqlite3.h>
@@ -17,12 +17,14 @@ void __libc_free(void *block);
 
 namespace {
 
-std::atomic<long> blocks;   // that are there
-std::atomic<long> until;    // allocations up to the one that fails; negative: none will
-std::atomic<bool> happened; // it has
+std::atomic<long> blocks;     // that are there
+std::atomic<long> until = -1; // allocations up to the one that fails; negative: none will
+std::atomic<bool> happened;   // it has
+std::atomic<bool> lasting;    // those behind it fail as well
 
 bool fails() {
-    if (until < 0 || until-- != 0) return false;
+    if (until < 0 || (until > 0 && until-- > 0)) return false;
+    if (!lasting) until = -1;
     happened = true;
     return true;
 }
@@ -131,15 +133,18 @@ template <class Prepare, size_t COUNT> int fail_one_by_one(const char *file, con
     prepare();
     run(file, steps); // what the process keeps is there then
     for (long nth = 0;; nth += 1 + nth / 30) {
-        long before = 0;
-        for (int again = 0; again < 2 && (again == 0 || blocks > before); ++again) { // what the process keeps may come late
-            prepare();
-            before = blocks;
-            happened = false;
-            until = nth;
-            run(file, steps);
+        for (const bool all : {false, true}) {
+            long before = 0;
+            for (int again = 0; again < 2 && (again == 0 || blocks > before); ++again) { // what the process keeps may come late
+                prepare();
+                before = blocks;
+                happened = false;
+                lasting = all;
+                until = nth;
+                run(file, steps);
+            }
+            EXPECT_LE(blocks, before) << nth;
         }
-        EXPECT_LE(blocks, before) << nth;
         if (!happened) return faults;
         ++faults;
         if (testing::Test::HasFailure()) return faults;
