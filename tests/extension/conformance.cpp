@@ -183,8 +183,9 @@ void *library, *data, *map, *l; // `l` is the locale's handle
 string etc, data_path, library_path, locale_name;
 vector<std::pair<int, int>> pairs;
 
-std::pair<int, int> to_plant; // the number of an entry point, 0 for none, and a fault
-bool plant(int index, Fault fault);
+// Puts the fault into an entry point where it is one there; or null.
+bool (*plant)(Fault);
+Fault planted;
 
 // Calls an entry point, with a cell for the error or the status where the arguments leave one out.
 template <class Result, class... Parameters, class... Arguments>
@@ -210,7 +211,7 @@ bool load() {
 #define DEMAND(name) RESOLVE(name) if (x.name == nullptr) return breach(#name " is missing", ""), false;
     QBGL_EXTENSION_ENTRY_POINTS(DEMAND)
     QBGL_EXTENSION_OPTIONAL_ENTRY_POINTS(RESOLVE)
-    if (to_plant.first != 0 && !plant(to_plant.first, static_cast<Fault>(to_plant.second))) _exit(NO_FAULT);
+    if (plant != nullptr && !plant(planted)) _exit(NO_FAULT);
     return true;
 }
 
@@ -1223,10 +1224,8 @@ int run(bool cold = false) {
 // ---------------------------------------------------------------------------------------------------------------------------------
 
 template <class Result> Result spoiled(Result result) {
-    if constexpr (std::is_same_v<Result, void *>)
-        return result != nullptr ? nullptr : reinterpret_cast<void *>(1);
-    else if constexpr (std::is_same_v<Result, const char *>)
-        return result != nullptr ? nullptr : "x";
+    if constexpr (std::is_pointer_v<Result>)
+        return result != nullptr ? nullptr : reinterpret_cast<Result>(1);
     else
         return result + 1;
 }
@@ -1237,88 +1236,66 @@ template <class Argument> Argument one_more(Argument argument) {
         return argument;
 }
 
-// The entry point number I of the type with a fault in it.
-template <int I, class Function> struct Planted;
-template <int I, class Result, class... Arguments> struct Planted<I, Result(Arguments...)> {
+// An entry point with a fault in it.
+template <auto ENTRY_POINT> struct Planted;
+template <class Result, class... Arguments, Result (*EntryPoints::*ENTRY_POINT)(Arguments...)> struct Planted<ENTRY_POINT> {
     static inline Result (*good)(Arguments...);
-    static inline Fault fault;
 
     using Last = std::tuple_element_t<sizeof...(Arguments), std::tuple<void, Arguments...>>;
     static constexpr bool HAS_CELL = std::is_same_v<Last, int16_t *> || std::is_same_v<Last, int *>;
     static constexpr bool HAS_LENGTH = (std::is_same_v<Arguments, int> || ...);
 
     static Result bad(Arguments... arguments) {
-        if (fault == Fault::LOCALE) setlocale(LC_CTYPE, "C.UTF-8");
+        if (planted == Fault::LOCALE) setlocale(LC_CTYPE, "C.UTF-8");
         if constexpr (std::is_void_v<Result>) {
-            if (fault != Fault::RESULT) good(arguments...);
+            if (planted != Fault::RESULT) good(arguments...);
         } else {
-            const Result result = fault == Fault::LENGTH ? good(one_more(arguments)...) : good(arguments...);
+            const Result result = planted == Fault::LENGTH ? good(one_more(arguments)...) : good(arguments...);
             if constexpr (HAS_CELL)
                 if (const Last cell = std::get<sizeof...(Arguments) - 1>(std::tuple(arguments...));
-                    fault == Fault::NO_ERROR && cell != nullptr)
+                    planted == Fault::NO_ERROR && cell != nullptr)
                     *cell = 0;
-            return fault == Fault::RESULT ? spoiled(result) : result;
+            return planted == Fault::RESULT ? spoiled(result) : result;
         }
     }
-    // Whether the fault is one.
-    static bool plant(Result (*&entry_point)(Arguments...), Fault planted) {
-        if (entry_point == nullptr || (planted == Fault::NO_ERROR && !HAS_CELL) || (planted == Fault::LENGTH && !HAS_LENGTH))
-            return false;
-        good = std::exchange(entry_point, bad);
-        fault = planted;
-        return true;
+    static bool plant(Fault fault) {
+        const bool none =
+            x.*ENTRY_POINT == nullptr || (fault == Fault::NO_ERROR && !HAS_CELL) || (fault == Fault::LENGTH && !HAS_LENGTH);
+        if (!none) good = std::exchange(x.*ENTRY_POINT, bad);
+        return !none;
     }
 };
 
 // What an extension need not use, or may answer like that.
 bool is_allowed(const string &name, Fault fault) {
-    static constexpr std::pair<const char *, Fault> ALLOWED[] = {
-        {"glu_setCallocFunc", Fault::RESULT},    {"glu_setReallocFunc", Fault::RESULT},
-        {"glu_setFseekFunc", Fault::RESULT},     {"glu_setFtellFunc", Fault::RESULT},
-        {"glu_setFeofFunc", Fault::RESULT},      {"glu_setPrintMessageFunc", Fault::RESULT},
-        {"glu_setMessageLevel", Fault::RESULT},  {"glu_setMessageSubLevel", Fault::RESULT},
-        {"glu_setMessageLevel", Fault::LENGTH},  {"glu_setMessageSubLevel", Fault::LENGTH},
-        {"glu_icuErrorName", Fault::LENGTH},     {"glu_loadIcuData", Fault::LENGTH},
-        {"glu_cv_conv", Fault::LENGTH},          {"glu_case_conv_outbuflen", Fault::LENGTH},
-        {"glu_extension_version", Fault::RESULT}};
-    return std::any_of(std::begin(ALLOWED), std::end(ALLOWED),
-                       [&](const auto &allowed) { return name == allowed.first && fault == allowed.second; });
+    const string results = "glu_setCallocFunc glu_setReallocFunc glu_setFseekFunc glu_setFtellFunc glu_setFeofFunc "
+                           "glu_setPrintMessageFunc glu_setMessageLevel glu_setMessageSubLevel glu_extension_version ",
+                 lengths = "glu_setMessageLevel glu_setMessageSubLevel glu_icuErrorName glu_loadIcuData glu_cv_conv "
+                           "glu_case_conv_outbuflen ";
+    const string allowed = fault == Fault::RESULT ? results : fault == Fault::LENGTH ? lengths : string();
+    return allowed.find(name + " ") != string::npos;
 }
 
-bool plant(int index, Fault fault) {
-    enum {
-        NONE
-#define NUMBER(name) , N_##name
-            QBGL_EXTENSION_ENTRY_POINTS(NUMBER) QBGL_EXTENSION_OPTIONAL_ENTRY_POINTS(NUMBER)
-    };
-#define PLANT(name)                                                                                                                \
-    if (index == N_##name) return !is_allowed(#name, fault) && Planted<N_##name, name##_fn>::plant(x.name, fault);
-    QBGL_EXTENSION_ENTRY_POINTS(PLANT)
-    QBGL_EXTENSION_OPTIONAL_ENTRY_POINTS(PLANT)
-    return false;
-}
-
-#define NAME(name) #name,
-constexpr const char *NAMES[] = {"", QBGL_EXTENSION_ENTRY_POINTS(NAME) QBGL_EXTENSION_OPTIONAL_ENTRY_POINTS(NAME)};
+#define PLANT(name) {#name, Planted<&EntryPoints::name>::plant},
+constexpr std::pair<const char *, bool (*)(Fault)> PLANTS[] = {QBGL_EXTENSION_ENTRY_POINTS(PLANT)
+                                                                   QBGL_EXTENSION_OPTIONAL_ENTRY_POINTS(PLANT)};
 
 // Runs with each fault in a process of its own. Returns how many are not found.
 int run_faults() {
-    int planted = 0, missed = 0;
-    for (int index = 1; index < std::ssize(NAMES); ++index) {
+    int tried = 0, missed = 0;
+    for (const auto &[name, plant_it] : PLANTS) {
         for (const Fault fault : {Fault::RESULT, Fault::NO_ERROR, Fault::LENGTH, Fault::LOCALE}) {
-            const int status = status_of_child([&] {
-                quiet = true;
-                to_plant = {index, static_cast<int>(fault)};
-                return run();
-            });
+            if (is_allowed(name, fault)) continue;
+            plant = plant_it, planted = fault;
+            const int status = status_of_child([] { return quiet = true, run(); });
             if (status == NO_FAULT) continue;
-            ++planted;
+            ++tried;
             if (status != 0) continue;
             ++missed;
-            fprintf(stderr, "%s: fault %d is not found\n", NAMES[index], static_cast<int>(fault));
+            fprintf(stderr, "%s: fault %d is not found\n", name, static_cast<int>(fault));
         }
     }
-    printf("%d faults planted, %d not found\n", planted, missed);
+    printf("%d faults planted, %d not found\n", tried, missed);
     return missed;
 }
 
