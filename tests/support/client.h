@@ -44,7 +44,6 @@ inline Result run(std::vector<std::string> words, std::string_view input = "", s
     if (child == 0) {
         dup2(ends[0], 0), dup2(fileno(out.get()), 1), dup2(fileno(err.get()), 2);
         close(ends[0]), close(ends[1]);
-        for (const char *name : {"QUORBANEDIR", "GL_PATH", "GL_ALL", "GL_LANG", "GL_TIME"}) unsetenv(name);
         std::vector<char *> pointers;
         for (std::string &word : words) pointers.push_back(word.data());
         pointers.push_back(nullptr);

@@ -23,7 +23,7 @@ for my $work (
 	my $start = time;
 	my $error = refused($node, "SET statement_timeout = '200ms'; $work");
 	like($error, qr/57014.*statement timeout/, 'a statement ends at its timeout: ' . substr($work, 0, 40));
-	cmp_ok(time - $start, '<', 5, 'and soon');
+	cmp_ok(time - $start, '<', 60, 'and long before it would be done');
 }
 
 # Memory: the address space of a backend is closed before it has loaded a locale, and opened again.
