@@ -97,11 +97,15 @@ Wanted wanted_of_text(const std::string &text, const char *keyword) {
     return {text.substr(begin, text.find(' ', begin) - begin)};
 }
 
+Wanted wanted_of(const std::string &specification, const char *keyword) {
+    const std::string text = file_name_of(specification).value_or(specification);
+    return text.empty() ? wanted_of_environment(keyword) : wanted_of_text(text, keyword);
+}
+
 // The first object that the library wanted and did not find.
 std::optional<Wanted> first_missing(const std::string &specification) {
-    const std::string text = file_name_of(specification).value_or(specification);
     for (const char *keyword : KEYWORDS) {
-        const Wanted wanted = text.empty() ? wanted_of_environment(keyword) : wanted_of_text(text, keyword);
+        const Wanted wanted = wanted_of(specification, keyword);
         if (locale_object(wanted.name == NATIVE ? DEFAULT_OBJECT : wanted.name).empty()) return wanted;
     }
     return std::nullopt;
@@ -191,6 +195,21 @@ Failure not_found(const Wanted &wanted, const std::string &specification) {
             JsonObject().text("locale", said).raw("nearest", json_strings(likely))};
 }
 
+bool is_refused_by_extension(const std::string &specification) {
+    if (unicode_collate == 0) return false;
+    const std::string name = wanted_of(specification, "GL_COLLATE").name;
+    int16_t error = 0;
+    void *const locale = glx_lc_open(const_cast<char *>(name.c_str()), pMap, &error);
+    glx_lc_close(locale);
+    return locale == nullptr;
+}
+
+bool has_long_name(const std::string &specification) {
+    return std::any_of(KEYWORDS.begin(), KEYWORDS.end(), [&](const char *keyword) {
+        return wanted_of(specification, keyword).name.size() > sizeof gl_locale::locale_name[0];
+    });
+}
+
 Failure explain(int error, const std::string &specification) {
     const std::string name = specification.empty() ? "of the environment" : printable(specification);
     const std::optional<Wanted> missing = error == GL_ENOFILE ? first_missing(specification) : std::nullopt;
@@ -210,8 +229,13 @@ Failure explain(int error, const std::string &specification) {
     case GL_EVERSION: return in_tree(its_object + " is of another version");
     case GL_EMIXEDCS:
     case GL_ECTYPECS: return failure(ExitStatus::CALL, "its categories are in different codesets");
-    case GL_EBADARG:
-    case GL_ENOFILE: return failure(ExitStatus::CALL, "a name in it is too long");
+    case GL_EBADARG: return failure(ExitStatus::CALL, "a name in it is too long");
+    case GL_ENOFILE:
+        if (has_long_name(specification)) return failure(ExitStatus::CALL, "a name in it is too long");
+        if (is_refused_by_extension(specification))
+            return failure(ExitStatus::SYSTEM,
+                           "the extension library cannot open it; with VRNLOG=on the library writes to vrn.log why");
+        return in_tree(its_object + " cannot be read, or is damaged");
     default: return in_tree(fmt::format("{} is damaged ({})", its_object, gl_strerror(error)));
     }
 }
