@@ -59,7 +59,10 @@ bool Locale::open_collators(int16_t &error) {
     collators_[passes_ - 1] = whole;
     for (int passes = 1; passes < passes_ && U_SUCCESS(status); ++passes) {
         collators_[passes - 1] = ucol_clone(whole, &status);
-        if (U_SUCCESS(status)) ucol_setStrength(collators_[passes - 1], static_cast<UCollationStrength>(passes - 1));
+        if (U_FAILURE(status)) break;
+        ucol_setStrength(collators_[passes - 1], static_cast<UCollationStrength>(passes - 1));
+        // The case level stands before the third pass: were it on here, the key would begin no key of more passes.
+        ucol_setAttribute(collators_[passes - 1], UCOL_CASE_LEVEL, UCOL_OFF, &status);
     }
     error = error_of(status);
     return U_SUCCESS(status);
