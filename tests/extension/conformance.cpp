@@ -1299,19 +1299,30 @@ int run_faults() {
     return missed;
 }
 
+constexpr const char *USAGE = "usage: extension_conformance [--cold|--faults] TREE LOCALE [SOURCE:TARGET ...]\n"
+                              "LOCALE as the map vrn/etc/locmap has it: cs_cz/e01c.lco for examples/extension\n"
+                              "SOURCE:TARGET by the numbers of the codesets: 819:57372\n";
+
 } // namespace
 
 int main(int argc, char **argv) {
     const bool faults = argc > 1 && strcmp(argv[1], "--faults") == 0, cold = argc > 1 && strcmp(argv[1], "--cold") == 0;
     argv += faults || cold, argc -= faults || cold;
-    if (argc < 3) return fprintf(stderr, "usage: extension_conformance [--cold|--faults] TREE LOCALE [SOURCE:TARGET ...]\n"), 2;
+    if (argc < 3) return fputs(USAGE, stderr), 2;
     const string vrn = string(argv[1]) + "/vrn/";
     etc = vrn + "etc/", locale_name = argv[2];
     std::ifstream list(etc + "dllregistry");
     for (string line; getline(list, line);) library_path = vrn + "dll/" + line;
     for (int i = 3; i < argc; ++i) {
-        std::pair<int, int> pair;
-        if (sscanf(argv[i], "%d:%d", &pair.first, &pair.second) == 2) pairs.push_back(pair);
+        auto &[source, target] = pairs.emplace_back();
+        char rest;
+        if (sscanf(argv[i], "%d:%d%c", &source, &target, &rest) != 2) return fprintf(stderr, "%s: no pair\n%s", argv[i], USAGE), 2;
     }
+    const int status = status_of_child([] {
+        if (!load()) return 0;
+        hand_over(), ASK(glu_loadIcuData, data_path.c_str(), 0), map = ASK(glu_loadMapData, (etc + "locmap").c_str());
+        return map != nullptr && ASK(glu_lc_open, locale_name.c_str(), map) == nullptr ? 1 : 0;
+    });
+    if (status == 1) return fprintf(stderr, "%s: not opened under the map %slocmap\n%s", argv[2], etc.c_str(), USAGE), 2;
     return faults ? run_faults() : run(cold);
 }
