@@ -275,3 +275,13 @@ int Characters::to_utf16_leniently(const char *s, int length, Utf16 &out, int16_
 }
 
 } // namespace qbgl::icu
+
+// What qbglc asks for, to write an installation: whether this ICU can serve locales in a codeset of its name.
+extern "C" QBGL_API int qbgl_icu_codeset(const char *name) {
+    using namespace qbgl::icu;
+    const Provision provision; // it may be its first converter
+    const Map::Codeset named = {0, name, name};
+    Codeset codeset;
+    int16_t error = 0;
+    return provision && codeset.open(named, error) ? 1 : 0;
+}

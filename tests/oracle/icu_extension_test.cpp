@@ -194,6 +194,14 @@ TEST_F(Extension, OrdersMapsAndMeasuresAsIcuDoes) {
     }
 }
 
+TEST_F(Extension, ServesWhatHasItsModifier) {
+    for (const auto &file : std::filesystem::recursive_directory_iterator(QBGL_ICU_TREE "/vrn/lc11")) {
+        if (!file.is_symlink()) continue;
+        const std::string name = file.path().lexically_relative(QBGL_ICU_TREE "/vrn/lc11").string();
+        EXPECT_EQ(load(name)->glu_flag[GL_CAT_COLLATE], 1) << name;
+    }
+}
+
 // SHIFT_JIS has it twice.
 TEST_F(Extension, KeepsTheBytesOfWhatHasNoCase) {
     char upper[16];
@@ -339,6 +347,9 @@ TEST_F(Extension, KeepsItsDataUntilAChangeIsAccepted) {
         EXPECT_TRUE(read_file(data).starts_with(begin)) << read_file(data).substr(0, 40);
     };
     expect("", 0, "packaged ");
+    write_file(etc + "locmap", "serve *.utf8 LC_TYPE\n");
+    expect("", 1, "packaged ");
+    std::filesystem::remove(etc + "locmap");
     write_file(common, data_file());
     expect("", 4, "packaged ");
     expect(" --accept-changes", 0, U_ICUDATA_NAME ".dat ");
@@ -379,12 +390,11 @@ Outcome convert_and_measure(gl_cv *cd, const std::string &text, size_t room) {
 // A converter of ICU's that stops at what it cannot convert, what is ignorable among it.
 class Direct {
   public:
-    static void stop(const void *, UConverterFromUnicodeArgs *, const UChar *, int32_t, UChar32, UConverterCallbackReason,
-                     UErrorCode *) {}
-
     explicit Direct(const std::string &name) {
         UErrorCode status = U_ZERO_ERROR;
         converter_ = ucnv_open(name.c_str(), &status);
+        const auto stop = [](const void *, UConverterFromUnicodeArgs *, const UChar *, int32_t, UChar32, UConverterCallbackReason,
+                             UErrorCode *) {};
         ucnv_setFromUCallBack(converter_, stop, nullptr, nullptr, nullptr, &status);
         ucnv_setToUCallBack(converter_, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
         EXPECT_TRUE(U_SUCCESS(status)) << name;

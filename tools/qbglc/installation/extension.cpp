@@ -53,14 +53,37 @@ std::string IcuExtension::data(const std::filesystem::path &icudata) const {
                 fmt::format("{}: not written by qbglc, and kept; a data file of ICU's belongs beside it under ICU's own name",
                             icudata.string()));
     }
-    static std::string said;
-    symbol<glu_setPrintMessageFunc_fn>(library_, "glu_setPrintMessageFunc")([](const char *message) { said = message; });
-    symbol<glu_setMessageLevel_fn>(library_, "glu_setMessageLevel")(1);
     char line[64];
     auto *const data_line = symbol<int(const char *, char *, int)>(library_, "qbgl_icu_data");
-    if (data_line(icudata.c_str(), line, sizeof line) != 0)
-        throw DataError(!said.empty() ? said : fmt::format("{}: out of memory for the file beside it", icudata.string()));
+    have_done(icudata, [&] { return data_line(icudata.c_str(), line, sizeof line) == 0; });
     return line;
+}
+
+template <class Call> void IcuExtension::have_done(const std::filesystem::path &file, Call call) const {
+    static std::string said;
+    said = fmt::format("{}: no memory, or no file, for the extension library", file.string());
+    symbol<glu_setPrintMessageFunc_fn>(library_, "glu_setPrintMessageFunc")([](const char *message) { said = message; });
+    symbol<glu_setMessageLevel_fn>(library_, "glu_setMessageLevel")(1);
+    if (!call()) throw DataError(said);
+}
+
+bool IcuExtension::has(const Catalogue::Codeset &codeset) const {
+    const std::string name = icu_name(codeset);
+    return !name.empty() && symbol<int(const char *)>(library_, "qbgl_icu_codeset")(name.c_str()) != 0;
+}
+
+size_t IcuExtension::served(const std::filesystem::path &map, const std::vector<std::string> &names) const {
+    void *loaded = nullptr;
+    have_done(map, [&] {
+        loaded = symbol<glu_loadMapData_fn>(library_, "glu_loadMapData")(map.c_str(), nullptr);
+        return loaded != nullptr;
+    });
+    auto *const serves = symbol<glu_useIcuLocCall_fn>(library_, "glu_useIcuLocCall");
+    const auto count = std::count_if(names.begin(), names.end(), [&](const std::string &name) {
+        return serves(name.c_str(), GL_CAT_CTYPE) != 0 || serves(name.c_str(), GL_CAT_COLLATE) != 0;
+    });
+    symbol<glu_unloadMapData_fn>(library_, "glu_unloadMapData")(loaded);
+    return static_cast<size_t>(count);
 }
 
 std::string icu_name(const Catalogue::Codeset &codeset) {

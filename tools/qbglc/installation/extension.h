@@ -21,10 +21,17 @@ class IcuExtension {
     // What its file icudata is to hold. Throws DataError for a data file beside it that the library would not load, or where
     // icudata is somebody's own.
     std::string data(const std::filesystem::path &icudata) const;
+    // Whether it can serve locales in a codeset.
+    bool has(const Catalogue::Codeset &codeset) const;
+    // How many of the locales, by their names, are served under a map. Throws DataError for a map that the library would not load.
+    size_t served(const std::filesystem::path &map, const std::vector<std::string> &names) const;
     // ICU's names of its locales.
     const std::vector<std::string> &locales() const { return locales_; }
 
   private:
+    // Throws DataError with what the library says during a call that fails.
+    template <class Call> void have_done(const std::filesystem::path &file, Call call) const;
+
     void *library_;
     std::vector<std::string> locales_;
 };

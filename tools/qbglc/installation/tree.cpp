@@ -22,6 +22,7 @@
 #include <array>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <sstream>
 
@@ -131,9 +132,12 @@ class TreeBuilder {
         for (const auto &[path, content] : files_)
             if (!has_content(path, content) && may_replace(path, content)) replace_file(path, content);
         report_.warnings = locales_.take_warnings();
-        if (!options_.icu.empty() && !is_taken(registry_of_extensions()))
+        if (extension_ && !is_taken(registry_of_extensions()))
             report_.warnings.push_back(fmt::format("{}: {} is not the library that is taken, the last of at most four",
                                                    (root_ / "etc/dllregistry").string(), EXTENSION_FILE));
+        if (extension_ && report_.served == 0)
+            report_.warnings.push_back(
+                fmt::format("{}: serves no locale with the modifier {}", (root_ / "etc/locmap").string(), EXTENSION_MODIFIER));
         std::sort(report_.warnings.begin(), report_.warnings.end());
         throw_if_any();
         return std::move(report_);
@@ -168,10 +172,11 @@ class TreeBuilder {
     fs::path registry() const { return root_ / CHARMAPS / "registry"; }
 
     void plan_all() {
+        if (!options_.icu.empty()) extension_.emplace(options_.icu);
         plan_conversions();
         plan_locales();
         plan_charmaps();
-        if (!options_.icu.empty())
+        if (extension_)
             plan_extension();
         else if (has_extension(registry_of_extensions()))
             plan_map();
@@ -256,7 +261,7 @@ class TreeBuilder {
         });
         for (const LocaleTask &locale : wanted) {
             const fs::path path = root_ / LOCALES / locale.file;
-            if (!options_.icu.empty()) plan_served(locale);
+            if (extension_) plan_served(locale);
             wanted_.insert(path); // also with a definition that is wrong: the object that is there stays
             const std::string definition = files[locale.definition];
             if (definition.empty()) continue;
@@ -276,14 +281,13 @@ class TreeBuilder {
     void plan_served(const LocaleTask &locale) {
         const std::string name = locale.file.stem().string();
         const Catalogue::Codeset &codeset = library_.catalogue().codesets()[locale.codeset];
-        if (icu_name(codeset).empty() || name != fmt::format("{:04x}", codeset.number)) return; // has a modifier, or is the default
+        if (name != fmt::format("{:04x}", codeset.number) || !extension_->has(codeset)) return; // with a modifier, or the default
         const fs::path served = root_ / LOCALES / locale.file.parent_path() / (name + EXTENSION_MODIFIER + ".lco");
         served_.emplace(served, locale.file.filename().string());
     }
 
     // ICU's other locales have the object of a locale without rules. A name that no specification can have is its file's.
     void plan_extension() {
-        const IcuExtension extension(options_.icu);
         const auto codeset = library_.catalogue().find("utf8");
         if (!codeset) throw DataError("no codeset utf8 in the recipes: the extension library needs it");
         const uint16_t number = library_.catalogue().codesets()[*codeset].number;
@@ -294,7 +298,7 @@ class TreeBuilder {
         plan({object, header, {*codeset}, [this, definition, codeset, header] {
                   return locales_.object(definition, locales_.target(*codeset), "utf8", "gregorian", header);
               }});
-        for (const std::string &icu : extension.locales()) {
+        for (const std::string &icu : extension_->locales()) {
             std::string place = icu;
             std::transform(place.begin(), place.end(), place.begin(), [](unsigned char c) { return std::tolower(c); });
             const bool plain = place.size() == 5 && place.find('_') == 2;
@@ -307,7 +311,7 @@ class TreeBuilder {
         const fs::path etc = root_ / "etc";
         files_.emplace(root_ / "dll" / EXTENSION_FILE, read_file(options_.icu));
         const fs::path data = root_ / EXTENSION_DATA, registry = etc / "dllregistry";
-        files_.emplace(data, extension.data(data));
+        files_.emplace(data, extension_->data(data));
         files_.emplace(registry, extension_registry(registry_of_extensions(), registry.string()));
         plan_map();
     }
@@ -325,7 +329,16 @@ class TreeBuilder {
     }
     void plan_map() {
         const fs::path map = root_ / "etc/locmap";
-        if (!fs::exists(map) || read_file(map).starts_with(MAP_HEADING)) files_.emplace(map, extension_map(library_.catalogue()));
+        if (!fs::exists(map) || read_file(map).starts_with(MAP_HEADING))
+            files_.emplace(map, extension_map(library_.catalogue()));
+        else if (extension_)
+            count_served(map);
+    }
+    // By somebody's own map.
+    void count_served(const fs::path &map) {
+        std::vector<std::string> names;
+        for (const auto &[path, object] : served_) names.push_back(path.lexically_relative(root_ / LOCALES).string());
+        report_.served = extension_->served(map, names);
     }
 
     static std::string whose(const LocaleTask &locale) { return fmt::format("{}, {}", locale.file.string(), locale.place); }
@@ -417,6 +430,7 @@ class TreeBuilder {
     std::map<size_t, size_t> sizes_; // of codesets, in characters
     std::set<fs::path> wanted_;
     std::map<std::string, std::string> links_;
+    std::optional<IcuExtension> extension_;  // that is put in
     std::map<fs::path, std::string> served_; // links of locales that the extension library serves
     std::map<fs::path, std::string> files_;  // of the extension library, and what they hold
     ErrorList errors_;
