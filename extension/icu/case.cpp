@@ -114,10 +114,25 @@ struct Units {
     int32_t length;
 };
 
+// The same of a text whose characters are a byte and a unit each, and become one each.
+int encode_one_by_one(Characters &characters, char *dst, const UChar *mapped, const char *src, Units source) {
+    for (int32_t i = 0; i < source.length; ++i) {
+        if (mapped[i] == source.data[i]) {
+            dst[i] = src[i];
+            continue;
+        }
+        const int made = characters.encode(dst + i, mapped[i]);
+        if (made != 1) return made == NO_MEMORY ? NO_MEMORY : -1;
+    }
+    return source.length;
+}
+
 // The mapped text in the codeset; -1 when it lacks a character, or NO_MEMORY. A codeset may have a character twice: those that are
 // the same in both texts keep the bytes of src.
 template <Case TO>
 int encode_mapped(const Locale &locale, Characters &characters, char *dst, Units mapped, const char *src, int bytes, Units source) {
+    if (source.length == bytes && mapped.length == bytes && locale.codeset().kind() == Codeset::Kind::SINGLE_BYTE)
+        return encode_one_by_one(characters, dst, mapped.data, src, source);
     int written = 0;
     int32_t from = 0, to = 0;
     for (int at = 0; at < bytes && from < source.length && to < mapped.length;) {
