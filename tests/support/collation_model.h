@@ -119,18 +119,18 @@ struct CollatedText {
     int length() const { return static_cast<int>(chars.size()); }
 };
 
-// Rules for a few characters of every length, with as many ties, ignored and unknown characters, expansions and elements as chance
-// will have it.
+// Rules for a few characters of every length, or for a whole codeset, with as many ties, ignored and unknown characters, expansions
+// and elements as chance will have it.
 struct RandomRules {
     std::vector<std::string> characters;
     Collation collation{{}, {}};
 
-    RandomRules(const Codeset &codeset, auto &&random) {
+    RandomRules(const Codeset &codeset, auto &&random, bool whole = false) {
         const auto below = [&random](size_t limit) { return random() % limit; };
         const size_t alphabet = 3 + below(8), pass_count = 1 + below(8), expansion_count = below(2) * below(5);
         const bool elements = below(2) != 0, specials = below(3) == 0, two_digits = below(2) != 0;
-        for (size_t i = 0; i < alphabet; ++i)
-            characters.push_back(codeset.characters[2 + below(codeset.characters.size() - 2)].bytes);
+        for (size_t i = 0; i < (whole ? codeset.characters.size() : alphabet); ++i)
+            characters.push_back(codeset.characters[whole ? i : 2 + below(codeset.characters.size() - 2)].bytes);
         std::sort(characters.begin(), characters.end());
         characters.erase(std::unique(characters.begin(), characters.end()), characters.end());
         const auto some = [&](size_t least, size_t limit) {
