@@ -3,6 +3,7 @@
 #define U_SHOW_CPLUSPLUS_API 1 // for one virtual function, which has the status that ucol_strcoll lacks
 
 #include "icu/hash.h"
+#include "icu/marks.h"
 #include "icu/memory.h"
 #include "icu/text.h"
 #include "icu/utf8.h"
@@ -17,6 +18,8 @@ using namespace qbgl::icu;
 
 namespace {
 
+constexpr int ALL_PASSES = -1;
+
 int16_t error_of(UErrorCode status) { return status == U_MEMORY_ALLOCATION_ERROR ? GL_ENOMEM : GL_EILSEQ; }
 
 // Tells whether memory was out while ICU was at work, which its status alone may not.
@@ -28,10 +31,28 @@ class Watch {
     const unsigned before_ = refusals.load(std::memory_order_relaxed);
 };
 
-// The key with its zero byte, as far as it fits. Its size, or 0 when memory is out.
-int32_t write_key(const UCollator *collator, const UChar *units, int32_t length, uint8_t *out, int32_t capacity) {
+// The length of a text in a normalization form, or -1 when memory is out.
+int32_t normalize(const UNormalizer2 *form, const UChar *units, int32_t length, Utf16 &out) {
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t size = unorm2_normalize(form, units, length, out.data(), static_cast<int32_t>(out.capacity()), &status);
+    if (status == U_BUFFER_OVERFLOW_ERROR && out.reserve(static_cast<size_t>(size))) {
+        status = U_ZERO_ERROR;
+        size = unorm2_normalize(form, units, length, out.data(), size, &status);
+    }
+    return U_SUCCESS(status) ? size : -1;
+}
+
+// The key with its zero byte, as far as it fits. Its size, or 0 when memory is out. A collator that normalizes gets texts with
+// doubtful marks normalized.
+int32_t write_key(const Locale &locale, int passes, const UChar *units, int32_t length, uint8_t *out, int32_t capacity) {
     const Watch watch;
-    const int32_t size = ucol_getSortKey(collator, units, length, out, capacity);
+    Utf16 normalized;
+    if (locale.form() != nullptr && has_doubtful_marks(units, length)) {
+        length = normalize(locale.form(), units, length, normalized);
+        units = normalized.data();
+        if (length < 0) return 0;
+    }
+    const int32_t size = ucol_getSortKey(locale.collator(passes), units, length, out, capacity);
     return watch.memory_was_out() ? 0 : size;
 }
 
@@ -39,11 +60,11 @@ int32_t write_key(const UCollator *collator, const UChar *units, int32_t length,
 class SortKey {
   public:
     // False when memory is out.
-    bool make(const UCollator *collator, const UChar *units, int32_t length) {
-        size_ = write(collator, units, length);
+    bool make(const Locale &locale, int passes, const UChar *units, int32_t length) {
+        size_ = write(locale, passes, units, length);
         if (size_ <= static_cast<int32_t>(bytes_.capacity())) return size_ > 0;
         if (!bytes_.reserve(static_cast<size_t>(size_))) return false;
-        size_ = write(collator, units, length);
+        size_ = write(locale, passes, units, length);
         return size_ > 0;
     }
 
@@ -51,8 +72,8 @@ class SortKey {
     int32_t size() const { return size_; }
 
   private:
-    int32_t write(const UCollator *collator, const UChar *units, int32_t length) {
-        return write_key(collator, units, length, bytes_.data(), static_cast<int32_t>(bytes_.capacity()));
+    int32_t write(const Locale &locale, int passes, const UChar *units, int32_t length) {
+        return write_key(locale, passes, units, length, bytes_.data(), static_cast<int32_t>(bytes_.capacity()));
     }
 
     Scratch<uint8_t, 512> bytes_;
@@ -110,20 +131,20 @@ int check_pair(const void *locale, const void *s1, int len1, const void *s2, int
     return (len1 == TERMINATED) != (len2 == TERMINATED) ? GL_EMIXEDLEN : 0;
 }
 
-int compare_keys(const UCollator *collator, const UChar *s1, int32_t len1, const UChar *s2, int32_t len2, int16_t *error) {
+int compare_keys(const Locale &locale, int passes, const UChar *s1, int32_t len1, const UChar *s2, int32_t len2, int16_t *error) {
     SortKey first, second;
-    if (!first.make(collator, s1, len1) || !second.make(collator, s2, len2)) return fail(error, GL_ENOMEM, 0);
+    if (!first.make(locale, passes, s1, len1) || !second.make(locale, passes, s2, len2)) return fail(error, GL_ENOMEM, 0);
     const int order = strcmp(reinterpret_cast<const char *>(first.bytes()), reinterpret_cast<const char *>(second.bytes()));
     return (order > 0) - (order < 0);
 }
 
-int compare_units(const Locale &locale, const UCollator *collator, const UChar *s1, int32_t len1, const UChar *s2, int32_t len2,
-                  int16_t *error) {
-    if (locale.compares_by_keys()) return compare_keys(collator, s1, len1, s2, len2, error);
+int compare_units(const Locale &locale, int passes, const UChar *s1, int32_t len1, const UChar *s2, int32_t len2, int16_t *error) {
+    if (locale.compares_by_keys() || has_doubtful_marks(s1, len1) || has_doubtful_marks(s2, len2))
+        return compare_keys(locale, passes, s1, len1, s2, len2, error);
     const Watch watch;
     UErrorCode status = U_ZERO_ERROR;
     // ucol_strcoll calls it, too, but keeps the status to itself: any order comes of it when memory is out.
-    const int order = ::icu::Collator::fromUCollator(collator)->compare(s1, len1, s2, len2, status);
+    const int order = ::icu::Collator::fromUCollator(locale.collator(passes))->compare(s1, len1, s2, len2, status);
     return U_SUCCESS(status) && !watch.memory_was_out() ? order : fail(error, GL_ENOMEM, 0);
 }
 
@@ -135,7 +156,7 @@ template <class Unit> int compare(void *handle, const Unit *s1, int len1, const 
     if (first.length() < 0) return fail(error, number, 0);
     const Text second(locale, s2, len2, number);
     if (second.length() < 0) return fail(error, number, 0);
-    return compare_units(locale, locale.collator(), first.units(), first.length(), second.units(), second.length(), error);
+    return compare_units(locale, ALL_PASSES, first.units(), first.length(), second.units(), second.length(), error);
 }
 
 bool holds_utf8(const Locale &locale) { return locale.codeset().kind() == Codeset::Kind::UTF8; }
@@ -144,6 +165,11 @@ bool holds_utf8(const Locale &locale) { return locale.codeset().kind() == Codese
 int decide(const Locale &locale, const char *s1, int len1, const char *s2, int len2) {
     const Primaries *const primaries = locale.primaries();
     return primaries != nullptr ? primaries->compare(s1, len1, s2, len2) : Primaries::UNDECIDED;
+}
+
+// Whether ICU orders texts in UTF-8 as their keys do.
+bool has_whole_order(const Locale &locale, const char *s1, int len1, const char *s2, int len2) {
+    return !locale.compares_by_keys() && !has_doubtful_marks(s1, len1) && !has_doubtful_marks(s2, len2);
 }
 
 // Without a copy in UTF-16.
@@ -156,8 +182,8 @@ int compare_utf8(const UCollator *collator, const char *s1, int len1, const char
 }
 
 // ICU counts the zero byte behind the key.
-int key_of(const UCollator *collator, const UChar *units, int32_t length, char *out, int capacity, int16_t *error) {
-    const int32_t size = write_key(collator, units, length, reinterpret_cast<uint8_t *>(out), capacity > 0 ? capacity : 0);
+int key_of(const Locale &locale, int passes, const UChar *units, int32_t length, char *out, int capacity, int16_t *error) {
+    const int32_t size = write_key(locale, passes, units, length, reinterpret_cast<uint8_t *>(out), capacity > 0 ? capacity : 0);
     return size > 0 ? size - 1 : fail(error, GL_ENOMEM, -1);
 }
 
@@ -167,7 +193,7 @@ template <class Unit> int make_key(void *handle, char *out, const Unit *s, int c
     int16_t number = 0;
     const Text text(locale, s, TERMINATED, number);
     if (text.length() < 0) return fail(error, number, -1);
-    return key_of(locale.collator(), text.units(), text.length(), out, capacity, error);
+    return key_of(locale, ALL_PASSES, text.units(), text.length(), out, capacity, error);
 }
 
 // The bound made from a key of `size` bytes with its zero byte.
@@ -190,10 +216,10 @@ bool is_bound(int bound, int passes) { return bound >= GLU_BOUND_LOWER && bound 
 class OrderHash : public Hash {
   public:
     // False when memory is out. ICU makes another copy of the rules where it is refused some, and does not tell.
-    bool add_order(const UCollator *collator) {
+    bool add_order(const Locale &locale) {
         const Provision provision;
         const Watch watch;
-        return provision && add_rules(collator) && add_keys(collator) && !watch.memory_was_out();
+        return provision && add_rules(locale.collator()) && add_keys(locale) && !watch.memory_was_out();
     }
 
   private:
@@ -211,14 +237,14 @@ class OrderHash : public Hash {
     }
     // The order that the rules start from is not among them: the keys of characters of all scripts tell it. False when
     // memory is out.
-    bool add_keys(const UCollator *collator) {
+    bool add_keys(const Locale &locale) {
         constexpr int WHOLE = 0x180, SCRIPTS = 0x3400, STEP = 0x10, WIDE_STEP = 0x400;
         UChar units[WHOLE + SCRIPTS / STEP + 0x10000 / WIDE_STEP];
         int32_t count = 0;
         for (int value = 0; value < 0x10000; value += value < WHOLE ? 1 : value < SCRIPTS ? STEP : WIDE_STEP)
             if (!U_IS_SURROGATE(value)) units[count++] = static_cast<UChar>(value);
         SortKey key;
-        if (!key.make(collator, units, count)) return false;
+        if (!key.make(locale, ALL_PASSES, units, count)) return false;
         add(key.bytes(), static_cast<size_t>(key.size()));
         return true;
     }
@@ -261,8 +287,8 @@ int glu_mbscoll(void *locale, const char *s1, int len1, const char *s2, int len2
     const int order = decide(own, s1, len1, s2, len2);
     if (order != Primaries::UNDECIDED) [[likely]]
         return order;
-    return own.compares_by_keys() ? compare(locale, s1, len1, s2, len2, error)
-                                  : compare_utf8(own.collator(), s1, len1, s2, len2, error);
+    return has_whole_order(own, s1, len1, s2, len2) ? compare_utf8(own.collator(), s1, len1, s2, len2, error)
+                                                    : compare(locale, s1, len1, s2, len2, error);
 }
 int glu_ucs32coll(void *locale, const gl_wchar *s1, int len1, const gl_wchar *s2, int len2, int16_t *error) {
     return compare(locale, s1, len1, s2, len2, error);
@@ -290,7 +316,7 @@ int glu_mbsCollBound(void *locale, char *out, const char *s, int len, int bound,
     const Text text(own, s, len, number);
     if (text.length() < 0) return fail(error, number, -1);
     SortKey key;
-    if (!key.make(own.collator(), text.units(), text.length())) return fail(error, GL_ENOMEM, -1);
+    if (!key.make(own, ALL_PASSES, text.units(), text.length())) return fail(error, GL_ENOMEM, -1);
     return make_bound(out, key.bytes(), key.size(), bound, passes, capacity, error);
 }
 
@@ -315,7 +341,7 @@ int glu_order_version(void *locale, char *out, int room) {
     ucol_getVersion(collator, version);
     words.add_version("collator", version);
     OrderHash hash;
-    if (!hash.add_order(collator) || !own.codeset().hash_mapping(hash)) return -1;
+    if (!hash.add_order(own) || !own.codeset().hash_mapping(hash)) return -1;
     words.add("contents %016" PRIx64 " ", hash.value());
     UErrorCode status = U_ZERO_ERROR;
     const char *const rules = ucol_getLocaleByType(collator, ULOC_ACTUAL_LOCALE, &status);
@@ -338,7 +364,7 @@ int glu_order_compare(void *locale, const char *s1, int len1, const char *s2, in
         const int order = decide(own, s1, len1, s2, len2); // in the first pass, which all orders have
         if (order != Primaries::UNDECIDED) [[likely]]
             return order;
-        if (!own.compares_by_keys()) return compare_utf8(own.collator(passes), s1, len1, s2, len2, error);
+        if (has_whole_order(own, s1, len1, s2, len2)) return compare_utf8(own.collator(passes), s1, len1, s2, len2, error);
     }
     Characters characters(own.codeset());
     Utf16 first, second;
@@ -347,7 +373,7 @@ int glu_order_compare(void *locale, const char *s1, int len1, const char *s2, in
     if (units1 < 0) return fail(error, number, 0);
     const int units2 = characters.to_utf16_leniently(s2, len2, second, number);
     if (units2 < 0) return fail(error, number, 0);
-    return compare_units(own, own.collator(passes), first.data(), units1, second.data(), units2, error);
+    return compare_units(own, passes, first.data(), units1, second.data(), units2, error);
 }
 
 int glu_order_key(void *locale, const char *s, int len, int passes, unsigned char *key, int room, int16_t *error) {
@@ -358,5 +384,5 @@ int glu_order_key(void *locale, const char *s, int len, int passes, unsigned cha
     int16_t number = 0;
     const int units = characters.to_utf16_leniently(s, bytes_of(s, len), text, number);
     if (units < 0) return fail(error, number, -1);
-    return key_of(own.collator(passes), text.data(), units, reinterpret_cast<char *>(key), room, error);
+    return key_of(own, passes, text.data(), units, reinterpret_cast<char *>(key), room, error);
 }

@@ -2,6 +2,7 @@
 
 #include "icu/entry.h"
 #include "icu/map.h"
+#include "icu/marks.h"
 #include "icu/memory.h"
 #include "icu/name.h"
 
@@ -27,7 +28,7 @@ Owned<Locale> Locale::open(const LocaleId &id, int16_t &error) {
     error = GL_ENOMEM;
     const Provision provision;
     Owned<Locale> locale = make<Locale>();
-    if (!provision || !locale) return {};
+    if (!provision || !locale || !list_doubtful_marks()) return {};
     locale->codeset_ = make<Codeset>();
     if (!locale->codeset_ || !locale->codeset_->open(*id.codeset, error)) return {};
     strcpy(locale->name_, id.icu);
@@ -53,7 +54,11 @@ bool Locale::open_collators(int16_t &error) {
         return false;
     }
     compares_by_keys_ = ucol_getAttribute(whole, UCOL_FRENCH_COLLATION, &status) == UCOL_ON ||
-                        ucol_getAttribute(whole, UCOL_ALTERNATE_HANDLING, &status) == UCOL_SHIFTED;
+                        ucol_getAttribute(whole, UCOL_ALTERNATE_HANDLING, &status) == UCOL_SHIFTED ||
+                        ucol_getAttribute(whole, UCOL_NUMERIC_COLLATION, &status) == UCOL_ON ||
+                        uloc_getKeywordValue(name_, "colnormalization", nullptr, 0, &status) > 0;
+    status = U_ZERO_ERROR; // which had no room for the keyword's value
+    if (ucol_getAttribute(whole, UCOL_NORMALIZATION_MODE, &status) == UCOL_ON) form_ = unorm2_getNFDInstance(&status);
     const UCollationStrength strength = ucol_getStrength(whole);
     passes_ = strength == UCOL_IDENTICAL ? MOST_PASSES : static_cast<int>(strength) + 1;
     collators_[passes_ - 1] = whole;

@@ -6,6 +6,7 @@
 
 #include <unicode/ucasemap.h>
 #include <unicode/ucol.h>
+#include <unicode/unorm2.h>
 
 namespace qbgl::icu {
 
@@ -27,9 +28,12 @@ class Locale {
     const UCollator *collator() const { return collators_[passes_ - 1]; }
     // The collator that looks at so many passes; -1 and more than there are: all.
     const UCollator *collator(int passes) const { return collators_[(passes < 1 || passes > passes_ ? passes_ : passes) - 1]; }
-    // Whether ICU's comparison may differ from the keys: it passes over what two texts begin with, and a mark may stand behind it
-    // that counts by its place from the end, or not behind a character that is passed over.
+    // Whether ICU's comparison may differ from the keys in any texts: it passes over what two texts begin with, and a mark may
+    // stand behind it that counts by its place from the end, or not behind a character that is passed over, or a digit of a number
+    // of which it sees only those of ASCII. And with a normalization that is not the language's own it loses marks.
     bool compares_by_keys() const { return compares_by_keys_; }
+    // The form that texts are normalized to, or null where the collators normalize none.
+    const UNormalizer2 *form() const { return form_; }
     // What decides comparisons without ICU. Null until the locales of its order have compared so much that it is worth its making,
     // for some comparisons more, and where memory was out for it.
     const Primaries *primaries() const {
@@ -52,6 +56,7 @@ class Locale {
     UCollator *collators_[MOST_PASSES] = {}; // by the number of their passes
     int passes_ = 0;
     bool compares_by_keys_ = false;
+    const UNormalizer2 *form_ = nullptr;
     mutable std::atomic<const Primaries *> primaries_ = nullptr; // its order's
     mutable std::atomic<Order *> order_ = nullptr;
     mutable std::atomic<uint32_t> comparisons_ = 0;
