@@ -1321,8 +1321,8 @@ QBGL_API void gl_useglu(int value);
  * extension's own status. The _dll form only loads the libraries and their entry points. ctx may be null. */
 QBGL_API int gl_init_glu(void *ctx);
 QBGL_API int gl_init_glu_dll(void *ctx);
-/* Releases what gl_init_glu acquired, once it succeeded: without a locale map nothing happens, and libraries that an attempt opened
- * and then failed stay open for the next one. Returns 0, or -1 when a library could not be closed. */
+/* Releases what gl_init_glu acquired, once it succeeded: without a locale map nothing happens, and libraries of a failed attempt
+ * stay open for the next. What it served fails from then on (GL_ENODATA). Returns 0, or -1 when a library could not be closed. */
 QBGL_API int gl_unload_glu(void);
 
 /* A library opened with the platform's loader. The record is the host's: all zero before the first call, and its texts are the

@@ -16,7 +16,7 @@ unsigned ask_about_text(gl_locale *locale, const char *s, int len, unsigned mask
 // Apart from the fast way, so that this one stays a leaf without a stack frame.
 [[gnu::cold, gnu::noinline]] unsigned look_up_class(gl_locale *locale, gl_wchar wc, unsigned mask) {
     if (served_by_extension(locale, GL_CAT_CTYPE))
-        return fn_glu_isuc32type != nullptr && is_of_this_load(locale, GL_CAT_CTYPE) ? fn_glu_isuc32type(wc, mask) : 0;
+        return can_ask(locale, GL_CAT_CTYPE, fn_glu_isuc32type) ? fn_glu_isuc32type(wc, mask) : 0;
     return masked(_gl_retrieve_wchar_multi_nl(locale, wc, locale->ctype.codeset_table), mask);
 }
 

@@ -9,8 +9,8 @@ using namespace qbgl;
 
 int gl_case_conv_outbuflen(gl_locale *locale, int n) {
     if (served_by_extension(locale, GL_CAT_CTYPE)) {
-        const bool loaded = fn_glu_case_conv_outbuflen != nullptr && is_of_this_load(locale, GL_CAT_CTYPE);
-        return loaded ? fn_glu_case_conv_outbuflen(locale->glu_handle[GL_CAT_CTYPE], n) : -1;
+        const auto ask = fn_glu_case_conv_outbuflen;
+        return can_ask(locale, GL_CAT_CTYPE, ask) ? ask(locale->glu_handle[GL_CAT_CTYPE], n) : -1;
     }
     const double growth = std::clamp(locale->case_growth, double(INT32_MIN), double(INT32_MAX));
     const auto whole = static_cast<int64_t>(growth);

@@ -70,7 +70,8 @@ template <Case TO> int multibyte_text(gl_locale *locale, gl_wchar *dst, const gl
 
 // Whether the case tables know a value; the extension says itself what it makes of one.
 bool is_character(gl_locale *locale, gl_wchar wc) {
-    if (wc == 0 || served_by_extension(locale, GL_CAT_CTYPE)) return true;
+    if (served_by_extension(locale, GL_CAT_CTYPE)) return can_ask(locale, GL_CAT_CTYPE, fn_glu_uc32toupper);
+    if (wc == 0) return true;
     const CodesetMaps *maps = maps_of(locale);
     if (maps != nullptr && wc >> 8 < maps->case_pages && is_valid(maps->valid, place_of(maps->page_blocks, wc))) return true;
     return _gl_retrieve_wchar_multi_nl(locale, wc, locale->ctype.case_table) != nullptr;

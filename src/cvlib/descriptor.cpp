@@ -166,8 +166,9 @@ int gl_cv_unload(gl_cv *cd) {
 }
 
 double gl_iconv_expansion(gl_cv *cd) {
-    const bool served = cd->glu_flag == 1 && fn_glu_iconv_expansion != nullptr && cd->glu_load == extension_load;
-    return served ? fn_glu_iconv_expansion(cd->glu_handle) : static_cast<double>(cd->expansion);
+    if (cd->glu_flag != 1) return static_cast<double>(cd->expansion);
+    const bool loaded = fn_glu_iconv_expansion != nullptr && cd->glu_load == extension_load;
+    return loaded ? fn_glu_iconv_expansion(cd->glu_handle) : fail(cd, GL_ENODATA, 0.0);
 }
 
 int gl_cv_outbuflen(gl_cv *cd, int input_length) {

@@ -367,7 +367,7 @@ int gl_cv_mconv(gl_cv *cd, gl_cv_state *state, const char **in, int *inleft, cha
     if (cd == nullptr || is_canned(cd)) return -1;
     if (cd->glu_flag == 1) {
         // The extension may have been unloaded under the descriptor, and loaded again.
-        if (fn_glu_cv_conv == nullptr || cd->glu_load != extension_load) return -1;
+        if (fn_glu_cv_conv == nullptr || cd->glu_load != extension_load) return fail(cd, GL_ENODATA, -1);
         int status = 0;
         const int result =
             fn_glu_cv_conv(cd->glu_handle, state != nullptr ? state->reset : 1, in, inleft, out, outleft, subst, &status);

@@ -6,8 +6,8 @@ using namespace qbgl;
 
 namespace {
 
-int ask_for_length(const gl_locale *locale, int (*entry_point)(void *)) {
-    return entry_point != nullptr && is_of_this_load(locale, GL_CAT_CTYPE) ? entry_point(locale->glu_handle[GL_CAT_CTYPE]) : -1;
+int ask_for_length(gl_locale *locale, int (*entry_point)(void *)) {
+    return can_ask(locale, GL_CAT_CTYPE, entry_point) ? entry_point(locale->glu_handle[GL_CAT_CTYPE]) : -1;
 }
 
 } // namespace
