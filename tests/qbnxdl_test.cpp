@@ -11,6 +11,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <latch>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -33,6 +34,7 @@ class Extension : public testing::Test {
     Extension() {
         for (const char *name : {"complete", "without_getmb", "newer"}) add_library(name, name);
         put("dll/text", "no library\n");
+        EXPECT_EQ(mkfifo((tree / "vrn/dll/fifo").c_str(), 0600), 0);
         put("etc/icu.dat", "0");
         put("etc/locmap", "-1");
         qbgl::vrn_debug_initialized = qbgl::vrn_logging = glu_capable = 1;
@@ -108,6 +110,7 @@ TEST_F(Extension, LoadingDependsOnWhatIsInstalled) {
         {"absent\n", 2, "2", failed}, // tolerated only when it is there
         {"\n", 2, "2", allowed},      // the directory itself
         {"text", 2, "1", failed},
+        {"fifo", 2, "1", failed},
         {"text", 1, "2", failed},
         {"complete\ntext\n", 2, "2", allowed},
         {"complete\nwithout_getmb\n", 1, "1", missing}, // the last one has the symbols

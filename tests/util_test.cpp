@@ -10,6 +10,7 @@
 #include <climits>
 #include <gtest/gtest.h>
 #include <optional>
+#include <sys/stat.h>
 #include <utility>
 #include <vector>
 
@@ -113,7 +114,8 @@ class PathSearch : public testing::Test {
 const gl_file_functions RECORDING = {_gl_ext_malloc, _gl_ext_free, open_nothing, nullptr};
 
 TEST_F(PathSearch, TriesThePlacesInOrder) {
-    const string longest = "/" + string(255, 'h'), below_longest = longest + "/vrn/lc";
+    const string longest = "/" + string(255, 'h'), below_longest = longest + "/vrn/lc", fifo = root + "/fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     const struct {
         std::optional<string> named; // by the host
         int result;
@@ -126,6 +128,7 @@ TEST_F(PathSearch, TriesThePlacesInOrder) {
         {{}, 0, nullptr, "/nil", "x.lco", "11", {"r /nil/vrn/lc11/x.lco", "r /nil/vrn/lc/x.lco"}, "/nil/vrn/lc"},
         {{}, 0, "", "", "0/x", nullptr, {"r " QBGL_DEFAULT_DIRECTORY "/vrn/lc/0/x"}, QBGL_DEFAULT_DIRECTORY "/vrn/lc"},
         {{}, 0, "/nil/a", "/nil", "/nil/x", "11", {"r /nil/x"}, "/"},
+        {{}, 0, nullptr, "/nil", fifo.c_str(), "11", {}, "/"}, // nobody would write into it
         {"/host", 0, nullptr, "", "x", "", {"r /host/vrn/lc/x"}, "/host/vrn/lc"},
         {"/host", 0, nullptr, "/variable", "x", "", {"r /variable/vrn/lc/x"}, "/variable/vrn/lc"},
         {longest, 0, nullptr, nullptr, "x", "", {"r " + below_longest + "/x"}, below_longest.c_str()},

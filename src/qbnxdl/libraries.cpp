@@ -60,8 +60,10 @@ Loading out_of_memory(void *ctx) {
 Loading load_library(void *ctx, qbnx_library &record, const char *path, bool tolerant) {
     gl_message("gl_init_glu_dll: Loading library:");
     gl_message(path);
-    if (qbnx_dlopen(&record, path, DEFAULT_OPEN_FLAGS) == 0) return Loading::DONE;
-    if (record.path == nullptr) return out_of_memory(ctx);
+    if (!is_special_file(path)) {
+        if (qbnx_dlopen(&record, path, DEFAULT_OPEN_FLAGS) == 0) return Loading::DONE;
+        if (record.path == nullptr) return out_of_memory(ctx);
+    }
 
     gl_message("LoadLibraries: Error Loading SharedObject file");
     gl_message(path);

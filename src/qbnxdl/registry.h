@@ -2,6 +2,7 @@
 #pragma once
 
 #include "util/owned.h"
+#include "util/search.h"
 
 namespace qbgl {
 
@@ -10,7 +11,7 @@ inline constexpr uint32_t MAX_LIBRARIES = 4;
 // A stream of libc's, which is what the list is read with whatever a host has put into the function table.
 class RegistryFile {
   public:
-    explicit RegistryFile(const char *path) : stream_(fopen(path, "r")) {}
+    explicit RegistryFile(const char *path) : stream_(open_to_read(path, fopen)) {}
     RegistryFile(const RegistryFile &) = delete;
     RegistryFile &operator=(const RegistryFile &) = delete;
     ~RegistryFile() { close(); }

@@ -3,6 +3,7 @@
 #include "setlc/dispatch.h"
 #include "setlc/object.h"
 #include "util/owned.h"
+#include "util/search.h"
 
 #include <string.h>
 
@@ -16,7 +17,7 @@ FILE *open_default(gl_locale *locale, const char *directory) {
     if (directory != nullptr) {
         char path[LONGEST_DIRECTORY + sizeof DEFAULT_OBJECT];
         strcpy(stpcpy(path, directory), DEFAULT_OBJECT);
-        if (FILE *file = _gl_ext_fopen(path, "r")) return file;
+        if (FILE *file = open_to_read(path, _gl_ext_fopen)) return file;
     }
     return gl_path_search(locale, DEFAULT_OBJECT, GL_LC_DIRECTORY, GL_LC_VERSION);
 }

@@ -3,10 +3,10 @@
 #include "spec/name_list.h"
 #include "spec/registry.h"
 #include "util/ascii.h"
+#include "util/search.h"
 
 #include <algorithm>
 #include <limits.h>
-#include <sys/stat.h>
 
 using namespace qbgl;
 
@@ -34,9 +34,7 @@ bool specification_of(const Gathering &in, const char *file, const char *codeset
 
 // The codeset that an object names; empty when it cannot be read.
 void read_codeset(const char *path, ObjectHeader &header) {
-    struct stat status;
-    const bool regular = stat(path, &status) == 0 && S_ISREG(status.st_mode); // opening a FIFO would wait for its writer
-    const Stream stream(regular ? _gl_ext_fopen(path, "r") : nullptr);
+    const Stream stream(open_to_read(path, _gl_ext_fopen));
     int32_t error = 0;
     if (!stream || read_file_header(stream.get(), header, &error) == 0) header.codeset[0] = '\0';
 }

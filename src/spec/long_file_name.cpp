@@ -1,6 +1,7 @@
 // From a long file name back to the long form, when its files exist.
 #include "spec/category.h"
 #include "util/owned.h"
+#include "util/search.h"
 
 using namespace qbgl;
 
@@ -23,7 +24,7 @@ bool file_exists(std::string_view name, const char *directory) {
     }
     out.put_lower(name);
     out.terminate();
-    const Stream stream(search ? gl_path_search(nullptr, path, GL_LC_DIRECTORY, GL_LC_VERSION) : _gl_ext_fopen(path, "r"));
+    const Stream stream(search ? gl_path_search(nullptr, path, GL_LC_DIRECTORY, GL_LC_VERSION) : open_to_read(path, _gl_ext_fopen));
     return static_cast<bool>(stream);
 }
 

@@ -4,6 +4,7 @@
 #include "ext/error.h"
 #include "spec/name_list.h"
 #include "util/ascii.h"
+#include "util/search.h"
 
 #include <algorithm>
 #include <string.h>
@@ -20,7 +21,7 @@ namespace {
 class RegistryFile {
   public:
     RegistryFile(void *ctx, const char *path)
-        : stream_(path != nullptr ? gl_reg_functions.open(path, "r")
+        : stream_(path != nullptr ? open_to_read(path, gl_reg_functions.open)
                                   : gl_path_search_no_ext(ctx, "registry", GL_CM_DIRECTORY, GL_CM_VERSION)) {}
     RegistryFile(const RegistryFile &) = delete;
     RegistryFile &operator=(const RegistryFile &) = delete;

@@ -6,11 +6,21 @@
 #include <algorithm>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 
 const gl_file_functions gl_ext_functions = {_gl_ext_malloc, _gl_ext_free, _gl_ext_fopen, _gl_ext_fclose};
 const gl_file_functions gl_reg_functions = {gl_ext_malloc, free, fopen, fclose}; // gl_ext_malloc is malloc with a size of 32 bits
 
 namespace qbgl {
+
+bool is_special_file(const char *path) {
+    struct stat status;
+    return stat(path, &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
+FILE *open_to_read(const char *path, FILE *(*open)(const char *path, const char *mode)) {
+    return is_special_file(path) ? nullptr : open(path, "r");
+}
 
 std::optional<FILE *> try_open(void *ctx, const char *path, const gl_file_functions &set) {
     const uint64_t size = uint64_t{strlen(path)} + 20; // room for either lead
@@ -19,7 +29,7 @@ std::optional<FILE *> try_open(void *ctx, const char *path, const gl_file_functi
         set_error(ctx, GL_ENOMEM);
         return std::nullopt;
     }
-    FILE *const stream = set.open(path, "r");
+    FILE *const stream = open_to_read(path, set.open);
     snprintf(message.text(), static_cast<size_t>(size), stream != nullptr ? "Opened: %s" : "Could not open: %s", path);
     gl_message(message.text());
     if (stream == nullptr) set_error(ctx, GL_ENOFILE);
