@@ -340,13 +340,19 @@ TEST(SqliteExtension, IcuServesThoseWhoAskForIt) {
         {"SELECT qbgl_convert('dům', 'utf8', 'sjis')",
          "error: sjis has only an approximation of the character at offset 1 (bytes C5 AF 6D)"},
         {"SELECT qbgl_fingerprint('cs_CZ'), qbgl_fingerprint('cs_CZ') = qbgl_fingerprint('cs_CZ@icu')", own + ",0"},
+        {"CREATE TABLE w(name PRIMARY KEY COLLATE \"qbgl_cs_CZ@icu\") WITHOUT ROWID; INSERT INTO w VALUES ('chata')", ""},
         {"SELECT qbgl_remember(); PRAGMA integrity_check", "5 ok"},
     };
     for (const auto &[sql, answer] : CASES) EXPECT_EQ(ask(db, sql), answer) << sql;
     EXPECT_TRUE(has_icu());
     const std::string sorted = "SELECT name FROM n ORDER BY name",
                       no_collation = "error: no such collation sequence: qbgl_cs_CZ@icu";
-    EXPECT_EQ(ask(open(file), sorted), no_collation) << "another connection has not asked for ICU";
+    {
+        const Database later = open(file);
+        for (const std::string &sql : {sorted, "INSERT INTO w VALUES ('co')"s})
+            EXPECT_EQ(ask(later, sql), no_collation) << "ICU is not asked for";
+        EXPECT_EQ(ask(later, "SELECT qbgl_icu(1); INSERT INTO w VALUES ('hora'); SELECT name FROM w"), "1 hora chata");
+    }
     make_foreign(db);
     const ScopedEnv wish("GL_USEGLU", "1");
     const Database other = open(file);

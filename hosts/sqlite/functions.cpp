@@ -137,7 +137,16 @@ void accept_order(const Call &call) {
     call.text(call.any_locale(0).fingerprint());
 }
 
+// Who was refused an index has put it aside until the schema is read again.
+void read_schema_again(sqlite3 *db) {
+    Statement writable(db, "PRAGMA writable_schema");
+    const bool stays_writable = writable.step() && writable.text(0) == "1";
+    Statement(db, "PRAGMA writable_schema = RESET").step();
+    if (stays_writable) Statement(db, "PRAGMA writable_schema = ON").step();
+}
+
 void allow_icu(const Call &call) {
+    if (!call.connection().last_error().empty()) read_schema_again(call.connection().db());
     call.connection().allow_icu(call.truth(0));
     call.result(call.connection().icu_allowed() ? 1 : 0);
 }
