@@ -9,6 +9,8 @@
 #include "ext/error.h"
 #include "qbnxdl/served.h"
 
+#include <string.h>
+
 using namespace qbgl;
 
 namespace {
@@ -166,6 +168,15 @@ int compare_multibyte(gl_locale *locale, const char *s1, int len1, const char *s
     return compare_converted(locale, s1, len1, s2, len2);
 }
 
+// The extension takes terminated text only. The wide characters are those of the same text.
+int key_by_extension(gl_locale *locale, char *out, const char *s, int len, WideSpan span, int capacity) {
+    if (std::find(span.text, span.text + span.length, gl_wchar{0}) != span.text + span.length) return fail(locale, GL_EINVAL, -1);
+    const Owned<char> text = Owned<char>::allocate(static_cast<uint32_t>(len) + MAX_KEY);
+    if (!text) return fail(locale, GL_ENOMEM, -1);
+    memset(static_cast<char *>(memcpy(text.get(), s, static_cast<size_t>(len))) + len, 0, MAX_KEY);
+    return gl_mbsxfrm(locale, out, text.get(), capacity);
+}
+
 } // namespace
 
 int _qbx_gl_im_mbfscoll(gl_locale *locale, const char *s1, int len1, const char *s2, int len2) {
@@ -187,7 +198,11 @@ int gl_mbfsxfrm(gl_locale *locale, char *out, const char *s, int len, int capaci
     }
     if (s != nullptr && walks_bytes(locale)) return key_of_single_byte(locale, out, s, len, capacity);
     WideText text;
-    return text.convert(locale, s, len) ? key_of_wide(locale, out, text.span(), capacity) : -1;
+    if (!text.convert(locale, s, len)) return -1;
+    const WideSpan span = text.span();
+    if (served_by_extension(locale, GL_CAT_COLLATE) && is_half_served(locale))
+        return key_by_extension(locale, out, s, len, span, capacity);
+    return key_of_wide(locale, out, span, capacity);
 }
 
 int gl_full_mbsxfrm(gl_locale *locale, char *out, const char *s, int capacity) {

@@ -10,7 +10,8 @@ namespace qbgl {
 // The shape of the text that a reader can be for; OTHER for none.
 inline TextShape readable_shape(const gl_locale *locale) {
     const CodesetMaps *maps = maps_of(locale);
-    return maps != nullptr && !served_by_extension(locale, GL_CAT_CTYPE) ? maps->shape : TextShape::OTHER;
+    return maps != nullptr && (!served_by_extension(locale, GL_CAT_CTYPE) || is_half_served(locale)) ? maps->shape
+                                                                                                     : TextShape::OTHER;
 }
 
 inline constexpr size_t TERMINATED = SIZE_MAX;

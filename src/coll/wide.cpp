@@ -7,7 +7,7 @@
 #include "coll/multibyte_text.h"
 #include "coll/thai.h"
 #include "ext/error.h"
-#include "multi/table.h"
+#include "multi/walk.h"
 #include "qbnxdl/entry_points.h"
 #include "qbnxdl/served.h"
 
@@ -25,14 +25,35 @@ int compare_as_thai(gl_locale *locale, WideSpan a, WideSpan b) {
     return _qbx_gl_thaismoncoll(locale, text_a.get(), text_a.length(), text_b.get(), text_b.length());
 }
 
-// Of what the codeset can express.
+// Of what the codeset can express, as what was converted from it can.
 int key_as_thai(gl_locale *locale, char *out, WideSpan span, int capacity) {
     MultibyteText text;
-    return text.convert(locale, span) ? thai_key(thai_layout(locale), out, span, capacity) : -1;
+    return is_half_served(locale) || text.convert(locale, span) ? thai_key(thai_layout(locale), out, span, capacity) : -1;
+}
+
+// The same of values of the codeset that LC_CTYPE does not take for such.
+int key_of_foreign_values(gl_locale *locale, char *out, WideSpan span, int capacity) {
+    const gl_multi &table = *locale->ctype.codeset_table;
+    int64_t length = 0;
+    const auto put = [&](const uint8_t *character, int bytes) {
+        if (length + bytes <= capacity) memcpy(out + length, character, static_cast<size_t>(bytes));
+        length += bytes;
+    };
+    uint8_t character[MAX_KEY] = {};
+    for (const gl_wchar *wc = span.text; wc != span.text + span.length; ++wc) {
+        const int bytes = encode(table, character, *wc);
+        if (bytes == 0) return fail(locale, GL_EILSEQ, -1);
+        put(character, bytes);
+    }
+    const auto whole = static_cast<int>(std::min<int64_t>(length, INT32_MAX));
+    const uint8_t nul[MAX_KEY] = {};
+    put(nul, table.min_length);
+    return whole;
 }
 
 // The key of an order by code values is the text itself. Returns its whole length, however much of it there was room for.
 int key_of_code_values(gl_locale *locale, char *out, WideSpan span, int capacity) {
+    if (is_half_served(locale)) return key_of_foreign_values(locale, out, span, capacity);
     int64_t length = 0;
     for (const gl_wchar *wc = span.text; wc != span.text + span.length; ++wc) {
         const int bytes = gl_wclen(locale, *wc);
@@ -63,6 +84,21 @@ int ask_for_key_of_counted(gl_locale *locale, char *out, WideSpan span, int capa
     return ask_for_key(locale, out, text.get(), capacity);
 }
 
+int compare_as_multibyte(gl_locale *locale, WideSpan a, WideSpan b) {
+    MultibyteText text_a, text_b;
+    if (!text_a.convert(locale, a) || !text_b.convert(locale, b)) return 0;
+    return gl_mbfscoll(locale, text_a.get(), text_a.length(), text_b.get(), text_b.length());
+}
+
+int key_as_multibyte(gl_locale *locale, char *out, WideSpan span, int capacity) {
+    MultibyteText text;
+    return text.convert(locale, span) ? gl_mbfsxfrm(locale, out, text.get(), text.length(), capacity) : -1;
+}
+
+bool ordered_by_extension(const gl_locale *locale) {
+    return served_by_extension(locale, GL_CAT_COLLATE) && !is_half_served(locale);
+}
+
 } // namespace
 
 int qbgl::compare_wide(gl_locale *locale, WideSpan a, WideSpan b) {
@@ -81,7 +117,7 @@ int qbgl::key_of_wide(gl_locale *locale, char *out, WideSpan span, int capacity)
 
 int _qbx_gl_full_wcscoll(gl_locale *locale, const gl_wchar *s1, int len1, const gl_wchar *s2, int len2) {
     if (locale == nullptr) return 0;
-    if (served_by_extension(locale, GL_CAT_COLLATE)) return ask_to_compare(locale, s1, len1, s2, len2);
+    if (ordered_by_extension(locale)) return ask_to_compare(locale, s1, len1, s2, len2);
     if (s1 == nullptr || s2 == nullptr) return fail(locale, GL_ENULLPTR, 0);
     if (!lengths_agree(len1, len2)) return fail(locale, GL_EMIXEDLEN, 0);
     if (len1 == -1) {
@@ -89,6 +125,7 @@ int _qbx_gl_full_wcscoll(gl_locale *locale, const gl_wchar *s1, int len1, const 
         len2 = gl_wcslen(s2);
     }
     if (len1 < 0 || len2 < 0) return fail(locale, GL_EILSEQ, 0);
+    if (is_half_served(locale)) return compare_as_multibyte(locale, {s1, len1}, {s2, len2});
     return compare_wide(locale, {s1, len1}, {s2, len2});
 }
 
@@ -98,14 +135,16 @@ int gl_full_wcscoll(gl_locale *locale, const gl_wchar *s1, const gl_wchar *s2) {
 
 int gl_wcsxfrm(gl_locale *locale, char *out, const gl_wchar *s, int capacity) {
     if (locale == nullptr) return -1;
-    if (served_by_extension(locale, GL_CAT_COLLATE)) return ask_for_key(locale, out, s, capacity);
+    if (ordered_by_extension(locale)) return ask_for_key(locale, out, s, capacity);
     if (s == nullptr) return fail(locale, GL_ENULLPTR, -1);
-    return key_of_wide(locale, out, {s, gl_wcslen(s)}, capacity);
+    const WideSpan span = {s, gl_wcslen(s)};
+    return is_half_served(locale) ? key_as_multibyte(locale, out, span, capacity) : key_of_wide(locale, out, span, capacity);
 }
 
 int gl_wcfsxfrm(gl_locale *locale, char *out, const gl_wchar *s, int len, int capacity) {
     if (len == -1 || locale == nullptr) return gl_wcsxfrm(locale, out, s, capacity);
     if (s == nullptr) return fail(locale, GL_ENULLPTR, -1);
     if (len < 0) return fail(locale, GL_EBADARG, -1);
-    return key_of_wide(locale, out, {s, len}, capacity);
+    const WideSpan span = {s, len};
+    return is_half_served(locale) ? key_as_multibyte(locale, out, span, capacity) : key_of_wide(locale, out, span, capacity);
 }

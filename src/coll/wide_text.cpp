@@ -11,6 +11,19 @@ int count_characters(gl_locale *locale, const char *s, int bytes) {
     return locale->single_byte != 0 || bytes < 0 ? bytes : _qbx_gl_im_mbfslen(locale, s, bytes);
 }
 
+// take(value) for each character of a text, which a NUL ends when `len` is -1. False for bytes that are no character.
+template <class Take> bool for_each_character(const MultiNode *root, const char *s, int len, Take take) {
+    const auto *at = reinterpret_cast<const uint8_t *>(s), *const end = len < 0 ? nullptr : at + len;
+    while (at != end) {
+        const Decoded character = decode(root, at, end != nullptr ? end - at : MAX_KEY);
+        if (character.length <= 0) return false;
+        if (end == nullptr && character.value == 0) break;
+        take(character.value);
+        at += character.length;
+    }
+    return true;
+}
+
 constexpr int TOO_LONG = -1, NO_TEXT = -2;
 
 // Converts a text of at most `room` characters and returns how many they are.
@@ -34,8 +47,20 @@ bool WideText::convert(gl_locale *locale, const char *s, int len) {
               : shape == TextShape::CONTINUATION ? convert_short<TextShape::CONTINUATION>(locale, stack_, ON_STACK, s, len)
                                                  : TOO_LONG;
     if (length_ == NO_TEXT) return fail(locale, GL_EILSEQ, false);
-    if (length_ == TOO_LONG) return convert_any(locale, s, len);
+    if (length_ == TOO_LONG) return is_half_served(locale) ? convert_by_table(locale, s, len) : convert_any(locale, s, len);
     stack_[length_] = 0;
+    return true;
+}
+
+bool WideText::convert_by_table(gl_locale *locale, const char *s, int len) {
+    const MultiNode *root = locale->ctype.codeset_table->root;
+    uint32_t count = 0;
+    if (!for_each_character(root, s, len, [&count](gl_wchar) { ++count; })) return fail(locale, GL_EILSEQ, false);
+    if (count > ON_STACK && !(heap_ = Owned<gl_wchar>::allocate(count + 1))) return fail(locale, GL_ENOMEM, false);
+    gl_wchar *out = heap_ ? heap_.get() : stack_;
+    for_each_character(root, s, len, [&out](gl_wchar wc) { *out++ = wc; });
+    *out = 0;
+    length_ = static_cast<int>(count);
     return true;
 }
 

@@ -22,6 +22,8 @@ class WideText {
 
     // Text of any length, in any codeset.
     bool convert_any(gl_locale *locale, const char *s, int len);
+    // To the values of the codeset, whoever serves LC_CTYPE.
+    bool convert_by_table(gl_locale *locale, const char *s, int len);
 
     gl_wchar stack_[ON_STACK + 1];
     Owned<gl_wchar> heap_;

@@ -22,7 +22,8 @@ enum class OrderShape : uint8_t {
 
 inline OrderShape order_shape(const gl_locale *locale) {
     if (locale == nullptr || locale->ctype.codeset_table == nullptr) return OrderShape::BYTES;
-    if (locale->single_byte != 0 || served_by_extension(locale, GL_CAT_CTYPE)) return OrderShape::BYTES;
+    if (locale->single_byte != 0 || (served_by_extension(locale, GL_CAT_CTYPE) && !is_half_served(locale)))
+        return OrderShape::BYTES;
     const CodesetMaps *maps = maps_of(locale);
     if (maps == nullptr) return OrderShape::OTHER;
     return maps->shape == TextShape::ONE_OR_TWO     ? OrderShape::ONE_OR_TWO

@@ -12,6 +12,13 @@ inline uint32_t extension_load = 0;
 
 inline bool served_by_extension(const gl_locale *locale, int category) { return locale->glu_flag[category] != 0; }
 
+// Whether of characters and their order the extension has one alone. The order then goes by the bytes of texts, and not by wide
+// characters, of which each side has values of its own: Unicode is the extension's, the library's are the codeset's.
+inline bool is_half_served(const gl_locale *locale) {
+    return served_by_extension(locale, GL_CAT_CTYPE) != served_by_extension(locale, GL_CAT_COLLATE) &&
+           locale->ctype.codeset_table != nullptr;
+}
+
 // Whether the handle of a served category is of the extension that is loaded, if one is.
 inline bool is_of_this_load(const gl_locale *locale, int category) { return locale->glu_load[category] == extension_load; }
 

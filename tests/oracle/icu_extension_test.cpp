@@ -245,6 +245,37 @@ TEST_F(Extension, ComparesAsItsKeysDo) {
     }
 }
 
+// A handle of which it serves the characters or their order alone has the order of that category's locale, of wide text, too.
+TEST_F(Extension, OrdersAlsoWhatItServesByHalf) {
+    const std::string texts[] = {
+        "", "a", "\x82\x81", "\x82\xA0", "\x83\x41", "\x88\x9F\x82\xA0", "\x8A\xBF", std::string(300, '\x8A') + "b"};
+    for (const int served : {GL_CAT_CTYPE, GL_CAT_COLLATE}) {
+        const Locale own = load("ja_JP.sjis"), other = load("ja_JP.sjis@icu"), owner = load("ja_JP.sjis@icu");
+        gl_locale *const half = owner.get(), *const whole = (served == GL_CAT_CTYPE ? own : other).get();
+        gl_destroystring(gl_setlocale_4(half, GL_CAT_CTYPE + GL_CAT_COLLATE - served, own->locale_name[served]));
+        ASSERT_EQ(half->glu_flag[GL_CAT_CTYPE] - half->glu_flag[GL_CAT_COLLATE], served == GL_CAT_CTYPE ? 1 : -1);
+        gl_wchar wide[2][160];
+        for (const std::string &a : texts)
+            for (const std::string &b : texts) {
+                SCOPED_TRACE(a + " " + b);
+                gl_mbstowcs(half, wide[0], a.c_str(), 160);
+                gl_mbstowcs(half, wide[1], b.c_str(), 160);
+                const int order = sign(gl_mbscoll(whole, a.c_str(), b.c_str()));
+                EXPECT_EQ(sign(gl_mbscoll(half, a.c_str(), b.c_str())), order);
+                EXPECT_EQ(sign(gl_full_wcscoll(half, wide[0], wide[1])), order);
+                EXPECT_EQ(gl_order_compare(half, a.c_str(), -1, b.c_str(), -1, 0),
+                          gl_order_compare(whole, a.c_str(), -1, b.c_str(), -1, 0));
+                std::string key(4096, 'x'), of_wide = key, counted = key;
+                gl_mbsxfrm(whole, key.data(), a.c_str(), 4096);
+                gl_wcsxfrm(half, of_wide.data(), wide[0], 4096);
+                gl_mbfsxfrm(half, counted.data(), a.c_str(), static_cast<int>(a.size()), 4096);
+                EXPECT_EQ(of_wide, key);
+                EXPECT_EQ(counted, key);
+                EXPECT_EQ(half->error, 0);
+            }
+    }
+}
+
 TEST_F(Extension, TellsOfMalformedTextWhereverItStands) {
     constexpr size_t MOST = 140; // characters before it
     const Locale owner = load("cs_CZ.utf8");
