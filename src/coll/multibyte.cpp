@@ -4,7 +4,7 @@
 #include "coll/reader.h"
 #include "coll/single_byte.h"
 #include "coll/walker.h"
-#include "coll/wide.h"
+#include "coll/wide_order.h"
 #include "coll/wide_text.h"
 #include "ext/error.h"
 #include "qbnxdl/served.h"

@@ -3,7 +3,7 @@
 #include "coll/code_values.h"
 #include "coll/prefix.h"
 #include "coll/walker.h"
-#include "coll/wide.h"
+#include "coll/wide_order.h"
 #include "coll/wide_text.h"
 #include "ext/error.h"
 
