@@ -9,7 +9,6 @@
 #include "ext/error.h"
 #include "qbnxdl/served.h"
 
-#include <string.h>
 
 using namespace qbgl;
 
@@ -173,7 +172,7 @@ int key_by_extension(gl_locale *locale, char *out, const char *s, int len, WideS
     if (std::find(span.text, span.text + span.length, gl_wchar{0}) != span.text + span.length) return fail(locale, GL_EINVAL, -1);
     const Owned<char> text = Owned<char>::allocate(static_cast<uint32_t>(len) + MAX_KEY);
     if (!text) return fail(locale, GL_ENOMEM, -1);
-    memset(static_cast<char *>(memcpy(text.get(), s, static_cast<size_t>(len))) + len, 0, MAX_KEY);
+    std::fill_n(std::copy_n(s, len, text.get()), MAX_KEY, '\0');
     return gl_mbsxfrm(locale, out, text.get(), capacity);
 }
 
