@@ -9,7 +9,6 @@
 #include "ext/error.h"
 #include "qbnxdl/served.h"
 
-
 using namespace qbgl;
 
 namespace {
