@@ -84,13 +84,14 @@ bool list_doubtful_marks() {
     pthread_mutex_lock(&mutex);
     UErrorCode status = U_ZERO_ERROR;
     USet *const marks = uset_openPattern(PATTERN, -1, &status);
-    if (U_SUCCESS(status)) {
-        if (!listed.load(std::memory_order_relaxed)) list(marks);
+    const bool whole = U_SUCCESS(status) && uset_contains(marks, FIRST); // a set that was refused memory is empty
+    if (whole && !listed.load(std::memory_order_relaxed)) {
+        list(marks);
         listed.store(true, std::memory_order_release);
     }
     uset_close(marks);
     pthread_mutex_unlock(&mutex);
-    return U_SUCCESS(status);
+    return whole;
 }
 
 bool has_doubtful_marks(const char *utf8, int32_t length) {

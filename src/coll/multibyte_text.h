@@ -25,4 +25,11 @@ class MultibyteText {
     int length_ = 0;
 };
 
+// The order of two texts by a function of multibyte text, or 0 with the error number.
+template <class Function> int compare_as_multibyte(gl_locale *locale, WideSpan a, WideSpan b, Function function) {
+    MultibyteText text_a, text_b;
+    if (!text_a.convert(locale, a) || !text_b.convert(locale, b)) return 0;
+    return function(locale, text_a.get(), text_a.length(), text_b.get(), text_b.length());
+}
+
 } // namespace qbgl

@@ -9,12 +9,6 @@ using namespace qbgl;
 
 namespace {
 
-int compare_as_multibyte(gl_locale *locale, WideSpan a, WideSpan b) {
-    MultibyteText text_a, text_b;
-    if (!text_a.convert(locale, a) || !text_b.convert(locale, b)) return 0;
-    return gl_mbfscoll(locale, text_a.get(), text_a.length(), text_b.get(), text_b.length());
-}
-
 int key_as_multibyte(gl_locale *locale, char *out, WideSpan span, int capacity) {
     MultibyteText text;
     return text.convert(locale, span) ? gl_mbfsxfrm(locale, out, text.get(), text.length(), capacity) : -1;
@@ -36,7 +30,7 @@ int _qbx_gl_full_wcscoll(gl_locale *locale, const gl_wchar *s1, int len1, const 
         len2 = gl_wcslen(s2);
     }
     if (len1 < 0 || len2 < 0) return fail(locale, GL_EILSEQ, 0);
-    if (is_half_served(locale)) return compare_as_multibyte(locale, {s1, len1}, {s2, len2});
+    if (is_half_served(locale)) return compare_as_multibyte(locale, {s1, len1}, {s2, len2}, gl_mbfscoll);
     return compare_wide(locale, {s1, len1}, {s2, len2});
 }
 

@@ -18,12 +18,6 @@ namespace {
 
 bool is_thai(const gl_locale *locale) { return locale->collate.kind == GL_COLLATION_THAI; }
 
-int compare_as_thai(gl_locale *locale, WideSpan a, WideSpan b) {
-    MultibyteText text_a, text_b;
-    if (!text_a.convert(locale, a) || !text_b.convert(locale, b)) return 0;
-    return _qbx_gl_thaismoncoll(locale, text_a.get(), text_a.length(), text_b.get(), text_b.length());
-}
-
 // Of what the codeset can express, as what was converted from it can.
 int key_as_thai(gl_locale *locale, char *out, WideSpan span, int capacity) {
     MultibyteText text;
@@ -87,7 +81,7 @@ int qbgl::ask_for_key(gl_locale *locale, char *out, const gl_wchar *s, int capac
 
 int qbgl::compare_wide(gl_locale *locale, WideSpan a, WideSpan b) {
     if (served_by_extension(locale, GL_CAT_COLLATE)) return ask_to_compare(locale, a.text, a.length, b.text, b.length);
-    if (is_thai(locale)) return compare_as_thai(locale, a, b);
+    if (is_thai(locale)) return compare_as_multibyte(locale, a, b, _qbx_gl_thaismoncoll);
     if (locale->coll_extras != 0) return _qbx_gl_wcfscmp(locale, a.text, a.length, b.text, b.length);
     return locale->collate.maps != nullptr ? compare_by_maps(locale, a, b) : compare_by_tables(locale, a, b);
 }
